@@ -1,0 +1,29 @@
+# Warnings, sanitizers and the function that every library and program of the project is made with.
+
+add_library(loftbay_options INTERFACE)
+target_include_directories(loftbay_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(loftbay_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+  -Woverloaded-virtual -Werror)
+# Results must not depend on the host: no fused multiply-add, no excess precision.
+target_compile_options(loftbay_options INTERFACE -ffp-contract=off)
+if(WIN32)
+  target_compile_definitions(loftbay_options INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN
+    _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
+  target_link_options(loftbay_options INTERFACE -static -municode)
+endif()
+if(LOFTBAY_SANITIZE)
+  target_compile_options(loftbay_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+  target_link_options(loftbay_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+function(loftbay_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PUBLIC loftbay_options)
+endfunction()
+
+function(loftbay_executable name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE loftbay_options)
+endfunction()

@@ -1,0 +1,71 @@
+// What a program fills in, process-wide, before it makes a job: how a message box is shown, where the
+// toolkit's messages and the start-up failure line go, and who is told of counts and losses.
+//
+// The desktop program shows real boxes; the console programs print; tests record. Neither the job nor the
+// toolkit knows which of them it serves.
+//
+//   diag::programSeams().showMessageBox = [](std::string_view text, diag::BoxIcon) { … };
+//   diag::programSeams().observer = &my_observer;
+//
+// Not thread safe: set before the job, read on the job's thread.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <string_view>
+
+namespace loftbay::diag {
+
+enum class BoxIcon { None, Information, Error };
+
+// What job and toolkit count. `Triangles` counts degenerate ones too, `Lines` counts polylines.
+enum class Counted {
+  Nodes,
+  Transforms,
+  Shapes,
+  Meshes,
+  Materials,
+  Triangles,
+  Lines,
+  Points,
+  VerticesRead,     // vertices taken from the toolkit
+  VerticesWritten,  // vertices handed to the scene
+};
+
+// Told of what happens in a conversion. Changes no call and no log line. Default: ignores everything.
+class Observer {
+ public:
+  Observer() = default;
+  Observer(const Observer&) = delete;
+  Observer& operator=(const Observer&) = delete;
+  virtual ~Observer() = default;
+
+  // `amount` more of a kind were written (or read).
+  virtual void counted(Counted /*kind*/, std::uint64_t /*amount*/) {}
+  // The version of the JT file as its header states it.
+  virtual void jtVersion(int /*major*/, int /*minor*/) {}
+  // Something that the file holds did not reach the scene although it should have: a damaged shape, a
+  // missing file, a file that could not be loaded, a scene that could not be saved. `part` is the name of
+  // the part (or a file's path in program form), `reason` one sentence that names file, place and reason.
+  virtual void lost(std::string_view /*part*/, std::string_view /*reason*/) {}
+  // Something was left out because an option or a rule of the converter says so. No loss.
+  virtual void note(std::string_view /*text*/) {}
+};
+
+struct ProgramSeams {
+  // Shows a modal box with one OK button and returns when it is closed. Never empty.
+  std::function<void(std::string_view text, BoxIcon icon)> showMessageBox;
+  // The toolkit's message stream. Never null.
+  std::ostream* toolkit_messages;
+  // Where the line of a failed toolkit start goes. Never null.
+  std::ostream* startup_failures;
+  // Never null.
+  Observer* observer;
+};
+
+// The process's one set of seams. Until a program sets them: boxes and messages go to standard error, the
+// start-up failure line to standard output, and the observer ignores everything.
+ProgramSeams& programSeams();
+
+}  // namespace loftbay::diag

@@ -1,0 +1,67 @@
+// Files and directories by program path (see path.h). The calls mirror the C library's, because that is
+// what the path checks and the work directory are defined by. Nothing here throws unless it says so.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace loftbay::host {
+
+struct FileCloser {
+  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
+
+// `fopen`; null when the file cannot be opened. Files that are opened for writing or appending can be read
+// and written by other processes at the same time. Mode "r" fails for a directory on every host.
+FilePointer openFile(std::string_view program_path, const char* mode);
+
+// `remove`, of a file only. False when nothing was removed.
+bool removeFile(std::string_view program_path);
+
+// True when a status query for the path succeeds (file or directory).
+bool pathExists(std::string_view program_path);
+
+// Creates one directory level. False when it could not be created or exists already.
+bool makeDirectory(std::string_view program_path);
+
+// The current directory in program form; empty optional when it cannot be read or needs more than
+// `limit_bytes` bytes including the terminator.
+std::optional<std::string> currentDirectory(std::size_t limit_bytes);
+
+// False when the process cannot change into the directory.
+bool changeDirectory(std::string_view program_path);
+
+// The value of an environment variable as UTF-8, or an empty optional when it is not set. Values that name
+// directories come in host form: pass them through toProgramPath.
+std::optional<std::string> environmentVariable(const char* name);
+
+// A file mapped read-only. The view lives as long as the object; moving the object keeps it valid.
+// An empty file maps to an empty view.
+class MappedFile {
+ public:
+  // On failure the result is empty and `*reason` holds the system's reason ("No such file or directory",
+  // "Is a directory", …).
+  static std::optional<MappedFile> open(std::string_view program_path, std::string* reason);
+
+  MappedFile(MappedFile&& other) noexcept;
+  MappedFile& operator=(MappedFile&& other) noexcept;
+  MappedFile(const MappedFile&) = delete;
+  MappedFile& operator=(const MappedFile&) = delete;
+  ~MappedFile();
+
+  [[nodiscard]] std::span<const std::byte> bytes() const noexcept { return bytes_; }
+
+ private:
+  explicit MappedFile(std::span<const std::byte> bytes) noexcept : bytes_(bytes) {}
+  void unmap() noexcept;
+
+  std::span<const std::byte> bytes_;
+};
+
+}  // namespace loftbay::host

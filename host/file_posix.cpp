@@ -1,0 +1,95 @@
+// POSIX side of file.h.
+#include "host/file.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "host/path.h"
+
+namespace loftbay::host {
+
+FilePointer openFile(std::string_view program_path, const char* mode) {
+  FilePointer file(std::fopen(toHostPath(program_path).c_str(), mode));
+  if (!file) return file;
+  struct stat status {};
+  if (fstat(fileno(file.get()), &status) != 0 || S_ISDIR(status.st_mode)) file.reset();
+  return file;
+}
+
+bool removeFile(std::string_view program_path) { return unlink(toHostPath(program_path).c_str()) == 0; }
+
+bool pathExists(std::string_view program_path) {
+  struct stat status {};
+  return stat(toHostPath(program_path).c_str(), &status) == 0;
+}
+
+bool makeDirectory(std::string_view program_path) {
+  return mkdir(toHostPath(program_path).c_str(), 0777) == 0;
+}
+
+std::optional<std::string> currentDirectory(std::size_t limit_bytes) {
+  std::vector<char> buffer(limit_bytes);
+  if (getcwd(buffer.data(), buffer.size()) == nullptr) return std::nullopt;
+  return toProgramPath(buffer.data());
+}
+
+bool changeDirectory(std::string_view program_path) { return chdir(toHostPath(program_path).c_str()) == 0; }
+
+std::optional<std::string> environmentVariable(const char* name) {
+  const char* value = std::getenv(name);
+  if (value == nullptr) return std::nullopt;
+  return std::string(value);
+}
+
+std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::string* reason) {
+  const auto fail = [&](int error) {
+    *reason = std::strerror(error);
+    return std::optional<MappedFile>();
+  };
+  // O_NONBLOCK: opening a named pipe must not wait for a writer.
+  const int file = ::open(toHostPath(program_path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (file < 0) return fail(errno);
+  struct stat status {};
+  void* start = nullptr;
+  int error = 0;
+  if (fstat(file, &status) != 0) {
+    error = errno;
+  } else if (!S_ISREG(status.st_mode)) {
+    error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  } else if (status.st_size > 0) {
+    start = mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ, MAP_PRIVATE, file, 0);
+    if (start == MAP_FAILED) error = errno;
+  }
+  close(file);
+  if (error != 0) return fail(error);
+  return MappedFile({static_cast<const std::byte*>(start), static_cast<std::size_t>(status.st_size)});
+}
+
+MappedFile::MappedFile(MappedFile&& other) noexcept : bytes_(std::exchange(other.bytes_, {})) {}
+
+MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
+  if (this != &other) {
+    unmap();
+    bytes_ = std::exchange(other.bytes_, {});
+  }
+  return *this;
+}
+
+MappedFile::~MappedFile() { unmap(); }
+
+void MappedFile::unmap() noexcept {
+  if (bytes_.empty()) return;
+  // munmap takes a pointer to non-const although it only ends the mapping.
+  munmap(const_cast<std::byte*>(bytes_.data()), bytes_.size());
+  bytes_ = {};
+}
+
+}  // namespace loftbay::host

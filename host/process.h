@@ -1,0 +1,17 @@
+// What the program asks the system about its own process.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace loftbay::host {
+
+struct MemoryCounters {
+  std::uint64_t working_set_bytes = 0;       // resident now
+  std::uint64_t peak_working_set_bytes = 0;  // the most that was ever resident
+};
+
+// Empty when the system does not answer.
+std::optional<MemoryCounters> processMemory();
+
+}  // namespace loftbay::host

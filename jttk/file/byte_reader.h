@@ -1,0 +1,104 @@
+// Reads typed values out of a bounded view of bytes. A read past the end sets a sticky failure that keeps
+// the offset and the name of what was being read, and gives zeros from then on; callers read a group of
+// fields and ask ok() once, before they act on any of them.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+enum class ByteOrder : std::uint8_t { Little = 0, Big = 1 };
+
+struct Guid {
+  std::uint32_t a = 0;
+  std::uint16_t b = 0;
+  std::uint16_t c = 0;
+  std::uint8_t d[8] = {};
+  friend bool operator==(const Guid&, const Guid&) = default;
+  friend auto operator<=>(const Guid&, const Guid&) = default;
+  // 8-4-4-4-12 hex digits, lower case.
+  [[nodiscard]] std::string text() const;
+};
+
+class ByteReader {
+ public:
+  // `base_offset` is where the view starts in its file or unpacked segment; offsets in errors count from it.
+  explicit ByteReader(std::span<const std::byte> bytes, ByteOrder order = ByteOrder::Little,
+                      std::uint64_t base_offset = 0)
+      : bytes_(bytes), order_(order), base_offset_(base_offset) {}
+
+  std::uint8_t u8(const char* what) { return read<std::uint8_t>(what); }
+  std::uint16_t u16(const char* what) { return read<std::uint16_t>(what); }
+  std::uint32_t u32(const char* what) { return read<std::uint32_t>(what); }
+  std::uint64_t u64(const char* what) { return read<std::uint64_t>(what); }
+  std::int16_t i16(const char* what) { return static_cast<std::int16_t>(u16(what)); }
+  std::int32_t i32(const char* what) { return static_cast<std::int32_t>(u32(what)); }
+  float f32(const char* what) { return std::bit_cast<float>(u32(what)); }
+  double f64(const char* what) { return std::bit_cast<double>(u64(what)); }
+  Guid guid(const char* what);
+  // I32 count, then that many UTF-16 units; trailing NULs removed, converted to UTF-8 (an unpaired surrogate
+  // becomes U+FFFD).
+  std::string mbString(const char* what);
+
+  // A count of things that take at least `minimum_size` bytes each. Negative counts and counts that do not
+  // fit into what is left are failures and give 0. `minimum_size` 0 checks the sign only.
+  std::uint32_t count(const char* what, std::size_t minimum_size);
+
+  // The next `size` bytes as a view; empty on failure.
+  std::span<const std::byte> take(std::size_t size, const char* what);
+  void skip(std::size_t size, const char* what) { (void)take(size, what); }
+  // A reader over the next `size` bytes, which this reader passes over.
+  ByteReader sub(std::size_t size, const char* what);
+
+  [[nodiscard]] std::size_t remaining() const noexcept { return bytes_.size() - position_; }
+  [[nodiscard]] std::uint64_t offset() const noexcept { return base_offset_ + position_; }
+  [[nodiscard]] ByteOrder order() const noexcept { return order_; }
+  [[nodiscard]] bool ok() const noexcept { return failed_what_ == nullptr; }
+  // The first failure. Only when !ok().
+  [[nodiscard]] Error error() const;
+  [[nodiscard]] tl::unexpected<Error> unexpected() const { return tl::unexpected<Error>(error()); }
+  // Marks the reader as failed from outside: `what` (static text) is not legal here.
+  void setFailed(const char* what, const char* reason) noexcept;
+
+ private:
+  template <typename T>
+  T read(const char* what) {
+    if (sizeof(T) > remaining() || !ok()) {
+      setFailed(what, "ends too early");
+      return T{};
+    }
+    T value;
+    std::memcpy(&value, bytes_.data() + position_, sizeof(T));
+    position_ += sizeof(T);
+    if (order_ == ByteOrder::Big) value = swapped(value);
+    return value;
+  }
+  static std::uint8_t swapped(std::uint8_t v) { return v; }
+  static std::uint16_t swapped(std::uint16_t v) { return static_cast<std::uint16_t>((v >> 8) | (v << 8)); }
+  static std::uint32_t swapped(std::uint32_t v) {
+    return (std::uint32_t{swapped(static_cast<std::uint16_t>(v))} << 16) |
+           swapped(static_cast<std::uint16_t>(v >> 16));
+  }
+  static std::uint64_t swapped(std::uint64_t v) {
+    return (std::uint64_t{swapped(static_cast<std::uint32_t>(v))} << 32) |
+           swapped(static_cast<std::uint32_t>(v >> 32));
+  }
+  static_assert(std::endian::native == std::endian::little, "hosts are little-endian");
+
+  std::span<const std::byte> bytes_;
+  std::size_t position_ = 0;
+  ByteOrder order_;
+  std::uint64_t base_offset_;
+  const char* failed_what_ = nullptr;
+  const char* failed_reason_ = nullptr;
+  std::uint64_t failed_offset_ = 0;
+};
+
+}  // namespace jttk

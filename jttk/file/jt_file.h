@@ -1,0 +1,109 @@
+// A JT file as a container: header, table of contents, segments. Opening maps the file and reads header
+// and contents; segments are unpacked when they are asked for.
+//
+// Thread rules: const calls from any thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/file.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+struct Version {
+  int major = 0;
+  int minor = 0;
+  friend auto operator<=>(const Version&, const Version&) = default;
+};
+
+enum class SegmentType : std::uint32_t {
+  SceneGraph = 1,
+  JtBrep = 2,
+  Pmi = 3,
+  MetaData = 4,
+  Shape = 6,
+  ShapeLod0 = 7,  // .. 16 = level 9
+  ShapeLod9 = 16,
+  XtBrep = 17,
+  Wireframe = 18,
+  Ulp = 20,
+  Stt = 23,
+  Lwpa = 24,
+  MultiXtBrep = 30,
+  Information = 31,
+};
+
+struct TocEntry {
+  Guid id;
+  std::uint64_t offset = 0;        // of the segment's header, from the start of the file
+  std::uint32_t length_bytes = 0;  // header included
+  SegmentType type{};
+};
+
+enum class Compression : std::uint8_t { None, Stored, Zlib, Lzma };
+
+// The data of one segment after its header, unpacked. A view into the file where it was stored plainly,
+// else it owns the unpacked bytes.
+struct Segment {
+  Guid id;
+  SegmentType type{};
+  Compression compression = Compression::None;
+  std::span<const std::byte> data;
+  std::uint64_t base_offset = 0;    // of `data` in the file when it is a view, else 0
+  std::vector<std::byte> unpacked;  // empty when `data` is a view into the file
+
+  Segment() = default;
+  Segment(Segment&&) = default;  // moving a vector keeps its storage, so `data` stays valid
+  Segment& operator=(Segment&&) = default;
+  Segment(const Segment&) = delete;
+  Segment& operator=(const Segment&) = delete;
+};
+
+class JtFile {
+ public:
+  // The version of a file from the first bytes of its header.
+  static Result<Version> readVersion(std::string_view program_path);
+
+  static Result<std::unique_ptr<JtFile>> open(std::string_view program_path);
+  // The same over bytes that the caller keeps alive (tests, fuzzing).
+  static Result<std::unique_ptr<JtFile>> fromBytes(std::span<const std::byte> bytes);
+
+  [[nodiscard]] Version version() const noexcept { return version_; }
+  [[nodiscard]] ByteOrder byteOrder() const noexcept { return order_; }
+  [[nodiscard]] const std::string& headerText() const noexcept { return header_text_; }
+  [[nodiscard]] const Guid& sceneGraphId() const noexcept { return scene_graph_id_; }
+  // In file order, repeated entries once.
+  [[nodiscard]] std::span<const TocEntry> contents() const noexcept { return contents_; }
+  // How many entries of the file's table were repetitions.
+  [[nodiscard]] std::size_t duplicateEntries() const noexcept { return duplicate_entries_; }
+  // Null when there is no such segment.
+  [[nodiscard]] const TocEntry* find(const Guid& id) const;
+  // Reads and unpacks one segment.
+  [[nodiscard]] Result<Segment> segment(const TocEntry& entry) const;
+
+ private:
+  JtFile() = default;
+  Result<void> readContents(std::span<const std::byte> bytes);
+
+  std::optional<loftbay::host::MappedFile> mapping_;
+  std::span<const std::byte> bytes_;
+  Version version_;
+  ByteOrder order_ = ByteOrder::Little;
+  std::string header_text_;
+  Guid scene_graph_id_;
+  std::vector<TocEntry> contents_;
+  std::map<Guid, std::size_t> by_id_;
+  std::size_t duplicate_entries_ = 0;
+};
+
+}  // namespace jttk

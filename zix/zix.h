@@ -1,0 +1,132 @@
+// The scene writer: creates typed objects, names them, links them into a tree, fills them with transforms,
+// arrays and colours, and writes them as one Zix file.
+//
+//   Orb::Zix::Scene_V1 scene("Model");
+//   scene.saveTo("out.zix", " ", true, true);
+//   const auto root = scene.createObject(Orb::Zix::ObjectType::Node);
+//   scene.setName(root, "root");
+//   scene.createDefaultViews(root);
+//   scene.closeFile("out.zix");          // durable and renamed into place when this returns
+//
+// Data goes to a temporary file next to the output while the calls are made; only small object records
+// stay in memory. A scene that is destroyed without closeFile leaves nothing behind. I/O errors are kept
+// and thrown by closeFile as SceneError; wrong use of an id throws SceneError at once. Every pointer is read
+// before the call returns. Paths are narrow texts in the program's form (separator `\`), UTF-8. One scene is
+// used by one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace Orb::Zix {
+
+// Names an object in every later call. Opaque; copied by value; equal ids name the same object.
+struct ObjectId {
+  std::uint64_t first = 0;
+  std::uint64_t second = 0;
+  friend bool operator==(const ObjectId&, const ObjectId&) = default;
+};
+
+enum class ObjectType : std::uint32_t {
+  IndexArray = 4,
+  Coordinates = 11,
+  Material = 14,
+  Transform = 15,
+  Mesh = 16,
+  Shape = 18,
+  Node = 19,
+};
+
+enum class MeshType : std::uint32_t { Triangles = 0, Lines = 1, Points = 2 };
+
+enum class ColorType : std::uint32_t { Diffuse = 0, Specular = 1, Emission = 2, Ambient = 3 };
+
+// Thrown for I/O failures (path, operation, the system's reason) and for wrong use of an id (the object's
+// name and type).
+class SceneError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class Scene_V0 {
+ public:
+  Scene_V0(const Scene_V0&) = delete;
+  Scene_V0& operator=(const Scene_V0&) = delete;
+
+  // Binds the scene to its output file; called once, before any object is created. `text` and the flags are
+  // recorded in the file and select nothing.
+  void saveTo(const char* path, const char* text, bool first_flag, bool second_flag);
+
+  // Every call gives an id distinct from all earlier ones.
+  ObjectId createObject(ObjectType type);
+
+  // The object's display name, any bytes up to the NUL. A null pointer is an empty name.
+  void setName(const ObjectId& id, const char* name);
+
+  // Finishes the file, makes it durable and renames it to `path`. Throws SceneError when anything since
+  // saveTo failed; then nothing is left of the new file.
+  void closeFile(const char* path);
+
+  struct Impl;
+
+ protected:
+  explicit Scene_V0(const char* model_name);
+  ~Scene_V0();
+
+  std::unique_ptr<Impl> impl_;
+};
+
+class Scene_V1 : public Scene_V0 {
+ public:
+  explicit Scene_V1(const char* model_name);
+  ~Scene_V1();
+
+  // Records the writing application. Only double is provided.
+  template <typename T>
+  void setApplicationInfo(const char* application, const T& value);
+
+  // Attaches `child` (Node, Shape or Mesh) under `parent`. The result is the number of the parent's
+  // children before the call.
+  std::uint64_t addComponent(const ObjectId& parent, const ObjectId& child);
+  // The same, placed by a Transform object.
+  std::uint64_t addComponent(const ObjectId& parent, const ObjectId& child, const ObjectId& transform);
+
+  // Parts of a Transform object; a point p is placed at rotation * (scale * p) + translation.
+  void setTranslation(const ObjectId& id, float x, float y, float z);
+  // Axis (unit vector) and angle in radians, right-handed.
+  void setRotation(const ObjectId& id, float axis_x, float axis_y, float axis_z, float angle_rad);
+  void setScale(const ObjectId& id, float x, float y, float z);
+
+  void setMeshType(const ObjectId& id, MeshType type);
+
+  // Components per tuple of a Coordinates object.
+  void setDimension(const ObjectId& id, unsigned char dimension);
+  // float: `count` tuples of a Coordinates object (count * dimension floats are read).
+  // unsigned int: `count` values of an IndexArray object. `data` may be null when count is 0.
+  template <typename T>
+  void setValues(const ObjectId& id, const T* data, std::uint64_t count);
+
+  void setCoordinates(const ObjectId& mesh, const ObjectId& coordinates);
+  // `indices` holds the vertex indices of all elements one after another, `lengths` one entry per element:
+  // how many indices it takes.
+  void setConnectivity(const ObjectId& mesh, const ObjectId& indices, const ObjectId& lengths);
+  void setMaterial(const ObjectId& target, const ObjectId& material);
+  void setColor(const ObjectId& material, ColorType type, const float& red, const float& green,
+                const float& blue, const float& alpha);
+  void setAmbientIntensity(const ObjectId& material, float intensity);
+
+  // Named cameras front, back, left, right, top, bottom and iso, fitted to the bounds of what hangs under
+  // `root`. Called once, after all objects exist.
+  void createDefaultViews(const ObjectId& root);
+};
+
+template <>
+void Scene_V1::setApplicationInfo<double>(const char* application, const double& value);
+template <>
+void Scene_V1::setValues<float>(const ObjectId& id, const float* data, std::uint64_t count);
+template <>
+void Scene_V1::setValues<unsigned int>(const ObjectId& id, const unsigned int* data, std::uint64_t count);
+
+}  // namespace Orb::Zix
