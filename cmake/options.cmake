@@ -10,7 +10,7 @@ target_compile_options(loftbay_options INTERFACE -ffp-contract=off)
 if(WIN32)
   target_compile_definitions(loftbay_options INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN
     _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
-  target_link_options(loftbay_options INTERFACE -static -municode)
+  target_link_options(loftbay_options INTERFACE -static)
 endif()
 if(LOFTBAY_SANITIZE)
   target_compile_options(loftbay_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all

@@ -1,0 +1,6 @@
+// main() of the console programs on POSIX hosts.
+#include "cli/program.h"
+
+int main(int argc, char** argv) {
+  return loftbay::cli::runProgramCaught(argv[0], std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+}

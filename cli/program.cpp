@@ -1,0 +1,36 @@
+#include "cli/program.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "host/file.h"
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace loftbay::cli {
+
+int runProgramCaught(const char* program_name, const std::vector<std::string>& arguments) {
+  try {
+    return runProgram(arguments);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s: %s\n", program_name, error.what());
+  } catch (...) {
+    std::fprintf(stderr, "%s: unknown error\n", program_name);
+  }
+  return kFailed;
+}
+
+bool standardErrorIsTerminal() {
+#ifdef _WIN32
+  const bool terminal = _isatty(_fileno(stderr)) != 0;
+#else
+  const bool terminal = isatty(fileno(stderr)) == 1;
+#endif
+  return terminal && !host::environmentVariable("NO_COLOR") && host::environmentVariable("TERM") != "dumb";
+}
+
+}  // namespace loftbay::cli
