@@ -71,7 +71,8 @@ int wrongUsage(const std::string& program, const std::string& message) {
 std::optional<int> parseArguments(CLI::App& app, const std::vector<std::string>& arguments) {
   if (const auto name = unknownOption(app, arguments)) {
     const auto match = closestMatch(*name, optionNames(app));
-    return wrongUsage(app.get_name(), "unknown option " + *name + (match ? "; did you mean " + *match + "?" : ""));
+    return wrongUsage(app.get_name(),
+                      "unknown option " + *name + (match ? "; did you mean " + *match + "?" : ""));
   }
   try {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());

@@ -2,5 +2,6 @@
 #include "cli/program.h"
 
 int main(int argc, char** argv) {
-  return loftbay::cli::runProgramCaught(argv[0], std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+  return loftbay::cli::runProgramCaught(argv[0],
+                                        std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
 }

@@ -12,7 +12,8 @@ nlohmann::ordered_json jsonNumber(double value) {
 }
 
 void printJson(const nlohmann::ordered_json& document) {
-  const std::string text = document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+  const std::string text =
+      document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
   std::fwrite(text.data(), 1, text.size(), stdout);
   std::fflush(stdout);
 }

@@ -1,0 +1,32 @@
+// The toolkit's messages on their way to standard error, one line each. Keeps what was said, so that a loss
+// is not told twice.
+#pragma once
+
+#include <ostream>
+#include <sstream>
+#include <streambuf>
+#include <string>
+#include <string_view>
+
+namespace loftbay::cli {
+
+class MessageStream : private std::streambuf {
+ public:
+  MessageStream() : stream_(this) {}
+  MessageStream(const MessageStream&) = delete;
+  MessageStream& operator=(const MessageStream&) = delete;
+
+  std::ostream& stream() { return stream_; }
+  // True when a message held this text.
+  [[nodiscard]] bool told(std::string_view text) const { return said_.find(text) != std::string::npos; }
+  void markTold(std::string_view text) { said_ += text; }
+
+ private:
+  int overflow(int c) override;
+  std::streamsize xsputn(const char* text, std::streamsize size) override;
+
+  std::string said_;
+  std::ostream stream_;
+};
+
+}  // namespace loftbay::cli

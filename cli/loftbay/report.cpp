@@ -1,0 +1,106 @@
+#include "cli/loftbay/report.h"
+
+#include <fmt/core.h>
+
+#include <chrono>
+#include <cstdio>
+
+namespace loftbay::cli {
+
+namespace {
+
+constexpr int kSchemaVersion = 1;
+constexpr std::int64_t kProgressIntervalMs = 100;
+
+std::int64_t nowMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+std::uint64_t& countOf(ConversionCounts& counts, diag::Counted kind) {
+  switch (kind) {
+    case diag::Counted::Nodes:
+      return counts.nodes;
+    case diag::Counted::Transforms:
+      return counts.transforms;
+    case diag::Counted::Shapes:
+      return counts.shapes;
+    case diag::Counted::Meshes:
+      return counts.meshes;
+    case diag::Counted::Materials:
+      return counts.materials;
+    case diag::Counted::Triangles:
+      return counts.triangles;
+    case diag::Counted::Lines:
+      return counts.lines;
+    case diag::Counted::Points:
+      return counts.points;
+    case diag::Counted::VerticesRead:
+      return counts.vertices_read;
+    case diag::Counted::VerticesWritten:
+      break;
+  }
+  return counts.vertices_written;
+}
+
+}  // namespace
+
+nlohmann::ordered_json toJson(const ConversionReport& report) {
+  using Json = nlohmann::ordered_json;
+  Json skipped = Json::array();
+  for (const auto& loss : report.skipped) skipped.push_back({{"part", loss.part}, {"reason", loss.reason}});
+  const auto& counts = report.counts;
+  return {{"schema_version", kSchemaVersion},
+          {"input", report.input},
+          {"output", report.output},
+          {"ok", report.exit_code == 0},
+          {"jt_version", report.jt_version ? Json(*report.jt_version) : Json(nullptr)},
+          {"seconds", report.seconds},
+          {"peak_rss_kb", report.peak_rss_kb},
+          {"counts",
+           {{"nodes", counts.nodes},
+            {"transforms", counts.transforms},
+            {"shapes", counts.shapes},
+            {"meshes", counts.meshes},
+            {"materials", counts.materials},
+            {"triangles", counts.triangles},
+            {"lines", counts.lines},
+            {"points", counts.points},
+            {"vertices_read", counts.vertices_read},
+            {"vertices_written", counts.vertices_written}}},
+          {"skipped", skipped},
+          {"notes", Json(report.notes)},
+          {"log", report.log.empty() ? Json(nullptr) : Json(report.log)}};
+}
+
+void ReportObserver::counted(diag::Counted kind, std::uint64_t amount) {
+  countOf(report_.counts, kind) += amount;
+  if (show_progress_ && kind == diag::Counted::Shapes) drawProgress();
+}
+
+void ReportObserver::jtVersion(int major, int minor) {
+  report_.jt_version = fmt::format("{}.{}", major, minor);
+}
+
+void ReportObserver::lost(std::string_view part, std::string_view reason) {
+  report_.skipped.push_back({std::string(part), std::string(reason)});
+}
+
+void ReportObserver::note(std::string_view text) { report_.notes.emplace_back(text); }
+
+void ReportObserver::drawProgress() {
+  const std::int64_t now = nowMs();
+  if (now - last_drawn_ms_ < kProgressIntervalMs) return;
+  last_drawn_ms_ = now;
+  fmt::print(stderr, "\r{} shapes, {} triangles", report_.counts.shapes, report_.counts.triangles);
+  std::fflush(stderr);
+  drawn_ = true;
+}
+
+void ReportObserver::clearProgress() {
+  if (!drawn_) return;
+  std::fputs("\r\x1b[K", stderr);
+  drawn_ = false;
+}
+
+}  // namespace loftbay::cli

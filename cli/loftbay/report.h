@@ -1,0 +1,72 @@
+// What one conversion did, as the user is told: the JSON report, and the observer that fills it.
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "diag/program_seams.h"
+
+namespace loftbay::cli {
+
+struct ConversionCounts {
+  std::uint64_t nodes = 0;
+  std::uint64_t transforms = 0;
+  std::uint64_t shapes = 0;
+  std::uint64_t meshes = 0;
+  std::uint64_t materials = 0;
+  std::uint64_t triangles = 0;
+  std::uint64_t lines = 0;
+  std::uint64_t points = 0;
+  std::uint64_t vertices_read = 0;
+  std::uint64_t vertices_written = 0;
+};
+
+struct Loss {
+  std::string part;
+  std::string reason;
+};
+
+struct ConversionReport {
+  std::string input;   // as the user gave it
+  std::string output;  // as the user gave it
+  int exit_code = 0;
+  std::optional<std::string> jt_version;
+  double seconds = 0;
+  std::uint64_t peak_rss_kb = 0;
+  ConversionCounts counts;
+  std::vector<Loss> skipped;
+  std::vector<std::string> notes;
+  std::string log;  // the log file's path in host form; empty when no log was begun
+};
+
+nlohmann::ordered_json toJson(const ConversionReport& report);
+
+// Fills a report, and shows progress on a terminal: a line that is redrawn at most ten times a second.
+class ReportObserver : public diag::Observer {
+ public:
+  ReportObserver(ConversionReport& report, bool show_progress)
+      : report_(report), show_progress_(show_progress) {}
+  ~ReportObserver() override { clearProgress(); }
+
+  void counted(diag::Counted kind, std::uint64_t amount) override;
+  void jtVersion(int major, int minor) override;
+  void lost(std::string_view part, std::string_view reason) override;
+  void note(std::string_view text) override;
+
+  // Takes the progress line off the terminal, so that a message can be printed.
+  void clearProgress();
+
+ private:
+  void drawProgress();
+
+  ConversionReport& report_;
+  bool show_progress_;
+  bool drawn_ = false;
+  std::int64_t last_drawn_ms_ = 0;
+};
+
+}  // namespace loftbay::cli
