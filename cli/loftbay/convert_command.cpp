@@ -19,6 +19,7 @@
 #include "cli/program.h"
 #include "convert/obJt2Zix.h"
 #include "diag/tolerance.h"
+#include "diag/trace_log.h"
 #include "diag/work_directory.h"
 #include "host/path.h"
 #include "host/process.h"
@@ -138,16 +139,15 @@ class Conversion {
 
   void prepareProcess() {
     if (options_.work_dir) {
-      diag::SelectUniqueWorkDirectory(kLogFileName, host::toProgramPath(*options_.work_dir));
+      diag::selectOwnWorkDirectory(kLogFileName, host::toProgramPath(*options_.work_dir));
     } else {
-      diag::SelectUniqueWorkDirectory(kLogFileName, std::nullopt);
+      diag::selectOwnWorkDirectory(kLogFileName);
     }
     report_.log = host::toHostPath(diag::logPath());
     if (options_.tess_tolerance) {
-      diag::UlpTessTolerance = *options_.tess_tolerance;
-      diag::UlpTessToleranceGiven = true;
+      diag::setUlpTessTolerance(*options_.tess_tolerance);
     } else {
-      diag::readToleranceFromEnvironment();
+      diag::readUlpTessTolerance();
     }
     jttk::settings().allow_outside = options_.allow_outside;
   }

@@ -17,7 +17,7 @@ namespace loftbay::cli {
 
 namespace {
 BOOL WINAPI endInterrupted(DWORD) {
-  Orb::Zix::removeInterruptedWrite();
+  Orb::Zix::removeInterruptedWrites();
   ExitProcess(kInterrupted);
 }
 }  // namespace
@@ -29,7 +29,7 @@ void installInterruptHandler() { SetConsoleCtrlHandler(endInterrupted, TRUE); }
 namespace {
 // Only calls that are safe in a signal handler.
 extern "C" void endInterrupted(int) {
-  Orb::Zix::removeInterruptedWrite();
+  Orb::Zix::removeInterruptedWrites();
   _exit(kInterrupted);
 }
 }  // namespace
