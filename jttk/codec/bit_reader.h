@@ -32,7 +32,20 @@ class BitReader {
     return value;
   }
 
-  // The same in two's complement.
+  // The next `width` bits, 0 .. 32, without passing over them.
+  std::uint32_t peek(std::uint32_t width) noexcept {
+    if (width > available_) refill();
+    return static_cast<std::uint32_t>((buffer_ >> 32) >> (32 - width));
+  }
+
+  // Passes over `width` bits, no more than the last peek showed.
+  void skip(std::uint32_t width) noexcept {
+    buffer_ <<= width;
+    available_ -= width;
+    consumed_ += width;
+  }
+
+  // bits() in two's complement.
   std::int32_t signedBits(std::uint32_t width) noexcept {
     if (width == 0) return 0;
     const std::uint32_t unused = 32 - width;
