@@ -57,12 +57,16 @@ class BitReader {
   [[nodiscard]] std::uint64_t length() const noexcept { return length_bits_; }
 
  private:
+  static std::uint32_t swapped(std::uint32_t v) noexcept {
+    return (v >> 24) | ((v >> 8) & 0xff00U) | ((v << 8) & 0xff0000U) | (v << 24);
+  }
+
   // At most 32 bits are left whenever this is called with width <= 32, so one word always fits.
   void refill() noexcept {
     std::uint32_t word = 0;
     if (left_bytes_ >= sizeof word) {
       std::memcpy(&word, next_, sizeof word);
-      if (order_ == ByteOrder::Big) word = __builtin_bswap32(word);
+      if (order_ == ByteOrder::Big) word = swapped(word);
       next_ += sizeof word;
       left_bytes_ -= sizeof word;
     } else {
