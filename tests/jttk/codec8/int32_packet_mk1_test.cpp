@@ -86,11 +86,11 @@ TEST(Int32PacketMk1BitLength, widthsChangeInStepsOfTwo) {
 }
 
 TEST(Int32PacketMk1BitLength, wordsAreUsedFromTheMostSignificantBit) {
-  // Width 2, value 1, then 0 01 eleven times: 38 bits in two words.
+  // Width 2, value 1, then 0 01 eleven times: 38 bits, 11001001 00100100 10010010 01001001 001001.
   Bits text("1 10 01");
   for (int i = 0; i < 11; ++i) text.add("0 01");
   const std::uint8_t golden[] = {1, 38, 0,    0,    0,    12,   0, 0, 0, 2,   0,
-                                 0, 0,  0x92, 0x24, 0x49, 0xc9, 0, 0, 0, 0x24};
+                                 0, 0,  0x49, 0x92, 0x24, 0xc9, 0, 0, 0, 0x24};
   const Bytes packet = bitLengthPacket(text, 12);
   ASSERT_EQ(packet.size(), sizeof golden);
   for (std::size_t i = 0; i < sizeof golden; ++i) {
@@ -133,22 +133,22 @@ TEST(Int32PacketMk1BitLength, wordCountIsThatOfTheBits) {
 
 // ---- Huffman ----
 
-// Counts 1 1 1 1 give the codes 11, 10, 01, 00 (by hand in huffman_mk1_test.cpp).
+// Counts 1 1 1 1 give the codes 11, 10, 00, 01 (by hand in huffman_mk1_test.cpp).
 const std::vector<std::vector<Entry>> kFourEqual = {{{0, 1, 10}, {kEscape, 1, 0}, {2, 1, 30}, {3, 1, -40}}};
 
 TEST(Int32PacketMk1Huffman, escapeIsALeafThatTakesTheNextOutOfBandValue) {
   const Values out_of_band = {123456, -654321};
-  const Bytes packet = symbolPacket(kHuffman, kFourEqual, out_of_band, Bits("11 10 00 01 10 11"), 6);
+  const Bytes packet = symbolPacket(kHuffman, kFourEqual, out_of_band, Bits("11 10 01 00 10 11"), 6);
   EXPECT_THAT(decode(packet), ElementsAre(10, 123456, -40, 30, -654321, 10));
 }
 
 TEST(Int32PacketMk1Huffman, bothByteOrders) {
-  const Bytes packet = symbolPacket(kHuffman, kFourEqual, Values{5}, Bits("00 10"), 2, 0, ByteOrder::Big);
+  const Bytes packet = symbolPacket(kHuffman, kFourEqual, Values{5}, Bits("01 10"), 2, 0, ByteOrder::Big);
   EXPECT_THAT(decode(packet), ElementsAre(-40, 5));
 }
 
 TEST(Int32PacketMk1Huffman, escapeWithoutValuesCanBeListed) {
-  EXPECT_THAT(decode(symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00 01"), 2)), ElementsAre(-40, 30));
+  EXPECT_THAT(decode(symbolPacket(kHuffman, kFourEqual, Values{}, Bits("01 00"), 2)), ElementsAre(-40, 30));
 }
 
 TEST(Int32PacketMk1Huffman, oneSymbolTakesNoBits) {
@@ -196,8 +196,9 @@ const std::vector<std::vector<Entry>> kTwoTables = {{{0, 1, 7, 0}, {1, 1, 9, 1}}
                                                     {{1, 1, 0, 1}, {kEscape, 2, 0, 0}, {0, 1, 0, 0}}};
 
 TEST(Int32PacketMk1Arithmetic, contextsTakeTurns) {
-  // 7 | 9, now second table | 9 | escape (01 or 10) | 9 in the first | 7 in the second | 7 in the first
-  const Bits text("0 1 00 01 1 11 0");
+  // 7 | 9, now second table | 9 | escape: the middle half, and 9 in the first: its upper half, together 10 |
+  // 7 in the second | 7 in the first
+  const Bits text("0 1 00 10 11 0");
   EXPECT_THAT(decode(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 7)),
               ElementsAre(7, 9, 9, 9, 7, 7));
 }
@@ -211,7 +212,7 @@ TEST(Int32PacketMk1Arithmetic, escapeOfTheFirstTableGivesAValueAndTheSecondsDoes
 }
 
 TEST(Int32PacketMk1Arithmetic, symbolCountFitsTheValueCount) {
-  const Bits text("0 1 00 01 1 11 0");
+  const Bits text("0 1 00 10 11 0");
   EXPECT_THAT(errorOf(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 5)),
               HasSubstr("5 symbols for 6"));
   EXPECT_THAT(errorOf(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 14)),
@@ -306,7 +307,7 @@ TEST(Int32PacketMk1Arithmetic, tableWithoutSymbols) {
 TEST(Int32PacketMk1, everyPrefixIsAnError) {
   const Bytes packets[] = {nullPacket(Values{1, 2}), bitLengthPacket(Bits("1 10 01 0 10"), 2),
                            symbolPacket(kHuffman, kFourEqual, Values{5, 6}, Bits("00 10 10"), 3),
-                           symbolPacket(kArithmetic, kTwoTables, Values{}, Bits("0 1 00 01 1 11 0"), 6, 7)};
+                           symbolPacket(kArithmetic, kTwoTables, Values{}, Bits("0 1 00 10 11 0"), 6, 7)};
   for (const Bytes& packet : packets) {
     test::forEachPrefix(packet, [](ByteReader in, bool whole) {
       Values values;
