@@ -11,8 +11,8 @@
 #include <sstream>
 
 #include "cli/arguments.h"
+#include "cli/console.h"
 #include "cli/json_text.h"
-#include "cli/loftbay/interrupt.h"
 #include "cli/loftbay/message_stream.h"
 #include "cli/loftbay/report.h"
 #include "cli/program.h"
@@ -204,7 +204,7 @@ int convertCommand(const std::vector<std::string>& arguments) {
   }
   options.optimize = !no_optimize;
 
-  installInterruptHandler();
+  exitOnInterrupt();
   ConversionReport report;
   Conversion conversion(options, report);
   conversion.run();
