@@ -24,6 +24,7 @@ constexpr double kLinkLength = 64;
 constexpr double kCylinderX = -230;
 constexpr double kCylinderHeight = 140;
 constexpr double kBeamThickness = 22;
+constexpr double kPinionPhase = 6.5;  // so that its teeth meet the gaps of the gear
 
 double radians(double degrees) { return degrees * std::numbers::pi / 180; }
 double degrees(double radians) { return radians * 180 / std::numbers::pi; }
@@ -246,8 +247,9 @@ Solid governorArm(std::size_t n) {
 }
 
 Solid pumpBody(std::size_t n) {
-  Solid solid = extruded(roundedRectangle(24, 22, 6, n / 4), {}, 40);
-  return solid.add(cylinder(12, 20, n).move(0, 0, 40));
+  Solid solid = extruded(roundedRectangle(26, 16, 5, n / 4), {}, 10);
+  solid.add(extruded(roundedRectangle(16, 13, 5, n / 4), {}, 96).move(0, 0, 10));
+  return solid.add(upright(turned({{7, 0}, {17, 0}, {17, 30}, {7, 30}}, n), 30).move(0, 0, 115));
 }
 
 Material painted(float r, float g, float b, float gloss) {
@@ -330,7 +332,7 @@ Ref frame(Builder& b, Ref bolt) {
   }
   children.push_back(b.own(top, at(0, 0, kBaseHeight + 250)));
   for (const double y : {-44.0, 44.0}) children.push_back(b.use(block, at(0, y, kBaseHeight + 268)));
-  for (const double y : {-40.0, 92.0}) children.push_back(b.use(pedestal, at(kShaftX, y, kBaseHeight)));
+  for (const double y : {20.0, 110.0}) children.push_back(b.use(pedestal, at(kShaftX, y, kBaseHeight)));
   for (const double x : {-310.0, 310.0}) {
     for (const double y : {-105.0, 105.0}) {
       children.push_back(b.use(bolt, at(x, y, kBaseHeight - 6)));
@@ -370,18 +372,18 @@ Ref beamUnit(Builder& b, Ref pin) {
 
 // Around the crankshaft; the crank points to +z before it turns.
 Ref crankUnit(Builder& b) {
-  const Ref shaft = b.part("Crankshaft", kSteel, [](std::size_t n) { return crossBar(12, 250, n).move(0, 53, 0); });
+  const Ref shaft = b.part("Crankshaft", kSteel, [](std::size_t n) { return crossBar(12, 192, n).move(0, 84, 0); });
   const Ref crank = b.part("Crank", kIron, [](std::size_t n) {
     return eyedBar(kCrankRadius, 24, 16, 7, 16, n);
   });
-  const Ref pin = b.part("Crank pin", kSteel, [](std::size_t n) { return crossBar(7, 60, n / 2); });
+  const Ref pin = b.part("Crank pin", kSteel, [](std::size_t n) { return crossBar(7, 40, n / 2); });
   const Ref wheel = b.part("Flywheel", kRed, wheelRim, "Diameter 320 mm");
   b.addShape(kIron, wheelSpokes);
   const Ref gear_wheel =
       b.part("Crankshaft gear", kBrass, [](std::size_t n) { return spurGear(28, 37, 43, 12, n); });
   return b.assembly("Crank unit",
-                    {b.own(shaft, kIdentity), b.own(crank, at(0, -66, 0)), b.own(pin, at(0, -36, kCrankRadius)),
-                     b.own(wheel, at(0, 150, 0)), b.own(gear_wheel, at(0, 52, 0))});
+                    {b.own(shaft, kIdentity), b.own(crank, at(0, -4, 0)), b.own(pin, at(0, -18, kCrankRadius)),
+                     b.own(wheel, at(0, 150, 0)), b.own(gear_wheel, at(0, 60, 0))});
 }
 
 Ref governor(Builder& b) {
@@ -396,7 +398,7 @@ Ref feedPump(Builder& b) {
   const Ref body = b.part("Pump body", kGreen, pumpBody);
   const Ref pinion = b.part("Pump pinion", kBrass, [](std::size_t n) { return spurGear(14, 17, 23, 7, n); });
   const Ref shaft = b.part("Pump shaft", kSteel, [](std::size_t n) { return crossBar(7, 60, n / 2); });
-  return b.assembly("Feed pump", {b.own(body, at(0, -24, -50)), b.own(pinion, swung(6.5, 0, 0, 0)), b.own(shaft, at(0, -10, 0))});
+  return b.assembly("Feed pump", {b.own(body, at(0, 26, -115)), b.own(pinion, swung(kPinionPhase, 0, 0, 0)), b.own(shaft, at(0, 18, 0))});
 }
 
 }  // namespace
@@ -415,10 +417,10 @@ Product beamEngine() {
   for (const double y : {-18.0, 18.0}) {
     children.push_back(b.use(link, swung(now.link_deg, now.crosshead.x, y, now.crosshead.y)));
   }
-  children.push_back(b.own(rod, swung(now.rod_deg, now.crank_pin.x, -20, now.crank_pin.y)));
+  children.push_back(b.own(rod, swung(now.rod_deg, now.crank_pin.x, -22, now.crank_pin.y)));
   children.push_back(b.use(crankUnit(b), swung(90 - kCrankAngle, kShaftX, 0, kShaftHeight)));
   children.push_back(b.use(governor(b), at(130, -70, kBaseHeight)));
-  children.push_back(b.use(feedPump(b), at(kShaftX - 60, 52, kShaftHeight - 25)));
+  children.push_back(b.use(feedPump(b), at(kShaftX - 48, 60, kShaftHeight - 36)));
   const Ref root = b.assembly("Beam engine", std::move(children));
   b.product.name = "Beam engine";
   b.product.root = root;
