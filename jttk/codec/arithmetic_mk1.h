@@ -48,8 +48,8 @@ class ArithmeticTableMk1 {
   // than 2^48, so the integer part is right. And for a part below the total range * part <= 2^16 * (total -
   // 1) keeps the product below 2^64.
   [[nodiscard]] std::uint32_t share(std::uint32_t range, std::uint32_t part) const noexcept {
-    const std::uint64_t product = std::uint64_t{range * part} * reciprocal_;
-    return part == total_ ? range : static_cast<std::uint32_t>(product >> 48);
+    const std::uint32_t scaled = range * part;
+    return part == total_ ? range : static_cast<std::uint32_t>((scaled * reciprocal_) >> 48);
   }
 
   std::uint32_t total_ = 0;
@@ -87,7 +87,7 @@ class ArithmeticDecoderMk1 {
     // The shift brings zeros into low and ones into high, so nothing new straddles.
     const std::uint32_t apart = (low_ & ~high_) << settled;
     const auto straddling = static_cast<unsigned>(std::countl_one(static_cast<std::uint16_t>(apart << 1)));
-    const unsigned count = settled + straddling;  // 31 at most
+    const unsigned count = (settled + straddling) & 31U;  // 16 at most: both lie in the registers' 16 bits
     low_ = (low_ << count) & 0x7fffU;
     high_ = (((high_ << count) | ((1U << count) - 1)) & 0xffffU) | 0x8000U;
     const std::uint32_t turned = static_cast<std::uint32_t>(straddling != 0) << 15;
