@@ -280,6 +280,17 @@ TEST(Int32PacketMk1Arithmetic, whatTheEncoderWritesComesBack) {
   }
 }
 
+TEST(Int32PacketMk1Arithmetic, totalsUpToTheLimitAreDividedRight) {
+  for (const std::uint32_t total : {3U, 0x3fffU, 0x4000U, 0x7fffU, 0x8000U, 0x8001U, 0xfffeU, 0xffffU}) {
+    // The coder is exact only for intervals that are wider than the total, so parts are not too small.
+    const std::uint32_t third = total / 3;
+    std::vector<std::size_t> choices;
+    std::mt19937 random(total);
+    for (int i = 0; i < 3000; ++i) choices.push_back(random() % 3);
+    expectRoundTrip({{0, third, -5}, {1, total - 2 * third, 0}, {2, third, 5}}, choices, false);
+  }
+}
+
 TEST(Int32PacketMk1Arithmetic, oneSymbolNeedsNoBits) {
   EXPECT_EQ(decode(symbolPacket(kArithmetic, {{{4, 9, -3}}}, Values{}, Bits(), 9)), Values(9, -3));
 }
