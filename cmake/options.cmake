@@ -18,6 +18,11 @@ if(LOFTBAY_SANITIZE)
   target_link_options(loftbay_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(LOFTBAY_FUZZ)
+  # Coverage of the libraries, too; the fuzz targets add the engine.
+  target_compile_options(loftbay_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 function(loftbay_library name)
   add_library(${name} STATIC ${ARGN})
   target_link_libraries(${name} PUBLIC loftbay_options)
