@@ -66,7 +66,8 @@ class SmallDivider {
   static constexpr std::uint32_t kLargestTotal = 1U << 15;
   explicit SmallDivider(std::uint32_t total) noexcept : factor_((std::uint64_t{1} << 47) / total + 1) {}
   [[nodiscard]] std::uint32_t share(std::uint32_t range, std::uint32_t part) const noexcept {
-    return static_cast<std::uint32_t>((std::uint64_t{range * part} * factor_) >> 47);
+    const std::uint32_t product = range * part;  // fits: see above
+    return static_cast<std::uint32_t>((product * factor_) >> 47);
   }
   [[nodiscard]] static std::uint32_t scaled(std::uint32_t place, std::uint32_t total,
                                             std::uint32_t range) noexcept {
@@ -117,7 +118,7 @@ bool decodeValues(BitReader& text, const ProbabilityTable& table, std::span<cons
     low <<= common;
     high = (high << common) | ((1U << common) - 1);
     const auto squeezed =
-        static_cast<std::uint32_t>(std::countl_one(static_cast<std::uint16_t>((low & ~high) << 1)));
+        static_cast<std::uint32_t>(std::countl_one(static_cast<std::uint16_t>((low & ~high) << 1))) & 15U;
     low = (low << squeezed) & (squeezed != 0 ? 0x7fffU : 0xffffU);
     high = ((high << squeezed) | ((1U << squeezed) - 1) | (squeezed != 0 ? 0x8000U : 0U)) & 0xffffU;
     const std::uint32_t leaving = common + squeezed;
