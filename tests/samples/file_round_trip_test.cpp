@@ -10,6 +10,7 @@
 #include "samples/maker/quantise.h"
 #include "samples/maker/sample_files.h"
 #include "samples/maker/solids.h"
+#include "samples/maker/survey.h"
 #include "samples/maker/write_jt.h"
 #include "tests/jttk/model/walk.h"
 
@@ -28,6 +29,8 @@ struct Expected {
   std::optional<Rgba> inherited;  // of the occurrence, when they have none
   std::size_t triangles = 0;
   std::uint64_t checksum = 0;
+  std::size_t line_segments = 0;
+  std::size_t points = 0;
 };
 
 // Sum of FNV-1a over the triangles, each from its smallest rotation on.
@@ -72,8 +75,20 @@ void expand(const Product& product, const Options& options, const Ref& ref, cons
     if (part.material) e.color = part.material->diffuse;
     if (source.shape.material) e.color = source.shape.material->diffuse;
     if (!e.color && occurrence) e.inherited = occurrence->diffuse;
-    e.triangles = source.shape.primitiveCount();
-    e.checksum = checksum(dequantised(source.shape, options));
+    const Shape& shape = source.shape;
+    switch (shape.kind) {
+      case ShapeKind::Polylines:
+        e.line_segments = shape.corner_positions.size() - shape.primitiveCount();
+        break;
+      case ShapeKind::Points:
+        e.points = shape.corner_positions.size();
+        break;
+      case ShapeKind::Triangles:
+      case ShapeKind::Polygons:
+        e.triangles = shape.primitiveCount();
+        e.checksum = checksum(dequantised(shape, options));
+        break;
+    }
     out.push_back(std::move(e));
   }
 }
@@ -118,6 +133,8 @@ void expectWalks(const Product& product, const Options& options) {
     EXPECT_EQ(found.path, wanted.path);
     EXPECT_EQ(found.triangles_nd, wanted.triangles) << wanted.path.back();
     EXPECT_EQ(found.checksum_nd, wanted.checksum) << wanted.path.back();
+    EXPECT_EQ(found.line_segments, wanted.line_segments) << wanted.path.back();
+    EXPECT_EQ(found.points, wanted.points) << wanted.path.back();
     for (std::size_t k = 0; k < 16; ++k)
       EXPECT_NEAR(found.world[k], wanted.world[k], 1e-4) << wanted.path.back();
     if (wanted.color) {
@@ -133,6 +150,14 @@ void expectWalks(const Product& product, const Options& options) {
 TEST(FileRoundTrip, theEngineIsTheSameInEveryVersion) {
   const Product engine = beamEngine();
   for (const auto version : kVersions) expectWalks(engine, {.version = version});
+}
+
+TEST(FileRoundTrip, linesAndPointsInEveryVersion) {
+  const Product hill = survey();
+  for (const auto version : kVersions) {
+    expectWalks(hill, {.version = version});
+    expectWalks(hill, {.version = version, .coordinate_bits = 20});
+  }
 }
 
 TEST(FileRoundTrip, quantisedAndBigEndianFiles) {
