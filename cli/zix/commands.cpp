@@ -14,7 +14,8 @@ std::span<const Command> commands() {
       {"validate", {"F"}, "Checks every byte of the file. Code 1 when it is damaged.", {}, runValidate},
       {"export",
        {"F", "OUT"},
-       "Writes the scene in another format, by OUT's extension: .stl (binary, world coordinates) or .obj.",
+       "Writes the scene in another format, by OUT's extension: .glb (tree and materials), .stl (binary) or "
+       ".obj (both in world coordinates).",
        {},
        runExport},
   };
