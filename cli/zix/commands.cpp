@@ -18,6 +18,13 @@ std::span<const Command> commands() {
        ".obj (both in world coordinates).",
        {},
        runExport},
+      {"render",
+       {"F", "OUT.png"},
+       "A picture of the scene.",
+       {{"--size", "WxH", "Width and height in pixels; 1024x768 unless stated."},
+        {"--view", "NAME",
+         "One of the scene's views: front, back, left, right, top, bottom, iso (the default)."}},
+       runRender},
   };
   return table;
 }
