@@ -39,6 +39,7 @@ int runInfo(const Invocation& call);
 int runTree(const Invocation& call);
 int runValidate(const Invocation& call);
 int runExport(const Invocation& call);
+int runRender(const Invocation& call);
 
 std::span<const Command> commands();
 
