@@ -71,6 +71,14 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
   return entry->second.get();
 }
 
+std::vector<std::string> Library::otherFiles() const {
+  std::vector<std::string> paths;
+  for (const auto& [canonical, document] : documents_) {
+    if (document && document.get() != mainWay()->document) paths.push_back(document->path);
+  }
+  return paths;
+}
+
 void Library::tellDamage(Document& document) {
   SceneGraph& graph = document.graph;
   has_materials_ = has_materials_ || graph.has_materials;

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "jttk/model/document.h"
 #include "jttk/model/file_finder.h"
@@ -32,9 +33,8 @@ class Library {
   // Whether inherited names have been worked out (see names.h).
   [[nodiscard]] bool namesGiven() const { return names_given_; }
   void setNamesGiven() { names_given_ = true; }
-  [[nodiscard]] const std::map<std::string, std::unique_ptr<Document>>& documents() const {
-    return documents_;
-  }
+  // The paths of the files that were opened besides the main one.
+  [[nodiscard]] std::vector<std::string> otherFiles() const;
 
  private:
   struct Reference {
