@@ -15,7 +15,9 @@ void check(bool holds) {
   if (!holds) std::abort();
 }
 
-void checkRange(jttk::Range range, std::size_t size) { check(range.first <= size && range.count <= size - range.first); }
+void checkRange(jttk::Range range, std::size_t size) {
+  check(range.first <= size && range.count <= size - range.first);
+}
 
 void checkNodes(const jttk::SceneGraph& graph) {
   check(graph.root < graph.nodes.size());

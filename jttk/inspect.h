@@ -31,7 +31,7 @@ struct NodeDescription {
   bool has_material = false;  // of parts: a grey one that only stands in does not count
   // Contents of assemblies and parts that were listed before are not listed again.
   bool listed_before = false;
-  std::string units;  // as stored; empty when the node states none
+  std::string units;                                  // as stored; empty when the node states none
   std::vector<std::vector<ShapeDescription>> levels;  // of parts, the finest first
 };
 
@@ -54,11 +54,11 @@ struct FileDescription {
   std::string header_text;  // without padding
   std::string units;        // the topmost that is not `Unknown`; lower case; empty when there is none
   std::size_t duplicate_entries = 0;
-  std::vector<SegmentDescription> segments;        // of this file, by type and compression
-  std::vector<std::string> files;                  // other files of the model that were opened, host form
-  std::vector<NodeDescription> tree;               // depth first
-  bool tree_is_cut = false;                        // it has more nodes than were asked for
-  std::map<std::string, std::size_t> unknown;      // kinds (GUID) of elements that are not known: how many
+  std::vector<SegmentDescription> segments;    // of this file, by type and compression
+  std::vector<std::string> files;              // other files of the model that were opened, host form
+  std::vector<NodeDescription> tree;           // depth first
+  bool tree_is_cut = false;                    // it has more nodes than were asked for
+  std::map<std::string, std::size_t> unknown;  // kinds (GUID) of elements that are not known: how many
   std::vector<Loss> losses;
   std::vector<std::string> notes;
 };

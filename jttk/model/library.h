@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "jttk/model/document.h"
@@ -40,7 +41,9 @@ class Library {
   struct Reference {
     Document* document;
     std::uint32_t node;
-    friend auto operator<=>(const Reference&, const Reference&) = default;
+    bool operator<(const Reference& other) const {
+      return std::tie(document, node) < std::tie(other.document, other.node);
+    }
   };
 
   Document* open(const Reference& reference);

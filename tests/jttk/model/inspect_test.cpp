@@ -62,8 +62,9 @@ TEST(Inspect, TellsContainerTreeAndLevels) {
   EXPECT_EQ(file.segments[1].count, 2U);
   std::vector<std::string> tree;
   for (const auto& node : file.tree) {
-    tree.push_back(std::string(node.depth, ' ') + node.kind + " " + node.name + (node.has_transform ? " T" : "") +
-                   (node.has_material ? " M" : "") + (node.listed_before ? " again" : ""));
+    tree.push_back(std::string(node.depth, ' ') + node.kind + " " + node.name +
+                   (node.has_transform ? " T" : "") + (node.has_material ? " M" : "") +
+                   (node.listed_before ? " again" : ""));
   }
   EXPECT_THAT(tree, ElementsAre("assembly machine", " instance first T", "  part wheel", " instance second",
                                 "  part wheel again", " part bare M"));
