@@ -24,8 +24,8 @@ std::string scratchPath(const char* name) {
   return loftbay::host::toProgramPath(std::string(text.begin(), text.end()));
 }
 
-// 64 MiB as 16 coordinate arrays.
-constexpr std::size_t kArrays = 16;
+// 384 MiB as 128 coordinate arrays: so much that the rename and the second flush at the end weigh little.
+constexpr std::size_t kArrays = 128;
 const std::vector<float>& values() {
   static const std::vector<float> made = [] {
     std::vector<float> list(std::size_t{3} << 18 | 1U);
