@@ -11,7 +11,7 @@
 namespace Orb::Zix {
 
 inline std::uint64_t checksum(std::span<const std::byte> bytes) {
-  return XXH64(bytes.data(), bytes.size(), 0);
+  return bytes.empty() ? XXH64("", 0, 0) : XXH64(bytes.data(), bytes.size(), 0);
 }
 
 // The same over bytes that come piece by piece.

@@ -10,8 +10,6 @@ namespace Orb::Zix {
 
 namespace {
 
-using format::kNone;
-
 template <typename T>
 std::span<const std::byte> bytesOf(const T& record) {
   return std::as_bytes(std::span(&record, 1));
