@@ -1,4 +1,4 @@
-// `loftbay convert`: one JT file into one Zix scene.
+// `loftbay convert`: JT files into Zix scenes.
 #pragma once
 
 #include <optional>
@@ -7,18 +7,19 @@
 
 namespace loftbay::cli {
 
+// What the user asked for. Paths in host form, as given.
 struct ConvertOptions {
-  std::string input;   // host form, as given
-  std::string output;  // host form, as given
   bool optimize = true;
   std::optional<float> tess_tolerance;
   bool allow_outside = false;
-  std::optional<std::string> work_dir;  // host form
+  std::optional<std::string> work_dir;
   bool json = false;
   bool quiet = false;
+  bool in_batch = false;  // this process converts one file of a batch: its messages name the file
 };
 
-// Parses the arguments of `convert` and runs it. The result is the exit code.
+// Parses the arguments of `convert` and runs it: one file in this process, several with a process each. The
+// result is the exit code.
 int convertCommand(const std::vector<std::string>& arguments);
 
 }  // namespace loftbay::cli

@@ -330,6 +330,73 @@ class Interrupted(CliTest):
         self.skipTest("every run was over before, or not yet ready for, the signal")
 
 
+class Batch(CliTest):
+    def setUp(self):
+        super().setUp()
+        self.out_dir = self.path("scenes")
+        self.models = [self.path(name) for name in ("one.jt", "two.jt", "three.jt")]
+        for model in self.models:
+            shutil.copy(SAMPLE, model)
+
+    def reports(self, result):
+        reports = json.loads(result.stdout)
+        for report in reports:
+            self.assertEqual(list(report), REPORT_KEYS)
+        return reports
+
+    def test_converts_every_file_into_a_folder_that_it_makes(self):
+        result = self.run_program("convert", *self.models, "--out-dir", self.out_dir, "--jobs", "2", "--json")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        reports = self.reports(result)
+        self.assertEqual([report["input"] for report in reports], self.models)
+        self.assertEqual(sorted(os.listdir(self.out_dir)), ["one.zix", "three.zix", "two.zix"])
+        self.assertEqual(len({report["log"] for report in reports}), 3)
+        self.assertIn(b"3 converted, 0 failed", result.stderr)
+
+    def test_one_failure_does_not_stop_the_rest(self):
+        self.write("two.jt", b"nonsense")
+        missing = self.path("missing.jt")
+        result = self.run_program(self.models[0], self.models[1], missing, self.models[2],
+                                  "--out-dir", self.out_dir, "--jobs", "2", "--json")
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual([report["ok"] for report in self.reports(result)], [True, False, False, True])
+        self.assertIn(missing.encode() + b": Error:Input file is not found.", result.stderr)
+        self.assertIn(b"2 converted, 2 failed", result.stderr)
+        for name in ("one.zix", "three.zix"):
+            self.assertTrue(os.path.exists(os.path.join(self.out_dir, name)))
+
+    def test_inputs_that_would_share_an_output_are_refused_before_anything_runs(self):
+        os.mkdir(self.path("other"))
+        twin = self.path("other/one.JT")
+        shutil.copy(SAMPLE, twin)
+        result = self.run_program(self.models[0], twin, "--out-dir", self.out_dir)
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertIn(self.models[0].encode(), result.stderr)
+        self.assertIn(twin.encode(), result.stderr)
+        self.assertFalse(os.path.exists(self.out_dir))
+
+    def test_jobs_must_be_a_positive_number_and_goes_with_a_folder(self):
+        self.assertEqual(self.run_program(*self.models, "--out-dir", self.out_dir, "--jobs", "0").returncode, 2)
+        self.assertEqual(self.run_program(self.models[0], self.out, "--jobs", "2").returncode, 2)
+
+    def test_an_interrupt_ends_the_batch_with_130_and_leaves_nothing_half_written(self):
+        models = []
+        for number in range(60):
+            models.append(self.path(f"model{number}.jt"))
+            shutil.copy(SAMPLE, models[-1])
+        process = subprocess.Popen([LOFTBAY, *models, "--out-dir", self.out_dir, "--jobs", "2", "--quiet"],
+                                   stderr=subprocess.DEVNULL, env={**os.environ, "MERIDAN_TEMP_PATH": self.path("work")})
+        deadline = time.time() + 30
+        while time.time() < deadline and not (os.path.isdir(self.out_dir) and os.listdir(self.out_dir)):
+            time.sleep(0.002)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(timeout=60), 130)
+        for name in os.listdir(self.out_dir):
+            self.assertTrue(name.endswith(".zix"), name)
+            scene = os.path.join(self.out_dir, name)
+            self.assertEqual(subprocess.run([ZIX, "validate", scene], capture_output=True).returncode, 0)
+
+
 class Terminal(CliTest):
     def run_at_terminal(self, environment):
         master, slave = pty.openpty()

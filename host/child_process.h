@@ -1,0 +1,32 @@
+// Runs other programs: starts one, reads its standard output, waits for its end. Standard error is shared
+// with this process. Several threads may each run a child at the same time.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace loftbay::host {
+
+struct ChildResult {
+  bool started = false;
+  bool crashed = false;  // ended by a signal, or with a code that only the system gives
+  int exit_code = 0;     // when it was started and did not crash
+  std::uint64_t process_id = 0;
+  std::string reason;  // why it could not be started, or how it crashed
+  std::string output;  // its standard output
+};
+
+// `program` and `arguments` in host form, UTF-8; the program's own name is not among the arguments.
+ChildResult runChild(const std::string& program, const std::vector<std::string>& arguments);
+
+// Asks all children that run now, and all that are started later, to end. Safe in a signal handler.
+void interruptChildren() noexcept;
+
+// True once interruptChildren was called.
+bool childrenInterrupted() noexcept;
+
+// The path of the running program in host form; empty when the system does not tell.
+std::string ownProgram();
+
+}  // namespace loftbay::host
