@@ -266,13 +266,13 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
   }
   file.loaded = true;
   describeContainer(**document, file);
-  auto model = Model::create(std::move(*document));
-  model->ref();
-  TreeLister(file, options).run(model);
-  for (const std::string& path : dynamic_cast<ModelNode&>(*model).model().library().otherFiles()) {
+  JtkHierarchy* root = Model::create(std::move(*document));
+  root->ref();
+  TreeLister(file, options).run(root);
+  for (const std::string& path : dynamic_cast<ModelNode&>(*root).model().library().otherFiles()) {
     file.files.push_back(loftbay::host::toHostPath(path));
   }
-  model->unref();
+  root->unref();
   return file;
 }
 

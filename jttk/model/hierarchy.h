@@ -32,7 +32,6 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
  public:
   HierarchyObject(Model& model, Product product, Met met, const Inherited& inherited)
       : model_(model), product_(std::move(product)), met_(met), below_(inherited) {
-    this->ref();
     Matrix own = inherited.transform == nullptr ? kIdentity : *inherited.transform;
     bool has_transform = inherited.transform != nullptr;
     for (const NodeRef& ref : product_.chain) has_transform |= model_.applyAttributes(ref, below_, own);
@@ -48,7 +47,7 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
   void wasLeft() override { model_.releaseShapes(); }
   [[nodiscard]] Model& model() override { return model_; }
 
-  // The root owns the model; it is the one object that does not hold a reference to itself.
+  // The root owns the model; the other nodes are held by it.
   void own(std::unique_ptr<Model> model) { owned_model_ = std::move(model); }
 
   [[nodiscard]] const Product& product() const { return product_; }

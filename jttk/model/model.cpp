@@ -35,9 +35,8 @@ JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
   auto model = std::make_unique<Model>(std::move(main));
   const FileWay* way = model->library_.mainWay();
   const NodeRef root{way, way->document->graph.root};
-  Model& owned = *model;
-  JtkHierarchy* object = owned.place(root, rootMet(root), {});
-  owned.objects_.pop_back();
+  Model& owned = *model;  // the root takes the pointer
+  JtkHierarchy* object = owned.make(root, rootMet(root), {});
   switch (object->typeID()) {
     case JtkEntity::JtkASSEMBLY:
       static_cast<AssemblyObject*>(object)->own(std::move(model));
@@ -58,30 +57,34 @@ Model::~Model() {
   for (JtkHierarchy* object : objects_) object->unref();
 }
 
-template <typename Object>
-JtkHierarchy* Model::add(std::unique_ptr<Object> object) {
-  objects_.push_back(object.get());
-  return object.release();
+JtkHierarchy* Model::hold(JtkHierarchy* object) {
+  object->ref();
+  objects_.push_back(object);
+  return object;
 }
 
-JtkHierarchy* Model::place(NodeRef ref, Met met, const Inherited& inherited) {
+JtkHierarchy* Model::make(NodeRef ref, Met met, const Inherited& inherited) {
   Product product = isShown(ref.document().graph, ref.node)
                         ? classify(ref, met, library_)
                         : Product{ProductKind::Part, {}, {ref.way, kNone}, false};
-  if (product.top().node == kNone) return placeEmpty(ref, ref.document().nearestLabel(ref.node));
+  if (product.top().node == kNone) return new PartObject(*this, ref, ref.document().nearestLabel(ref.node));
   switch (product.kind) {
     case ProductKind::Assembly:
-      return add(std::make_unique<AssemblyObject>(*this, std::move(product), met, inherited));
+      return new AssemblyObject(*this, std::move(product), met, inherited);
     case ProductKind::Instance:
-      return add(std::make_unique<InstanceObject>(*this, std::move(product), met, inherited));
+      return new InstanceObject(*this, std::move(product), met, inherited);
     case ProductKind::Part:
       break;
   }
-  return add(std::make_unique<PartObject>(*this, std::move(product), met, inherited));
+  return new PartObject(*this, std::move(product), met, inherited);
+}
+
+JtkHierarchy* Model::place(NodeRef ref, Met met, const Inherited& inherited) {
+  return hold(make(ref, met, inherited));
 }
 
 JtkHierarchy* Model::placeEmpty(NodeRef near, std::string name) {
-  return add(std::make_unique<PartObject>(*this, near, std::move(name)));
+  return hold(new PartObject(*this, near, std::move(name)));
 }
 
 bool Model::countPlace() {

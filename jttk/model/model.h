@@ -43,7 +43,7 @@ class Model {
   [[nodiscard]] Library& library() { return library_; }
   [[nodiscard]] MaterialStates& materials() { return materials_; }
 
-  // The object for a node at a place. Owned by the model.
+  // The object for a node at a place. Held by the model.
   JtkHierarchy* place(NodeRef ref, Met met, const Inherited& inherited);
   // A part without levels for something that cannot be had.
   JtkHierarchy* placeEmpty(NodeRef near, std::string name);
@@ -65,8 +65,8 @@ class Model {
   void releaseShapes();
 
  private:
-  template <typename Object>
-  JtkHierarchy* add(std::unique_ptr<Object> object);
+  JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
+  JtkHierarchy* hold(JtkHierarchy* object);
 
   Library library_;
   MaterialStates materials_;

@@ -5,8 +5,8 @@
 
 namespace jttk {
 
-// A class of the interface whose objects are of one type. Objects that belong to another object hold a
-// reference to themselves from the start, so that a user's ref and unref never destroy them.
+// A class of the interface whose objects are of one type. What belongs to
+// another object is held by it with a reference, so that a user's ref and unref never destroy it.
 template <typename Interface, JtkEntity::TypeID Type>
 class Typed : public Interface {
  public:
