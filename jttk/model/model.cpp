@@ -80,7 +80,16 @@ JtkHierarchy* Model::make(NodeRef ref, Met met, const Inherited& inherited) {
 }
 
 JtkHierarchy* Model::place(NodeRef ref, Met met, const Inherited& inherited) {
-  return hold(make(ref, met, inherited));
+  const PartKey key{&ref.document(),
+                    ref.node,
+                    met,
+                    inherited.material,
+                    inherited.transform_is_final,
+                    inherited.transform == nullptr ? kIdentity : *inherited.transform};
+  if (const auto known = parts_.find(key); known != parts_.end()) return known->second;
+  JtkHierarchy* object = hold(make(ref, met, inherited));
+  if (object->typeID() == JtkEntity::JtkPART) parts_.emplace(key, object);
+  return object;
 }
 
 JtkHierarchy* Model::placeEmpty(NodeRef near, std::string name) {

@@ -4,8 +4,10 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "jttk/jttk.h"
@@ -43,7 +45,8 @@ class Model {
   [[nodiscard]] Library& library() { return library_; }
   [[nodiscard]] MaterialStates& materials() { return materials_; }
 
-  // The object for a node at a place. Held by the model.
+  // The object for a node at a place. Held by the model. A part that is met again under the same conditions
+  // is the same object, so that whoever compares parts sees that it is one.
   JtkHierarchy* place(NodeRef ref, Met met, const Inherited& inherited);
   // A part without levels for something that cannot be had.
   JtkHierarchy* placeEmpty(NodeRef near, std::string name);
@@ -65,6 +68,21 @@ class Model {
   void releaseShapes();
 
  private:
+  // What decides how a part looks at a place.
+  struct PartKey {
+    Document* document;
+    std::uint32_t node;
+    Met met;
+    MaterialStates::State material;
+    bool transform_is_final;
+    Matrix transform;
+    bool operator<(const PartKey& other) const {
+      return std::tie(document, node, met, material, transform_is_final, transform) <
+             std::tie(other.document, other.node, other.met, other.material, other.transform_is_final,
+                      other.transform);
+    }
+  };
+
   JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
   JtkHierarchy* hold(JtkHierarchy* object);
 
@@ -73,6 +91,7 @@ class Model {
   ShapeCache cache_;
   std::deque<Matrix> matrices_;
   std::vector<JtkHierarchy*> objects_;
+  std::map<PartKey, JtkHierarchy*> parts_;
   std::vector<ShapeObject*> holding_;
   std::size_t places_ = 0;
 };
