@@ -1,0 +1,101 @@
+"""Every real JT file at hand goes through the programs: it converts without a loss, the scene is valid, and the
+scene's shapes, box and area in space are those that an independent decoder found.
+
+The files are not part of the project: LOFTBAY_JT_SAMPLES names their folder; without it every test is skipped."""
+
+import glob
+import json
+import math
+import os
+import shutil
+import struct
+import subprocess
+import tempfile
+import unittest
+
+SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
+LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
+ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
+SAMPLES = os.environ.get("LOFTBAY_JT_SAMPLES", os.path.join(SOURCE, "..", "shared", "jt-samples"))
+FILES = sorted(glob.glob(os.path.join(SAMPLES, "**", "*.jt"), recursive=True))
+
+
+def stl_area(path):
+    """Sum of the triangle areas, and how many triangles have no two corners at one place."""
+    with open(path, "rb") as file:
+        data = file.read()
+    (count,) = struct.unpack_from("<I", data, 80)
+    area = 0.0
+    proper = 0
+    for i in range(count):
+        values = struct.unpack_from("<12f", data, 84 + 50 * i)
+        a, b, c = values[3:6], values[6:9], values[9:12]
+        if a != b and b != c and a != c:
+            proper += 1
+        u = [b[k] - a[k] for k in range(3)]
+        v = [c[k] - a[k] for k in range(3)]
+        cross = (u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0])
+        area += math.sqrt(sum(x * x for x in cross)) / 2
+    return area, proper
+
+
+@unittest.skipUnless(FILES, "skipped: tests on real JT files (no folder " + SAMPLES + ")")
+class RealFiles(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="loftbay-real-")
+        self.addCleanup(shutil.rmtree, self.folder, True)
+
+    def expected(self, path):
+        name = os.path.relpath(path, SAMPLES)[:-3] + ".json"
+        with open(os.path.join(SAMPLES, "expected", name), encoding="utf-8") as file:
+            return json.load(file)
+
+    def convert(self, path, *options):
+        scene = os.path.join(self.folder, os.path.basename(path)[:-3] + ".zix")
+        env = {**os.environ, "MERIDAN_TEMP_PATH": os.path.join(self.folder, "work")}
+        result = subprocess.run([LOFTBAY, path, scene, "--json", *options], capture_output=True, env=env, timeout=300)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        return scene, json.loads(result.stdout)
+
+    def test_each_file_converts_without_a_loss_and_everything_is_in_place(self):
+        for path in FILES:
+            with self.subTest(file=os.path.relpath(path, SAMPLES)):
+                placed = self.expected(path)["placed"]
+                scene, report = self.convert(path)
+                self.assertEqual(report["skipped"], [])
+                self.assertEqual(report["counts"]["shapes"], placed["shapes"])
+                validated = subprocess.run([ZIX, "validate", scene], capture_output=True)
+                self.assertEqual(validated.returncode, 0, validated.stdout)
+
+                info = json.loads(subprocess.run([ZIX, "info", scene, "--json"], capture_output=True).stdout)
+                size = max(b - a for a, b in zip(placed["bbox"][:3], placed["bbox"][3:]))
+                for ours, theirs in zip(info["bbox"], placed["bbox"]):
+                    self.assertAlmostEqual(ours, theirs, delta=2e-5 * size)
+
+                stl = scene[:-4] + ".stl"
+                subprocess.run([ZIX, "export", scene, stl], check=True, capture_output=True)
+                area, _ = stl_area(stl)
+                self.assertAlmostEqual(area, placed["area"], delta=5e-4 * placed["area"])
+
+    def test_without_merging_every_triangle_is_there(self):
+        for path in FILES:
+            with self.subTest(file=os.path.relpath(path, SAMPLES)):
+                placed = self.expected(path)["placed"]
+                scene, report = self.convert(path, "--no-optimize")
+                self.assertGreaterEqual(report["counts"]["triangles"], placed["triangles_nd"])
+
+    def test_info_names_what_each_file_holds(self):
+        for path in FILES:
+            with self.subTest(file=os.path.relpath(path, SAMPLES)):
+                expected = self.expected(path)
+                result = subprocess.run([LOFTBAY, "info", path, "--json"], capture_output=True, timeout=300)
+                self.assertEqual(result.returncode, 0, result.stderr)
+                document = json.loads(result.stdout)
+                self.assertEqual(document["version"], expected["version"])
+                self.assertEqual(document["byte_order"], expected["byte_order"])
+                self.assertEqual(sum(document["segments"].values()), sum(expected["segments"].values()))
+                self.assertEqual(document["cannot_be_converted"], [])
+
+
+if __name__ == "__main__":
+    unittest.main()
