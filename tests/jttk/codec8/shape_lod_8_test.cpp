@@ -331,6 +331,37 @@ TEST(ShapeLod8Lossless, attributesPerFacetAreNotKnown) {
 
 // ---- kinds ----
 
+// A dart: the third corner lies inside of the triangle of the others, so the polygon is concave there.
+TEST(ShapeLod8, polygonSetsKeepTheCornersOfTheirPolygons) {
+  LossyShape shape = quad();
+  shape.starts = {0, 4, 7};
+  shape.ranges = {{0, 7, 3}, {0, 7, 3}, {0, 0, 8}};
+  shape.coordinates = {{0, 6, 2, 0}, {0, 0, 2, 6}, {0, 0, 0, 0}};
+  shape.indices = {0, 1, 2, 3, 1, 3, 2};
+  for (const ByteOrder order : {ByteOrder::Little, ByteOrder::Big}) {
+    const ShapeGeometry decoded = decode(lossyBody(shape, order), test::kPolygonSet);
+    EXPECT_EQ(decoded.kind, PrimitiveKind::Polygons);
+    EXPECT_THAT(decoded.primitive_starts, ElementsAre(0, 4, 7));
+    EXPECT_THAT(decoded.positions, ElementsAre(0, 0, 0, 6, 0, 0, 2, 2, 0, 0, 6, 0));
+    EXPECT_THAT(decoded.corner_positions, ElementsAre(0, 1, 2, 3, 1, 3, 2));
+  }
+}
+
+TEST(ShapeLod8, polygonsCanHaveANormalEach) {
+  LossyShape shape = quad();
+  shape.starts = {0, 4, 7};
+  shape.indices = {0, 1, 2, 3, 1, 3, 2};
+  shape.normal_binding = 2;  // per facet, which is the polygon
+  shape.normals = {{5, 1}, {7, 7}, {127, 127}, {0, 0}};
+  const ShapeGeometry decoded = decode(lossyBody(shape), test::kPolygonSet);
+  ASSERT_EQ(decoded.corner_records.size(), 7U);
+  for (std::size_t corner = 0; corner < 7; ++corner) {
+    const std::size_t record = decoded.corner_records[corner];
+    EXPECT_EQ(decoded.normals[3 * record], corner < 4 ? 1 : 0);
+    EXPECT_EQ(decoded.normals[3 * record + 2], corner < 4 ? 0 : 1);
+  }
+}
+
 TEST(ShapeLod8, nullShapeIsEmpty) {
   const Guid null_shape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
   const ShapeGeometry shape = decode(Bytes(), null_shape);
