@@ -32,7 +32,6 @@ constexpr Guid kPolylineSet = vertexShapeGuid(0x10dd10a1);
 constexpr Guid kPolygonSet = vertexShapeGuid(0x10dd109f);
 constexpr Guid kPointSet = {0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
 constexpr Guid kNullShape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
-constexpr Guid kPrimitiveSet = {0xe40373c1, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
 
 struct Kind {
   PrimitiveKind primitives;
@@ -143,7 +142,6 @@ Result<void> shape8::readValues(ByteReader& in, Context& context, std::size_t ma
 
 Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind) {
   if (kind == kNullShape) return ShapeGeometry{};
-  if (kind == kPrimitiveSet) return fail("primitive set: not supported", element_body.offset());
   const std::optional<Kind> vertex_shape = vertexShapeKind(kind);
   if (!vertex_shape)
     return fail("shape LOD element " + kind.text() + ": not supported", element_body.offset());
