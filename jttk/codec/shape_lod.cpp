@@ -81,7 +81,6 @@ Result<ShapeGeometry> decodeRepData(ByteReader& reader, const Guid& kind, Packet
 }
 
 Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version version) {
-  if (version.major < 9) return decodeShapeLod8(body, kind);
   if (version.major == 9) {
     skipFrontMatter9(body);
     return decodeRepData(body, kind, PacketForm::Jt9);
@@ -102,6 +101,8 @@ Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, By
   if (kind == kPrimitiveSet) return fail(kPrimitiveSetRefusal, segment.base_offset);
   const bool known = kind == kTriStripSet || kind == kPolygonSet || kind == kPolylineSet || kind == kPointSet;
   if (!known) return fail("shape: elements of type " + kind.text() + " are not known", segment.base_offset);
+  // Errors of 8.x name the kind already.
+  if (version.major < 9) return decodeShapeLod8(element->body, kind);
   auto shape = decodeSet(element->body, kind, version);
   if (!shape) return tl::unexpected<Error>(shape.error().in(nameOf(kind)));
   return shape;

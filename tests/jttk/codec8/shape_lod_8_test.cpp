@@ -8,6 +8,7 @@
 #include <limits>
 #include <string>
 
+#include "jttk/codec/shape_lod.h"
 #include "tests/jttk/codec8/packet_writer.h"
 #include "tests/jttk/codec8/shape_writer.h"
 
@@ -479,6 +480,17 @@ TEST(ShapeLod8, errorsNameTheKindAndThePlace) {
   ASSERT_FALSE(decoded.has_value());
   EXPECT_THAT(decoded.error().what, HasSubstr("polygon set: "));
   EXPECT_GT(decoded.error().offset, 1000U);
+
+  // The same through a whole segment: the kind is named once.
+  Bytes element;
+  element.i32(17 + 2).i32(0x10dd109f).i16(0x2ac8).i16(0x11d1);
+  for (const std::uint32_t byte : test::kPolygonSet.d) element.u8(byte);
+  element.u8(4).i16(7);  // base type, a version that does not exist
+  Segment segment;
+  segment.data = element.data();
+  const auto whole = decodeShapeLod(segment, {8, 1}, ByteOrder::Little);
+  ASSERT_FALSE(whole.has_value());
+  EXPECT_EQ(whole.error().what.rfind("polygon set: "), 0U) << whole.error().what;
 }
 
 }  // namespace
