@@ -1,137 +1,37 @@
-// The classic coder with 16-bit registers: every value narrows [low, high] to the share that its entry has of
-// the total; bits that low and high have in common leave at the top.
+// Tables of up to 65535 occurrences are made ready for the quick decoder; larger ones are searched.
 #include "jttk/codec/arithmetic.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
+#include <iterator>
 #include <limits>
 #include <string>
+
+#include "jttk/codec/arithmetic_coder.h"
 
 namespace jttk {
 namespace {
 
-// Finds the entry of a scaled code. The scale is cut into at most 1024 buckets, each with the first and last
-// entry that reach into it, so the search within is over few entries.
-class EntryFinder {
- public:
-  explicit EntryFinder(const ProbabilityTable& table) : entries_(table.entries.data()) {
-    while ((table.total - 1) >> shift_ >= kBuckets) ++shift_;
-    std::uint32_t entry = 0;
-    const std::uint32_t used = ((table.total - 1) >> shift_) + 1;
-    for (std::uint32_t bucket = 0; bucket < used; ++bucket) {
-      const std::uint32_t start = bucket << shift_;
-      while (start - entries_[entry].cumulative >= entries_[entry].occurrences) ++entry;
-      first_[bucket] = entry;
-    }
-    // The last entry that can be chosen, for the end of the last bucket.
-    auto last = static_cast<std::uint32_t>(table.entries.size() - 1);
-    while (entries_[last].occurrences == 0) --last;
-    first_[used] = last;
-  }
+// The entry that contains `place`, which is less than the table's total: the last one that begins at or
+// before it. Entries without occurrences share their beginning with the next one, so it is none of them.
+const ProbabilityEntry& entryAt(const ProbabilityTable& table, std::uint64_t place) {
+  const auto behind = std::upper_bound(
+      table.entries.begin(), table.entries.end(), place,
+      [](std::uint64_t wanted, const ProbabilityEntry& entry) { return wanted < entry.cumulative; });
+  return *std::prev(behind);
+}
 
-  // `scaled` is less than the table's total.
-  [[nodiscard]] const ProbabilityEntry& find(std::uint32_t scaled) const noexcept {
-    const std::uint32_t bucket = scaled >> shift_;
-    std::uint32_t low = first_[bucket];
-    std::uint32_t high = first_[bucket + 1];
-    // Many entries in one bucket: the last one that begins at or before `scaled` is found by halving. Entries
-    // without occurrences share their beginning with the next one, so it is never one of them.
-    while (high - low > kFewEntries) {
-      const std::uint32_t middle = low + (high - low + 1) / 2;
-      if (entries_[middle].cumulative <= scaled) {
-        low = middle;
-      } else {
-        high = middle - 1;
-      }
-    }
-    const ProbabilityEntry* entry = entries_ + low;
-    while (scaled - entry->cumulative >= entry->occurrences) ++entry;
-    return *entry;
-  }
-
- private:
-  static constexpr std::uint32_t kBuckets = 1024;
-  static constexpr std::uint32_t kFewEntries = 8;
-  const ProbabilityEntry* entries_;
-  std::uint32_t shift_ = 0;
-  std::array<std::uint32_t, kBuckets + 1> first_{};
-};
-
-// x / total by multiplication, for total <= 2^15 and x <= 2^31: with m = floor(2^47 / total) + 1 the error
-// m * total - 2^47 is at most 2^15, so x * m / 2^47 has the right integer part; and x / total <= 2^16 keeps
-// the product below 2^64.
-class SmallDivider {
- public:
-  static constexpr std::uint32_t kLargestTotal = 1U << 15;
-  explicit SmallDivider(std::uint32_t total) noexcept : factor_((std::uint64_t{1} << 47) / total + 1) {}
-  [[nodiscard]] std::uint32_t share(std::uint32_t range, std::uint32_t part) const noexcept {
-    const std::uint32_t product = range * part;  // fits: see above
-    return static_cast<std::uint32_t>((product * factor_) >> 47);
-  }
-  [[nodiscard]] static std::uint32_t scaled(std::uint32_t place, std::uint32_t total,
-                                            std::uint32_t range) noexcept {
-    return (place * total - 1) / range;
-  }
-
- private:
-  std::uint64_t factor_;
-};
-
-class WideDivider {
- public:
-  explicit WideDivider(std::uint32_t total) noexcept : total_(total) {}
-  [[nodiscard]] std::uint32_t share(std::uint32_t range, std::uint32_t part) const noexcept {
-    return static_cast<std::uint32_t>(std::uint64_t{range} * part / total_);
-  }
-  [[nodiscard]] static std::uint32_t scaled(std::uint32_t place, std::uint32_t total,
-                                            std::uint32_t range) noexcept {
-    return static_cast<std::uint32_t>((std::uint64_t{place} * total - 1) / range);
-  }
-
- private:
-  std::uint64_t total_;
-};
-
-// low <= code <= high holds throughout, whatever the bits are: the entry is chosen so that its share of the
-// interval contains the code, and shifting keeps the order. So no share is ever empty.
-template <typename Divider>
-bool decodeValues(BitReader& text, const ProbabilityTable& table, std::span<const std::int32_t>& out_of_band,
-                  std::span<std::int32_t> values) {
-  // A copy, which the compiler can keep in registers while values are written.
-  BitReader bits = text;
-  const EntryFinder finder(table);
-  const Divider divider(table.total);
+// `next()` gives the entry of the next symbol. False when there are too few out-of-band values.
+template <typename Next>
+bool decodeValues(std::span<const std::int32_t>& out_of_band, std::span<std::int32_t> values, Next next) {
   std::size_t used = 0;
-  std::uint32_t low = 0;
-  std::uint32_t high = 0xffff;
-  std::uint32_t code = bits.bits(16);
   for (std::int32_t& value : values) {
-    const std::uint32_t range = high - low + 1;
-    const ProbabilityEntry& entry = finder.find(Divider::scaled(code - low + 1, table.total, range));
-    high = low + divider.share(range, entry.cumulative + entry.occurrences) - 1;
-    low = low + divider.share(range, entry.cumulative);
-    // Bits in common leave at the top. Then low begins with 0 and high with 1; where low goes on with ones
-    // and high with zeros, these second bits are taken out too, so that the interval does not get too narrow
-    // around the middle. Together these are 16 bits at most.
-    const auto common = static_cast<std::uint32_t>(std::countl_zero(static_cast<std::uint16_t>(low ^ high)));
-    low <<= common;
-    high = (high << common) | ((1U << common) - 1);
-    const auto squeezed =
-        static_cast<std::uint32_t>(std::countl_one(static_cast<std::uint16_t>((low & ~high) << 1))) & 15U;
-    low = (low << squeezed) & (squeezed != 0 ? 0x7fffU : 0xffffU);
-    high = ((high << squeezed) | ((1U << squeezed) - 1) | (squeezed != 0 ? 0x8000U : 0U)) & 0xffffU;
-    const std::uint32_t leaving = common + squeezed;
-    code = ((code << leaving) | bits.bits(leaving)) & 0xffffU;
-    if (squeezed != 0) code ^= 0x8000U;
+    const ProbabilityEntry& entry = next();
+    value = entry.value;
     if (entry.is_escape) {
       if (used == out_of_band.size()) return false;
       value = out_of_band[used++];
-    } else {
-      value = entry.value;
     }
   }
-  text = bits;
   out_of_band = out_of_band.subspan(used);
   return true;
 }
@@ -183,11 +83,22 @@ Result<ProbabilityTable> readProbabilityTable(ByteReader& reader, PacketForm for
 Result<void> decodeArithmetic(const CodeText& text, const ProbabilityTable& table,
                               std::span<const std::int32_t> out_of_band, std::span<std::int32_t> values) {
   if (table.total == 0) return fail("arithmetic packet: its probability table is empty", text.offset);
-  BitReader bits = text.bits();
-  const bool done = table.total <= SmallDivider::kLargestTotal
-                        ? decodeValues<SmallDivider>(bits, table, out_of_band, values)
-                        : decodeValues<WideDivider>(bits, table, out_of_band, values);
-  if (bits.overread()) return fail("arithmetic packet: the code text is too short", text.offset);
+  ArithmeticDecoder decoder(text.bits());
+  bool done = false;
+  if (table.total <= kMaximumQuickTotal) {
+    const ArithmeticTable quick(table.entries, table.total,
+                                [](const auto& entry) { return entry.occurrences; });
+    const ProbabilityEntry* const entries = table.entries.data();
+    done = decodeValues(out_of_band, values,
+                        [&]() -> const ProbabilityEntry& { return entries[decoder.decode(quick)]; });
+  } else {
+    done = decodeValues(out_of_band, values, [&]() -> const ProbabilityEntry& {
+      const ProbabilityEntry& entry = entryAt(table, decoder.place(table.total));
+      decoder.take(entry.cumulative, std::uint64_t{entry.cumulative} + entry.occurrences, table.total);
+      return entry;
+    });
+  }
+  if (decoder.bits().overread()) return fail("arithmetic packet: the code text is too short", text.offset);
   if (!done) return fail("arithmetic packet: there are too few out-of-band values", text.offset);
   if (!out_of_band.empty()) return fail("arithmetic packet: out-of-band values are left over", text.offset);
   return {};

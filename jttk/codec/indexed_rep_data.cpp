@@ -11,8 +11,6 @@
 namespace jttk {
 namespace {
 
-constexpr auto kMaximumEntries = static_cast<std::uint32_t>(kMaximumShapeValues / 8);
-
 struct IndexLists {
   std::vector<std::int32_t> groups;      // only hashed
   std::vector<std::int32_t> primitives;  // first entry of each, and the end
@@ -30,13 +28,14 @@ Result<void> readStarts(ByteReader& reader, Int32PacketReader& packets, const ch
   return packets.read(reader, what, Predictor::Null, 1, starts);
 }
 
-Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, IndexLists& lists) {
+Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, std::uint64_t most_values,
+                       IndexLists& lists) {
   const std::uint64_t start = reader.offset();
   const std::uint32_t groups = reader.count("number of groups", 0);
   const std::uint32_t primitives = reader.count("number of primitives", 0);
   const std::uint32_t entries = reader.count("length of the vertex list", 0);
   if (!reader.ok()) return reader.unexpected();
-  if (groups > kMaximumEntries || primitives > kMaximumEntries || entries > kMaximumEntries) {
+  if (groups >= most_values || primitives >= most_values || entries >= most_values) {
     return fail("more primitives than a shape may have", start);
   }
   auto done = readStarts(reader, packets, "group list", groups, lists.groups);
@@ -125,11 +124,12 @@ Result<void> setCorners(const std::vector<std::int32_t>& entries,
 
 Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, PrimitiveKind kind) {
   const std::uint64_t start = reader.offset();
-  Int32PacketReader packets(form);
+  const std::uint64_t most_values = plausibleShapeValues(reader.remaining());
+  Int32PacketReader packets(form, most_values);
   ShapeGeometry shape;
   shape.kind = kind;
   IndexLists lists;
-  auto done = readLists(reader, packets, lists);
+  auto done = readLists(reader, packets, most_values, lists);
   if (!done) return tl::unexpected<Error>(done.error());
   done = setPrimitives(lists, start, shape);
   if (!done) return tl::unexpected<Error>(done.error());
@@ -141,7 +141,7 @@ Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, 
   const std::uint64_t records_offset = reader.offset();
   const std::uint32_t records = reader.count("number of vertex records", 0);
   if (!reader.ok()) return reader.unexpected();
-  if (records > kMaximumEntries) return fail("more vertex records than a shape may have", records_offset);
+  if (records > most_values) return fail("more vertex records than a shape may have", records_offset);
   std::vector<std::uint32_t> record_positions;
   if (records > 0) {
     std::uint32_t unique = 0;

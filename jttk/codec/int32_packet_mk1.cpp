@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "jttk/codec/arithmetic_mk1.h"
+#include "jttk/codec/arithmetic_coder.h"
 #include "jttk/codec/bit_reader.h"
 #include "jttk/codec/huffman_mk1.h"
 #include "jttk/codec/probability_contexts_mk1.h"
@@ -181,17 +181,19 @@ const char* decodeHuffman(const ProbabilityContextsMk1& contexts, std::size_t sy
 const char* decodeArithmetic(const ProbabilityContextsMk1& contexts, std::size_t symbol_count,
                              BitReader& bits, std::span<const std::int32_t> out_of_band,
                              std::span<std::int32_t> values) {
-  std::array<ArithmeticTableMk1, 2> tables;
+  std::array<ArithmeticTable, 2> tables;
   for (std::size_t i = 0; i < contexts.table_count; ++i) {
-    if (contexts.tables[i].total > kMaximumArithmeticTotal) return "a table with more than 65535 occurrences";
-    tables[i] = ArithmeticTableMk1(contexts.tables[i]);
+    if (contexts.tables[i].total > kMaximumQuickTotal) return "a table with more than 65535 occurrences";
+    const ProbabilityTableMk1& table = contexts.tables[i];
+    tables[i] = ArithmeticTable(table.entries, table.total, [](const auto& entry) { return entry.count; });
   }
-  ArithmeticDecoderMk1 decoder(bits);
+  ArithmeticDecoder decoder(bits);
   const char* problem = decodeSymbols(contexts, symbol_count, out_of_band, values, [&](std::size_t context) {
     return tables[context].empty() ? kNoEntry : decoder.decode(tables[context]);
   });
   if (problem != nullptr) return problem;
-  return bits.consumed() <= bits.length() + kArithmeticReadAhead ? nullptr : "the code text ends too early";
+  return decoder.bits().consumed() <= bits.length() + kArithmeticReadAhead ? nullptr
+                                                                           : "the code text ends too early";
 }
 
 Result<void> decodePacket(ByteReader& in, std::size_t maximum_count, int depth, Values& values);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "jttk/codec/predictors.h"
+#include "jttk/codec/shape_limits.h"
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
 
@@ -13,11 +14,8 @@ namespace jttk {
 // The two forms differ in the numbers in front of the coded values.
 enum class PacketForm : std::uint8_t { Jt9, Jt10 };
 
-// Three of the codecs can state any number of equal values in no bits at all, so bytes do not bound counts.
-// This is how many values the packets of one shape may hold together, nested ones included.
-inline constexpr std::uint64_t kMaximumShapeValues = std::uint64_t{1} << 27;
-
-// Reads the packets of one shape.
+// Reads the packets of one shape. Three of the codecs can state any number of equal values in no bits at all;
+// `value_budget` is how many values the packets may hold together, nested ones included.
 class Int32PacketReader {
  public:
   explicit Int32PacketReader(PacketForm form, std::uint64_t value_budget = kMaximumShapeValues) noexcept

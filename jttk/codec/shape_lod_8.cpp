@@ -3,6 +3,7 @@
 // representation: I16 version, U8[3] bindings, U8[4] bits, a packet of primitive starts, vertex data.
 #include "jttk/codec/shape_lod_8.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -10,6 +11,7 @@
 
 #include "jttk/codec/int32_packet_mk1.h"
 #include "jttk/codec/predictors.h"
+#include "jttk/codec/shape_limits.h"
 #include "jttk/codec/shape_lod_8_data.h"
 
 namespace jttk {
@@ -22,11 +24,6 @@ using shape8::Context;
 
 constexpr std::int16_t kVersion = 1;
 
-// Constant arrays take next to no bytes, so the size of an element does not bound its values strictly. No
-// shape has so many values per byte, and small elements have room for a million.
-constexpr std::size_t kFreeValues = std::size_t{1} << 20;
-constexpr std::size_t kValuesPerByte = 64;
-
 constexpr Guid vertexShapeGuid(std::uint32_t a) {
   return {a, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 }
@@ -35,7 +32,6 @@ constexpr Guid kPolylineSet = vertexShapeGuid(0x10dd10a1);
 constexpr Guid kPolygonSet = vertexShapeGuid(0x10dd109f);
 constexpr Guid kPointSet = {0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
 constexpr Guid kNullShape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
-constexpr Guid kPrimitiveSet = {0xe40373c1, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
 
 struct Kind {
   PrimitiveKind primitives;
@@ -80,13 +76,14 @@ Result<Bindings> readHeader(ByteReader& in, ShapeFacts& facts) {
 }
 
 // Ascending numbers from 0: where each primitive begins, and the number of corners.
-Result<void> readPrimitiveStarts(ByteReader& in, const Context& context, std::vector<std::uint32_t>& starts) {
+Result<void> readPrimitiveStarts(ByteReader& in, Context& context, std::vector<std::uint32_t>& starts) {
   const std::uint64_t offset = in.offset();
   std::vector<std::int32_t> values;
-  if (Result<void> read = decodeInt32PacketMk1(in, context.maximum_values, values); !read) {
-    return tl::unexpected(read.error().in("primitive list"));
+  if (Result<void> read =
+          shape8::readValues(in, context, context.values_left, Predictor::Stride1, "primitive list", values);
+      !read) {
+    return read;
   }
-  undoPredictor(Predictor::Stride1, values);
   std::int32_t before = 0;
   starts.reserve(values.size());
   for (const std::int32_t start : values) {
@@ -98,7 +95,7 @@ Result<void> readPrimitiveStarts(ByteReader& in, const Context& context, std::ve
     starts.push_back(static_cast<std::uint32_t>(start));
     before = start;
   }
-  if (static_cast<std::size_t>(before) > context.maximum_values) {
+  if (static_cast<std::size_t>(before) > context.values_left) {
     return fail("primitive list: " + std::to_string(before) + " corners are more than the element can hold",
                 offset);
   }
@@ -110,7 +107,7 @@ Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind) {
   ShapeGeometry geometry;
   geometry.kind = kind;
   Context context;
-  context.maximum_values = kFreeValues + kValuesPerByte * in.remaining();
+  context.values_left = plausibleShapeValues(in.remaining());
   const Result<Bindings> bindings = readHeader(in, geometry.facts);
   if (!bindings) return tl::unexpected(bindings.error());
   context.bindings = *bindings;
@@ -132,9 +129,19 @@ Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind) {
 
 }  // namespace
 
+Result<void> shape8::readValues(ByteReader& in, Context& context, std::size_t maximum_count,
+                                Predictor predictor, const char* what, std::vector<std::int32_t>& values) {
+  const std::size_t limit = std::min(maximum_count, context.values_left);
+  if (Result<void> read = decodeInt32PacketMk1(in, limit, values); !read) {
+    return tl::unexpected(read.error().in(what));
+  }
+  context.values_left -= values.size();
+  undoPredictor(predictor, values);
+  return {};
+}
+
 Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind) {
   if (kind == kNullShape) return ShapeGeometry{};
-  if (kind == kPrimitiveSet) return fail("primitive set: not supported", element_body.offset());
   const std::optional<Kind> vertex_shape = vertexShapeKind(kind);
   if (!vertex_shape)
     return fail("shape LOD element " + kind.text() + ": not supported", element_body.offset());

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "jttk/codec/predictors.h"
 #include "jttk/codec/shape_lod.h"
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
@@ -24,16 +25,21 @@ struct Bindings {
 // already (primitive_starts; a point set may have none yet).
 struct Context {
   Bindings bindings;
-  // The most values that a packet of this element may hold.
-  std::size_t maximum_values = 0;
+  // How many values the packets of this element that are still to come may hold together.
+  std::size_t values_left = 0;
 };
+
+// Reads a packet of `maximum_count` values at most, undoes the predictor, and takes the values off what is
+// left. `what` names the array in messages.
+Result<void> readValues(ByteReader& in, Context& context, std::size_t maximum_count, Predictor predictor,
+                        const char* what, std::vector<std::int32_t>& values);
 
 // Quantised coordinates and attributes, one per vertex, and an index per corner. Attributes that belong to
 // facets or primitives are left as stored: see spreadAttributes.
-Result<void> readLossy(ByteReader& in, const Context& context, ShapeGeometry& geometry);
+Result<void> readLossy(ByteReader& in, Context& context, ShapeGeometry& geometry);
 
 // Plain floats, a record per corner.
-Result<void> readLossless(ByteReader& in, const Context& context, ShapeGeometry& geometry);
+Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geometry);
 
 // Gives each corner its attribute record. When all attributes belong to vertices, records are numbered as
 // positions are. Otherwise every corner gets a record of its own, and strips and lines whose facets carry

@@ -102,7 +102,7 @@ bool perVertexOrNone(Binding binding) { return binding == Binding::None || bindi
 
 }  // namespace
 
-Result<void> readLossless(ByteReader& in, const Context& context, ShapeGeometry& geometry) {
+Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geometry) {
   const Bindings& bindings = context.bindings;
   const std::uint64_t offset = in.offset();
   if (!perVertexOrNone(bindings.normal) || !perVertexOrNone(bindings.texture) ||
@@ -113,7 +113,7 @@ Result<void> readLossless(ByteReader& in, const Context& context, ShapeGeometry&
   const std::size_t record_bytes = layout.float_count * kFloatBytes;
   const bool listed = !geometry.primitive_starts.empty() || geometry.kind != PrimitiveKind::Points;
   std::size_t corner_count = geometry.primitive_starts.empty() ? 0 : geometry.primitive_starts.back();
-  const Result<Block> block = readBlock(in, (listed ? corner_count : context.maximum_values) * record_bytes);
+  const Result<Block> block = readBlock(in, (listed ? corner_count : context.values_left) * record_bytes);
   if (!block) return tl::unexpected(block.error());
   if (!listed) corner_count = block->bytes.size() / record_bytes;  // every record is a point
   if (block->bytes.size() != corner_count * record_bytes) {

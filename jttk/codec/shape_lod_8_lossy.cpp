@@ -7,7 +7,6 @@
 #include <string>
 #include <utility>
 
-#include "jttk/codec/int32_packet_mk1.h"
 #include "jttk/codec/normals.h"
 #include "jttk/codec/predictors.h"
 #include "jttk/codec/quantizer.h"
@@ -39,19 +38,15 @@ UniformQuantizer readQuantizer(ByteReader& in) {
 }
 
 // `expected_count` values of one component, with the predictor undone.
-Result<void> readComponent(ByteReader& in, std::size_t expected_count, Predictor predictor, const char* what,
-                           Values& values) {
+Result<void> readComponent(ByteReader& in, Context& context, std::size_t expected_count, Predictor predictor,
+                           const char* what, Values& values) {
   const std::uint64_t offset = in.offset();
-  if (Result<void> read = decodeInt32PacketMk1(in, expected_count, values); !read) {
-    return tl::unexpected(read.error().in(what));
-  }
-  if (values.size() != expected_count) {
-    return fail(std::string(what) + ": " + std::to_string(values.size()) + " values, " +
-                    std::to_string(expected_count) + " expected",
-                offset);
-  }
-  undoPredictor(predictor, values);
-  return {};
+  if (Result<void> read = readValues(in, context, expected_count, predictor, what, values); !read)
+    return read;
+  if (values.size() == expected_count) return {};
+  return fail(std::string(what) + ": " + std::to_string(values.size()) + " values, " +
+                  std::to_string(expected_count) + " expected",
+              offset);
 }
 
 // An array of records that is being filled, one component after the other.
@@ -63,10 +58,11 @@ struct Records {
 
 // Reads one quantised component of all records. Memory for the records is taken once their first packet has
 // turned out to hold as many values as announced.
-Result<void> readQuantized(ByteReader& in, const UniformQuantizer& quantizer, std::size_t component,
-                           const char* what, Values& codes, Records& records) {
+Result<void> readQuantized(ByteReader& in, Context& context, const UniformQuantizer& quantizer,
+                           std::size_t component, const char* what, Values& codes, Records& records) {
   const std::uint64_t offset = in.offset();
-  if (Result<void> read = readComponent(in, records.count, Predictor::Lag1, what, codes); !read) return read;
+  if (Result<void> read = readComponent(in, context, records.count, Predictor::Lag1, what, codes); !read)
+    return read;
   records.values.resize(records.count * records.stride);
   const Dequantizer dequantize(quantizer);
   std::uint32_t greatest = 0;
@@ -92,24 +88,24 @@ Result<std::size_t> readCount(ByteReader& in, std::size_t maximum_count, const c
               offset);
 }
 
-Result<void> readPositions(ByteReader& in, const Context& context, ShapeGeometry& geometry, Values& codes) {
+Result<void> readPositions(ByteReader& in, Context& context, ShapeGeometry& geometry, Values& codes) {
   std::array<UniformQuantizer, 3> quantizers;
   for (UniformQuantizer& quantizer : quantizers) quantizer = readQuantizer(in);
-  const Result<std::size_t> count = readCount(in, context.maximum_values, "vertex count");
+  const Result<std::size_t> count = readCount(in, context.values_left, "vertex count");
   if (!count) return tl::unexpected(count.error());
   constexpr std::array kNames = {"x codes", "y codes", "z codes"};
   Records records{geometry.positions, *count, 3};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
-    if (Result<void> read = readQuantized(in, quantizers[i], i, kNames[i], codes, records); !read)
+    if (Result<void> read = readQuantized(in, context, quantizers[i], i, kNames[i], codes, records); !read)
       return read;
   }
   return {};
 }
 
-Result<void> readNormals(ByteReader& in, const Context& context, std::vector<float>& normals) {
+Result<void> readNormals(ByteReader& in, Context& context, std::vector<float>& normals) {
   const std::uint64_t offset = in.offset();
   const std::uint32_t bits = in.u8("normal bits");
-  const Result<std::size_t> count = readCount(in, context.maximum_values, "normal count");
+  const Result<std::size_t> count = readCount(in, context.values_left, "normal count");
   if (!count) return tl::unexpected(count.error());
   if (bits < 1 || bits > kMaximumNormalBits) {
     return fail("normals: angles of " + std::to_string(bits) + " bits", offset);
@@ -117,7 +113,7 @@ Result<void> readNormals(ByteReader& in, const Context& context, std::vector<flo
   constexpr std::array kNames = {"sextant codes", "octant codes", "theta codes", "psi codes"};
   std::array<Values, 4> codes;
   for (std::size_t i = 0; i < codes.size(); ++i) {
-    if (Result<void> read = readComponent(in, *count, Predictor::Lag1, kNames[i], codes[i]); !read)
+    if (Result<void> read = readComponent(in, context, *count, Predictor::Lag1, kNames[i], codes[i]); !read)
       return read;
   }
   normals.resize(*count * 3);
@@ -131,16 +127,16 @@ Result<void> readNormals(ByteReader& in, const Context& context, std::vector<flo
   return {};
 }
 
-Result<void> readTextureCoordinates(ByteReader& in, const Context& context, std::vector<float>& coordinates,
+Result<void> readTextureCoordinates(ByteReader& in, Context& context, std::vector<float>& coordinates,
                                     Values& codes) {
   std::array<UniformQuantizer, 2> quantizers;
   for (UniformQuantizer& quantizer : quantizers) quantizer = readQuantizer(in);
-  const Result<std::size_t> count = readCount(in, context.maximum_values, "texture coordinate count");
+  const Result<std::size_t> count = readCount(in, context.values_left, "texture coordinate count");
   if (!count) return tl::unexpected(count.error());
   constexpr std::array kNames = {"u codes", "v codes"};
   Records records{coordinates, *count, 3};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
-    if (Result<void> read = readQuantized(in, quantizers[i], i, kNames[i], codes, records); !read)
+    if (Result<void> read = readQuantized(in, context, quantizers[i], i, kNames[i], codes, records); !read)
       return read;
   }
   return {};
@@ -175,7 +171,7 @@ void convertHsvToRgb(float* color) {
   }
 }
 
-Result<void> readColors(ByteReader& in, const Context& context, std::vector<float>& colors, Values& codes) {
+Result<void> readColors(ByteReader& in, Context& context, std::vector<float>& colors, Values& codes) {
   const std::uint8_t hsv = in.u8("HSV flag");
   if (hsv > 1) in.setFailed("HSV flag", "is not known");
   std::array<UniformQuantizer, 4> quantizers;
@@ -184,13 +180,13 @@ Result<void> readColors(ByteReader& in, const Context& context, std::vector<floa
     quantizers[i] =
         hsv != 0 ? UniformQuantizer{0.0F, kHsvMaximum[i], readBits(in, "colour bits")} : readQuantizer(in);
   }
-  const Result<std::size_t> count = readCount(in, context.maximum_values, "colour count");
+  const Result<std::size_t> count = readCount(in, context.values_left, "colour count");
   if (!count) return tl::unexpected(count.error());
   constexpr std::array kNames = {"red or hue codes", "green or saturation codes", "blue or value codes",
                                  "alpha codes"};
   Records records{colors, *count, 4};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
-    if (Result<void> read = readQuantized(in, quantizers[i], i, kNames[i], codes, records); !read)
+    if (Result<void> read = readQuantized(in, context, quantizers[i], i, kNames[i], codes, records); !read)
       return read;
   }
   if (hsv != 0) {
@@ -200,20 +196,22 @@ Result<void> readColors(ByteReader& in, const Context& context, std::vector<floa
 }
 
 // One vertex per corner.
-Result<void> readIndices(ByteReader& in, const Context& context, ShapeGeometry& geometry, Values& indices) {
+Result<void> readIndices(ByteReader& in, Context& context, ShapeGeometry& geometry, Values& indices) {
   const std::uint64_t offset = in.offset();
   const bool listed = !geometry.primitive_starts.empty();
   const std::size_t corner_count = listed ? geometry.primitive_starts.back() : 0;
   if (listed || geometry.kind != PrimitiveKind::Points) {
-    if (Result<void> read = readComponent(in, corner_count, Predictor::StripIndex, "vertex indices", indices);
+    if (Result<void> read =
+            readComponent(in, context, corner_count, Predictor::StripIndex, "vertex indices", indices);
         !read) {
       return read;
     }
   } else {  // every index is a point
-    if (Result<void> read = decodeInt32PacketMk1(in, context.maximum_values, indices); !read) {
-      return tl::unexpected(read.error().in("vertex indices"));
+    if (Result<void> read =
+            readValues(in, context, context.values_left, Predictor::StripIndex, "vertex indices", indices);
+        !read) {
+      return read;
     }
-    undoPredictor(Predictor::StripIndex, indices);
   }
   const std::size_t vertex_count = geometry.positions.size() / 3;
   geometry.corner_positions.reserve(indices.size());
@@ -231,7 +229,7 @@ Result<void> readIndices(ByteReader& in, const Context& context, ShapeGeometry& 
 
 }  // namespace
 
-Result<void> readLossy(ByteReader& in, const Context& context, ShapeGeometry& geometry) {
+Result<void> readLossy(ByteReader& in, Context& context, ShapeGeometry& geometry) {
   Values scratch;
   if (Result<void> read = readPositions(in, context, geometry, scratch); !read) return read;
   if (context.bindings.normal != Binding::None) {

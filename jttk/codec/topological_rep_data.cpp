@@ -21,12 +21,13 @@ tl::unexpected<Error> countMismatch(const char* what, std::uint32_t stated, std:
 
 Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm form) {
   const std::uint64_t start = reader.offset();
-  Int32PacketReader packets(form);
+  const std::uint64_t most_values = plausibleShapeValues(reader.remaining());
+  Int32PacketReader packets(form, most_values);
   Topology topology;
   {
     const auto symbols = readTopologySymbols(reader, packets);
     if (!symbols) return tl::unexpected<Error>(symbols.error());
-    auto mesh = decodeTopology(*symbols, form, start);
+    auto mesh = decodeTopology(*symbols, form, start, most_values);
     if (!mesh) return tl::unexpected<Error>(mesh.error());
     topology = std::move(*mesh);
   }

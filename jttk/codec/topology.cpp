@@ -60,7 +60,7 @@ class TopologyDecoder {
   TopologyDecoder(const TopologySymbols& symbols, PacketForm form) : symbols_(symbols), form_(form) {}
 
   // Each of these is false after a mistake in the data; reason() says which.
-  bool prepare();
+  bool prepare(std::uint64_t maximum_corners);
   bool run();
   Topology takeResult();
   [[nodiscard]] const char* reason() const noexcept { return reason_; }
@@ -108,7 +108,7 @@ class TopologyDecoder {
 
 // Sizes are known before the first symbol is used: every corner sits in one slot, so there are as many slots
 // as corners, and both arrays get their final size here.
-bool TopologyDecoder::prepare() {
+bool TopologyDecoder::prepare(std::uint64_t maximum_corners) {
   std::uint64_t corner_count = 0;
   for (const std::int32_t valence : symbols_.valences) {
     if (valence < 1) return wrong("a polygon without corners");
@@ -124,7 +124,7 @@ bool TopologyDecoder::prepare() {
     }
   }
   if (slot_count != corner_count) return wrong("degrees and valences do not add up to the same");
-  if (corner_count > kMaximumShapeCorners) return wrong("more corners than a shape may have");
+  if (corner_count > maximum_corners) return wrong("more corners than a shape may have");
   if (symbols_.flags.size() != symbols_.valences.size()) return wrong("not one flag per polygon");
   if (symbols_.split_positions.size() != symbols_.split_offsets.size())
     return wrong("not one position per split");
@@ -427,9 +427,11 @@ Topology TopologyDecoder::takeResult() {
 
 }  // namespace
 
-Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset) {
+Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset,
+                                std::uint64_t maximum_corners) {
   TopologyDecoder decoder(symbols, form);
-  if (!decoder.prepare() || !decoder.run()) return fail(std::string("topology: ") + decoder.reason(), offset);
+  if (!decoder.prepare(std::min(maximum_corners, kMaximumShapeCorners)) || !decoder.run())
+    return fail(std::string("topology: ") + decoder.reason(), offset);
   return decoder.takeResult();
 }
 

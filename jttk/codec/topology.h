@@ -54,7 +54,10 @@ struct Topology {
 
 inline constexpr std::uint32_t kNoTopologyRecord = 0xffffffffU;
 
-// `offset`: where the arrays came from, for messages. All symbols must be used up, all slots be filled.
-Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset);
+// `offset`: where the arrays came from, for messages. All symbols must be used up, all slots be filled. One
+// large valence stands for as many corners, so arrays of few values do not bound the mesh: `maximum_corners`
+// does, kMaximumShapeCorners at most.
+Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset,
+                                std::uint64_t maximum_corners = kMaximumShapeCorners);
 
 }  // namespace jttk

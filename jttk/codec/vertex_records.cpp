@@ -1,6 +1,7 @@
 // Vertex arrays: I32 count, U8 components, how they are quantised, packets, hash. No bits means float bits.
 #include "jttk/codec/vertex_records.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -21,7 +22,8 @@ using Prediction = ComponentArrays::Prediction;
 constexpr std::uint32_t kMaximumQuantizerBits = 32;
 constexpr std::uint32_t kColorComponents = 4;
 constexpr std::uint32_t kMaximumTextureComponents = 4;
-constexpr std::size_t kFloatsPerPoint = 3;
+constexpr std::uint32_t kFloatsPerPoint = 3;
+constexpr std::uint32_t kMaximumCoordinateComponents = 4;
 
 struct ArrayHeader {
   std::uint32_t components = 0;
@@ -118,7 +120,7 @@ Result<void> VertexArrayReader::readHeader(ShapeFacts& facts) {
 Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeometry& shape) {
   const auto header = readArrayHeader(reader_, "coordinates", count, false);
   if (!header) return tl::unexpected<Error>(header.error());
-  if (header->components < 2 || header->components > kFloatsPerPoint) {
+  if (header->components < 2 || header->components > kMaximumCoordinateComponents) {
     return fail("coordinates with " + std::to_string(header->components) + " components", reader_.offset());
   }
   std::array<UniformQuantizer, kFloatsPerPoint> quantizers;
@@ -134,9 +136,10 @@ Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeomet
   auto done = shape.facts.lossless ? arrays.readFloatBits("coordinates", header->components, Prediction::Lag1)
                                    : arrays.readCodes("coordinates", header->components, Prediction::Lag1);
   if (!done) return done;
-  done = makeRoom(shape.positions, count * kFloatsPerPoint, 0.0F, reader_);
+  done = makeRoom(shape.positions, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;
-  for (std::uint32_t i = 0; i < header->components; ++i) {
+  // Missing ones are 0. A fourth one, which has no quantiser, is dropped.
+  for (std::uint32_t i = 0; i < std::min(header->components, kFloatsPerPoint); ++i) {
     float* const first = shape.positions.data() + i;
     if (shape.facts.lossless) {
       floatsInto(arrays.component(i), first, kFloatsPerPoint);
@@ -174,7 +177,7 @@ Result<void> VertexArrayReader::readNormals(std::uint32_t count, std::vector<flo
   ComponentArrays arrays(reader_, packets_, count);
   auto done = arrays.readFloatBits("normals", header->components, Prediction::Null);
   if (!done) return done;
-  done = makeRoom(normals, count * kFloatsPerPoint, 0.0F, reader_);
+  done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;
   for (std::uint32_t i = 0; i < header->components; ++i) {
     floatsInto(arrays.component(i), normals.data() + i, kFloatsPerPoint);
@@ -191,7 +194,7 @@ Result<void> VertexArrayReader::readPackedNormals(std::uint32_t bits, std::uint3
   ComponentArrays arrays(reader_, packets_, count);
   auto done = arrays.readCodes("normals", packed ? 1 : 4, Prediction::Null);
   if (!done) return done;
-  done = makeRoom(normals, count * kFloatsPerPoint, 0.0F, reader_);
+  done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;
   const NormalDecoder decoder(bits);
   const std::uint32_t angle_mask = (1U << bits) - 1;
@@ -270,7 +273,7 @@ Result<void> VertexArrayReader::readTextureCoordinates(std::uint32_t count, std:
                   ? arrays.readFloatBits("texture coordinates", header->components, Prediction::ByHash)
                   : arrays.readCodes("texture coordinates", header->components, Prediction::ByHash);
   if (!done) return done;
-  done = makeRoom(coordinates, count * kFloatsPerPoint, 0.0F, reader_);
+  done = makeRoom(coordinates, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;
   for (std::uint32_t i = 0; i < header->components && i < kFloatsPerPoint; ++i) {
     if (header->bits == 0) {

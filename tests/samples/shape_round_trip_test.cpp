@@ -116,6 +116,44 @@ TEST(TriangleRoundTrip, coloursTexturePlacesAndFlagsStayWithTheirCorners) {
                   {.version = JtVersion::V8_0, .coordinate_bits = 22, .normal_bits = 9, .color_bits = 8});
 }
 
+// Two bits of hue put red, green and blue on codes, so nothing is rounded.
+TEST(TriangleRoundTrip, coloursAsHueSaturationAndValue) {
+  std::mt19937 random(17);
+  Shape shape = torus(9, 7);
+  scatterRecords(shape, random, true, true);
+  constexpr Rgba kPure[] = {{1, 0, 0, 1}, {0, 1, 0, 0}, {0, 0, 1, 1}, {1, 1, 1, 1}, {0, 0, 0, 0}};
+  for (std::size_t i = 0; i < shape.colors.size(); ++i) shape.colors[i] = kPure[i % std::size(kPure)];
+  for (const auto version : {JtVersion::V8_0, JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0}) {
+    for (const bool plain : {false, true}) {
+      expectRoundTrip(shape, {.version = version,
+                              .coordinate_bits = 22,
+                              .normal_bits = 9,
+                              .color_bits = 2,
+                              .hsv_colors = true,
+                              .plain_attributes = plain});
+    }
+  }
+}
+
+TEST(TriangleRoundTrip, losslessColoursAndTexturePlacesInEveryVersionAndCodec) {
+  std::mt19937 random(19);
+  Shape shape = doubleCone(12);
+  scatterRecords(shape, random, true, true, true);
+  for (const auto version : {JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0}) {
+    for (const auto codec : kCodecs9) {
+      expectRoundTrip(shape, {.version = version, .codec = codec});
+      // Coordinates quantised, the rest as it is.
+      expectRoundTrip(shape, {.version = version, .codec = codec, .coordinate_bits = 24});
+    }
+  }
+  // 8.x has no alpha where it is lossless.
+  for (auto& color : shape.colors) color[3] = 1;
+  for (const auto version : {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2}) {
+    expectRoundTrip(shape, {.version = version});
+    expectRoundTrip(shape, {.version = version, .big_endian = true});
+  }
+}
+
 TEST(TriangleRoundTrip, bigEndianFilesHoldTheSameShapes) {
   std::mt19937 random(13);
   Shape shape = doubleCone(70);
@@ -153,6 +191,24 @@ TEST(TriangleRoundTrip, randomSoupsOfTriangles) {
     const JtVersion version = versions[below(random, 4)];
     const Codec codec = version == JtVersion::V8_0 ? kCodecs8[below(random, 6)] : kCodecs9[below(random, 7)];
     expectRoundTrip(shape, {.version = version, .codec = codec});
+  }
+}
+
+// What packs best: a million flat corners with one normal. No limit on sizes may stand in its way.
+TEST(TriangleRoundTrip, largeFlatGridsAreNotTakenForHostileInput) {
+  Shape shape = openGrid(400, 400);
+  for (auto& position : shape.positions)
+    position = {std::round(position.x / 1.25F), std::round(position.y / 0.7F), 0};
+  shape.normals = {{0, 0, 1}};
+  shape.corner_records.assign(shape.corner_positions.size(), 0);
+  for (const auto version : {JtVersion::V8_1, JtVersion::V9_5, JtVersion::V10_0}) {
+    for (const std::uint8_t bits : {std::uint8_t{0}, std::uint8_t{12}}) {
+      const Options options =
+          Options{.version = version, .coordinate_bits = bits, .normal_bits = 8}.effective();
+      const auto decoded = decode(shapeSegment(shape, options, 1), options);
+      ASSERT_TRUE(decoded) << describe(options) << decoded.error().text();
+      EXPECT_EQ(decoded->positions.size() >= 3 * shape.positions.size(), true);
+    }
   }
 }
 

@@ -17,9 +17,12 @@ using jttk::ShapeGeometry;
 using jttk::testing::bowTieSymbols;
 using jttk::testing::ByteBuilder;
 using jttk::testing::Bytes;
+using jttk::testing::cubeSymbols;
 using jttk::testing::kPointSetId;
+using jttk::testing::kPolygonSetId;
 using jttk::testing::kPolylineSetId;
 using jttk::testing::kTriStripSetId;
+using jttk::testing::polygonSymbols;
 using jttk::testing::shapeElement;
 using jttk::testing::ShapeOptions;
 using jttk::testing::tetrahedronSymbols;
@@ -94,6 +97,104 @@ TEST(ShapeLod, colorsTextureCoordinatesAndFlags) {
   }
 }
 
+TEST(ShapeLod, channelsAboveTheFirstAndAuxiliaryFieldsArePassedOver) {
+  constexpr std::uint64_t kAllChannels = 0x222222222aU;  // normals, two components in channels 0 to 7
+  constexpr std::uint64_t kFlagsAndFields = std::uint64_t{1} << 63 | 0x40U;
+  for (const PacketForm form : kForms) {
+    for (const bool quantized : {false, true}) {
+      const ShapeOptions options{form, quantized, kAllChannels | kFlagsAndFields};
+      const auto shape = decode(
+          shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
+      ASSERT_TRUE(shape.has_value()) << shape.error().text();
+      EXPECT_EQ(shape->texture_coordinates.size(), 15U);
+      // Flags stand behind all channels and before the fields.
+      EXPECT_EQ(shape->vertex_flags, std::vector<std::uint32_t>(5, 1));
+    }
+  }
+}
+
+TEST(ShapeLod, coordinatesOfTwoAndFourComponents) {
+  for (const PacketForm form : kForms) {
+    for (const bool quantized : {false, true}) {
+      ShapeOptions options{form, quantized, 0x0c};
+      const auto shape = [&](std::uint32_t components) {
+        options.coordinate_components = components;
+        const auto decoded = decode(
+            shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
+        EXPECT_TRUE(decoded.has_value()) << decoded.error().text();
+        return decoded ? *decoded : ShapeGeometry{};
+      };
+      expectPositions(shape(4), 5);
+      const ShapeGeometry flat = shape(2);
+      ASSERT_EQ(flat.positions.size(), 15U);
+      EXPECT_THAT(std::vector<float>(flat.positions.begin() + 12, flat.positions.end()),
+                  ElementsAre(4, 8, 0));
+    }
+  }
+  for (const std::uint32_t components : {1U, 5U}) {
+    const ShapeOptions options{PacketForm::Jt9, false, 0x0a, components};
+    EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, PacketForm::Jt9,
+                                     topologicalRepData(bowTieSymbols(), 5, 5, options)),
+                        PacketForm::Jt9),
+                HasSubstr("coordinates with " + std::to_string(components) + " components"));
+  }
+}
+
+TEST(ShapeLod, polygonSetsKeepTheCornersOfTheirPolygons) {
+  for (const PacketForm form : kForms) {
+    const auto shape =
+        decode(shapeElement(kPolygonSetId, form, topologicalRepData(cubeSymbols(7), 8, 24, {form})), form);
+    ASSERT_TRUE(shape.has_value()) << shape.error().text();
+    EXPECT_EQ(shape->kind, PrimitiveKind::Polygons);
+    EXPECT_THAT(shape->primitive_starts, ElementsAre(0, 4, 8, 12, 16, 20, 24));
+    // The first polygon makes vertices 0 to 3. All are equally open, so the latest is next; the polygon in
+    // its slot 1 lies across the edge from vertex 2, runs along it from 3 to 2, and makes the next two.
+    EXPECT_THAT(
+        std::vector<std::uint32_t>(shape->corner_positions.begin(), shape->corner_positions.begin() + 8),
+        ElementsAre(0, 1, 2, 3, 3, 2, 4, 5));
+    const auto six = decode(
+        shapeElement(kPolygonSetId, form, topologicalRepData(polygonSymbols(6), 6, 0, {form, false, 2})),
+        form);
+    ASSERT_TRUE(six.has_value()) << six.error().text();
+    EXPECT_THAT(six->primitive_starts, ElementsAre(0, 6));
+    EXPECT_THAT(six->corner_positions, ElementsAre(0, 1, 2, 3, 4, 5));
+    EXPECT_EQ(six->facts.covers, 1U);
+  }
+}
+
+// A corner count that a few bytes state is believed as far as it costs little: a polygon of a million corners
+// is decoded, one of some more is not.
+TEST(ShapeLod, theSizeOfAnElementLimitsItsValuesAndCorners) {
+  const auto error = [](const jttk::TopologySymbols& symbols, std::uint32_t vertices) {
+    const ShapeOptions options{PacketForm::Jt9, true, 0x02};
+    const Bytes element = shapeElement(kPolygonSetId, PacketForm::Jt9,
+                                       topologicalRepData(symbols, std::min(vertices, 1000U), 0, options));
+    return element.size() < 2000 + 16 * std::size_t{std::min(vertices, 1000U)}
+               ? errorOf(element, PacketForm::Jt9)
+               : "the element is not small";
+  };
+  EXPECT_THAT(error(polygonSymbols(300'000), 300'000),
+              HasSubstr("1000 vertices are stated, but the topology has 300000"));
+  EXPECT_THAT(error(polygonSymbols(3'000'000), 3'000'000), HasSubstr("too many values"));
+  // Two values and 64 million corners: no array is long.
+  jttk::TopologySymbols digon;
+  digon.degrees[7] = {1 << 25, 1 << 25};
+  digon.valences = {1 << 25, 1 << 25};
+  digon.groups = {0, 0};
+  digon.flags = {0, 0};
+  digon.wide_mask_words = {};
+  EXPECT_THAT(error(digon, 2), HasSubstr("more corners than a shape may have"));
+}
+
+TEST(ShapeLod, listsAreLimitedByTheSizeOfTheElement) {
+  for (const std::uint32_t place : {0U, 1U, 2U}) {
+    ByteBuilder lists;
+    for (std::uint32_t i = 0; i < 3; ++i) lists.u32(i == place ? 0x7fffffffU : 1);
+    EXPECT_THAT(errorOf(shapeElement(kPolylineSetId, PacketForm::Jt9, lists.result()), PacketForm::Jt9),
+                HasSubstr("more primitives than a shape may have"));
+  }
+}
+
 TEST(ShapeLod, withoutRecordsCornersHaveNone) {
   const ShapeOptions options{PacketForm::Jt9, false, 0x02};
   const auto shape = decode(
@@ -131,8 +232,8 @@ TEST(ShapeLod, nullShapesAreEmptyAndPrimitiveSetsRefused) {
   const Guid primitives{0xe40373c2, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
   EXPECT_EQ(decode(shapeElement(null_shape, PacketForm::Jt9, {}), PacketForm::Jt9)->kind,
             PrimitiveKind::Empty);
-  EXPECT_EQ(errorOf(shapeElement(primitives, PacketForm::Jt9, {}), PacketForm::Jt9),
-            "primitive sets are not supported");
+  EXPECT_THAT(errorOf(shapeElement(primitives, PacketForm::Jt9, {}), PacketForm::Jt9),
+              HasSubstr("primitive set"));
   EXPECT_THAT(errorOf(shapeElement({1, 2, 3, {}}, PacketForm::Jt9, {}), PacketForm::Jt9),
               HasSubstr("are not known"));
 }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <string>
 
+#include "jttk/codec/shape_lod.h"
 #include "tests/jttk/codec8/packet_writer.h"
 #include "tests/jttk/codec8/shape_writer.h"
 
@@ -331,6 +332,37 @@ TEST(ShapeLod8Lossless, attributesPerFacetAreNotKnown) {
 
 // ---- kinds ----
 
+// A dart: the third corner lies inside of the triangle of the others, so the polygon is concave there.
+TEST(ShapeLod8, polygonSetsKeepTheCornersOfTheirPolygons) {
+  LossyShape shape = quad();
+  shape.starts = {0, 4, 7};
+  shape.ranges = {{0, 7, 3}, {0, 7, 3}, {0, 0, 8}};
+  shape.coordinates = {{0, 6, 2, 0}, {0, 0, 2, 6}, {0, 0, 0, 0}};
+  shape.indices = {0, 1, 2, 3, 1, 3, 2};
+  for (const ByteOrder order : {ByteOrder::Little, ByteOrder::Big}) {
+    const ShapeGeometry decoded = decode(lossyBody(shape, order), test::kPolygonSet);
+    EXPECT_EQ(decoded.kind, PrimitiveKind::Polygons);
+    EXPECT_THAT(decoded.primitive_starts, ElementsAre(0, 4, 7));
+    EXPECT_THAT(decoded.positions, ElementsAre(0, 0, 0, 6, 0, 0, 2, 2, 0, 0, 6, 0));
+    EXPECT_THAT(decoded.corner_positions, ElementsAre(0, 1, 2, 3, 1, 3, 2));
+  }
+}
+
+TEST(ShapeLod8, polygonsCanHaveANormalEach) {
+  LossyShape shape = quad();
+  shape.starts = {0, 4, 7};
+  shape.indices = {0, 1, 2, 3, 1, 3, 2};
+  shape.normal_binding = 2;  // per facet, which is the polygon
+  shape.normals = {{5, 1}, {7, 7}, {127, 127}, {0, 0}};
+  const ShapeGeometry decoded = decode(lossyBody(shape), test::kPolygonSet);
+  ASSERT_EQ(decoded.corner_records.size(), 7U);
+  for (std::size_t corner = 0; corner < 7; ++corner) {
+    const std::size_t record = decoded.corner_records[corner];
+    EXPECT_EQ(decoded.normals[3 * record], corner < 4 ? 1 : 0);
+    EXPECT_EQ(decoded.normals[3 * record + 2], corner < 4 ? 0 : 1);
+  }
+}
+
 TEST(ShapeLod8, nullShapeIsEmpty) {
   const Guid null_shape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
   const ShapeGeometry shape = decode(Bytes(), null_shape);
@@ -339,8 +371,6 @@ TEST(ShapeLod8, nullShapeIsEmpty) {
 }
 
 TEST(ShapeLod8, otherKindsAreNamed) {
-  const Guid primitive_set = {0xe40373c1, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
-  EXPECT_EQ(errorOf(Bytes(), primitive_set), "primitive set: not supported");
   EXPECT_EQ(errorOf(Bytes(), {}), "shape LOD element 00000000-0000-0000-0000-000000000000: not supported");
 }
 
@@ -450,6 +480,17 @@ TEST(ShapeLod8, errorsNameTheKindAndThePlace) {
   ASSERT_FALSE(decoded.has_value());
   EXPECT_THAT(decoded.error().what, HasSubstr("polygon set: "));
   EXPECT_GT(decoded.error().offset, 1000U);
+
+  // The same through a whole segment: the kind is named once.
+  Bytes element;
+  element.i32(17 + 2).i32(0x10dd109f).i16(0x2ac8).i16(0x11d1);
+  for (const std::uint32_t byte : test::kPolygonSet.d) element.u8(byte);
+  element.u8(4).i16(7);  // base type, a version that does not exist
+  Segment segment;
+  segment.data = element.data();
+  const auto whole = decodeShapeLod(segment, {8, 1}, ByteOrder::Little);
+  ASSERT_FALSE(whole.has_value());
+  EXPECT_EQ(whole.error().what.rfind("polygon set: "), 0U) << whole.error().what;
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ void addFloats(ByteBuilder& out, const std::vector<std::vector<float>>& componen
 }
 
 void addCoordinates(ByteBuilder& out, std::uint32_t count, const ShapeOptions& options) {
-  out.u32(count).u8(3);
+  out.u32(count).u8(options.coordinate_components);
   std::vector<std::vector<float>> floats(3);
   std::vector<Values> codes(3);
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -53,6 +53,8 @@ void addCoordinates(ByteBuilder& out, std::uint32_t count, const ShapeOptions& o
     floats[2].push_back(3 * place + 0.5F);
     for (Values& component : codes) component.push_back(static_cast<std::int32_t>(i));
   }
+  floats.resize(options.coordinate_components, std::vector<float>(count, 1));
+  codes.resize(options.coordinate_components, Values(count, 1));
   if (!options.quantized) {
     for (int i = 0; i < 3; ++i) out.f32(0).f32(0).u8(0);
     return addFloats(out, floats, true, options.form);
@@ -132,6 +134,16 @@ TopologySymbols triangleSymbols() {
   return symbols;
 }
 
+TopologySymbols polygonSymbols(std::uint32_t corners) {
+  TopologySymbols symbols;
+  symbols.degrees[7].assign(corners, 2);
+  symbols.valences.assign(2, static_cast<std::int32_t>(corners));
+  symbols.groups = {0, -1};
+  symbols.flags = {0, 1};
+  symbols.masks[0].assign(corners, 0);
+  return symbols;
+}
+
 TopologySymbols bowTieSymbols() {
   TopologySymbols symbols;
   symbols.degrees[7] = {4, 2, 2, 0, 2, 2};
@@ -171,8 +183,11 @@ Bytes topologicalRepData(const TopologySymbols& symbols, std::uint32_t vertices,
   addCoordinates(out, vertices, options);
   if ((options.bindings & 0x8) != 0) addNormals(out, records, options);
   if ((options.bindings & 0x30) != 0) addColors(out, records, options.form);
-  if ((options.bindings & 0xf00) != 0) addTextureCoordinates(out, records, options.form);
+  for (std::uint32_t channel = 0; channel < 8; ++channel) {
+    if ((options.bindings >> (8 + 4 * channel) & 15U) != 0) addTextureCoordinates(out, records, options.form);
+  }
   if ((options.bindings & 0x40) != 0) out.u32(records).bytes(packetOf(Values(records, 1), options.form));
+  if (options.bindings >> 63 != 0) out.u32(0xffffffffU).u32(7).text("auxiliary");
   return out.result();
 }
 

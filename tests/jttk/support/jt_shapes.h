@@ -13,6 +13,8 @@ namespace jttk::testing {
 inline constexpr Guid kSegmentId{0x01020304, 0x0506, 0x0708, {9, 10, 11, 12, 13, 14, 15, 16}};
 inline constexpr Guid kTriStripSetId{
     0x10dd10ab, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+inline constexpr Guid kPolygonSetId{
+    0x10dd109f, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 inline constexpr Guid kPolylineSetId{
     0x10dd10a1, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 inline constexpr Guid kPointSetId{
@@ -24,6 +26,8 @@ TopologySymbols tetrahedronSymbols(std::int32_t mask);
 TopologySymbols cubeSymbols(std::int32_t mask);
 // One triangle; a cover is its back.
 TopologySymbols triangleSymbols();
+// One polygon of `corners` corners (6 or more); a cover is its back.
+TopologySymbols polygonSymbols(std::uint32_t corners);
 // Two triangles that touch in one vertex; a cover of six corners goes round both, and its second visit to the
 // vertex is a split.
 TopologySymbols bowTieSymbols();
@@ -35,10 +39,13 @@ struct ShapeOptions {
   PacketForm form = PacketForm::Jt9;
   bool quantized = false;
   std::uint64_t bindings = 0x0a;  // coordinates and normals
+  // 2: without z; 4: with a fourth of 1.
+  std::uint32_t coordinate_components = 3;
 };
 
 // A representation: the symbols, then coordinates (vertex i at (i, 2i, 3i + 0.5)) and what the bindings ask
-// for: normals along +z, colours, texture coordinates, flags.
+// for: normals along +z, colours, texture coordinates of every channel, flags, and bytes without meaning
+// where auxiliary fields are.
 Bytes topologicalRepData(const TopologySymbols& symbols, std::uint32_t vertices, std::uint32_t records,
                          const ShapeOptions& options);
 // Two lines over four records, the first of which share a coordinate; colours.
