@@ -33,9 +33,7 @@ inline Vec3 cross(const Vec3& a, const Vec3& b) {
 }
 inline double length(const Vec3& a) { return std::sqrt(dot(a, a)); }
 inline double distance(const Vec3& a, const Vec3& b) { return length(a - b); }
-inline bool isFinite(const Vec3& a) {
-  return std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(a.z);
-}
+inline bool isFinite(const Vec3& a) { return std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(a.z); }
 // The zero vector where there is no direction.
 inline Vec3 normalized(const Vec3& a) {
   const double size = length(a);
@@ -47,6 +45,8 @@ inline Vec3 anyAcross(const Vec3& a) {
   return normalized(cross(a, pick));
 }
 // Angle between two directions, 0 to pi.
-inline double angleBetween(const Vec3& a, const Vec3& b) { return std::atan2(length(cross(a, b)), dot(a, b)); }
+inline double angleBetween(const Vec3& a, const Vec3& b) {
+  return std::atan2(length(cross(a, b)), dot(a, b));
+}
 
 }  // namespace jttk::brep

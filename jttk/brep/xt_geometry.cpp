@@ -136,8 +136,9 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
     return kNone;
   }
   spline.points = vertices.reals("vertices", needed);
-  spline.knots = expandKnots(node.pointer("knots", 128), node.pointer("knot_mult", 127),
-                             node.integer("n_knots"), point_limit + static_cast<std::size_t>(spline.degree) + 1);
+  spline.knots =
+      expandKnots(node.pointer("knots", 128), node.pointer("knot_mult", 127), node.integer("n_knots"),
+                  point_limit + static_cast<std::size_t>(spline.degree) + 1);
   const std::size_t wanted = pointsForKnots(spline.knots.size(), spline.degree);
   if (node.integer("periodic") != 0 && wanted > static_cast<std::size_t>(stored) && wanted <= point_limit) {
     for (std::size_t i = needed; i < wanted * static_cast<std::size_t>(stride); ++i) {
@@ -147,7 +148,8 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
   spline.point_count = static_cast<int>(spline.points.size() / static_cast<std::size_t>(stride));
   problem = knotProblem(spline.knots, spline.degree, spline.point_count);
   if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
-  if (problem.empty() && spline.rational && !weightsAreFine(spline.points, static_cast<std::size_t>(stride))) {
+  if (problem.empty() && spline.rational &&
+      !weightsAreFine(spline.points, static_cast<std::size_t>(stride))) {
     problem = "a weight is not above zero";
   }
   if (!problem.empty()) return kNone;
@@ -185,7 +187,8 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
                                node.integer("n_v_knots"), n_v + 2 * degree_v + 1);
   std::size_t rows = n_u;
   std::size_t columns = n_v;
-  if (node.integer("u_periodic") != 0) rows = std::max(rows, pointsForKnots(spline.knots_u.size(), spline.degree_u));
+  if (node.integer("u_periodic") != 0)
+    rows = std::max(rows, pointsForKnots(spline.knots_u.size(), spline.degree_u));
   if (node.integer("v_periodic") != 0) {
     columns = std::max(columns, pointsForKnots(spline.knots_v.size(), spline.degree_v));
   }
@@ -397,7 +400,8 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
     case 51:
       made.kind = SurfaceKind::Cylinder;
       made.radius = node.real("radius");
-      if (!readFrame(node, "pvec", "axis", made.frame) || !isLength(made.radius)) made.problem = "no axes or radius";
+      if (!readFrame(node, "pvec", "axis", made.frame) || !isLength(made.radius))
+        made.problem = "no axes or radius";
       break;
     case 52:
       made.kind = SurfaceKind::Cone;
@@ -413,13 +417,15 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
     case 53:
       made.kind = SurfaceKind::Sphere;
       made.radius = node.real("radius");
-      if (!readFrame(node, "centre", "axis", made.frame) || !isLength(made.radius)) made.problem = "no axes or radius";
+      if (!readFrame(node, "centre", "axis", made.frame) || !isLength(made.radius))
+        made.problem = "no axes or radius";
       break;
     case 54:
       made.kind = SurfaceKind::Torus;
       made.radius = node.real("major_radius");
       made.radius_2 = node.real("minor_radius");
-      if (!readFrame(node, "centre", "axis", made.frame) || !isSane(made.radius) || !isLength(made.radius_2)) {
+      if (!readFrame(node, "centre", "axis", made.frame) || !isSane(made.radius) ||
+          !isLength(made.radius_2)) {
         made.problem = "no axes or radii";
       }
       break;
@@ -442,7 +448,8 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
       made.frame.origin = node.vector("base");
       made.frame.z = node.vector("axis");
       needCurve("profile");
-      if (made.problem.empty() && (!isSane(made.frame.origin) || !isUnit(made.frame.z))) made.problem = "no axis";
+      if (made.problem.empty() && (!isSane(made.frame.origin) || !isUnit(made.frame.z)))
+        made.problem = "no axis";
       if (made.problem.empty()) {
         made.frame.z = normalized(made.frame.z);
         made.frame.x = anyAcross(made.frame.z);

@@ -65,7 +65,8 @@ class ModelBuilder {
   void addShell(const XtNode& shell, bool both_sides) {
     Shell made;
     made.first_face = static_cast<std::uint32_t>(bodies_.faces.size());
-    for (XtNode face = shell.pointer("face", kFace); face && isNew(face); face = face.pointer("next", kFace)) {
+    for (XtNode face = shell.pointer("face", kFace); face && isNew(face);
+         face = face.pointer("next", kFace)) {
       addFace(face);
     }
     if (both_sides) {

@@ -102,8 +102,9 @@ std::vector<double> XtNode::reals(std::string_view field, std::size_t limit) con
   char letter = 0;
   const std::byte* const p = find(field, 0, letter);
   if (!p || letter != 'f') return {};
-  const XtField& found = nodes_->types_[nodes_->rows_[row_].type].fields[static_cast<std::size_t>(
-      nodes_->types_[nodes_->rows_[row_].type].find(field))];
+  const XtField& found =
+      nodes_->types_[nodes_->rows_[row_].type]
+          .fields[static_cast<std::size_t>(nodes_->types_[nodes_->rows_[row_].type].find(field))];
   const std::size_t available = found.variable ? count() : found.count;
   std::vector<double> values(std::min(available, limit));
   for (std::size_t k = 0; k < values.size(); ++k) values[k] = bigReal(p + 8 * k);
@@ -184,7 +185,8 @@ Result<void> XtNodes::readNodes(ByteReader& reader) {
     row.type = known->second;
     const XtNodeType& type = types_[row.type];
     if (type.hasVariableField()) {
-      row.count = reader.count("count of an XT node", std::max<std::size_t>(1, xtValueBytes(type.fields.back().letter)));
+      row.count = reader.count("count of an XT node",
+                               std::max<std::size_t>(1, xtValueBytes(type.fields.back().letter)));
     }
     row.index = readXtPointer(reader, "XT node index");
     if (!reader.ok()) return tl::unexpected<Error>(reader.error().in(type.name));
