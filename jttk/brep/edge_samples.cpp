@@ -275,27 +275,25 @@ class Sampler {
     if (coarse.size() > 1 && distance(coarse.back(), end) < 1e-9) coarse.pop_back();
     coarse.push_back(end);
     if (swapped) std::reverse(coarse.begin(), coarse.end());
-    const Surface* surfaces[2];
-    const bool has_surfaces = sides(curve, surfaces);
+    Geometry::Crossing crossing;
+    const bool has_surfaces = sides(curve, crossing.surfaces);
     samples_.points.push_back(coarse.front());
-    Vec2 guesses[2];
-    bool has_guess[2] = {false, false};
     for (std::size_t i = 1; i < coarse.size(); ++i) {
-      if (has_surfaces) follow(surfaces, coarse[i - 1], coarse[i], guesses, has_guess, 0);
+      if (has_surfaces) {
+        touching_ = geometry_.touches(crossing, coarse[i - 1]) && geometry_.touches(crossing, coarse[i]);
+        follow(crossing, coarse[i - 1], coarse[i], 0);
+      }
       samples_.points.push_back(coarse[i]);
     }
   }
 
-  void follow(const Surface* const surfaces[2], const Vec3& a, const Vec3& b, Vec2 guesses[2],
-              bool has_guess[2], int depth) {
+  void follow(Geometry::Crossing& crossing, const Vec3& a, const Vec3& b, int depth) {
     if (depth >= kMaximumDepth || samples_.points.size() >= kMaximumPoints || !geometry_.mayWork()) return;
     const double size = distance(a, b);
     if (!(size > 1e-9)) return;
     const auto between = [&](double s, Vec3& p) {
       p = a + (b - a) * s;
-      const Vec3 start = p;
-      return geometry_.relax(surfaces, p, (b - a) * (1 / size), guesses, has_guess) &&
-             distance(p, start) < size;
+      return geometry_.relax(crossing, p, (b - a) * (1 / size), size, touching_);
     };
     Vec3 middle;
     if (!between(0.5, middle)) return;
@@ -308,15 +306,16 @@ class Sampler {
       }
     }
     if (!split) return;
-    follow(surfaces, a, middle, guesses, has_guess, depth + 1);
+    follow(crossing, a, middle, depth + 1);
     samples_.points.push_back(middle);
-    follow(surfaces, middle, b, guesses, has_guess, depth + 1);
+    follow(crossing, middle, b, depth + 1);
   }
 
   Geometry& geometry_;
   const Edge& edge_;
   const Tolerances& tolerances_;
   EdgeSamples samples_;
+  bool touching_ = false;
 };
 
 }  // namespace

@@ -68,10 +68,17 @@ class Geometry {
   SurfaceDomain domain(const Surface& surface);
   // Parameters of the surface's point nearest to p, and their distance. `guess` as above (null: none).
   double invert(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
-  // Moves `x` onto both surfaces within the plane through it across `direction`. The guesses are kept up to
-  // date. False when that leads nowhere.
-  bool relax(const Surface* const surfaces[2], Vec3& x, const Vec3& direction, Vec2 guesses[2],
-             bool has_guess[2]);
+  // Two surfaces and the parameters last found on each.
+  struct Crossing {
+    const Surface* surfaces[2] = {nullptr, nullptr};
+    Vec2 guesses[2];
+    bool has_guess[2] = {false, false};
+  };
+  // Moves `x` onto both surfaces within the plane through it across `direction` (a unit vector), by `reach`
+  // at the most. `touching`: the surfaces are tangent where they meet. False when that leads nowhere.
+  bool relax(Crossing& crossing, Vec3& x, const Vec3& direction, double reach, bool touching);
+  // Whether the surfaces are tangent to each other at `x`, a point on both.
+  bool touches(Crossing& crossing, const Vec3& x);
 
   // Work done is counted, so that damaged data cannot keep it busy for ever: false once all is used up.
   void allowWork(std::uint64_t evaluations) { work_left_ = evaluations; }
@@ -85,7 +92,11 @@ class Geometry {
   void work(std::uint64_t amount = 1) { work_left_ -= work_left_ < amount ? work_left_ : amount; }
   const FineCurve& fine(const Curve& curve);
   FineCurve makeFine(const Curve& curve);
-  void refine(const Curve& curve, std::vector<double>& t, std::vector<Vec3>& p);
+  static void findSlopes(FineCurve& made, const std::vector<Vec3>& tangents, bool closed);
+  void refine(const Curve& curve, FineCurve& made);
+  // Foot and unit normal of x on one of the surfaces.
+  bool footOn(Crossing& crossing, int side, const Vec3& x, Vec3& foot, Vec3& normal);
+  bool relaxTouching(Crossing& crossing, Vec3& x, const Vec3& direction, double reach);
   const CurveSpline& spline(const Curve& curve) const {
     return bodies_.curve_splines[static_cast<std::size_t>(curve.spline)];
   }
