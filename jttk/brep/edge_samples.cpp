@@ -13,13 +13,6 @@ constexpr int kMaximumDepth = 14;
 // Pieces of a closed edge at least; fewer could fall together to a line.
 constexpr int kRingPieces = 6;
 
-double distanceToChord(const Vec3& p, const Vec3& a, const Vec3& b) {
-  const Vec3 way = b - a;
-  const double size = dot(way, way);
-  const double t = size > 0 ? std::clamp(dot(p - a, way) / size, 0.0, 1.0) : 0;
-  return distance(p, a + way * t);
-}
-
 class Sampler {
  public:
   Sampler(Geometry& geometry, const Edge& edge, const Tolerances& tolerances)
@@ -96,7 +89,10 @@ class Sampler {
         samples_.problem = "a line that ends nowhere";
         return;
       }
-      samples_.points = {startPoint(), endPoint()};
+      for (int i = 0; i <= tolerances_.line_pieces; ++i) {
+        const double share = static_cast<double>(i) / tolerances_.line_pieces;
+        samples_.points.push_back(startPoint() + (endPoint() - startPoint()) * share);
+      }
     } else {
       sampleNatural(curve);
     }
@@ -157,6 +153,10 @@ class Sampler {
       step = std::min(step, angle_step);
       const double count = std::clamp(std::ceil(sweep / step - 1e-9), 1.0, double{kMaximumPoints});
       for (int i = 1; i < static_cast<int>(count); ++i) places.push_back(from + (to - from) * i / count);
+    }
+    if (basis.kind == CurveKind::Line) {
+      for (int i = 1; i < tolerances_.line_pieces; ++i)
+        places.push_back(from + (to - from) * i / tolerances_.line_pieces);
     }
     places.push_back(to);
     if (isClosed() && places.size() < kRingPieces + 1) {
@@ -319,6 +319,13 @@ class Sampler {
 };
 
 }  // namespace
+
+double distanceToChord(const Vec3& p, const Vec3& a, const Vec3& b) {
+  const Vec3 way = b - a;
+  const double size = dot(way, way);
+  const double t = size > 0 ? std::clamp(dot(p - a, way) / size, 0.0, 1.0) : 0;
+  return distance(p, a + way * t);
+}
 
 EdgeSamples sampleEdge(Geometry& geometry, const Edge& edge, const Tolerances& tolerances) {
   return Sampler(geometry, edge, tolerances).run();

@@ -14,6 +14,8 @@ constexpr double kTurn = 2 * std::numbers::pi;
 // A boundary point further from the surface than this many chord tolerances is damage.
 constexpr double kMaximumGap = 20;
 constexpr int kPoleRowPieces = 12;
+// How far, in chord tolerances, the straight image of an edge's piece may be from the piece.
+constexpr double kMaximumStray = 2;
 
 struct Unwrapped {
   DomainLoop points;
@@ -74,6 +76,7 @@ class Builder {
       unwrapped.push_back(unwrap(loop));
       if (!domain_.problem.empty()) return std::move(domain_);
     }
+    for (const Unwrapped& loop : unwrapped) checkStraight(loop);
     measure(unwrapped);
     if (domain_.flipped) {
       for (Unwrapped& loop : unwrapped) turnOver(loop);
@@ -271,6 +274,24 @@ class Builder {
     if (box_.period_u > 0) made.turns_u = static_cast<int>(std::lround((end_u - start.u) / box_.period_u));
     if (box_.period_v > 0) made.turns_v = static_cast<int>(std::lround((end_v - start.v) / box_.period_v));
     return made;
+  }
+
+  // The straight way between two points of an edge in the parameter plane, seen on the surface, must keep to
+  // the edge.
+  void checkStraight(const Unwrapped& loop) {
+    if (domain_.surface.kind == SurfaceKind::Plane) return;
+    for (std::size_t i = 0; i < loop.points.size(); ++i) {
+      const bool last = i + 1 == loop.points.size();
+      const DomainPoint& a = loop.points[i];
+      const DomainPoint& b = loop.points[last ? 0 : i + 1];
+      if (a.edge == kNoEdge) continue;
+      const Vec2 end = b.uv + (last ? turnOf(loop) : Vec2{});
+      const Vec3 middle = geometry_.at(domain_.surface, (a.uv + end) * 0.5).p;
+      const double off = distanceToChord(middle, points_[a.id], points_[b.id]);
+      if (!(off > kMaximumStray * tolerances_.chord)) continue;
+      domain_.wishes.push_back(
+          {a.edge, std::clamp(0.7 * kMaximumStray * tolerances_.chord / off, 1.0 / 1024, 0.25)});
+    }
   }
 
   void measure(const std::vector<Unwrapped>& loops) {

@@ -27,6 +27,13 @@ struct DomainPoint {
 
 using DomainLoop = std::vector<DomainPoint>;
 
+// An edge whose points are too far apart for one of its faces, and what its tolerance has to be multiplied
+// by.
+struct EdgeWish {
+  std::uint32_t edge = kNoEdge;
+  double factor = 0.25;
+};
+
 struct FaceDomain {
   Surface surface;       // the face's; a sphere may have other axes
   bool flipped = false;  // the face's normal is against Pu x Pv
@@ -34,6 +41,9 @@ struct FaceDomain {
   std::vector<DomainLoop> loops;
   Vec2 center;
   std::string problem;
+  // Edges that are not straight enough in the parameter plane. The domain can be used as it is, but what lies
+  // between such an edge and its straight image is not of the face.
+  std::vector<EdgeWish> wishes;
 };
 
 // `points` are the body's mesh points by id; those of seams and poles are added.

@@ -86,7 +86,7 @@ class Mesher {
           nodes_.push_back({p.uv, p.id, {}, false});
         } else if (nodes_[number].id != p.id &&
                    distance(points_[nodes_[number].id], points_[p.id]) > tolerances_.chord * 1e-3) {
-          mesh_.edges_to_refine.push_back(p.edge);
+          mesh_.wishes.push_back({p.edge});
           return fail("different points of the edges at one place of the surface");
         }
         of_loop.push_back(number);
@@ -112,9 +112,6 @@ class Mesher {
       }
     }
     if (!blocked_) return true;
-    std::sort(mesh_.edges_to_refine.begin(), mesh_.edges_to_refine.end());
-    mesh_.edges_to_refine.erase(std::unique(mesh_.edges_to_refine.begin(), mesh_.edges_to_refine.end()),
-                                mesh_.edges_to_refine.end());
     return fail("edges of the face that cross each other");
   }
 
@@ -122,11 +119,11 @@ class Mesher {
                const std::pair<std::uint32_t, std::uint32_t>& by,
                const std::unordered_map<std::uint64_t, std::uint32_t>& edge_of, std::uint64_t key) {
     blocked_ = true;
-    auto& list = mesh_.edges_to_refine;
-    if (edge != kNoEdge) list.push_back(edge);
+    auto& list = mesh_.wishes;
+    if (edge != kNoEdge) list.push_back({edge});
     if (by.first != by.second) {
       const auto found = edge_of.find(key);
-      if (found != edge_of.end() && found->second != kNoEdge) list.push_back(found->second);
+      if (found != edge_of.end() && found->second != kNoEdge) list.push_back({found->second});
       return;
     }
     // A point in the way: both pieces at it.
@@ -135,7 +132,7 @@ class Mesher {
       for (std::size_t i = 0; i < of_loop.size(); ++i) {
         if (of_loop[i] != by.first) continue;
         for (const std::size_t k : {i, (i + of_loop.size() - 1) % of_loop.size()}) {
-          if (domain_.loops[l][k].edge != kNoEdge) list.push_back(domain_.loops[l][k].edge);
+          if (domain_.loops[l][k].edge != kNoEdge) list.push_back({domain_.loops[l][k].edge});
         }
       }
     }

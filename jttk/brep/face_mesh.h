@@ -19,7 +19,7 @@ struct FaceMesh {
   std::vector<Vec3> normals;
   std::string problem;
   // Edges whose pieces cut each other: finer ones may not.
-  std::vector<std::uint32_t> edges_to_refine;
+  std::vector<EdgeWish> wishes;
 };
 
 using PointPairs = std::set<std::pair<std::uint32_t, std::uint32_t>>;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <unordered_map>
 
 #include "jttk/brep/edge_samples.h"
@@ -15,7 +16,7 @@ namespace {
 
 // How often the edges of a face that cross each other are made finer before the face is given up.
 constexpr int kFinerRounds = 4;
-constexpr double kFinerStep = 0.25;
+constexpr double kFinest = 1e-6;  // of the tolerance
 // Meshes of convex bodies lie inside of them all round. Half of the allowed distance keeps area and volume
 // near the truth as well.
 constexpr double kOwnShare = 0.5;
@@ -30,12 +31,23 @@ class BodyTessellator {
   void run(const Body& body, std::vector<TessellationLoss>& losses) {
     body_ = &body;
     meshes_.resize(body.face_count);
+    domains_.resize(body.face_count);
     not_wanted_.resize(body.face_count);
     std::vector<std::uint32_t> waiting;
     for (std::uint32_t f = 0; f < body.face_count; ++f) waiting.push_back(f);
+    // Domains first: a face that needs finer edges makes its neighbours new as well.
     for (int round = 0; round <= kFinerRounds && !waiting.empty(); ++round) {
-      for (const std::uint32_t f : waiting) meshes_[f] = mesh(f);
-      waiting = refineEdges();
+      for (const std::uint32_t f : waiting) domains_[f] = domain(f);
+      waiting = refineEdges(domains_);
+    }
+    for (std::uint32_t f = 0; f < body.face_count; ++f) meshes_[f] = mesh(f);
+    for (int round = 0; round < kFinerRounds; ++round) {
+      waiting = refineEdges(meshes_);
+      if (waiting.empty()) break;
+      for (const std::uint32_t f : waiting) {
+        domains_[f] = domain(f);
+        meshes_[f] = mesh(f);
+      }
     }
     separate();
     for (std::uint32_t f = 0; f < body.face_count; ++f) {
@@ -104,6 +116,7 @@ class BodyTessellator {
     if (made.fineness < 1) {
       finer.angle *= std::sqrt(made.fineness);
       finer.minimum_edge = 0;
+      finer.line_pieces = static_cast<int>(std::ceil(std::sqrt(1 / made.fineness)));
     }
     const EdgeSamples samples = sampleEdge(geometry_, edge, finer);
     made.problem = samples.problem;
@@ -158,15 +171,17 @@ class BodyTessellator {
     return true;
   }
 
-  FaceMesh mesh(std::uint32_t f) {
+  FaceDomain domain(std::uint32_t f) {
     const Face& face = bodies_.faces[body_->first_face + f];
-    FaceMesh made;
+    FaceDomain made;
     made.problem = face.problem;
-    if (!made.problem.empty()) return made;
     std::vector<std::vector<LoopPoint>> loops;
-    if (!gatherLoops(face, loops, made.problem)) return made;
-    const FaceDomain domain = makeFaceDomain(geometry_, face, loops, tolerances_, points_);
-    return meshFace(geometry_, domain, tolerances_, not_wanted_[f], points_);
+    if (!made.problem.empty() || !gatherLoops(face, loops, made.problem)) return made;
+    return makeFaceDomain(geometry_, face, loops, tolerances_, points_);
+  }
+
+  FaceMesh mesh(std::uint32_t f) {
+    return meshFace(geometry_, domains_[f], tolerances_, not_wanted_[f], points_);
   }
 
   [[nodiscard]] std::vector<std::uint32_t> facesOf(const std::vector<std::uint32_t>& edges) const {
@@ -187,23 +202,23 @@ class BodyTessellator {
     return faces;
   }
 
-  // Samples the edges anew that stand in each other's way; gives the faces that then have to be made again.
-  std::vector<std::uint32_t> refineEdges() {
-    std::vector<std::uint32_t> edges;
-    for (FaceMesh& mesh : meshes_) {
-      if (mesh.problem.empty()) continue;
-      for (const std::uint32_t e : mesh.edges_to_refine) {
-        if (e != kNoEdge) edges.push_back(e);
+  // Samples the edges anew that some face wishes finer; gives the faces that then have to be made again.
+  template <typename Wishing>
+  std::vector<std::uint32_t> refineEdges(std::vector<Wishing>& wishing) {
+    std::map<std::uint32_t, double> edges;
+    for (Wishing& w : wishing) {
+      for (const EdgeWish& wish : w.wishes) {
+        if (wish.edge == kNoEdge) continue;
+        double& factor = edges.try_emplace(wish.edge, 1).first->second;
+        factor = std::min(factor, wish.factor);
       }
-      mesh.edges_to_refine.clear();
+      w.wishes.clear();
     }
-    std::sort(edges.begin(), edges.end());
-    edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
     std::vector<std::uint32_t> changed;
-    for (const std::uint32_t e : edges) {
+    for (const auto& [e, factor] : edges) {
       Sampled& old = edges_[e];
       Sampled finer;
-      finer.fineness = old.fineness * kFinerStep;
+      finer.fineness = std::max(old.fineness * factor, kFinest);
       sample(e, finer);
       old.fineness = finer.fineness;
       if (finer.ids.size() == old.ids.size()) continue;
@@ -243,6 +258,7 @@ class BodyTessellator {
   std::vector<Vec3> points_;
   std::unordered_map<std::int32_t, std::uint32_t> vertex_ids_;
   std::unordered_map<std::uint32_t, Sampled> edges_;
+  std::vector<FaceDomain> domains_;
   std::vector<FaceMesh> meshes_;
   std::vector<PointPairs> not_wanted_;
 };
