@@ -164,24 +164,36 @@ double Geometry::minimize(const Curve& curve, double guess, double accept,
   const bool wraps = period(curve) > 0;
   double best = 0;
   double best_size = std::numeric_limits<double>::infinity();
+  const auto held = [&](double t) {
+    const bool clamps = !wraps && limits.bounded() && curve.kind != CurveKind::Intersection;
+    return clamps ? std::clamp(t, limits.low, limits.high) : t;
+  };
+  // The residual is across the curve where its product with the derivative is 0. The slope of that product:
+  // at first as if the curve were straight, then from the last two places.
   const auto descendFrom = [&](double t) {
+    double last_t = t;
+    double last_g = 0;
     for (int step = 0; step < kMaximumSteps && mayWork(); ++step) {
       const CurvePoint r = residual(t);
       const double size = length(r.p);
-      if (size < best_size) {
-        best_size = size;
+      const double straight = dot(r.d, r.d);
+      const double g = dot(r.p, r.d);
+      if (!(straight > 0) || !std::isfinite(g)) return;
+      if (size <= best_size * (1 + 1e-14)) {
+        best_size = std::min(size, best_size);
         best = t;
       }
-      const double slope = dot(r.d, r.d);
-      if (!(slope > 0)) return;
-      double next = t - dot(r.p, r.d) / slope;
-      if (!wraps && limits.bounded() && curve.kind != CurveKind::Intersection) {
-        next = std::clamp(next, limits.low, limits.high);
+      double slope = straight;
+      if (step > 0 && t != last_t) {
+        const double secant = (g - last_g) / (t - last_t);
+        if (secant > 0.05 * straight && secant < 20 * straight) slope = secant;
       }
+      const double next = held(t - g / slope);
       if (!std::isfinite(next)) return;
-      const bool done = std::abs(next - t) <= 1e-15 * (1 + std::abs(t));
+      last_t = t;
+      last_g = g;
       t = next;
-      if (done) return;
+      if (std::abs(t - last_t) <= 1e-15 * (1 + std::abs(t))) return;
     }
   };
   if (std::isfinite(guess)) {

@@ -23,6 +23,16 @@ constexpr double kOwnShare = 0.5;
 constexpr std::uint64_t kWorkPerPart = 50'000'000;
 constexpr std::uint64_t kWorkPerFace = 400'000;
 
+struct Box {
+  Vec3 low{1e300, 1e300, 1e300};
+  Vec3 high{-1e300, -1e300, -1e300};
+  void add(const Vec3& p) {
+    low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+  }
+  [[nodiscard]] double diagonal() const { return low.x <= high.x ? distance(low, high) : 0; }
+};
+
 class BodyTessellator {
  public:
   BodyTessellator(const Bodies& bodies, Geometry& geometry, const Tolerances& tolerances)
@@ -54,6 +64,23 @@ class BodyTessellator {
       if (!meshes_[f].problem.empty()) {
         losses.push_back({static_cast<std::int32_t>(body.first_face + f), meshes_[f].problem});
       }
+    }
+  }
+
+  // The points of faces that may reach further than their edges: bent both ways and without a vertex.
+  void addFreeFaces(const Body& body, Box& box) {
+    body_ = &body;
+    domains_.resize(body.face_count);
+    not_wanted_.resize(body.face_count);
+    for (std::uint32_t f = 0; f < body.face_count; ++f) {
+      const Face& face = bodies_.faces[body.first_face + f];
+      if (!face.problem.empty() || hasVertex(face)) continue;
+      const SurfaceKind kind = bodies_.surfaces[static_cast<std::size_t>(face.surface)].kind;
+      if (kind == SurfaceKind::Plane || kind == SurfaceKind::Cylinder || kind == SurfaceKind::Cone) continue;
+      domains_[f] = domain(f);
+      const FaceMesh made = mesh(f);
+      if (!made.problem.empty()) continue;
+      for (const std::uint32_t corner : made.corners) box.add(points_[corner]);
     }
   }
 
@@ -96,6 +123,17 @@ class BodyTessellator {
     std::string problem;
     double fineness = 1;
   };
+
+  [[nodiscard]] bool hasVertex(const Face& face) const {
+    for (std::uint32_t l = 0; l < face.loop_count; ++l) {
+      const Loop& loop = bodies_.loops[face.first_loop + l];
+      for (std::uint32_t i = 0; i < loop.fin_count; ++i) {
+        const std::int32_t edge = bodies_.fins[loop.first_fin + i].edge;
+        if (edge != kNone && bodies_.edges[static_cast<std::size_t>(edge)].start != kNone) return true;
+      }
+    }
+    return false;
+  }
 
   std::uint32_t vertexId(std::int32_t vertex) {
     const auto [known, is_new] = vertex_ids_.try_emplace(vertex, static_cast<std::uint32_t>(points_.size()));
@@ -263,54 +301,24 @@ class BodyTessellator {
   std::vector<PointPairs> not_wanted_;
 };
 
-struct Box {
-  Vec3 low{1e300, 1e300, 1e300};
-  Vec3 high{-1e300, -1e300, -1e300};
-  void add(const Vec3& p) {
-    low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-    high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-  }
-  [[nodiscard]] double diagonal() const { return low.x <= high.x ? distance(low, high) : 0; }
-};
-
-void addRound(Box& box, const Vec3& center, double radius) {
-  box.add(center - Vec3{radius, radius, radius});
-  box.add(center + Vec3{radius, radius, radius});
-}
-
-// Vertices, rough places along the edges, and closed surfaces: good to some percent, which is enough for a
-// tolerance.
-double roughDiagonal(const Bodies& bodies) {
+// Vertices, a few points along the edges, and coarse meshes of faces that no vertex holds in place: good to
+// some percent, which is enough for a tolerance.
+double roughDiagonal(const Bodies& bodies, Geometry& geometry) {
+  Tolerances coarse;
+  coarse.chord = 1e6;
+  coarse.angle = 0.7;
   Box box;
   for (const Vertex& v : bodies.vertices) box.add(v.point);
   for (const Edge& edge : bodies.edges) {
-    if (edge.curve == kNone) continue;
-    const Curve& curve = bodies.curves[static_cast<std::size_t>(edge.curve)];
     const bool ring = edge.start == kNone || edge.start == edge.end;
-    if (ring) {
-      for (const Vec3& p : curve.chart) box.add(p);
-    }
-    if (ring && (curve.kind == CurveKind::Circle || curve.kind == CurveKind::Ellipse)) {
-      for (const double sign : {1.0, -1.0}) {
-        box.add(curve.frame.origin + curve.frame.x * (sign * curve.radius));
-        box.add(curve.frame.origin + curve.frame.y * (sign * curve.radius_2));
-      }
+    const CurveKind kind =
+        edge.curve == kNone ? CurveKind::Trimmed : bodies.curves[static_cast<std::size_t>(edge.curve)].kind;
+    if (kind == CurveKind::Line || (kind == CurveKind::Intersection && !ring)) continue;
+    for (const Vec3& p : sampleEdge(geometry, edge, coarse).points) {
+      if (isFinite(p)) box.add(p);
     }
   }
-  for (const Face& face : bodies.faces) {
-    if (face.surface == kNone || face.loop_count != 0) continue;
-    const Surface& surface = bodies.surfaces[static_cast<std::size_t>(face.surface)];
-    if (surface.kind == SurfaceKind::Sphere) addRound(box, surface.frame.origin, surface.radius);
-    if (surface.kind == SurfaceKind::Torus)
-      addRound(box, surface.frame.origin, surface.radius + surface.radius_2);
-    if (surface.kind != SurfaceKind::BSpline) continue;
-    const SurfaceSpline& spline = bodies.surface_splines[static_cast<std::size_t>(surface.spline)];
-    const std::size_t stride = spline.rational ? 4 : 3;
-    for (std::size_t i = 0; i + stride <= spline.points.size(); i += stride) {
-      const double w = spline.rational ? 1 / spline.points[i + 3] : 1;
-      box.add(Vec3{spline.points[i], spline.points[i + 1], spline.points[i + 2]} * w);
-    }
-  }
+  for (const Body& body : bodies.bodies) BodyTessellator(bodies, geometry, coarse).addFreeFaces(body, box);
   return box.diagonal();
 }
 
@@ -319,12 +327,14 @@ double roughDiagonal(const Bodies& bodies) {
 TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& options) {
   TessellatedBodies made;
   const double scale = options.units_per_metre > 0 ? options.units_per_metre : 1000;
-  const double diagonal = roughDiagonal(bodies);
   Tolerances tolerances;
+  Geometry rough(bodies, 1e-4);
+  rough.allowWork(kWorkPerPart);
+  const double diagonal = roughDiagonal(bodies, rough);
   const double percent =
       std::isfinite(options.chord_tolerance_percent) ? options.chord_tolerance_percent : 0.08;
   // Never finer than what double arithmetic and the bodies' own precision give.
-  tolerances.chord = std::max(diagonal * std::clamp(percent, 1e-4, 50.0) / 100, 1e-8) * kOwnShare;
+  tolerances.chord = std::max(diagonal * std::clamp(percent, 1e-3, 50.0) / 100, 1e-8) * kOwnShare;
   tolerances.angle = std::clamp(options.angle_tolerance_rad, 0.01, 1.5);
   tolerances.minimum_edge = options.minimum_edge_length > 0 ? options.minimum_edge_length / scale : 0;
   made.chord_tolerance = tolerances.chord / kOwnShare * scale;

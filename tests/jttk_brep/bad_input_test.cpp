@@ -67,24 +67,41 @@ void addLoopOnPlane(XtModel& m, const std::vector<Vec3>& corners) {
 INSTANTIATE_TEST_SUITE_P(
     Brep, BadFace,
     testing::Values(
-        Damage{"NoLoopsOnAPlane", [](XtModel& m) { m.face(m.plane({0, 0, 1}, {0, 0, 1}, {1, 0, 0}), false, {}); },
+        Damage{"NoLoopsOnAPlane",
+               [](XtModel& m) {
+                 m.face(m.plane({0, 0, 1}, {0, 0, 1}, {1, 0, 0}), false, {});
+               },
                nullptr, "without loops"},
         Damage{"NoLoopsOnACylinder",
-               [](XtModel& m) { m.face(m.cylinder({0, 0, 1}, {0, 0, 1}, {1, 0, 0}, 0.01), false, {}); }, nullptr,
-               "without loops"},
-        Damage{"EmptyLoop", [](XtModel& m) { m.face(m.plane({0, 0, 1}, {0, 0, 1}, {1, 0, 0}), false, {{}}); }, nullptr,
-               "loop without edges"},
+               [](XtModel& m) {
+                 m.face(m.cylinder({0, 0, 1}, {0, 0, 1}, {1, 0, 0}, 0.01), false, {});
+               },
+               nullptr, "without loops"},
+        Damage{"EmptyLoop",
+               [](XtModel& m) {
+                 m.face(m.plane({0, 0, 1}, {0, 0, 1}, {1, 0, 0}), false, {{}});
+               },
+               nullptr, "loop without edges"},
         Damage{"LoopThatDoesNotClose", nullptr,
                [](XtModel& m) { m.nodes().pointer(m.finNodes()[2], "forward", 0); }, "does not close"},
         Damage{"LoopThatRunsIntoAnother", nullptr,
-               [](XtModel& m) { m.nodes().pointer(m.finNodes()[3], "forward", m.finNodes()[5]); }, "does not close"},
+               [](XtModel& m) { m.nodes().pointer(m.finNodes()[3], "forward", m.finNodes()[5]); },
+               "does not close"},
         Damage{"SelfCrossingTrim",
                [](XtModel& m) {
                  addLoopOnPlane(m, {{0, 0, 0.05}, {0.01, 0.01, 0.05}, {0.01, 0, 0.05}, {0, 0.01, 0.05}});
                },
                nullptr, "cross"},
-        Damage{"KnotsOutOfOrder", [](XtModel& m) { addSplineFace(m, {1, 0}, 1); }, nullptr, "knots are out of order"},
-        Damage{"WeightOfZero", [](XtModel& m) { addSplineFace(m, {0, 1}, 0); }, nullptr, "weight is not above zero"},
+        Damage{"KnotsOutOfOrder",
+               [](XtModel& m) {
+                 addSplineFace(m, {1, 0}, 1);
+               },
+               nullptr, "knots are out of order"},
+        Damage{"WeightOfZero",
+               [](XtModel& m) {
+                 addSplineFace(m, {0, 1}, 0);
+               },
+               nullptr, "weight is not above zero"},
         Damage{"UnknownSurface",
                [](XtModel& m) {
                  const auto foreign = m.nodes().add(120);
@@ -93,11 +110,15 @@ INSTANTIATE_TEST_SUITE_P(
                nullptr, "a surface that is not known"},
         Damage{"NoSurface", [](XtModel& m) { m.face(0, false, {}); }, nullptr, "no surface"},
         Damage{"NegativeRadius",
-               [](XtModel& m) { m.face(m.sphere({0, 0, 0}, {0, 0, 1}, {1, 0, 0}, -1), false, {}); }, nullptr,
-               "no axes or radius"},
+               [](XtModel& m) {
+                 m.face(m.sphere({0, 0, 0}, {0, 0, 1}, {1, 0, 0}, -1), false, {});
+               },
+               nullptr, "no axes or radius"},
         Damage{"NotANumber",
-               [](XtModel& m) { m.face(m.sphere({std::nan(""), 0, 0}, {0, 0, 1}, {1, 0, 0}, 1), false, {}); }, nullptr,
-               "no axes or radius"},
+               [](XtModel& m) {
+                 m.face(m.sphere({std::nan(""), 0, 0}, {0, 0, 1}, {1, 0, 0}, 1), false, {});
+               },
+               nullptr, "no axes or radius"},
         Damage{"SurfaceThatNeedsItself",
                [](XtModel& m) {
                  const auto a = m.offset(0, 0.001);
@@ -129,7 +150,9 @@ TEST(BadInput, EdgesOfNoLengthDoNotHurt) {
   const int d = model.vertex({0, 0.01, 0});
   const auto line = model.line({0, 0, 0}, {1, 0, 0});
   model.face(model.plane({0, 0, 0}, {0, 0, 1}, {1, 0, 0}), false,
-             {{{model.straight(a, b), true}, {model.edge(line, b, c), true}, {model.straight(c, d), true},
+             {{{model.straight(a, b), true},
+               {model.edge(line, b, c), true},
+               {model.straight(c, d), true},
                {model.straight(d, a), true}}});
   model.finish();
   const auto bodies = read(model.segment());

@@ -15,8 +15,8 @@ constexpr double kPi = std::numbers::pi;
 const double kHalf = std::sqrt(0.5);
 
 void expectNear(const Vec3& a, const Vec3& b, double tolerance) {
-  EXPECT_LE(distance(a, b), tolerance) << a.x << " " << a.y << " " << a.z << " against " << b.x << " " << b.y << " "
-                                       << b.z;
+  EXPECT_LE(distance(a, b), tolerance)
+      << a.x << " " << a.y << " " << a.z << " against " << b.x << " " << b.y << " " << b.z;
 }
 
 // A face on a surface brings the surface into Bodies; its loops do not matter here.
@@ -42,10 +42,12 @@ void expectConsistent(const Bodies& bodies, Range u, Range v, double tolerance =
       const Vec2 uv{u.low + u.size() * i / 8, v.low + v.size() * k / 8};
       const SurfacePoint p = geometry.at(s, uv);
       const double h = 1e-6;
-      const Vec3 du = (geometry.at(s, uv + Vec2{h * u.size(), 0}).p - geometry.at(s, uv - Vec2{h * u.size(), 0}).p) *
-                      (0.5 / (h * u.size()));
-      const Vec3 dv = (geometry.at(s, uv + Vec2{0, h * v.size()}).p - geometry.at(s, uv - Vec2{0, h * v.size()}).p) *
-                      (0.5 / (h * v.size()));
+      const Vec3 du =
+          (geometry.at(s, uv + Vec2{h * u.size(), 0}).p - geometry.at(s, uv - Vec2{h * u.size(), 0}).p) *
+          (0.5 / (h * u.size()));
+      const Vec3 dv =
+          (geometry.at(s, uv + Vec2{0, h * v.size()}).p - geometry.at(s, uv - Vec2{0, h * v.size()}).p) *
+          (0.5 / (h * v.size()));
       if (exact_du) expectNear(p.du, du, 1e-4 * (length(du) + 1e-6));
       expectNear(p.dv, dv, 1e-4 * (length(dv) + 1e-6));
       Vec2 back;
@@ -109,7 +111,8 @@ TEST(Spline, CubicOfOneSpanIsTheBezierPolynomial) {
   };
   for (int i = 0; i <= 8; ++i) {
     const double s = i / 8.0;
-    expectNear(evaluateSpline(cubic, 2 + 2 * s).p, {bernstein(s, 0), bernstein(s, 1), bernstein(s, 2)}, 1e-14);
+    expectNear(evaluateSpline(cubic, 2 + 2 * s).p, {bernstein(s, 0), bernstein(s, 1), bernstein(s, 2)},
+               1e-14);
   }
 }
 
@@ -147,7 +150,8 @@ XtModel::Id bumpySurface(XtModel& model) {
       net.insert(net.end(), {0.01 * i, 0.01 * k, 0.004 * std::sin(i * 1.3) * std::cos(k * 0.9)});
     }
   }
-  return model.splineSurface(3, 2, 5, 6, false, net, {0, 0.4, 1}, {4, 1, 4}, {-2, 1, 2, 3, 7}, {3, 1, 1, 1, 3});
+  return model.splineSurface(3, 2, 5, 6, false, net, {0, 0.4, 1}, {4, 1, 4}, {-2, 1, 2, 3, 7},
+                             {3, 1, 1, 1, 3});
 }
 
 TEST(Surface, SplineInvertsItsPoints) {
@@ -176,7 +180,8 @@ TEST(Surface, SweptSpunAndBlendInvertTheirPoints) {
   XtModel swept, spun, blend;
   const auto ellipse = swept.ellipse({0, 0, 0}, {0, 0, 1}, {1, 0, 0}, 0.03, 0.01);
   expectConsistent(bodiesOf(swept, swept.swept(ellipse, {0.2, 0, 1})), {-3, 3}, {0, 0.1});
-  const auto profile = spun.splineCurve(2, 3, false, {0.01, 0, 0, 0.03, 0, 0.01, 0.01, 0, 0.03}, {0, 1}, {3, 3});
+  const auto profile =
+      spun.splineCurve(2, 3, false, {0.01, 0, 0, 0.03, 0, 0.01, 0.01, 0, 0.03}, {0, 1}, {3, 3});
   expectConsistent(bodiesOf(spun, spun.spun(profile, {0, 0, 0}, {0, 0, 1})), {0, 1}, {-3, 3});
   // Only the direction of du counts for a blend.
   const auto spine = blend.circle({0, 0, 0}, {0, 0, 1}, {1, 0, 0}, 0.03);
@@ -192,7 +197,9 @@ TEST(Curve, EllipseNearestPointIsAcross) {
     const double t = 2 * kPi * i / 12 + 0.1;
     const CurvePoint at = geometry.at(bodies.curves[0], t);
     const Vec3 out = normalized(Vec3{at.d.y, -at.d.x, 0});
-    EXPECT_NEAR(wrapNear(geometry.nearest(bodies.curves[0], at.p + out * 0.01, std::nan(""), 1e-12), t, 2 * kPi), t, 1e-7);
+    EXPECT_NEAR(
+        wrapNear(geometry.nearest(bodies.curves[0], at.p + out * 0.01, std::nan(""), 1e-12), t, 2 * kPi), t,
+        1e-7);
   }
 }
 
@@ -208,9 +215,8 @@ TEST(Curve, IntersectionFollowsItsSurfaces) {
   }
   const Bodies bodies = bodiesOf(model, model.swept(model.intersection(a, b, chart), {1, 0, 0}));
   Geometry geometry(bodies, 1e-8);
-  const auto intersection = std::find_if(bodies.curves.begin(), bodies.curves.end(), [](const Curve& c) {
-    return c.kind == CurveKind::Intersection;
-  });
+  const auto intersection = std::find_if(bodies.curves.begin(), bodies.curves.end(),
+                                         [](const Curve& c) { return c.kind == CurveKind::Intersection; });
   ASSERT_NE(intersection, bodies.curves.end());
   for (int i = 0; i <= 60; ++i) {
     const Vec3 p = geometry.at(*intersection, 3.0 * i / 60).p;

@@ -101,7 +101,8 @@ XtModel wholeSphere(double radius) {
 XtModel cutSphere(double radius, double height, bool cap) {
   XtModel model;
   const auto ball = model.sphere({0, 0, 0}, kZ, kX, radius);
-  const int ring = model.edge(model.circle({0, 0, height}, kZ, kX, std::sqrt(radius * radius - height * height)), -1, -1);
+  const int ring =
+      model.edge(model.circle({0, 0, height}, kZ, kX, std::sqrt(radius * radius - height * height)), -1, -1);
   // Above the ring the face is to its left, seen from outside.
   model.face(ball, false, {{{ring, cap}}});
   model.face(model.plane({0, 0, height}, cap ? -kZ : kZ, kX), false, {{{ring, !cap}}});
@@ -180,7 +181,8 @@ XtModel splinePatch(double half, double bump) {
   for (int i = 0; i < kSize; ++i) {
     for (int k = 0; k < kSize; ++k) {
       const bool border = i == 0 || k == 0 || i == kSize - 1 || k == kSize - 1;
-      net.insert(net.end(), {place(i), place(k), border ? 0 : bump * std::cos(place(i) / half) * std::cos(place(k) / half)});
+      net.insert(net.end(), {place(i), place(k),
+                             border ? 0 : bump * std::cos(place(i) / half) * std::cos(place(k) / half)});
     }
   }
   const std::vector<double> knots{0, 1, 2, 3, 4};
@@ -191,7 +193,10 @@ XtModel splinePatch(double half, double bump) {
   const int c = model.vertex({half, half, 0});
   const int d = model.vertex({-half, half, 0});
   model.face(surface, false,
-             {{{model.straight(a, b), true}, {model.straight(b, c), true}, {model.straight(c, d), true}, {model.straight(d, a), true}}});
+             {{{model.straight(a, b), true},
+               {model.straight(b, c), true},
+               {model.straight(c, d), true},
+               {model.straight(d, a), true}}});
   return model;
 }
 
@@ -232,8 +237,9 @@ XtModel tolerantCylinder(double radius, double height) {
     const auto uv = model.splineCurve(2, 3, true, points, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3});
     return model.trimmed(model.onSurface(plane, uv), forward ? 0 : 4, forward ? 4 : 0, p, p);
   };
-  model.face(side, false,
-             {{{ring_low, true, alongSide(0, true, pa)}}, {{ring_high, false, alongSide(height, false, pb)}}});
+  model.face(
+      side, false,
+      {{{ring_low, true, alongSide(0, true, pa)}}, {{ring_high, false, alongSide(height, false, pb)}}});
   // On the bottom, seen from below, the way against the ring is forward in the plane's coordinates.
   model.face(bottom, false, {{{ring_low, false, onPlane(bottom, true, pa)}}});
   model.face(top, false, {{{ring_high, true, onPlane(top, true, pb)}}});
@@ -265,7 +271,8 @@ XtModel splineCylinder(double radius, double height) {
       net.insert(net.end(), {r * std::cos(angle) * weight, r * std::sin(angle) * weight, z * weight, weight});
     }
   }
-  const auto side = model.splineSurface(2, 1, 9, 2, true, net, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3}, {0, 1}, {2, 2});
+  const auto side =
+      model.splineSurface(2, 1, 9, 2, true, net, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3}, {0, 1}, {2, 2});
   const int ring_low = model.edge(model.circle({0, 0, 0}, kZ, kY, radius), -1, -1);
   const int ring_high = model.edge(model.circle({0, 0, height}, kZ, -kX, radius), -1, -1);
   model.face(side, false, {{{ring_low, true}}, {{ring_high, false}}});

@@ -17,8 +17,8 @@ TEST(Predicates, OrientationOfPlainCases) {
   EXPECT_EQ(orient2d({0.1, 0.1}, {0.1, 0.1}, {0.7, 0.3}), 0);
 }
 
-// The grid of doubles next to (0.5, 0.5) against the line through (12, 12) and (24, 24): the sign is that of y - x,
-// exactly, which the rounded determinant gets wrong for many of them.
+// The grid of doubles next to (0.5, 0.5) against the line through (12, 12) and (24, 24): the sign is that of
+// y - x, exactly, which the rounded determinant gets wrong for many of them.
 TEST(Predicates, OrientationNextToALineIsExact) {
   const double step = std::ldexp(1.0, -53);
   int wrong_when_rounded = 0;

@@ -29,7 +29,8 @@ Outcome run(XtModel model, const TessellationOptions& options = {}) {
   if (!bodies) return outcome;
   outcome.bodies = *bodies;
   outcome.made = tessellate(outcome.bodies, options);
-  for (const TessellationLoss& loss : outcome.made.losses) ADD_FAILURE() << "face " << loss.face << ": " << loss.reason;
+  for (const TessellationLoss& loss : outcome.made.losses)
+    ADD_FAILURE() << "face " << loss.face << ": " << loss.reason;
   EXPECT_EQ(outcome.made.bodies.size(), 1U);
   if (!outcome.made.bodies.empty()) outcome.measures = measure(outcome.made.bodies[0].shape);
   return outcome;
@@ -53,7 +54,8 @@ double farthest(const ShapeGeometry& shape, const Distance& distance) {
     Vec3 p[3];
     for (std::size_t k = 0; k < 3; ++k) {
       const std::uint32_t q = shape.corner_positions[shape.primitive_starts[t] + k];
-      p[k] = {double{shape.positions[3 * q]}, double{shape.positions[3 * q + 1]}, double{shape.positions[3 * q + 2]}};
+      p[k] = {double{shape.positions[3 * q]}, double{shape.positions[3 * q + 1]},
+              double{shape.positions[3 * q + 2]}};
     }
     for (int i = 0; i <= 6; ++i) {
       for (int k = 0; i + k <= 6; ++k) {
@@ -110,7 +112,8 @@ TEST(Solid, TorusWithoutLoops) {
 }
 
 TEST(Solid, HalfTorusBetweenTwoSections) {
-  expectClosed(run(models::halfTorus(0.02, 0.005)), kPi * kPi * 20 * 25, 2 * kPi * kPi * 20 * 5 + 2 * kPi * 25);
+  expectClosed(run(models::halfTorus(0.02, 0.005)), kPi * kPi * 20 * 25,
+               2 * kPi * kPi * 20 * 5 + 2 * kPi * 25);
 }
 
 TEST(Solid, ConeWithApex) {
@@ -188,12 +191,12 @@ TEST(Solid, AllModelsStayClosedAtEveryTolerance) {
       TessellationOptions options;
       options.chord_tolerance_percent = percent;
       options.minimum_edge_length = minimum_edge;
-      for (const auto& make : {+[] { return models::cylinder(0.01, 0.03, false); },
-                               +[] { return models::drilledCylinder(0.01, 0.03, 0.004); },
-                               +[] { return models::cone(0.01, 0.02); }, +[] { return models::wholeSphere(0.01); },
-                               +[] { return models::wholeTorus(0.02, 0.005); },
-                               +[] { return models::spunSpindle(0.01, 0.02); },
-                               +[] { return models::plateWithHoles(0.1, 0.03, 0.005, 0.008, 5); }}) {
+      for (const auto& make :
+           {+[] { return models::cylinder(0.01, 0.03, false); },
+            +[] { return models::drilledCylinder(0.01, 0.03, 0.004); },
+            +[] { return models::cone(0.01, 0.02); }, +[] { return models::wholeSphere(0.01); },
+            +[] { return models::wholeTorus(0.02, 0.005); }, +[] { return models::spunSpindle(0.01, 0.02); },
+            +[] { return models::plateWithHoles(0.1, 0.03, 0.005, 0.008, 5); }}) {
         const Outcome o = run(make(), options);
         EXPECT_EQ(o.measures.open_edges, 0U);
         EXPECT_GT(o.measures.volume, 0);

@@ -63,7 +63,8 @@ TEST(XtDelta, LettersCopyDropInsertAndAppend) {
     delta.insert(delta.end(), part.begin(), part.end());
   }
   append(delta, "notransmit");
-  for (const auto& part : {bytes({0, 0, 0, 1, 1, 'l'}), bytes({'C', 'C', 'C', 'D', 'C', 'C', 'D', 'I', 12})}) {
+  for (const auto& part :
+       {bytes({0, 0, 0, 1, 1, 'l'}), bytes({'C', 'C', 'C', 'D', 'C', 'C', 'D', 'I', 12})}) {
     delta.insert(delta.end(), part.begin(), part.end());
   }
   append(delta, "finger_index");
@@ -92,9 +93,11 @@ TEST(XtDelta, TypeThatTheBaseLacksDescribesItself) {
   append(delta, "Intersection data");
   delta.push_back(std::byte{7});
   append(delta, "uv_type");
-  for (const auto& part : {bytes({0, 0, 0, 1, 1, 'u', 6})}) delta.insert(delta.end(), part.begin(), part.end());
+  for (const auto& part : {bytes({0, 0, 0, 1, 1, 'u', 6})})
+    delta.insert(delta.end(), part.begin(), part.end());
   append(delta, "values");
-  for (const auto& part : {bytes({0, 0, 0, 2, 1, 'f', 1})}) delta.insert(delta.end(), part.begin(), part.end());
+  for (const auto& part : {bytes({0, 0, 0, 2, 1, 'f', 1})})
+    delta.insert(delta.end(), part.begin(), part.end());
   ByteReader reader(delta, ByteOrder::Big);
   const auto type = readXtTypeDelta(reader, 204);
   ASSERT_TRUE(type) << type.error().text();
@@ -153,7 +156,8 @@ TEST(XtStream, SchemaOfThreePartsHasNoDeltas) {
 
 TEST(XtStream, RepeatedIndexIsAnError) {
   std::vector<std::byte> stream = header("SCH_2601251_26105_13006");
-  for (const auto& part : {bytes({0, 82, 255, 0, 0, 0, 0, 0, 2}), bytes({0, 82, 0, 0, 0, 0, 0, 2}), bytes({0, 1, 0, 1})}) {
+  for (const auto& part :
+       {bytes({0, 82, 255, 0, 0, 0, 0, 0, 2}), bytes({0, 82, 0, 0, 0, 0, 0, 2}), bytes({0, 1, 0, 1})}) {
     stream.insert(stream.end(), part.begin(), part.end());
   }
   const auto nodes = XtNodes::read(stream, 0);
@@ -170,9 +174,10 @@ TEST(XtStream, OtherBaseSchemaIsAnErrorThatNamesIt) {
 TEST(XtSegment, DataAreFoundBehindTheWrapperOfEachVersion) {
   const auto data = bytes({'P', 'S', 0, 0, 1, 2});
   const auto wrapped = [&](int id_bytes, int version_bytes, int numbers, int pad) {
-    std::vector<std::byte> element = bytes({0xe0, 0x70, 0x3a, 0x87, 0xc9, 0x2a, 0xd1, 0x11, 0x9b, 0x6b, 0x00, 0x80, 0xc7,
-                                            0xbb, 0x59, 0x97, 9});
-    element.resize(element.size() + static_cast<std::size_t>(id_bytes + version_bytes + 4 * numbers + pad), std::byte{1});
+    std::vector<std::byte> element = bytes(
+        {0xe0, 0x70, 0x3a, 0x87, 0xc9, 0x2a, 0xd1, 0x11, 0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97, 9});
+    element.resize(element.size() + static_cast<std::size_t>(id_bytes + version_bytes + 4 * numbers + pad),
+                   std::byte{1});
     for (const int b : {6, 0, 0, 0}) element.push_back(static_cast<std::byte>(b));
     element.insert(element.end(), data.begin(), data.end());
     std::vector<std::byte> all = bytes({static_cast<int>(element.size()), 0, 0, 0});

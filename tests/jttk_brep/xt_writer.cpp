@@ -32,7 +32,9 @@ class Bytes {
     big(static_cast<std::uint64_t>(-static_cast<std::int64_t>(rest)), 2);
     big((value - rest) / 32767, 2);
   }
-  void append(const std::vector<std::byte>& other) { bytes_.insert(bytes_.end(), other.begin(), other.end()); }
+  void append(const std::vector<std::byte>& other) {
+    bytes_.insert(bytes_.end(), other.begin(), other.end());
+  }
   [[nodiscard]] const std::vector<std::byte>& all() const { return bytes_; }
 
  private:
@@ -132,9 +134,9 @@ std::vector<std::byte> wrapXtStream(const std::vector<std::byte>& stream) {
   element.little(0x11d1, 2);
   for (const unsigned b : {0x9bU, 0x6bU, 0x00U, 0x80U, 0xc7U, 0xbbU, 0x59U, 0x97U}) element.u8(b);
   element.u8(9);
-  element.little(0, 4);    // object id
-  element.little(2, 4);    // version
-  element.little(26, 4);   // modeller
+  element.little(0, 4);   // object id
+  element.little(2, 4);   // version
+  element.little(26, 4);  // modeller
   element.little(1, 4);
   element.little(251, 4);
   element.little(stream.size(), 4);
@@ -170,7 +172,8 @@ XtModel::Id XtModel::circle(const Vec3& center, const Vec3& normal, const Vec3& 
   return id;
 }
 
-XtModel::Id XtModel::ellipse(const Vec3& center, const Vec3& normal, const Vec3& x, double major, double minor) {
+XtModel::Id XtModel::ellipse(const Vec3& center, const Vec3& normal, const Vec3& x, double major,
+                             double minor) {
   const Id id = nodes_.add(32);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "centre", center);
@@ -191,7 +194,8 @@ XtModel::Id XtModel::splineCurve(int degree, int dimension, bool rational, const
   nodes_.number(id, "sense", '+');
   nodes_.pointer(id, "nurbs", nurbs);
   nodes_.number(nurbs, "degree", degree);
-  nodes_.number(nurbs, "n_vertices", static_cast<double>(points.size() / static_cast<std::size_t>(dimension)));
+  nodes_.number(nurbs, "n_vertices",
+                static_cast<double>(points.size() / static_cast<std::size_t>(dimension)));
   nodes_.number(nurbs, "vertex_dim", dimension);
   nodes_.number(nurbs, "n_knots", static_cast<double>(knots.size()));
   nodes_.number(nurbs, "rational", rational ? 1 : 0);
@@ -380,7 +384,8 @@ int XtModel::face(Id surface, bool reversed, const std::vector<LoopSides>& loops
   return static_cast<int>(faces_.size()) - 1;
 }
 
-void XtModel::finishFace(std::size_t number, Id shell, std::vector<Id>& forward_fins, std::vector<Id>& backward_fins) {
+void XtModel::finishFace(std::size_t number, Id shell, std::vector<Id>& forward_fins,
+                         std::vector<Id>& backward_fins) {
   const FaceSpec& spec = faces_[number];
   const Id face = face_ids_[number];
   nodes_.number(face, "node_id", static_cast<double>(number + 1));

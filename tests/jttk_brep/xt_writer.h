@@ -71,9 +71,10 @@ class XtModel {
   Id cone(const Vec3& p, const Vec3& axis, const Vec3& x, double radius, double half_angle);
   Id sphere(const Vec3& center, const Vec3& axis, const Vec3& x, double radius);
   Id torus(const Vec3& center, const Vec3& axis, const Vec3& x, double major, double minor);
-  Id splineSurface(int degree_u, int degree_v, int n_u, int n_v, bool rational, const std::vector<double>& points,
-                   const std::vector<double>& knots_u, const std::vector<int>& times_u,
-                   const std::vector<double>& knots_v, const std::vector<int>& times_v);
+  Id splineSurface(int degree_u, int degree_v, int n_u, int n_v, bool rational,
+                   const std::vector<double>& points, const std::vector<double>& knots_u,
+                   const std::vector<int>& times_u, const std::vector<double>& knots_v,
+                   const std::vector<int>& times_v);
   Id swept(Id section, const Vec3& direction);
   Id spun(Id profile, const Vec3& base, const Vec3& axis);
   Id offset(Id surface, double distance);
@@ -110,7 +111,8 @@ class XtModel {
     bool reversed;
     std::vector<LoopSides> loops;
   };
-  void finishFace(std::size_t number, Id shell, std::vector<Id>& forward_fins, std::vector<Id>& backward_fins);
+  void finishFace(std::size_t number, Id shell, std::vector<Id>& forward_fins,
+                  std::vector<Id>& backward_fins);
 
   XtWriter nodes_;
   Id body_ = 0;
