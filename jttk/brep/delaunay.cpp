@@ -34,6 +34,7 @@ Triangulation::Triangulation(const Vec2& low, const Vec2& high, std::size_t expe
   second.corner = {0, 2, 3};
   second.neighbor = {kNoTriangle, kNoTriangle, 0};
   triangles_ = {first, second};
+  flips_left_ = 1'000'000 + 200 * expected_points;
 }
 
 Triangulation::Place Triangulation::locate(const Vec2& p, std::uint32_t from) const {
@@ -374,8 +375,8 @@ Triangulation::Constraint Triangulation::constrain(std::uint32_t a, std::uint32_
     // Flip the crossed edges away; those in quadrilaterals that are not convex have to wait for others.
     std::deque<std::pair<std::uint32_t, std::uint32_t>> waiting(crossed.begin(), crossed.end());
     std::vector<std::pair<std::uint32_t, std::uint32_t>> made;
-    std::size_t turns_left = 16 * (crossed.size() + 4) * (crossed.size() + 4);
-    while (!waiting.empty() && turns_left-- > 0) {
+    while (!waiting.empty() && flips_left_ > 0) {
+      --flips_left_;
       const auto [p, q] = waiting.front();
       waiting.pop_front();
       const auto [edge, edge_side] = findEdge(p, q);

@@ -84,6 +84,8 @@ class Triangulation {
   std::vector<Triangle> triangles_;
   std::vector<std::pair<std::uint32_t, int>> suspects_;  // sides that may not be Delaunay
   std::uint32_t last_ = 0;
+  // Flips that constraints may still take: far more than real loops need, so that tangled ones end.
+  std::size_t flips_left_ = 0;
 };
 
 }  // namespace jttk::brep

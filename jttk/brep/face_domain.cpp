@@ -3,14 +3,12 @@
 #include "jttk/brep/face_domain.h"
 
 #include <algorithm>
-#include <numbers>
 #include <optional>
 #include <unordered_map>
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kTurn = 2 * std::numbers::pi;
 // A boundary point further from the surface than this many chord tolerances is damage.
 constexpr double kMaximumGap = 20;
 constexpr int kPoleRowPieces = 12;
@@ -370,7 +368,8 @@ class Builder {
 
   // Points between a and b on the straight way in the plane, so close that the chord holds.
   DomainLoop cutBetween(const DomainPoint& a, const DomainPoint& b) {
-    int pieces = 1;
+    // A cut that comes back to its start must not fall together to a point.
+    int pieces = points_[a.id] == geometry_.at(domain_.surface, b.uv).p || a.id == b.id ? 4 : 1;
     for (; pieces < 256; pieces *= 2) {
       bool fine = true;
       const double step = 1.0 / pieces;
@@ -543,6 +542,10 @@ class Builder {
     const bool closed_v = box_.period_v > 0;
     if (closed_u && closed_v) {
       if (domain_.surface.kind == SurfaceKind::Blend) return false;
+      if (domain_.surface.kind == SurfaceKind::Torus && domain_.surface.radius <= domain_.surface.radius_2) {
+        fail("a whole torus that crosses itself");
+        return true;
+      }
       wholeTorus(holes);
       return true;
     }

@@ -12,7 +12,7 @@ namespace jttk::brep {
 namespace {
 
 constexpr int kMaximumRounds = 40;
-constexpr std::size_t kMaximumPoints = 200000;
+constexpr std::size_t kMaximumPoints = 100000;
 // An edge of the triangulation may leave its curve on the surface sideways by this share of its length.
 constexpr double kMaximumDrift = 0.15;
 

@@ -20,8 +20,10 @@ constexpr double kFinest = 1e-6;  // of the tolerance
 // Meshes of convex bodies lie inside of them all round. Half of the allowed distance keeps area and volume
 // near the truth as well.
 constexpr double kOwnShare = 0.5;
-constexpr std::uint64_t kWorkPerPart = 50'000'000;
-constexpr std::uint64_t kWorkPerFace = 400'000;
+// Taken for the diagonal of bodies that seem to have no size, in metres.
+constexpr double kUnknownSize = 0.1;
+constexpr std::uint64_t kWorkPerPart = 4'000'000;
+constexpr std::uint64_t kWorkPerFace = 100'000;
 
 struct Box {
   Vec3 low{1e300, 1e300, 1e300};
@@ -330,7 +332,8 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
   Tolerances tolerances;
   Geometry rough(bodies, 1e-4);
   rough.allowWork(kWorkPerPart);
-  const double diagonal = roughDiagonal(bodies, rough);
+  double diagonal = roughDiagonal(bodies, rough);
+  if (!(diagonal > 0)) diagonal = kUnknownSize;
   const double percent =
       std::isfinite(options.chord_tolerance_percent) ? options.chord_tolerance_percent : 0.08;
   // Never finer than what double arithmetic and the bodies' own precision give.
