@@ -1,0 +1,489 @@
+// Points go in one by one: walk to the triangle, split it, flip sides until all circles are empty again. A
+// constraint edge is made by flipping away the edges that it crosses. All decisions are exact.
+#include "jttk/brep/delaunay.h"
+
+#include <algorithm>
+#include <deque>
+#include <tuple>
+
+#include "jttk/brep/predicates.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr int next(int i) { return i == 2 ? 0 : i + 1; }
+constexpr int previous(int i) { return i == 0 ? 2 : i - 1; }
+constexpr std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+}  // namespace
+
+Triangulation::Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points) {
+  points_.reserve(expected_points + kFramePoints);
+  triangle_of_point_.reserve(expected_points + kFramePoints);
+  triangles_.reserve(2 * expected_points + 2);
+  const double margin = std::max({high.u - low.u, high.v - low.v, 1e-9}) * 2;
+  points_ = {{low.u - margin, low.v - margin},
+             {high.u + margin, low.v - margin},
+             {high.u + margin, high.v + margin},
+             {low.u - margin, high.v + margin}};
+  triangle_of_point_ = {0, 0, 0, 1};
+  Triangle first;
+  first.corner = {0, 1, 2};
+  first.neighbor = {kNoTriangle, 1, kNoTriangle};
+  Triangle second;
+  second.corner = {0, 2, 3};
+  second.neighbor = {kNoTriangle, kNoTriangle, 0};
+  triangles_ = {first, second};
+  flips_left_ = 1'000'000 + 200 * expected_points;
+}
+
+Triangulation::Place Triangulation::locate(const Vec2& p, std::uint32_t from) const {
+  std::uint32_t t = from;
+  std::uint32_t came_from = kNoTriangle;
+  // A walk in a Delaunay triangulation cannot go in circles; with constraints it could, hence the bound.
+  for (std::size_t step = 0; step < 4 * triangles_.size() + 16; ++step) {
+    const Triangle& triangle = triangles_[t];
+    int on = -1;
+    int zeros = 0;
+    bool moved = false;
+    const int first = static_cast<int>(step % 3);
+    for (int k = 0; k < 3 && !moved; ++k) {
+      const int i = (first + k) % 3;
+      if (triangle.neighbor[at(i)] == came_from && came_from != kNoTriangle) continue;
+      const double turn =
+          orient2d(points_[triangle.corner[at(next(i))]], points_[triangle.corner[at(previous(i))]], p);
+      if (turn < 0) {
+        came_from = t;
+        t = triangle.neighbor[at(i)];
+        if (t == kNoTriangle) return {};
+        moved = true;
+      } else if (turn == 0) {
+        on = i;
+        ++zeros;
+      }
+    }
+    if (moved) continue;
+    Place found{t, -1, -1};
+    if (zeros == 0) {
+      // The side it came in by was not asked for.
+      for (int i = 0; i < 3; ++i) {
+        if (triangle.neighbor[at(i)] == came_from && came_from != kNoTriangle &&
+            orient2d(points_[triangle.corner[at(next(i))]], points_[triangle.corner[at(previous(i))]], p) ==
+                0) {
+          on = i;
+          ++zeros;
+        }
+      }
+    }
+    for (int i = 0; i < 3; ++i) {
+      if (points_[triangle.corner[at(i)]] == p) found.corner = i;
+    }
+    if (found.corner < 0 && zeros > 0) found.side = on;
+    return found;
+  }
+  return {};
+}
+
+void Triangulation::link(std::uint32_t t, int side, std::uint32_t neighbor) {
+  triangles_[t].neighbor[at(side)] = neighbor;
+}
+
+int Triangulation::sideTo(std::uint32_t t, std::uint32_t neighbor) const {
+  const Triangle& triangle = triangles_[t];
+  for (int i = 0; i < 3; ++i) {
+    if (triangle.neighbor[at(i)] == neighbor) return i;
+  }
+  return -1;
+}
+
+void Triangulation::changed(std::uint32_t t) {
+  Triangle& triangle = triangles_[t];
+  triangle.center_done = false;
+  for (const std::uint32_t corner : triangle.corner) triangle_of_point_[corner] = t;
+}
+
+void Triangulation::splitTriangle(std::uint32_t t, std::uint32_t p) {
+  const Triangle old = triangles_[t];
+  const auto second = static_cast<std::uint32_t>(triangles_.size());
+  const std::uint32_t made[3] = {t, second, second + 1};
+  triangles_.resize(triangles_.size() + 2);
+  for (int i = 0; i < 3; ++i) {
+    // Triangle i keeps side i of the old one, opposite to p at corner 0.
+    Triangle& triangle = triangles_[made[i]];
+    triangle = Triangle{};
+    triangle.inside = old.inside;
+    triangle.corner = {p, old.corner[at(next(i))], old.corner[at(previous(i))]};
+    triangle.neighbor = {old.neighbor[at(i)], made[next(i)], made[previous(i)]};
+    triangle.turns[0] = old.turns[at(i)];
+    triangle.fixed[0] = old.fixed[at(i)];
+    triangle.done[0] = old.done[at(i)];
+    if (old.neighbor[at(i)] != kNoTriangle) {
+      const int back = sideTo(old.neighbor[at(i)], t);
+      if (back >= 0) link(old.neighbor[at(i)], back, made[i]);
+    }
+    suspects_.emplace_back(made[i], 0);
+  }
+  for (const std::uint32_t m : made) changed(m);
+}
+
+void Triangulation::splitSide(std::uint32_t t, int side, std::uint32_t p) {
+  const Triangle old = triangles_[t];
+  const std::uint32_t other = old.neighbor[at(side)];
+  const auto t2 = static_cast<std::uint32_t>(triangles_.size());
+  const std::uint32_t apex = old.corner[at(side)];
+  const std::uint32_t a = old.corner[at(next(side))];
+  const std::uint32_t b = old.corner[at(previous(side))];
+  triangles_.emplace_back();
+  std::uint32_t o2 = kNoTriangle;
+  if (other != kNoTriangle) {
+    o2 = static_cast<std::uint32_t>(triangles_.size());
+    triangles_.emplace_back();
+  }
+  // t becomes (p, apex, a), t2 becomes (p, b, apex).
+  const auto half = [&](std::uint32_t number, const Triangle& from, int split_side, int kept_side,
+                        std::uint32_t c1, std::uint32_t c2, std::uint32_t n1, std::uint32_t n2, int half_side,
+                        std::uint32_t before) {
+    Triangle made;
+    made.inside = from.inside;
+    made.corner = {p, c1, c2};
+    made.neighbor = {from.neighbor[at(kept_side)], n1, n2};
+    made.turns[0] = from.turns[at(kept_side)];
+    made.fixed[0] = from.fixed[at(kept_side)];
+    made.done[0] = from.done[at(kept_side)];
+    made.turns[at(half_side)] = from.turns[at(split_side)];
+    made.fixed[at(half_side)] = from.fixed[at(split_side)];
+    triangles_[number] = made;
+    if (made.neighbor[0] != kNoTriangle) {
+      const int back = sideTo(made.neighbor[0], before);
+      if (back >= 0) link(made.neighbor[0], back, number);
+    }
+  };
+  const Triangle old_other = other == kNoTriangle ? Triangle{} : triangles_[other];
+  // Sides of (p, c1, c2): 0 is c1-c2, 1 is c2-p, 2 is p-c1.
+  half(t, old, side, previous(side), apex, a, o2 == kNoTriangle ? kNoTriangle : o2, t2, 1, t);
+  half(t2, old, side, next(side), b, apex, t, other, 2, t);
+  if (other != kNoTriangle) {
+    int other_side = 0;
+    while (old_other.corner[at(next(other_side))] != b || old_other.corner[at(previous(other_side))] != a)
+      ++other_side;
+    const std::uint32_t far = old_other.corner[at(other_side)];
+    // other becomes (p, far, b), o2 becomes (p, a, far).
+    half(other, old_other, other_side, previous(other_side), far, b, t2, o2, 1, other);
+    half(o2, old_other, other_side, next(other_side), a, far, other, t, 2, other);
+  }
+  for (const std::uint32_t m : {t, t2, other, o2}) {
+    if (m == kNoTriangle) continue;
+    changed(m);
+    suspects_.emplace_back(m, 0);
+  }
+}
+
+// t = (p, q, r) with `side` opposite to p, its neighbour (s, r, q): the edge q-r becomes p-s.
+void Triangulation::flip(std::uint32_t t, int side) {
+  const std::uint32_t other = triangles_[t].neighbor[at(side)];
+  const int other_side = sideTo(other, t);
+  const Triangle a = triangles_[t];
+  const Triangle b = triangles_[other];
+  const std::uint32_t p = a.corner[at(side)];
+  const std::uint32_t q = a.corner[at(next(side))];
+  const std::uint32_t r = a.corner[at(previous(side))];
+  const std::uint32_t s = b.corner[at(other_side)];
+  Triangle left;   // (p, q, s)
+  Triangle right;  // (p, s, r)
+  const auto carry = [](Triangle& to, int to_side, const Triangle& from, int from_side) {
+    to.neighbor[at(to_side)] = from.neighbor[at(from_side)];
+    to.turns[at(to_side)] = from.turns[at(from_side)];
+    to.fixed[at(to_side)] = from.fixed[at(from_side)];
+    to.done[at(to_side)] = from.done[at(from_side)];
+  };
+  left.corner = {p, q, s};
+  right.corner = {p, s, r};
+  left.inside = right.inside = a.inside;
+  // b's corners: s at other_side, then r, then q: side s-r is opposite to q, side q-s opposite to r.
+  carry(left, 0, b, next(other_side));       // q-s, opposite to r
+  carry(left, 2, a, previous(side));         // p-q, opposite to r
+  carry(right, 0, b, previous(other_side));  // s-r, opposite to q
+  carry(right, 1, a, next(side));            // r-p, opposite to q
+  left.neighbor[1] = other;
+  right.neighbor[2] = t;
+  // Both looked up before either changes: it may be one and the same triangle.
+  const int left_back = left.neighbor[0] == kNoTriangle ? -1 : sideTo(left.neighbor[0], other);
+  const int right_back = right.neighbor[1] == kNoTriangle ? -1 : sideTo(right.neighbor[1], t);
+  triangles_[t] = left;
+  triangles_[other] = right;
+  if (left_back >= 0) link(left.neighbor[0], left_back, t);
+  if (right_back >= 0) link(right.neighbor[1], right_back, other);
+  changed(t);
+  changed(other);
+}
+
+bool Triangulation::mayFlip(std::uint32_t t, int side) const {
+  const Triangle& a = triangles_[t];
+  const std::uint32_t other = a.neighbor[at(side)];
+  if (other == kNoTriangle || a.fixed[at(side)]) return false;
+  const Triangle& b = triangles_[other];
+  const Vec2& p = points_[a.corner[at(side)]];
+  const Vec2& s = points_[b.corner[at(sideTo(other, t))]];
+  // The quadrilateral p, q, s, r must be strictly convex at q and r.
+  return orient2d(p, points_[a.corner[at(next(side))]], s) > 0 &&
+         orient2d(s, points_[a.corner[at(previous(side))]], p) > 0;
+}
+
+// The suspects are sides opposite to the new point at corner 0.
+void Triangulation::legalize(std::uint32_t p) {
+  while (!suspects_.empty()) {
+    const auto [t, ignored] = suspects_.back();
+    suspects_.pop_back();
+    int side = 0;
+    while (side < 3 && triangles_[t].corner[at(side)] != p) ++side;
+    if (side == 3) continue;
+    const Triangle& a = triangles_[t];
+    const std::uint32_t other = a.neighbor[at(side)];
+    if (other == kNoTriangle || a.fixed[at(side)]) continue;
+    const std::uint32_t far = triangles_[other].corner[at(sideTo(other, t))];
+    if (inCircle(points_[a.corner[0]], points_[a.corner[1]], points_[a.corner[2]], points_[far]) > 0 &&
+        mayFlip(t, side)) {
+      flip(t, side);
+      suspects_.emplace_back(t, 0);
+      suspects_.emplace_back(other, 0);
+    }
+  }
+}
+
+std::uint32_t Triangulation::place(const Vec2& p, const Place& found) {
+  if (found.triangle == kNoTriangle) return kNoTriangle;
+  if (found.corner >= 0) return triangles_[found.triangle].corner[at(found.corner)];
+  const auto number = static_cast<std::uint32_t>(points_.size());
+  points_.push_back(p);
+  triangle_of_point_.push_back(found.triangle);
+  if (found.side >= 0) {
+    splitSide(found.triangle, found.side, number);
+  } else {
+    splitTriangle(found.triangle, number);
+  }
+  legalize(number);
+  last_ = triangle_of_point_[number];
+  return number;
+}
+
+std::uint32_t Triangulation::insert(const Vec2& p) { return place(p, locate(p, last_)); }
+
+std::uint32_t Triangulation::refine(std::uint32_t t, const Vec2& p) {
+  const Place found = locate(p, t);
+  if (found.triangle == kNoTriangle || found.corner >= 0 || !triangles_[found.triangle].inside)
+    return kNoTriangle;
+  if (found.side >= 0 && triangles_[found.triangle].fixed[at(found.side)]) return kNoTriangle;
+  return place(p, found);
+}
+
+std::pair<std::uint32_t, int> Triangulation::findEdge(std::uint32_t a, std::uint32_t b) const {
+  const std::uint32_t start = triangle_of_point_[a];
+  // Round a, one way and, at the border of the frame, the other.
+  for (const bool forward : {true, false}) {
+    std::uint32_t t = start;
+    do {
+      const Triangle& triangle = triangles_[t];
+      int i = 0;
+      while (triangle.corner[at(i)] != a) ++i;
+      if (triangle.corner[at(next(i))] == b) return {t, previous(i)};
+      t = triangle.neighbor[at(forward ? next(i) : previous(i))];
+    } while (t != start && t != kNoTriangle);
+    if (t == start) break;
+  }
+  return {kNoTriangle, -1};
+}
+
+bool Triangulation::findCrossed(std::uint32_t a, std::uint32_t b,
+                                std::vector<std::pair<std::uint32_t, std::uint32_t>>& crossed,
+                                Constraint& problem,
+                                std::pair<std::uint32_t, std::uint32_t>& blocking) const {
+  const Vec2& from = points_[a];
+  const Vec2& to = points_[b];
+  // The triangle at a whose opposite side the way to b crosses.
+  std::uint32_t t = triangle_of_point_[a];
+  const std::uint32_t start = t;
+  int side = -1;
+  for (const bool forward : {true, false}) {
+    t = start;
+    do {
+      const Triangle& triangle = triangles_[t];
+      int i = 0;
+      while (triangle.corner[at(i)] != a) ++i;
+      const std::uint32_t right = triangle.corner[at(next(i))];
+      const std::uint32_t left = triangle.corner[at(previous(i))];
+      const double turn_right = orient2d(from, to, points_[right]);
+      const double turn_left = orient2d(from, to, points_[left]);
+      for (const auto& [corner, turn] : {std::pair{right, turn_right}, std::pair{left, turn_left}}) {
+        const Vec2 ahead = points_[corner] - from;
+        const Vec2 way = to - from;
+        if (turn == 0 && ahead.u * way.u + ahead.v * way.v > 0) {
+          problem = Constraint::PassesPoint;
+          blocking = {corner, corner};
+          return false;
+        }
+      }
+      if (turn_right < 0 && turn_left > 0) {
+        side = i;
+        break;
+      }
+      t = triangle.neighbor[at(forward ? next(i) : previous(i))];
+    } while (t != start && t != kNoTriangle);
+    if (side >= 0 || t == start) break;
+  }
+  if (side < 0) {
+    problem = Constraint::PassesPoint;
+    blocking = {a, a};
+    return false;
+  }
+  for (std::size_t step = 0; step < triangles_.size() + 4; ++step) {
+    const Triangle& triangle = triangles_[t];
+    const std::uint32_t right = triangle.corner[at(next(side))];
+    const std::uint32_t left = triangle.corner[at(previous(side))];
+    if (triangle.fixed[at(side)]) {
+      problem = Constraint::Crosses;
+      blocking = {right, left};
+      return false;
+    }
+    crossed.emplace_back(right, left);
+    const std::uint32_t other = triangle.neighbor[at(side)];
+    const Triangle& beyond = triangles_[other];
+    const int back = sideTo(other, t);
+    const std::uint32_t far = beyond.corner[at(back)];
+    if (far == b) return true;
+    const double turn = orient2d(from, to, points_[far]);
+    if (turn == 0) {
+      problem = Constraint::PassesPoint;
+      blocking = {far, far};
+      return false;
+    }
+    // From `far` counter-clockwise: left, right. On through the side far-right or left-far.
+    side = turn > 0 ? next(back) : previous(back);
+    t = other;
+  }
+  problem = Constraint::Crosses;
+  blocking = {a, b};
+  return false;
+}
+
+Triangulation::Constraint Triangulation::constrain(std::uint32_t a, std::uint32_t b,
+                                                   std::pair<std::uint32_t, std::uint32_t>& blocking) {
+  auto [t, side] = findEdge(a, b);
+  if (t == kNoTriangle) {
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> crossed;
+    Constraint problem = Constraint::Done;
+    if (!findCrossed(a, b, crossed, problem, blocking)) return problem;
+    // Flip the crossed edges away; those in quadrilaterals that are not convex have to wait for others.
+    std::deque<std::pair<std::uint32_t, std::uint32_t>> waiting(crossed.begin(), crossed.end());
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> made;
+    while (!waiting.empty() && flips_left_ > 0) {
+      --flips_left_;
+      const auto [p, q] = waiting.front();
+      waiting.pop_front();
+      const auto [edge, edge_side] = findEdge(p, q);
+      if (edge == kNoTriangle) continue;
+      if (!mayFlip(edge, edge_side)) {
+        waiting.emplace_back(p, q);
+        continue;
+      }
+      const std::uint32_t r = triangles_[edge].corner[at(edge_side)];
+      const std::uint32_t other = triangles_[edge].neighbor[at(edge_side)];
+      const std::uint32_t s = triangles_[other].corner[at(sideTo(other, edge))];
+      flip(edge, edge_side);
+      const bool touches = r == a || r == b || s == a || s == b;
+      const double turn_r = touches ? 0 : orient2d(points_[a], points_[b], points_[r]);
+      const double turn_s = touches ? 0 : orient2d(points_[a], points_[b], points_[s]);
+      if (!touches && (turn_r > 0) != (turn_s > 0)) {
+        waiting.emplace_back(r, s);
+      } else {
+        made.emplace_back(r, s);
+      }
+    }
+    std::tie(t, side) = findEdge(a, b);
+    if (t == kNoTriangle) {
+      blocking = {a, b};
+      return Constraint::Crosses;
+    }
+    triangles_[t].fixed[at(side)] = true;
+    const std::uint32_t other = triangles_[t].neighbor[at(side)];
+    triangles_[other].fixed[at(sideTo(other, t))] = true;
+    // Make the new edges Delaunay again.
+    for (bool again = true; again;) {
+      again = false;
+      for (auto& [p, q] : made) {
+        const auto [edge, edge_side] = findEdge(p, q);
+        if (edge == kNoTriangle || triangles_[edge].fixed[at(edge_side)]) continue;
+        const std::uint32_t over = triangles_[edge].neighbor[at(edge_side)];
+        if (over == kNoTriangle) continue;
+        const Triangle& here = triangles_[edge];
+        const std::uint32_t far = triangles_[over].corner[at(sideTo(over, edge))];
+        if (inCircle(points_[here.corner[0]], points_[here.corner[1]], points_[here.corner[2]],
+                     points_[far]) > 0 &&
+            mayFlip(edge, edge_side)) {
+          const std::uint32_t r = here.corner[at(edge_side)];
+          flip(edge, edge_side);
+          p = r;
+          q = far;
+          again = true;
+        }
+      }
+    }
+    std::tie(t, side) = findEdge(a, b);
+  }
+  Triangle& triangle = triangles_[t];
+  triangle.fixed[at(side)] = true;
+  triangle.turns[at(side)] += 1;
+  const std::uint32_t other = triangle.neighbor[at(side)];
+  if (other != kNoTriangle) {
+    const int back = sideTo(other, t);
+    triangles_[other].fixed[at(back)] = true;
+    triangles_[other].turns[at(back)] -= 1;
+  }
+  return Constraint::Done;
+}
+
+bool Triangulation::markInside() {
+  constexpr std::int32_t kUnknown = INT32_MIN;
+  std::vector<std::int32_t> around(triangles_.size(), kUnknown);
+  std::vector<std::uint32_t> waiting{triangle_of_point_[0]};
+  around[waiting[0]] = 0;
+  bool fine = true;
+  while (!waiting.empty()) {
+    const std::uint32_t t = waiting.back();
+    waiting.pop_back();
+    triangles_[t].inside = around[t] == 1;
+    if (around[t] != 0 && around[t] != 1) fine = false;
+    for (int i = 0; i < 3; ++i) {
+      const std::uint32_t other = triangles_[t].neighbor[at(i)];
+      if (other == kNoTriangle || around[other] != kUnknown) continue;
+      // A side that runs counter-clockwise has its region on this side of it.
+      around[other] = around[t] - triangles_[t].turns[at(i)];
+      waiting.push_back(other);
+    }
+  }
+  return fine;
+}
+
+bool Triangulation::isSound() const {
+  for (std::uint32_t t = 0; t < triangles_.size(); ++t) {
+    const Triangle& triangle = triangles_[t];
+    const Vec2& a = points_[triangle.corner[0]];
+    const Vec2& b = points_[triangle.corner[1]];
+    const Vec2& c = points_[triangle.corner[2]];
+    if (!(orient2d(a, b, c) > 0)) return false;
+    for (int i = 0; i < 3; ++i) {
+      const std::uint32_t other = triangle.neighbor[at(i)];
+      if (other == kNoTriangle) continue;
+      const int back = sideTo(other, t);
+      if (back < 0 || triangles_[other].fixed[at(back)] != triangle.fixed[at(i)] ||
+          triangles_[other].turns[at(back)] != -triangle.turns[at(i)] ||
+          triangles_[other].corner[at(next(back))] != triangle.corner[at(previous(i))]) {
+        return false;
+      }
+      if (!triangle.fixed[at(i)] && inCircle(a, b, c, points_[triangles_[other].corner[at(back)]]) > 0)
+        return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace jttk::brep

@@ -1,0 +1,91 @@
+// Constrained Delaunay triangulation in the plane. Points and constraint edges come first; then triangles
+// are told inside from outside by the constraints' directions, and points may be added inside.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "jttk/brep/vec.h"
+
+namespace jttk::brep {
+
+class Triangulation {
+ public:
+  static constexpr std::uint32_t kNoTriangle = 0xffffffffU;
+
+  // Side i of a triangle lies opposite to corner i, between corners i + 1 and i + 2.
+  struct Triangle {
+    std::array<std::uint32_t, 3> corner{};
+    std::array<std::uint32_t, 3> neighbor{};
+    // Per side: constraint edges that run as the side does (counter-clockwise) less those against it.
+    std::array<std::int32_t, 3> turns{};
+    std::array<bool, 3> fixed{};
+    std::array<bool, 3> done{};  // for the user of the triangulation; false on every new or changed side
+    bool inside = false;
+    bool center_done = false;
+  };
+
+  // All points to come lie within the box.
+  Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points);
+
+  // Number of the new point; the number of the old one where there is one at that place already.
+  std::uint32_t insert(const Vec2& p);
+
+  enum class Constraint : std::uint8_t { Done, Crosses, PassesPoint };
+  // Makes a-b an edge that stays. Where that cannot be, `blocking` gets the two ends of the edge in the way,
+  // or the point in the way twice.
+  Constraint constrain(std::uint32_t a, std::uint32_t b, std::pair<std::uint32_t, std::uint32_t>& blocking);
+
+  // Sets `inside` where the constraints go round once, counter-clockwise. False when some place is gone round
+  // more than once, or clockwise.
+  bool markInside();
+
+  // Puts a new point on side `side` of triangle `t` or, when it is not on it exactly, near it: into the place
+  // where it lies. New triangles inherit `inside`. kNoTriangle when the place is outside or taken; else the
+  // point's number.
+  std::uint32_t refine(std::uint32_t t, const Vec2& p);
+
+  [[nodiscard]] const std::vector<Triangle>& triangles() const { return triangles_; }
+  Triangle& triangle(std::uint32_t t) { return triangles_[t]; }
+  [[nodiscard]] const Vec2& point(std::uint32_t i) const { return points_[i]; }
+  [[nodiscard]] std::size_t pointCount() const { return points_.size(); }
+  // The first points are the corners of a frame around everything.
+  static constexpr std::uint32_t kFramePoints = 4;
+  // Every neighbour knows its neighbour, every triangle turns left, every free edge is Delaunay.
+  [[nodiscard]] bool isSound() const;
+
+ private:
+  struct Place {
+    std::uint32_t triangle = kNoTriangle;
+    int side = -1;    // >= 0: on that side
+    int corner = -1;  // >= 0: at that corner
+  };
+  [[nodiscard]] Place locate(const Vec2& p, std::uint32_t from) const;
+  std::uint32_t place(const Vec2& p, const Place& at);
+  void splitTriangle(std::uint32_t t, std::uint32_t p);
+  void splitSide(std::uint32_t t, int side, std::uint32_t p);
+  void legalize(std::uint32_t p);
+  void flip(std::uint32_t t, int side);
+  void link(std::uint32_t t, int side, std::uint32_t neighbor);
+  void changed(std::uint32_t t);
+  [[nodiscard]] int sideTo(std::uint32_t t, std::uint32_t neighbor) const;
+  [[nodiscard]] bool mayFlip(std::uint32_t t, int side) const;
+  // A triangle with the edge a -> b as a side, and that side; kNoTriangle when there is none.
+  [[nodiscard]] std::pair<std::uint32_t, int> findEdge(std::uint32_t a, std::uint32_t b) const;
+  bool findCrossed(std::uint32_t a, std::uint32_t b,
+                   std::vector<std::pair<std::uint32_t, std::uint32_t>>& crossed, Constraint& problem,
+                   std::pair<std::uint32_t, std::uint32_t>& blocking) const;
+
+  std::vector<Vec2> points_;
+  std::vector<std::uint32_t> triangle_of_point_;
+  std::vector<Triangle> triangles_;
+  std::vector<std::pair<std::uint32_t, int>> suspects_;  // sides that may not be Delaunay
+  std::uint32_t last_ = 0;
+  // Flips that constraints may still take: far more than real loops need, so that tangled ones end.
+  std::size_t flips_left_ = 0;
+};
+
+}  // namespace jttk::brep

@@ -1,0 +1,31 @@
+// The points along an edge: made once, used by the faces on both sides.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "jttk/brep/geometry.h"
+
+namespace jttk::brep {
+
+// In metres and radians.
+struct Tolerances {
+  double chord = 1e-4;
+  double angle = 0.349;
+  double minimum_edge = 0;  // pieces are not halved below this for the angle's sake
+  int line_pieces = 1;      // straight edges are cut into so many
+};
+
+// Points of an edge from its start to its end, both included; the ends are the vertices' own points (a ring
+// repeats its first point). `problem` is not empty when there is no usable curve.
+struct EdgeSamples {
+  std::vector<Vec3> points;
+  std::string problem;
+};
+
+double distanceToChord(const Vec3& p, const Vec3& a, const Vec3& b);
+
+EdgeSamples sampleEdge(Geometry& geometry, const Edge& edge, const Tolerances& tolerances);
+
+}  // namespace jttk::brep

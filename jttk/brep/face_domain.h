@@ -1,0 +1,54 @@
+// A face in the parameter plane of its surface: its loops as polygons with the region on their left, cut
+// open along a seam where the face goes all the way round, with a row of points for a pole.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "jttk/brep/edge_samples.h"
+#include "jttk/brep/geometry.h"
+
+namespace jttk::brep {
+
+constexpr std::uint32_t kNoEdge = 0xffffffffU;
+
+// A point of a body's mesh as a loop passes it. `edge` is the edge from here to the loop's next point.
+struct LoopPoint {
+  std::uint32_t id = 0;
+  std::uint32_t edge = kNoEdge;
+};
+
+struct DomainPoint {
+  Vec2 uv;
+  std::uint32_t id = 0;
+  std::uint32_t edge = kNoEdge;
+};
+
+using DomainLoop = std::vector<DomainPoint>;
+
+// An edge whose points are too far apart for one of its faces, and what its tolerance has to be multiplied
+// by.
+struct EdgeWish {
+  std::uint32_t edge = kNoEdge;
+  double factor = 0.25;
+};
+
+struct FaceDomain {
+  Surface surface;       // the face's; a sphere may have other axes
+  bool flipped = false;  // the face's normal is against Pu x Pv
+  Vec2 scale{1, 1};      // metres per unit of u and v, on the average
+  std::vector<DomainLoop> loops;
+  Vec2 center;
+  std::string problem;
+  // Edges that are not straight enough in the parameter plane. The domain can be used as it is, but what lies
+  // between such an edge and its straight image is not of the face.
+  std::vector<EdgeWish> wishes;
+};
+
+// `points` are the body's mesh points by id; those of seams and poles are added.
+FaceDomain makeFaceDomain(Geometry& geometry, const Face& face,
+                          const std::vector<std::vector<LoopPoint>>& loops, const Tolerances& tolerances,
+                          std::vector<Vec3>& points);
+
+}  // namespace jttk::brep

@@ -1,0 +1,319 @@
+// Constrained Delaunay triangulation of the loops in the scaled parameter plane; then edges and triangles
+// that miss the surface by too much get a point in their middle, the longest first. Boundary pieces stay as
+// they are, so that the neighbours fit.
+#include "jttk/brep/face_mesh.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "jttk/brep/delaunay.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr int kMaximumRounds = 40;
+constexpr std::size_t kMaximumPoints = 100000;
+// An edge of the triangulation may leave its curve on the surface sideways by this share of its length.
+constexpr double kMaximumDrift = 0.15;
+
+class Mesher {
+ public:
+  Mesher(Geometry& geometry, const FaceDomain& domain, const Tolerances& tolerances,
+         const PointPairs& not_wanted, std::vector<Vec3>& points)
+      : geometry_(geometry),
+        domain_(domain),
+        tolerances_(tolerances),
+        not_wanted_(not_wanted),
+        points_(points) {}
+
+  FaceMesh run() {
+    mesh_.problem = domain_.problem;
+    if (!mesh_.problem.empty()) return std::move(mesh_);
+    fitBox();
+    std::size_t expected = 0;
+    for (const DomainLoop& loop : domain_.loops) expected += loop.size();
+    Triangulation plane({-1, -1}, {1, 1}, 2 * expected);
+    plane_ = &plane;
+    nodes_.resize(Triangulation::kFramePoints);
+    if (!insertLoops()) return std::move(mesh_);
+    if (!plane.markInside()) {
+      mesh_.problem = "loops that cross themselves or lie in one another";
+      return std::move(mesh_);
+    }
+    refine();
+    if (!geometry_.mayWork()) {
+      mesh_.problem = "too much work";
+      return std::move(mesh_);
+    }
+    collect();
+    return std::move(mesh_);
+  }
+
+ private:
+  struct Node {
+    Vec2 uv;
+    std::uint32_t id = 0;
+    Vec3 normal;
+    bool has_normal = false;
+  };
+
+  void fitBox() {
+    Vec2 low{1e300, 1e300};
+    Vec2 high{-1e300, -1e300};
+    for (const DomainLoop& loop : domain_.loops) {
+      for (const DomainPoint& p : loop) {
+        low = {std::min(low.u, p.uv.u), std::min(low.v, p.uv.v)};
+        high = {std::max(high.u, p.uv.u), std::max(high.v, p.uv.v)};
+      }
+    }
+    middle_ = (low + high) * 0.5;
+    const double size = std::max((high.u - low.u) * domain_.scale.u, (high.v - low.v) * domain_.scale.v) / 2;
+    factor_ = size > 0 ? 1 / size : 1;
+  }
+
+  [[nodiscard]] Vec2 toPlane(Vec2 uv) const {
+    return {(uv.u - middle_.u) * domain_.scale.u * factor_, (uv.v - middle_.v) * domain_.scale.v * factor_};
+  }
+
+  bool insertLoops() {
+    std::vector<std::vector<std::uint32_t>> numbers;
+    for (const DomainLoop& loop : domain_.loops) {
+      auto& of_loop = numbers.emplace_back();
+      for (const DomainPoint& p : loop) {
+        const std::uint32_t number = plane_->insert(toPlane(p.uv));
+        if (number == Triangulation::kNoTriangle) return fail("a point that cannot be placed");
+        if (number == nodes_.size()) {
+          nodes_.push_back({p.uv, p.id, {}, false});
+        } else if (nodes_[number].id != p.id &&
+                   distance(points_[nodes_[number].id], points_[p.id]) > tolerances_.chord * 1e-3) {
+          mesh_.wishes.push_back({p.edge});
+          return fail("different points of the edges at one place of the surface");
+        }
+        of_loop.push_back(number);
+      }
+    }
+    std::unordered_map<std::uint64_t, std::uint32_t> edge_of;
+    const auto key = [](std::uint32_t a, std::uint32_t b) {
+      return (std::uint64_t{std::min(a, b)} << 32) | std::max(a, b);
+    };
+    for (std::size_t l = 0; l < numbers.size(); ++l) {
+      const DomainLoop& loop = domain_.loops[l];
+      for (std::size_t i = 0; i < loop.size(); ++i) {
+        const std::uint32_t a = numbers[l][i];
+        const std::uint32_t b = numbers[l][(i + 1) % loop.size()];
+        if (a == b) continue;
+        std::pair<std::uint32_t, std::uint32_t> blocking;
+        const auto result = plane_->constrain(a, b, blocking);
+        if (result == Triangulation::Constraint::Done) {
+          edge_of.emplace(key(a, b), loop[i].edge);
+          continue;
+        }
+        blocked(numbers, loop[i].edge, blocking, edge_of, key(blocking.first, blocking.second));
+      }
+    }
+    if (!blocked_) return true;
+    return fail("edges of the face that cross each other");
+  }
+
+  void blocked(const std::vector<std::vector<std::uint32_t>>& numbers, std::uint32_t edge,
+               const std::pair<std::uint32_t, std::uint32_t>& by,
+               const std::unordered_map<std::uint64_t, std::uint32_t>& edge_of, std::uint64_t key) {
+    blocked_ = true;
+    auto& list = mesh_.wishes;
+    if (edge != kNoEdge) list.push_back({edge});
+    if (by.first != by.second) {
+      const auto found = edge_of.find(key);
+      if (found != edge_of.end() && found->second != kNoEdge) list.push_back({found->second});
+      return;
+    }
+    // A point in the way: both pieces at it.
+    for (std::size_t l = 0; l < numbers.size(); ++l) {
+      const auto& of_loop = numbers[l];
+      for (std::size_t i = 0; i < of_loop.size(); ++i) {
+        if (of_loop[i] != by.first) continue;
+        for (const std::size_t k : {i, (i + of_loop.size() - 1) % of_loop.size()}) {
+          if (domain_.loops[l][k].edge != kNoEdge) list.push_back({domain_.loops[l][k].edge});
+        }
+      }
+    }
+  }
+
+  bool fail(const char* why) {
+    mesh_.problem = why;
+    return false;
+  }
+
+  const Vec3& normal(std::uint32_t number) {
+    Node& node = nodes_[number];
+    if (!node.has_normal) {
+      // At a pole copies differ: each has the normal of its own direction.
+      node.normal = normalAt(geometry_, domain_.surface, node.uv, {node.uv.u, domain_.center.v});
+      if (node.normal == Vec3{}) node.normal = normalAt(geometry_, domain_.surface, node.uv, domain_.center);
+      node.has_normal = true;
+    }
+    return node.normal;
+  }
+
+  [[nodiscard]] const Vec3& place(std::uint32_t number) const { return points_[nodes_[number].id]; }
+
+  bool edgeIsFine(std::uint32_t a, std::uint32_t b) {
+    if (!not_wanted_.empty() && not_wanted_.contains(std::minmax(nodes_[a].id, nodes_[b].id))) {
+      return false;
+    }
+    const Vec3& pa = place(a);
+    const Vec3& pb = place(b);
+    const double size = distance(pa, pb);
+    const SurfacePoint s = geometry_.at(domain_.surface, (nodes_[a].uv + nodes_[b].uv) * 0.5);
+    const Vec3 n = normalized(cross(s.du, s.dv));
+    const Vec3 off = s.p - (pa + pb) * 0.5;
+    const double above = std::abs(dot(off, n));
+    if (above > tolerances_.chord * 1.01) return false;
+    if (size > 0) {
+      const Vec3 way = (pb - pa) * (1 / size);
+      const double aside = length(off - way * dot(off, way));
+      if (aside > kMaximumDrift * size && aside > tolerances_.chord) return false;
+    } else if (length(off) > tolerances_.chord) {
+      return false;
+    }
+    if (size <= 2 * tolerances_.minimum_edge || size < 1e-8) return true;
+    const double limit = tolerances_.angle * 1.25;
+    if (angleBetween(normal(a), normal(b)) > limit) return false;
+    return n == Vec3{} || 2 * std::max(angleBetween(normal(a), n), angleBetween(normal(b), n)) <= limit * 1.2;
+  }
+
+  bool centerIsFine(const Triangulation::Triangle& t) {
+    const Vec3& a = place(t.corner[0]);
+    const Vec3& b = place(t.corner[1]);
+    const Vec3& c = place(t.corner[2]);
+    const Vec3 n = normalized(cross(b - a, c - a));
+    if (n == Vec3{}) return true;
+    const Vec2 uv = (nodes_[t.corner[0]].uv + nodes_[t.corner[1]].uv + nodes_[t.corner[2]].uv) * (1.0 / 3);
+    const Vec3 off = geometry_.at(domain_.surface, uv).p - (a + b + c) * (1.0 / 3);
+    return std::abs(dot(off, n)) <= tolerances_.chord * 1.01;
+  }
+
+  struct Split {
+    double size;
+    std::uint32_t triangle;
+    std::uint32_t a;
+    std::uint32_t b;
+    std::uint32_t c;  // kNoEdge: the middle of a-b, else of the triangle
+  };
+
+  void findSplits(std::vector<Split>& splits) {
+    const std::size_t count = plane_->triangles().size();
+    for (std::uint32_t t = 0; t < count; ++t) {
+      Triangulation::Triangle& triangle = plane_->triangle(t);
+      if (!triangle.inside) continue;
+      bool all_fine = true;
+      for (std::size_t i = 0; i < 3; ++i) {
+        if (triangle.fixed[i] || triangle.done[i]) continue;
+        const std::uint32_t a = triangle.corner[(i + 1) % 3];
+        const std::uint32_t b = triangle.corner[(i + 2) % 3];
+        const std::uint32_t other = triangle.neighbor[i];
+        if (other < t) {
+          // Asked from the other side in this round.
+          for (std::size_t k = 0; k < 3; ++k) {
+            if (plane_->triangle(other).neighbor[k] == t && plane_->triangle(other).done[k])
+              triangle.done[i] = true;
+          }
+          if (triangle.done[i]) continue;
+          all_fine = false;
+          continue;
+        }
+        if (edgeIsFine(a, b)) {
+          triangle.done[i] = true;
+          continue;
+        }
+        all_fine = false;
+        splits.push_back({distance(place(a), place(b)), t, a, b, kNoEdge});
+      }
+      if (!all_fine || triangle.center_done) continue;
+      if (centerIsFine(triangle)) {
+        triangle.center_done = true;
+      } else {
+        splits.push_back({0, t, triangle.corner[0], triangle.corner[1], triangle.corner[2]});
+      }
+    }
+  }
+
+  [[nodiscard]] bool stillThere(const Split& split) const {
+    const auto& corner = plane_->triangles()[split.triangle].corner;
+    const auto has = [&](std::uint32_t p) { return corner[0] == p || corner[1] == p || corner[2] == p; };
+    return has(split.a) && has(split.b) && (split.c == kNoEdge || has(split.c));
+  }
+
+  void refine() {
+    if (domain_.surface.kind == SurfaceKind::Plane && not_wanted_.empty()) return;
+    std::vector<Split> splits;
+    for (int round = 0; round < kMaximumRounds && geometry_.mayWork(); ++round) {
+      splits.clear();
+      findSplits(splits);
+      if (splits.empty()) return;
+      std::stable_sort(splits.begin(), splits.end(),
+                       [](const Split& a, const Split& b) { return a.size > b.size; });
+      bool any = false;
+      for (const Split& split : splits) {
+        if (nodes_.size() >= kMaximumPoints) return;
+        if (!stillThere(split)) continue;
+        any = addMiddle(split) || any;
+      }
+      if (!any) return;
+    }
+  }
+
+  bool addMiddle(const Split& split) {
+    const bool of_edge = split.c == kNoEdge;
+    const Vec2 sum = nodes_[split.a].uv + nodes_[split.b].uv;
+    const Vec2 uv = of_edge ? sum * 0.5 : (sum + nodes_[split.c].uv) * (1.0 / 3);
+    const std::uint32_t number = plane_->refine(split.triangle, toPlane(uv));
+    if (number == Triangulation::kNoTriangle || number != nodes_.size()) return false;
+    const Vec3 p = geometry_.at(domain_.surface, uv).p;
+    nodes_.push_back({uv, static_cast<std::uint32_t>(points_.size()), {}, false});
+    points_.push_back(p);
+    return true;
+  }
+
+  void collect() {
+    std::vector<std::uint32_t> normal_of(nodes_.size(), kNoEdge);
+    const double sign = domain_.flipped ? -1 : 1;
+    for (const Triangulation::Triangle& t : plane_->triangles()) {
+      if (!t.inside) continue;
+      std::uint32_t ids[3];
+      for (std::size_t i = 0; i < 3; ++i) ids[i] = nodes_[t.corner[i]].id;
+      // Between copies of a pole, or of a seam's point.
+      if (ids[0] == ids[1] || ids[1] == ids[2] || ids[2] == ids[0]) continue;
+      for (std::size_t i = 0; i < 3; ++i) {
+        const std::size_t k = domain_.flipped ? 2 - i : i;
+        const std::uint32_t number = t.corner[k];
+        if (normal_of[number] == kNoEdge) {
+          normal_of[number] = static_cast<std::uint32_t>(mesh_.normals.size());
+          mesh_.normals.push_back(normal(number) * sign);
+        }
+        mesh_.corners.push_back(ids[k]);
+        mesh_.corner_normals.push_back(normal_of[number]);
+      }
+    }
+  }
+
+  Geometry& geometry_;
+  const FaceDomain& domain_;
+  const Tolerances& tolerances_;
+  const PointPairs& not_wanted_;
+  std::vector<Vec3>& points_;
+  Triangulation* plane_ = nullptr;
+  std::vector<Node> nodes_;  // by number in the triangulation
+  FaceMesh mesh_;
+  Vec2 middle_;
+  double factor_ = 1;
+  bool blocked_ = false;
+};
+
+}  // namespace
+
+FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances& tolerances,
+                  const PointPairs& not_wanted, std::vector<Vec3>& points) {
+  return Mesher(geometry, domain, tolerances, not_wanted, points).run();
+}
+
+}  // namespace jttk::brep

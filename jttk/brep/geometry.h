@@ -1,0 +1,133 @@
+// Curves and surfaces of Bodies at a parameter, and the way back from a point to its parameters.
+//
+// Holds what is computed once per curve or surface (refined intersection curves, start points of searches),
+// so it is not for several threads at once.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <map>
+#include <vector>
+
+#include "jttk/brep/bodies.h"
+#include "jttk/brep/bspline.h"
+
+namespace jttk::brep {
+
+struct Range {
+  double low = -std::numeric_limits<double>::infinity();
+  double high = std::numeric_limits<double>::infinity();
+  [[nodiscard]] bool bounded() const { return std::isfinite(low) && std::isfinite(high); }
+  [[nodiscard]] double size() const { return high - low; }
+};
+
+// The parameter plane of a surface. A period of 0 means none. Where there is a period the range is one
+// period long but parameters outside are fine.
+struct SurfaceDomain {
+  Range u;
+  Range v;
+  double period_u = 0;
+  double period_v = 0;
+};
+
+// An intersection curve made fine: points, tangents and parameters (chart index and fraction) to
+// interpolate between; `across` turns with the curve as little as possible.
+struct FineCurve {
+  std::vector<double> t;
+  std::vector<Vec3> p;
+  std::vector<Vec3> d;
+  std::vector<Vec3> across;
+};
+
+class Geometry {
+ public:
+  // `precision`: how exactly intersection curves are followed, in metres.
+  Geometry(const Bodies& bodies, double precision) : bodies_(bodies), precision_(precision) {}
+
+  [[nodiscard]] const Bodies& bodies() const { return bodies_; }
+  [[nodiscard]] const Curve& curve(std::int32_t number) const {
+    return bodies_.curves[static_cast<std::size_t>(number)];
+  }
+  [[nodiscard]] const Surface& surface(std::int32_t number) const {
+    return bodies_.surfaces[static_cast<std::size_t>(number)];
+  }
+
+  CurvePoint at(const Curve& curve, double t);
+  // Natural parameters; unbounded for lines, 2 pi for circles.
+  Range range(const Curve& curve);
+  // 0 when the curve is not closed.
+  double period(const Curve& curve);
+  // Places between which the curve is smooth, in rising order, the ends of a bounded range included.
+  std::vector<double> breaks(const Curve& curve);
+  // Parameter of the curve's point nearest to p. `guess` (when finite) is tried first and taken when it
+  // leads to a point within `accept`.
+  double nearest(const Curve& curve, const Vec3& p, double guess, double accept);
+
+  SurfacePoint at(const Surface& surface, Vec2 uv);
+  SurfaceDomain domain(const Surface& surface);
+  // Parameters of the surface's point nearest to p, and their distance. `guess` as above (null: none).
+  double invert(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
+  // Two surfaces and the parameters last found on each.
+  struct Crossing {
+    const Surface* surfaces[2] = {nullptr, nullptr};
+    Vec2 guesses[2];
+    bool has_guess[2] = {false, false};
+  };
+  // Moves `x` onto both surfaces within the plane through it across `direction` (a unit vector), by `reach`
+  // at the most. `touching`: the surfaces are tangent where they meet. False when that leads nowhere.
+  bool relax(Crossing& crossing, Vec3& x, const Vec3& direction, double reach, bool touching);
+  // Whether the surfaces are tangent to each other at `x`, a point on both.
+  bool touches(Crossing& crossing, const Vec3& x);
+
+  // Work done is counted, so that damaged data cannot keep it busy for ever: false once all is used up.
+  void allowWork(std::uint64_t evaluations) { work_left_ = evaluations; }
+  [[nodiscard]] bool mayWork() const { return work_left_ > 0; }
+
+ private:
+  struct Grid {
+    std::vector<Vec2> uv;
+    std::vector<Vec3> p;
+  };
+  void work(std::uint64_t amount = 1) { work_left_ -= work_left_ < amount ? work_left_ : amount; }
+  const FineCurve& fine(const Curve& curve);
+  FineCurve makeFine(const Curve& curve);
+  static void findSlopes(FineCurve& made, const std::vector<Vec3>& tangents, bool closed);
+  void refine(const Curve& curve, FineCurve& made);
+  // Foot and unit normal of x on one of the surfaces.
+  bool footOn(Crossing& crossing, int side, const Vec3& x, Vec3& foot, Vec3& normal);
+  bool relaxTouching(Crossing& crossing, Vec3& x, const Vec3& direction, double reach);
+  const CurveSpline& spline(const Curve& curve) const {
+    return bodies_.curve_splines[static_cast<std::size_t>(curve.spline)];
+  }
+  const SurfaceSpline& spline(const Surface& surface) const {
+    return bodies_.surface_splines[static_cast<std::size_t>(surface.spline)];
+  }
+  SurfacePoint blendAt(const Surface& surface, Vec2 uv);
+  SurfacePoint offsetAt(const Surface& surface, Vec2 uv);
+  double descend(const Surface& surface, const SurfaceDomain& domain, const Vec3& p, Vec2& uv);
+  double invertBySearch(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
+  double invertSpun(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
+  double invertSwept(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
+  double invertBlend(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
+  const Grid& grid(const Surface& surface);
+  // Minimises |residual(t)|, where residual gives value and derivative.
+  double minimize(const Curve& curve, double guess, double accept,
+                  const std::function<CurvePoint(double)>& residual);
+
+  const Bodies& bodies_;
+  double precision_;
+  std::uint64_t work_left_ = std::numeric_limits<std::uint64_t>::max();
+  std::map<const Curve*, FineCurve> fine_;
+  std::map<std::pair<std::int32_t, std::int32_t>, Grid> grids_;  // by spline and base
+  std::map<std::int32_t, SurfaceDomain> spline_domains_;
+  std::vector<std::int32_t> closed_splines_;  // per curve spline: 1, 0, kNone while not known
+};
+
+// Unit normal Pu x Pv. At a singular point that of a point slightly nearer to `toward`.
+Vec3 normalAt(Geometry& geometry, const Surface& surface, Vec2 uv, Vec2 toward);
+
+// `value` moved by whole periods to within half a period of `near`; unchanged when there is no period.
+double wrapNear(double value, double near, double period);
+
+}  // namespace jttk::brep

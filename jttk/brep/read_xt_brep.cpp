@@ -1,0 +1,91 @@
+// From a segment to bodies, and the length unit of a part.
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "jttk/brep/tessellate.h"
+#include "jttk/brep/xt_model.h"
+#include "jttk/brep/xt_segment.h"
+
+namespace jttk::brep {
+namespace {
+
+struct Unit {
+  std::string_view name;
+  double per_metre;
+};
+
+// The names that the property uses, lower case, without the plural's s.
+constexpr std::array<Unit, 11> kUnits = {{{"micrometer", 1e6},
+                                          {"millimeter", 1000},
+                                          {"centimeter", 100},
+                                          {"decimeter", 10},
+                                          {"meter", 1},
+                                          {"kilometer", 1e-3},
+                                          {"inch", 1 / 0.0254},
+                                          {"feet", 1 / 0.3048},
+                                          {"foot", 1 / 0.3048},
+                                          {"yard", 1 / 0.9144},
+                                          {"mile", 1 / 1609.344}}};
+
+std::string plainName(std::string_view text) {
+  std::string name;
+  for (const char c : text) {
+    if (c >= 'A' && c <= 'Z') {
+      name += static_cast<char>(c - 'A' + 'a');
+    } else if (c >= 'a' && c <= 'z') {
+      name += c;
+    }
+  }
+  if (name == "inches") return "inch";
+  if (!name.empty() && name.back() == 's') name.pop_back();
+  // The other spelling.
+  if (const std::size_t at = name.rfind("metre"); at != std::string::npos) name.replace(at, 5, "meter");
+  return name;
+}
+
+}  // namespace
+
+Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order) {
+  const Result<XtData> data = findXtData(segment.data, order, segment.base_offset);
+  if (!data) return tl::unexpected<Error>(data.error().in("XT B-Rep"));
+  const Result<XtNodes> nodes = XtNodes::read(data->bytes, data->offset);
+  if (!nodes) return tl::unexpected<Error>(nodes.error().in("XT B-Rep"));
+  return buildBodies(*nodes);
+}
+
+std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units) {
+  if (bodies.units_per_metre) return bodies.units_per_metre;
+  const std::string name = plainName(measurement_units);
+  for (const Unit& unit : kUnits) {
+    if (name == unit.name) return unit.per_metre;
+  }
+  return std::nullopt;
+}
+
+std::optional<double> unitsPerMetreFromBox(const Bodies& bodies, const float box[6]) {
+  if (bodies.vertices.empty()) return std::nullopt;
+  Vec3 low = bodies.vertices.front().point;
+  Vec3 high = low;
+  for (const Vertex& v : bodies.vertices) {
+    low = {std::min(low.x, v.point.x), std::min(low.y, v.point.y), std::min(low.z, v.point.z)};
+    high = {std::max(high.x, v.point.x), std::max(high.y, v.point.y), std::max(high.z, v.point.z)};
+  }
+  const double own = distance(low, high);
+  const double part = distance({box[0], box[1], box[2]}, {box[3], box[4], box[5]});
+  const double ratio = part / own;
+  if (!std::isfinite(ratio) || !(ratio > 0)) return std::nullopt;
+  const Unit* best = &kUnits[0];
+  for (const Unit& unit : kUnits) {
+    if (std::abs(std::log(ratio / unit.per_metre)) < std::abs(std::log(ratio / best->per_metre)))
+      best = &unit;
+  }
+  return best->per_metre;
+}
+
+bool canTessellate(const Bodies& bodies) {
+  return std::any_of(bodies.faces.begin(), bodies.faces.end(),
+                     [](const Face& f) { return f.problem.empty(); });
+}
+
+}  // namespace jttk::brep

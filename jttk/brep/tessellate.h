@@ -1,0 +1,77 @@
+// Exact geometry of JT parts: reading XT B-Rep segments, and making triangles of them.
+//
+// Usage: readXtBrep on the part's segment, unitsPerMetre for its length unit, tessellate. All three are pure
+// functions and may run in several threads at once. Safe on any bytes: what is damaged is reported, the rest
+// comes; time and memory are bounded by the size of the data.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "jttk/brep/bodies.h"
+#include "jttk/codec/shape_lod.h"
+#include "jttk/file/error.h"
+#include "jttk/file/jt_file.h"
+
+namespace jttk::brep {
+
+// Reads the whole model of a segment of type XtBrep. `order` is the file's byte order (JtFile::byteOrder()).
+// An error only where the data as a whole cannot be read: no XT data, an unknown node type, data that end
+// early. Damaged faces are in the result, marked (Face::problem).
+Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order);
+
+// JT length units per metre for a part. What the data say themselves comes first; then
+// `measurement_units`, the part's property JT_PROP_MEASUREMENT_UNITS (any letter case; empty: not known);
+// nothing when neither tells, then `lengthRatio` can.
+std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units);
+
+// Units per metre from the part's box in JT units (min x y z, max x y z): the size of that box by that of the
+// bodies, rounded to the nearest usual unit. Nothing when either has no size.
+std::optional<double> unitsPerMetreFromBox(const Bodies& bodies, const float box[6]);
+
+struct TessellationOptions {
+  // Greatest distance of triangles from the surface, in percent of the diagonal of the bodies' box.
+  double chord_tolerance_percent = 0.08;
+  // In JT units, 0: none. Edges are not made shorter than this to meet the angle; the chord tolerance is
+  // always met.
+  double minimum_edge_length = 0;
+  double angle_tolerance_rad = 0.3490658503988659;  // 20 degrees
+  // JT units per metre.
+  double units_per_metre = 1000;
+};
+
+// What did not become triangles.
+struct TessellationLoss {
+  std::int32_t face = kNone;  // in Bodies::faces; kNone: not of one face
+  std::string reason;
+};
+
+struct TessellatedBody {
+  std::uint32_t body = 0;  // in Bodies::bodies
+  // Polygons of three corners each, counter-clockwise seen from outside, in JT units, with one attribute
+  // record (unit normal) per corner of different normal. Empty when the body has no triangles.
+  ShapeGeometry shape;
+  // Per triangle: its face in Bodies::faces.
+  std::vector<std::uint32_t> triangle_faces;
+};
+
+struct TessellatedBodies {
+  std::vector<TessellatedBody> bodies;
+  std::vector<TessellationLoss> losses;
+  double chord_tolerance = 0;  // as used, in JT units
+  double diagonal = 0;         // of the bodies' box, in JT units
+};
+
+// Neighbouring faces share their points to the bit, so a body without losses is closed.
+TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& options);
+
+// All bodies as one shape.
+ShapeGeometry mergedShape(const TessellatedBodies& tessellated);
+
+// True when the bodies have a face that is not known to be damaged.
+bool canTessellate(const Bodies& bodies);
+
+}  // namespace jttk::brep

@@ -1,0 +1,471 @@
+// Curves and surfaces: the fields of each node type checked (finite, unit directions, radii above zero,
+// nets that fit their knots) and brought into the form of bodies.h.
+#include "jttk/brep/xt_geometry.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace jttk::brep {
+namespace {
+
+// How deep geometry may refer to geometry (trimmed -> on surface -> offset -> ...).
+constexpr int kMaximumDepth = 8;
+constexpr int kMaximumDegree = 30;
+// Lengths in metres and parameters beyond this are taken for damage.
+constexpr double kMaximumReal = 1e9;
+
+bool isSane(double value) { return std::isfinite(value) && std::abs(value) < kMaximumReal; }
+bool isSane(const Vec3& v) { return isSane(v.x) && isSane(v.y) && isSane(v.z); }
+bool isUnit(const Vec3& v) { return isSane(v) && std::abs(length(v) - 1) < 1e-6; }
+
+bool readFrame(const XtNode& node, const char* origin, const char* axis, Frame& frame) {
+  frame.origin = node.vector(origin);
+  const Vec3 z = node.vector(axis);
+  const Vec3 x = node.vector("x_axis");
+  if (!isSane(frame.origin) || !isUnit(z) || !isUnit(x) || std::abs(dot(z, x)) > 1e-5) return false;
+  frame.z = normalized(z);
+  frame.y = normalized(cross(frame.z, x));
+  frame.x = cross(frame.y, frame.z);
+  return true;
+}
+
+bool isLength(double value) { return isSane(value) && value > 0; }
+
+// Knots with repetitions from distinct knots and multiplicities; only the first `count` of each are used.
+std::vector<double> expandKnots(const XtNode& knots, const XtNode& multiplicities, std::int32_t count,
+                                std::size_t limit) {
+  std::vector<double> expanded;
+  if (count < 2 || static_cast<std::uint32_t>(count) > std::min(knots.count(), multiplicities.count())) {
+    return expanded;
+  }
+  const std::vector<double> distinct = knots.reals("knots", static_cast<std::size_t>(count));
+  for (std::size_t k = 0; k < distinct.size(); ++k) {
+    const std::int32_t times = multiplicities.integer("mult", static_cast<std::uint32_t>(k));
+    if (times < 1 || expanded.size() + static_cast<std::size_t>(times) > limit) return {};
+    expanded.insert(expanded.end(), static_cast<std::size_t>(times), distinct[k]);
+  }
+  return expanded;
+}
+
+// Points of a row that wraps round are not stored twice: the first ones are repeated until they fit.
+std::size_t pointsForKnots(std::size_t knot_count, int degree) {
+  const auto needed = static_cast<std::size_t>(degree) + 1;
+  return knot_count > needed ? knot_count - needed : 0;
+}
+
+bool weightsAreFine(const std::vector<double>& points, std::size_t stride) {
+  for (std::size_t i = stride - 1; i < points.size(); i += stride) {
+    if (!(points[i] > 1e-12)) return false;
+  }
+  return true;
+}
+
+bool allSane(const std::vector<double>& values) {
+  return std::all_of(values.begin(), values.end(), [](double value) { return isSane(value); });
+}
+
+}  // namespace
+
+std::string knotProblem(const std::vector<double>& knots, int degree, int point_count) {
+  const auto p = static_cast<std::size_t>(degree);
+  const auto n = static_cast<std::size_t>(point_count);
+  if (knots.size() != n + p + 1) return "knots do not fit the degree and the number of points";
+  if (!allSane(knots)) return "knots are not finite";
+  if (!std::is_sorted(knots.begin(), knots.end())) return "knots are out of order";
+  if (!(knots[p] < knots[n])) return "knots give no domain";
+  // p + 2 equal knots inside would tear the spline apart.
+  for (std::size_t i = 0; i + p + 1 < knots.size(); ++i) {
+    if (knots[i] == knots[i + p + 1]) return "a knot is repeated too often";
+  }
+  return {};
+}
+
+std::int32_t XtGeometryReader::curve(const XtNode& node, int depth) {
+  if (!node) return kNone;
+  if (const auto known = curves_.find(node.row()); known != curves_.end()) return known->second;
+  curves_[node.row()] = kNone;
+  Curve read;
+  if (depth >= kMaximumDepth) {
+    read.problem = "curves refer to each other too deeply";
+  } else {
+    read = readCurve(node, depth);
+  }
+  if (!read.problem.empty()) {
+    read.kind = CurveKind::Unknown;
+    read.problem = node.typeName() + " " + std::to_string(node.index()) + ": " + read.problem;
+  }
+  bodies_.curves.push_back(std::move(read));
+  return curves_[node.row()] = static_cast<std::int32_t>(bodies_.curves.size() - 1);
+}
+
+std::int32_t XtGeometryReader::surface(const XtNode& node, int depth) {
+  if (!node) return kNone;
+  if (const auto known = surfaces_.find(node.row()); known != surfaces_.end()) return known->second;
+  surfaces_[node.row()] = kNone;
+  Surface read;
+  if (depth >= kMaximumDepth) {
+    read.problem = "surfaces refer to each other too deeply";
+  } else {
+    read = readSurface(node, depth);
+  }
+  if (!read.problem.empty()) {
+    read.kind = SurfaceKind::Unknown;
+    read.problem = node.typeName() + " " + std::to_string(node.index()) + ": " + read.problem;
+  }
+  bodies_.surfaces.push_back(std::move(read));
+  return surfaces_[node.row()] = static_cast<std::int32_t>(bodies_.surfaces.size() - 1);
+}
+
+std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& problem) {
+  CurveSpline spline;
+  spline.degree = node.integer("degree");
+  spline.rational = node.integer("rational") != 0;
+  const int stride = node.integer("vertex_dim");
+  spline.dimension = stride - (spline.rational ? 1 : 0);
+  const std::int32_t stored = node.integer("n_vertices");
+  if (spline.degree < 1 || spline.degree > kMaximumDegree || spline.dimension < 2 || spline.dimension > 3 ||
+      stored < 1) {
+    problem = "degree, dimension or number of points makes no sense";
+    return kNone;
+  }
+  const XtNode vertices = node.pointer("bspline_vertices", 45);
+  const std::size_t point_limit = static_cast<std::size_t>(stored) + static_cast<std::size_t>(spline.degree);
+  const auto needed = static_cast<std::size_t>(stored) * static_cast<std::size_t>(stride);
+  if (vertices.count() < needed) {
+    problem = "fewer points than stated";
+    return kNone;
+  }
+  spline.points = vertices.reals("vertices", needed);
+  spline.knots =
+      expandKnots(node.pointer("knots", 128), node.pointer("knot_mult", 127), node.integer("n_knots"),
+                  point_limit + static_cast<std::size_t>(spline.degree) + 1);
+  const std::size_t wanted = pointsForKnots(spline.knots.size(), spline.degree);
+  if (node.integer("periodic") != 0 && wanted > static_cast<std::size_t>(stored) && wanted <= point_limit) {
+    for (std::size_t i = needed; i < wanted * static_cast<std::size_t>(stride); ++i) {
+      spline.points.push_back(spline.points[i - needed]);
+    }
+  }
+  spline.point_count = static_cast<int>(spline.points.size() / static_cast<std::size_t>(stride));
+  problem = knotProblem(spline.knots, spline.degree, spline.point_count);
+  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
+  if (problem.empty() && spline.rational &&
+      !weightsAreFine(spline.points, static_cast<std::size_t>(stride))) {
+    problem = "a weight is not above zero";
+  }
+  if (!problem.empty()) return kNone;
+  bodies_.curve_splines.push_back(std::move(spline));
+  return static_cast<std::int32_t>(bodies_.curve_splines.size() - 1);
+}
+
+std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& problem) {
+  SurfaceSpline spline;
+  spline.degree_u = node.integer("u_degree");
+  spline.degree_v = node.integer("v_degree");
+  spline.rational = node.integer("rational") != 0;
+  const std::int32_t stored_u = node.integer("n_u_vertices");
+  const std::int32_t stored_v = node.integer("n_v_vertices");
+  if (spline.degree_u < 1 || spline.degree_u > kMaximumDegree || spline.degree_v < 1 ||
+      spline.degree_v > kMaximumDegree || stored_u < 1 || stored_v < 1 ||
+      node.integer("vertex_dim") != (spline.rational ? 4 : 3)) {
+    problem = "degrees, dimension or number of points make no sense";
+    return kNone;
+  }
+  const std::size_t stride = spline.rational ? 4 : 3;
+  const auto n_u = static_cast<std::size_t>(stored_u);
+  const auto n_v = static_cast<std::size_t>(stored_v);
+  const XtNode vertices = node.pointer("bspline_vertices", 45);
+  if (vertices.count() / stride / n_u < n_v) {
+    problem = "fewer points than stated";
+    return kNone;
+  }
+  const std::vector<double> net = vertices.reals("vertices", n_u * n_v * stride);
+  const auto degree_u = static_cast<std::size_t>(spline.degree_u);
+  const auto degree_v = static_cast<std::size_t>(spline.degree_v);
+  spline.knots_u = expandKnots(node.pointer("u_knots", 128), node.pointer("u_knot_mult", 127),
+                               node.integer("n_u_knots"), n_u + 2 * degree_u + 1);
+  spline.knots_v = expandKnots(node.pointer("v_knots", 128), node.pointer("v_knot_mult", 127),
+                               node.integer("n_v_knots"), n_v + 2 * degree_v + 1);
+  std::size_t rows = n_u;
+  std::size_t columns = n_v;
+  if (node.integer("u_periodic") != 0)
+    rows = std::max(rows, pointsForKnots(spline.knots_u.size(), spline.degree_u));
+  if (node.integer("v_periodic") != 0) {
+    columns = std::max(columns, pointsForKnots(spline.knots_v.size(), spline.degree_v));
+  }
+  spline.points.reserve(rows * columns * stride);
+  for (std::size_t i = 0; i < rows; ++i) {
+    for (std::size_t j = 0; j < columns; ++j) {
+      const double* const point = &net[((i % n_u) * n_v + j % n_v) * stride];
+      spline.points.insert(spline.points.end(), point, point + stride);
+    }
+  }
+  spline.n_u = static_cast<int>(rows);
+  spline.n_v = static_cast<int>(columns);
+  problem = knotProblem(spline.knots_u, spline.degree_u, spline.n_u);
+  if (problem.empty()) problem = knotProblem(spline.knots_v, spline.degree_v, spline.n_v);
+  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
+  if (problem.empty() && spline.rational && !weightsAreFine(spline.points, stride)) {
+    problem = "a weight is not above zero";
+  }
+  if (!problem.empty()) return kNone;
+  bodies_.surface_splines.push_back(std::move(spline));
+  return static_cast<std::int32_t>(bodies_.surface_splines.size() - 1);
+}
+
+Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
+  Curve curve;
+  curve.kind = CurveKind::Intersection;
+  for (std::uint32_t side = 0; side < 2; ++side) {
+    curve.surfaces[side] = surface(node.pointer("surface", side), depth + 1);
+  }
+  const XtNode chart = node.pointer("chart", 40);
+  const std::int32_t stated = chart.integer("chart_count");
+  const std::uint32_t count = std::min(chart.count(), stated > 0 ? static_cast<std::uint32_t>(stated) : 0U);
+  for (std::uint32_t k = 0; k < count; ++k) {
+    const Vec3 point = chart.vector("hvec", k);
+    if (!isSane(point)) {
+      curve.problem = "a chart point is not finite";
+      return curve;
+    }
+    if (curve.chart.empty() || !(point == curve.chart.back())) curve.chart.push_back(point);
+  }
+  if (curve.chart.size() < 2) {
+    curve.problem = "fewer than two different chart points";
+    return curve;
+  }
+  const XtNode start = node.pointer("start", 41);
+  curve.closed = start.letter("type") == 'H' ||
+                 (curve.chart.size() > 3 && distance(curve.chart.front(), curve.chart.back()) < 1e-8);
+  if (curve.closed && !(curve.chart.front() == curve.chart.back())) {
+    if (distance(curve.chart.front(), curve.chart.back()) < 1e-8) {
+      curve.chart.back() = curve.chart.front();
+    } else {
+      curve.chart.push_back(curve.chart.front());
+    }
+  }
+  if (curve.closed && curve.chart.size() < 4) curve.problem = "a closed curve with too few chart points";
+  return curve;
+}
+
+Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
+  Curve curve;
+  switch (node.type()) {
+    case 30:
+      curve.kind = CurveKind::Line;
+      curve.frame.origin = node.vector("pvec");
+      curve.frame.z = node.vector("direction");
+      if (!isSane(curve.frame.origin) || !isUnit(curve.frame.z)) curve.problem = "no position and direction";
+      break;
+    case 31:
+      curve.kind = CurveKind::Circle;
+      curve.radius = curve.radius_2 = node.real("radius");
+      if (!readFrame(node, "centre", "normal", curve.frame) || !isLength(curve.radius)) {
+        curve.problem = "no axes or radius";
+      }
+      break;
+    case 32:
+      curve.kind = CurveKind::Ellipse;
+      curve.radius = node.real("major_radius");
+      curve.radius_2 = node.real("minor_radius");
+      if (!readFrame(node, "centre", "normal", curve.frame) || !isLength(curve.radius) ||
+          !isLength(curve.radius_2)) {
+        curve.problem = "no axes or radii";
+      }
+      break;
+    case 38:
+      curve = readIntersection(node, depth);
+      break;
+    case 133:
+      curve.kind = CurveKind::Trimmed;
+      curve.basis = this->curve(node.pointer("basis_curve"), depth + 1);
+      curve.parameters[0] = node.real("parm_1");
+      curve.parameters[1] = node.real("parm_2");
+      curve.ends[0] = node.vector("point_1");
+      curve.ends[1] = node.vector("point_2");
+      if (curve.basis == kNone) {
+        curve.problem = "no basis curve";
+      } else if (const Curve& basis = bodies_.curves[static_cast<std::size_t>(curve.basis)];
+                 basis.kind == CurveKind::Unknown || basis.kind == CurveKind::Trimmed) {
+        curve.problem = basis.problem.empty() ? "a trimmed curve of a trimmed curve" : basis.problem;
+      } else if (!isSane(curve.parameters[0]) || !isSane(curve.parameters[1]) || !isSane(curve.ends[0]) ||
+                 !isSane(curve.ends[1])) {
+        curve.problem = "ends are not finite";
+      }
+      break;
+    case 134:
+      curve.kind = CurveKind::BSpline;
+      curve.spline = curveSpline(node.pointer("nurbs", 136), curve.problem);
+      if (curve.problem.empty() &&
+          bodies_.curve_splines[static_cast<std::size_t>(curve.spline)].dimension != 3) {
+        // The parameter curve of an SP_CURVE; no curve in space by itself.
+        curve.problem = "a curve in the plane";
+      }
+      break;
+    case 137: {
+      curve.kind = CurveKind::OnSurface;
+      curve.surfaces[0] = surface(node.pointer("surface"), depth + 1);
+      curve.spline = curveSpline(node.pointer("b_curve", 134).pointer("nurbs", 136), curve.problem);
+      if (!curve.problem.empty()) break;
+      if (bodies_.curve_splines[static_cast<std::size_t>(curve.spline)].dimension != 2) {
+        curve.problem = "the parameter curve is not plane";
+      } else if (curve.surfaces[0] == kNone) {
+        curve.problem = "no surface";
+      } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(curve.surfaces[0])];
+                 on.kind == SurfaceKind::Unknown) {
+        curve.problem = on.problem;
+      }
+      break;
+    }
+    default:
+      curve.problem = "a curve that is not known";
+      break;
+  }
+  curve.reversed = node.letter("sense") == '-';
+  return curve;
+}
+
+// Offsets of the simple surfaces are such surfaces again, with the same parameters.
+Surface XtGeometryReader::readOffset(const XtNode& node, int depth) {
+  Surface made;
+  const std::int32_t base_number = surface(node.pointer("surface"), depth + 1);
+  made.offset = node.real("offset");
+  if (base_number == kNone || !isSane(made.offset)) {
+    made.problem = "no base surface or distance";
+    return made;
+  }
+  Surface base = bodies_.surfaces[static_cast<std::size_t>(base_number)];
+  const double d = made.offset;
+  switch (base.kind) {
+    case SurfaceKind::Plane:
+      base.frame.origin += base.frame.z * d;
+      return base;
+    case SurfaceKind::Cylinder:
+    case SurfaceKind::Sphere:
+      base.radius += d;
+      if (!isLength(base.radius)) base.problem = "offset as far as the radius";
+      return base;
+    case SurfaceKind::Cone:
+      base.frame.origin += base.frame.z * (-d * base.sin_half_angle);
+      base.radius += d * base.cos_half_angle;
+      return base;
+    case SurfaceKind::Torus:
+      base.radius_2 += d;
+      if (!isLength(base.radius_2)) base.problem = "offset as far as the radius";
+      return base;
+    case SurfaceKind::Unknown:
+      made.problem = base.problem;
+      return made;
+    default:
+      made.kind = SurfaceKind::Offset;
+      made.base = base_number;
+      return made;
+  }
+}
+
+Surface XtGeometryReader::readBlend(const XtNode& node, int depth) {
+  Surface made;
+  made.kind = SurfaceKind::Blend;
+  made.curve = curve(node.pointer("spine"), depth + 1);
+  const double range[] = {node.real("range", 0), node.real("range", 1)};
+  made.radius = std::abs(range[0]);
+  if (!isLength(made.radius) || made.radius > kMaximumReal) {
+    made.problem = "a blend without a radius";
+  } else if (range[1] != 0 && std::abs(std::abs(range[1]) - made.radius) > 1e-9) {
+    made.problem = "a blend of changing radius";
+  } else if (made.curve == kNone) {
+    made.problem = "a blend without a spine";
+  } else if (const Curve& spine = bodies_.curves[static_cast<std::size_t>(made.curve)];
+             spine.kind == CurveKind::Unknown) {
+    made.problem = spine.problem;
+  }
+  return made;
+}
+
+Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
+  Surface made;
+  const auto needCurve = [&](const char* field) {
+    made.curve = curve(node.pointer(field), depth + 1);
+    if (made.curve == kNone) {
+      made.problem = "no curve";
+    } else if (const Curve& used = bodies_.curves[static_cast<std::size_t>(made.curve)];
+               used.kind == CurveKind::Unknown) {
+      made.problem = used.problem;
+    }
+  };
+  switch (node.type()) {
+    case 50:
+      made.kind = SurfaceKind::Plane;
+      if (!readFrame(node, "pvec", "normal", made.frame)) made.problem = "no axes";
+      break;
+    case 51:
+      made.kind = SurfaceKind::Cylinder;
+      made.radius = node.real("radius");
+      if (!readFrame(node, "pvec", "axis", made.frame) || !isLength(made.radius))
+        made.problem = "no axes or radius";
+      break;
+    case 52:
+      made.kind = SurfaceKind::Cone;
+      made.radius = node.real("radius");
+      made.sin_half_angle = node.real("sin_half_angle");
+      made.cos_half_angle = node.real("cos_half_angle");
+      if (!readFrame(node, "pvec", "axis", made.frame) || !isSane(made.radius) ||
+          !(std::abs(made.sin_half_angle) <= 1) || !(std::abs(made.cos_half_angle) > 1e-9) ||
+          !(std::abs(made.cos_half_angle) <= 1)) {
+        made.problem = "no axes, radius or angle";
+      }
+      break;
+    case 53:
+      made.kind = SurfaceKind::Sphere;
+      made.radius = node.real("radius");
+      if (!readFrame(node, "centre", "axis", made.frame) || !isLength(made.radius))
+        made.problem = "no axes or radius";
+      break;
+    case 54:
+      made.kind = SurfaceKind::Torus;
+      made.radius = node.real("major_radius");
+      made.radius_2 = node.real("minor_radius");
+      if (!readFrame(node, "centre", "axis", made.frame) || !isSane(made.radius) ||
+          !isLength(made.radius_2)) {
+        made.problem = "no axes or radii";
+      }
+      break;
+    case 56:
+      made = readBlend(node, depth);
+      break;
+    case 60:
+      made = readOffset(node, depth);
+      break;
+    case 67:
+      made.kind = SurfaceKind::Swept;
+      made.sweep = node.vector("sweep");
+      needCurve("section");
+      if (made.problem.empty() && (!isSane(made.sweep) || !(length(made.sweep) > 1e-12))) {
+        made.problem = "no sweep direction";
+      }
+      break;
+    case 68:
+      made.kind = SurfaceKind::Spun;
+      made.frame.origin = node.vector("base");
+      made.frame.z = node.vector("axis");
+      needCurve("profile");
+      if (made.problem.empty() && (!isSane(made.frame.origin) || !isUnit(made.frame.z)))
+        made.problem = "no axis";
+      if (made.problem.empty()) {
+        made.frame.z = normalized(made.frame.z);
+        made.frame.x = anyAcross(made.frame.z);
+        made.frame.y = cross(made.frame.z, made.frame.x);
+      }
+      break;
+    case 124:
+      made.kind = SurfaceKind::BSpline;
+      made.spline = surfaceSpline(node.pointer("nurbs", 126), made.problem);
+      break;
+    default:
+      made.problem = "a surface that is not known";
+      break;
+  }
+  made.reversed = node.letter("sense") == '-';
+  return made;
+}
+
+}  // namespace jttk::brep

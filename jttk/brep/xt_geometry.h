@@ -1,0 +1,39 @@
+// Curves and surfaces of an XT stream, read on demand into the arrays of Bodies.
+#pragma once
+
+#include <map>
+
+#include "jttk/brep/bodies.h"
+#include "jttk/brep/xt_nodes.h"
+
+namespace jttk::brep {
+
+class XtGeometryReader {
+ public:
+  explicit XtGeometryReader(Bodies& bodies) : bodies_(bodies) {}
+
+  // Number of the curve or surface of `node`, read now if it has not been; kNone for a null node. What is
+  // not understood becomes one of kind Unknown.
+  std::int32_t curve(const XtNode& node) { return curve(node, 0); }
+  std::int32_t surface(const XtNode& node) { return surface(node, 0); }
+
+ private:
+  std::int32_t curve(const XtNode& node, int depth);
+  std::int32_t surface(const XtNode& node, int depth);
+  Curve readCurve(const XtNode& node, int depth);
+  Surface readSurface(const XtNode& node, int depth);
+  Curve readIntersection(const XtNode& node, int depth);
+  Surface readOffset(const XtNode& node, int depth);
+  Surface readBlend(const XtNode& node, int depth);
+  std::int32_t curveSpline(const XtNode& node, std::string& problem);
+  std::int32_t surfaceSpline(const XtNode& node, std::string& problem);
+
+  Bodies& bodies_;
+  std::map<std::uint32_t, std::int32_t> curves_;  // node row -> number; kNone while being read
+  std::map<std::uint32_t, std::int32_t> surfaces_;
+};
+
+// Checks a knot vector: finite, never falling, with a domain that is not empty. Empty text when it is fine.
+std::string knotProblem(const std::vector<double>& knots, int degree, int point_count);
+
+}  // namespace jttk::brep

@@ -1,0 +1,210 @@
+// Walks BODY -> REGION -> SHELL -> FACE -> LOOP -> FIN. Every chain ends at a node that was met before, so
+// damaged links cannot make it run for ever.
+#include "jttk/brep/xt_model.h"
+
+#include <unordered_map>
+#include <unordered_set>
+
+#include "jttk/brep/xt_geometry.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr int kBody = 12;
+constexpr int kShell = 13;
+constexpr int kFace = 14;
+constexpr int kLoop = 15;
+constexpr int kEdge = 16;
+constexpr int kFin = 17;
+constexpr int kVertex = 18;
+constexpr int kRegion = 19;
+constexpr int kPoint = 29;
+constexpr int kAttributeDefinition = 80;
+constexpr int kAttribute = 81;
+constexpr int kRealValues = 83;
+constexpr std::int32_t kScaleAttribute = 9000;  // XT length = JT length * value
+
+double toleranceOf(const XtNode& node) {
+  const double value = node.real("tolerance");
+  return value > 0 && value < 1 ? value : 0;  // not set is a large negative number
+}
+
+class ModelBuilder {
+ public:
+  explicit ModelBuilder(Bodies& bodies) : bodies_(bodies), geometry_(bodies) {}
+
+  void addBody(const XtNode& body) {
+    Body made;
+    made.first_shell = static_cast<std::uint32_t>(bodies_.shells.size());
+    made.first_face = static_cast<std::uint32_t>(bodies_.faces.size());
+    collectShells(body, 'S');
+    made.solid = bodies_.faces.size() > made.first_face;
+    // A sheet has no solid region: its faces bound the outside on one or both sides.
+    if (!made.solid) collectShells(body, 'V');
+    made.shell_count = static_cast<std::uint32_t>(bodies_.shells.size()) - made.first_shell;
+    made.face_count = static_cast<std::uint32_t>(bodies_.faces.size()) - made.first_face;
+    bodies_.bodies.push_back(made);
+    readScale(body);
+  }
+
+ private:
+  bool isNew(const XtNode& node) { return visited_.insert(node.row()).second; }
+
+  void collectShells(const XtNode& body, char region_type) {
+    std::unordered_set<std::uint32_t> regions;
+    for (XtNode region = body.pointer("region", kRegion); region && regions.insert(region.row()).second;
+         region = region.pointer("next", kRegion)) {
+      if ((region.letter("type") == 'S') != (region_type == 'S')) continue;
+      for (XtNode shell = region.pointer("shell", kShell); shell && isNew(shell);
+           shell = shell.pointer("next", kShell)) {
+        addShell(shell, region_type == 'V');
+      }
+    }
+  }
+
+  void addShell(const XtNode& shell, bool both_sides) {
+    Shell made;
+    made.first_face = static_cast<std::uint32_t>(bodies_.faces.size());
+    for (XtNode face = shell.pointer("face", kFace); face && isNew(face);
+         face = face.pointer("next", kFace)) {
+      addFace(face);
+    }
+    if (both_sides) {
+      for (XtNode face = shell.pointer("front_face", kFace); face && isNew(face);
+           face = face.pointer("next_front", kFace)) {
+        addFace(face);
+      }
+    }
+    made.face_count = static_cast<std::uint32_t>(bodies_.faces.size()) - made.first_face;
+    bodies_.shells.push_back(made);
+  }
+
+  void addFace(const XtNode& node) {
+    Face face;
+    face.id = node.integer("node_id");
+    face.shell = static_cast<std::int32_t>(bodies_.shells.size());
+    face.reversed = node.letter("sense") == '-';
+    face.surface = geometry_.surface(node.pointer("surface"));
+    face.first_loop = static_cast<std::uint32_t>(bodies_.loops.size());
+    if (face.surface == kNone) {
+      face.problem = "no surface";
+    } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(face.surface)];
+               on.kind == SurfaceKind::Unknown) {
+      face.problem = on.problem;
+    }
+    const auto number = static_cast<std::int32_t>(bodies_.faces.size());
+    for (XtNode loop = node.pointer("loop", kLoop); loop; loop = loop.pointer("next", kLoop)) {
+      if (!isNew(loop)) {
+        if (face.problem.empty()) face.problem = "loops in a circle";
+        break;
+      }
+      addLoop(loop, number, face.problem);
+    }
+    face.loop_count = static_cast<std::uint32_t>(bodies_.loops.size()) - face.first_loop;
+    bodies_.faces.push_back(std::move(face));
+  }
+
+  void addLoop(const XtNode& node, std::int32_t face, std::string& problem) {
+    Loop loop;
+    loop.first_fin = static_cast<std::uint32_t>(bodies_.fins.size());
+    const XtNode first = node.pointer("fin", kFin);
+    XtNode fin = first;
+    bool closes = false;
+    while (fin && isNew(fin)) {
+      addFin(fin, face, problem);
+      fin = fin.pointer("forward", kFin);
+      closes = fin && fin.row() == first.row();
+      if (closes) break;
+    }
+    if (!closes && problem.empty()) {
+      problem = first ? "a loop that does not close" : "a loop without edges";
+    }
+    loop.fin_count = static_cast<std::uint32_t>(bodies_.fins.size()) - loop.first_fin;
+    bodies_.loops.push_back(loop);
+  }
+
+  void addFin(const XtNode& node, std::int32_t face, std::string& problem) {
+    Fin fin;
+    fin.face = face;
+    fin.forward = node.letter("sense") != '-';
+    fin.curve = geometry_.curve(node.pointer("curve"));
+    const XtNode edge_node = node.pointer("edge", kEdge);
+    const auto number = static_cast<std::int32_t>(bodies_.fins.size());
+    if (edge_node) {
+      const std::int32_t start = vertex(node.pointer("backward", kFin).pointer("vertex", kVertex), problem);
+      const std::int32_t end = vertex(node.pointer("vertex", kVertex), problem);
+      fin.edge = edge(edge_node, fin.forward ? start : end, fin.forward ? end : start);
+      Edge& made = bodies_.edges[static_cast<std::size_t>(fin.edge)];
+      if (made.start != (fin.forward ? start : end) || made.end != (fin.forward ? end : start)) {
+        if (problem.empty()) problem = "an edge whose sides end at different vertices";
+      }
+      std::int32_t& side = fin.forward ? made.forward_fin : made.backward_fin;
+      if (side == kNone) side = number;
+    }
+    bodies_.fins.push_back(fin);
+  }
+
+  std::int32_t edge(const XtNode& node, std::int32_t start, std::int32_t end) {
+    const auto [known, is_new] =
+        edges_.try_emplace(node.row(), static_cast<std::int32_t>(bodies_.edges.size()));
+    if (is_new) {
+      Edge made;
+      made.curve = geometry_.curve(node.pointer("curve"));
+      made.tolerance = toleranceOf(node);
+      made.start = start;
+      made.end = end;
+      bodies_.edges.push_back(made);
+    }
+    return known->second;
+  }
+
+  std::int32_t vertex(const XtNode& node, std::string& problem) {
+    if (!node) return kNone;
+    const auto [known, is_new] =
+        vertices_.try_emplace(node.row(), static_cast<std::int32_t>(bodies_.vertices.size()));
+    if (is_new) {
+      Vertex made;
+      const XtNode point = node.pointer("point", kPoint);
+      made.point = point.vector("pvec");
+      made.tolerance = toleranceOf(node);
+      if (!point || !isFinite(made.point) || length(made.point) > 1e9) bad_vertices_.insert(known->second);
+      if (!isFinite(made.point)) made.point = {};
+      bodies_.vertices.push_back(made);
+    }
+    if (bad_vertices_.contains(known->second) && problem.empty()) problem = "a vertex without a point";
+    return known->second;
+  }
+
+  void readScale(const XtNode& body) {
+    std::unordered_set<std::uint32_t> seen;
+    for (XtNode at = body.pointer("attributes_features"); at && seen.insert(at.row()).second;
+         at = at.pointer("next")) {
+      if (at.type() != kAttribute) continue;
+      if (at.pointer("definition", kAttributeDefinition).integer("type_id") != kScaleAttribute) continue;
+      const double value = at.pointer("fields", kRealValues).real("values");
+      if (value > 1e-9 && value < 1e9) bodies_.units_per_metre = 1 / value;
+    }
+  }
+
+  Bodies& bodies_;
+  XtGeometryReader geometry_;
+  std::unordered_set<std::uint32_t> visited_;
+  std::unordered_map<std::uint32_t, std::int32_t> edges_;
+  std::unordered_map<std::uint32_t, std::int32_t> vertices_;
+  std::unordered_set<std::int32_t> bad_vertices_;
+};
+
+}  // namespace
+
+Bodies buildBodies(const XtNodes& nodes) {
+  Bodies bodies;
+  bodies.schema = nodes.schema();
+  ModelBuilder builder(bodies);
+  for (std::size_t row = 0; row < nodes.size(); ++row) {
+    if (nodes.at(row).type() == kBody) builder.addBody(nodes.at(row));
+  }
+  if (bodies.bodies.empty()) bodies.problems.emplace_back("the XT data hold no body");
+  return bodies;
+}
+
+}  // namespace jttk::brep

@@ -1,0 +1,55 @@
+// I32 element length, GUID, U8 base type, from 9.0 on I32 object id; a version of 1, 2 or 4 bytes, I32
+// modeller major, minor and (not in 8.1) build, in 10.x one more byte; I32 length of the XT data, the data.
+#include "jttk/brep/xt_segment.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr Guid kXtBrepElement{0x873a70e0, 0x2ac9, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+
+struct Form {
+  std::size_t version_bytes;
+  std::size_t numbers;
+  std::size_t pad_bytes;
+};
+constexpr Form kForms[] = {{2, 3, 1}, {4, 3, 0}, {4, 2, 0}, {2, 3, 0}, {1, 3, 0}};
+
+bool tryForm(ByteReader reader, const Form& form, XtData& found) {
+  reader.skip(form.version_bytes + 4 * form.numbers + form.pad_bytes, "version and modeller");
+  const std::int32_t size = reader.i32("length of the XT data");
+  if (!reader.ok() || size <= 4 || static_cast<std::size_t>(size) > reader.remaining()) return false;
+  const std::uint64_t offset = reader.offset();
+  const auto bytes = reader.take(static_cast<std::size_t>(size), "XT data");
+  constexpr std::byte kMark[] = {std::byte{0x50}, std::byte{0x53}, std::byte{0}, std::byte{0}};
+  for (std::size_t i = 0; i < 4; ++i) {
+    if (bytes[i] != kMark[i]) return false;
+  }
+  found = {bytes, offset};
+  return true;
+}
+
+}  // namespace
+
+Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std::uint64_t base_offset) {
+  ByteReader reader(data, order, base_offset);
+  const std::uint32_t length = reader.count("length of the XT B-Rep element", 1);
+  ByteReader element = reader.sub(length, "XT B-Rep element");
+  const std::uint64_t id_offset = element.offset();
+  const Guid id = element.guid("object type of the XT B-Rep element");
+  element.skip(1, "object base type");
+  if (!reader.ok()) return reader.unexpected();
+  if (!element.ok()) return element.unexpected();
+  if (!(id == kXtBrepElement)) return fail("not an XT B-Rep element but " + id.text(), id_offset);
+  XtData found;
+  // With the object id (9.0 and later), then without.
+  for (const std::size_t id_bytes : {std::size_t{4}, std::size_t{0}}) {
+    ByteReader rest = element;
+    rest.skip(id_bytes, "object id");
+    for (const Form& form : kForms) {
+      if (tryForm(rest, form, found)) return found;
+    }
+  }
+  return fail("no XT data in the element", element.offset());
+}
+
+}  // namespace jttk::brep

@@ -1,0 +1,21 @@
+// The element of an XT B-Rep segment: where the XT data lie in it.
+#pragma once
+
+#include <span>
+
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+#include "jttk/file/jt_file.h"
+
+namespace jttk::brep {
+
+struct XtData {
+  std::span<const std::byte> bytes;  // begins with 'P' 'S' 00 00
+  std::uint64_t offset = 0;
+};
+
+// `data` are the unpacked data of a segment of type XtBrep. All versions: the wrapper's few forms are told
+// apart by where the data begin.
+Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std::uint64_t base_offset);
+
+}  // namespace jttk::brep

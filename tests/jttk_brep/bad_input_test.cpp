@@ -1,0 +1,208 @@
+// Damaged models: the face that is hit is reported and left out, the rest comes.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "jttk/brep/tessellate.h"
+#include "jttk/brep/xt_geometry.h"
+#include "tests/jttk_brep/mesh_measures.h"
+#include "tests/jttk_brep/models.h"
+
+namespace jttk::brep {
+namespace {
+
+Result<Bodies> read(const std::vector<std::byte>& data) {
+  Segment segment;
+  segment.unpacked = data;
+  segment.data = segment.unpacked;
+  return readXtBrep(segment, ByteOrder::Little);
+}
+
+struct Damage {
+  const char* name;
+  std::function<void(XtModel&)> before;  // finish()
+  std::function<void(XtModel&)> after;
+  const char* reason;
+};
+
+// A box with one more face or one face damaged.
+class BadFace : public testing::TestWithParam<Damage> {};
+
+TEST_P(BadFace, IsReportedAndTheRestComes) {
+  XtModel model = models::box(0.03, 0.02, 0.01);
+  if (GetParam().before) GetParam().before(model);
+  model.finish();
+  if (GetParam().after) GetParam().after(model);
+  const auto bodies = read(model.segment());
+  ASSERT_TRUE(bodies) << bodies.error().text();
+  const TessellatedBodies made = tessellate(*bodies, {});
+  ASSERT_FALSE(made.losses.empty());
+  bool found = false;
+  for (const TessellationLoss& loss : made.losses) {
+    found = found || loss.reason.find(GetParam().reason) != std::string::npos;
+  }
+  EXPECT_TRUE(found) << made.losses[0].reason;
+  EXPECT_LE(made.losses.size(), 2U);
+  EXPECT_GE(measure(made.bodies[0].shape).triangles, 8U);
+}
+
+void addSplineFace(XtModel& m, std::vector<double> knots, double weight) {
+  std::vector<double> net;
+  for (int i = 0; i < 3; ++i) {
+    for (int k = 0; k < 2; ++k) net.insert(net.end(), {0.01 * i * weight, 0.01 * k * weight, 0, weight});
+  }
+  const auto s = m.splineSurface(2, 1, 3, 2, true, net, knots, {3, 3}, {0, 1}, {2, 2});
+  const int ring = m.edge(m.circle({0.01, 0.005, 0}, {0, 0, 1}, {1, 0, 0}, 0.002), -1, -1);
+  m.face(s, false, {{{ring, true}}});
+}
+
+void addLoopOnPlane(XtModel& m, const std::vector<Vec3>& corners) {
+  std::vector<int> v;
+  for (const Vec3& c : corners) v.push_back(m.vertex(c));
+  XtModel::LoopSides loop;
+  for (std::size_t i = 0; i < v.size(); ++i) loop.push_back({m.straight(v[i], v[(i + 1) % v.size()]), true});
+  m.face(m.plane({0, 0, 0.05}, {0, 0, 1}, {1, 0, 0}), false, {loop});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Brep, BadFace,
+    testing::Values(
+        Damage{"NoLoopsOnAPlane",
+               [](XtModel& m) {
+                 m.face(m.plane({0, 0, 1}, {0, 0, 1}, {1, 0, 0}), false, {});
+               },
+               nullptr, "without loops"},
+        Damage{"NoLoopsOnACylinder",
+               [](XtModel& m) {
+                 m.face(m.cylinder({0, 0, 1}, {0, 0, 1}, {1, 0, 0}, 0.01), false, {});
+               },
+               nullptr, "without loops"},
+        Damage{"EmptyLoop",
+               [](XtModel& m) {
+                 m.face(m.plane({0, 0, 1}, {0, 0, 1}, {1, 0, 0}), false, {{}});
+               },
+               nullptr, "loop without edges"},
+        Damage{"LoopThatDoesNotClose", nullptr,
+               [](XtModel& m) { m.nodes().pointer(m.finNodes()[2], "forward", 0); }, "does not close"},
+        Damage{"LoopThatRunsIntoAnother", nullptr,
+               [](XtModel& m) { m.nodes().pointer(m.finNodes()[3], "forward", m.finNodes()[5]); },
+               "does not close"},
+        Damage{"SelfCrossingTrim",
+               [](XtModel& m) {
+                 addLoopOnPlane(m, {{0, 0, 0.05}, {0.01, 0.01, 0.05}, {0.01, 0, 0.05}, {0, 0.01, 0.05}});
+               },
+               nullptr, "cross"},
+        Damage{"KnotsOutOfOrder",
+               [](XtModel& m) {
+                 addSplineFace(m, {1, 0}, 1);
+               },
+               nullptr, "knots are out of order"},
+        Damage{"WeightOfZero",
+               [](XtModel& m) {
+                 addSplineFace(m, {0, 1}, 0);
+               },
+               nullptr, "weight is not above zero"},
+        Damage{"UnknownSurface",
+               [](XtModel& m) {
+                 const auto foreign = m.nodes().add(120);
+                 m.face(foreign, false, {});
+               },
+               nullptr, "a surface that is not known"},
+        Damage{"NoSurface", [](XtModel& m) { m.face(0, false, {}); }, nullptr, "no surface"},
+        Damage{"NegativeRadius",
+               [](XtModel& m) {
+                 m.face(m.sphere({0, 0, 0}, {0, 0, 1}, {1, 0, 0}, -1), false, {});
+               },
+               nullptr, "no axes or radius"},
+        Damage{"NotANumber",
+               [](XtModel& m) {
+                 m.face(m.sphere({std::nan(""), 0, 0}, {0, 0, 1}, {1, 0, 0}, 1), false, {});
+               },
+               nullptr, "no axes or radius"},
+        Damage{"SurfaceThatNeedsItself",
+               [](XtModel& m) {
+                 const auto a = m.offset(0, 0.001);
+                 m.nodes().pointer(a, "surface", a);
+                 m.face(a, false, {});
+               },
+               nullptr, "no base surface"},
+        Damage{"EdgeOffItsSurface",
+               [](XtModel& m) {
+                 const int ring = m.edge(m.circle({0, 0, 0.5}, {0, 0, 1}, {1, 0, 0}, 0.01), -1, -1);
+                 m.face(m.plane({0, 0, 0}, {0, 0, 1}, {1, 0, 0}), false, {{{ring, true}}});
+               },
+               nullptr, "does not lie on its surface"},
+        Damage{"LineWithoutEnds",
+               [](XtModel& m) {
+                 const int e = m.edge(m.line({0, 0, 0}, {1, 0, 0}), -1, -1);
+                 m.face(m.plane({0, 0, 0}, {0, 0, 1}, {1, 0, 0}), false, {{{e, true}}});
+               },
+               nullptr, "ends nowhere"}),
+    [](const testing::TestParamInfo<Damage>& damage) { return damage.param.name; });
+
+TEST(BadInput, EdgesOfNoLengthDoNotHurt) {
+  // A corner of the box's top twice, joined by an edge without length.
+  XtModel model;
+  model.asSheet();
+  const int a = model.vertex({0, 0, 0});
+  const int b = model.vertex({0.01, 0, 0});
+  const int c = model.vertex({0.01, 0, 0});
+  const int d = model.vertex({0, 0.01, 0});
+  const auto line = model.line({0, 0, 0}, {1, 0, 0});
+  model.face(model.plane({0, 0, 0}, {0, 0, 1}, {1, 0, 0}), false,
+             {{{model.straight(a, b), true},
+               {model.edge(line, b, c), true},
+               {model.straight(c, d), true},
+               {model.straight(d, a), true}}});
+  model.finish();
+  const auto bodies = read(model.segment());
+  ASSERT_TRUE(bodies);
+  const TessellatedBodies made = tessellate(*bodies, {});
+  EXPECT_TRUE(made.losses.empty());
+  EXPECT_NEAR(measure(made.bodies[0].shape).area, 50, 1e-6);
+}
+
+TEST(BadInput, EveryTruncationIsAnErrorOrAModel) {
+  XtModel model = models::cone(0.01, 0.02);
+  model.finish();
+  const std::vector<std::byte> stream = model.nodes().stream();
+  for (std::size_t size = 0; size < stream.size(); ++size) {
+    // Exactly so many bytes on the heap.
+    const std::vector<std::byte> cut(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size));
+    const auto bodies = read(wrapXtStream(cut));
+    EXPECT_FALSE(bodies) << size;
+  }
+}
+
+TEST(BadInput, EveryByteChangedGivesAnErrorOrAModel) {
+  XtModel model = models::drilledCylinder(0.01, 0.03, 0.004);
+  model.finish();
+  const std::vector<std::byte> data = model.segment();
+  std::size_t read_anyway = 0;
+  TessellationOptions options;
+  options.chord_tolerance_percent = 1;
+  for (std::size_t i = 0; i < data.size(); i += 3) {
+    std::vector<std::byte> changed = data;
+    changed[i] ^= static_cast<std::byte>(i % 2 == 0 ? 0xff : 0x01);
+    const auto bodies = read(changed);
+    if (!bodies) continue;
+    ++read_anyway;
+    const TessellatedBodies made = tessellate(*bodies, options);
+    for (const TessellatedBody& body : made.bodies) {
+      for (const std::uint32_t p : body.shape.corner_positions) ASSERT_LT(p, body.shape.positions.size() / 3);
+    }
+  }
+  EXPECT_GT(read_anyway, 100U);
+}
+
+TEST(BadInput, KnotTable) {
+  EXPECT_EQ(knotProblem({0, 0, 1, 1}, 1, 2), "");
+  EXPECT_EQ(knotProblem({0, 0, 1}, 1, 2), "knots do not fit the degree and the number of points");
+  EXPECT_EQ(knotProblem({0, 1, 0, 1}, 1, 2), "knots are out of order");
+  EXPECT_EQ(knotProblem({0, 1, 1, 2}, 1, 2), "knots give no domain");
+  EXPECT_EQ(knotProblem({0, 0, 1, 1, 1, 2, 2}, 1, 5), "a knot is repeated too often");
+  EXPECT_EQ(knotProblem({0, std::nan(""), 1, 1}, 1, 2), "knots are not finite");
+}
+
+}  // namespace
+}  // namespace jttk::brep

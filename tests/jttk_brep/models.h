@@ -1,0 +1,33 @@
+// The small solids of the tests, in metres; each needs finish() before its segment is written.
+#pragma once
+
+#include "tests/jttk_brep/xt_writer.h"
+
+namespace jttk::brep::models {
+
+XtModel box(double x, double y, double z);
+// Side face between two rings, no seam; or with a seam edge as other systems write it.
+XtModel cylinder(double radius, double height, bool with_seam);
+XtModel wholeSphere(double radius);
+// Cut by the plane z = height: the part below, or the cap above.
+XtModel cutSphere(double radius, double height, bool cap);
+XtModel wholeTorus(double major, double minor);
+XtModel cone(double radius, double height);
+// A box with `count` round holes in a row, through z.
+XtModel plateWithHoles(double x, double y, double z, double radius, int count);
+// A cylinder with a window: a plain round hole in its side, closed by the bottom of a drilled pocket.
+XtModel drilledCylinder(double radius, double height, double hole_radius);
+// One face, a bicubic patch over a square of side 2 `half`, height a cosine bump.
+XtModel splinePatch(double half, double bump);
+// A closed solid of a spline profile turned about z, from pole to pole: x = r sin(pi t), roughly.
+XtModel spunSpindle(double radius, double height);
+// A cylinder whose edges are all tolerant: no curve, but one in the parameters of each side.
+XtModel tolerantCylinder(double radius, double height);
+// An elliptic rod: swept side between two ellipses.
+XtModel ellipticRod(double major, double minor, double height);
+// A B-spline cylinder (rational, closed in u) between two planes.
+XtModel splineCylinder(double radius, double height);
+// A torus cut in two at y = 0, the half with y > 0.
+XtModel halfTorus(double major, double minor);
+
+}  // namespace jttk::brep::models

@@ -1,0 +1,190 @@
+// Real files that hold exact geometry and facets of the same parts: both must agree. The folder is given by
+// LOFTBAY_JT_SAMPLES, else it is looked for beside the project; without it the tests are skipped.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "jttk/brep/tessellate.h"
+#include "jttk/codec/shape_lod.h"
+#include "tests/jttk_brep/mesh_distance.h"
+#include "tests/jttk_brep/mesh_measures.h"
+
+namespace jttk::brep {
+namespace {
+
+std::filesystem::path samples() {
+  if (const char* const folder = std::getenv("LOFTBAY_JT_SAMPLES")) return folder;
+  if (const char* const source = std::getenv("LOFTBAY_SOURCE_DIR")) {
+    return std::filesystem::path(source) / ".." / "shared" / "jt-samples";
+  }
+  return {};
+}
+
+std::vector<char> readFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+using Triangles = std::vector<MeshDistance::Triangle>;
+
+void addTriangles(const ShapeGeometry& shape, Triangles& triangles) {
+  const auto at = [&](std::size_t corner) {
+    const std::size_t p = 3 * std::size_t{shape.corner_positions[corner]};
+    return Vec3{double{shape.positions[p]}, double{shape.positions[p + 1]}, double{shape.positions[p + 2]}};
+  };
+  for (std::size_t i = 0; i + 1 < shape.primitive_starts.size(); ++i) {
+    const std::size_t first = shape.primitive_starts[i];
+    for (std::size_t k = first + 2; k < shape.primitive_starts[i + 1]; ++k) {
+      triangles.push_back({at(first), at(k - 1), at(k)});
+    }
+  }
+}
+
+// Greatest distance of corners, middles of sides and centres of one mesh from another.
+double farthest(const Triangles& of, const Triangles& from) {
+  const MeshDistance mesh(from);
+  double worst = 0;
+  for (const auto& t : of) {
+    for (const Vec3& p : {t.a, t.b, t.c, (t.a + t.b) * 0.5, (t.b + t.c) * 0.5, (t.c + t.a) * 0.5,
+                          (t.a + t.b + t.c) * (1.0 / 3)}) {
+      worst = std::max(worst, mesh.from(p));
+    }
+  }
+  return worst;
+}
+
+struct Part {
+  Triangles triangles;  // of the finest level, as the file has them
+  double area = 0;
+  double volume = 0;
+};
+
+class XtSamples : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    const std::filesystem::path folder = samples();
+    const std::filesystem::path path = folder / (std::string(GetParam()) + ".jt");
+    if (folder.empty() || !std::filesystem::exists(path)) {
+      GTEST_SKIP() << "no sample files: set LOFTBAY_JT_SAMPLES to their folder";
+    }
+    bytes_ = readFile(path);
+    auto file = JtFile::fromBytes(std::as_bytes(std::span(bytes_)));
+    ASSERT_TRUE(file) << file.error().text();
+    file_ = *std::move(file);
+    expected_ = nlohmann::json::parse(readFile(folder / "expected" / (std::string(GetParam()) + ".json")));
+    readParts();
+    for (const TocEntry& entry : file_->contents()) {
+      if (entry.type != SegmentType::XtBrep) continue;
+      const auto segment = file_->segment(entry);
+      ASSERT_TRUE(segment) << segment.error().text();
+      auto bodies = readXtBrep(*segment, file_->byteOrder());
+      ASSERT_TRUE(bodies) << bodies.error().text();
+      bodies_.push_back(*std::move(bodies));
+    }
+    ASSERT_FALSE(bodies_.empty());
+  }
+
+  void readParts() {
+    std::map<std::string, nlohmann::json> figures;
+    for (const auto& lod : expected_["lods"]) figures[lod["segment"]] = lod;
+    std::map<std::string, Part> by_path;
+    for (const auto& placed : expected_["placed"]["list"]) {
+      Part& part = by_path[placed["path"].dump()];
+      part.area += figures[placed["segment"]]["area"].get<double>();
+      part.volume += figures[placed["segment"]]["volume6"].get<double>() / 6;
+      for (const TocEntry& entry : file_->contents()) {
+        if (entry.id.text() != placed["segment"].get<std::string>()) continue;
+        const auto segment = file_->segment(entry);
+        ASSERT_TRUE(segment) << segment.error().text();
+        const auto shape = decodeShapeLod(*segment, file_->version(), file_->byteOrder());
+        ASSERT_TRUE(shape) << shape.error().text();
+        addTriangles(*shape, part.triangles);
+      }
+    }
+    for (auto& [path, part] : by_path) parts_.push_back(std::move(part));
+  }
+
+  static TessellatedBodies make(const Bodies& bodies, double percent) {
+    TessellationOptions options;
+    options.chord_tolerance_percent = percent;
+    options.units_per_metre = unitsPerMetre(bodies, "millimeters").value_or(1000);
+    return tessellate(bodies, options);
+  }
+
+  std::vector<char> bytes_;
+  std::unique_ptr<JtFile> file_;
+  nlohmann::json expected_;
+  std::vector<Part> parts_;
+  std::vector<Bodies> bodies_;
+};
+
+TEST_P(XtSamples, EveryBodyIsClosedAtEveryTolerance) {
+  for (const Bodies& bodies : bodies_) {
+    for (const double percent : {1.0, 0.08, 0.02}) {
+      const TessellatedBodies made = make(bodies, percent);
+      for (const TessellationLoss& loss : made.losses)
+        ADD_FAILURE() << "face " << loss.face << ": " << loss.reason;
+      for (const TessellatedBody& body : made.bodies) {
+        const MeshMeasures m = measure(body.shape);
+        EXPECT_GT(m.triangles, 0U);
+        EXPECT_EQ(m.open_edges, 0U) << percent << " %";
+        EXPECT_EQ(m.bad_normals, 0U) << percent << " %";
+        EXPECT_EQ(m.against_normals, 0U) << percent << " %";
+        EXPECT_GT(m.volume, 0);
+      }
+    }
+  }
+}
+
+TEST_P(XtSamples, AgreesWithTheFacetsOfItsPart) {
+  ASSERT_EQ(parts_.size(), bodies_.size());
+  std::vector<bool> taken(parts_.size(), false);
+  for (const Bodies& bodies : bodies_) {
+    const TessellatedBodies made = make(bodies, 0.08);
+    double area = 0;
+    double volume = 0;
+    Triangles own;
+    for (const TessellatedBody& body : made.bodies) {
+      const MeshMeasures m = measure(body.shape);
+      area += m.area;
+      volume += m.volume;
+      addTriangles(body.shape, own);
+    }
+    // Which part it is: the one of nearest area that is still free.
+    std::size_t best = parts_.size();
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+      const bool nearer =
+          best == parts_.size() || std::abs(parts_[i].area - area) < std::abs(parts_[best].area - area);
+      if (!taken[i] && nearer) best = i;
+    }
+    taken[best] = true;
+    const Part& part = parts_[best];
+    EXPECT_NEAR(area, part.area, 0.005 * part.area);
+    EXPECT_NEAR(volume, part.volume, 0.005 * part.volume);
+    // What the file's facets miss by themselves, seen from a mesh of much finer tolerance.
+    Triangles fine;
+    const TessellatedBodies finer = make(bodies, 0.02);
+    for (const TessellatedBody& body : finer.bodies) addTriangles(body.shape, fine);
+    const double of_file = farthest(part.triangles, fine) + finer.chord_tolerance;
+    const double of_own = farthest(own, part.triangles);
+    EXPECT_LE(of_own, made.chord_tolerance + of_file);
+    EXPECT_LE(farthest(own, fine), made.chord_tolerance + finer.chord_tolerance);
+    std::printf(
+        "area %+.3f %%, volume %+.3f %%, farthest own point from the facets %.4f, facets' own %.4f, chord "
+        "%.4f\n",
+        100 * (area / part.area - 1), 100 * (volume / part.volume - 1), of_own, of_file,
+        made.chord_tolerance);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Jt, XtSamples, testing::Values("fan_v9.0", "bolt", "nut"),
+                         [](const testing::TestParamInfo<const char*>& name) {
+                           return std::string(name.param).substr(0, std::string(name.param).find('_'));
+                         });
+
+}  // namespace
+}  // namespace jttk::brep
