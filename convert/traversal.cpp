@@ -1,0 +1,302 @@
+// Turns the product structure into the scene's tree: what happens when the toolkit's traverser enters and
+// leaves a node.
+//
+// Two stacks carry the state. `parentStack` holds the scene object that the next one hangs under; assemblies
+// and instances push theirs on entering and lose it on leaving, a part with a transform pushes and pops
+// inside its handler. `materialStack` grows at parts and instances that have a material and shrinks by one
+// at each leave of an assembly or instance; its depth does not follow the tree exactly, and scenes depend
+// on that.
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+#include "convert/job.h"
+#include "diag/program_seams.h"
+#include "diag/trace_log.h"
+
+namespace loftbay::convert {
+
+using diag::Counted;
+using diag::text;
+using diag::WriteTraceLog;
+using Orb::Zix::ObjectId;
+using Orb::Zix::ObjectType;
+
+namespace {
+
+constexpr int kTessellated = 1;  // what tessellate answers on success
+
+std::string nameOf(JtkHierarchy* node) {
+  const JtkString name = node->getName();
+  char* buffer = nullptr;
+  int length = 0;
+  name.getString(buffer, length);
+  std::string result(buffer, static_cast<std::size_t>(length));
+  JtkEntityFactory::deleteMemory(buffer);
+  return result;
+}
+
+JtkTransform* transformOf(JtkHierarchy* node) {
+  JtkTransform* transform = nullptr;
+  node->getTransform(transform);
+  return transform;
+}
+
+JtkMaterial* materialOf(JtkHierarchy* node) {
+  JtkMaterial* material = nullptr;
+  node->getMaterial(material);
+  return material;
+}
+
+// Whether a transform that is left out would have moved anything.
+bool movesAnything(JtkTransform* transform) {
+  constexpr std::array<float, 16> kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+  float* elements = nullptr;
+  if (transform != nullptr) transform->getMatrixElements(elements);
+  return elements != nullptr && !std::equal(kIdentity.begin(), kIdentity.end(), elements);
+}
+
+void count(Counted kind) { diag::programSeams().observer->counted(kind, 1); }
+
+// References on tessellation results are taken only where the toolkit says that they can be.
+class HeldResult {
+ public:
+  explicit HeldResult(JtkEntity* entity) : entity_(entity) {
+    if (entity_->isOfSubType(JtkEntity::JtkSHAREABLE)) entity_->ref();
+  }
+  HeldResult(const HeldResult&) = delete;
+  HeldResult& operator=(const HeldResult&) = delete;
+  ~HeldResult() {
+    if (entity_->isOfSubType(JtkEntity::JtkSHAREABLE)) entity_->unref();
+  }
+
+ private:
+  JtkEntity* entity_;
+};
+
+}  // namespace
+
+int enterNode(JtkEntity* node, int /*depth*/, int /*client_data*/) {
+  switch (node->typeID()) {
+    case JtkEntity::JtkASSEMBLY:
+      activeConverter->ReadJtAssembly(static_cast<JtkAssembly*>(node));
+      break;
+    case JtkEntity::JtkPART:
+      activeConverter->ReadJtPart(static_cast<JtkPart*>(node));
+      break;
+    case JtkEntity::JtkINSTANCE:
+      activeConverter->ReadJtInstance(static_cast<JtkInstance*>(node));
+      break;
+    default:
+      break;
+  }
+  return 1;
+}
+
+int leaveNode(JtkEntity* node, int /*depth*/, int /*client_data*/) {
+  const auto type = node->typeID();
+  if (type == JtkEntity::JtkASSEMBLY || type == JtkEntity::JtkINSTANCE) {
+    obJt2Zix& job = *activeConverter;
+    if (!job.parentStack.empty()) job.popParent();
+    if (!job.materialStack.empty()) job.materialStack.pop_back();
+  }
+  return 1;
+}
+
+const ObjectId& obJt2Zix::topParent() const {
+  if (parentStack.empty()) throw std::out_of_range("invalid vector subscript");
+  return parentStack.back();
+}
+
+void obJt2Zix::popParent() {
+  if (unwindPending && unwindMark != -1 && parentStack.size() == static_cast<std::size_t>(unwindMark)) {
+    unwindPending = false;
+    unwindMark = -1;
+  }
+  parentStack.pop_back();
+}
+
+void obJt2Zix::attachWithTransform(JtkHierarchy* node, const ObjectId& object, JtkTransform* transform) {
+  const ObjectId parent = topParent();
+  parentStack.push_back(object);
+  if (transform == nullptr) {
+    scene.addComponent(parent, object);
+    return;
+  }
+  const ObjectId placement = scene.createObject(ObjectType::Transform);
+  count(Counted::Transforms);
+  scene.setName(placement, MakeUniqueName(nameOf(node).c_str()).c_str());
+  parentStack.push_back(placement);
+  SetZixTransformation(transform);
+  popParent();
+  scene.addComponent(parent, object, placement);
+}
+
+bool obJt2Zix::ReadJtAssembly(JtkAssembly* node) {
+  WriteTraceLog("obJt2Zix::ReadJtAssembly():Start");
+  WriteTraceLog(text("obJt2Zix::ReadJtAssembly(): Name : ", nameOf(node)));
+  const ObjectId object = scene.createObject(ObjectType::Node);
+  count(Counted::Nodes);
+  scene.setName(object, MakeUniqueName(nameOf(node).c_str()).c_str());
+
+  JtkTransform* transform = transformOf(node);
+  if (transform != nullptr) {
+    WriteTraceLog("obJt2Zix::ReadJtAssembly():Assembly has got Transformation");
+    // An assembly that is reached through an instance is placed by the instance alone.
+    if (inInstancedAssembly) {
+      if (movesAnything(transform)) notes.add(Dropped::SubAssemblyTransform, nameOf(node));
+      transform = nullptr;
+    } else if (nested_walks > 0 && movesAnything(transform)) {
+      notes.add(Dropped::SubAssemblyTransformKept, nameOf(node));
+    }
+  }
+  attachWithTransform(node, object, transform);
+  // Asked for and not used: an assembly pushes no material, although leaving it pops one.
+  materialOf(node);
+  WriteTraceLog("obJt2Zix::ReadJtAssembly():End");
+  return true;
+}
+
+bool obJt2Zix::ReadJtInstance(JtkInstance* node) {
+  WriteTraceLog("obJt2Zix::ReadJtInstance():Start");
+  WriteTraceLog(text("obJt2Zix::ReadJtInstance(): Name : ", nameOf(node)));
+  JtkHierarchy* const referenced = node->getReferencedNode();
+  const auto type = referenced->typeID();
+
+  const ObjectId object = scene.createObject(ObjectType::Node);
+  count(Counted::Nodes);
+  scene.setName(object, MakeUniqueName(nameOf(node).c_str()).c_str());
+  JtkTransform* const transform = transformOf(node);
+  if (transform != nullptr) WriteTraceLog("obJt2Zix::ReadJtInstance():Instance has got Transformation");
+  attachWithTransform(node, object, transform);
+  if (JtkMaterial* const material = materialOf(referenced)) materialStack.push_back(material);
+
+  if (type == JtkEntity::JtkPART) {
+    WriteTraceLog("obJt2Zix::ReadJtInstance():Instance Type = JtkEntity::JtkPART");
+    writeInstancedPart(node, static_cast<JtkPart*>(referenced));
+  } else if (type == JtkEntity::JtkASSEMBLY) {
+    WriteTraceLog("obJt2Zix::ReadJtInstance():Instance Type = JtkEntity::JtkASSEMBLY");
+    walkInstancedAssembly(referenced);
+  }
+  WriteTraceLog("obJt2Zix::ReadJtInstance():End");
+  return true;
+}
+
+// The shapes of the finest level under the instance's object and name. The part gets no object and no
+// transform of its own here, and is not tessellated.
+void obJt2Zix::writeInstancedPart(JtkInstance* instance, JtkPart* part) {
+  if (movesAnything(transformOf(part))) notes.add(Dropped::InstancedPartTransform, nameOf(instance));
+  const int shapes = part->numShapeLODs() < 1 ? 0 : part->numShapes(0);
+  if (shapes < 1) {
+    notes.add(Dropped::InstanceWithoutShapes, nameOf(instance));
+    return;
+  }
+  for (int index = 0; index < shapes; ++index) {
+    JtkShape* shape = nullptr;
+    part->getShape(shape, 0, index);
+    if (shape != nullptr) WriteShape(shape, nameOf(instance).c_str());
+  }
+}
+
+// Walks the assembly itself first, so its object hangs under the instance's. The flag is no count: an
+// instance inside clears it when its own walk ends.
+void obJt2Zix::walkInstancedAssembly(JtkHierarchy* assembly) {
+  JtkTraverser* const traverser = JtkEntityFactory::createTraverser();
+  traverser->setPreActionCallback(&enterNode);
+  traverser->setPostActionCallback(&leaveNode);
+  inInstancedAssembly = true;
+  ++nested_walks;
+  traverser->ref();
+  traverser->traverse(assembly, 0);
+  traverser->unref();
+  --nested_walks;
+  inInstancedAssembly = false;
+}
+
+bool obJt2Zix::ReadJtPart(JtkPart* node) {
+  WriteTraceLog("obJt2Zix::ReadJtPart():Start");
+  WriteTraceLog(text("obJt2Zix::ReadJtPart(): Name : ", nameOf(node)));
+  JtkTransform* const transform = transformOf(node);
+  if (transform != nullptr) {
+    WriteTraceLog("obJt2Zix::ReadJtPart():Part has got Transformation");
+    const ObjectId object = scene.createObject(ObjectType::Node);
+    count(Counted::Nodes);
+    scene.setName(object, MakeUniqueName(nameOf(node).c_str()).c_str());
+    attachWithTransform(node, object, transform);
+  }
+
+  // The first part seen under a name supplies material and geometry for all later ones of that name.
+  const std::string name = nameOf(node);
+  JtkPart*& first = partsByName[name];
+  if (first == nullptr) first = node;
+  if (first != node) notes.add(Dropped::SameNamePart, name);
+  JtkPart* const part = first;
+
+  // Not popped by the part: the next leave of an assembly or instance pops one.
+  if (JtkMaterial* const material = materialOf(part)) materialStack.push_back(material);
+
+  if (part->requiresTessellation() != 0) {
+    WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Start");
+    if (tessParams == nullptr) {
+      // The part's object stays on the stack, and what follows hangs under it.
+      diag::programSeams().observer->lost(name, "the part needs tessellation, and there are no parameters");
+      return true;
+    }
+    tessellatePart(part, name);
+  } else {
+    writePartShapes(part, name);
+  }
+
+  if (transform != nullptr) popParent();
+  WriteTraceLog("obJt2Zix::ReadJtPart():End");
+  return true;
+}
+
+void obJt2Zix::tessellatePart(JtkPart* part, const std::string& name) {
+  diag::Observer& observer = *diag::programSeams().observer;
+  JtkEntityList* results = nullptr;
+  bool failed = true;
+  try {
+    failed = part->tessellate(tessParams, results) != kTessellated;
+    if (failed) WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Tessellation failed");
+  } catch (...) {
+    WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Tessellation failed - Exception is caught");
+  }
+  if (failed) observer.lost(name, "the part could not be tessellated");
+  WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Tessellation done");
+
+  if (results == nullptr) {
+    if (!failed) observer.lost(name, "the tessellation of the part gave no result");
+    return;
+  }
+  const HeldResult held_list(results);
+  auto* const shape = dynamic_cast<JtkShape*>((*results)[0]);
+  if (shape == nullptr) {
+    if (!failed) observer.lost(name, "the tessellation of the part gave no shape");
+    return;
+  }
+  if (results->length() > 1) notes.add(Dropped::TessellationResult, name);
+  const HeldResult held_shape(shape);
+  writeTessellatedPart(shape, name.c_str());
+  WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - End");
+}
+
+// Level 0, the finest; the others are never converted.
+void obJt2Zix::writePartShapes(JtkPart* part, const std::string& name) {
+  const int levels = part->numShapeLODs();
+  WriteTraceLog(text("obJt2Zix::ReadJtPart(): partNumShapeLODs : ", levels));
+  if (levels <= 0) {
+    notes.add(Dropped::PartWithoutShapes, name);
+    return;
+  }
+  const int shapes = part->numShapes(0);
+  WriteTraceLog(text("obJt2Zix::ReadJtPart(): partNumShapes : ", shapes));
+  if (shapes <= 0) notes.add(Dropped::PartWithoutShapes, name);
+  for (int index = 0; index < shapes; ++index) {
+    JtkShape* shape = nullptr;
+    part->getShape(shape, 0, index);
+    if (shape != nullptr) WriteShape(shape, name.c_str());
+  }
+}
+
+}  // namespace loftbay::convert

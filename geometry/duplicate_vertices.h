@@ -1,0 +1,31 @@
+// Merges vertices whose positions print alike at six significant digits.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace loftbay::geometry {
+
+struct Point {
+  float x, y, z;
+};
+static_assert(sizeof(Point) == 3 * sizeof(float));
+
+// The points as one row of floats, three per point; null when there are none.
+inline const float* floatsOf(const std::vector<Point>& points) {
+  return points.empty() ? nullptr : &points.data()->x;
+}
+
+// What decides is the joined text of x, y and z (float_text.h) without a separator: 0 and -0 stay apart,
+// while (1, 23, 4) and (12, 3, 4) are one vertex. Scenes are compared by that result; keep it.
+//   points         the positions
+//   unique         empty; receives the positions that are kept, in the order of their first occurrence
+//   indices        rewritten to `unique`; an index that has no point stays as it is
+//   companion      one more value per vertex, or none at all
+//   unique_companion  empty; receives the companions of the kept vertices
+void removeDuplicateVertices(const std::vector<Point>& points, std::vector<Point>& unique,
+                             std::span<std::uint32_t> indices, const std::vector<Point>& companion,
+                             std::vector<Point>& unique_companion);
+
+}  // namespace loftbay::geometry

@@ -1,0 +1,45 @@
+// Writes one point set as a point mesh. Points that coincide all stay.
+#include <cstdint>
+#include <numeric>
+
+#include "convert/job.h"
+#include "diag/program_seams.h"
+#include "diag/trace_log.h"
+#include "geometry/shape_arrays.h"
+
+namespace loftbay::convert {
+
+using diag::Counted;
+using diag::text;
+using diag::WriteTraceLog;
+
+namespace {
+constexpr std::string_view kPrefix = "obJt2Zix::WritePointElements()";
+}
+
+void obJt2Zix::WritePointElements(JtkShape* shape, const char* shape_name) {
+  WriteTraceLog(text(kPrefix, ":Start"));
+  const int primitive_sets = shape->getPrimitiveSetCount();
+  if (!beginShape(kPrefix, shape_name, primitive_sets)) return;
+  const auto arrays = geometry::readShape(*shape, {});
+  WriteTraceLog(text(kPrefix, ":Extracting Coord,Normal,Color is done"));
+  const std::size_t points = arrays.coordinates.size();
+  WriteTraceLog(text(kPrefix, ": Coord Size  = ", points));
+  WriteTraceLog(text(kPrefix, ": Color Size  = ", arrays.color_count));
+
+  std::vector<std::uint32_t> indices(points);
+  std::iota(indices.begin(), indices.end(), 0U);
+  const std::vector<std::uint32_t> lengths(points, 1U);
+  diag::Observer& observer = *diag::programSeams().observer;
+  observer.counted(Counted::VerticesRead, points);
+  observer.counted(Counted::Points, points);
+  const auto mesh = writeMesh(kPrefix, shape_name,
+                              {.type = Orb::Zix::MeshType::Points,
+                               .coordinates = geometry::floatsOf(arrays.coordinates),
+                               .point_count = points,
+                               .indices = indices,
+                               .lengths = lengths});
+  endShape(kPrefix, shape, mesh);
+}
+
+}  // namespace loftbay::convert

@@ -1,0 +1,98 @@
+// The entry for one tessellated shape: sends point sets and polylines to their writers, and writes triangle
+// strips itself. Only coordinates and connectivity reach the scene; normals and colours are counted.
+#include <algorithm>
+#include <cstdint>
+
+#include "convert/job.h"
+#include "diag/program_seams.h"
+#include "diag/trace_log.h"
+#include "geometry/shape_arrays.h"
+#include "geometry/strips.h"
+
+namespace loftbay::convert {
+
+using diag::Counted;
+using diag::text;
+using diag::WriteTraceLog;
+
+namespace {
+
+constexpr std::string_view kPrefix = "obJt2Zix::WriteShape()";
+constexpr std::uint32_t kTriangle = 3;
+
+enum class ShapeKind { Surface, Points, Lines };
+
+ShapeKind kindOf(JtkShape& shape) {
+  const auto is = [&shape](JtkEntity::TypeID type) { return shape.isOfType(type) == 1; };
+  if (is(JtkEntity::JtkTRISTRIPSET)) return ShapeKind::Surface;
+  if (is(JtkEntity::JtkPOINTSET)) return ShapeKind::Points;
+  if (is(JtkEntity::JtkSHAPE) || is(JtkEntity::JtkNULLSHAPE) || is(JtkEntity::JtkPRIMITIVESET))
+    return ShapeKind::Surface;
+  if (is(JtkEntity::JtkLINESTRIPSET)) return ShapeKind::Lines;
+  return ShapeKind::Surface;  // polygons, primitives, and whatever else there is
+}
+
+// One entry per triangle as the vertex count suggests. Differs from the triangles made where strips of less
+// than two vertices are about; none where that gives a negative figure.
+std::vector<std::uint32_t> triangleLengths(std::size_t coordinates, int primitive_sets) {
+  const auto triangles = static_cast<std::int32_t>(static_cast<std::uint32_t>(coordinates) -
+                                                   2U * static_cast<std::uint32_t>(primitive_sets));
+  return std::vector<std::uint32_t>(triangles < 1 ? 0 : static_cast<std::size_t>(triangles), kTriangle);
+}
+
+}  // namespace
+
+void obJt2Zix::WriteShape(JtkShape* shape, const char* shape_name) {
+  WriteTraceLog(text(kPrefix, ":Start"));
+  const int primitive_sets = shape->getPrimitiveSetCount();
+  switch (kindOf(*shape)) {
+    case ShapeKind::Surface:
+      writeSurface(shape, shape_name, primitive_sets);
+      break;
+    case ShapeKind::Points:
+      if (ignorePoints) {
+        notes.add(Dropped::PointShape, shape_name, primitive_sets);
+      } else {
+        WritePointElements(shape, shape_name);
+      }
+      break;
+    case ShapeKind::Lines:
+      if (ignoreLines) {
+        notes.add(Dropped::LineShape, shape_name, primitive_sets);
+      } else {
+        Write2DElements(shape, shape_name);
+      }
+      break;
+  }
+}
+
+void obJt2Zix::writeSurface(JtkShape* shape, const char* shape_name, int primitive_sets) {
+  if (!beginShape(kPrefix, shape_name, primitive_sets)) return;
+  auto arrays = geometry::readShape(*shape, {.count_normals = !optimize, .keep_colors = optimize});
+  diag::Observer& observer = *diag::programSeams().observer;
+  observer.counted(Counted::VerticesRead, arrays.coordinates.size());
+  WriteTraceLog(text(kPrefix, ":Extracting Coord,Normal,Color is done"));
+
+  // Lengths may be fewer than the sets (empty ones are not recorded): then the strips end early.
+  const std::size_t strips = std::min(arrays.set_lengths.size(), static_cast<std::size_t>(primitive_sets));
+  auto indices = geometry::trianglesOfStrips({arrays.set_lengths.data(), strips});
+  WriteTraceLog(text(kPrefix, ":connectivity is done"));
+  const auto lengths = triangleLengths(arrays.coordinates.size(), primitive_sets);
+  WriteTraceLog(text(kPrefix, ":Polylength is done"));
+  observer.counted(Counted::Triangles, indices.size() / kTriangle);
+
+  if (optimize) {
+    mergeVertices(kPrefix, arrays, indices);
+  } else {
+    logPlainSizes(kPrefix, arrays);
+  }
+  const auto mesh = writeMesh(kPrefix, shape_name,
+                              {.type = Orb::Zix::MeshType::Triangles,
+                               .coordinates = geometry::floatsOf(arrays.coordinates),
+                               .point_count = arrays.coordinates.size(),
+                               .indices = indices,
+                               .lengths = lengths});
+  endShape(kPrefix, shape, mesh);
+}
+
+}  // namespace loftbay::convert
