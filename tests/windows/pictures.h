@@ -1,0 +1,31 @@
+// What windows look like on the screen.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace loftbay::gui {
+
+struct Picture {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint32_t> pixels;  // 0x00RRGGBB, top row first
+
+  [[nodiscard]] bool oneColour() const;
+};
+
+// The window's rectangle as the screen shows it.
+Picture pictureOf(HWND window);
+
+// False while the window is still a blank rectangle.
+bool isDrawn(HWND window);
+
+// Whether a control shows the first of two system icons rather than the second (IDI_… names).
+bool looksMoreLike(HWND control, const wchar_t* first_icon, const wchar_t* second_icon);
+
+void writePng(const Picture& picture, const std::string& file_name);
+
+}  // namespace loftbay::gui
