@@ -1,8 +1,35 @@
-// A toolkit that starts but cannot make an importer: linked with the desktop program's own code, it shows how
-// the program reports a conversion that fails.
+#include "tests/app/bare_toolkit.h"
+
 #include <iostream>
+#include <utility>
 
 #include "jttk/jttk.h"
+
+namespace {
+
+std::function<void()>& importAction() {
+  static std::function<void()> action;
+  return action;
+}
+
+class BareImporter : public JtkCADImporter {
+ public:
+  void configureImporter(void* /*configuration*/, int /*option*/) override {}
+  void setImporterMode(int /*mode*/) override {}
+  JtkEntity* importFile(const JtkString& /*path*/) override {
+    importAction()();
+    return nullptr;
+  }
+  int getFileVersion(const JtkString& /*path*/, int& /*major*/, int& /*minor*/) override { return 0; }
+};
+
+}  // namespace
+
+namespace loftbay::tests {
+
+void setImport(std::function<void()> action) { importAction() = std::move(action); }
+
+}  // namespace loftbay::tests
 
 JtkRefCounted::~JtkRefCounted() = default;
 
@@ -32,7 +59,9 @@ JtkEntity* JtkEntityList::operator[](int index) const { return at(index); }
 void JtkEntityFactory::init(kernelOption /*kernel*/, environmentOption /*environment*/,
                             const char* /*text*/) {}
 
-JtkCADImporter* JtkEntityFactory::createCADImporter() { return nullptr; }
+JtkCADImporter* JtkEntityFactory::createCADImporter() {
+  return importAction() ? new BareImporter : nullptr;
+}
 
 JtkTessParams* JtkEntityFactory::createTessParams(float /*chord_percent*/, float /*second*/, float /*third*/,
                                                   float /*fourth*/, float /*fifth*/, float /*sixth*/,

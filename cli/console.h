@@ -1,0 +1,25 @@
+// What both console programs do before anything else.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace loftbay::cli {
+
+// Standard output takes bytes as they are (Windows would turn \n into CRLF in pipes) and the console shows
+// UTF-8.
+void prepareConsole();
+
+// From now on an interrupt (Ctrl-C, SIGTERM) removes the temporary of a file that is being written, and ends
+// the process with code 130.
+void exitOnInterrupt();
+
+// Writes to standard output. A failure (disk full, closed pipe) is reported by finishOutput only.
+void print(std::string_view text);
+// Flushes standard output; false when anything of it was lost. Says so on standard error.
+bool finishOutput(std::string_view program);
+
+// One line on standard error: "PROGRAM: TEXT".
+void complain(std::string_view program, std::string_view text);
+
+}  // namespace loftbay::cli

@@ -1,0 +1,94 @@
+// A file that appears whole or not at all. Bytes go to a temporary file in the output's own folder; `commit`
+// makes them durable and renames the temporary over the output. An OutputFile that is destroyed without
+// `commit` removes its temporary, and so does `removeInterruptedWrites` from a signal handler.
+//
+//   OutputFile file;
+//   if (auto failure = file.open("folder\\out.zix")) …   // failure->operation, failure->reason
+//   file.append(bytes); file.overwrite(0, header);
+//   file.commit();
+//
+// After a failure of any call the temporary is gone and every later call repeats the first failure.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace Orb::Zix {
+
+struct OutputFailure {
+  std::string path;       // the output's path as the host writes it
+  std::string operation;  // "create", "write", "flush", "close", "rename", …
+  std::string reason;     // the system's reason
+
+  [[nodiscard]] std::string text() const { return path + ": " + operation + " failed: " + reason; }
+};
+
+class OutputFile {
+ public:
+  OutputFile() = default;
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  // Creates the temporary file. `program_path` is made absolute at once, so that a later change of the
+  // current directory moves nothing. An existing output that is no regular file is refused.
+  std::optional<OutputFailure> open(std::string_view program_path);
+
+  // Appends through a buffer; blocks of the buffer's size and more go straight to the system.
+  std::optional<OutputFailure> append(std::span<const std::byte> bytes);
+  std::optional<OutputFailure> append(std::string_view text);
+  // Replaces bytes that were appended before.
+  std::optional<OutputFailure> overwrite(std::uint64_t offset, std::span<const std::byte> bytes);
+  // Flushes to the device, renames over the output, makes the new name durable.
+  std::optional<OutputFailure> commit();
+
+  // Removes the temporary. Does nothing when there is none.
+  void discard() noexcept;
+
+  [[nodiscard]] std::uint64_t size() const { return size_; }
+  [[nodiscard]] bool isOpen() const { return handle_ != kNoHandle; }
+
+ private:
+  static constexpr std::intptr_t kNoHandle = -1;
+
+  std::optional<OutputFailure> fail(std::string operation, int error);
+  std::optional<OutputFailure> fail(std::string operation, std::string reason);
+  std::optional<OutputFailure> flushBuffer();
+  std::optional<OutputFailure> writeOut(std::span<const std::byte> bytes);
+  std::optional<OutputFailure> renameIntoPlace();
+
+  std::intptr_t handle_ = kNoHandle;
+  int interrupt_slot_ = -1;
+  std::uint64_t size_ = 0;
+  std::string output_path_;     // program form, absolute
+  std::string temporary_path_;  // program form, absolute
+  std::string shown_path_;      // host form, as given
+  std::unique_ptr<std::byte[]> buffer_;
+  std::size_t buffered_ = 0;
+  std::optional<OutputFailure> failure_;
+};
+
+// What the file layer asks of the system, one call each. 0 is success, anything else the system's error
+// number. Tests put a hook in front to make the n-th call fail.
+enum class FileOperation { Create, Write, Seek, Flush, Close, Rename, FlushFolder };
+
+class FileOperationHook {
+ public:
+  FileOperationHook() = default;
+  FileOperationHook(const FileOperationHook&) = delete;
+  FileOperationHook& operator=(const FileOperationHook&) = delete;
+  virtual ~FileOperationHook() = default;
+  // Called before the operation. A value other than 0 is taken as the operation's error, and the operation
+  // is not carried out. `size_bytes` is what a Write is to write, else 0.
+  virtual int before(FileOperation operation, std::size_t size_bytes) = 0;
+};
+
+// Process-wide, for tests. Null takes the hook away.
+void setFileOperationHook(FileOperationHook* hook);
+
+}  // namespace Orb::Zix

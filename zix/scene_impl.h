@@ -1,0 +1,98 @@
+// What a scene holds in memory until closeFile: one small record per object, as it will stand in the file.
+// The records live in deques, which grow without copying and without spare room worth mentioning, because
+// the scene's promise is 64 MB plus 200 bytes and the name per object, whatever the arrays hold.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zix/bounds.h"
+#include "zix/format.h"
+#include "zix/output_file.h"
+#include "zix/zix.h"
+
+namespace Orb::Zix {
+
+// All texts of a scene, one after another.
+class TextPool {
+ public:
+  struct Reference {
+    std::uint64_t offset = 0;
+    std::uint32_t size = 0;
+  };
+  // Throws SceneError for a text of 4 GiB and more.
+  Reference add(std::string_view text);
+  [[nodiscard]] bool equals(const Reference& reference, std::string_view text) const;
+  [[nodiscard]] std::string text(const Reference& reference) const;
+  [[nodiscard]] const std::deque<char>& bytes() const { return bytes_; }
+
+ private:
+  std::deque<char> bytes_;
+};
+
+// What the scene knows about an array of coordinates besides its record.
+struct CoordinatesState {
+  format::CoordinatesRecord record{3, format::kNone, 0, 0};
+  BoxF box;
+};
+
+struct Scene_V0::Impl {
+  explicit Impl(std::string_view name) : model_name(texts.add(name)) {}
+
+  // --- wrong use: all of these throw SceneError ---------------------------------------------------------
+  // The object's number, if the id is one of this scene's and of this type. `call` goes into the message.
+  std::uint32_t checked(const ObjectId& id, const char* call) const;
+  std::uint32_t checked(const ObjectId& id, ObjectType type, const char* call) const;
+  void refuseWhenClosed(const char* call) const;
+  [[noreturn]] void refuse(const char* call, std::uint32_t object, std::string_view reason) const;
+  // "Mesh 'mesh' (object 12)".
+  [[nodiscard]] std::string describe(std::uint32_t object) const;
+
+  // --- objects ------------------------------------------------------------------------------------------
+  format::ObjectRecord& create(ObjectType type);
+  std::uint64_t attach(const ObjectId& parent, const ObjectId& child, const ObjectId* transform);
+  // The topmost object above `object`, itself when it is attached to nothing.
+  std::uint32_t treeTop(std::uint32_t object);
+  // Gives every parent its place in the child table and returns the table.
+  std::vector<std::uint32_t> makeChildTable();
+
+  // --- the file -----------------------------------------------------------------------------------------
+  // Keeps the first failure for closeFile.
+  void keep(const std::optional<OutputFailure>& failure);
+  // Writes an array as the file's next chunk and returns the chunk's number, or kNone when nothing can be
+  // written any more. With `box` the finite points of tuples of `record_size / 4` floats are added to it.
+  std::uint32_t writeArray(std::uint32_t chunk_type, std::uint32_t record_size,
+                           std::span<const std::byte> bytes, BoxF* box);
+  void finishFile();
+
+  std::deque<format::ObjectRecord> objects;
+  std::deque<std::uint32_t> tops;         // per object: some object above it, see treeTop
+  std::deque<std::uint32_t> attachments;  // children in the order in which they were attached
+  std::deque<format::MeshRecord> meshes;
+  std::deque<format::TransformRecord> transforms;
+  std::deque<format::MaterialRecord> materials;
+  std::deque<CoordinatesState> coordinates;
+  std::deque<format::IndexArrayRecord> index_arrays;
+  std::deque<format::ChunkEntry> chunks;
+  std::vector<format::ViewRecord> views;
+  TextPool texts;
+  TextPool::Reference model_name;
+  format::SceneRecord scene{};
+  // The last name given to an object of each type: "mesh" and "Material" then stand in the file once.
+  std::vector<std::pair<std::uint32_t, TextPool::Reference>> last_names;
+  std::uint32_t root = format::kNone;
+  std::uint32_t node_count = 0;
+  std::uint32_t shape_count = 0;
+
+  bool bound = false;  // saveTo was called
+  bool closed = false;
+  std::string bound_path;
+  std::optional<std::string> failure;
+  OutputFile file;
+};
+
+}  // namespace Orb::Zix

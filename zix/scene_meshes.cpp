@@ -1,0 +1,57 @@
+#include "zix/scene_meshes.h"
+
+#include "zix/tree_walk.h"
+
+namespace Orb::Zix {
+
+using format::kNone;
+
+std::vector<PlacedMesh> placedMeshes(const SceneFile& scene) {
+  std::vector<PlacedMesh> meshes;
+  std::vector<std::uint32_t> materials{kNone};  // in force, one per level of the path
+  for (const std::uint32_t root : scene.treeRoots()) {
+    walkTree(
+        root, [&](std::uint32_t object) { return scene.children(object); },
+        [&](std::uint32_t object) { return scene.placement(object); },
+        [&](std::uint32_t object, const Matrix& world, std::size_t) {
+          const std::uint32_t own = scene.object(object).material;
+          materials.push_back(own != kNone ? own : materials.back());
+          if (scene.type(object) == ObjectType::Mesh) meshes.push_back({object, materials.back(), world});
+        },
+        [&](std::uint32_t) { materials.pop_back(); });
+  }
+  return meshes;
+}
+
+MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh) {
+  const format::MeshRecord record = scene.mesh(mesh);
+  const std::uint32_t dimension =
+      record.coordinates == kNone ? 3 : scene.coordinates(record.coordinates).dimension;
+  return {static_cast<MeshType>(record.mesh_type), dimension, scene.coordinateValues(record.coordinates),
+          scene.indexValues(record.indices), scene.indexValues(record.lengths)};
+}
+
+std::uint64_t wholeElementCount(const MeshArrays& mesh) {
+  std::uint64_t count = 0;
+  forEachElement(mesh, [&](std::span<const std::uint32_t>) { ++count; });
+  return count;
+}
+
+BoxF localBounds(const MeshArrays& mesh) {
+  BoxF box;
+  addPoints(box, mesh.values, mesh.dimension);
+  return box;
+}
+
+void addWorldBounds(BoxD& box, const MeshArrays& mesh, const Matrix& world) {
+  const std::size_t count = mesh.pointCount();
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto [x, y, z] = mesh.point(i);
+    const auto placed = world.apply(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
+    if (std::isfinite(placed[0]) && std::isfinite(placed[1]) && std::isfinite(placed[2])) {
+      box.add(placed[0], placed[1], placed[2]);
+    }
+  }
+}
+
+}  // namespace Orb::Zix

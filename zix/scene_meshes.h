@@ -1,0 +1,66 @@
+// The meshes of a scene as display and export need them: where each stands, what it looks like, and its
+// whole elements. An element is whole when its indices all exist and all name a point of the mesh; in a
+// mesh of triangles it has exactly three of them. What is not whole is left out, never guessed.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "zix/bounds.h"
+#include "zix/placement.h"
+#include "zix/reader.h"
+
+namespace Orb::Zix {
+
+struct PlacedMesh {
+  std::uint32_t mesh;      // object number
+  std::uint32_t material;  // its own, else that of the nearest object above it that has one, else kNone
+  Matrix world;
+};
+
+// All meshes below the scene's roots, depth first.
+std::vector<PlacedMesh> placedMeshes(const SceneFile& scene);
+
+struct MeshArrays {
+  MeshType type;
+  std::uint32_t dimension;
+  std::span<const float> values;
+  std::span<const std::uint32_t> indices;
+  std::span<const std::uint32_t> lengths;
+
+  [[nodiscard]] std::size_t pointCount() const { return values.size() / dimension; }
+  // Coordinates that the tuple does not have are 0.
+  [[nodiscard]] std::array<float, 3> point(std::size_t index) const {
+    const float* tuple = values.data() + index * dimension;
+    return {tuple[0], dimension > 1 ? tuple[1] : 0.0F, dimension > 2 ? tuple[2] : 0.0F};
+  }
+};
+
+MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh);
+
+// Calls `visit(std::span<const std::uint32_t> element)` for every whole element in file order.
+template <typename Visit>
+void forEachElement(const MeshArrays& mesh, Visit visit) {
+  const std::size_t point_count = mesh.pointCount();
+  std::size_t start = 0;
+  for (const std::uint32_t length : mesh.lengths) {
+    if (length > mesh.indices.size() - start) return;
+    const auto element = mesh.indices.subspan(start, length);
+    start += length;
+    if (mesh.type == MeshType::Triangles && length != 3) continue;
+    bool whole = true;
+    for (const std::uint32_t index : element) whole = whole && index < point_count;
+    if (whole) visit(element);
+  }
+}
+
+std::uint64_t wholeElementCount(const MeshArrays& mesh);
+
+// The box of all finite points, and of all points that are finite once they are placed.
+BoxF localBounds(const MeshArrays& mesh);
+void addWorldBounds(BoxD& box, const MeshArrays& mesh, const Matrix& world);
+
+}  // namespace Orb::Zix

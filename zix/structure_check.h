@@ -1,0 +1,63 @@
+// What a reader must refuse: everything in header, directory and tables that would let an accessor leave the
+// file, or that the format forbids. Time and memory grow with the number of objects and chunks only.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "zix/reader.h"
+
+namespace Orb::Zix {
+
+class StructureCheck {
+ public:
+  // Fills in `scene`, whose bytes are set.
+  explicit StructureCheck(SceneFile& scene) : scene_(scene) {}
+  std::optional<ReadError> run();
+
+ private:
+  using Failure = std::optional<ReadError>;
+
+  Failure checkHeader();
+  Failure checkDirectory();
+  Failure checkChunk(std::size_t number, std::uint64_t* end);
+  Failure findTables();
+  Failure checkTexts();
+  Failure checkObjects();
+  Failure checkObject(std::uint32_t number, const format::ObjectRecord& object);
+  Failure checkObjectChildren(std::uint32_t number, const format::ObjectRecord& object);
+  Failure checkCycles();
+  Failure checkMeshes();
+  Failure checkArrays();
+
+  template <typename T>
+  Failure findTable(std::uint32_t type, Table<T>& table, std::size_t* chunk_number);
+
+  // Where row `row` of a table stands in the file.
+  [[nodiscard]] std::uint64_t placeOf(std::size_t chunk, std::size_t row) const;
+  [[nodiscard]] bool isType(std::uint32_t object, ObjectType type) const;
+  [[nodiscard]] bool isNoneOr(std::uint32_t object, ObjectType type) const;
+  [[nodiscard]] bool isText(std::uint64_t offset, std::uint32_t size) const;
+
+  static constexpr std::size_t kNotFound = SIZE_MAX;
+
+  SceneFile& scene_;
+  // The chunk of each table that a file must have, in the order of the list in structure_check.cpp.
+  std::array<std::size_t, 10> table_chunks_{};
+  std::size_t scene_chunk_ = 0;
+  std::size_t object_chunk_ = 0;
+  std::size_t mesh_chunk_ = 0;
+  std::size_t coordinates_chunk_ = 0;
+  std::size_t index_chunk_ = 0;
+  std::size_t view_chunk_ = 0;
+  // How many objects of each type came before the one being checked, by type number.
+  std::array<std::uint32_t, 20> ordinals_{};
+  bool parents_come_first_ = true;
+  std::uint64_t attached_ = 0;  // objects that state a parent
+  std::size_t listed_ = 0;      // rows of the child table that belong to the parents checked so far
+};
+
+// A chunk type as text: its four characters, those that are not printable as '?'.
+std::string chunkTypeText(std::uint32_t type);
+
+}  // namespace Orb::Zix
