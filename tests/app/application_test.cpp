@@ -43,7 +43,7 @@ class RecordedFrame : public app::ApplicationFrame {
   void setRegistryKey(std::string_view key) override { calls.emplace_back(key); }
   app::IconHandle loadIcon(int id) override {
     calls.push_back("icon " + std::to_string(id));
-    return &tests::RecordedWindow::icon;
+    return &tests::RecordedWindow::icon_handle;
   }
   int runMainDialog(app::Dialog& dialog) override {
     calls.push_back("dialog " + std::to_string(dialog.templateId()));
@@ -92,9 +92,8 @@ class Application : public testing::Test {
 
 TEST_F(Application, StartsUpStepByStep) {
   EXPECT_FALSE(application_.InitInstance());
-  EXPECT_THAT(frame_.calls,
-              ElementsAre("default start-up", "control container",
-                          "Local AppWizard-Generated Applications", "icon 128", "dialog 102"));
+  EXPECT_THAT(frame_.calls, ElementsAre("default start-up", "control container",
+                                        "Local AppWizard-Generated Applications", "icon 128", "dialog 102"));
   EXPECT_EQ(app::applicationName(), "Loftbay");
   EXPECT_THAT(frame_.dialog_calls, testing::Contains("caption Loftbay"));
   EXPECT_THAT(frame_.dialog_calls, testing::Contains("text 1001 ''"));

@@ -1,8 +1,8 @@
 #include "tests/app/bare_toolkit.h"
 
-#include <iostream>
 #include <utility>
 
+#include "diag/program_seams.h"
 #include "jttk/jttk.h"
 
 namespace {
@@ -59,9 +59,7 @@ JtkEntity* JtkEntityList::operator[](int index) const { return at(index); }
 void JtkEntityFactory::init(kernelOption /*kernel*/, environmentOption /*environment*/,
                             const char* /*text*/) {}
 
-JtkCADImporter* JtkEntityFactory::createCADImporter() {
-  return importAction() ? new BareImporter : nullptr;
-}
+JtkCADImporter* JtkEntityFactory::createCADImporter() { return importAction() ? new BareImporter : nullptr; }
 
 JtkTessParams* JtkEntityFactory::createTessParams(float /*chord_percent*/, float /*second*/, float /*third*/,
                                                   float /*fourth*/, float /*fifth*/, float /*sixth*/,
@@ -76,4 +74,4 @@ void JtkEntityFactory::deleteMemory(char* memory) { delete[] memory; }
 
 void JtkEntityFactory::fini() {}
 
-std::ostream& JtkInfo::post(Streams /*stream*/) { return std::cerr; }
+std::ostream& JtkInfo::post(Streams /*stream*/) { return *loftbay::diag::programSeams().toolkit_messages; }

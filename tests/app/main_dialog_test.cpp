@@ -5,8 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <regex>
+#include <sstream>
 #include <stdexcept>
 
 #include "app/about_dialog.h"
@@ -14,7 +13,6 @@
 #include "diag/memory_report.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
-#include "host/file.h"
 #include "host/path.h"
 #include "tests/app/bare_toolkit.h"
 #include "tests/app/recorded_window.h"
@@ -23,9 +21,9 @@ namespace loftbay {
 namespace {
 
 namespace fs = std::filesystem;
-using tests::RecordedWindow;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using tests::RecordedWindow;
 
 constexpr int kInput = 1001;
 constexpr int kOutput = 1004;
@@ -41,8 +39,9 @@ class MainDialog : public testing::Test {
     diag::setClock([] { return diag::LocalTime{14, 7, 5, 3, 2, 2026}; });
     diag::setMemoryQuery([] { return host::MemoryCounters{2048, 4096}; });
     diag::programSeams().showMessageBox = [this](std::string_view text, diag::BoxIcon icon) {
-      window_.calls.push_back(std::string(icon == diag::BoxIcon::Error ? "error box '" : "information box '") +
-                              std::string(text) + "'");
+      window_.calls.push_back(
+          std::string(icon == diag::BoxIcon::Error ? "error box '" : "information box '") +
+          std::string(text) + "'");
     };
     diag::programSeams().startup_failures = &discarded_;
     diag::programSeams().toolkit_messages = &discarded_;
@@ -75,9 +74,17 @@ class MainDialog : public testing::Test {
     return lines;
   }
 
+  // The dialog as the user sees it, with two paths typed into it; the input exists.
+  void typePaths(const std::string& input, const std::string& output) {
+    writeFile(input);
+    dialog_.OnInitDialog();
+    window_.texts = {{kInput, programPath(input)}, {kOutput, programPath(output)}};
+    window_.taken();
+  }
+
   std::ostringstream discarded_;
   fs::path folder_;
-  app::CJt2ZixDlg dialog_{"", "", 1, &RecordedWindow::icon};
+  app::CJt2ZixDlg dialog_{"", "", 1, &RecordedWindow::icon_handle};
   RecordedWindow window_{dialog_};
 };
 
@@ -112,7 +119,7 @@ TEST_F(MainDialog, PaintsItsIconOnlyWhenMinimised) {
   window_.minimised = true;
   EXPECT_TRUE(dialog_.OnPaint());
   EXPECT_THAT(window_.calls, ElementsAre("paint application"));
-  EXPECT_EQ(dialog_.OnQueryDragIcon(), &RecordedWindow::icon);
+  EXPECT_EQ(dialog_.OnQueryDragIcon(), &RecordedWindow::icon_handle);
 }
 
 TEST(CentredIcon, StandsInTheMiddleByIntegerDivision) {
@@ -177,11 +184,10 @@ TEST_F(MainDialog, EmptyPathsShowOneBoxAndLogOneLine) {
 }
 
 TEST_F(MainDialog, RunsAConversionStepByStep) {
-  writeFile("part.jt");
-  window_.texts = {{kInput, programPath("part.jt")}, {kOutput, programPath("part.zix")}};
+  typePaths("part.jt", "part.zix");
   EXPECT_TRUE(dialog_.dispatchClick(1));
-  EXPECT_THAT(window_.calls,
-              ElementsAre("cursor unknown", "cursor unknown", "information box 'Translated Successfully!!!'"));
+  EXPECT_THAT(window_.calls, ElementsAre("cursor unknown", "cursor unknown",
+                                         "information box 'Translated Successfully!!!'"));
   EXPECT_THAT(log(), ElementsAre("CJt2ZixDlg:: Input File :  " + programPath("part.jt"),
                                  "CJt2ZixDlg:: Output File : " + programPath("part.zix"),
                                  "CJt2ZixDlg::OnBnClickedOk : Memory Usage b4 conversion: "
@@ -195,10 +201,7 @@ TEST_F(MainDialog, RunsAConversionStepByStep) {
 }
 
 TEST_F(MainDialog, ShowsTheWaitCursorDuringTheJobOnly) {
-  writeFile("part.jt");
-  dialog_.OnInitDialog();
-  window_.texts = {{kInput, programPath("part.jt")}, {kOutput, programPath("part.zix")}};
-  window_.taken();
+  typePaths("part.jt", "part.zix");
   tests::setImport([this] { window_.calls.emplace_back("import"); });
   dialog_.dispatchClick(1);
   EXPECT_THAT(window_.calls, ElementsAre("cursor wait", "import", "cursor arrow",
@@ -207,19 +210,15 @@ TEST_F(MainDialog, ShowsTheWaitCursorDuringTheJobOnly) {
 
 TEST_F(MainDialog, TellsOfAFailedJob) {
   tests::setImport(nullptr);
-  writeFile("part.jt");
-  window_.texts = {{kInput, programPath("part.jt")}, {kOutput, programPath("part.zix")}};
+  typePaths("part.jt", "part.zix");
   dialog_.dispatchClick(1);
   EXPECT_EQ(window_.calls.back(), "error box 'Translation failed!!!'");
   EXPECT_THAT(log(), testing::SizeIs(4));
 }
 
 TEST_F(MainDialog, AnExceptionOutOfTheJobRestoresTheCursorAndShowsNoResult) {
-  writeFile("part.jt");
-  dialog_.OnInitDialog();
-  window_.texts = {{kInput, programPath("part.jt")}, {kOutput, programPath("part.zix")}};
+  typePaths("part.jt", "part.zix");
   tests::setImport([] { throw std::runtime_error("lost"); });
-  window_.taken();
   EXPECT_TRUE(dialog_.dispatchClick(1));
   EXPECT_THAT(window_.calls, ElementsAre("cursor wait", "cursor arrow"));
   EXPECT_FALSE(fs::exists(folder_ / "part.zix"));
@@ -230,10 +229,7 @@ TEST_F(MainDialog, AnExceptionOutOfTheJobRestoresTheCursorAndShowsNoResult) {
 }
 
 TEST_F(MainDialog, AVeryShortFileNameLeavesNoResultBox) {
-  writeFile(".jt");
-  dialog_.OnInitDialog();
-  window_.texts = {{kInput, programPath(".jt")}, {kOutput, programPath("part.zix")}};
-  window_.taken();
+  typePaths(".jt", "part.zix");
   EXPECT_TRUE(dialog_.dispatchClick(1));
   EXPECT_THAT(window_.calls, ElementsAre("cursor wait", "cursor arrow"));
 }
@@ -246,8 +242,7 @@ TEST_F(MainDialog, MakesTheNamedBaseDirectoryAgainBeforeAJobAndLeavesTheLogWhere
 #else
   setenv("MERIDAN_TEMP_PATH", base.c_str(), 1);
 #endif
-  writeFile("part.jt");
-  window_.texts = {{kInput, programPath("part.jt")}, {kOutput, programPath("part.zix")}};
+  typePaths("part.jt", "part.zix");
   dialog_.dispatchClick(1);
 #ifdef _WIN32
   _wputenv_s(L"MERIDAN_TEMP_PATH", L"");
@@ -260,8 +255,7 @@ TEST_F(MainDialog, MakesTheNamedBaseDirectoryAgainBeforeAJobAndLeavesTheLogWhere
 }
 
 TEST_F(MainDialog, TheSecondConversionStartsFromTheSettingsOfTheFirst) {
-  writeFile("part.jt");
-  window_.texts = {{kInput, programPath("part.jt")}, {kOutput, programPath("part.zix")}};
+  typePaths("part.jt", "part.zix");
   dialog_.dispatchClick(1009);
   dialog_.dispatchClick(1);
   EXPECT_FALSE(convert::ignoreLines);
@@ -283,9 +277,8 @@ TEST(AboutBox, ShowsNameVersionAndBuild) {
   app::CAboutDlg about;
   RecordedWindow window(about);
   EXPECT_TRUE(about.OnInitDialog());
-  EXPECT_THAT(window.texts[1008],
-              testing::EndsWith(" 2.2 \n\nBuild # 2.2.125.331 (64-Bit)\n\n"
-                                "Converts JT product models into Zix scenes."));
+  EXPECT_THAT(window.texts[1008], testing::EndsWith(" 2.2 \n\nBuild # 2.2.125.331 (64-Bit)\n\n"
+                                                    "Converts JT product models into Zix scenes."));
   about.dispatchClick(1);
   EXPECT_EQ(window.calls.back(), "end 1");
 }

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/dialog.h"
@@ -64,13 +65,13 @@ class RecordedWindow : public app::DialogWindow {
   bool minimised = false;
   int wait = 0;  // stand for handles by their addresses
   int arrow = 0;
-  static inline int icon = 0;
+  static inline int icon_handle = 0;
 
  private:
   std::string name(const void* handle) const {
     if (handle == &wait) return "wait";
     if (handle == &arrow) return "arrow";
-    return handle == &icon ? "application" : "unknown";
+    return handle == &icon_handle ? "application" : "unknown";
   }
 
   app::Dialog& dialog_;

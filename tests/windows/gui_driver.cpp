@@ -190,7 +190,8 @@ HWND item(HWND dialog, int id) {
 
 std::wstring text(HWND window) {
   std::wstring result(static_cast<std::size_t>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0)) + 1, L'\0');
-  const auto length = SendMessageW(window, WM_GETTEXT, result.size(), reinterpret_cast<LPARAM>(result.data()));
+  const auto length =
+      SendMessageW(window, WM_GETTEXT, result.size(), reinterpret_cast<LPARAM>(result.data()));
   result.resize(static_cast<std::size_t>(length));
   return result;
 }

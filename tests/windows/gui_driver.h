@@ -1,5 +1,5 @@
-// Drives a desktop program from outside, as a user does: starts it as a process of its own, finds its windows,
-// reads what they show, types, clicks, and waits for conditions, each with a deadline.
+// Drives a desktop program from outside, as a user does: starts it as a process of its own, finds its
+// windows, reads what they show, types, clicks, and waits for conditions, each with a deadline.
 //
 //   Program program({.exe = desktopProgram()});
 //   const HWND window = program.mainWindow();
