@@ -1,0 +1,54 @@
+// Windows side of directory.h.
+#include <windows.h>
+
+#include "host/directory.h"
+#include "host/path.h"
+
+namespace loftbay::host {
+
+namespace {
+
+std::string narrow(std::wstring_view wide) {
+  if (wide.empty()) return {};
+  const int size = static_cast<int>(wide.size());
+  const int needed = WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
+  std::string text(static_cast<std::size_t>(needed), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, text.data(), needed, nullptr, nullptr);
+  return text;
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> listDirectory(std::string_view program_path) {
+  const std::wstring pattern = (toFileSystemPath(program_path) / L"*").wstring();
+  WIN32_FIND_DATAW entry{};
+  HANDLE search = FindFirstFileW(pattern.c_str(), &entry);
+  if (search == INVALID_HANDLE_VALUE) return std::nullopt;
+  std::vector<std::string> names;
+  do {
+    const std::wstring_view name = entry.cFileName;
+    if (name != L"." && name != L"..") names.push_back(narrow(name));
+  } while (FindNextFileW(search, &entry) != 0);
+  FindClose(search);
+  return names;
+}
+
+std::optional<std::string> canonicalPath(std::string_view program_path) {
+  // Backup semantics: the only way to open a folder.
+  HANDLE file = CreateFileW(toFileSystemPath(program_path).c_str(), 0,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return std::nullopt;
+  std::wstring path(MAX_PATH, L'\0');
+  DWORD length = GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
+  if (length > path.size()) {
+    path.resize(length);
+    length = GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
+  }
+  CloseHandle(file);
+  if (length == 0 || length > path.size()) return std::nullopt;
+  path.resize(length);
+  return narrow(path);
+}
+
+}  // namespace loftbay::host

@@ -1,0 +1,49 @@
+// One component of a vertex array: a packet of codes, or the bits of floats in one packet (JT 10) or two (JT
+// 9).
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "jttk/codec/int32_packet_mk2.h"
+#include "jttk/codec/predictors.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+// The components of one array, each `count` values, one after the other: what is hashed, and what floats are
+// made of.
+class ComponentArrays {
+ public:
+  ComponentArrays(ByteReader& reader, Int32PacketReader& packets, std::uint32_t count) noexcept
+      : reader_(reader), packets_(packets), count_(count) {}
+
+  // How to find out which predictor was used, where the format's text leaves it open.
+  enum class Prediction : std::uint8_t { Null, Lag1, ByHash };
+
+  // Reads `components` packets of codes, then the hash, and checks it.
+  Result<void> readCodes(const char* what, std::uint32_t components, Prediction prediction);
+  // Reads the float bits of `components` components, then the hash. JT 10: the hash is checked. JT 9: what
+  // the hash is taken over is not known; instead the four bits that are stored twice must agree.
+  Result<void> readFloatBits(const char* what, std::uint32_t components, Prediction prediction);
+
+  // Codes or float bits of one component.
+  [[nodiscard]] std::span<const std::int32_t> component(std::uint32_t index) const noexcept {
+    return values_[index];
+  }
+
+ private:
+  Result<void> readFloatParts(const char* what, std::uint32_t components, Prediction prediction);
+  Result<void> checkHash(const char* what, Prediction prediction);
+  [[nodiscard]] std::uint32_t hash() const noexcept;
+  void undoLag1();
+
+  ByteReader& reader_;
+  Int32PacketReader& packets_;
+  std::uint32_t count_;
+  std::vector<std::vector<std::int32_t>> values_;
+};
+
+}  // namespace jttk

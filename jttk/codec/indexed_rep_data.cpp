@@ -1,0 +1,160 @@
+// Polylines and points: groups of primitives, primitives as stretches of a vertex list, and the vertex list
+// with record numbers; then the vertex arrays. Records that lie at one place share a coordinate.
+#include <numeric>
+#include <span>
+#include <string>
+
+#include "jttk/codec/lookup2.h"
+#include "jttk/codec/rep_data.h"
+#include "jttk/codec/vertex_records.h"
+
+namespace jttk {
+namespace {
+
+constexpr auto kMaximumEntries = static_cast<std::uint32_t>(kMaximumShapeValues / 8);
+
+struct IndexLists {
+  std::vector<std::int32_t> groups;      // only hashed
+  std::vector<std::int32_t> primitives;  // first entry of each, and the end
+  std::vector<std::int32_t> vertices;    // record numbers
+};
+
+std::uint32_t hashOf(const std::vector<std::int32_t>& values, std::uint32_t seed) {
+  return hash32(std::span<const std::int32_t>(values), seed);
+}
+
+// A list that gives `count` stretches has one entry more; an empty one may lack its single entry.
+Result<void> readStarts(ByteReader& reader, Int32PacketReader& packets, const char* what, std::uint32_t count,
+                        std::vector<std::int32_t>& starts) {
+  if (count > 0) return packets.readExactly(reader, what, Predictor::Null, count + 1, starts);
+  return packets.read(reader, what, Predictor::Null, 1, starts);
+}
+
+Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, IndexLists& lists) {
+  const std::uint64_t start = reader.offset();
+  const std::uint32_t groups = reader.count("number of groups", 0);
+  const std::uint32_t primitives = reader.count("number of primitives", 0);
+  const std::uint32_t entries = reader.count("length of the vertex list", 0);
+  if (!reader.ok()) return reader.unexpected();
+  if (groups > kMaximumEntries || primitives > kMaximumEntries || entries > kMaximumEntries) {
+    return fail("more primitives than a shape may have", start);
+  }
+  auto done = readStarts(reader, packets, "group list", groups, lists.groups);
+  if (done) done = readStarts(reader, packets, "primitive list", primitives, lists.primitives);
+  if (done) done = packets.readExactly(reader, "vertex list", Predictor::Null, entries, lists.vertices);
+  if (!done) return done;
+  const std::uint64_t hash_offset = reader.offset();
+  const std::uint32_t stored = reader.u32("hash of the index lists");
+  if (!reader.ok()) return reader.unexpected();
+  if (hashOf(lists.vertices, hashOf(lists.primitives, hashOf(lists.groups, 0))) != stored) {
+    return fail("the index lists do not agree with their hash", hash_offset);
+  }
+  return {};
+}
+
+// Primitives must follow each other through the list.
+Result<void> setPrimitives(const IndexLists& lists, std::uint64_t offset, ShapeGeometry& shape) {
+  const auto entries = static_cast<std::uint32_t>(lists.vertices.size());
+  if (lists.primitives.size() < 2) {
+    // No primitives stated: all entries are one.
+    if (entries > 0) shape.primitive_starts = {0, entries};
+    return {};
+  }
+  shape.primitive_starts.reserve(lists.primitives.size());
+  std::uint32_t last = 0;
+  for (const std::int32_t start : lists.primitives) {
+    const auto value = static_cast<std::uint32_t>(start);
+    if (value < last || value > entries)
+      return fail("primitive list: it does not ascend within the vertex list", offset);
+    shape.primitive_starts.push_back(value);
+    last = value;
+  }
+  if (shape.primitive_starts.front() != 0 || last != entries) {
+    return fail("primitive list: it leaves out entries of the vertex list", offset);
+  }
+  return {};
+}
+
+// The coordinate of each record: the k-th coordinate serves the next lengths[k] records.
+Result<std::vector<std::uint32_t>> readRecordPositions(ByteReader& reader, Int32PacketReader& packets,
+                                                       std::uint32_t records, std::uint32_t& unique) {
+  const std::uint64_t start = reader.offset();
+  unique = reader.count("number of coordinates", 0);
+  if (!reader.ok()) return reader.unexpected();
+  if (unique > records) return fail("more coordinates than records", start);
+  std::vector<std::int32_t> lengths;
+  const auto done = packets.readExactly(reader, "coordinate run lengths", Predictor::Null, unique, lengths);
+  if (!done) return tl::unexpected<Error>(done.error());
+  const std::uint32_t stored = reader.u32("hash of the run lengths");
+  if (!reader.ok()) return reader.unexpected();
+  if (hashOf(lengths, 0) != stored)
+    return fail("the coordinate run lengths do not agree with their hash", start);
+  std::vector<std::uint32_t> positions;
+  positions.reserve(records);
+  for (std::uint32_t i = 0; i < unique; ++i) {
+    if (lengths[i] < 0 || static_cast<std::uint32_t>(lengths[i]) > records - positions.size()) {
+      return fail("the coordinate run lengths go past the last record", start);
+    }
+    positions.insert(positions.end(), static_cast<std::size_t>(lengths[i]), i);
+  }
+  if (positions.size() != records) return fail("the coordinate run lengths leave out records", start);
+  return positions;
+}
+
+Result<void> setCorners(const std::vector<std::int32_t>& entries,
+                        const std::vector<std::uint32_t>& record_positions, std::uint64_t offset,
+                        ShapeGeometry& shape) {
+  const bool has_records = !shape.normals.empty() || !shape.colors.empty() ||
+                           !shape.texture_coordinates.empty() || !shape.vertex_flags.empty();
+  shape.corner_positions.reserve(entries.size());
+  if (has_records) shape.corner_records.reserve(entries.size());
+  for (const std::int32_t entry : entries) {
+    const auto record = static_cast<std::uint32_t>(entry);
+    if (record >= record_positions.size()) {
+      return fail("vertex list: entry " + std::to_string(entry) + " of " +
+                      std::to_string(record_positions.size()) + " records",
+                  offset);
+    }
+    shape.corner_positions.push_back(record_positions[record]);
+    if (has_records) shape.corner_records.push_back(record);
+  }
+  return {};
+}
+
+}  // namespace
+
+Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, PrimitiveKind kind) {
+  const std::uint64_t start = reader.offset();
+  Int32PacketReader packets(form);
+  ShapeGeometry shape;
+  shape.kind = kind;
+  IndexLists lists;
+  auto done = readLists(reader, packets, lists);
+  if (!done) return tl::unexpected<Error>(done.error());
+  done = setPrimitives(lists, start, shape);
+  if (!done) return tl::unexpected<Error>(done.error());
+  shape.facts.topology_hash_checked = true;
+
+  VertexArrayReader arrays(reader, packets);
+  done = arrays.readHeader(shape.facts);
+  if (!done) return tl::unexpected<Error>(done.error());
+  const std::uint64_t records_offset = reader.offset();
+  const std::uint32_t records = reader.count("number of vertex records", 0);
+  if (!reader.ok()) return reader.unexpected();
+  if (records > kMaximumEntries) return fail("more vertex records than a shape may have", records_offset);
+  std::vector<std::uint32_t> record_positions;
+  if (records > 0) {
+    std::uint32_t unique = 0;
+    auto positions = readRecordPositions(reader, packets, records, unique);
+    if (!positions) return tl::unexpected<Error>(positions.error());
+    record_positions = std::move(*positions);
+    done = arrays.readCoordinates(unique, shape);
+    if (done) done = arrays.readAttributes(records, shape);
+    if (!done) return tl::unexpected<Error>(done.error());
+  }
+  done = setCorners(lists.vertices, record_positions, start, shape);
+  if (!done) return tl::unexpected<Error>(done.error());
+  return shape;
+}
+
+}  // namespace jttk

@@ -1,0 +1,259 @@
+// Reads a packet: the codec's byte, for Huffman and arithmetic the probability contexts and the out-of-band
+// packet, then the lengths and the code text, which is a sequence of words in the file's byte order. A
+// code text must be used up to its last bit; only the arithmetic coder leaves some and reads ahead some.
+#include "jttk/codec/int32_packet_mk1.h"
+
+#include <array>
+#include <bit>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "jttk/codec/arithmetic_mk1.h"
+#include "jttk/codec/bit_reader.h"
+#include "jttk/codec/huffman_mk1.h"
+#include "jttk/codec/probability_contexts_mk1.h"
+
+namespace jttk {
+
+namespace {
+
+// Real files nest once.
+constexpr int kMaximumDepth = 4;
+// The arithmetic coder's code register is filled ahead of what it needs.
+constexpr std::uint64_t kArithmeticReadAhead = 16;
+
+enum class Codec : std::uint8_t { Null = 0, BitLength = 1, Huffman = 2, Arithmetic = 3 };
+
+using Values = std::vector<std::int32_t>;
+
+Result<std::size_t> readValueCount(ByteReader& in, std::size_t maximum_count) {
+  const std::uint64_t offset = in.offset();
+  const std::int32_t count = in.i32("value count");
+  if (!in.ok()) return in.unexpected();
+  if (count < 0 || static_cast<std::uint32_t>(count) > maximum_count) {
+    return fail(std::to_string(count) + " values in a packet that may hold " + std::to_string(maximum_count),
+                offset);
+  }
+  return static_cast<std::size_t>(count);
+}
+
+// What stands between the contexts and the code text.
+struct CodeTextHeader {
+  std::uint32_t bit_count = 0;
+  std::size_t value_count = 0;
+  std::size_t symbol_count = 0;  // the value count unless there are two tables
+};
+
+Result<CodeTextHeader> readCodeTextHeader(ByteReader& in, std::size_t maximum_count, bool has_symbol_count) {
+  CodeTextHeader header;
+  header.bit_count = in.count("code text length", 0);
+  const Result<std::size_t> value_count = readValueCount(in, maximum_count);
+  if (!value_count) return tl::unexpected(value_count.error());
+  header.value_count = *value_count;
+  header.symbol_count = *value_count;
+  if (has_symbol_count) {
+    const std::uint64_t offset = in.offset();
+    header.symbol_count = in.count("symbol count", 0);
+    // A symbol without a value changes to the first table, whose symbols all have values.
+    if (in.ok() &&
+        (header.symbol_count < header.value_count || header.symbol_count > 2 * header.value_count + 1)) {
+      return fail(std::to_string(header.symbol_count) + " symbols for " + std::to_string(header.value_count) +
+                      " values",
+                  offset);
+    }
+  }
+  if (!in.ok()) return in.unexpected();
+  return header;
+}
+
+Result<BitReader> readCodeText(ByteReader& in, std::uint32_t bit_count) {
+  const std::uint64_t offset = in.offset();
+  const std::uint32_t word_count = in.count("code text word count", 4);
+  if (in.ok() && word_count != (std::uint64_t{bit_count} + 31) / 32) {
+    return fail(
+        "a code text of " + std::to_string(bit_count) + " bits in " + std::to_string(word_count) + " words",
+        offset);
+  }
+  const std::span<const std::byte> words = in.take(std::size_t{word_count} * 4, "code text");
+  if (!in.ok()) return in.unexpected();
+  return BitReader(words, in.order(), bit_count);
+}
+
+Result<void> decodeNull(ByteReader& in, std::size_t maximum_count, Values& values) {
+  const std::uint64_t offset = in.offset();
+  const std::uint32_t count = in.count("value count", 4);
+  if (!in.ok()) return in.unexpected();
+  if (count > maximum_count) {
+    return fail(std::to_string(count) + " values in a packet that may hold " + std::to_string(maximum_count),
+                offset);
+  }
+  values.resize(count);
+  for (std::int32_t& value : values) value = in.i32("value");
+  return {};
+}
+
+// A bit per value: 0 keeps the width, 1 changes it. After the 1 stands the direction (1 wider, 0 narrower);
+// each repetition of the direction is a step of 2 bits more, and the other bit ends the change.
+const char* decodeBitLengths(BitReader& bits, std::span<std::int32_t> values) {
+  constexpr unsigned kStep = 2;
+  constexpr unsigned kMaximumSteps = 16;  // from no bits to 32
+  unsigned width = 0;
+  for (std::int32_t& value : values) {
+    if (bits.bits(1) != 0) {
+      const std::uint32_t change = bits.peek(1 + kMaximumSteps);
+      // The direction's run of equal bits, moved to the top of the word.
+      const std::uint32_t run = change << (32 - 1 - kMaximumSteps);
+      const bool wider = (run >> 31) != 0;
+      const auto steps = static_cast<unsigned>(wider ? std::countl_one(run) : std::countl_zero(run));
+      if (steps > kMaximumSteps) return "a width changes by more than 32 bits";
+      const unsigned difference = steps * kStep;
+      if (wider ? difference > 32 - width : difference > width) return "a width is not within 0 to 32 bits";
+      width = wider ? width + difference : width - difference;
+      bits.skip(steps + 1);
+    }
+    value = bits.signedBits(width);
+  }
+  return bits.consumed() == bits.length() ? nullptr : "the values do not end where the code text does";
+}
+
+Result<void> decodeBitLength(ByteReader& in, std::size_t maximum_count, Values& values) {
+  const std::uint64_t offset = in.offset();
+  const Result<CodeTextHeader> header = readCodeTextHeader(in, maximum_count, false);
+  if (!header) return tl::unexpected(header.error());
+  if (header->value_count > header->bit_count) {
+    return fail(
+        std::to_string(header->value_count) + " values in " + std::to_string(header->bit_count) + " bits",
+        offset);
+  }
+  Result<BitReader> bits = readCodeText(in, header->bit_count);
+  if (!bits) return tl::unexpected(bits.error());
+  values.resize(header->value_count);
+  if (const char* problem = decodeBitLengths(*bits, values))
+    return fail(std::string("bit lengths: ") + problem, offset);
+  return {};
+}
+
+// What next_symbol below gives for a table that has no symbols.
+constexpr std::uint32_t kNoEntry = 0xffffffffU;
+
+// Decodes symbols and turns them into values. `next_symbol(context)` gives the entry's index in the table
+// of that context. Null when all is well.
+template <typename NextSymbol>
+const char* decodeSymbols(const ProbabilityContextsMk1& contexts, std::size_t symbol_count,
+                          std::span<const std::int32_t> out_of_band, std::span<std::int32_t> values,
+                          NextSymbol next_symbol) {
+  std::size_t context = 0;
+  std::size_t value_count = 0;
+  std::size_t out_of_band_count = 0;
+  for (std::size_t i = 0; i < symbol_count; ++i) {
+    const std::uint32_t index = next_symbol(context);
+    if (index == kNoEntry) return "a symbol of a table without symbols";
+    const ProbabilityEntryMk1& entry = contexts.tables[context].entries[index];
+    std::int32_t value = entry.value;
+    if (entry.escape) {
+      if (context != 0) {  // only a change of context
+        context = entry.next_context;
+        continue;
+      }
+      if (out_of_band_count == out_of_band.size()) return "more escapes than out-of-band values";
+      value = out_of_band[out_of_band_count++];
+    }
+    if (value_count == values.size()) return "more values than announced";
+    values[value_count++] = value;
+    context = entry.next_context;
+  }
+  if (value_count != values.size()) return "fewer values than announced";
+  return out_of_band_count == out_of_band.size() ? nullptr : "out-of-band values are left over";
+}
+
+const char* decodeHuffman(const ProbabilityContextsMk1& contexts, std::size_t symbol_count, BitReader& bits,
+                          std::span<const std::int32_t> out_of_band, std::span<std::int32_t> values) {
+  std::array<HuffmanDecoderMk1, 2> decoders;
+  for (std::size_t i = 0; i < contexts.table_count; ++i) decoders[i] = HuffmanDecoderMk1(contexts.tables[i]);
+  const char* problem = decodeSymbols(contexts, symbol_count, out_of_band, values, [&](std::size_t context) {
+    return decoders[context].empty() ? kNoEntry : decoders[context].decode(bits);
+  });
+  if (problem != nullptr) return problem;
+  return bits.consumed() == bits.length() ? nullptr : "the values do not end where the code text does";
+}
+
+const char* decodeArithmetic(const ProbabilityContextsMk1& contexts, std::size_t symbol_count,
+                             BitReader& bits, std::span<const std::int32_t> out_of_band,
+                             std::span<std::int32_t> values) {
+  std::array<ArithmeticTableMk1, 2> tables;
+  for (std::size_t i = 0; i < contexts.table_count; ++i) {
+    if (contexts.tables[i].total > kMaximumArithmeticTotal) return "a table with more than 65535 occurrences";
+    tables[i] = ArithmeticTableMk1(contexts.tables[i]);
+  }
+  ArithmeticDecoderMk1 decoder(bits);
+  const char* problem = decodeSymbols(contexts, symbol_count, out_of_band, values, [&](std::size_t context) {
+    return tables[context].empty() ? kNoEntry : decoder.decode(tables[context]);
+  });
+  if (problem != nullptr) return problem;
+  return bits.consumed() <= bits.length() + kArithmeticReadAhead ? nullptr : "the code text ends too early";
+}
+
+Result<void> decodePacket(ByteReader& in, std::size_t maximum_count, int depth, Values& values);
+
+Result<void> readOutOfBand(ByteReader& in, std::size_t maximum_count, int depth, Values& out_of_band) {
+  const Result<std::size_t> count = readValueCount(in, maximum_count);
+  if (!count) return tl::unexpected(count.error());
+  if (*count == 0) return {};
+  const std::uint64_t offset = in.offset();
+  if (Result<void> read = decodePacket(in, *count, depth + 1, out_of_band); !read) return read;
+  if (out_of_band.size() == *count) return {};
+  return fail(
+      std::to_string(out_of_band.size()) + " values where " + std::to_string(*count) + " are announced",
+      offset);
+}
+
+// Huffman and arithmetic packets are laid out alike.
+Result<void> decodeSymbolPacket(ByteReader& in, Codec codec, std::size_t maximum_count, int depth,
+                                Values& values) {
+  const Result<ProbabilityContextsMk1> contexts = readProbabilityContextsMk1(in);
+  if (!contexts) return tl::unexpected(contexts.error());
+  Values out_of_band;
+  if (Result<void> read = readOutOfBand(in, maximum_count, depth, out_of_band); !read) {
+    return tl::unexpected(read.error().in("out-of-band values"));
+  }
+  const std::uint64_t offset = in.offset();
+  const Result<CodeTextHeader> header = readCodeTextHeader(in, maximum_count, contexts->table_count == 2);
+  if (!header) return tl::unexpected(header.error());
+  Result<BitReader> bits = readCodeText(in, header->bit_count);
+  if (!bits) return tl::unexpected(bits.error());
+  values.resize(header->value_count);
+  const auto decode = codec == Codec::Huffman ? decodeHuffman : decodeArithmetic;
+  if (const char* problem = decode(*contexts, header->symbol_count, *bits, out_of_band, values)) {
+    return fail(std::string(codec == Codec::Huffman ? "Huffman code: " : "arithmetic code: ") + problem,
+                offset);
+  }
+  return {};
+}
+
+Result<void> decodePacket(ByteReader& in, std::size_t maximum_count, int depth, Values& values) {
+  const std::uint64_t offset = in.offset();
+  if (depth > kMaximumDepth) return fail("packets are nested too deeply", offset);
+  values.clear();
+  const auto codec = static_cast<Codec>(in.u8("codec"));
+  if (!in.ok()) return in.unexpected();
+  switch (codec) {
+    case Codec::Null:
+      return decodeNull(in, maximum_count, values);
+    case Codec::BitLength:
+      return decodeBitLength(in, maximum_count, values);
+    case Codec::Huffman:
+    case Codec::Arithmetic:
+      return decodeSymbolPacket(in, codec, maximum_count, depth, values);
+  }
+  return fail("codec " + std::to_string(static_cast<unsigned>(codec)) + " is not known", offset);
+}
+
+}  // namespace
+
+Result<void> decodeInt32PacketMk1(ByteReader& in, std::size_t maximum_count,
+                                  std::vector<std::int32_t>& values) {
+  return decodePacket(in, maximum_count, 0, values);
+}
+
+}  // namespace jttk

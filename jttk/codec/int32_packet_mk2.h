@@ -1,0 +1,48 @@
+// Arrays of 32-bit integers as JT 9.x and 10.x store them: a count, a codec number, and what the codec needs.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "jttk/codec/predictors.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+// The two forms differ in the numbers in front of the coded values.
+enum class PacketForm : std::uint8_t { Jt9, Jt10 };
+
+// Three of the codecs can state any number of equal values in no bits at all, so bytes do not bound counts.
+// This is how many values the packets of one shape may hold together, nested ones included.
+inline constexpr std::uint64_t kMaximumShapeValues = std::uint64_t{1} << 27;
+
+// Reads the packets of one shape.
+class Int32PacketReader {
+ public:
+  explicit Int32PacketReader(PacketForm form, std::uint64_t value_budget = kMaximumShapeValues) noexcept
+      : form_(form), budget_(value_budget) {}
+
+  // Reads one packet into `values`, whose old contents are lost. `what` names the array in messages. A packet
+  // that holds more than `maximum_count` values is an error.
+  Result<void> read(ByteReader& reader, const char* what, Predictor predictor, std::uint32_t maximum_count,
+                    std::vector<std::int32_t>& values);
+  // The same for an array whose length is known: fewer values are an error too.
+  Result<void> readExactly(ByteReader& reader, const char* what, Predictor predictor, std::uint32_t count,
+                           std::vector<std::int32_t>& values);
+
+  [[nodiscard]] PacketForm form() const noexcept { return form_; }
+
+ private:
+  Result<void> readPacket(ByteReader& reader, std::uint32_t maximum_count, std::vector<std::int32_t>& values,
+                          int depth);
+  Result<void> readNull(ByteReader& reader, std::vector<std::int32_t>& values);
+  Result<void> readArithmetic(ByteReader& reader, std::vector<std::int32_t>& values, int depth);
+  Result<void> readChopper(ByteReader& reader, std::vector<std::int32_t>& values, int depth);
+  Result<void> readMoveToFront(ByteReader& reader, std::vector<std::int32_t>& values, int depth);
+
+  PacketForm form_;
+  std::uint64_t budget_;
+};
+
+}  // namespace jttk

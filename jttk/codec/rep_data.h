@@ -1,0 +1,17 @@
+// The two ways in which JT 9 and 10 store a shape: topologically compressed (tri-strip and polygon sets) and
+// as lists of indices (polyline and point sets).
+#pragma once
+
+#include "jttk/codec/int32_packet_mk2.h"
+#include "jttk/codec/shape_lod.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+// `reader` stands at the representation; what follows it is left unread.
+Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm form);
+// `kind`: Polylines or Points.
+Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, PrimitiveKind kind);
+
+}  // namespace jttk

@@ -1,0 +1,106 @@
+// A shape segment holds one logical element: I32 length, GUID, U8 base type, and from JT 9 on I32 object id.
+// The GUID alone says what it is. What follows the representation (version numbers, the bindings once more,
+// the end of the elements) is of no use.
+#include "jttk/codec/shape_lod.h"
+
+#include <string>
+
+#include "jttk/codec/rep_data.h"
+#include "jttk/codec/shape_lod_8.h"
+
+namespace jttk {
+namespace {
+
+constexpr Guid setGuid(std::uint32_t first) {
+  return {first, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+}
+constexpr Guid kTriStripSet = setGuid(0x10dd10ab);
+constexpr Guid kPolylineSet = setGuid(0x10dd10a1);
+constexpr Guid kPolygonSet = setGuid(0x10dd109f);
+constexpr Guid kPointSet{0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
+constexpr Guid kPrimitiveSet{0xe40373c2, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
+constexpr Guid kNullShape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
+
+struct Element {
+  Guid kind;
+  ByteReader body;  // after GUID and base type
+};
+
+Result<Element> readElement(ByteReader& reader) {
+  const std::uint32_t length = reader.count("element length", 1);
+  ByteReader body = reader.sub(length, "element");
+  if (!reader.ok()) return reader.unexpected();
+  const Guid kind = body.guid("element type");
+  body.skip(1, "element base type");
+  if (!body.ok()) return body.unexpected();
+  return Element{kind, body};
+}
+
+const char* nameOf(const Guid& kind) {
+  if (kind == kTriStripSet) return "tri-strip set";
+  if (kind == kPolygonSet) return "polygon set";
+  if (kind == kPolylineSet) return "polyline set";
+  if (kind == kPointSet) return "point set";
+  return "shape";
+}
+
+// JT 9: the versions of the layers of the element are I16 and stand in front of the representation.
+void skipFrontMatter9(ByteReader& body) {
+  body.skip(4, "object id");
+  body.skip(2 * sizeof(std::int16_t), "element versions");
+  body.skip(sizeof(std::uint64_t), "vertex bindings");
+  body.skip(sizeof(std::int16_t), "element version");
+  body.skip(sizeof(std::uint32_t), "vertex records id");
+  body.skip(sizeof(std::int16_t), "element version");
+}
+
+// JT 10: versions are U8, and the representation is an element inside the element.
+Result<ByteReader> openInnerElement10(ByteReader& body) {
+  body.skip(4, "object id");
+  body.skip(2 * sizeof(std::uint8_t), "element versions");
+  body.skip(sizeof(std::uint64_t), "vertex bindings");
+  if (!body.ok()) return body.unexpected();
+  auto inner = readElement(body);
+  if (!inner) return tl::unexpected<Error>(inner.error());
+  inner->body.skip(4, "object id");
+  inner->body.skip(sizeof(std::uint8_t), "element version");
+  inner->body.skip(sizeof(std::uint32_t), "vertex records id");
+  inner->body.skip(sizeof(std::uint8_t), "element version");
+  return inner->body;
+}
+
+Result<ShapeGeometry> decodeRepData(ByteReader& reader, const Guid& kind, PacketForm form) {
+  if (!reader.ok()) return reader.unexpected();
+  if (kind == kPolylineSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Polylines);
+  if (kind == kPointSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Points);
+  return decodeTopologicalRepData(reader, form);
+}
+
+Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version version) {
+  if (version.major < 9) return decodeShapeLod8(body, kind);
+  if (version.major == 9) {
+    skipFrontMatter9(body);
+    return decodeRepData(body, kind, PacketForm::Jt9);
+  }
+  auto inner = openInnerElement10(body);
+  if (!inner) return tl::unexpected<Error>(inner.error());
+  return decodeRepData(*inner, kind, PacketForm::Jt10);
+}
+
+}  // namespace
+
+Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order) {
+  ByteReader reader(segment.data, order, segment.base_offset);
+  const auto element = readElement(reader);
+  if (!element) return tl::unexpected<Error>(element.error().in("shape"));
+  const Guid& kind = element->kind;
+  if (kind == kNullShape) return ShapeGeometry{};
+  if (kind == kPrimitiveSet) return fail("primitive sets are not supported", segment.base_offset);
+  const bool known = kind == kTriStripSet || kind == kPolygonSet || kind == kPolylineSet || kind == kPointSet;
+  if (!known) return fail("shape: elements of type " + kind.text() + " are not known", segment.base_offset);
+  auto shape = decodeSet(element->body, kind, version);
+  if (!shape) return tl::unexpected<Error>(shape.error().in(nameOf(kind)));
+  return shape;
+}
+
+}  // namespace jttk

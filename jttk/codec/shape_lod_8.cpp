@@ -1,0 +1,146 @@
+// Shape LOD elements of JT 8.x: the fields that all vertex based shapes have in common, and the primitive
+// list. Layout: I16 version, I32 bindings, U8[4] bits, I16 version of the set; then the compressed
+// representation: I16 version, U8[3] bindings, U8[4] bits, a packet of primitive starts, vertex data.
+#include "jttk/codec/shape_lod_8.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "jttk/codec/int32_packet_mk1.h"
+#include "jttk/codec/predictors.h"
+#include "jttk/codec/shape_lod_8_data.h"
+
+namespace jttk {
+
+namespace {
+
+using shape8::Binding;
+using shape8::Bindings;
+using shape8::Context;
+
+constexpr std::int16_t kVersion = 1;
+
+// Constant arrays take next to no bytes, so the size of an element does not bound its values strictly. No
+// shape has so many values per byte, and small elements have room for a million.
+constexpr std::size_t kFreeValues = std::size_t{1} << 20;
+constexpr std::size_t kValuesPerByte = 64;
+
+constexpr Guid vertexShapeGuid(std::uint32_t a) {
+  return {a, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+}
+constexpr Guid kTriStripSet = vertexShapeGuid(0x10dd10ab);
+constexpr Guid kPolylineSet = vertexShapeGuid(0x10dd10a1);
+constexpr Guid kPolygonSet = vertexShapeGuid(0x10dd109f);
+constexpr Guid kPointSet = {0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
+constexpr Guid kNullShape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
+constexpr Guid kPrimitiveSet = {0xe40373c1, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
+
+struct Kind {
+  PrimitiveKind primitives;
+  const char* name;
+};
+
+std::optional<Kind> vertexShapeKind(const Guid& guid) {
+  if (guid == kTriStripSet) return Kind{PrimitiveKind::TriangleStrips, "tri-strip set"};
+  if (guid == kPolylineSet) return Kind{PrimitiveKind::Polylines, "polyline set"};
+  if (guid == kPolygonSet) return Kind{PrimitiveKind::Polygons, "polygon set"};
+  if (guid == kPointSet) return Kind{PrimitiveKind::Points, "point set"};
+  return std::nullopt;
+}
+
+void checkVersion(ByteReader& in, const char* what) {
+  if (in.i16(what) != kVersion) in.setFailed(what, "is not known");
+}
+
+Binding readBinding(ByteReader& in, const char* what) {
+  const std::uint8_t stored = in.u8(what);
+  if (stored > static_cast<std::uint8_t>(Binding::Primitive)) in.setFailed(what, "is not known");
+  return static_cast<Binding>(stored);
+}
+
+Result<Bindings> readHeader(ByteReader& in, ShapeFacts& facts) {
+  checkVersion(in, "version of the shape");
+  in.skip(4, "binding attributes");
+  in.skip(4, "quantisation of the shape");
+  checkVersion(in, "version of the set");
+  checkVersion(in, "version of the compressed representation");
+  Bindings bindings;
+  bindings.normal = readBinding(in, "normal binding");
+  bindings.texture = readBinding(in, "texture coordinate binding");
+  bindings.color = readBinding(in, "colour binding");
+  for (std::uint8_t& bits : facts.quantization_bits) bits = in.u8("quantisation bits");
+  if (!in.ok()) return in.unexpected();
+  facts.lossless = facts.quantization_bits[0] == 0;
+  facts.bindings = static_cast<std::uint64_t>(bindings.normal) |
+                   static_cast<std::uint64_t>(bindings.texture) << 8 |
+                   static_cast<std::uint64_t>(bindings.color) << 16;
+  return bindings;
+}
+
+// Ascending numbers from 0: where each primitive begins, and the number of corners.
+Result<void> readPrimitiveStarts(ByteReader& in, const Context& context, std::vector<std::uint32_t>& starts) {
+  const std::uint64_t offset = in.offset();
+  std::vector<std::int32_t> values;
+  if (Result<void> read = decodeInt32PacketMk1(in, context.maximum_values, values); !read) {
+    return tl::unexpected(read.error().in("primitive list"));
+  }
+  undoPredictor(Predictor::Stride1, values);
+  std::int32_t before = 0;
+  starts.reserve(values.size());
+  for (const std::int32_t start : values) {
+    if (start < before || (starts.empty() && start != 0)) {
+      return fail("primitive list: primitive " + std::to_string(starts.size()) + " starts at corner " +
+                      std::to_string(start) + " after " + std::to_string(before),
+                  offset);
+    }
+    starts.push_back(static_cast<std::uint32_t>(start));
+    before = start;
+  }
+  if (static_cast<std::size_t>(before) > context.maximum_values) {
+    return fail("primitive list: " + std::to_string(before) + " corners are more than the element can hold",
+                offset);
+  }
+  if (starts.size() == 1) starts.clear();
+  return {};
+}
+
+Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind) {
+  ShapeGeometry geometry;
+  geometry.kind = kind;
+  Context context;
+  context.maximum_values = kFreeValues + kValuesPerByte * in.remaining();
+  const Result<Bindings> bindings = readHeader(in, geometry.facts);
+  if (!bindings) return tl::unexpected(bindings.error());
+  context.bindings = *bindings;
+  if (Result<void> read = readPrimitiveStarts(in, context, geometry.primitive_starts); !read) {
+    return tl::unexpected(read.error());
+  }
+  const auto readData = geometry.facts.lossless ? shape8::readLossless : shape8::readLossy;
+  if (Result<void> read = readData(in, context, geometry); !read) return tl::unexpected(read.error());
+  // Points are usually stored without a primitive list: they are one group.
+  if (kind == PrimitiveKind::Points && geometry.primitive_starts.empty() &&
+      !geometry.corner_positions.empty()) {
+    geometry.primitive_starts = {0, static_cast<std::uint32_t>(geometry.corner_positions.size())};
+  }
+  if (Result<void> spread = shape8::spreadAttributes(context, in.offset(), geometry); !spread) {
+    return tl::unexpected(spread.error());
+  }
+  return geometry;
+}
+
+}  // namespace
+
+Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind) {
+  if (kind == kNullShape) return ShapeGeometry{};
+  if (kind == kPrimitiveSet) return fail("primitive set: not supported", element_body.offset());
+  const std::optional<Kind> vertex_shape = vertexShapeKind(kind);
+  if (!vertex_shape)
+    return fail("shape LOD element " + kind.text() + ": not supported", element_body.offset());
+  Result<ShapeGeometry> geometry = decodeVertexShape(element_body, vertex_shape->primitives);
+  if (!geometry) return tl::unexpected(geometry.error().in(vertex_shape->name));
+  return geometry;
+}
+
+}  // namespace jttk

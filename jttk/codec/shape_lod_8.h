@@ -1,0 +1,14 @@
+// Shape LOD elements of JT 8.x.
+#pragma once
+
+#include "jttk/codec/shape_lod.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+// `element_body`: the bytes of the element after its GUID and base type byte. `kind`: that GUID. Bytes behind
+// what the element holds are ignored.
+Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind);
+
+}  // namespace jttk

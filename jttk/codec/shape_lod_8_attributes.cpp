@@ -1,0 +1,163 @@
+// Which attribute record a corner of a JT 8.x shape has. Attributes are bound to vertices, to facets (the
+// triangles of a strip, the polygon, the segments of a line) or to primitives.
+#include <algorithm>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "jttk/codec/shape_lod_8_data.h"
+
+namespace jttk::shape8 {
+
+namespace {
+
+constexpr std::size_t kNormalFloats = 3;
+constexpr std::size_t kTextureFloats = 3;
+constexpr std::size_t kColorFloats = 4;
+
+// Where a corner of the spread shape comes from.
+struct Origin {
+  std::uint32_t position = 0;
+  std::uint32_t facet = 0;
+  std::uint32_t primitive = 0;
+
+  [[nodiscard]] std::size_t owner(Binding binding) const {
+    if (binding == Binding::Facet) return facet;
+    return binding == Binding::Primitive ? primitive : position;
+  }
+};
+
+struct Owners {
+  std::size_t vertices = 0;
+  std::size_t facets = 0;
+  std::size_t primitives = 0;
+
+  [[nodiscard]] std::size_t count(Binding binding) const {
+    if (binding == Binding::Facet) return facets;
+    return binding == Binding::Primitive ? primitives : vertices;
+  }
+};
+
+// Corners of one facet; strips and lines have several facets per primitive, which overlap.
+std::size_t facetCorners(PrimitiveKind kind) {
+  if (kind == PrimitiveKind::TriangleStrips) return 3;
+  return kind == PrimitiveKind::Polylines ? 2 : 0;  // 0: the primitive is the facet
+}
+
+Owners countOwners(const ShapeGeometry& geometry) {
+  Owners owners;
+  owners.vertices = geometry.positions.size() / 3;
+  owners.primitives = geometry.primitiveCount();
+  const std::size_t facet_corners = facetCorners(geometry.kind);
+  for (std::size_t i = 0; i < owners.primitives; ++i) {
+    const std::size_t corners = geometry.primitive_starts[i + 1] - geometry.primitive_starts[i];
+    if (facet_corners == 0) {
+      ++owners.facets;
+    } else if (corners >= facet_corners) {
+      owners.facets += corners - facet_corners + 1;
+    }
+  }
+  return owners;
+}
+
+// One primitive per facet, as facets have attributes of their own.
+std::vector<Origin> takeApart(ShapeGeometry& geometry) {
+  const auto facet_corners = static_cast<std::uint32_t>(facetCorners(geometry.kind));
+  std::vector<Origin> origins;
+  std::vector<std::uint32_t> starts = {0};
+  std::uint32_t facet = 0;
+  for (std::uint32_t primitive = 0; primitive < geometry.primitiveCount(); ++primitive) {
+    const std::uint32_t first = geometry.primitive_starts[primitive];
+    const std::uint32_t end = geometry.primitive_starts[primitive + 1];
+    for (std::uint32_t corner = first; corner + facet_corners <= end; ++corner, ++facet) {
+      for (std::uint32_t i = 0; i < facet_corners; ++i) {
+        origins.push_back({geometry.corner_positions[corner + i], facet, primitive});
+      }
+      // Every other triangle of a strip runs the other way.
+      if (facet_corners == 3 && (corner - first) % 2 != 0)
+        std::swap(*(origins.end() - 3), *(origins.end() - 2));
+      starts.push_back(static_cast<std::uint32_t>(origins.size()));
+    }
+  }
+  if (starts.size() == 1) starts.clear();
+  geometry.primitive_starts = std::move(starts);
+  return origins;
+}
+
+std::vector<Origin> keepWhole(const ShapeGeometry& geometry) {
+  std::vector<Origin> origins;
+  origins.reserve(geometry.corner_positions.size());
+  for (std::uint32_t primitive = 0; primitive < geometry.primitiveCount(); ++primitive) {
+    for (std::uint32_t i = geometry.primitive_starts[primitive]; i < geometry.primitive_starts[primitive + 1];
+         ++i) {
+      origins.push_back({geometry.corner_positions[i], primitive, primitive});
+    }
+  }
+  return origins;
+}
+
+void spread(std::span<const Origin> origins, Binding binding, std::size_t stride,
+            std::vector<float>& records) {
+  if (binding == Binding::None) return;
+  std::vector<float> result(origins.size() * stride);
+  for (std::size_t corner = 0; corner < origins.size(); ++corner) {
+    const float* from = records.data() + origins[corner].owner(binding) * stride;
+    std::copy_n(from, stride, result.data() + corner * stride);
+  }
+  records = std::move(result);
+}
+
+Result<void> checkCount(const char* what, Binding binding, std::size_t found, const Owners& owners,
+                        std::uint64_t offset) {
+  if (binding == Binding::None || found == owners.count(binding)) return {};
+  return fail(std::string(what) + ": " + std::to_string(found) + " where " +
+                  std::to_string(owners.count(binding)) + " are needed",
+              offset);
+}
+
+}  // namespace
+
+Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry) {
+  const Bindings& bindings = context.bindings;
+  const Owners owners = countOwners(geometry);
+  const struct {
+    const char* name;
+    Binding binding;
+    std::size_t stride;
+    std::vector<float>& records;
+  } attributes[] = {{"normals", bindings.normal, kNormalFloats, geometry.normals},
+                    {"texture coordinates", bindings.texture, kTextureFloats, geometry.texture_coordinates},
+                    {"colours", bindings.color, kColorFloats, geometry.colors}};
+  bool any = false;
+  bool per_facet = false;
+  bool per_vertex_only = true;
+  for (const auto& attribute : attributes) {
+    const std::size_t found = attribute.records.size() / attribute.stride;
+    if (Result<void> checked = checkCount(attribute.name, attribute.binding, found, owners, offset);
+        !checked) {
+      return checked;
+    }
+    any = any || attribute.binding != Binding::None;
+    per_facet = per_facet || attribute.binding == Binding::Facet;
+    per_vertex_only =
+        per_vertex_only && (attribute.binding == Binding::None || attribute.binding == Binding::Vertex);
+  }
+  if (!any) return {};
+  if (per_vertex_only) {
+    geometry.corner_records = geometry.corner_positions;
+    return {};
+  }
+  const bool apart = per_facet && facetCorners(geometry.kind) != 0;
+  const std::vector<Origin> origins = apart ? takeApart(geometry) : keepWhole(geometry);
+  for (const auto& attribute : attributes)
+    spread(origins, attribute.binding, attribute.stride, attribute.records);
+  geometry.corner_positions.clear();
+  geometry.corner_records.clear();
+  for (const Origin& origin : origins) {
+    geometry.corner_records.push_back(static_cast<std::uint32_t>(geometry.corner_records.size()));
+    geometry.corner_positions.push_back(origin.position);
+  }
+  return {};
+}
+
+}  // namespace jttk::shape8

@@ -1,0 +1,44 @@
+// The pieces that a shape LOD element of JT 8.x is decoded with; called by decodeShapeLod8 only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "jttk/codec/shape_lod.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk::shape8 {
+
+// What an attribute belongs to.
+enum class Binding : std::uint8_t { None = 0, Vertex = 1, Facet = 2, Primitive = 3 };
+
+struct Bindings {
+  Binding normal = Binding::None;
+  Binding texture = Binding::None;
+  Binding color = Binding::None;
+};
+
+// An element's data after its primitive list. Starts of the primitives and the facts are in the geometry
+// already (primitive_starts; a point set may have none yet).
+struct Context {
+  Bindings bindings;
+  // The most values that a packet of this element may hold.
+  std::size_t maximum_values = 0;
+};
+
+// Quantised coordinates and attributes, one per vertex, and an index per corner. Attributes that belong to
+// facets or primitives are left as stored: see spreadAttributes.
+Result<void> readLossy(ByteReader& in, const Context& context, ShapeGeometry& geometry);
+
+// Plain floats, a record per corner.
+Result<void> readLossless(ByteReader& in, const Context& context, ShapeGeometry& geometry);
+
+// Gives each corner its attribute record. When all attributes belong to vertices, records are numbered as
+// positions are. Otherwise every corner gets a record of its own, and strips and lines whose facets carry
+// attributes are taken apart into triangles and line segments. Fails when the number of attributes is not
+// that of what they belong to.
+Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry);
+
+}  // namespace jttk::shape8

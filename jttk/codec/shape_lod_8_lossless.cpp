@@ -1,0 +1,136 @@
+// Lossless vertex data of JT 8.x: one record of floats per corner, in corner order, usually packed with
+// zlib. A record is texture coordinates, colour, normal, as far as they are bound, and the position last.
+#include <bit>
+#include <cstdlib>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "jttk/codec/shape_lod_8_data.h"
+#include "jttk/file/inflate.h"
+
+namespace jttk::shape8 {
+
+namespace {
+
+constexpr std::size_t kFloatBytes = 4;
+
+// Which floats of a record are what. kAbsent: not there.
+struct RecordLayout {
+  static constexpr std::size_t kAbsent = ~std::size_t{0};
+  std::size_t texture = kAbsent;
+  std::size_t color = kAbsent;
+  std::size_t normal = kAbsent;
+  std::size_t position = 0;
+  std::size_t float_count = 0;
+
+  explicit RecordLayout(const Bindings& bindings) {
+    texture = add(bindings.texture, 2);
+    color = add(bindings.color, 3);
+    normal = add(bindings.normal, 3);
+    position = add(Binding::Vertex, 3);
+  }
+
+ private:
+  std::size_t add(Binding binding, std::size_t count) {
+    if (binding == Binding::None) return kAbsent;
+    const std::size_t place = float_count;
+    float_count += count;
+    return place;
+  }
+};
+
+struct Block {
+  std::span<const std::byte> bytes;
+  std::vector<std::byte> unpacked;  // what `bytes` shows, when it was packed
+};
+
+// I32 size, I32 packed size, then a zlib stream; a packed size that is not positive is that of plain bytes,
+// turned negative.
+Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes) {
+  const std::uint64_t offset = in.offset();
+  const std::uint32_t size = in.count("size of the vertex records", 0);
+  const std::int64_t stored = in.i32("packed size of the vertex records");
+  if (!in.ok()) return in.unexpected();
+  if (size > maximum_bytes) {
+    return fail("vertex records: " + std::to_string(size) + " bytes are more than the element can hold",
+                offset);
+  }
+  Block block;
+  const std::uint64_t packed_offset = in.offset();
+  const std::span<const std::byte> bytes =
+      in.take(static_cast<std::size_t>(std::abs(stored)), "vertex records");
+  if (!in.ok()) return in.unexpected();
+  block.bytes = bytes;
+  if (stored > 0) {
+    Result<std::vector<std::byte>> unpacked = inflateZlib(bytes, packed_offset, size);
+    if (!unpacked) return tl::unexpected(unpacked.error().in("vertex records"));
+    block.unpacked = std::move(*unpacked);
+    block.bytes = block.unpacked;
+  }
+  if (block.bytes.size() == size) return block;
+  return fail("vertex records: " + std::to_string(block.bytes.size()) + " bytes where " +
+                  std::to_string(size) + " are announced",
+              offset);
+}
+
+// Copies `count` floats at `place` of each record to an array with `stride` floats per record, the rest of
+// which are `fill`.
+template <ByteOrder order>
+void copyColumn(std::span<const std::byte> bytes, std::size_t record_floats, std::size_t place,
+                std::size_t count, std::size_t stride, float fill, std::vector<float>& target) {
+  if (place == RecordLayout::kAbsent) return;
+  const std::size_t record_bytes = record_floats * kFloatBytes;
+  const std::size_t record_count = bytes.size() / record_bytes;
+  target.assign(record_count * stride, fill);
+  const std::byte* from = bytes.data() + place * kFloatBytes;
+  float* to = target.data();
+  for (std::size_t record = 0; record < record_count; ++record, from += record_bytes, to += stride) {
+    ByteReader floats({from, count * kFloatBytes}, order);
+    for (std::size_t i = 0; i < count; ++i) to[i] = floats.f32("float");
+  }
+}
+
+template <ByteOrder order>
+void copyRecords(std::span<const std::byte> bytes, const RecordLayout& layout, ShapeGeometry& geometry) {
+  const std::size_t size = layout.float_count;
+  copyColumn<order>(bytes, size, layout.texture, 2, 3, 0.0F, geometry.texture_coordinates);
+  copyColumn<order>(bytes, size, layout.color, 3, 4, 1.0F, geometry.colors);
+  copyColumn<order>(bytes, size, layout.normal, 3, 3, 0.0F, geometry.normals);
+  copyColumn<order>(bytes, size, layout.position, 3, 3, 0.0F, geometry.positions);
+}
+
+bool perVertexOrNone(Binding binding) { return binding == Binding::None || binding == Binding::Vertex; }
+
+}  // namespace
+
+Result<void> readLossless(ByteReader& in, const Context& context, ShapeGeometry& geometry) {
+  const Bindings& bindings = context.bindings;
+  const std::uint64_t offset = in.offset();
+  if (!perVertexOrNone(bindings.normal) || !perVertexOrNone(bindings.texture) ||
+      !perVertexOrNone(bindings.color)) {
+    return fail("vertex records: attributes per facet or primitive: not supported", offset);
+  }
+  const RecordLayout layout(bindings);
+  const std::size_t record_bytes = layout.float_count * kFloatBytes;
+  const bool listed = !geometry.primitive_starts.empty() || geometry.kind != PrimitiveKind::Points;
+  std::size_t corner_count = geometry.primitive_starts.empty() ? 0 : geometry.primitive_starts.back();
+  const Result<Block> block = readBlock(in, (listed ? corner_count : context.maximum_values) * record_bytes);
+  if (!block) return tl::unexpected(block.error());
+  if (!listed) corner_count = block->bytes.size() / record_bytes;  // every record is a point
+  if (block->bytes.size() != corner_count * record_bytes) {
+    return fail("vertex records: " + std::to_string(block->bytes.size()) + " bytes for " +
+                    std::to_string(corner_count) + " corners of " + std::to_string(record_bytes),
+                offset);
+  }
+  if (in.order() == ByteOrder::Little) {
+    copyRecords<ByteOrder::Little>(block->bytes, layout, geometry);
+  } else {
+    copyRecords<ByteOrder::Big>(block->bytes, layout, geometry);
+  }
+  geometry.corner_positions.resize(corner_count);
+  for (std::size_t i = 0; i < corner_count; ++i) geometry.corner_positions[i] = static_cast<std::uint32_t>(i);
+  return {};
+}
+
+}  // namespace jttk::shape8

@@ -1,0 +1,250 @@
+// Quantised vertex data of JT 8.x. Per component one packet of codes: coordinates first, then normals,
+// texture coordinates and colours as far as they are bound, and at last an index per corner.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "jttk/codec/int32_packet_mk1.h"
+#include "jttk/codec/normals.h"
+#include "jttk/codec/predictors.h"
+#include "jttk/codec/quantizer.h"
+#include "jttk/codec/shape_lod_8_data.h"
+
+namespace jttk::shape8 {
+
+namespace {
+
+using Values = std::vector<std::int32_t>;
+
+constexpr std::uint8_t kMaximumBits = 32;
+
+std::uint8_t readBits(ByteReader& in, const char* what) {
+  const std::uint8_t bits = in.u8(what);
+  if (bits > kMaximumBits) in.setFailed(what, "is more than 32");
+  return bits;
+}
+
+UniformQuantizer readQuantizer(ByteReader& in) {
+  UniformQuantizer quantizer;
+  quantizer.minimum = in.f32("quantiser minimum");
+  quantizer.maximum = in.f32("quantiser maximum");
+  quantizer.bits = readBits(in, "quantiser bits");
+  if (!std::isfinite(quantizer.minimum) || !std::isfinite(quantizer.maximum)) {
+    in.setFailed("quantiser range", "is not finite");
+  }
+  return quantizer;
+}
+
+// `expected_count` values of one component, with the predictor undone.
+Result<void> readComponent(ByteReader& in, std::size_t expected_count, Predictor predictor, const char* what,
+                           Values& values) {
+  const std::uint64_t offset = in.offset();
+  if (Result<void> read = decodeInt32PacketMk1(in, expected_count, values); !read) {
+    return tl::unexpected(read.error().in(what));
+  }
+  if (values.size() != expected_count) {
+    return fail(std::string(what) + ": " + std::to_string(values.size()) + " values, " +
+                    std::to_string(expected_count) + " expected",
+                offset);
+  }
+  undoPredictor(predictor, values);
+  return {};
+}
+
+// An array of records that is being filled, one component after the other.
+struct Records {
+  std::vector<float>& values;
+  std::size_t count = 0;
+  std::size_t stride = 0;  // components per record
+};
+
+// Reads one quantised component of all records. Memory for the records is taken once their first packet has
+// turned out to hold as many values as announced.
+Result<void> readQuantized(ByteReader& in, const UniformQuantizer& quantizer, std::size_t component,
+                           const char* what, Values& codes, Records& records) {
+  const std::uint64_t offset = in.offset();
+  if (Result<void> read = readComponent(in, records.count, Predictor::Lag1, what, codes); !read) return read;
+  records.values.resize(records.count * records.stride);
+  const Dequantizer dequantize(quantizer);
+  std::uint32_t greatest = 0;
+  float* target = records.values.data() + component;
+  for (const std::int32_t value : codes) {
+    const auto code = static_cast<std::uint32_t>(value);
+    greatest = std::max(greatest, code);
+    *target = dequantize(code);
+    target += records.stride;
+  }
+  if (greatest <= quantizer.largestCode()) return {};
+  return fail(std::string(what) + ": code " + std::to_string(greatest) + " has more than " +
+                  std::to_string(quantizer.bits) + " bits",
+              offset);
+}
+
+Result<std::size_t> readCount(ByteReader& in, std::size_t maximum_count, const char* what) {
+  const std::uint64_t offset = in.offset();
+  const std::uint32_t count = in.count(what, 0);
+  if (!in.ok()) return in.unexpected();
+  if (count <= maximum_count) return static_cast<std::size_t>(count);
+  return fail(std::string(what) + ": " + std::to_string(count) + " are more than the element can hold",
+              offset);
+}
+
+Result<void> readPositions(ByteReader& in, const Context& context, ShapeGeometry& geometry, Values& codes) {
+  std::array<UniformQuantizer, 3> quantizers;
+  for (UniformQuantizer& quantizer : quantizers) quantizer = readQuantizer(in);
+  const Result<std::size_t> count = readCount(in, context.maximum_values, "vertex count");
+  if (!count) return tl::unexpected(count.error());
+  constexpr std::array kNames = {"x codes", "y codes", "z codes"};
+  Records records{geometry.positions, *count, 3};
+  for (std::size_t i = 0; i < quantizers.size(); ++i) {
+    if (Result<void> read = readQuantized(in, quantizers[i], i, kNames[i], codes, records); !read)
+      return read;
+  }
+  return {};
+}
+
+Result<void> readNormals(ByteReader& in, const Context& context, std::vector<float>& normals) {
+  const std::uint64_t offset = in.offset();
+  const std::uint32_t bits = in.u8("normal bits");
+  const Result<std::size_t> count = readCount(in, context.maximum_values, "normal count");
+  if (!count) return tl::unexpected(count.error());
+  if (bits < 1 || bits > kMaximumNormalBits) {
+    return fail("normals: angles of " + std::to_string(bits) + " bits", offset);
+  }
+  constexpr std::array kNames = {"sextant codes", "octant codes", "theta codes", "psi codes"};
+  std::array<Values, 4> codes;
+  for (std::size_t i = 0; i < codes.size(); ++i) {
+    if (Result<void> read = readComponent(in, *count, Predictor::Lag1, kNames[i], codes[i]); !read)
+      return read;
+  }
+  normals.resize(*count * 3);
+  const NormalDecoder decoder(bits);
+  for (std::size_t i = 0; i < *count; ++i) {
+    const auto code = [&](std::size_t component) { return static_cast<std::uint32_t>(codes[component][i]); };
+    if (!decoder.decode(code(0), code(1), code(2), code(3), &normals[i * 3])) {
+      return fail("normals: the codes of normal " + std::to_string(i) + " are out of range", offset);
+    }
+  }
+  return {};
+}
+
+Result<void> readTextureCoordinates(ByteReader& in, const Context& context, std::vector<float>& coordinates,
+                                    Values& codes) {
+  std::array<UniformQuantizer, 2> quantizers;
+  for (UniformQuantizer& quantizer : quantizers) quantizer = readQuantizer(in);
+  const Result<std::size_t> count = readCount(in, context.maximum_values, "texture coordinate count");
+  if (!count) return tl::unexpected(count.error());
+  constexpr std::array kNames = {"u codes", "v codes"};
+  Records records{coordinates, *count, 3};
+  for (std::size_t i = 0; i < quantizers.size(); ++i) {
+    if (Result<void> read = readQuantized(in, quantizers[i], i, kNames[i], codes, records); !read)
+      return read;
+  }
+  return {};
+}
+
+// Hue 0 .. 6, saturation and value 0 .. 1, to red, green, blue, in place.
+void convertHsvToRgb(float* color) {
+  const float hue = color[0];
+  const float saturation = color[1];
+  const float value = color[2];
+  const float sextant = std::floor(hue);
+  const float part = hue - sextant;
+  const float low = value * (1 - saturation);
+  const float falling = value * (1 - saturation * part);
+  const float rising = value * (1 - saturation * (1 - part));
+  const auto set = [&](float red, float green, float blue) {
+    color[0] = red, color[1] = green, color[2] = blue;
+  };
+  switch (static_cast<int>(sextant)) {
+    case 1:
+      return set(falling, value, low);
+    case 2:
+      return set(low, value, rising);
+    case 3:
+      return set(low, falling, value);
+    case 4:
+      return set(rising, low, value);
+    case 5:
+      return set(value, low, falling);
+    default:  // 0, and 6, which is 0 again
+      return set(value, rising, low);
+  }
+}
+
+Result<void> readColors(ByteReader& in, const Context& context, std::vector<float>& colors, Values& codes) {
+  const std::uint8_t hsv = in.u8("HSV flag");
+  if (hsv > 1) in.setFailed("HSV flag", "is not known");
+  std::array<UniformQuantizer, 4> quantizers;
+  constexpr std::array kHsvMaximum = {6.0F, 1.0F, 1.0F, 1.0F};
+  for (std::size_t i = 0; i < quantizers.size(); ++i) {
+    quantizers[i] =
+        hsv != 0 ? UniformQuantizer{0.0F, kHsvMaximum[i], readBits(in, "colour bits")} : readQuantizer(in);
+  }
+  const Result<std::size_t> count = readCount(in, context.maximum_values, "colour count");
+  if (!count) return tl::unexpected(count.error());
+  constexpr std::array kNames = {"red or hue codes", "green or saturation codes", "blue or value codes",
+                                 "alpha codes"};
+  Records records{colors, *count, 4};
+  for (std::size_t i = 0; i < quantizers.size(); ++i) {
+    if (Result<void> read = readQuantized(in, quantizers[i], i, kNames[i], codes, records); !read)
+      return read;
+  }
+  if (hsv != 0) {
+    for (std::size_t i = 0; i < *count; ++i) convertHsvToRgb(&colors[i * 4]);
+  }
+  return {};
+}
+
+// One vertex per corner.
+Result<void> readIndices(ByteReader& in, const Context& context, ShapeGeometry& geometry, Values& indices) {
+  const std::uint64_t offset = in.offset();
+  const bool listed = !geometry.primitive_starts.empty();
+  const std::size_t corner_count = listed ? geometry.primitive_starts.back() : 0;
+  if (listed || geometry.kind != PrimitiveKind::Points) {
+    if (Result<void> read = readComponent(in, corner_count, Predictor::StripIndex, "vertex indices", indices);
+        !read) {
+      return read;
+    }
+  } else {  // every index is a point
+    if (Result<void> read = decodeInt32PacketMk1(in, context.maximum_values, indices); !read) {
+      return tl::unexpected(read.error().in("vertex indices"));
+    }
+    undoPredictor(Predictor::StripIndex, indices);
+  }
+  const std::size_t vertex_count = geometry.positions.size() / 3;
+  geometry.corner_positions.reserve(indices.size());
+  for (const std::int32_t stored : indices) {
+    const auto index = static_cast<std::uint32_t>(stored);
+    if (index >= vertex_count) {
+      return fail("vertex indices: " + std::to_string(stored) + " where there are " +
+                      std::to_string(vertex_count) + " vertices",
+                  offset);
+    }
+    geometry.corner_positions.push_back(index);
+  }
+  return {};
+}
+
+}  // namespace
+
+Result<void> readLossy(ByteReader& in, const Context& context, ShapeGeometry& geometry) {
+  Values scratch;
+  if (Result<void> read = readPositions(in, context, geometry, scratch); !read) return read;
+  if (context.bindings.normal != Binding::None) {
+    if (Result<void> read = readNormals(in, context, geometry.normals); !read) return read;
+  }
+  if (context.bindings.texture != Binding::None) {
+    if (Result<void> read = readTextureCoordinates(in, context, geometry.texture_coordinates, scratch); !read)
+      return read;
+  }
+  if (context.bindings.color != Binding::None) {
+    if (Result<void> read = readColors(in, context, geometry.colors, scratch); !read) return read;
+  }
+  return readIndices(in, context, geometry, scratch);
+}
+
+}  // namespace jttk::shape8

@@ -1,0 +1,60 @@
+// The topology coder of JT 9 and 10. It grows the mesh polygon by polygon around vertices that are not
+// finished yet; what it stores is little more than the number of polygons round each new vertex.
+//
+// Words: a polygon has corners; a vertex has slots, one for each polygon round it; corners and slots are
+// numbered counter-clockwise. A cover is a polygon that closes a hole and is not part of the shape. A split
+// is a corner whose vertex exists already and could not be derived.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "jttk/codec/int32_packet_mk2.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+inline constexpr std::size_t kTopologyContexts = 8;
+// Corners of one shape, covers included.
+inline constexpr std::uint64_t kMaximumShapeCorners = std::uint64_t{1} << 25;
+
+// The arrays as stored, after prediction.
+struct TopologySymbols {
+  std::vector<std::int32_t> degrees[kTopologyContexts];  // slots of a new vertex; 0 = split
+  std::vector<std::int32_t> valences;                    // corners of a polygon
+  std::vector<std::int32_t> groups;                      // a number per polygon, of no use to a reader
+  std::vector<std::int32_t> flags;                       // per polygon: not 0 = cover
+  // Bit s of a vertex's mask: a new attribute record begins at slot s. The last context is for degrees above
+  // 8 and is cut in two or three arrays.
+  std::vector<std::int32_t> masks[kTopologyContexts];
+  std::vector<std::int32_t> upper_masks;       // JT 9: bits 30 to 59; JT 10: bits 32 to 63
+  std::vector<std::int32_t> top_masks;         // JT 9 only: bits 60 to 63
+  std::vector<std::uint32_t> wide_mask_words;  // masks of degrees above 64, ceil(degree / 32) words each
+  std::vector<std::int32_t> split_offsets;     // how far back in the list of open vertices
+  std::vector<std::int32_t> split_positions;   // slot of that vertex
+};
+
+// Reads the arrays and checks them against the hash that is stored behind them.
+Result<TopologySymbols> readTopologySymbols(ByteReader& reader, Int32PacketReader& packets);
+
+// The hash over all arrays, in the order in which they are stored.
+std::uint32_t topologyHash(const TopologySymbols& symbols, PacketForm form);
+
+// The mesh without its covers.
+struct Topology {
+  std::vector<std::uint32_t> polygon_starts;   // one entry more than polygons; empty when there are none
+  std::vector<std::uint32_t> corner_vertices;  // per corner
+  std::vector<std::uint32_t> corner_records;   // per corner; kNoTopologyRecord where the vertex has none
+  std::uint32_t vertices = 0;
+  std::uint32_t records = 0;  // attribute records of all vertices
+  std::uint32_t components = 0;
+  std::uint32_t covers = 0;
+};
+
+inline constexpr std::uint32_t kNoTopologyRecord = 0xffffffffU;
+
+// `offset`: where the arrays came from, for messages. All symbols must be used up, all slots be filled.
+Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset);
+
+}  // namespace jttk

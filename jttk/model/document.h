@@ -1,0 +1,38 @@
+// One opened JT file: the container and its scene graph.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "jttk/file/jt_file.h"
+#include "jttk/model/scene_graph.h"
+
+namespace jttk {
+
+struct Document {
+  std::string path;  // as it was opened, program form
+  std::unique_ptr<JtFile> file;
+  SceneGraph graph;
+  // Names of nodes without a name of their own, where they have been worked out (see names.h). Key: node * 2,
+  // plus 1 for the node as an instance's target.
+  std::unordered_map<std::uint64_t, std::string> inherited_names;
+  // Shape nodes that could not be decoded and part nodes whose loss has been reported: once is enough.
+  std::unordered_set<std::uint32_t> reported;
+
+  // The node's own name as people see it; empty when it has none.
+  [[nodiscard]] std::string label(std::uint32_t node) const;
+  // The label of the nearest named node at or above, or the file's name: for messages.
+  [[nodiscard]] std::string nearestLabel(std::uint32_t node) const;
+  // Whether the node stands for another file.
+  [[nodiscard]] bool isReference(std::uint32_t node) const;
+};
+
+// Opens a file and reads its scene graph.
+Result<std::unique_ptr<Document>> openDocument(const std::string& program_path);
+// The same over bytes that the caller keeps alive; `program_path` only names them.
+Result<std::unique_ptr<Document>> openDocument(const std::string& program_path,
+                                               std::span<const std::byte> bytes);
+
+}  // namespace jttk

@@ -1,0 +1,108 @@
+// The nodes that the interface hands out.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "jttk/jttk.h"
+#include "jttk/model/model.h"
+#include "jttk/model/names.h"
+#include "jttk/model/product.h"
+#include "jttk/model/types.h"
+
+namespace jttk {
+
+class TransformObject final : public Typed<JtkTransform, JtkEntity::JtkTRANSFORM> {
+ public:
+  explicit TransformObject(const Matrix& matrix) {
+    ref();
+    for (std::size_t i = 0; i < elements_.size(); ++i) elements_[i] = static_cast<float>(matrix[i]);
+  }
+  void getMatrixElements(float*& elements) override { elements = elements_.data(); }
+
+ private:
+  std::array<float, 16> elements_{};
+};
+
+// What assemblies, parts and instances have in common.
+template <typename Interface, JtkEntity::TypeID Type>
+class HierarchyObject : public Typed<Interface, Type>, public Leavable {
+ public:
+  HierarchyObject(Model& model, Product product, Met met, const Inherited& inherited)
+      : model_(model), product_(std::move(product)), met_(met), below_(inherited) {
+    this->ref();
+    Matrix own = inherited.transform == nullptr ? kIdentity : *inherited.transform;
+    bool has_transform = inherited.transform != nullptr;
+    for (const NodeRef& ref : product_.chain) has_transform |= model_.applyAttributes(ref, below_, own);
+    below_.transform = nullptr;
+    if (has_transform) transform_ = std::make_unique<TransformObject>(own);
+  }
+
+  JtkString getName() override { return JtkString(name().c_str()); }
+  void getTransform(JtkTransform*& transform) override { transform = transform_.get(); }
+  void getMaterial(JtkMaterial*& material) override {
+    material = model_.materials().material(materialState());
+  }
+  void wasLeft() override { model_.releaseShapes(); }
+
+  // The root owns the model; it is the one object that does not hold a reference to itself.
+  void own(std::unique_ptr<Model> model) { owned_model_ = std::move(model); }
+
+  [[nodiscard]] const Product& product() const { return product_; }
+
+ protected:
+  [[nodiscard]] virtual std::string name() { return productName(product_, met_, model_.library()); }
+  // The material that getMaterial answers.
+  [[nodiscard]] virtual MaterialStates::State materialState() { return below_.material; }
+
+  // NOLINTBEGIN: one place for what the three kinds of node share
+  Model& model_;
+  Product product_;
+  Met met_;
+  Inherited below_;  // what goes on to the nodes below
+  std::unique_ptr<TransformObject> transform_;
+  // NOLINTEND
+
+ private:
+  std::unique_ptr<Model> owned_model_;
+};
+
+class AssemblyObject final : public HierarchyObject<JtkAssembly, JtkEntity::JtkASSEMBLY> {
+ public:
+  AssemblyObject(Model& model, Product product, Met met, const Inherited& inherited);
+  [[nodiscard]] int numChildren() const override;
+  [[nodiscard]] JtkHierarchy* getChild(int index) const override;
+
+ private:
+  struct Child {
+    NodeRef ref;
+    Inherited inherited;
+    JtkHierarchy* object;
+  };
+  [[nodiscard]] MaterialStates::State materialState() override { return answered_material_; }
+  void expand() const;
+  void pushChildren(NodeRef parent, const Inherited& inherited, std::vector<Child>& stack) const;
+
+  MaterialStates::State answered_material_;
+  mutable bool expanded_ = false;
+  mutable std::vector<Child> children_;
+};
+
+class InstanceObject final : public HierarchyObject<JtkInstance, JtkEntity::JtkINSTANCE> {
+ public:
+  InstanceObject(Model& model, Product product, Met met, const Inherited& inherited);
+  [[nodiscard]] JtkHierarchy* getReferencedNode() override;
+  // The name that the file gives the instance; empty when it gives none.
+  [[nodiscard]] std::string ownName() const { return product_.ownName(); }
+
+ private:
+  [[nodiscard]] std::string name() override;
+  [[nodiscard]] MaterialStates::State materialState() override { return own_material_; }
+
+  MaterialStates::State own_material_;
+  JtkHierarchy* referenced_ = nullptr;
+};
+
+}  // namespace jttk

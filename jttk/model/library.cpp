@@ -1,0 +1,98 @@
+#include "jttk/model/library.h"
+
+#include "diag/program_seams.h"
+#include "host/directory.h"
+#include "host/path.h"
+#include "jttk/jttk.h"
+
+namespace jttk {
+
+namespace host = loftbay::host;
+namespace diag = loftbay::diag;
+
+Library::Library(std::unique_ptr<Document> main, bool allow_outside) : finder_(main->path, allow_outside) {
+  Document* document = main.get();
+  // Bytes without a file have no canonical path; the empty key cannot be met again.
+  documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
+  ways_.push_back({document, nullptr});
+  tellDamage(*document);
+}
+
+const FileWay* Library::follow(NodeRef partition) {
+  const Reference reference{&partition.document(), partition.node};
+  auto known = references_.find(reference);
+  if (known == references_.end()) known = references_.emplace(reference, open(reference)).first;
+  Document* document = known->second;
+  if (document == nullptr) return nullptr;
+  const auto [way, is_new] = known_ways_.try_emplace({document, partition.way}, nullptr);
+  if (!is_new) return way->second;
+  for (const FileWay* above = partition.way; above != nullptr; above = above->above) {
+    if (above->document != document) continue;
+    if (told_circles_.emplace(reference, true).second) {
+      lost(partition.document().nearestLabel(partition.node),
+           host::toHostPath(partition.document().path) + ": refers to " + host::toHostPath(document->path) +
+               ", which refers to this file; the circle is not followed");
+    }
+    return nullptr;
+  }
+  ways_.push_back({document, partition.way});
+  way->second = &ways_.back();
+  return way->second;
+}
+
+Document* Library::open(const Reference& reference) {
+  const Document& from = *reference.document;
+  const std::string& text = from.graph.text(from.graph.nodes[reference.node].file_name);
+  const FileFinder::Found found = finder_.find(from.path, text);
+  std::string reason;
+  if (!found.path.empty()) {
+    if (Document* document = load(found.path, found.canonical, reason)) return document;
+  } else if (found.refused) {
+    reason = "\"" + text + "\" lies outside the folder of the model and is not read";
+  } else {
+    reason = "\"" + text + "\" was not found";
+  }
+  lost(from.nearestLabel(reference.node), host::toHostPath(from.path) + ": " + reason);
+  return nullptr;
+}
+
+Document* Library::load(const std::string& path, const std::string& canonical, std::string& reason) {
+  const auto [entry, is_new] = documents_.try_emplace(canonical);
+  if (is_new) {
+    auto document = openDocument(path);
+    if (document) {
+      entry->second = std::move(*document);
+      tellDamage(*entry->second);
+    } else {
+      failures_[canonical] = host::toHostPath(path) + ": " + document.error().text();
+    }
+  }
+  if (!entry->second) reason = failures_[canonical];
+  return entry->second.get();
+}
+
+void Library::tellDamage(Document& document) {
+  SceneGraph& graph = document.graph;
+  has_materials_ = has_materials_ || graph.has_materials;
+  const std::string file = host::toHostPath(document.path);
+  for (const GraphDamage& damage : graph.damage) {
+    const std::string what = damage.error.offset == 0 ? damage.error.what : damage.error.text();
+    lost(document.nearestLabel(damage.node), file + ": scene graph: " + what);
+  }
+  if (graph.unlisted_damage > 0) {
+    lost(document.nearestLabel(kNone),
+         file + ": scene graph: " + std::to_string(graph.unlisted_damage) + " more faults of this kind");
+  }
+  for (const std::uint32_t node : graph.ignored) {
+    note(file + ": \"" + document.nearestLabel(node) + "\" is marked as not shown and was left out");
+  }
+}
+
+void Library::lost(const std::string& part, const std::string& reason) {
+  diag::programSeams().observer->lost(part, reason);
+  JtkInfo::post(JtkInfo::JtkERRORS) << part << ": " << reason << '\n';
+}
+
+void Library::note(const std::string& text) { diag::programSeams().observer->note(text); }
+
+}  // namespace jttk

@@ -1,0 +1,61 @@
+// The files of one model, each opened once, when something of it is asked for; and the one place from which
+// losses and notes are told.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "jttk/model/document.h"
+#include "jttk/model/file_finder.h"
+#include "jttk/model/product.h"
+
+namespace jttk {
+
+class Library {
+ public:
+  // `main`: the file that the user named. Tells what is wrong with it.
+  Library(std::unique_ptr<Document> main, bool allow_outside);
+
+  [[nodiscard]] const FileWay* mainWay() const { return &ways_.front(); }
+  // The way on to the file that a partition stands for. Null when it is missing, refused, unreadable or in
+  // a circle, which is told once for each partition.
+  const FileWay* follow(NodeRef partition);
+
+  // Something of the model is lost: to the observer and to the toolkit's message stream.
+  void lost(const std::string& part, const std::string& reason);
+  void note(const std::string& text);
+
+  // True when any file that was opened so far has a material on a node.
+  [[nodiscard]] bool hasMaterials() const { return has_materials_; }
+  // Whether inherited names have been worked out (see names.h).
+  [[nodiscard]] bool namesGiven() const { return names_given_; }
+  void setNamesGiven() { names_given_ = true; }
+  [[nodiscard]] const std::map<std::string, std::unique_ptr<Document>>& documents() const {
+    return documents_;
+  }
+
+ private:
+  struct Reference {
+    Document* document;
+    std::uint32_t node;
+    friend auto operator<=>(const Reference&, const Reference&) = default;
+  };
+
+  Document* open(const Reference& reference);
+  Document* load(const std::string& path, const std::string& canonical, std::string& reason);
+  void tellDamage(Document& document);
+
+  FileFinder finder_;
+  std::map<std::string, std::unique_ptr<Document>> documents_;  // by canonical path; null: cannot be read
+  std::map<std::string, std::string> failures_;                 // by canonical path
+  std::map<Reference, Document*> references_;
+  std::map<Reference, bool> told_circles_;
+  std::deque<FileWay> ways_;
+  std::map<std::pair<Document*, const FileWay*>, const FileWay*> known_ways_;
+  bool has_materials_ = false;
+  bool names_given_ = false;
+};
+
+}  // namespace jttk

@@ -1,0 +1,99 @@
+#include "jttk/model/material_states.h"
+
+#include "jttk/model/types.h"
+
+namespace jttk {
+
+namespace {
+
+// Numbers of the fields in the masks of inhibited and final fields. (No file seen so far sets any.)
+constexpr std::uint32_t kAmbient = 1U << 0U;
+constexpr std::uint32_t kSpecular = 1U << 1U;
+constexpr std::uint32_t kEmission = 1U << 2U;
+constexpr std::uint32_t kDiffuseColor = 1U << 6U;
+constexpr std::uint32_t kDiffuseAlpha = 1U << 7U;
+constexpr std::uint32_t kShininess = 1U << 8U;
+constexpr std::uint32_t kAllFields = 0xffffffffU;
+
+void take(MaterialValues& material, const MaterialValues& from, std::uint32_t fields) {
+  if ((fields & kAmbient) != 0) material.ambient = from.ambient;
+  if ((fields & kSpecular) != 0) material.specular = from.specular;
+  if ((fields & kEmission) != 0) material.emission = from.emission;
+  if ((fields & kDiffuseColor) != 0) {
+    for (std::size_t i = 0; i < 3; ++i) material.diffuse[i] = from.diffuse[i];
+  }
+  if ((fields & kDiffuseAlpha) != 0) material.diffuse[3] = from.diffuse[3];
+  if ((fields & kShininess) != 0) material.shininess = from.shininess;
+}
+
+// What the converter takes for a shape without a material.
+MaterialValues greyValues() {
+  MaterialValues grey;
+  grey.diffuse = {0.698F, 0.698F, 0.698F, 1.0F};
+  grey.ambient = grey.diffuse;
+  grey.emission = {0, 0, 0, 1.0F};
+  grey.specular = grey.emission;
+  grey.shininess = 128.0F;
+  return grey;
+}
+
+}  // namespace
+
+class MaterialStates::Material final : public Typed<JtkMaterial, JtkEntity::JtkMATERIAL> {
+ public:
+  explicit Material(const MaterialValues& values) : values_(values) { ref(); }
+  void getDiffuseColor(float*& rgba) override { rgba = values_.diffuse.data(); }
+  void getAmbientColor(float*& rgba) override { rgba = values_.ambient.data(); }
+  void getEmissionColor(float*& rgba) override { rgba = values_.emission.data(); }
+  void getShininess(float& shininess) override { shininess = values_.shininess; }
+  void getSpecularColor(float*& rgba) override { rgba = values_.specular.data(); }
+
+ private:
+  MaterialValues values_;
+};
+
+MaterialStates::MaterialStates() { states_.emplace_back(); }
+MaterialStates::~MaterialStates() = default;
+
+MaterialStates::State MaterialStates::apply(State above, const SceneGraph& graph, std::uint32_t index) {
+  const Attribute& attribute = graph.attributes[index];
+  if ((attribute.state & Attribute::kIgnore) != 0) return above;
+  // Where all fields are replaced, what was above does not matter: one state for all ways.
+  if (attribute.inhibited_fields == 0 && states_[above].final_fields == 0) above = kEmpty;
+  const StepKey key{above, &graph, index};
+  if (const auto known = steps_.find(key); known != steps_.end()) return known->second;
+
+  const Values& upper = states_[above];
+  const bool forced = (attribute.state & Attribute::kForce) != 0;
+  const std::uint32_t closed = forced ? 0 : upper.final_fields;
+  // Fields that nobody has set yet come from the first material whatever it inhibits: there is no other
+  // value.
+  const std::uint32_t fields = upper.present ? ~attribute.inhibited_fields & ~closed : kAllFields;
+  State result = above;
+  if (fields != 0) {
+    Values lower;
+    lower.material = upper.material;
+    lower.present = true;
+    take(lower.material, graph.materials[attribute.value], fields);
+    lower.final_fields = upper.final_fields | attribute.final_fields;
+    if ((attribute.state & Attribute::kFinal) != 0) lower.final_fields = kAllFields;
+    result = static_cast<State>(states_.size());
+    states_.push_back(std::move(lower));
+  }
+  steps_.emplace(key, result);
+  return result;
+}
+
+JtkMaterial* MaterialStates::material(State state) {
+  Values& values = states_[state];
+  if (!values.present) return nullptr;
+  if (!values.object) values.object = std::make_unique<Material>(values.material);
+  return values.object.get();
+}
+
+JtkMaterial* MaterialStates::grey() {
+  if (!grey_) grey_ = std::make_unique<Material>(greyValues());
+  return grey_.get();
+}
+
+}  // namespace jttk

@@ -1,0 +1,57 @@
+// Materials add up on the way down the graph: the lower one replaces the upper field by field, unless a
+// field is final above or inhibited below. A way's result is a state; equal ways share one, and the handle
+// is one number, so that a node can hold it at no cost.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <unordered_map>
+
+#include "jttk/jttk.h"
+#include "jttk/model/scene_graph.h"
+
+namespace jttk {
+
+class MaterialStates {
+ public:
+  using State = std::uint32_t;
+  // No material so far.
+  static constexpr State kEmpty = 0;
+
+  MaterialStates();
+  ~MaterialStates();
+  MaterialStates(const MaterialStates&) = delete;
+  MaterialStates& operator=(const MaterialStates&) = delete;
+
+  // The state below a node that lists `attribute` (a material of `graph`), where `above` was in force.
+  // `graph` is told apart by its address and must outlive this object.
+  State apply(State above, const SceneGraph& graph, std::uint32_t attribute);
+
+  // The material in force in a state; null in kEmpty. Owned by this object, the same one every time.
+  JtkMaterial* material(State state);
+  // Neutral grey, for parts without a material in a model where others have one.
+  JtkMaterial* grey();
+
+ private:
+  class Material;
+  struct Values {
+    MaterialValues material;
+    bool present = false;
+    std::uint32_t final_fields = 0;
+    std::unique_ptr<Material> object;
+  };
+  struct StepKey {
+    State above;
+    const SceneGraph* graph;
+    std::uint32_t attribute;
+    friend auto operator<=>(const StepKey&, const StepKey&) = default;
+  };
+
+  std::deque<Values> states_;
+  std::map<StepKey, State> steps_;
+  std::unique_ptr<Material> grey_;
+};
+
+}  // namespace jttk

@@ -1,0 +1,31 @@
+// 4 x 4 matrices in double, row-major, row vectors: p' = p * M, so that a point goes through a * b by a
+// first.
+#pragma once
+
+#include <array>
+
+namespace jttk {
+
+using Matrix = std::array<double, 16>;
+
+inline constexpr Matrix kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+
+inline Matrix operator*(const Matrix& a, const Matrix& b) {
+  Matrix product{};
+  for (std::size_t row = 0; row < 4; ++row) {
+    for (std::size_t column = 0; column < 4; ++column) {
+      double sum = 0;
+      for (std::size_t k = 0; k < 4; ++k) sum += a[4 * row + k] * b[4 * k + column];
+      product[4 * row + column] = sum;
+    }
+  }
+  return product;
+}
+
+// Of the upper left 3 x 3; negative when the matrix mirrors.
+inline double determinant3(const Matrix& m) {
+  return m[0] * (m[5] * m[10] - m[6] * m[9]) - m[1] * (m[4] * m[10] - m[6] * m[8]) +
+         m[2] * (m[4] * m[9] - m[5] * m[8]);
+}
+
+}  // namespace jttk

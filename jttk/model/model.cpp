@@ -1,0 +1,148 @@
+#include "jttk/model/model.h"
+
+#include "host/path.h"
+#include "jttk/codec/shape_lod.h"
+#include "jttk/model/hierarchy.h"
+#include "jttk/model/part.h"
+#include "jttk/model/properties.h"
+#include "jttk/settings.h"
+
+namespace jttk {
+
+namespace {
+
+Result<ShapeGeometry> decode(const Document& document, const Node& node) {
+  if (node.kind == NodeKind::NullShape) return ShapeGeometry{};
+  const SceneGraph& graph = document.graph;
+  const std::uint32_t entry = graph.findLateLoaded(node, kShapeKey);
+  const std::string what = std::string(kindName(node.kind)) + " " + std::to_string(node.id);
+  if (entry == kNone) return fail(what + " has no geometry segment", 0);
+  const Guid& id = graph.late_loaded[entry].segment;
+  const std::string place = "segment " + id.text();
+  const TocEntry* listed = document.file->find(id);
+  if (listed == nullptr) return fail(place + ": is not in the table of contents", 0);
+  const Result<Segment> segment = document.file->segment(*listed);
+  if (!segment) return tl::unexpected<Error>(segment.error().in(place));
+  Result<ShapeGeometry> geometry =
+      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder());
+  if (!geometry) return tl::unexpected<Error>(geometry.error().in(place));
+  return geometry;
+}
+
+}  // namespace
+
+JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
+  auto model = std::make_unique<Model>(std::move(main));
+  const FileWay* way = model->library_.mainWay();
+  const NodeRef root{way, way->document->graph.root};
+  Model& owned = *model;
+  JtkHierarchy* object = owned.place(root, rootMet(root), {});
+  owned.objects_.pop_back();
+  switch (object->typeID()) {
+    case JtkEntity::JtkASSEMBLY:
+      static_cast<AssemblyObject*>(object)->own(std::move(model));
+      break;
+    case JtkEntity::JtkINSTANCE:
+      static_cast<InstanceObject*>(object)->own(std::move(model));
+      break;
+    default:
+      static_cast<PartObject*>(object)->own(std::move(model));
+  }
+  return object;
+}
+
+Model::Model(std::unique_ptr<Document> main)
+    : library_(std::move(main), settings().allow_outside), cache_(settings().shape_cache_bytes) {}
+
+Model::~Model() {
+  for (JtkHierarchy* object : objects_) object->unref();
+}
+
+template <typename Object>
+JtkHierarchy* Model::add(std::unique_ptr<Object> object) {
+  objects_.push_back(object.get());
+  return object.release();
+}
+
+JtkHierarchy* Model::place(NodeRef ref, Met met, const Inherited& inherited) {
+  Product product = isShown(ref.document().graph, ref.node)
+                        ? classify(ref, met, library_)
+                        : Product{ProductKind::Part, {}, {ref.way, kNone}, false};
+  if (product.top().node == kNone) return placeEmpty(ref, ref.document().nearestLabel(ref.node));
+  switch (product.kind) {
+    case ProductKind::Assembly:
+      return add(std::make_unique<AssemblyObject>(*this, std::move(product), met, inherited));
+    case ProductKind::Instance:
+      return add(std::make_unique<InstanceObject>(*this, std::move(product), met, inherited));
+    case ProductKind::Part:
+      break;
+  }
+  return add(std::make_unique<PartObject>(*this, std::move(product), met, inherited));
+}
+
+JtkHierarchy* Model::placeEmpty(NodeRef near, std::string name) {
+  return add(std::make_unique<PartObject>(*this, near, std::move(name)));
+}
+
+bool Model::countPlace() {
+  const std::size_t limit = settings().max_placed_nodes;
+  if (places_ == limit) {
+    library_.lost(
+        library_.mainWay()->document->nearestLabel(kNone),
+        "the model places more than " + std::to_string(limit) + " nodes; what is beyond is left out");
+  }
+  return ++places_ <= limit;
+}
+
+bool Model::applyAttributes(NodeRef ref, Inherited& inherited, Matrix& matrix) {
+  const SceneGraph& graph = ref.document().graph;
+  const Node& node = ref.data();
+  bool any = false;
+  for (std::uint32_t i = 0; i < node.attributes.count; ++i) {
+    const std::uint32_t index = graph.node_attributes[node.attributes.first + i];
+    if (index == kNone) continue;
+    const Attribute& attribute = graph.attributes[index];
+    if (attribute.kind == AttributeKind::Material) {
+      inherited.material = materials_.apply(inherited.material, graph, index);
+    }
+    if (attribute.kind != AttributeKind::Transform || (attribute.state & Attribute::kIgnore) != 0) continue;
+    if (inherited.transform_is_final && (attribute.state & Attribute::kForce) == 0) continue;
+    matrix = graph.transforms[attribute.value] * matrix;
+    any = true;
+    if ((attribute.state & Attribute::kFinal) != 0) inherited.transform_is_final = true;
+  }
+  return any;
+}
+
+const Matrix* Model::keep(const Matrix& matrix) { return &matrices_.emplace_back(matrix); }
+
+bool Model::hasMaterials() {
+  if (library_.hasMaterials()) return true;
+  openAllFiles(library_);
+  return library_.hasMaterials();
+}
+
+std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::string& part_name) {
+  Document& document = shape.document();
+  if (document.reported.contains(shape.node)) return nullptr;
+  const ShapeCache::Key key{&document, shape.node};
+  if (auto kept = cache_.find(key)) return kept;
+  Result<ShapeGeometry> geometry = decode(document, shape.data());
+  if (!geometry) {
+    document.reported.insert(shape.node);
+    const Error& error = geometry.error();
+    library_.lost(part_name, loftbay::host::toHostPath(document.path) + ": " +
+                                 (error.offset == 0 ? error.what : error.text()));
+    return nullptr;
+  }
+  auto arrays = std::make_shared<const ShapeArrays>(makeShapeArrays(std::move(*geometry), shape.data().kind));
+  cache_.keep(key, arrays);
+  return arrays;
+}
+
+void Model::releaseShapes() {
+  for (ShapeObject* shape : holding_) shape->release();
+  holding_.clear();
+}
+
+}  // namespace jttk

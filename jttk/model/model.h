@@ -1,0 +1,89 @@
+// One loaded model: its files, and the objects that stand for its nodes where they are placed. Objects are
+// made when they are asked for, one per place (a shared node has another material in force in each), and
+// live as long as the root.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "jttk/jttk.h"
+#include "jttk/model/library.h"
+#include "jttk/model/material_states.h"
+#include "jttk/model/matrix.h"
+#include "jttk/model/product.h"
+#include "jttk/model/shape_cache.h"
+
+namespace jttk {
+
+class ShapeObject;
+
+// What comes down to a node from above.
+struct Inherited {
+  MaterialStates::State material = MaterialStates::kEmpty;
+  bool transform_is_final = false;    // transforms from here on have no effect
+  const Matrix* transform = nullptr;  // of grouping nodes: it belongs to what is below them
+  std::uint32_t instance_depth = 0;   // instances above
+};
+
+class Model {
+ public:
+  // Instances inside instances: each is a recursion of whoever walks the model.
+  static constexpr std::uint32_t kMaxInstanceDepth = 500;
+
+  // The root of a model; it owns everything else and is destroyed by its last unref.
+  static JtkHierarchy* create(std::unique_ptr<Document> main);
+
+  explicit Model(std::unique_ptr<Document> main);
+  ~Model();
+  Model(const Model&) = delete;
+  Model& operator=(const Model&) = delete;
+
+  [[nodiscard]] Library& library() { return library_; }
+  [[nodiscard]] MaterialStates& materials() { return materials_; }
+
+  // The object for a node at a place. Owned by the model.
+  JtkHierarchy* place(NodeRef ref, Met met, const Inherited& inherited);
+  // A part without levels for something that cannot be had.
+  JtkHierarchy* placeEmpty(NodeRef near, std::string name);
+  // Counts a place. False (and told once) when there are more than the settings allow.
+  bool countPlace();
+
+  // Adds the node's own attributes to what comes from above; its transforms come before `matrix` (they are
+  // nearer to the vertices). False when it has no transform that counts.
+  bool applyAttributes(NodeRef ref, Inherited& inherited, Matrix& matrix);
+  const Matrix* keep(const Matrix& matrix);
+
+  // True when any node of the model has a material. Opens files until one is found.
+  bool hasMaterials();
+
+  // The decoded arrays of a shape node; null when it is damaged, which is told once.
+  std::shared_ptr<const ShapeArrays> shapeArrays(NodeRef shape, const std::string& part_name);
+  // A shape that holds its arrays until the next releaseShapes.
+  void holds(ShapeObject* shape) { holding_.push_back(shape); }
+  void releaseShapes();
+
+ private:
+  template <typename Object>
+  JtkHierarchy* add(std::unique_ptr<Object> object);
+
+  Library library_;
+  MaterialStates materials_;
+  ShapeCache cache_;
+  std::deque<Matrix> matrices_;
+  std::vector<JtkHierarchy*> objects_;
+  std::vector<ShapeObject*> holding_;
+  std::size_t places_ = 0;
+};
+
+// What the traverser tells a node when it has left it.
+class Leavable {
+ public:
+  virtual void wasLeft() = 0;
+
+ protected:
+  ~Leavable() = default;
+};
+
+}  // namespace jttk

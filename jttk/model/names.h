@@ -1,0 +1,21 @@
+// Names of nodes that have none of their own. A part or assembly takes the name of the nearest named node
+// above it (group, instance, assembly, partition) on the first way that leads to it, depth first, so that a
+// node has one name wherever it is met. A part whose inherited name another part already has gets " (2)",
+// " (3)", … appended; names that stand in a file are never changed.
+#pragma once
+
+#include <string>
+
+#include "jttk/model/library.h"
+#include "jttk/model/product.h"
+
+namespace jttk {
+
+// The name of a part or assembly. `met` is how it was met. The first question about a node without a name
+// of its own works out all inherited names of the model and opens all of its files for that.
+std::string productName(const Product& product, Met met, Library& library);
+
+// Opens all files of the model (and works out all inherited names on the way).
+void openAllFiles(Library& library);
+
+}  // namespace jttk

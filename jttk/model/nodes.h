@@ -1,0 +1,20 @@
+// Bodies of the node elements.
+#pragma once
+
+#include <optional>
+
+#include "jttk/model/elements.h"
+#include "jttk/model/scene_graph.h"
+
+namespace jttk {
+
+// The kind of node that a GUID stands for; empty when it stands for none that is known.
+std::optional<NodeKind> nodeKind(const Guid& guid);
+
+// Reads the element's body and appends the node to the graph. `attribute_ids` gets the ids of its attributes
+// (Node::attributes is a range of it until they are resolved). False when the body does not hold what a node
+// of this kind needs; the graph is unchanged then and the element's reader has the reason.
+bool readNode(Element& element, NodeKind kind, Version version, SceneGraph& graph,
+              std::vector<std::int32_t>& attribute_ids);
+
+}  // namespace jttk

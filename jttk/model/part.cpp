@@ -1,0 +1,192 @@
+#include "jttk/model/part.h"
+
+#include <algorithm>
+
+#include "host/path.h"
+
+namespace jttk {
+
+namespace {
+
+using Level = std::vector<PartObject::ShapePlace>;
+
+// Everything below a part belongs to the part, whatever its nodes are called.
+class Collector {
+ public:
+  Collector(Model& model, std::vector<Level>& levels) : model_(model), levels_(levels) {}
+
+  void run(const Product& product, const Inherited& inherited) {
+    const Step start{product.content, inherited, kAnyLevel, false};
+    if (product.content_is_child) {
+      steps_.push_back(start);
+    } else {
+      pushChildren(start);
+    }
+    while (!steps_.empty()) {
+      const Step step = steps_.back();
+      steps_.pop_back();
+      if (!model_.countPlace()) return;
+      visit(step);
+    }
+  }
+
+ private:
+  static constexpr std::uint32_t kAnyLevel = kNone;  // not below a level of detail node yet
+
+  struct Step {
+    NodeRef ref;
+    Inherited inherited;
+    std::uint32_t level;
+    bool has_own_material;
+  };
+
+  void visit(Step step) {
+    const MaterialStates::State above = step.inherited.material;
+    Matrix matrix = step.inherited.transform == nullptr ? kIdentity : *step.inherited.transform;
+    if (model_.applyAttributes(step.ref, step.inherited, matrix)) {
+      step.inherited.transform = matrix == kIdentity ? nullptr : model_.keep(matrix);
+    }
+    step.has_own_material = step.has_own_material || step.inherited.material != above;
+    const NodeKind kind = step.ref.data().kind;
+    if (isShape(kind)) {
+      const std::uint32_t level = step.level == kAnyLevel ? 0 : step.level;
+      needLevels(level + 1);
+      levels_[level].push_back(
+          {step.ref, step.inherited.material, step.has_own_material, step.inherited.transform, nullptr});
+    } else if (kind == NodeKind::Partition && step.ref.document().isReference(step.ref.node)) {
+      const FileWay* way = model_.library().follow(step.ref);
+      if (way == nullptr || !isShown(way->document->graph, way->document->graph.root)) return;
+      step.ref = {way, way->document->graph.root};
+      steps_.push_back(step);
+    } else if (isLod(kind)) {
+      pushLevels(step);
+    } else {
+      pushChildren(step);
+    }
+  }
+
+  // Child k of a level of detail node is level k; inside a level only the finest of another such node counts.
+  void pushLevels(const Step& step) {
+    const Node& node = step.ref.data();
+    const bool nested = step.level != kAnyLevel;
+    if (!nested) needLevels(node.children.count);
+    const std::uint32_t count = nested ? std::min(node.children.count, 1U) : node.children.count;
+    for (std::uint32_t i = count; i-- > 0;) pushChild(step, i, nested ? step.level : i);
+  }
+
+  void pushChildren(const Step& step) {
+    if (step.ref.node == kNone) return;
+    const Node& node = step.ref.data();
+    const SceneGraph& graph = step.ref.document().graph;
+    for (std::uint32_t i = node.children.count; i-- > 0;) {
+      const std::uint32_t child = graph.children[node.children.first + i];
+      if (node.kind == NodeKind::Switch && child != graph.selectedChild(node)) continue;
+      pushChild(step, i, step.level);
+    }
+  }
+
+  void pushChild(const Step& step, std::uint32_t index, std::uint32_t level) {
+    const SceneGraph& graph = step.ref.document().graph;
+    const std::uint32_t child = graph.children[step.ref.data().children.first + index];
+    if (!isShown(graph, child) || !graph.nodes[child].has_shapes) return;
+    steps_.push_back({{step.ref.way, child}, step.inherited, level, step.has_own_material});
+  }
+
+  void needLevels(std::size_t count) {
+    if (levels_.size() < count) levels_.resize(count);
+  }
+
+  Model& model_;
+  std::vector<Level>& levels_;
+  std::vector<Step> steps_;
+};
+
+bool isExactGeometry(std::int32_t segment_type) {
+  switch (static_cast<SegmentType>(segment_type)) {
+    case SegmentType::JtBrep:
+    case SegmentType::XtBrep:
+    case SegmentType::Ulp:
+    case SegmentType::Lwpa:
+    case SegmentType::MultiXtBrep:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+PartObject::PartObject(Model& model, NodeRef near, std::string name)
+    : HierarchyObject(model, Product{ProductKind::Part, {}, {near.way, kNone}, false}, Met::AsChild, {}),
+      given_name_(std::move(name)) {}
+
+PartObject::~PartObject() {
+  if (!levels_) return;
+  for (const Level& level : *levels_) {
+    for (const ShapePlace& shape : level) {
+      if (shape.object != nullptr) shape.object->unref();
+    }
+  }
+}
+
+std::string PartObject::name() { return given_name_ ? *given_name_ : HierarchyObject::name(); }
+
+void PartObject::getMaterial(JtkMaterial*& material) {
+  material = model_.materials().material(below_.material);
+  if (material == nullptr && model_.hasMaterials()) material = model_.materials().grey();
+}
+
+const std::vector<Level>& PartObject::levels() {
+  if (levels_) return *levels_;
+  levels_.emplace();
+  if (product_.content.node != kNone) Collector(model_, *levels_).run(product_, below_);
+  if (std::all_of(levels_->begin(), levels_->end(), [](const Level& level) { return level.empty(); })) {
+    tellExactGeometry();
+  }
+  return *levels_;
+}
+
+// A part that has nothing but exact geometry would vanish without a word.
+void PartObject::tellExactGeometry() {
+  for (const NodeRef& ref : product_.chain) {
+    Document& document = ref.document();
+    const Node& node = ref.data();
+    for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
+      const LateLoaded& entry = document.graph.late_loaded[node.late_loaded.first + i];
+      const TocEntry* listed = document.file->find(entry.segment);
+      const auto type = listed == nullptr ? entry.segment_type : static_cast<std::int32_t>(listed->type);
+      if (!isExactGeometry(type)) continue;
+      if (!document.reported.insert(ref.node).second) return;
+      model_.library().lost(name(), loftbay::host::toHostPath(document.path) + ": segment " +
+                                        entry.segment.text() +
+                                        ": holds exact geometry only, which cannot be tessellated yet");
+      return;
+    }
+  }
+}
+
+int PartObject::numShapeLODs() { return static_cast<int>(levels().size()); }
+
+int PartObject::numShapes(int level) {
+  if (level < 0 || level >= numShapeLODs()) return 0;
+  return static_cast<int>((*levels_)[static_cast<std::size_t>(level)].size());
+}
+
+void PartObject::getShape(JtkShape*& shape, int level, int index) {
+  shape = nullptr;
+  if (index < 0 || index >= numShapes(level)) return;
+  ShapePlace& place = (*levels_)[static_cast<std::size_t>(level)][static_cast<std::size_t>(index)];
+  if (place.object == nullptr) {
+    JtkMaterial* material = place.has_own_material ? model_.materials().material(place.material) : nullptr;
+    place.object = new ShapeObject(model_, place.ref, name(), place.transform, material);
+    place.object->ref();
+  }
+  if (place.object->acquire()) shape = place.object;
+}
+
+int PartObject::tessellate(JtkTessParams* /*parameters*/, JtkEntityList*& results) {
+  results = nullptr;
+  return 0;
+}
+
+}  // namespace jttk

@@ -1,0 +1,47 @@
+// Parts: levels of detail, and the shapes of each.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "jttk/model/hierarchy.h"
+#include "jttk/model/shape_object.h"
+
+namespace jttk {
+
+class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
+ public:
+  PartObject(Model& model, Product product, Met met, const Inherited& inherited)
+      : HierarchyObject(model, std::move(product), met, inherited) {}
+  // A part without levels.
+  PartObject(Model& model, NodeRef near, std::string name);
+  ~PartObject() override;
+
+  void getMaterial(JtkMaterial*& material) override;
+  [[nodiscard]] int numShapeLODs() override;
+  [[nodiscard]] int numShapes(int level) override;
+  void getShape(JtkShape*& shape, int level, int index) override;
+  [[nodiscard]] int requiresTessellation() override { return 0; }
+  int tessellate(JtkTessParams* parameters, JtkEntityList*& results) override;
+
+  // A shape of the part: its node, and what the nodes on the way to it say.
+  struct ShapePlace {
+    NodeRef ref;
+    MaterialStates::State material = MaterialStates::kEmpty;
+    bool has_own_material = false;      // a material was found at or below the level of detail
+    const Matrix* transform = nullptr;  // into the part's coordinates
+    ShapeObject* object = nullptr;
+  };
+  [[nodiscard]] const std::vector<std::vector<ShapePlace>>& levels();
+
+ private:
+  [[nodiscard]] std::string name() override;
+  void tellExactGeometry();
+
+  std::optional<std::string> given_name_;
+  std::optional<std::vector<std::vector<ShapePlace>>> levels_;
+};
+
+}  // namespace jttk

@@ -1,0 +1,138 @@
+#include "jttk/model/product.h"
+
+#include <algorithm>
+
+#include "jttk/model/library.h"
+
+namespace jttk {
+
+namespace {
+
+// Number of nodes of the product structure that a child stands for, 2 = several.
+int productCount(const Document& document, std::uint32_t index) {
+  const SceneGraph& graph = document.graph;
+  if (!isShown(graph, index)) return 0;
+  const Node& node = graph.nodes[index];
+  if (isGrouping(node.kind)) return node.product_count;
+  if (isLod(node.kind)) return node.has_shapes ? 1 : 0;
+  if (node.kind != NodeKind::Instance) return 1;
+  const std::uint32_t target = graph.children[node.children.first];
+  return target >= graph.nodes.size() || isShown(graph, target) ? 1 : 0;
+}
+
+// The single node of the product structure below `ref`, groups taken away; `groups` gets those on the way.
+// A node of kNone when there is none or more than one.
+NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups) {
+  const Document& document = ref.document();
+  for (;;) {
+    const Node& node = ref.data();
+    std::uint32_t only = kNone;
+    int count = 0;
+    for (std::uint32_t i = 0; i < node.children.count && count < 2; ++i) {
+      const std::uint32_t child = document.graph.children[node.children.first + i];
+      if (node.kind == NodeKind::Switch && child != document.graph.selectedChild(node)) continue;
+      const int products = productCount(document, child);
+      if (products > 0) only = child;
+      count += products;
+    }
+    if (count != 1) return {ref.way, kNone};
+    ref.node = only;
+    if (!isGrouping(ref.data().kind)) return ref;
+    groups.push_back(ref);
+  }
+}
+
+// A partition that holds its contents itself. Where its single child is an assembly, a part or a loose shape
+// they are one node; else the partition is an assembly.
+Product partition(NodeRef ref, Met met, Product product) {
+  for (;;) {
+    product.chain.push_back(ref);
+    product.kind = ProductKind::Assembly;
+    product.content = ref;
+    if ((ref.data().flags & Node::kIgnored) != 0) {
+      product.content.node = kNone;
+      return product;
+    }
+    std::vector<NodeRef> groups;
+    const NodeRef child = singleChild(ref, groups);
+    if (child.node == kNone) return product;
+    const NodeKind kind = child.data().kind;
+    const bool is_partition = kind == NodeKind::Partition && !child.document().isReference(child.node);
+    const bool is_part = kind == NodeKind::Part || isLod(kind) || isShape(kind);
+    if (!is_partition && kind != NodeKind::MetaData && (!is_part || met == Met::AsTarget)) return product;
+    product.chain.insert(product.chain.end(), groups.begin(), groups.end());
+    if (is_partition) {
+      ref = child;
+      continue;
+    }
+    product.content = child;
+    if (is_part) product.kind = ProductKind::Part;
+    if (kind == NodeKind::MetaData || kind == NodeKind::Part) {
+      product.chain.push_back(child);
+    } else {
+      product.content_is_child = true;
+    }
+    return product;
+  }
+}
+
+Product single(NodeRef ref, ProductKind kind) { return {kind, {ref}, ref, false}; }
+
+}  // namespace
+
+bool isShown(const SceneGraph& graph, std::uint32_t node) {
+  return node < graph.nodes.size() && (graph.nodes[node].flags & Node::kIgnored) == 0;
+}
+
+std::string Product::ownName() const {
+  for (const NodeRef& ref : chain) {
+    if (isGrouping(ref.data().kind)) continue;
+    std::string label = ref.document().label(ref.node);
+    if (!label.empty()) return label;
+  }
+  return chain.empty() && content.node != kNone ? content.document().label(content.node) : std::string();
+}
+
+std::string Product::groupName() const {
+  for (auto ref = chain.rbegin(); ref != chain.rend(); ++ref) {
+    if (!isGrouping(ref->data().kind)) continue;
+    std::string label = ref->document().label(ref->node);
+    if (!label.empty()) return label;
+  }
+  return {};
+}
+
+Product classify(NodeRef ref, Met met, Library& library) {
+  switch (ref.data().kind) {
+    case NodeKind::MetaData:
+      return single(ref, ProductKind::Assembly);
+    case NodeKind::Part:
+      return single(ref, ProductKind::Part);
+    case NodeKind::Instance:
+      if (met == Met::AsChild) return single(ref, ProductKind::Instance);
+      return {ProductKind::Assembly, {}, ref, true};
+    case NodeKind::Partition:
+      break;
+    case NodeKind::Base:
+    case NodeKind::Group:
+    case NodeKind::Switch:
+      return {ProductKind::Assembly, {}, ref, true};
+    default:
+      return {ProductKind::Part, {}, ref, true};
+  }
+  if (!ref.document().isReference(ref.node)) return partition(ref, met, {});
+  Product product;
+  product.chain.push_back(ref);
+  product.content = {ref.way, kNone};
+  const FileWay* way = library.follow(ref);
+  if (way == nullptr || !isShown(way->document->graph, way->document->graph.root)) return product;
+  ref = {way, way->document->graph.root};
+  // Another file's root is met as if it stood where the partition stands.
+  if (ref.data().kind == NodeKind::Partition) return partition(ref, Met::AsChild, std::move(product));
+  Product root = classify(ref, Met::AsTarget, library);
+  if (root.chain.empty()) root.content_is_child = true;
+  root.chain.insert(root.chain.begin(), product.chain.begin(), product.chain.end());
+  return root;
+}
+
+}  // namespace jttk

@@ -1,0 +1,104 @@
+// Atom: v, U32 state flags, then by kind; a string atom: v, text; a late loaded one: v, GUID of the
+// segment, I32 segment type. Table: I16 version, I32 number of nodes; per node its id, then pairs of key
+// and value atom ids up to a key of 0. Atoms are shared between nodes.
+#include "jttk/model/properties.h"
+
+#include <algorithm>
+
+namespace jttk {
+
+namespace {
+
+constexpr Guid kStringAtom{0x10dd106e, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+constexpr Guid kLateLoadedAtom{0xe0b05be5, 0xfbbd, 0x11d1, {0xa3, 0xa7, 0x00, 0xaa, 0x00, 0xd1, 0x09, 0x54}};
+
+void readAtom(Element& element, Version version, SceneGraph& graph, Atom& atom) {
+  ByteReader& body = element.body;
+  readVersion(body, version);
+  body.skip(4, "atom state");
+  readVersion(body, version);
+  if (element.kind == kStringAtom) {
+    std::string text = body.mbString("text");
+    if (!body.ok()) return;
+    atom.kind = Atom::Kind::Text;
+    atom.text = static_cast<std::uint32_t>(graph.strings.size());
+    graph.strings.push_back(std::move(text));
+  } else {
+    atom.segment = body.guid("segment id");
+    atom.segment_type = body.i32("segment type");
+    if (body.ok()) atom.kind = Atom::Kind::Segment;
+  }
+}
+
+const Atom* findAtom(const std::vector<Atom>& atoms, std::int32_t id) {
+  const auto found = std::lower_bound(atoms.begin(), atoms.end(), id,
+                                      [](const Atom& atom, std::int32_t wanted) { return atom.id < wanted; });
+  return found != atoms.end() && found->id == id ? &*found : nullptr;
+}
+
+void hang(Node& node, const Atom& key, const Atom& value, SceneGraph& graph) {
+  if (key.kind != Atom::Kind::Text) return;
+  const std::string& name = graph.strings[key.text];
+  if (value.kind == Atom::Kind::Segment) {
+    graph.late_loaded.push_back({key.text, value.segment, value.segment_type});
+  } else if (value.kind == Atom::Kind::Text) {
+    if (name == kNameKey) node.name = value.text;
+    if (name == kUnitsKey) node.units = value.text;
+    graph.properties.push_back({key.text, value.text});
+  }
+}
+
+std::uint32_t findNode(const std::vector<std::pair<std::int32_t, std::uint32_t>>& node_by_id,
+                       std::int32_t id) {
+  const auto found = std::lower_bound(node_by_id.begin(), node_by_id.end(), std::pair{id, 0U});
+  return found != node_by_id.end() && found->first == id ? found->second : kNone;
+}
+
+}  // namespace
+
+std::vector<Atom> readAtoms(ByteReader& reader, Version version, SceneGraph& graph) {
+  std::vector<Atom> atoms;
+  ElementReader elements(reader);
+  Element element;
+  while (elements.next(element)) {
+    Atom atom;
+    atom.id = element.id;
+    if (element.kind == kStringAtom || element.kind == kLateLoadedAtom) {
+      readAtom(element, version, graph, atom);
+      if (!element.body.ok()) graph.addDamage(kNone, element.body.error().in("property"));
+    }
+    atoms.push_back(atom);
+  }
+  if (!reader.ok()) graph.addDamage(kNone, reader.error().in("properties"));
+  std::stable_sort(atoms.begin(), atoms.end(), [](const Atom& a, const Atom& b) { return a.id < b.id; });
+  return atoms;
+}
+
+void readPropertyTable(ByteReader& reader, const std::vector<Atom>& atoms,
+                       const std::vector<std::pair<std::int32_t, std::uint32_t>>& node_by_id,
+                       SceneGraph& graph) {
+  reader.skip(2, "property table version");
+  const std::uint32_t count = reader.count("property table", 8);
+  for (std::uint32_t i = 0; i < count && reader.ok(); ++i) {
+    const std::uint32_t index = findNode(node_by_id, reader.i32("node id"));
+    Node unlisted;  // a table entry for an id that is no node is read and dropped
+    Node& node = index == kNone ? unlisted : graph.nodes[index];
+    const auto properties = static_cast<std::uint32_t>(graph.properties.size());
+    const auto late_loaded = static_cast<std::uint32_t>(graph.late_loaded.size());
+    for (;;) {
+      const std::int32_t key_id = reader.i32("property key");
+      if (!reader.ok() || key_id == 0) break;
+      const std::int32_t value_id = reader.i32("property value");
+      if (!reader.ok()) break;
+      const Atom* key = findAtom(atoms, key_id);
+      const Atom* value = findAtom(atoms, value_id);
+      // Atoms that do not exist occur in good files: what wrote them has dropped a property.
+      if (key != nullptr && value != nullptr) hang(node, *key, *value, graph);
+    }
+    node.properties = {properties, static_cast<std::uint32_t>(graph.properties.size()) - properties};
+    node.late_loaded = {late_loaded, static_cast<std::uint32_t>(graph.late_loaded.size()) - late_loaded};
+  }
+  if (!reader.ok()) graph.addDamage(kNone, reader.error().in("property table"));
+}
+
+}  // namespace jttk

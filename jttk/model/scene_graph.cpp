@@ -1,0 +1,119 @@
+// The segment in order: graph elements (nodes and attributes mixed), end of elements, property atoms, end
+// of elements, property table. Kinds are told by GUID alone: one writer leaves the base type byte 0.
+#include "jttk/model/scene_graph.h"
+
+#include <algorithm>
+
+#include "jttk/model/attributes.h"
+#include "jttk/model/elements.h"
+#include "jttk/model/links.h"
+#include "jttk/model/nodes.h"
+#include "jttk/model/properties.h"
+
+namespace jttk {
+
+namespace {
+
+void readGraphElements(ByteReader& reader, Version version, SceneGraph& graph,
+                       std::vector<std::int32_t>& attribute_ids) {
+  ElementReader elements(reader);
+  Element element;
+  while (elements.next(element)) {
+    const std::string place = " element " + std::to_string(element.id);
+    if (const auto kind = nodeKind(element.kind)) {
+      if (!readNode(element, *kind, version, graph, attribute_ids)) {
+        graph.addDamage(kNone, element.body.error().in(kindName(*kind) + place));
+      }
+    } else if (const auto attribute = attributeKind(element.kind)) {
+      if (!readAttribute(element, *attribute, version, graph)) {
+        graph.addDamage(kNone, element.body.error().in("attribute" + place));
+      }
+    } else {
+      graph.unknown.push_back({element.id, element.kind});
+    }
+  }
+  if (!reader.ok()) graph.addDamage(kNone, reader.error().in("scene graph elements"));
+}
+
+IndexById indexNodes(SceneGraph& graph) {
+  IndexById index;
+  index.reserve(graph.nodes.size());
+  for (std::uint32_t i = 0; i < graph.nodes.size(); ++i) index.emplace_back(graph.nodes[i].id, i);
+  std::sort(index.begin(), index.end());
+  for (std::size_t i = 1; i < index.size(); ++i) {
+    if (index[i].first != index[i - 1].first || (i > 1 && index[i - 2].first == index[i].first)) continue;
+    graph.addDamage(
+        index[i].second,
+        {"node id " + std::to_string(index[i].first) + " is used more than once; the first holds", 0});
+  }
+  return index;
+}
+
+// The first node is the root partition. Where it could not be read, another one that is nobody's child
+// stands in for it, so that what is below is not lost with it.
+std::uint32_t findRoot(const SceneGraph& graph) {
+  if (graph.nodes.front().kind == NodeKind::Partition) return 0;
+  std::vector<bool> is_child(graph.nodes.size());
+  for (const std::uint32_t child : graph.children) {
+    if (child < graph.nodes.size()) is_child[child] = true;
+  }
+  std::uint32_t first_free = kNone;
+  for (std::uint32_t i = 0; i < graph.nodes.size(); ++i) {
+    if (is_child[i]) continue;
+    if (graph.nodes[i].kind == NodeKind::Partition) return i;
+    if (first_free == kNone) first_free = i;
+  }
+  return first_free == kNone ? 0 : first_free;
+}
+
+}  // namespace
+
+void SceneGraph::addDamage(std::uint32_t node, Error error) {
+  if (damage.size() < kMaxDamage) {
+    damage.push_back({node, std::move(error)});
+  } else {
+    ++unlisted_damage;
+  }
+}
+
+std::uint32_t SceneGraph::findLateLoaded(const Node& node, std::string_view key) const {
+  for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
+    const std::uint32_t index = node.late_loaded.first + i;
+    if (strings[late_loaded[index].key] == key) return index;
+  }
+  return kNone;
+}
+
+std::uint32_t SceneGraph::selectedChild(const Node& node) const {
+  if (node.selected < 0 || static_cast<std::uint32_t>(node.selected) >= node.children.count) return kNone;
+  return children[node.children.first + static_cast<std::uint32_t>(node.selected)];
+}
+
+const std::string& SceneGraph::text(std::uint32_t index) const {
+  static const std::string empty;
+  return index == kNone ? empty : strings[index];
+}
+
+Result<SceneGraph> readSceneGraph(const Segment& segment, Version version, ByteOrder order) {
+  ByteReader reader(segment.data, order, segment.base_offset);
+  SceneGraph graph;
+  std::vector<std::int32_t> attribute_ids;
+  readGraphElements(reader, version, graph, attribute_ids);
+  if (graph.nodes.empty()) {
+    if (!graph.damage.empty()) return tl::unexpected<Error>(graph.damage.front().error.in("scene graph"));
+    return fail("scene graph: has no node", segment.base_offset);
+  }
+  std::sort(graph.unknown.begin(), graph.unknown.end(),
+            [](const UnknownElement& a, const UnknownElement& b) { return a.id < b.id; });
+  const IndexById node_by_id = indexNodes(graph);
+  resolveIds(node_by_id, attribute_ids, graph);
+  if (reader.ok()) {
+    const std::vector<Atom> atoms = readAtoms(reader, version, graph);
+    if (reader.ok()) readPropertyTable(reader, atoms, node_by_id, graph);
+  }
+  graph.root = findRoot(graph);
+  linkNodes(graph);
+  return graph;
+}
+
+}  // namespace jttk

@@ -1,0 +1,43 @@
+// Decoded shapes that are kept for the next use, up to a number of bytes; those that were not used longest go
+// first.
+#pragma once
+
+#include <cstddef>
+#include <list>
+#include <map>
+#include <memory>
+
+#include "jttk/model/document.h"
+#include "jttk/model/shape_arrays.h"
+
+namespace jttk {
+
+class ShapeCache {
+ public:
+  struct Key {
+    const Document* document;
+    std::uint32_t node;
+    friend auto operator<=>(const Key&, const Key&) = default;
+  };
+
+  explicit ShapeCache(std::size_t limit_bytes) : limit_bytes_(limit_bytes) {}
+
+  // Null when it is not kept.
+  std::shared_ptr<const ShapeArrays> find(const Key& key);
+  void keep(const Key& key, std::shared_ptr<const ShapeArrays> arrays);
+  [[nodiscard]] std::size_t sizeBytes() const { return size_bytes_; }
+
+ private:
+  struct Entry {
+    Key key;
+    std::shared_ptr<const ShapeArrays> arrays;
+    std::size_t size_bytes;
+  };
+
+  std::list<Entry> entries_;  // the latest first
+  std::map<Key, std::list<Entry>::iterator> by_key_;
+  std::size_t limit_bytes_;
+  std::size_t size_bytes_ = 0;
+};
+
+}  // namespace jttk

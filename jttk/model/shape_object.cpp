@@ -1,0 +1,87 @@
+#include "jttk/model/shape_object.h"
+
+#include <algorithm>
+
+namespace jttk {
+
+namespace {
+
+// One value of `width` floats per corner; the first three are handed out. Corners without a record get zeros.
+float* gather(const std::vector<float>& values, std::size_t width, const std::uint32_t* corners,
+              std::size_t count) {
+  auto result = std::make_unique<float[]>(3 * count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t from = corners[i] * width;
+    if (corners[i] == ShapeGeometry::kNoRecord || from + 3 > values.size()) continue;
+    std::copy_n(values.data() + from, 3, result.get() + 3 * i);
+  }
+  return result.release();
+}
+
+}  // namespace
+
+ShapeObject::ShapeObject(Model& model, NodeRef node, std::string part_name, const Matrix* transform,
+                         JtkMaterial* material)
+    : model_(model),
+      node_(node),
+      part_name_(std::move(part_name)),
+      transform_(transform),
+      material_(material) {}
+
+bool ShapeObject::acquire() {
+  if (arrays_) return true;
+  arrays_ = model_.shapeArrays(node_, part_name_);
+  if (!arrays_) return false;
+  if (transform_ != nullptr)
+    arrays_ = std::make_shared<const ShapeArrays>(transformed(*arrays_, *transform_));
+  type_ = arrays_->type;
+  primitive_count_ = static_cast<int>(arrays_->geometry.primitiveCount());
+  model_.holds(this);
+  return true;
+}
+
+ShapeObject::Set ShapeObject::set(int index) {
+  if (index < 0 || index >= primitive_count_ || !acquire()) return {0, 0};
+  const auto& starts = arrays_->geometry.primitive_starts;
+  const std::size_t first = starts[static_cast<std::size_t>(index)];
+  return {first, starts[static_cast<std::size_t>(index) + 1] - first};
+}
+
+int ShapeObject::getPrimitiveSetArrays(int set_index, float*& vertices, int& vertex_count, float*& normals,
+                                       int& normal_count, float*& colors, int& color_count,
+                                       float*& texture_coordinates, int& texture_coordinate_count) {
+  colors = nullptr;
+  texture_coordinates = nullptr;
+  if (getPrimitiveSetGeometry(set_index, vertices, vertex_count, normals, normal_count) == 0) return 0;
+  const auto [first, count] = set(set_index);
+  const ShapeGeometry& geometry = arrays_->geometry;
+  if (geometry.corner_records.empty()) return 1;
+  const std::uint32_t* records = geometry.corner_records.data() + first;
+  if (!geometry.colors.empty()) {
+    colors = gather(geometry.colors, 4, records, count);
+    color_count = static_cast<int>(count);
+  }
+  if (!geometry.texture_coordinates.empty()) {
+    texture_coordinates = gather(geometry.texture_coordinates, 3, records, count);
+    texture_coordinate_count = static_cast<int>(count);
+  }
+  return 1;
+}
+
+int ShapeObject::getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_count, float*& normals,
+                                         int& normal_count) {
+  vertices = nullptr;
+  normals = nullptr;
+  const auto [first, count] = set(set_index);
+  if (count == 0) return 0;
+  const ShapeGeometry& geometry = arrays_->geometry;
+  vertices = gather(geometry.positions, 3, geometry.corner_positions.data() + first, count);
+  vertex_count = static_cast<int>(count);
+  if (!geometry.normals.empty() && !geometry.corner_records.empty()) {
+    normals = gather(geometry.normals, 3, geometry.corner_records.data() + first, count);
+    normal_count = static_cast<int>(count);
+  }
+  return 1;
+}
+
+}  // namespace jttk

@@ -1,0 +1,51 @@
+// A shape that the interface hands out. It holds the decoded arrays while its part is being visited and gets
+// them again when it is asked later.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "jttk/model/model.h"
+
+namespace jttk {
+
+class ShapeObject final : public JtkShape {
+ public:
+  ShapeObject(Model& model, NodeRef node, std::string part_name, const Matrix* transform,
+              JtkMaterial* material);
+
+  [[nodiscard]] TypeID typeID() const override { return type_; }
+  [[nodiscard]] int isOfType(TypeID type) const override { return type == type_ ? 1 : 0; }
+  [[nodiscard]] int getPrimitiveSetCount() const override { return primitive_count_; }
+  int getPrimitiveSetArrays(int set_index, float*& vertices, int& vertex_count, float*& normals,
+                            int& normal_count, float*& colors, int& color_count, float*& texture_coordinates,
+                            int& texture_coordinate_count) override;
+  int getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_count, float*& normals,
+                              int& normal_count) override;
+  void getShapeMaterial(JtkMaterial*& material) override { material = material_; }
+
+  // Makes sure that the arrays are there. False when the shape cannot be decoded.
+  bool acquire();
+  void release() { arrays_.reset(); }
+  // The arrays while they are held.
+  [[nodiscard]] const ShapeArrays* arrays() const { return arrays_.get(); }
+
+ private:
+  struct Set {
+    std::size_t first;
+    std::size_t count;
+  };
+  // Empty when there is no such set.
+  Set set(int index);
+
+  Model& model_;
+  NodeRef node_;
+  std::string part_name_;
+  const Matrix* transform_;
+  JtkMaterial* material_;
+  TypeID type_ = JtkSHAPE;
+  int primitive_count_ = 0;
+  std::shared_ptr<const ShapeArrays> arrays_;
+};
+
+}  // namespace jttk

@@ -1,0 +1,28 @@
+// Makes triangle strips of polygons, because a surface is handed out in strips.
+//
+// Every polygon is fanned from its first corner; the strips hold exactly these triangles, each once, with its
+// winding, and no triangle of their own (no degenerate links). A strip runs over an edge only where position
+// and attribute record of both corners are the same on both sides, so nothing has to be averaged or split.
+// Polygons with fewer than three corners have no triangle.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace jttk {
+
+// Primitives in the form of ShapeGeometry: starts (one entry more than primitives), then per corner the
+// position and the record (`records` is empty when there are none).
+struct Primitives {
+  std::vector<std::uint32_t> starts;
+  std::vector<std::uint32_t> positions;
+  std::vector<std::uint32_t> records;
+};
+
+// In a strip, triangle k is corners k, k + 1, k + 2; of the odd ones the first two change places. Linear in
+// the number of corners.
+Primitives stripsOfPolygons(std::span<const std::uint32_t> starts, std::span<const std::uint32_t> positions,
+                            std::span<const std::uint32_t> records);
+
+}  // namespace jttk

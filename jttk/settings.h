@@ -1,0 +1,20 @@
+// What a program may set before it loads a file. Process-wide; read when a file is loaded.
+#pragma once
+
+#include <cstddef>
+
+namespace jttk {
+
+struct Settings {
+  // Follow references to files outside the folder of the file that the user named.
+  bool allow_outside = false;
+  // Memory for decoded shapes that are kept for the next use, in bytes.
+  std::size_t shape_cache_bytes = std::size_t{64} << 20U;
+  // The most nodes that are placed in one model (a few nodes that share each other many levels deep can stand
+  // for more places than any machine could visit). What is beyond is reported and left out.
+  std::size_t max_placed_nodes = 5'000'000;
+};
+
+Settings& settings();
+
+}  // namespace jttk

@@ -1,0 +1,64 @@
+// Walks a model through the public interface in the way of the converter and writes down every placed shape.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "diag/program_seams.h"
+#include "jttk/jttk.h"
+
+namespace jttk::testing {
+
+using Matrix16 = std::array<double, 16>;
+
+struct PlacedShape {
+  std::vector<std::string> path;  // names from the root; an instance's name replaces that of its target
+  Matrix16 world{};               // row-major, row vectors
+  bool has_color = false;
+  std::array<float, 4> color{};  // diffuse
+  int type = 0;
+  std::size_t triangles = 0;
+  std::size_t triangles_nd = 0;   // without those that have two corners at one position
+  std::uint64_t checksum_nd = 0;  // order-independent, of the triangles' local positions
+  std::size_t line_segments = 0;
+  std::size_t points = 0;
+};
+
+struct Walked {
+  std::vector<PlacedShape> shapes;
+  std::vector<std::string>
+      nodes;  // "  assembly name", indented by depth; "=" in front of an instance's target
+  std::size_t parts = 0;
+};
+
+std::string nameOf(JtkHierarchy* node);
+Walked walk(JtkEntity* root);
+
+// Records what the toolkit reports; in force while it lives.
+class Recorder final : public loftbay::diag::Observer {
+ public:
+  Recorder();
+  ~Recorder() override;
+  void jtVersion(int major, int minor) override { version = {major, minor}; }
+  void lost(std::string_view part, std::string_view reason) override {
+    losses.push_back(std::string(part) + ": " + std::string(reason));
+  }
+  void note(std::string_view text) override { notes.emplace_back(text); }
+
+  std::vector<std::string> losses;
+  std::vector<std::string> notes;
+  std::pair<int, int> version;
+  std::string messages() const { return messages_.str(); }
+
+ private:
+  std::ostringstream messages_;
+  loftbay::diag::ProgramSeams before_;
+};
+
+// Loads a file through the importer; the result is held once. Null when it cannot be loaded.
+JtkEntity* import(const std::string& program_path);
+
+}  // namespace jttk::testing

@@ -1,0 +1,234 @@
+#include "tests/jttk/support/jt_shapes.h"
+
+#include <string>
+
+#include "jttk/codec/lookup2.h"
+
+namespace jttk::testing {
+namespace {
+
+using Values = std::vector<std::int32_t>;
+
+std::uint32_t hashOf(const std::vector<Values>& arrays) {
+  std::uint32_t hash = 0;
+  for (const Values& values : arrays) hash = hash32(std::span<const std::int32_t>(values), hash);
+  return hash;
+}
+
+// Quantised components: packets and their hash.
+void addCodes(ByteBuilder& out, const std::vector<Values>& components, bool lag1, PacketForm form) {
+  for (const Values& codes : components) out.bytes(packetOf(lag1 ? lag1Residuals(codes) : codes, form));
+  out.u32(hashOf(components));
+}
+
+// Float components: JT 10 has the bits in one packet, JT 9 in two and a hash that nobody checks.
+void addFloats(ByteBuilder& out, const std::vector<std::vector<float>>& components, bool lag1,
+               PacketForm form) {
+  std::vector<Values> bits(components.size());
+  for (std::size_t i = 0; i < components.size(); ++i) {
+    for (const float value : components[i]) bits[i].push_back(std::bit_cast<std::int32_t>(value));
+  }
+  if (form == PacketForm::Jt10) return addCodes(out, bits, lag1, form);
+  for (const Values& component : bits) {
+    Values exponents;
+    Values mantissae;
+    for (const std::int32_t value : component) {
+      exponents.push_back(static_cast<std::int32_t>(static_cast<std::uint32_t>(value) >> 23));
+      mantissae.push_back(value & 0x07ffffff);
+    }
+    out.bytes(packetOf(lag1 ? lag1Residuals(exponents) : exponents, form));
+    out.bytes(packetOf(lag1 ? lag1Residuals(mantissae) : mantissae, form));
+  }
+  out.u32(0);
+}
+
+void addCoordinates(ByteBuilder& out, std::uint32_t count, const ShapeOptions& options) {
+  out.u32(count).u8(3);
+  std::vector<std::vector<float>> floats(3);
+  std::vector<Values> codes(3);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const auto place = static_cast<float>(i);
+    floats[0].push_back(place);
+    floats[1].push_back(2 * place);
+    floats[2].push_back(3 * place + 0.5F);
+    for (Values& component : codes) component.push_back(static_cast<std::int32_t>(i));
+  }
+  if (!options.quantized) {
+    for (int i = 0; i < 3; ++i) out.f32(0).f32(0).u8(0);
+    return addFloats(out, floats, true, options.form);
+  }
+  // 4 bits: code 15 is the maximum.
+  out.f32(0).f32(15).u8(4).f32(0).f32(30).u8(4).f32(0.5F).f32(45.5F).u8(4);
+  addCodes(out, codes, true, options.form);
+}
+
+void addNormals(ByteBuilder& out, std::uint32_t count, const ShapeOptions& options) {
+  out.u32(count).u8(3).u8(options.quantized ? 2 : 0);
+  if (!options.quantized) {
+    return addFloats(
+        out,
+        {std::vector<float>(count, 0.0F), std::vector<float>(count, 0.0F), std::vector<float>(count, 1.0F)},
+        false, options.form);
+  }
+  // Sextant 1, theta code 3: theta is 0, so the normal is the axis that sextant 1 makes z.
+  const Values sextants(count, 1);
+  const Values octants(count, 7);
+  const Values thetas(count, 3);
+  const Values psis(count, 0);
+  if (options.form == PacketForm::Jt9)
+    return addCodes(out, {sextants, octants, thetas, psis}, false, options.form);
+  addCodes(out, {Values(count, 1 << 7 | 7 << 4 | 3 << 2)}, false, options.form);
+}
+
+void addColors(ByteBuilder& out, std::uint32_t count, PacketForm form) {
+  out.u32(count).u8(3).u8(8).u8(0);
+  for (int i = 0; i < 4; ++i) out.f32(0).f32(1).u8(1);
+  addCodes(out, {Values(count, 1), Values(count, 0), Values(count, 1), Values(count, 1)}, false, form);
+}
+
+void addTextureCoordinates(ByteBuilder& out, std::uint32_t count, PacketForm form) {
+  Values ramp;
+  for (std::uint32_t i = 0; i < count; ++i) ramp.push_back(static_cast<std::int32_t>(i));
+  out.u32(count).u8(2).u8(8);
+  for (int i = 0; i < 2; ++i) out.f32(0).f32(255).u8(8);
+  addCodes(out, {ramp, ramp}, true, form);
+}
+
+}  // namespace
+
+TopologySymbols tetrahedronSymbols(std::int32_t mask) {
+  TopologySymbols symbols;
+  // The first corner of the first polygon is told nothing by its neighbours: context 1. All others see
+  // degrees below 6: context 0.
+  symbols.degrees[1] = {3};
+  symbols.degrees[0] = {3, 3, 3};
+  symbols.valences = {3, 3, 3, 3};
+  symbols.groups = {0, 0, 0, 0};
+  symbols.flags = {0, 0, 0, 0};
+  symbols.masks[1] = {mask, mask, mask, mask};
+  return symbols;
+}
+
+TopologySymbols cubeSymbols(std::int32_t mask) {
+  TopologySymbols symbols;
+  // Degrees below 4 at quadrangles: context 3; nothing known: context 4.
+  symbols.degrees[4] = {3};
+  symbols.degrees[3] = {3, 3, 3, 3, 3, 3, 3};
+  symbols.valences = {4, 4, 4, 4, 4, 4};
+  symbols.groups = {0, 0, 0, 0, 0, 0};
+  symbols.flags = {0, 0, 0, 0, 0, 0};
+  symbols.masks[1].assign(8, mask);
+  return symbols;
+}
+
+TopologySymbols triangleSymbols() {
+  TopologySymbols symbols;
+  symbols.degrees[1] = {2};
+  symbols.degrees[0] = {2, 2};
+  symbols.valences = {3, 3};
+  symbols.groups = {0, -1};
+  symbols.flags = {0, 1};
+  symbols.masks[0] = {1, 1, 1};
+  return symbols;
+}
+
+TopologySymbols bowTieSymbols() {
+  TopologySymbols symbols;
+  symbols.degrees[7] = {4, 2, 2, 0, 2, 2};
+  symbols.valences = {6, 3, 3};
+  symbols.groups = {-1, 0, 0};
+  symbols.flags = {1, 0, 0};
+  symbols.masks[2] = {2};
+  symbols.masks[0] = {1, 1, 1, 1};
+  symbols.split_offsets = {3};
+  symbols.split_positions = {2};
+  return symbols;
+}
+
+Bytes topologyBytes(const TopologySymbols& symbols, PacketForm form) {
+  ByteBuilder out;
+  for (const auto& degrees : symbols.degrees) out.bytes(packetOf(degrees, form));
+  out.bytes(packetOf(symbols.valences, form)).bytes(packetOf(symbols.groups, form));
+  out.bytes(packetOf(lag1Residuals(symbols.flags), form));
+  for (const auto& masks : symbols.masks) out.bytes(packetOf(masks, form));
+  out.bytes(packetOf(symbols.upper_masks, form));
+  if (form == PacketForm::Jt9) out.bytes(packetOf(symbols.top_masks, form));
+  out.u32(static_cast<std::uint32_t>(symbols.wide_mask_words.size()));
+  for (const std::uint32_t word : symbols.wide_mask_words) out.u32(word);
+  out.bytes(packetOf(lag1Residuals(symbols.split_offsets), form))
+      .bytes(packetOf(symbols.split_positions, form));
+  return out.u32(topologyHash(symbols, form)).result();
+}
+
+Bytes topologicalRepData(const TopologySymbols& symbols, std::uint32_t vertices, std::uint32_t records,
+                         const ShapeOptions& options) {
+  ByteBuilder out;
+  out.bytes(topologyBytes(symbols, options.form)).u64(options.bindings);
+  const std::uint32_t bits = options.quantized ? 4 : 0;
+  out.u8(bits).u8(options.quantized ? 2 : 0).u8(8).u8(8).u32(vertices);
+  if (vertices == 0) return out.result();
+  out.u32(records);
+  addCoordinates(out, vertices, options);
+  if ((options.bindings & 0x8) != 0) addNormals(out, records, options);
+  if ((options.bindings & 0x30) != 0) addColors(out, records, options.form);
+  if ((options.bindings & 0xf00) != 0) addTextureCoordinates(out, records, options.form);
+  if ((options.bindings & 0x40) != 0) out.u32(records).bytes(packetOf(Values(records, 1), options.form));
+  return out.result();
+}
+
+Bytes polylineRepData(PacketForm form) {
+  const std::vector<Values> lists = {{0, 2}, {0, 2, 5}, {0, 1, 1, 2, 3}};
+  const Values lengths = {2, 1, 1};
+  ByteBuilder out;
+  out.u32(1).u32(2).u32(5);
+  for (const Values& list : lists) out.bytes(packetOf(list, form));
+  out.u32(hashOf(lists)).u64(0x12).u8(0).u8(0).u8(0).u8(8);
+  out.u32(4).u32(3).bytes(packetOf(lengths, form)).u32(hashOf({lengths}));
+  ShapeOptions options;
+  options.form = form;
+  addCoordinates(out, 3, options);
+  addColors(out, 4, form);
+  return out.result();
+}
+
+Bytes shapeElement(const Guid& kind, PacketForm form, const Bytes& rep_data) {
+  ByteBuilder body;
+  body.guid(kind).u8(4).u32(1);
+  if (form == PacketForm::Jt9) {
+    body.u16(1).u16(1).u64(0x0a).u16(1).u32(1).u16(1).bytes(rep_data).u16(1);
+  } else {
+    ByteBuilder inner;
+    inner.guid({0xf830a5ad, 0xbe4c, 0x4fbc, {0x9b, 0x5f, 0xb9, 0x26, 0x92, 0x78, 0xd2, 0xe1}}).u8(9).u32(2);
+    inner.u8(1).u32(1).u8(1).bytes(rep_data);
+    body.u8(1).u8(1).u64(0x0a).u32(inner.size()).bytes(inner.result()).u8(1);
+  }
+  return ByteBuilder().u32(body.size()).bytes(body.result()).result();
+}
+
+Bytes container(std::string_view version, const std::vector<ContainerSegment>& segments) {
+  const bool wide = version.starts_with("10");
+  std::string text = "Version " + std::string(version) + " JT";
+  text.resize(79, ' ');
+  ByteBuilder out;
+  out.text(text).text("\n").u8(0).u32(0);
+  const std::uint32_t header = 80 + 1 + 4 + (wide ? 8 : 4) + 16;
+  const auto offset = [&](ByteBuilder& to, std::uint32_t value) { wide ? to.u64(value) : to.u32(value); };
+  offset(out, header);
+  out.guid(segments.empty() ? Guid{} : segments.front().id);
+  out.u32(static_cast<std::uint32_t>(segments.size()));
+  std::uint32_t at = header + 4 + static_cast<std::uint32_t>(segments.size()) * (wide ? 32 : 28);
+  for (const ContainerSegment& segment : segments) {
+    const auto length = static_cast<std::uint32_t>(segment.data.size()) + 24;
+    out.guid(segment.id);
+    offset(out, at);
+    out.u32(length).u32(segment.type << 24);
+    at += length;
+  }
+  for (const ContainerSegment& segment : segments) {
+    out.guid(segment.id).u32(segment.type).u32(static_cast<std::uint32_t>(segment.data.size()) + 24);
+    out.bytes(segment.data);
+  }
+  return out.result();
+}
+
+}  // namespace jttk::testing

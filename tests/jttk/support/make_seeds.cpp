@@ -1,0 +1,101 @@
+// Writes the seeds of the fuzz targets of container and shape codecs: make_seeds CORPUS_FOLDER.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/jttk/support/jt_shapes.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace jttk::testing;
+using jttk::PacketForm;
+
+void write(const fs::path& path, const Bytes& bytes) {
+  fs::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+// The fuzz targets of packets, topology and shapes take one byte first: the form.
+Bytes withForm(PacketForm form, const Bytes& bytes) {
+  return ByteBuilder().u8(form == PacketForm::Jt10 ? 1 : 0).bytes(bytes).result();
+}
+
+std::string formName(PacketForm form) { return form == PacketForm::Jt10 ? "10" : "9"; }
+
+void writePackets(const fs::path& folder, PacketForm form) {
+  const auto save = [&](const char* name, const Bytes& bytes) {
+    write(folder / (name + formName(form)), withForm(form, bytes));
+  };
+  const Bytes plain = packetOf({5, -3, 100, 7, 7}, form);
+  save("fixed", plain);
+  save("chopped", ByteBuilder().u32(5).u8(4).u8(8).u32(3).u8(16).bytes(plain).bytes(plain).result());
+  save("recent",
+       ByteBuilder().u32(3).u8(5).bytes(packetOf({4, 9}, form)).bytes(packetOf({-1, -1, 1}, form)).result());
+  BitBuilder table;
+  table.number(3, 16);
+  if (form == PacketForm::Jt9) table.number(3, 6);
+  table.number(2, 6).number(3, form == PacketForm::Jt9 ? 6 : 7).number(10, 32);
+  const int symbol_width = form == PacketForm::Jt9 ? 3 : 1;
+  table.number(form == PacketForm::Jt9 ? 2 : 0, symbol_width).number(2, 2).number(0, 3);
+  table.number(form == PacketForm::Jt9 ? 3 : 0, symbol_width).number(1, 2).number(7, 3);
+  table.number(form == PacketForm::Jt9 ? 0 : 1, symbol_width).number(1, 2).number(0, 3);
+  BitBuilder text;
+  text.bits("0 10 11 0 0000 0000 0000 0000 00");
+  save("arithmetic", ByteBuilder()
+                         .u32(4)
+                         .u8(3)
+                         .bytes(text.asCodeText())
+                         .bytes(table.asBytes())
+                         .bytes(packetOf({77}, form))
+                         .result());
+}
+
+void writeShapes(const fs::path& root, PacketForm form) {
+  const std::string name = formName(form);
+  const fs::path topology = root / "topology_fuzz";
+  write(topology / ("tetrahedron" + name), withForm(form, topologyBytes(tetrahedronSymbols(7), form)));
+  write(topology / ("cube" + name), withForm(form, topologyBytes(cubeSymbols(1), form)));
+  write(topology / ("triangle" + name), withForm(form, topologyBytes(triangleSymbols(), form)));
+  write(topology / ("bow_tie" + name), withForm(form, topologyBytes(bowTieSymbols(), form)));
+  const fs::path shapes = root / "shape_lod_fuzz";
+  ShapeOptions options;
+  options.form = form;
+  const auto save = [&](const char* shape, const jttk::Guid& kind, const Bytes& rep) {
+    write(shapes / (shape + name), withForm(form, shapeElement(kind, form, rep)));
+  };
+  save("lossless", kTriStripSetId, topologicalRepData(tetrahedronSymbols(7), 4, 12, options));
+  options.quantized = true;
+  options.bindings = 0x15a;
+  save("lossy", kTriStripSetId, topologicalRepData(bowTieSymbols(), 5, 5, options));
+  save("lines", kPolylineSetId, polylineRepData(form));
+}
+
+void writeContainers(const fs::path& folder) {
+  const Bytes packed = zlibOf(ByteBuilder().text("scene graph scene graph").result());
+  const Bytes graph =
+      ByteBuilder().u32(2).u32(static_cast<std::uint32_t>(packed.size()) + 1).u8(2).bytes(packed).result();
+  const Bytes stored = ByteBuilder().u32(0).u32(5).u8(1).text("abcd").result();
+  const jttk::Guid other{7, 7, 7, {}};
+  for (const char* version : {"8.1", "9.5", "10.0"}) {
+    write(folder / version, container(version, {{kSegmentId, 1, graph}, {other, 4, stored}}));
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fputs("usage: make_seeds CORPUS_FOLDER\n", stderr);
+    return 2;
+  }
+  const fs::path root = argv[1];
+  for (const PacketForm form : {PacketForm::Jt9, PacketForm::Jt10}) {
+    writePackets(root / "int32_packet_mk2_fuzz", form);
+    writeShapes(root, form);
+  }
+  writeContainers(root / "container_fuzz");
+  return 0;
+}
