@@ -1,0 +1,51 @@
+// The figures that nodes carry: box, area, counts.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "samples/maker/byte_writer.h"
+#include "samples/maker/product.h"
+
+namespace loftbay::maker {
+
+struct Figures {
+  bool empty = true;  // no box yet
+  Vec3 min;
+  Vec3 max;
+  double area = 0;
+  std::uint64_t vertices = 0;
+  std::uint64_t nodes = 0;
+  std::uint64_t polygons = 0;
+
+  void include(const Vec3& point);
+  void add(const Figures& other);
+  // As placed by `matrix`: the box boxed again, the area scaled.
+  [[nodiscard]] Figures placed(const Matrix& matrix) const;
+};
+
+// Box, area and counts of a shape; the area of lines and points is 0.
+Figures measure(const Shape& shape);
+
+// What the scene graph has to know of a shape after its segment was written.
+struct ShapeRecord {
+  ShapeKind kind = ShapeKind::Triangles;
+  std::uint64_t bindings = 0;
+  bool has_normals = false;
+  bool has_colors = false;
+  bool has_texture = false;
+  Figures figures;
+  std::optional<Material> material;
+  GuidValue segment;
+  std::uint32_t segment_type = 0;
+  std::int32_t object_id = 0;
+};
+
+// Per part: its levels, finest first.
+struct PartRecord {
+  std::vector<std::vector<ShapeRecord>> lods;
+  Figures figures;  // of the finest level
+};
+
+}  // namespace loftbay::maker

@@ -1,0 +1,25 @@
+// Checks that a written file holds together: places and lengths of segments and elements, ids, children, the
+// property table. It knows the layouts a second time, from the reader's side and as little as it needs, and
+// uses nothing of the writer.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace loftbay::maker {
+
+struct FileSummary {
+  std::vector<std::string> problems;  // empty: the file holds together
+  std::string version;
+  std::map<std::uint32_t, std::size_t> segments;   // per type
+  std::map<std::string, std::size_t> elements;     // scene graph elements per first field of their type id (hex)
+  std::size_t properties = 0;                      // pairs in the property table
+  std::size_t late_loaded = 0;                     // atoms that name a segment of this file
+};
+
+FileSummary verifyFile(std::span<const std::uint8_t> file);
+
+}  // namespace loftbay::maker
