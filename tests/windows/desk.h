@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ inline constexpr int kOptimize = 1007;
 inline constexpr int kAboutText = 1008;
 inline constexpr int kIgnoreLines = 1009;
 inline constexpr int kIgnorePoints = 1010;
+
+// The whole text matches the (ECMAScript) pattern.
+MATCHER_P(LooksLike, pattern, "") { return std::regex_match(arg, std::regex(pattern)); }
 
 class Desk : public testing::Test {
  protected:

@@ -128,10 +128,12 @@ HWND Program::mainWindow() {
   HWND main = nullptr;
   waitFor("the main window", [&] {
     for (const HWND window : windows()) {
-      if (GetDlgItem(window, kInputControl) != nullptr && !text(window).empty()) main = window;
+      if (GetDlgItem(window, kInputControl) != nullptr) main = window;
     }
     return main != nullptr;
   });
+  // Answered only when the initialisation is through.
+  SendMessageW(main, WM_NULL, 0, 0);
   return main;
 }
 

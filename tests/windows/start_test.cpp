@@ -23,7 +23,7 @@ TEST_F(Start, MakesTheNamedBaseDirectoryAndADatedOneInIt) {
   close(program);
   ASSERT_EQ(workDirectories().size(), 1U);
   EXPECT_THAT(workDirectories().front().filename().string(),
-              testing::ContainsRegex("^Loftbay-[0-9]+-[0-9]+-[0-9]+-[0-9]+-[0-9]+-[0-9]+$"));
+              LooksLike("Loftbay-[0-9]+-[0-9]+-[0-9]+-[0-9]+-[0-9]+-[0-9]+"));
 }
 
 TEST_F(Start, TakesTheFirstVariableThatIsSet) {
