@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cwchar>
 
+#include "samples/maker/write_jt.h"
 #include "tests/windows/desk.h"
 // After windows.h, whose types it uses.
 #include <shellapi.h>
@@ -83,9 +84,8 @@ TEST_F(Conversion, ConvertsTheSample) {
                                   "[0-9]+ Kb\t\tPeak Memory Usage :[0-9]+ Kb\t"));
   EXPECT_EQ(lines[6], "obJt2Zix::Start conversion...");
   EXPECT_EQ(lines[lines.size() - 2], "obJt2Zix::Conversion completed.");
-  EXPECT_THAT(lines.back(),
-              testing::MatchesRegex("CJt2ZixDlg::OnBnClickedOk : Memory Usage after conversion: "
-                                    "[0-9]+ Kb\t\tPeak Memory Usage :[0-9]+ Kb\t"));
+  EXPECT_THAT(lines.back(), LooksLike("CJt2ZixDlg::OnBnClickedOk : Memory Usage after conversion: "
+                                      "[0-9]+ Kb\t\tPeak Memory Usage :[0-9]+ Kb\t"));
   EXPECT_EQ(count(lines, "obJt2Zix::WriteShape():Optimize option enabled") > 0, true);
 }
 
@@ -109,35 +109,66 @@ TEST_F(Conversion, TellsOfAFailure) {
   EXPECT_FALSE(fs::exists(scene_));
 }
 
-TEST_F(Conversion, LineShapesFollowTheIgnoreBoxThroughTheRun) {
+// A model with a triangle, a line and two points.
+void writeFigures(const Path& file) {
+  const auto shape = [](maker::ShapeKind kind, std::vector<std::uint32_t> starts) {
+    maker::Shape result;
+    result.kind = kind;
+    result.positions = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0}};
+    result.primitive_starts = std::move(starts);
+    for (std::uint32_t i = 0; i < result.primitive_starts.back(); ++i) result.corner_positions.push_back(i);
+    return result;
+  };
+  maker::Part part;
+  part.name = "Figures";
+  part.lods = {{shape(maker::ShapeKind::Triangles, {0, 3}), shape(maker::ShapeKind::Polylines, {0, 2}),
+                shape(maker::ShapeKind::Points, {0, 1, 2})}};
+  maker::Product product;
+  product.name = "Figures";
+  product.parts = {part};
+  product.root = maker::partRef(0);
+  const auto bytes = maker::writeJtBytes(product, {});
+  write(file, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+TEST_F(Conversion, LineAndPointShapesFollowTheIgnoreBoxesThroughTheRun) {
+  writeFigures(model_);
   Program program(options());
   const HWND window = program.mainWindow();
-  const HWND lines_box = item(window, kIgnoreLines);
-  const auto written = [&] { return count(log(), "obJt2Zix::Write2DElements():Start"); };
+  const auto lines = [&] { return count(log(), "obJt2Zix::Write2DElements():Start"); };
+  const auto points = [&] { return count(log(), "obJt2Zix::WritePointElements():Start"); };
+  const auto toggle = [&](int control) {
+    const bool checked = isChecked(item(window, control));
+    click(item(window, control));
+    waitFor("the box to change", [&] { return isChecked(item(window, control)) != checked; });
+  };
 
   translate(program, model_, scene_);
   expectSuccess(program);
-  EXPECT_EQ(written(), 0);
-  const auto without_lines = fs::file_size(scene_);
+  EXPECT_EQ(lines(), 0);
+  EXPECT_EQ(points(), 0);
+  const std::string triangles_only = contents(scene_);
 
-  click(lines_box);
-  waitFor("the box to be cleared", [&] { return !isChecked(lines_box); });
+  toggle(kIgnoreLines);
   click(item(window, kTranslate));
   expectSuccess(program);
-  const auto once = written();
-  EXPECT_GT(once, 0);
-  EXPECT_GT(fs::file_size(scene_), without_lines);
+  EXPECT_EQ(lines(), 1);
+  EXPECT_EQ(points(), 0);
 
+  toggle(kIgnorePoints);
   click(item(window, kTranslate));
   expectSuccess(program);
-  EXPECT_EQ(written(), 2 * once) << "a second conversion starts from the settings of the first";
+  EXPECT_EQ(lines(), 2) << "a second conversion starts from the settings of the first";
+  EXPECT_EQ(points(), 1);
+  EXPECT_GT(fs::file_size(scene_), triangles_only.size());
 
-  click(lines_box);
-  waitFor("the box to be checked", [&] { return isChecked(lines_box); });
+  toggle(kIgnoreLines);
+  toggle(kIgnorePoints);
   click(item(window, kTranslate));
   expectSuccess(program);
-  EXPECT_EQ(written(), 2 * once);
-  EXPECT_EQ(fs::file_size(scene_), without_lines);
+  EXPECT_EQ(lines(), 2);
+  EXPECT_EQ(points(), 1);
+  EXPECT_EQ(contents(scene_), triangles_only);
 }
 
 TEST_F(Conversion, PathsMayHoldAnyCharacter) {

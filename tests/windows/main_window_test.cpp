@@ -69,8 +69,6 @@ TEST_F(MainWindow, HasTheStatedFrame) {
   EXPECT_EQ(style & WS_CAPTION, WS_CAPTION);
   EXPECT_NE(style & WS_SYSMENU, 0);
   EXPECT_NE(GetWindowLongPtrW(window_, GWL_EXSTYLE) & WS_EX_APPWINDOW, 0);
-  EXPECT_NE(SendMessageW(window_, WM_GETICON, ICON_BIG, 0), 0);
-  EXPECT_NE(SendMessageW(window_, WM_GETICON, ICON_SMALL, 0), 0);
   activate(window_);
   keepPicture(window_, "main-window");
 }
@@ -158,7 +156,8 @@ TEST_F(MainWindow, TheSystemMenuShowsTheAboutBox) {
     return menu != nullptr && IsWindowVisible(menu) != 0;
   });
   keepPicture(menu, "system-menu");
-  press('A');  // the letter that the entry's text names
+  press(VK_UP);  // from above the first entry to the last one
+  press(VK_RETURN);
   expectAboutBox(program_, nullptr);
 }
 

@@ -19,6 +19,8 @@ namespace loftbay::gui {
 
 namespace {
 
+constexpr int kStillPictures = 20;
+
 // A bitmap in memory that can be drawn on and read.
 class Canvas {
  public:
@@ -126,8 +128,16 @@ void writePng(const Picture& picture, const std::string& file_name) {
 void keepPicture(HWND window, const std::string& name) {
   const char* const folder = std::getenv("LOFTBAY_GUI_PICTURES");
   if (folder == nullptr) return;
-  waitFor("the window to be drawn", [&] { return isDrawn(window); });
-  writePng(pictureOf(window), std::string(folder) + "/" + name + ".png");
+  // Drawn, and no longer changing.
+  Picture last = pictureOf(window);
+  int same = 0;
+  waitFor("the window to be drawn", [&] {
+    Picture now = pictureOf(window);
+    same = now.pixels == last.pixels ? same + 1 : 0;
+    last = std::move(now);
+    return same == kStillPictures && !last.oneColour();
+  });
+  writePng(last, std::string(folder) + "/" + name + ".png");
 }
 
 }  // namespace loftbay::gui
