@@ -1,29 +1,13 @@
 #include "cli/arguments.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <numeric>
 
+#include "cli/closest_match.h"
 #include "cli/program.h"
 
 namespace loftbay::cli {
 
 namespace {
-
-std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-    }
-  }
-  return row.back();
-}
 
 std::vector<std::string> optionNames(const CLI::App& app) {
   std::vector<std::string> names;
@@ -49,19 +33,6 @@ std::optional<std::string> unknownOption(const CLI::App& app, const std::vector<
 }
 
 }  // namespace
-
-std::optional<std::string> closestMatch(std::string_view word, const std::vector<std::string>& candidates) {
-  std::optional<std::string> best;
-  std::size_t best_distance = word.size() / 2 + 1;
-  for (const auto& candidate : candidates) {
-    const std::size_t distance = editDistance(word, candidate);
-    if (distance < best_distance) {
-      best_distance = distance;
-      best = candidate;
-    }
-  }
-  return best;
-}
 
 int wrongUsage(const std::string& program, const std::string& message) {
   std::fprintf(stderr, "%s: %s\nTry '%s --help'.\n", program.c_str(), message.c_str(), program.c_str());

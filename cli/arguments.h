@@ -10,9 +10,6 @@
 
 namespace loftbay::cli {
 
-// The candidate with the smallest edit distance to `word`, if it is close enough to be meant.
-std::optional<std::string> closestMatch(std::string_view word, const std::vector<std::string>& candidates);
-
 // Parses `arguments` with `app`. Empty when the program is to go on, else its exit code: help was printed,
 // or wrong usage explained.
 std::optional<int> parseArguments(CLI::App& app, const std::vector<std::string>& arguments);

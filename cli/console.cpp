@@ -5,28 +5,18 @@
 #include <cstring>
 
 #ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
 #include <windows.h>
 #else
 #include <unistd.h>
 #include <csignal>
 #endif
 
+#include "cli/program.h"
 #include "zix/interrupted_write.h"
 
 namespace loftbay::cli {
 
-namespace {
-constexpr int kInterrupted = 130;
-}
-
 #ifdef _WIN32
-
-void prepareConsole() {
-  _setmode(_fileno(stdout), _O_BINARY);
-  SetConsoleOutputCP(CP_UTF8);
-}
 
 void exitOnInterrupt() {
   SetConsoleCtrlHandler(
@@ -38,8 +28,6 @@ void exitOnInterrupt() {
 }
 
 #else
-
-void prepareConsole() {}
 
 namespace {
 

@@ -6,10 +6,6 @@
 
 namespace loftbay::cli {
 
-// Standard output takes bytes as they are (Windows would turn \n into CRLF in pipes) and the console shows
-// UTF-8.
-void prepareConsole();
-
 // From now on an interrupt (Ctrl-C, SIGTERM) removes the temporary of a file that is being written, and ends
 // the process with code 130.
 void exitOnInterrupt();

@@ -25,5 +25,5 @@ int wmain(int argc, wchar_t** argv) {
   _setmode(_fileno(stdout), _O_BINARY);
   std::vector<std::string> arguments;
   for (int i = 1; i < argc; ++i) arguments.push_back(utf8(argv[i]));
-  return loftbay::cli::runProgramCaught("loftbay", arguments);
+  return loftbay::cli::runProgramCaught(LOFTBAY_PROGRAM, arguments);
 }

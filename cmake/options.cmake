@@ -17,6 +17,15 @@ if(LOFTBAY_SANITIZE)
     -fno-omit-frame-pointer)
   target_link_options(loftbay_options INTERFACE -fsanitize=address,undefined)
 endif()
+if(LOFTBAY_FUZZ)
+  # Coverage of the libraries too, else the engine is blind behind the target's own file.
+  target_compile_options(loftbay_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+if(LOFTBAY_FUZZ)
+  # Coverage of the libraries, too; the fuzz targets add the engine.
+  target_compile_options(loftbay_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 function(loftbay_library name)
   add_library(${name} STATIC ${ARGN})

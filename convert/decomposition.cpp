@@ -9,9 +9,13 @@ namespace {
 
 float dot(const Vector3& a, const Vector3& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
-// Sum of squares in single precision, root and reciprocal in double.
+// Root and reciprocal in double precision: a quarter turn about z then has the axis (0, 0, 1) exactly.
+float reciprocalRoot(float square) {
+  return static_cast<float>(1.0 / std::sqrt(static_cast<double>(square)));
+}
+
 Vector3 normalized(const Vector3& v) {
-  const auto factor = static_cast<float>(1.0 / std::sqrt(static_cast<double>(dot(v, v))));
+  const float factor = reciprocalRoot(dot(v, v));
   return {v[0] * factor, v[1] * factor, v[2] * factor};
 }
 
@@ -81,7 +85,7 @@ AxisAngle axisAngle(const Matrix3& rotation) {
   }
   const float n = v[1] * v[1] + v[0] * v[0] + v[2] * v[2];
   if (!(n > 0.0F)) return {{1.0F, 0.0F, 0.0F}, 0.0F};
-  const float factor = 1.0F / std::sqrt(n);
+  const float factor = reciprocalRoot(n);
   // The single-precision arc cosine of C libraries differs in the last bit; the narrowed double does not.
   const auto half_angle = static_cast<float>(std::acos(static_cast<double>(w)));
   return {{v[0] * factor, v[1] * factor, v[2] * factor}, 2.0F * half_angle};

@@ -1,5 +1,8 @@
 // Writes the project's sample files into the folder that is given (default: the current one):
-//   beam_engine.jt       JT 9.5, one file, nested assemblies
+//   beam_engine.jt       a beam steam engine; JT 9.5, lossless, nested assemblies, two levels of detail
+//   beam_engine_8.1.jt   the same with quantised triangle strips
+//   beam_engine_10.0.jt  the same quantised, with xz compression
+//   survey.jt            a hill as coloured triangles, contour lines and points; JT 9.5
 // The committed files in samples/ were made by this program; equal code gives equal bytes.
 #include <cstdio>
 #include <exception>

@@ -26,4 +26,8 @@ ExportResult exportStl(const SceneFile& scene, std::string_view program_path);
 // as `l`, points as `p`.
 ExportResult exportObj(const SceneFile& scene, std::string_view program_path);
 
+// Binary glTF 2.0 with tree, names, placements and materials (see docs/zix-tool.md for the mapping). Fails
+// where the result would pass 4 GiB, which is the format's limit.
+ExportResult exportGlb(const SceneFile& scene, std::string_view program_path);
+
 }  // namespace Orb::Zix

@@ -10,15 +10,16 @@
 #include <iostream>
 #include <sstream>
 
-#include "app/path_validation.h"
 #include "cli/arguments.h"
+#include "cli/console.h"
 #include "cli/json_text.h"
-#include "cli/loftbay/interrupt.h"
 #include "cli/loftbay/message_stream.h"
 #include "cli/loftbay/report.h"
 #include "cli/program.h"
-#include "convert/obJt2Zix.h"
+#include "convert/job.h"
+#include "convert/path_validation.h"
 #include "diag/tolerance.h"
+#include "diag/trace_log.h"
 #include "diag/work_directory.h"
 #include "host/path.h"
 #include "host/process.h"
@@ -118,11 +119,11 @@ class Conversion {
     const std::string input = host::toProgramPath(options_.input);
     const std::string output = host::toProgramPath(options_.output);
     prepareProcess();
-    if (!app::ValidateInputOutput(input, output)) return kPathRefused;
+    if (!convert::validatePaths(input, output)) return kPathRefused;
 
     bool success = false;
     try {
-      const obJt2Zix job(input.c_str(), output.c_str(), &success, options_.optimize);
+      const convert::obJt2Zix job(input.c_str(), output.c_str(), &success, options_.optimize);
     } catch (const std::exception& error) {
       observer_.clearProgress();
       fmt::print(stderr, "loftbay: {}: {}\n", options_.input, error.what());
@@ -130,24 +131,20 @@ class Conversion {
       messages_.markTold(error.what());
       return kFailed;
     }
-    if (report_.counts.meshes == 0 && report_.skipped.empty() && report_.notes.empty()) {
-      report_.notes.emplace_back("The file holds no shapes; the scene has nodes only.");
-    }
     return success && !box_shown_ ? kDone : kFailed;
   }
 
   void prepareProcess() {
     if (options_.work_dir) {
-      diag::SelectUniqueWorkDirectory(kLogFileName, host::toProgramPath(*options_.work_dir));
+      diag::selectOwnWorkDirectory(kLogFileName, host::toProgramPath(*options_.work_dir));
     } else {
-      diag::SelectUniqueWorkDirectory(kLogFileName, std::nullopt);
+      diag::selectOwnWorkDirectory(kLogFileName);
     }
     report_.log = host::toHostPath(diag::logPath());
     if (options_.tess_tolerance) {
-      diag::UlpTessTolerance = *options_.tess_tolerance;
-      diag::UlpTessToleranceGiven = true;
+      diag::setUlpTessTolerance(*options_.tess_tolerance);
     } else {
-      diag::readToleranceFromEnvironment();
+      diag::readUlpTessTolerance();
     }
     jttk::settings().allow_outside = options_.allow_outside;
   }
@@ -207,7 +204,7 @@ int convertCommand(const std::vector<std::string>& arguments) {
   }
   options.optimize = !no_optimize;
 
-  installInterruptHandler();
+  exitOnInterrupt();
   ConversionReport report;
   Conversion conversion(options, report);
   conversion.run();

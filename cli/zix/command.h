@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/program.h"
+
 namespace loftbay::cli {
 
 inline constexpr std::string_view kProgram = "zix";
-
-enum ExitCode : int { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
 struct Option {
   std::string_view name;   // with its dashes
@@ -39,6 +39,7 @@ int runInfo(const Invocation& call);
 int runTree(const Invocation& call);
 int runValidate(const Invocation& call);
 int runExport(const Invocation& call);
+int runRender(const Invocation& call);
 
 std::span<const Command> commands();
 

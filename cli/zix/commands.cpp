@@ -14,9 +14,17 @@ std::span<const Command> commands() {
       {"validate", {"F"}, "Checks every byte of the file. Code 1 when it is damaged.", {}, runValidate},
       {"export",
        {"F", "OUT"},
-       "Writes the scene in another format, by OUT's extension: .stl (binary, world coordinates) or .obj.",
+       "Writes the scene in another format, by OUT's extension: .glb (tree and materials), .stl (binary) or "
+       ".obj (both in world coordinates).",
        {},
        runExport},
+      {"render",
+       {"F", "OUT.png"},
+       "A picture of the scene.",
+       {{"--size", "WxH", "Width and height in pixels; 1024x768 unless stated."},
+        {"--view", "NAME",
+         "One of the scene's views: front, back, left, right, top, bottom, iso (the default)."}},
+       runRender},
   };
   return table;
 }

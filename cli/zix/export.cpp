@@ -16,7 +16,8 @@ struct Format {
   Exporter write;
 };
 
-constexpr Format kFormats[] = {{".stl", Orb::Zix::exportStl}, {".obj", Orb::Zix::exportObj}};
+constexpr Format kFormats[] = {
+    {".glb", Orb::Zix::exportGlb}, {".stl", Orb::Zix::exportStl}, {".obj", Orb::Zix::exportObj}};
 
 std::string extensionOf(const std::string& path) {
   const auto name = path.find_last_of("/\\") == std::string::npos ? 0 : path.find_last_of("/\\") + 1;

@@ -2,17 +2,13 @@
 #include <fmt/format.h>
 
 #include <cstdio>
-#include <exception>
 #include <optional>
 
 #include "cli/closest_match.h"
 #include "cli/console.h"
+#include "cli/program.h"
 #include "cli/zix/command.h"
 #include "zix/format.h"
-
-#ifdef _WIN32
-#include <windows.h>
-#endif
 
 namespace loftbay::cli {
 
@@ -130,7 +126,7 @@ bool asksFor(std::span<const std::string> arguments, std::string_view option) {
   return false;
 }
 
-int run(const std::vector<std::string>& arguments) {
+int dispatch(const std::vector<std::string>& arguments) {
   if (arguments.empty()) {
     std::fputs((usages() + "'zix --help' says more.\n").c_str(), stderr);
     return kWrongUsage;
@@ -153,21 +149,13 @@ int run(const std::vector<std::string>& arguments) {
   return command->run(call);
 }
 
-// The one place where exceptions end (no memory, for one).
-int guardedRun(const std::vector<std::string>& arguments) {
-  prepareConsole();
-  exitOnInterrupt();
-  int code = kFailed;
-  try {
-    code = run(arguments);
-  } catch (const std::exception& error) {
-    complain(kProgram, error.what());
-  }
-  if (!finishOutput(kProgram) && code == kDone) code = kFailed;
-  return code;
-}
-
 }  // namespace
+
+int runProgram(const std::vector<std::string>& arguments) {
+  exitOnInterrupt();
+  const int code = dispatch(arguments);
+  return !finishOutput(kProgram) && code == kDone ? kFailed : code;
+}
 
 int refuseUsage(const std::string& reason) {
   complain(kProgram, reason);
@@ -176,24 +164,3 @@ int refuseUsage(const std::string& reason) {
 }
 
 }  // namespace loftbay::cli
-
-#ifdef _WIN32
-
-extern "C" int wmain(int argc, wchar_t** argv) {
-  std::vector<std::string> arguments;
-  for (int i = 1; i < argc; ++i) {
-    const int needed = WideCharToMultiByte(CP_UTF8, 0, argv[i], -1, nullptr, 0, nullptr, nullptr);
-    std::string argument(static_cast<std::size_t>(needed > 0 ? needed - 1 : 0), '\0');
-    if (needed > 1) WideCharToMultiByte(CP_UTF8, 0, argv[i], -1, argument.data(), needed, nullptr, nullptr);
-    arguments.push_back(std::move(argument));
-  }
-  return loftbay::cli::guardedRun(arguments);
-}
-
-#else
-
-int main(int argc, char** argv) {
-  return loftbay::cli::guardedRun(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
-}
-
-#endif

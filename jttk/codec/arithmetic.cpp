@@ -35,9 +35,9 @@ class EntryFinder {
     const std::uint32_t bucket = scaled >> shift_;
     std::uint32_t low = first_[bucket];
     std::uint32_t high = first_[bucket + 1];
-    // The last entry that begins at or before `scaled`. Entries without occurrences share their beginning
-    // with the next one, so the last is never one of them.
-    while (low < high) {
+    // Many entries in one bucket: the last one that begins at or before `scaled` is found by halving. Entries
+    // without occurrences share their beginning with the next one, so it is never one of them.
+    while (high - low > kFewEntries) {
       const std::uint32_t middle = low + (high - low + 1) / 2;
       if (entries_[middle].cumulative <= scaled) {
         low = middle;
@@ -45,11 +45,14 @@ class EntryFinder {
         high = middle - 1;
       }
     }
-    return entries_[low];
+    const ProbabilityEntry* entry = entries_ + low;
+    while (scaled - entry->cumulative >= entry->occurrences) ++entry;
+    return *entry;
   }
 
  private:
   static constexpr std::uint32_t kBuckets = 1024;
+  static constexpr std::uint32_t kFewEntries = 8;
   const ProbabilityEntry* entries_;
   std::uint32_t shift_ = 0;
   std::array<std::uint32_t, kBuckets + 1> first_{};
@@ -63,7 +66,8 @@ class SmallDivider {
   static constexpr std::uint32_t kLargestTotal = 1U << 15;
   explicit SmallDivider(std::uint32_t total) noexcept : factor_((std::uint64_t{1} << 47) / total + 1) {}
   [[nodiscard]] std::uint32_t share(std::uint32_t range, std::uint32_t part) const noexcept {
-    return static_cast<std::uint32_t>((std::uint64_t{range * part} * factor_) >> 47);
+    const std::uint32_t product = range * part;  // fits: see above
+    return static_cast<std::uint32_t>((product * factor_) >> 47);
   }
   [[nodiscard]] static std::uint32_t scaled(std::uint32_t place, std::uint32_t total,
                                             std::uint32_t range) noexcept {
@@ -92,10 +96,13 @@ class WideDivider {
 // low <= code <= high holds throughout, whatever the bits are: the entry is chosen so that its share of the
 // interval contains the code, and shifting keeps the order. So no share is ever empty.
 template <typename Divider>
-bool decodeValues(BitReader& bits, const ProbabilityTable& table, std::span<const std::int32_t>& out_of_band,
+bool decodeValues(BitReader& text, const ProbabilityTable& table, std::span<const std::int32_t>& out_of_band,
                   std::span<std::int32_t> values) {
+  // A copy, which the compiler can keep in registers while values are written.
+  BitReader bits = text;
   const EntryFinder finder(table);
   const Divider divider(table.total);
+  std::size_t used = 0;
   std::uint32_t low = 0;
   std::uint32_t high = 0xffff;
   std::uint32_t code = bits.bits(16);
@@ -104,28 +111,28 @@ bool decodeValues(BitReader& bits, const ProbabilityTable& table, std::span<cons
     const ProbabilityEntry& entry = finder.find(Divider::scaled(code - low + 1, table.total, range));
     high = low + divider.share(range, entry.cumulative + entry.occurrences) - 1;
     low = low + divider.share(range, entry.cumulative);
-    // Bits in common leave at the top.
+    // Bits in common leave at the top. Then low begins with 0 and high with 1; where low goes on with ones
+    // and high with zeros, these second bits are taken out too, so that the interval does not get too narrow
+    // around the middle. Together these are 16 bits at most.
     const auto common = static_cast<std::uint32_t>(std::countl_zero(static_cast<std::uint16_t>(low ^ high)));
-    low = (low << common) & 0xffffU;
-    high = ((high << common) & 0xffffU) | ((1U << common) - 1);
-    code = ((code << common) & 0xffffU) | bits.bits(common);
-    // Then low begins with 0 and high with 1. Where low goes on with ones and high with zeros, these second
-    // bits are taken out too, so that the interval does not get too narrow around the middle.
+    low <<= common;
+    high = (high << common) | ((1U << common) - 1);
     const auto squeezed =
-        static_cast<std::uint32_t>(std::countl_one(static_cast<std::uint16_t>((low & ~high) << 1)));
-    if (squeezed != 0) {
-      low = (low << squeezed) & 0x7fffU;
-      high = ((high << squeezed) & 0xffffU) | ((1U << squeezed) - 1) | 0x8000U;
-      code = (((code << squeezed) & 0xffffU) | bits.bits(squeezed)) ^ 0x8000U;
-    }
+        static_cast<std::uint32_t>(std::countl_one(static_cast<std::uint16_t>((low & ~high) << 1))) & 15U;
+    low = (low << squeezed) & (squeezed != 0 ? 0x7fffU : 0xffffU);
+    high = ((high << squeezed) | ((1U << squeezed) - 1) | (squeezed != 0 ? 0x8000U : 0U)) & 0xffffU;
+    const std::uint32_t leaving = common + squeezed;
+    code = ((code << leaving) | bits.bits(leaving)) & 0xffffU;
+    if (squeezed != 0) code ^= 0x8000U;
     if (entry.is_escape) {
-      if (out_of_band.empty()) return false;
-      value = out_of_band.front();
-      out_of_band = out_of_band.subspan(1);
+      if (used == out_of_band.size()) return false;
+      value = out_of_band[used++];
     } else {
       value = entry.value;
     }
   }
+  text = bits;
+  out_of_band = out_of_band.subspan(used);
   return true;
 }
 

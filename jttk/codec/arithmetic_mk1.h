@@ -23,6 +23,7 @@ class ArithmeticTableMk1 {
   // `table.total` must not exceed kMaximumArithmeticTotal.
   explicit ArithmeticTableMk1(const ProbabilityTableMk1& table)
       : total_(static_cast<std::uint32_t>(table.total)) {
+    if (total_ != 0) reciprocal_ = (std::uint64_t{1} << 48) / total_ + 1;
     parts_.reserve(table.entries.size());
     entry_at_.reserve(total_);
     std::uint32_t begin = 0;
@@ -42,7 +43,17 @@ class ArithmeticTableMk1 {
     std::uint32_t begin;
     std::uint32_t end;
   };
+  // range * part / total, for a range of at most 2^16 and a part of at most the total. The reciprocal r is
+  // too large by e / total with e = r * total - 2^48 <= total < 2^16; range * part < 2^32 times e is less
+  // than 2^48, so the integer part is right. And for a part below the total range * part <= 2^16 * (total -
+  // 1) keeps the product below 2^64.
+  [[nodiscard]] std::uint32_t share(std::uint32_t range, std::uint32_t part) const noexcept {
+    const std::uint32_t scaled = range * part;
+    return part == total_ ? range : static_cast<std::uint32_t>((scaled * reciprocal_) >> 48);
+  }
+
   std::uint32_t total_ = 0;
+  std::uint64_t reciprocal_ = 0;         // of the total, times 2^48
   std::vector<Part> parts_;              // per entry
   std::vector<std::uint16_t> entry_at_;  // per place in 0 .. total - 1
 };
@@ -61,33 +72,26 @@ class ArithmeticDecoderMk1 {
     const std::uint32_t place = ((code_ - low_ + 1) * table.total_ - 1) / range;
     const std::uint32_t entry = table.entry_at_[place];
     const ArithmeticTableMk1::Part part = table.parts_[entry];
-    high_ = low_ + range * part.end / table.total_ - 1;
-    low_ = low_ + range * part.begin / table.total_;
+    high_ = low_ + table.share(range, part.end) - 1;
+    low_ = low_ + table.share(range, part.begin);
     shiftOutSettledBits();
     return entry;
   }
 
  private:
-  // All leading bits in which low and high agree leave at once; then all places behind the first bit where
-  // low has 1 and high has 0, with the place's bit turned over (the range straddles the middle).
+  // All leading bits in which low and high agree leave. Then low begins with 0 and high with 1, and all
+  // places behind that where low has 1 and high has 0 leave too, with the first bit of the code turned over
+  // (the range straddles the middle). Without branches: how many bits leave is as good as random.
   void shiftOutSettledBits() noexcept {
-    const auto equal = static_cast<unsigned>(std::countl_zero(static_cast<std::uint16_t>(low_ ^ high_)));
-    if (equal != 0) shift(equal);
-    const auto straddling =
-        static_cast<unsigned>(std::countl_one(static_cast<std::uint16_t>((low_ & ~high_) << 1)));
-    if (straddling != 0) {
-      shift(straddling);
-      low_ &= 0x7fffU;
-      high_ |= 0x8000U;
-      code_ ^= 0x8000U;
-    }
-  }
-
-  void shift(unsigned count) noexcept {
-    low_ = (low_ << count) & 0xffffU;
-    high_ = ((high_ << count) | ((1U << count) - 1)) & 0xffffU;
-    code_ = ((code_ << count) | bits_->peek(count)) & 0xffffU;
-    bits_->skip(count);
+    const auto settled = static_cast<unsigned>(std::countl_zero(static_cast<std::uint16_t>(low_ ^ high_)));
+    // The shift brings zeros into low and ones into high, so nothing new straddles.
+    const std::uint32_t apart = (low_ & ~high_) << settled;
+    const auto straddling = static_cast<unsigned>(std::countl_one(static_cast<std::uint16_t>(apart << 1)));
+    const unsigned count = (settled + straddling) & 31U;  // 16 at most: both lie in the registers' 16 bits
+    low_ = (low_ << count) & 0x7fffU;
+    high_ = (((high_ << count) | ((1U << count) - 1)) & 0xffffU) | 0x8000U;
+    const std::uint32_t turned = static_cast<std::uint32_t>(straddling != 0) << 15;
+    code_ = (((code_ << count) | bits_->bits(count)) & 0xffffU) ^ turned;
   }
 
   BitReader* bits_;

@@ -97,8 +97,7 @@ Result<void> decodeVariable(const CodeText& text, BitReader& bits, PacketForm fo
 Result<void> decodeBitLength(const CodeText& text, PacketForm form, std::span<std::int32_t> values) {
   BitReader bits = text.bits();
   const bool variable = bits.bits(1) != 0;
-  const auto done =
-      variable ? decodeVariable(text, bits, form, values) : decodeFixed(text, bits, form, values);
+  auto done = variable ? decodeVariable(text, bits, form, values) : decodeFixed(text, bits, form, values);
   if (!done) return done;
   if (bits.overread()) return damaged("the code text is too short", text, bits);
   if (bits.consumed() != bits.length()) {

@@ -33,7 +33,7 @@ Result<void> ComponentArrays::readCodes(const char* what, std::uint32_t componen
   values_.resize(components);
   const Predictor predictor = prediction == Prediction::Lag1 ? Predictor::Lag1 : Predictor::Null;
   for (auto& values : values_) {
-    const auto done = packets_.readExactly(reader_, what, predictor, count_, values);
+    auto done = packets_.readExactly(reader_, what, predictor, count_, values);
     if (!done) return done;
   }
   return checkHash(what, prediction);
@@ -42,7 +42,7 @@ Result<void> ComponentArrays::readCodes(const char* what, std::uint32_t componen
 Result<void> ComponentArrays::readFloatBits(const char* what, std::uint32_t components,
                                             Prediction prediction) {
   if (packets_.form() == PacketForm::Jt10) return readCodes(what, components, prediction);
-  const auto done = readFloatParts(what, components, prediction);
+  auto done = readFloatParts(what, components, prediction);
   if (!done) return done;
   reader_.skip(sizeof(std::uint32_t), what);
   if (!reader_.ok()) return reader_.unexpected();

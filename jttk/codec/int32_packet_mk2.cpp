@@ -124,7 +124,7 @@ Result<void> Int32PacketReader::readChopper(ByteReader& reader, std::vector<std:
   const std::uint32_t chop_bits = reader.u8("chopper");
   if (!reader.ok()) return reader.unexpected();
   if (chop_bits == 0) {
-    const auto done = readPacket(reader, count, values, depth + 1);
+    auto done = readPacket(reader, count, values, depth + 1);
     if (!done) return done;
     return expectCount(values, count, "the packet in a chopper packet", start);
   }

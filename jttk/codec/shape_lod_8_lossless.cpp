@@ -83,11 +83,9 @@ void copyColumn(std::span<const std::byte> bytes, std::size_t record_floats, std
   const std::size_t record_bytes = record_floats * kFloatBytes;
   const std::size_t record_count = bytes.size() / record_bytes;
   target.assign(record_count * stride, fill);
-  const std::byte* from = bytes.data() + place * kFloatBytes;
-  float* to = target.data();
-  for (std::size_t record = 0; record < record_count; ++record, from += record_bytes, to += stride) {
-    ByteReader floats({from, count * kFloatBytes}, order);
-    for (std::size_t i = 0; i < count; ++i) to[i] = floats.f32("float");
+  for (std::size_t record = 0; record < record_count; ++record) {
+    ByteReader floats(bytes.subspan(record * record_bytes + place * kFloatBytes, count * kFloatBytes), order);
+    for (std::size_t i = 0; i < count; ++i) target[record * stride + i] = floats.f32("float");
   }
 }
 

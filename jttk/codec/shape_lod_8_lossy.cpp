@@ -70,12 +70,12 @@ Result<void> readQuantized(ByteReader& in, const UniformQuantizer& quantizer, st
   records.values.resize(records.count * records.stride);
   const Dequantizer dequantize(quantizer);
   std::uint32_t greatest = 0;
-  float* target = records.values.data() + component;
+  std::size_t place = component;
   for (const std::int32_t value : codes) {
     const auto code = static_cast<std::uint32_t>(value);
     greatest = std::max(greatest, code);
-    *target = dequantize(code);
-    target += records.stride;
+    records.values[place] = dequantize(code);
+    place += records.stride;
   }
   if (greatest <= quantizer.largestCode()) return {};
   return fail(std::string(what) + ": code " + std::to_string(greatest) + " has more than " +

@@ -291,7 +291,7 @@ Result<void> VertexArrayReader::readVertexFlags(std::uint32_t count, std::vector
                 start);
   }
   std::vector<std::int32_t> values;
-  const auto done = packets_.readExactly(reader_, "vertex flags", Predictor::Null, count, values);
+  auto done = packets_.readExactly(reader_, "vertex flags", Predictor::Null, count, values);
   if (!done) return done;
   flags.assign(values.begin(), values.end());
   return {};

@@ -1,6 +1,7 @@
 #include "jttk/model/file_finder.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "host/directory.h"
 #include "host/file.h"
@@ -79,20 +80,30 @@ std::string foldCase(std::string_view utf8) {
 }
 
 FileFinder::FileFinder(std::string_view model_path, bool allow_outside) : allow_outside_(allow_outside) {
-  // The link that the user named may lead elsewhere: the model is where the file really lies.
-  const auto model = host::canonicalPath(model_path);
-  const auto folder = host::canonicalPath(folderOf(model ? *model : std::string(model_path)));
-  if (folder) model_folder_ = folder->back() == kSeparator ? *folder : *folder + kSeparator;
+  const auto add = [&](const std::optional<std::string>& folder) {
+    if (folder) model_folders_.push_back(folder->back() == kSeparator ? *folder : *folder + kSeparator);
+  };
+  add(host::canonicalPath(folderOf(model_path)));
+  if (const auto model = host::canonicalPath(model_path)) add(host::canonicalPath(folderOf(*model)));
 }
 
 FileFinder::Found FileFinder::find(std::string_view referring_path, std::string_view reference) {
+  Found found = findFrom(folderOf(referring_path), reference);
+  if (!found.path.empty()) return found;
+  const auto real_path = host::canonicalPath(referring_path);
+  if (!real_path) return found;
+  Found from_real = findFrom(folderOf(*real_path), reference);
+  from_real.refused = from_real.path.empty() && (from_real.refused || found.refused);
+  return from_real;
+}
+
+FileFinder::Found FileFinder::findFrom(const std::string& folder, std::string_view reference) {
   const std::vector<std::string> names = components(reference);
   if (names.empty()) return {};
-  const std::string folder = folderOf(referring_path);
   Found found = isAbsolute(reference) ? check(std::string(reference)) : check(resolve(folder, names));
   if (!found.path.empty()) return found;
   Found beside = check(resolve(folder, {names.back()}));
-  if (beside.path.empty()) beside.refused = beside.refused || found.refused;
+  beside.refused = beside.path.empty() && (beside.refused || found.refused);
   return beside;
 }
 
@@ -123,7 +134,8 @@ const std::map<std::string, std::string>& FileFinder::listing(const std::string&
 }
 
 bool FileFinder::isInside(const std::string& canonical) const {
-  return !model_folder_.empty() && canonical.compare(0, model_folder_.size(), model_folder_) == 0;
+  return std::any_of(model_folders_.begin(), model_folders_.end(),
+                     [&](const std::string& folder) { return canonical.starts_with(folder); });
 }
 
 FileFinder::Found FileFinder::check(const std::string& path) const {

@@ -20,10 +20,12 @@ class FileFinder {
     bool refused = false;   // a file was found, but it lies outside
   };
   // `reference`: the text in the file. Tried: the reference seen from the referring file's folder (exactly,
-  // then with any letter case), then its bare name in that folder.
+  // then with any letter case), then its bare name in that folder; where the referring file was named through
+  // a link, the same again from where it really lies.
   Found find(std::string_view referring_path, std::string_view reference);
 
  private:
+  Found findFrom(const std::string& folder, std::string_view reference);
   // `names` seen from `folder`, letter case ignored where there is no exact match.
   std::string resolve(std::string folder, const std::vector<std::string>& names);
   // Names in a folder by their lower case form.
@@ -31,7 +33,8 @@ class FileFinder {
   [[nodiscard]] bool isInside(const std::string& canonical) const;
   Found check(const std::string& path) const;
 
-  std::string model_folder_;  // canonical, with the separator at its end; empty when it has none
+  // Canonical, with the separator at the end: where the model was named, and where it really lies.
+  std::vector<std::string> model_folders_;
   bool allow_outside_;
   std::map<std::string, std::map<std::string, std::string>> listings_;
 };

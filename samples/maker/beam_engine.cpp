@@ -48,7 +48,8 @@ Pose pose() {
   double high = 20;
   for (int i = 0; i < 40; ++i) {  // the rod's length decides the beam's angle
     const double middle = (low + high) / 2;
-    const Point2 end = {kHalfBeam * std::cos(radians(middle)), kPivotHeight + kHalfBeam * std::sin(radians(middle))};
+    const Point2 end = {kHalfBeam * std::cos(radians(middle)),
+                        kPivotHeight + kHalfBeam * std::sin(radians(middle))};
     const double length = std::hypot(end.x - out.crank_pin.x, end.y - out.crank_pin.y);
     (length < kRodLength ? low : high) = middle;
   }
@@ -59,7 +60,8 @@ Pose pose() {
   out.left_end = {-c, kPivotHeight - s};
   const double aside = out.left_end.x - kCylinderX;
   out.crosshead = {kCylinderX, out.left_end.y - std::sqrt(kLinkLength * kLinkLength - aside * aside)};
-  out.rod_deg = tidy(degrees(std::atan2(out.right_end.x - out.crank_pin.x, out.right_end.y - out.crank_pin.y)));
+  out.rod_deg =
+      tidy(degrees(std::atan2(out.right_end.x - out.crank_pin.x, out.right_end.y - out.crank_pin.y)));
   out.link_deg = tidy(degrees(std::atan2(aside, out.left_end.y - out.crosshead.y)));
   return out;
 }
@@ -86,12 +88,15 @@ Outline hole(double x, double y, double radius, std::size_t segments) {
 
 Outline roundedRectangle(double half_x, double half_y, double radius, std::size_t per_corner) {
   Outline out;
-  const Point2 centres[] = {{half_x - radius, half_y - radius}, {radius - half_x, half_y - radius},
-                            {radius - half_x, radius - half_y}, {half_x - radius, radius - half_y}};
+  const Point2 centres[] = {{half_x - radius, half_y - radius},
+                            {radius - half_x, half_y - radius},
+                            {radius - half_x, radius - half_y},
+                            {half_x - radius, radius - half_y}};
   for (std::size_t corner = 0; corner < 4; ++corner) {
     for (std::size_t i = 0; i <= per_corner; ++i) {
       const double angle_rad = radians(90 * (double(corner) + double(i) / double(per_corner)));
-      out.push_back({centres[corner].x + radius * std::cos(angle_rad), centres[corner].y + radius * std::sin(angle_rad)});
+      out.push_back({centres[corner].x + radius * std::cos(angle_rad),
+                     centres[corner].y + radius * std::sin(angle_rad)});
     }
   }
   return out;
@@ -109,7 +114,18 @@ Solid basePlate(std::size_t n) {
 }
 
 Solid column(std::size_t n) {
-  return turned({{0, 0}, {20, 0}, {20, 8}, {15, 12}, {12, 18}, {11, 120}, {9.5, 230}, {12, 234}, {16, 240}, {16, 250}, {0, 250}}, n);
+  return turned({{0, 0},
+                 {20, 0},
+                 {20, 8},
+                 {15, 12},
+                 {12, 18},
+                 {11, 120},
+                 {9.5, 230},
+                 {12, 234},
+                 {16, 240},
+                 {16, 250},
+                 {0, 250}},
+                n);
 }
 
 Solid entablature(std::size_t n) {
@@ -144,21 +160,30 @@ Solid beam(std::size_t n) {
   arc(0, kMiddle, lean_deg, 180 - lean_deg);
   arc(-kHalfBeam, kEnd, 180 - lean_deg, 180 + lean_deg);
   arc(0, kMiddle, 180 + lean_deg, 360 - lean_deg);
-  std::vector<Outline> holes = {hole(0, 0, 11, n), hole(kHalfBeam, 0, 7, n / 2), hole(-kHalfBeam, 0, 7, n / 2)};
+  std::vector<Outline> holes = {hole(0, 0, 11, n), hole(kHalfBeam, 0, 7, n / 2),
+                                hole(-kHalfBeam, 0, 7, n / 2)};
   for (const double side : {-1.0, 1.0}) {
     const Outline window = {{side * 50, -22}, {side * 50, 22}, {side * 185, 10}, {side * 185, -10}};
     holes.push_back(side < 0 ? reversed(window) : window);
   }
   Solid solid = upright(extruded(outline, holes, kBeamThickness), kBeamThickness);
   for (const double y : {-1.0, 1.0}) {  // bosses around the pivot
-    solid.add(upright(turned({{11, 0}, {24, 0}, {24, 8}, {11, 8}}, n), 8).move(0, y * (kBeamThickness / 2 + 4), 0));
+    solid.add(
+        upright(turned({{11, 0}, {24, 0}, {24, 8}, {11, 8}}, n), 8).move(0, y * (kBeamThickness / 2 + 4), 0));
   }
   return solid;
 }
 
 Solid cylinderBody(std::size_t n) {
-  return turned({{42, 0}, {70, 0}, {70, 10}, {54, 14}, {54, kCylinderHeight - 14}, {70, kCylinderHeight - 10},
-                 {70, kCylinderHeight}, {42, kCylinderHeight}}, n);
+  return turned({{42, 0},
+                 {70, 0},
+                 {70, 10},
+                 {54, 14},
+                 {54, kCylinderHeight - 14},
+                 {70, kCylinderHeight - 10},
+                 {70, kCylinderHeight},
+                 {42, kCylinderHeight}},
+                n);
 }
 
 Solid cylinderCover(std::size_t n) {
@@ -185,9 +210,7 @@ Solid steamPipe(std::size_t n) {
   return solid.add(flange.turnY(-90).move(-108, 0, 80));
 }
 
-Solid pistonRod(std::size_t n) {
-  return turned({{0, 0}, {41, 0}, {41, 24}, {8, 24}, {8, 150}, {0, 150}}, n);
-}
+Solid pistonRod(std::size_t n) { return turned({{0, 0}, {41, 0}, {41, 24}, {8, 24}, {8, 150}, {0, 150}}, n); }
 
 Solid crosshead(std::size_t n) {
   Solid solid = box(26, 30, 26).move(0, 0, -13);
@@ -195,9 +218,11 @@ Solid crosshead(std::size_t n) {
 }
 
 // A flat bar with an eye at either end; the lower eye is the origin, the upper one straight above.
-Solid eyedBar(double length, double radius_low, double radius_high, double bore, double thickness, std::size_t n) {
+Solid eyedBar(double length, double radius_low, double radius_high, double bore, double thickness,
+              std::size_t n) {
   const Outline outline = lever({0, 0}, radius_low, {0, length}, radius_high, n / 2);
-  return upright(extruded(outline, {hole(0, 0, bore, n / 2), hole(0, length, bore, n / 2)}, thickness), thickness);
+  return upright(extruded(outline, {hole(0, 0, bore, n / 2), hole(0, length, bore, n / 2)}, thickness),
+                 thickness);
 }
 
 Solid connectingRod(std::size_t n) {
@@ -233,11 +258,24 @@ Solid hexBolt(std::size_t n) {
 }
 
 Solid governorStand(std::size_t n) {
-  Solid solid = turned({{0, 0}, {26, 0}, {26, 6}, {12, 14}, {8, 40}, {8, 96}, {14, 100}, {14, 106}, {5, 108}, {4, 190}, {0, 190}}, n);
+  Solid solid = turned({{0, 0},
+                        {26, 0},
+                        {26, 6},
+                        {12, 14},
+                        {8, 40},
+                        {8, 96},
+                        {14, 100},
+                        {14, 106},
+                        {5, 108},
+                        {4, 190},
+                        {0, 190}},
+                       n);
   return solid.add(ball(7, n / 2).move(0, 0, 194));
 }
 
-Solid governorSleeve(std::size_t n) { return turned({{5, 0}, {14, 0}, {14, 4}, {9, 7}, {9, 11}, {14, 14}, {14, 18}, {5, 18}}, n); }
+Solid governorSleeve(std::size_t n) {
+  return turned({{5, 0}, {14, 0}, {14, 4}, {9, 7}, {9, 11}, {14, 14}, {14, 18}, {5, 18}}, n);
+}
 
 Solid governorArm(std::size_t n) {
   // Hangs from the origin, 35 degrees out towards +x, with its ball.
@@ -273,7 +311,8 @@ class Builder {
  public:
   using Make = std::function<Solid(std::size_t)>;
 
-  Ref part(std::string name, const std::optional<Material>& material, const Make& make, std::string description = {}) {
+  Ref part(std::string name, const std::optional<Material>& material, const Make& make,
+           std::string description = {}) {
     Part part;
     part.name = std::move(name);
     part.units = "Millimeters";
@@ -322,7 +361,8 @@ Ref frame(Builder& b, Ref bolt) {
   const Ref base = b.part("Base plate", kStone, basePlate);
   const Ref post = b.part("Column", kGreen, column);
   const Ref top = b.part("Entablature", kGreen, entablature);
-  const Ref block = b.part("Beam bearing", kIron, [](std::size_t n) { return bearing(34, 43, 22, 11, 20, n); });
+  const Ref block =
+      b.part("Beam bearing", kIron, [](std::size_t n) { return bearing(34, 43, 22, 11, 20, n); });
   const Ref pedestal = b.part("Main bearing", kIron, [](std::size_t n) {
     return bearing(40, kShaftHeight - kBaseHeight, 24, 12, 24, n);
   });
@@ -355,7 +395,8 @@ Ref cylinderUnit(Builder& b, Ref bolt, const Pose& now) {
                                  b.own(chest, tidied(placed(0, -82, 20, 0))), b.own(steam, at(0, -82, 124))};
   for (int i = 0; i < 8; ++i) {
     const double angle_rad = radians(45.0 * i + 22.5);
-    children.push_back(b.use(bolt, at(62 * std::cos(angle_rad), 62 * std::sin(angle_rad), kCylinderHeight + 8)));
+    children.push_back(
+        b.use(bolt, at(62 * std::cos(angle_rad), 62 * std::sin(angle_rad), kCylinderHeight + 8)));
     children.back().material = kSteel;
   }
   children.push_back(b.use(piston, at(0, 0, head_height)));
@@ -372,18 +413,18 @@ Ref beamUnit(Builder& b, Ref pin) {
 
 // Around the crankshaft; the crank points to +z before it turns.
 Ref crankUnit(Builder& b) {
-  const Ref shaft = b.part("Crankshaft", kSteel, [](std::size_t n) { return crossBar(12, 192, n).move(0, 84, 0); });
-  const Ref crank = b.part("Crank", kIron, [](std::size_t n) {
-    return eyedBar(kCrankRadius, 24, 16, 7, 16, n);
-  });
+  const Ref shaft =
+      b.part("Crankshaft", kSteel, [](std::size_t n) { return crossBar(12, 192, n).move(0, 84, 0); });
+  const Ref crank =
+      b.part("Crank", kIron, [](std::size_t n) { return eyedBar(kCrankRadius, 24, 16, 7, 16, n); });
   const Ref pin = b.part("Crank pin", kSteel, [](std::size_t n) { return crossBar(7, 40, n / 2); });
   const Ref wheel = b.part("Flywheel", kRed, wheelRim, "Diameter 320 mm");
   b.addShape(kIron, wheelSpokes);
   const Ref gear_wheel =
       b.part("Crankshaft gear", kBrass, [](std::size_t n) { return spurGear(28, 37, 43, 12, n); });
-  return b.assembly("Crank unit",
-                    {b.own(shaft, kIdentity), b.own(crank, at(0, -4, 0)), b.own(pin, at(0, -18, kCrankRadius)),
-                     b.own(wheel, at(0, 150, 0)), b.own(gear_wheel, at(0, 60, 0))});
+  return b.assembly("Crank unit", {b.own(shaft, kIdentity), b.own(crank, at(0, -4, 0)),
+                                   b.own(pin, at(0, -18, kCrankRadius)), b.own(wheel, at(0, 150, 0)),
+                                   b.own(gear_wheel, at(0, 60, 0))});
 }
 
 Ref governor(Builder& b) {
@@ -398,7 +439,8 @@ Ref feedPump(Builder& b) {
   const Ref body = b.part("Pump body", kGreen, pumpBody);
   const Ref pinion = b.part("Pump pinion", kBrass, [](std::size_t n) { return spurGear(14, 17, 23, 7, n); });
   const Ref shaft = b.part("Pump shaft", kSteel, [](std::size_t n) { return crossBar(7, 60, n / 2); });
-  return b.assembly("Feed pump", {b.own(body, at(0, 26, -115)), b.own(pinion, swung(kPinionPhase, 0, 0, 0)), b.own(shaft, at(0, 18, 0))});
+  return b.assembly("Feed pump", {b.own(body, at(0, 26, -115)), b.own(pinion, swung(kPinionPhase, 0, 0, 0)),
+                                  b.own(shaft, at(0, 18, 0))});
 }
 
 }  // namespace
@@ -408,7 +450,8 @@ Product beamEngine() {
   Builder b;
   const Ref bolt = b.part("Hex bolt M8", std::nullopt, hexBolt);
   const Ref pin = b.part("End pin", kSteel, [](std::size_t n) { return crossBar(7, 70, n / 2); });
-  const Ref link = b.part("Link", kSteel, [](std::size_t n) { return eyedBar(kLinkLength, 12, 12, 6, 8, n); });
+  const Ref link =
+      b.part("Link", kSteel, [](std::size_t n) { return eyedBar(kLinkLength, 12, 12, 6, 8, n); });
   const Ref rod = b.part("Connecting rod", kSteel, connectingRod);
   std::vector<Child> children;
   children.push_back(b.use(frame(b, bolt), kIdentity));

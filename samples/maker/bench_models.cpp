@@ -23,11 +23,13 @@ Shape wavyTorus(std::uint64_t triangles, std::uint32_t variant) {
       const double v = step * k;
       const double small = 30 + height * std::cos(waves * u) * std::cos(2 * v);
       const double ring = 100 + small * std::cos(v);
-      shape.positions.push_back({static_cast<float>(ring * std::cos(u)), static_cast<float>(ring * std::sin(u)),
+      shape.positions.push_back({static_cast<float>(ring * std::cos(u)),
+                                 static_cast<float>(ring * std::sin(u)),
                                  static_cast<float>(small * std::sin(v))});
       // The normal of the torus without waves; near enough for shading.
       shape.normals.push_back({static_cast<float>(std::cos(v) * std::cos(u)),
-                               static_cast<float>(std::cos(v) * std::sin(u)), static_cast<float>(std::sin(v))});
+                               static_cast<float>(std::cos(v) * std::sin(u)),
+                               static_cast<float>(std::sin(v))});
     }
   }
   const std::size_t count = 2 * std::size_t{side} * side;
@@ -36,7 +38,8 @@ Shape wavyTorus(std::uint64_t triangles, std::uint32_t variant) {
   const auto at = [&](std::uint32_t i, std::uint32_t k) { return i % side * side + k % side; };
   for (std::uint32_t i = 0; i < side; ++i) {
     for (std::uint32_t k = 0; k < side; ++k) {
-      for (const auto corner : {at(i, k), at(i + 1, k), at(i + 1, k + 1), at(i, k), at(i + 1, k + 1), at(i, k + 1)}) {
+      for (const auto corner :
+           {at(i, k), at(i + 1, k), at(i + 1, k + 1), at(i, k), at(i + 1, k + 1), at(i, k + 1)}) {
         shape.corner_positions.push_back(corner);
         if (shape.corner_positions.size() % 3 == 0) {
           shape.primitive_starts.push_back(static_cast<std::uint32_t>(shape.corner_positions.size()));
@@ -109,7 +112,8 @@ Product largeModel(std::uint64_t triangles) {
   for (std::uint32_t i = 0; i < parts; ++i) {
     product.parts.push_back(wavyPart(triangles / parts, i, false));
     root.children.push_back({partRef(i), product.parts.back().name,
-                             translation(kPitch * double(i % 20), kPitch * double(i / 20), 0), std::nullopt, false});
+                             translation(kPitch * double(i % 20), kPitch * double(i / 20), 0), std::nullopt,
+                             false});
   }
   product.assemblies.push_back(std::move(root));
   product.root = assemblyRef(0);

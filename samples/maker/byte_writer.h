@@ -36,7 +36,9 @@ class ByteWriter {
   void guid(const GuidValue& value);
   // UTF-8 in; I32 count of UTF-16 units, then the units.
   void mbString(std::string_view text);
-  void append(std::span<const std::uint8_t> bytes) { bytes_.insert(bytes_.end(), bytes.begin(), bytes.end()); }
+  void append(std::span<const std::uint8_t> bytes) {
+    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+  }
 
   // Overwrites four bytes that were written before.
   void patchI32(std::size_t at, std::int64_t value);

@@ -26,7 +26,9 @@ class Sink {
 
 class MemorySink : public Sink {
  public:
-  void append(std::span<const std::uint8_t> bytes) override { data.insert(data.end(), bytes.begin(), bytes.end()); }
+  void append(std::span<const std::uint8_t> bytes) override {
+    data.insert(data.end(), bytes.begin(), bytes.end());
+  }
   void overwrite(std::uint64_t at, std::span<const std::uint8_t> bytes) override;
   Bytes data;
 };

@@ -8,7 +8,14 @@
 namespace loftbay::maker {
 namespace {
 
-enum BaseType : unsigned { kNode = 0, kGroupNode = 1, kShapeNode = 2, kAttribute = 3, kAtom = 5, kLateLoaded = 8 };
+enum BaseType : unsigned {
+  kNode = 0,
+  kGroupNode = 1,
+  kShapeNode = 2,
+  kAttribute = 3,
+  kAtom = 5,
+  kLateLoaded = 8
+};
 
 constexpr unsigned kPersistable = 8;  // state flags of attributes
 constexpr int kReservedOfParts = 99;
@@ -176,10 +183,18 @@ void ElementWriter::vertexShape(const Ids& attributes, const ShapeRecord& shape)
 
 void ElementWriter::shape(std::int32_t id, const Ids& attributes, const ShapeRecord& shape) {
   switch (shape.kind) {
-    case ShapeKind::Triangles: begin(guids::kTriStripSet, kShapeNode, id); break;
-    case ShapeKind::Polygons: begin(guids::kPolygonSet, kShapeNode, id); break;
-    case ShapeKind::Polylines: begin(guids::kPolylineSet, kShapeNode, id); break;
-    case ShapeKind::Points: begin(guids::kPointSet, kShapeNode, id); break;
+    case ShapeKind::Triangles:
+      begin(guids::kTriStripSet, kShapeNode, id);
+      break;
+    case ShapeKind::Polygons:
+      begin(guids::kPolygonSet, kShapeNode, id);
+      break;
+    case ShapeKind::Polylines:
+      begin(guids::kPolylineSet, kShapeNode, id);
+      break;
+    case ShapeKind::Points:
+      begin(guids::kPointSet, kShapeNode, id);
+      break;
   }
   if (v8() && isPoint(shape.kind)) {
     baseShape(attributes, shape);

@@ -58,8 +58,8 @@ std::optional<ValueTable> makeTable(std::span<const std::int32_t> values, std::s
   const std::size_t limit = kMaxTotal - table.entries.size();
   if (values.size() > limit) {
     for (auto& entry : table.entries) {
-      entry.occurrences = std::max(
-          1U, static_cast<std::uint32_t>(std::uint64_t{entry.occurrences} * limit / values.size()));
+      entry.occurrences =
+          std::max(1U, static_cast<std::uint32_t>(std::uint64_t{entry.occurrences} * limit / values.size()));
     }
   }
   for (const auto& entry : table.entries) table.total += entry.occurrences;

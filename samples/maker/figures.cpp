@@ -28,7 +28,8 @@ Figures Figures::placed(const Matrix& m) const {
   out.empty = true;
   if (!empty) {
     for (int corner = 0; corner < 8; ++corner) {
-      const double p[3] = {corner & 1 ? max.x : min.x, corner & 2 ? max.y : min.y, corner & 4 ? max.z : min.z};
+      const double p[3] = {corner & 1 ? max.x : min.x, corner & 2 ? max.y : min.y,
+                           corner & 4 ? max.z : min.z};
       float q[3];
       for (std::size_t k = 0; k < 3; ++k) {
         q[k] = static_cast<float>(p[0] * m[k] + p[1] * m[4 + k] + p[2] * m[8 + k] + m[12 + k]);

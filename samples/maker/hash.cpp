@@ -47,7 +47,9 @@ std::uint32_t hashAny(std::span<const Word> words, std::uint32_t seed) {
 std::uint32_t hashWords(std::span<const std::uint32_t> words, std::uint32_t seed) {
   return hashAny(words, seed);
 }
-std::uint32_t hashWords(std::span<const std::int32_t> words, std::uint32_t seed) { return hashAny(words, seed); }
+std::uint32_t hashWords(std::span<const std::int32_t> words, std::uint32_t seed) {
+  return hashAny(words, seed);
+}
 
 std::uint32_t hashHalves(std::span<const std::int32_t> values, std::uint32_t seed) {
   const auto half = [&](std::size_t i) {

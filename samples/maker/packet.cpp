@@ -239,13 +239,15 @@ void writePacketMk2(ByteWriter& out, std::span<const std::int32_t> values, Codec
   if (values.empty()) return;
   if (codec == Codec::MoveToFront && !version10) codec = Codec::VariableBits;
   switch (codec) {
-    case Codec::Best: return writeBest(out, values, version10);
+    case Codec::Best:
+      return writeBest(out, values, version10);
     case Codec::Null:
       out.u8(0);
       out.i32(static_cast<std::int64_t>(values.size()));
       for (const auto value : values) out.i32(value);
       return;
-    case Codec::FixedBits: return writeBitLength(out, fixedWidth(values, version10));
+    case Codec::FixedBits:
+      return writeBitLength(out, fixedWidth(values, version10));
     case Codec::Arithmetic:
       // So many different values that only escapes would be left are rather written by their bits.
       if (const auto table = makeTable(values, 1024, std::numeric_limits<std::size_t>::max());
@@ -255,11 +257,16 @@ void writePacketMk2(ByteWriter& out, std::span<const std::int32_t> values, Codec
         return;
       }
       break;
-    case Codec::Chopper: out.u8(4); return writeChopper(out, values, version10);
-    case Codec::MoveToFront: out.u8(5); return writeMoveToFront(out, values);
+    case Codec::Chopper:
+      out.u8(4);
+      return writeChopper(out, values, version10);
+    case Codec::MoveToFront:
+      out.u8(5);
+      return writeMoveToFront(out, values);
     case Codec::VariableBits:
     case Codec::ArithmeticTwoContexts:
-    case Codec::Huffman: break;
+    case Codec::Huffman:
+      break;
   }
   writeBitLength(out, variableWidth(values, version10));
 }

@@ -111,7 +111,8 @@ std::vector<std::vector<bool>> huffmanCodes(const ValueTable& table) {
   while (heap.size() > 1) {
     const int a = heap.pop();
     const int b = heap.pop();
-    nodes.push_back({nodes[static_cast<std::size_t>(a)].count + nodes[static_cast<std::size_t>(b)].count, a, b});
+    nodes.push_back(
+        {nodes[static_cast<std::size_t>(a)].count + nodes[static_cast<std::size_t>(b)].count, a, b});
     heap.add(static_cast<int>(nodes.size() - 1));
   }
   std::vector<std::vector<bool>> codes(nodes.size());

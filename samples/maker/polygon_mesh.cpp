@@ -1,6 +1,7 @@
 #include "samples/maker/polygon_mesh.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace loftbay::maker {
 namespace {
@@ -16,7 +17,10 @@ void findTwins(PolygonMesh& mesh, const Shape& shape) {
   std::vector<std::uint32_t> starts(shape.positions.size() + 1, 0);
   const auto lower = [&](std::uint32_t c) { return std::min(at[c], at[mesh.next(c)]); };
   const auto upper = [&](std::uint32_t c) { return std::max(at[c], at[mesh.next(c)]); };
-  for (std::uint32_t c = 0; c < count; ++c) ++starts[lower(c) + 1];
+  for (std::uint32_t c = 0; c < count; ++c) {
+    if (at[c] == at[mesh.next(c)]) throw std::invalid_argument("a polygon names a position twice in a row");
+    ++starts[lower(c) + 1];
+  }
   for (std::size_t i = 1; i < starts.size(); ++i) starts[i] += starts[i - 1];
   std::vector<std::uint32_t> edges(count);
   auto place = starts;

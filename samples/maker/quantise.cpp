@@ -50,8 +50,8 @@ float UniformQuantiser::decode(std::uint32_t code) const {
 }
 
 NormalCode encodeNormal(const Vec3& normal, unsigned bits) {
-  const double length = std::sqrt(double(normal.x) * normal.x + double(normal.y) * normal.y +
-                                  double(normal.z) * normal.z);
+  const double length =
+      std::sqrt(double(normal.x) * normal.x + double(normal.y) * normal.y + double(normal.z) * normal.z);
   const double signed_axes[3] = {length > 0 ? normal.x / length : 1, length > 0 ? normal.y / length : 0,
                                  length > 0 ? normal.z / length : 0};
   NormalCode best;
@@ -65,7 +65,8 @@ NormalCode encodeNormal(const Vec3& normal, unsigned bits) {
     if (own[0] + slack < own[2] || own[2] + slack < own[1]) continue;
     NormalCode code;
     code.sextant = sextant;
-    code.octant = (signed_axes[0] >= 0 ? 4U : 0U) | (signed_axes[1] >= 0 ? 2U : 0U) | (signed_axes[2] >= 0 ? 1U : 0U);
+    code.octant =
+        (signed_axes[0] >= 0 ? 4U : 0U) | (signed_axes[1] >= 0 ? 2U : 0U) | (signed_axes[2] >= 0 ? 1U : 0U);
     const double psi = std::asin(std::min(1.0, own[1]));
     const double cosine = std::cos(psi);
     const double sine = cosine > 0 ? std::min(1.0, own[2] / cosine) : 0;
@@ -74,7 +75,8 @@ NormalCode encodeNormal(const Vec3& normal, unsigned bits) {
     code.psi = clampCode(psi / kPsiMax * steps, steps - 1);
     double decoded[3];
     decodeToDouble(code, bits, decoded);
-    const double match = decoded[0] * signed_axes[0] + decoded[1] * signed_axes[1] + decoded[2] * signed_axes[2];
+    const double match =
+        decoded[0] * signed_axes[0] + decoded[1] * signed_axes[1] + decoded[2] * signed_axes[2];
     // A clear gain only, so that rounding in the last bit cannot choose between equal codes.
     if (match > best_match + 1e-12) {
       best_match = match;

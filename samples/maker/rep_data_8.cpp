@@ -69,7 +69,8 @@ void writeLossyTexture(ByteWriter& out, const Shape& shape, const IndexedPrimiti
   }
 }
 
-void writeLossy(ByteWriter& out, const Shape& shape, const IndexedPrimitives& indexed, const Options& options) {
+void writeLossy(ByteWriter& out, const Shape& shape, const IndexedPrimitives& indexed,
+                const Options& options) {
   const auto quantisers = positionQuantisers(shape.positions, options.coordinate_bits);
   for (const auto& quantiser : quantisers.axis) putQuantiser(out, quantiser);
   out.i32(static_cast<std::int64_t>(indexed.positions.size()));
@@ -77,8 +78,9 @@ void writeLossy(ByteWriter& out, const Shape& shape, const IndexedPrimitives& in
     Column codes;
     for (const auto position : indexed.positions) {
       const Vec3& p = shape.positions[position];
-      codes.push_back(
-          static_cast<std::int32_t>(quantisers.axis[axis].encode(axis == 0 ? p.x : axis == 1 ? p.y : p.z)));
+      codes.push_back(static_cast<std::int32_t>(quantisers.axis[axis].encode(axis == 0   ? p.x
+                                                                             : axis == 1 ? p.y
+                                                                                         : p.z)));
     }
     putColumn(out, codes, options);
   }
@@ -107,7 +109,8 @@ void writeLossless(ByteWriter& out, const Shape& shape, const IndexedPrimitives&
   }
   Bytes packed(compressBound(static_cast<uLong>(records.size())));
   auto size = static_cast<uLongf>(packed.size());
-  if (compress2(packed.data(), &size, records.bytes().data(), static_cast<uLong>(records.size()), 6) != Z_OK) {
+  if (compress2(packed.data(), &size, records.bytes().data(), static_cast<uLong>(records.size()), 6) !=
+      Z_OK) {
     throw std::runtime_error("zlib cannot compress a shape");
   }
   packed.resize(size);

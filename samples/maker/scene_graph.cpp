@@ -17,9 +17,15 @@ namespace {
 class GraphWriter {
  public:
   explicit GraphWriter(const SceneGraphInput& input)
-      : in_(input), product_(input.product), nodes_(input.options.big_endian), atoms_(input.options.big_endian),
-        node_writer_(nodes_, input.options), atom_writer_(atoms_, input.options), next_id_(input.first_free_id),
-        part_ids_(product_.parts.size(), -1), assembly_ids_(product_.assemblies.size(), -1),
+      : in_(input),
+        product_(input.product),
+        nodes_(input.options.big_endian),
+        atoms_(input.options.big_endian),
+        node_writer_(nodes_, input.options),
+        atom_writer_(atoms_, input.options),
+        next_id_(input.first_free_id),
+        part_ids_(product_.parts.size(), -1),
+        assembly_ids_(product_.assemblies.size(), -1),
         instances_of_(product_.parts.size() + product_.assemblies.size(), 0) {}
 
   Bytes run() {

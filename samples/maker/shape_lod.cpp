@@ -18,10 +18,14 @@ namespace {
 
 GuidValue lodGuid(ShapeKind kind) {
   switch (kind) {
-    case ShapeKind::Triangles: return guids::kTriStripLod;
-    case ShapeKind::Polygons: return guids::kPolygonLod;
-    case ShapeKind::Polylines: return guids::kPolylineLod;
-    case ShapeKind::Points: break;
+    case ShapeKind::Triangles:
+      return guids::kTriStripLod;
+    case ShapeKind::Polygons:
+      return guids::kPolygonLod;
+    case ShapeKind::Polylines:
+      return guids::kPolylineLod;
+    case ShapeKind::Points:
+      break;
   }
   return guids::kPointLod;
 }
@@ -188,9 +192,15 @@ Bytes shapeSegment(const Shape& shape, const Options& options, std::int32_t obje
   out.u8(4);
   if (major > 8) out.i32(object_id);
   switch (major) {
-    case 8: writeBody8(out, shape, options); break;
-    case 9: writeBody9(out, shape, options, object_id + 1); break;
-    default: writeBody10(out, shape, options, object_id + 1); break;
+    case 8:
+      writeBody8(out, shape, options);
+      break;
+    case 9:
+      writeBody9(out, shape, options, object_id + 1);
+      break;
+    default:
+      writeBody10(out, shape, options, object_id + 1);
+      break;
   }
   out.patchI32(0, static_cast<std::int64_t>(out.size() - 4));
   if (major > 8 || options.version == JtVersion::V8_2) {

@@ -8,7 +8,7 @@ namespace loftbay::maker {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
-constexpr double kGrid = 1024;       // positions
+constexpr double kGrid = 1024;  // positions
 constexpr double kNormalGrid = 1 << 20;
 
 double radians(double degrees) { return degrees * kPi / 180; }
@@ -204,9 +204,9 @@ Outline gear(std::size_t teeth, double root_radius, double tip_radius) {
   const double pitch = 360.0 / double(teeth);
   for (std::size_t t = 0; t < teeth; ++t) {
     const double start = pitch * double(t);
-    for (const auto& [share, radius] : {std::pair{0.0, root_radius}, std::pair{0.22, root_radius},
-                                        std::pair{0.38, tip_radius}, std::pair{0.62, tip_radius},
-                                        std::pair{0.78, root_radius}}) {
+    for (const auto& [share, radius] :
+         {std::pair{0.0, root_radius}, std::pair{0.22, root_radius}, std::pair{0.38, tip_radius},
+          std::pair{0.62, tip_radius}, std::pair{0.78, root_radius}}) {
       const Point2 d = direction(start + share * pitch);
       out.push_back({radius * d.x, radius * d.y});
     }
@@ -238,7 +238,9 @@ Shape toShape(const Solid& solid, double crease_deg) {
         for (std::size_t k = 0; k < 3; ++k) sum[k] += facets[other][k];
       }
       sum = unit(sum);
-      const auto rounded = [](double x) { return static_cast<float>(std::round(x * kNormalGrid) / kNormalGrid + 0.0); };
+      const auto rounded = [](double x) {
+        return static_cast<float>(std::round(x * kNormalGrid) / kNormalGrid + 0.0);
+      };
       const Vec3 normal = {rounded(sum[0]), rounded(sum[1]), rounded(sum[2])};
       // The same normal at the same position is the same record.
       std::uint32_t record = index(shape.normals.size());

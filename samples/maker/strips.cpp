@@ -48,7 +48,8 @@ class Stripper {
       if (across(strip[2], strip[1]) != nullptr) break;
     }
     for (std::size_t k = 1;; ++k) {
-      const std::uint32_t* corner = k % 2 == 1 ? across(strip[k + 1], strip[k]) : across(strip[k], strip[k + 1]);
+      const std::uint32_t* corner =
+          k % 2 == 1 ? across(strip[k + 1], strip[k]) : across(strip[k], strip[k + 1]);
       if (corner == nullptr) return strip;
       used_[*corner / 3] = true;
       strip.push_back(triangles_[*corner / 3 * 3 + (*corner + 2) % 3]);

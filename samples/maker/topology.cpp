@@ -21,8 +21,12 @@ constexpr std::uint32_t kMaxPlainDegree = 64;
 class Coder {
  public:
   Coder(const Shape& shape, bool version10)
-      : shape_(shape), version10_(version10), mesh_(buildMesh(shape)), known_(mesh_.polygon.size(), 0),
-        coded_polygon_(mesh_.polygon_starts.size() - 1, 0), verts_(mesh_.position.size()) {
+      : shape_(shape),
+        version10_(version10),
+        mesh_(buildMesh(shape)),
+        known_(mesh_.polygon.size(), 0),
+        coded_polygon_(mesh_.polygon_starts.size() - 1, 0),
+        verts_(mesh_.position.size()) {
     out_.upper_masks.resize(version10 ? 1 : 2);
     for (std::size_t p = mesh_.real_polygons; p + 1 < mesh_.polygon_starts.size(); ++p) ++out_.covers;
   }
@@ -166,7 +170,8 @@ class Coder {
       const std::uint32_t v = active_[i];
       if (verts_[v].done) {
         active_.erase(active_.begin() + static_cast<std::ptrdiff_t>(i));
-        for (std::size_t k = i; k < active_.size(); ++k) verts_[active_[k]].place = static_cast<std::uint32_t>(k);
+        for (std::size_t k = i; k < active_.size(); ++k)
+          verts_[active_[k]].place = static_cast<std::uint32_t>(k);
       } else if (best == kNone || verts_[v].empty_slots < verts_[best].empty_slots) {
         best = v;
       }

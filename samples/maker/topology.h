@@ -16,8 +16,8 @@ struct Topology {
   std::vector<std::int32_t> valences;
   std::vector<std::int32_t> groups;
   std::vector<std::int32_t> flags;
-  std::array<std::vector<std::int32_t>, 8> masks;       // per context; context 7 holds the lowest bits
-  std::vector<std::vector<std::int32_t>> upper_masks;   // the rest of context 7: 9.x two arrays, 10.x one
+  std::array<std::vector<std::int32_t>, 8> masks;      // per context; context 7 holds the lowest bits
+  std::vector<std::vector<std::int32_t>> upper_masks;  // the rest of context 7: 9.x two arrays, 10.x one
   std::vector<std::uint32_t> high_degree_masks;
   std::vector<std::int32_t> split_offsets;
   std::vector<std::int32_t> split_positions;

@@ -78,7 +78,8 @@ class Triangulator {
           const Point2& b = point(k);
           const double distance = (a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y);
           if (distance >= best || !opensTo(k, a) || blocked(a, b, ring_)) continue;
-          if (std::any_of(rest.begin(), rest.end(), [&](const auto& loop) { return blocked(a, b, loop); })) continue;
+          if (std::any_of(rest.begin(), rest.end(), [&](const auto& loop) { return blocked(a, b, loop); }))
+            continue;
           best = distance;
           best_hole = h;
           best_in_hole = i;
@@ -86,7 +87,8 @@ class Triangulator {
         }
       }
     }
-    if (best == std::numeric_limits<double>::max()) throw std::runtime_error("a hole lies outside its outline");
+    if (best == std::numeric_limits<double>::max())
+      throw std::runtime_error("a hole lies outside its outline");
     auto loop = rest[best_hole];
     rest.erase(rest.begin() + static_cast<std::ptrdiff_t>(best_hole));
     std::rotate(loop.begin(), loop.begin() + static_cast<std::ptrdiff_t>(best_in_hole), loop.end());

@@ -138,7 +138,8 @@ class Verifier {
     const std::uint32_t length = segment.u32();
     (void)segment.take(length);
     const bool end_mark = !v8_ || out_.version == "8.2";
-    if (segment.left() != (v8_ ? 0U : 6U) + (end_mark ? 20U : 0U)) problem("a shape's end is not where it should be");
+    if (segment.left() != (v8_ ? 0U : 6U) + (end_mark ? 20U : 0U))
+      problem("a shape's end is not where it should be");
   }
 
   // Elements up to the end mark.
@@ -167,7 +168,8 @@ class Verifier {
   }
 
   void checkGraph() {
-    const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& e) { return e.id == graph_; });
+    const auto found =
+        std::find_if(entries_.begin(), entries_.end(), [&](const Entry& e) { return e.id == graph_; });
     if (found == entries_.end() || found->type != 1) throw std::runtime_error("no scene graph segment");
     Cursor packed(file_.subspan(found->offset + 24, found->length - 24), big_);
     if (packed.u32() != (wide_ ? 3 : 2)) problem("wrong compression flag");
@@ -196,7 +198,8 @@ class Verifier {
     });
     named.insert(0);
     if (named != nodes) problem("children and nodes are not the same set");
-    if (used_attributes_ != attributes) problem("attributes named and attributes present are not the same set");
+    if (used_attributes_ != attributes)
+      problem("attributes named and attributes present are not the same set");
     checkProperties(in, nodes);
   }
 
@@ -214,7 +217,8 @@ class Verifier {
     for (std::uint32_t n = in.u32(); n > 0; --n) {
       if (!nodes.contains(in.u32())) problem("properties of a node that does not exist");
       for (std::uint32_t key = in.u32(); key != 0; key = in.u32()) {
-        if (!atoms.contains(key) || !atoms.contains(in.u32())) problem("a property names an atom that does not exist");
+        if (!atoms.contains(key) || !atoms.contains(in.u32()))
+          problem("a property names an atom that does not exist");
         ++out_.properties;
       }
     }

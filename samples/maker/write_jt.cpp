@@ -25,7 +25,9 @@ std::uint32_t seedOf(const std::string& text) {
 
 class FileSink : public Sink {
  public:
-  explicit FileSink(const std::filesystem::path& path) : path_(path), stream_(path, std::ios::binary) { check(); }
+  explicit FileSink(const std::filesystem::path& path) : path_(path), stream_(path, std::ios::binary) {
+    check();
+  }
   void append(std::span<const std::uint8_t> bytes) override {
     stream_.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     check();
@@ -49,7 +51,8 @@ class FileSink : public Sink {
 };
 
 // Shapes of one part into the container; with a null container they are only measured.
-PartRecord writePartShapes(const Part& part, Container* container, const Options& options, std::int32_t& next_id) {
+PartRecord writePartShapes(const Part& part, Container* container, const Options& options,
+                           std::int32_t& next_id) {
   PartRecord record;
   for (std::size_t level = 0; level < part.lods.size(); ++level) {
     auto& shapes = record.lods.emplace_back();
@@ -146,10 +149,11 @@ std::vector<JtOutput> writeJt(const Product& product, const Options& options) {
   return outputs;
 }
 
-Bytes writeJtBytes(const Product& product, const Options& options) {
-  Options alone = options;
-  alone.external_parts = false;
-  return std::move(writeJt(product, alone).front().bytes);
+Bytes writeJtBytes(const Product& product, const Options& options, const std::string& file_name) {
+  MemorySink sink;
+  writeOne(product, options.effective(), file_name.empty() ? fileStem(product.name) + ".jt" : file_name, {},
+           sink);
+  return std::move(sink.data);
 }
 
 void writeJtFile(const Product& product, const Options& options, const std::filesystem::path& path) {

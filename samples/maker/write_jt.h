@@ -21,8 +21,9 @@ struct JtOutput {
 // Throws std::runtime_error for what the version cannot hold.
 std::vector<JtOutput> writeJt(const Product& product, const Options& options);
 
-// The bytes of a product without external files.
-Bytes writeJtBytes(const Product& product, const Options& options);
+// The bytes of a product without external files; `file_name` is the name that the file has or will have
+// (empty: made from the product's).
+Bytes writeJtBytes(const Product& product, const Options& options, const std::string& file_name = {});
 
 // Writes to `path`, segment by segment (and to the folder `<product.name>` beside it, with external parts).
 // Throws std::runtime_error when the file cannot be written.

@@ -46,17 +46,17 @@ void expectRoundTrip(const Shape& shape, const Options& wanted) {
   }
 }
 
-constexpr Codec kCodecs9[] = {Codec::Best,       Codec::Null,    Codec::FixedBits, Codec::VariableBits,
+constexpr Codec kCodecs9[] = {Codec::Best,       Codec::Null,    Codec::FixedBits,  Codec::VariableBits,
                               Codec::Arithmetic, Codec::Chopper, Codec::MoveToFront};
-constexpr Codec kCodecs8[] = {Codec::Best,    Codec::Null, Codec::VariableBits, Codec::Arithmetic,
-                              Codec::Huffman, Codec::ArithmeticTwoContexts};
+constexpr Codec kCodecs8[] = {Codec::Best,       Codec::Null,    Codec::VariableBits,
+                              Codec::Arithmetic, Codec::Huffman, Codec::ArithmeticTwoContexts};
 
 std::vector<Shape> shapesOfEveryKind() {
   std::mt19937 random(7);
-  std::vector<Shape> shapes = {openGrid(1, 1),   openGrid(9, 7),     torus(8, 5),       torus(17, 12),
-                               doubleCone(3),    doubleCone(40),     doubleCone(64),    doubleCone(65),
-                               doubleCone(370),  tetrahedra(1),      tetrahedra(50),    touchingSheets(),
-                               sieve(4, 3),      toShape(ball(10, 16)), openGrid(40, 40)};
+  std::vector<Shape> shapes = {openGrid(1, 1),  openGrid(9, 7),        torus(8, 5),     torus(17, 12),
+                               doubleCone(3),   doubleCone(40),        doubleCone(64),  doubleCone(65),
+                               doubleCone(370), tetrahedra(1),         tetrahedra(50),  touchingSheets(),
+                               sieve(4, 3),     toShape(ball(10, 16)), openGrid(40, 40)};
   const std::size_t plain = shapes.size();
   for (std::size_t i = 0; i < plain; ++i) {
     Shape scattered = shapes[i];
@@ -89,8 +89,9 @@ TEST(TriangleRoundTrip, quantisedShapesComeBackAsTheirDequantisedValues) {
       for (const auto version : {JtVersion::V8_0, JtVersion::V9_5, JtVersion::V10_0}) {
         if (version == JtVersion::V8_0 && collapses) continue;
         for (const auto codec : {Codec::Best, Codec::Arithmetic, Codec::Chopper, Codec::Huffman}) {
-          expectRoundTrip(shape, {.version = version, .codec = codec, .coordinate_bits = bits,
-                                  .normal_bits = normal_bits});
+          expectRoundTrip(
+              shape,
+              {.version = version, .codec = codec, .coordinate_bits = bits, .normal_bits = normal_bits});
         }
       }
     }
@@ -104,13 +105,15 @@ TEST(TriangleRoundTrip, coloursTexturePlacesAndFlagsStayWithTheirCorners) {
   for (const bool plain : {false, true}) {
     for (const auto version : {JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0}) {
       expectRoundTrip(shape, {.version = version, .plain_attributes = plain});
-      expectRoundTrip(shape, {.version = version, .coordinate_bits = 22, .color_bits = 8, .plain_attributes = plain});
+      expectRoundTrip(
+          shape, {.version = version, .coordinate_bits = 22, .color_bits = 8, .plain_attributes = plain});
     }
   }
   shape.vertex_flags.clear();
   expectRoundTrip(shape, {.version = JtVersion::V8_1});
   shape.texture_coordinates.clear();
-  expectRoundTrip(shape, {.version = JtVersion::V8_0, .coordinate_bits = 22, .normal_bits = 9, .color_bits = 8});
+  expectRoundTrip(shape,
+                  {.version = JtVersion::V8_0, .coordinate_bits = 22, .normal_bits = 9, .color_bits = 8});
 }
 
 TEST(TriangleRoundTrip, bigEndianFilesHoldTheSameShapes) {
@@ -121,8 +124,12 @@ TEST(TriangleRoundTrip, bigEndianFilesHoldTheSameShapes) {
        {JtVersion::V8_0, JtVersion::V8_2, JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0}) {
     for (const auto codec : {Codec::Best, Codec::Arithmetic, Codec::Null}) {
       expectRoundTrip(shape, {.version = version, .big_endian = true, .codec = codec});
-      expectRoundTrip(shape, {.version = version, .big_endian = true, .codec = codec, .coordinate_bits = 20,
-                              .normal_bits = 10, .color_bits = 8});
+      expectRoundTrip(shape, {.version = version,
+                              .big_endian = true,
+                              .codec = codec,
+                              .coordinate_bits = 20,
+                              .normal_bits = 10,
+                              .color_bits = 8});
     }
   }
 }
@@ -166,7 +173,8 @@ TEST(PolygonRoundTrip, polygonsOfManyCornersComeBack) {
 Shape zigzag(ShapeKind kind) {
   Shape shape;
   shape.kind = kind;
-  for (std::uint32_t i = 0; i < 30; ++i) shape.positions.push_back({float(i), float(i % 3), float(i % 5) * 0.1F});
+  for (std::uint32_t i = 0; i < 30; ++i)
+    shape.positions.push_back({float(i), float(i % 3), float(i % 5) * 0.1F});
   for (std::uint32_t line = 0; line < 6; ++line) {
     for (std::uint32_t i = 0; i <= 2 + line; ++i) shape.corner_positions.push_back((line * 7 + i * 3) % 30);
     shape.primitive_starts.push_back(static_cast<std::uint32_t>(shape.corner_positions.size()));
@@ -177,8 +185,8 @@ Shape zigzag(ShapeKind kind) {
 TEST(LineRoundTrip, linesAndPointsComeBackInEveryVersion) {
   std::mt19937 random(3);
   for (const auto kind : {ShapeKind::Polylines, ShapeKind::Points}) {
-    for (const auto version : {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2, JtVersion::V9_0, JtVersion::V9_5,
-                               JtVersion::V10_0}) {
+    for (const auto version : {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2, JtVersion::V9_0,
+                               JtVersion::V9_5, JtVersion::V10_0}) {
       for (const std::uint8_t bits : {std::uint8_t{0}, std::uint8_t{20}}) {
         Shape shape = zigzag(kind);
         expectRoundTrip(shape, {.version = version, .coordinate_bits = bits});
@@ -199,7 +207,8 @@ TEST(LineRoundTrip, theOrderOfLinesAndCornersIsKept) {
   ASSERT_TRUE(decoded) << decoded.error().text();
   ASSERT_EQ(decoded->primitive_starts, shape.primitive_starts);
   for (std::size_t c = 0; c < shape.corner_positions.size(); ++c) {
-    EXPECT_EQ(decoded->positions[3 * decoded->corner_positions[c]], shape.positions[shape.corner_positions[c]].x);
+    EXPECT_EQ(decoded->positions[3 * decoded->corner_positions[c]],
+              shape.positions[shape.corner_positions[c]].x);
   }
 }
 

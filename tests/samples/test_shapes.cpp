@@ -177,7 +177,8 @@ void scatterRecords(Shape& shape, std::mt19937& random, bool normals, bool color
     if (texture) shape.texture_coordinates.push_back({value(random) * 4, value(random)});
     if (flags) shape.vertex_flags.push_back(below(random, 2));
   }
-  for (const auto p : shape.corner_positions) shape.corner_records.push_back(p * kVariants + below(random, kVariants));
+  for (const auto p : shape.corner_positions)
+    shape.corner_records.push_back(p * kVariants + below(random, kVariants));
 }
 
 std::vector<std::string> canonical(const Shape& shape) {

@@ -1,0 +1,382 @@
+"""The loftbay program as a user meets it: output streams, exit codes, reports, logs."""
+
+import glob
+import json
+import os
+import pty
+import re
+import shutil
+import signal
+import stat
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
+LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
+ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
+SAMPLE = sorted(glob.glob(os.path.join(SOURCE, "samples", "*.jt")))[0]
+
+REPORT_KEYS = ["schema_version", "input", "output", "ok", "jt_version", "seconds", "peak_rss_kb", "counts",
+               "skipped", "notes", "log"]
+COUNT_KEYS = ["nodes", "transforms", "shapes", "meshes", "materials", "triangles", "lines", "points",
+              "vertices_read", "vertices_written"]
+
+
+class CliTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="loftbay-cli-")
+        self.addCleanup(shutil.rmtree, self.folder, True)
+        self.out = self.path("out.zix")
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def run_program(self, *arguments, environment=None, **keywords):
+        env = {k: v for k, v in os.environ.items() if not k.startswith("MERIDAN_") and k not in ("TEMP", "TMP", "USERPROFILE")}
+        env["MERIDAN_TEMP_PATH"] = self.path("work")
+        env.update(environment or {})
+        return subprocess.run([LOFTBAY, *arguments], capture_output=True, env=env, timeout=120, **keywords)
+
+    def write(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content)
+        return self.path(name)
+
+    def report(self, result):
+        report = json.loads(result.stdout.decode("utf-8"))
+        self.assertEqual(list(report), REPORT_KEYS)
+        self.assertEqual(list(report["counts"]), COUNT_KEYS)
+        self.assertEqual(report["ok"], result.returncode == 0)
+        return report
+
+    def leftovers(self):
+        return sorted(set(os.listdir(self.folder)) - {"work", "out.zix"})
+
+
+class Usage(CliTest):
+    def test_help_goes_to_standard_output_and_tells_the_exit_codes(self):
+        result = self.run_program("--help")
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        self.assertIn(b"Exit codes:", result.stdout)
+        self.assertIn(b"--no-optimize", result.stdout)
+        self.assertNotIn(b"--lines", result.stdout)
+
+    def test_version_names_build_and_format(self):
+        result = self.run_program("--version")
+        self.assertEqual(result.returncode, 0)
+        self.assertRegex(result.stdout, rb"^loftbay 2\.2\.125\.331 \(Zix format \d+\)\n$")
+
+    def test_no_arguments_is_wrong_usage(self):
+        result = self.run_program()
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertIn(b"Usage: loftbay IN.jt OUT.zix", result.stderr)
+
+    def test_an_unknown_option_is_named_with_the_closest_one(self):
+        result = self.run_program("a.jt", "b.zix", "--jsn")
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertIn(b"unknown option --jsn; did you mean --json?", result.stderr)
+
+    def test_a_missing_or_surplus_argument_is_wrong_usage(self):
+        self.assertEqual(self.run_program("a.jt").returncode, 2)
+        self.assertEqual(self.run_program("a.jt", "b.zix", "c.zix").returncode, 2)
+
+    def test_a_tolerance_must_be_a_number(self):
+        result = self.run_program(SAMPLE, self.out, "--tess-tolerance", "wide")
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"wide", result.stderr)
+        self.assertFalse(os.path.exists(self.out))
+
+    def test_options_that_do_not_exist_yet_are_refused(self):
+        for option in ("--lines", "--points", "--exact-geometry"):
+            result = self.run_program(SAMPLE, self.out, option)
+            self.assertEqual(result.returncode, 2, option)
+            self.assertIn(option.encode(), result.stderr)
+            self.assertFalse(os.path.exists(self.out))
+
+
+class Conversion(CliTest):
+    def test_converts_and_tells_it_on_standard_error_only(self):
+        result = self.run_program(SAMPLE, self.out)
+        self.assertEqual((result.returncode, result.stdout), (0, b""), result.stderr)
+        self.assertIn(b"triangles", result.stderr)
+        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+        self.assertEqual(self.leftovers(), [])
+
+    def test_the_word_convert_may_be_given(self):
+        self.assertEqual(self.run_program("convert", SAMPLE, self.out).returncode, 0)
+        self.assertTrue(os.path.exists(self.out))
+
+    def test_quiet_says_nothing(self):
+        result = self.run_program(SAMPLE, self.out, "--quiet")
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
+
+    def test_the_report_is_one_document_and_counts_as_zix_info_does(self):
+        result = self.run_program(SAMPLE, self.out, "--json")
+        report = self.report(result)
+        self.assertEqual(report["schema_version"], 1)
+        self.assertEqual((report["input"], report["output"], report["jt_version"]), (SAMPLE, self.out, "9.5"))
+        self.assertEqual((report["skipped"], report["ok"]), ([], True))
+        info = json.loads(subprocess.run([ZIX, "info", self.out, "--json"], capture_output=True).stdout)
+        counts = report["counts"]
+        self.assertGreater(counts["triangles"], 0)
+        for key in ("triangles", "lines", "points"):
+            self.assertEqual(counts[key], info["totals"][key])
+        for key, kind in (("transforms", "Transform"), ("shapes", "Shape"), ("meshes", "Mesh"), ("materials", "Material")):
+            self.assertEqual(counts[key], info["objects"].get(kind, 0), key)
+        # The scene's root is a node object too, but no node of the product.
+        self.assertIn(info["objects"]["Node"] - counts["nodes"], (0, 1))
+
+    def test_merging_vertices_can_be_switched_off(self):
+        merged = self.report(self.run_program(SAMPLE, self.out, "--json"))["counts"]
+        kept = self.report(self.run_program(SAMPLE, self.out, "--json", "--no-optimize"))["counts"]
+        self.assertEqual(kept["vertices_written"], kept["vertices_read"])
+        self.assertLess(merged["vertices_written"], kept["vertices_written"])
+        self.assertEqual(merged["triangles"], kept["triangles"])
+
+    def test_equal_input_gives_equal_bytes(self):
+        self.run_program(SAMPLE, self.out)
+        first = open(self.out, "rb").read()
+        self.run_program(SAMPLE, self.out)
+        self.assertEqual(open(self.out, "rb").read(), first)
+
+    def test_an_existing_scene_is_replaced(self):
+        self.write("out.zix", b"old")
+        self.assertEqual(self.run_program(SAMPLE, self.out).returncode, 0)
+        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+
+    def test_names_with_any_characters_and_a_backslash_work(self):
+        for name in ("größe 模型 🚜", "odd\\name"):
+            source = self.path(name + ".jt")
+            shutil.copy(SAMPLE, source)
+            result = self.run_program(source, self.path(name + ".zix"), "--json")
+            self.assertEqual(result.returncode, 0, result.stderr)
+            self.assertEqual(self.report(result)["input"], source)
+            self.assertTrue(os.path.exists(self.path(name + ".zix")))
+
+    def test_a_relative_name_without_a_folder_works(self):
+        shutil.copy(SAMPLE, self.path("model.jt"))
+        self.assertEqual(self.run_program("model.jt", "out.zix", cwd=self.folder).returncode, 0)
+        self.assertTrue(os.path.exists(self.out))
+
+    def test_double_dash_ends_the_options(self):
+        shutil.copy(SAMPLE, self.path("-model.jt"))
+        self.assertEqual(self.run_program("--", "-model.jt", "-out.zix", cwd=self.folder).returncode, 0)
+        self.assertTrue(os.path.exists(self.path("-out.zix")))
+
+
+class Log(CliTest):
+    def lines(self, result):
+        log = self.report(result)["log"]
+        with open(log, encoding="utf-8") as file:
+            lines = file.read().splitlines()
+        for line in lines:
+            self.assertRegex(line, r"^\[\d+:\d+:\d+, \d+-\d+-\d{4}\] ")
+        return [line.split("] ", 1)[1] for line in lines]
+
+    def test_holds_the_jobs_lines_and_nothing_of_the_dialog(self):
+        lines = self.lines(self.run_program(SAMPLE, self.out, "--json"))
+        self.assertEqual(lines[0], "obJt2Zix::Start conversion...")
+        self.assertEqual(lines[-1], "obJt2Zix::Conversion completed.")
+        self.assertIn("obJt2Zix::ReadJt(): JT File Version: 9.5", lines)
+        self.assertIn("obJt2Zix::SetTessParams(): ULP : MinEdgeLength : 0.02", lines)
+
+    def test_the_environment_sets_the_tolerance_with_a_line(self):
+        lines = self.lines(self.run_program(SAMPLE, self.out, "--json", environment={"MERIDAN_JT_ULP_TESS_TOLERANCE": "0.005"}))
+        self.assertEqual(lines[0], "obJt2Zix::ULP : MERIDAN_JT_ULP_TESS_TOLERANCE is set.")
+        self.assertIn("obJt2Zix::SetTessParams(): ULP : MinEdgeLength : 0.005", lines)
+
+    def test_the_option_beats_the_environment_without_that_line(self):
+        lines = self.lines(self.run_program(SAMPLE, self.out, "--json", "--tess-tolerance", "0.25",
+                                            environment={"MERIDAN_JT_ULP_TESS_TOLERANCE": "0.005"}))
+        self.assertEqual(lines[0], "obJt2Zix::Start conversion...")
+        self.assertIn("obJt2Zix::SetTessParams(): ULP : MinEdgeLength : 0.25", lines)
+
+    def test_the_work_directory_is_created_below_the_named_base(self):
+        base = self.path("base")
+        report = self.report(self.run_program(SAMPLE, self.out, "--json", "--work-dir", base))
+        self.assertRegex(report["log"], "^" + re.escape(base) + r"/Loftbay-\d{4}-\d+-\d+-\d+-\d+-\d+[^/]*/Loftbay_Log\.txt$")
+        self.assertTrue(os.path.exists(report["log"]))
+
+    def test_runs_within_one_second_do_not_share_a_log(self):
+        logs = {self.report(self.run_program(SAMPLE, self.out, "--json"))["log"] for _ in range(3)}
+        self.assertEqual(len(logs), 3)
+        for log in logs:
+            with open(log, encoding="utf-8") as file:
+                self.assertEqual(file.read().count("Start conversion..."), 1)
+
+    def test_without_any_variable_the_temporary_folder_is_the_base(self):
+        tmpdir = self.path("tmp")
+        os.mkdir(tmpdir)
+        env = {k: v for k, v in os.environ.items() if k not in ("MERIDAN_TEMP_PATH", "TEMP", "TMP", "USERPROFILE")}
+        env["TMPDIR"] = tmpdir
+        result = subprocess.run([LOFTBAY, SAMPLE, self.out, "--json"], capture_output=True, env=env, timeout=120)
+        self.assertTrue(self.report(result)["log"].startswith(tmpdir + "/"))
+
+    def test_a_log_that_cannot_be_written_does_not_stop_the_conversion(self):
+        result = self.run_program(SAMPLE, self.out, environment={"MERIDAN_TEMP_PATH": "/proc/nowhere"})
+        self.assertEqual(result.returncode, 0)
+
+
+class RefusedPaths(CliTest):
+    def check(self, code, message, *arguments):
+        result = self.run_program(*arguments, "--json")
+        self.assertEqual(result.returncode, code)
+        report = self.report(result)
+        self.assertEqual(result.stderr.decode().splitlines()[0], message)
+        self.assertEqual(report["counts"]["nodes"], 0)
+        return report
+
+    def test_a_missing_input(self):
+        self.check(3, "Error:Input file is not found.", self.path("missing.jt"), self.out)
+        self.assertFalse(os.path.exists(self.out))
+
+    def test_a_folder_as_input(self):
+        os.mkdir(self.path("folder.jt"))
+        self.check(3, "Error:Input file is not found.", self.path("folder.jt"), self.out)
+
+    def test_other_extensions(self):
+        self.check(3, "Error:Unsupported input format.", self.write("a.txt", b""), self.out)
+        self.check(3, "Error:Unsupported output format.", SAMPLE, self.path("out.zixx"))
+
+    def test_empty_texts(self):
+        self.check(3, "Please specify the input file.", "", self.out)
+        self.check(3, "Please specify the output file.", SAMPLE, "")
+
+    def test_a_missing_output_folder_is_not_created(self):
+        self.check(3, "Error:Output directory is not available.", SAMPLE, self.path("missing/out.zix"))
+        self.assertFalse(os.path.exists(self.path("missing")))
+
+    def test_an_output_that_cannot_be_written_is_logged(self):
+        os.mkdir(self.path("dir.zix"))
+        message = "Permission denied for writing the ZIX file. Please verify whether you have the write permission."
+        report = self.check(3, message, SAMPLE, self.path("dir.zix"))
+        with open(report["log"], encoding="utf-8") as file:
+            self.assertEqual([line.split("] ", 1)[1] for line in file.read().splitlines()], [message])
+
+    def test_the_input_as_output_also_behind_a_link(self):
+        model = self.path("model.jt")
+        shutil.copy(SAMPLE, model)
+        before = open(model, "rb").read()
+        os.symlink(model, self.out)
+        result = self.run_program(model, self.out)
+        self.assertEqual(result.returncode, 3)
+        self.assertIn(b"same file", result.stderr)
+        os.remove(self.out)
+        os.link(model, self.out)
+        self.assertEqual(self.run_program(model, self.out).returncode, 3)
+        self.assertEqual(self.run_program(model, model).returncode, 3)
+        self.assertEqual(open(model, "rb").read(), before)
+
+
+class BadInput(CliTest):
+    def check_not_loaded(self, content, reason):
+        source = self.write("bad.jt", content)
+        result = self.run_program(source, self.out, "--json")
+        self.assertEqual(result.returncode, 1)
+        report = self.report(result)
+        self.assertEqual(len(report["skipped"]), 1, report)
+        self.assertRegex(report["skipped"][0]["reason"], reason)
+        self.assertIn(b"bad.jt", result.stderr)
+        self.assertIn(b"Unable to find root node.  Check file...", result.stderr)
+        # The job saves what it has: a scene with its root only.
+        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+        self.assertEqual(self.leftovers(), ["bad.jt"])
+
+    def test_an_empty_file(self):
+        self.check_not_loaded(b"", r"(?i)JT file|ends|empty")
+
+    def test_a_file_that_is_no_jt_file(self):
+        self.check_not_loaded(b"solid cube\nfacet normal 0 0 1\n" * 10, r"(?i)not a JT file")
+
+    def test_a_file_cut_off_anywhere_gives_a_message_and_a_whole_scene(self):
+        content = open(SAMPLE, "rb").read()
+        for size in sorted({1, 80, 81, 104, 105, 120, len(content) // 4, len(content) // 2, len(content) - 1}):
+            with self.subTest(size=size):
+                source = self.write("cut.jt", content[:size])
+                result = self.run_program(source, self.out, "--json")
+                self.assertEqual(result.returncode, 1, result.stderr)
+                self.assertTrue(self.report(result)["skipped"])
+                self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+                os.remove(source)
+        self.assertEqual(self.leftovers(), [])
+
+    def test_a_file_name_under_four_characters_ends_the_job(self):
+        # "x.jt" has four characters and is legal; ".jt" has three.
+        shutil.copy(SAMPLE, self.path(".jt"))
+        result = self.run_program(self.path(".jt"), self.out, "--json")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(b".jt: invalid string position", result.stderr)
+        self.report(result)
+        self.assertFalse(os.path.exists(self.out))
+
+
+class Interrupted(CliTest):
+    def test_ctrl_c_removes_the_unfinished_scene_and_gives_130(self):
+        work = self.path("work")
+        process = None
+        for attempt in range(50):
+            process = subprocess.Popen([LOFTBAY, SAMPLE, self.out], stderr=subprocess.DEVNULL,
+                                       env={**os.environ, "MERIDAN_TEMP_PATH": work})
+            time.sleep(0.001 * (attempt % 10))
+            process.send_signal(signal.SIGINT)
+            code = process.wait(timeout=60)
+            self.assertIn(code, (130, 0, -signal.SIGINT))
+            self.assertEqual(self.leftovers(), [])
+            if code == 130 and attempt > 20:
+                return
+        self.skipTest("every run was over before, or not yet ready for, the signal")
+
+
+class Terminal(CliTest):
+    def run_at_terminal(self, environment):
+        master, slave = pty.openpty()
+        env = {**os.environ, "MERIDAN_TEMP_PATH": self.path("work"), **environment}
+        process = subprocess.Popen([LOFTBAY, SAMPLE, self.out], stderr=slave, stdout=subprocess.DEVNULL, env=env)
+        os.close(slave)
+        output = b""
+        while True:
+            try:
+                data = os.read(master, 4096)
+            except OSError:
+                break
+            if not data:
+                break
+            output += data
+        os.close(master)
+        self.assertEqual(process.wait(timeout=60), 0)
+        return output
+
+    def test_progress_is_drawn_on_a_terminal_only_where_it_may_be(self):
+        env = {"TERM": "xterm"}
+        env_no_color = {"TERM": "xterm", "NO_COLOR": "1"}
+        os.environ.pop("NO_COLOR", None)
+        self.assertIn(b"\x1b[K", self.run_at_terminal(env))
+        self.assertNotIn(b"\x1b", self.run_at_terminal(env_no_color))
+        self.assertNotIn(b"\x1b", self.run_at_terminal({"TERM": "dumb"}))
+
+
+class Info(CliTest):
+    def test_tells_version_tree_and_shapes_as_text(self):
+        result = self.run_program("info", SAMPLE)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        self.assertIn(b"9.5", result.stdout)
+        self.assertIn(b"part", result.stdout)
+
+    def test_the_same_as_one_json_document(self):
+        result = self.run_program("info", SAMPLE, "--json")
+        self.assertEqual(result.returncode, 0)
+        document = json.loads(result.stdout)
+        self.assertEqual(document["version"], "9.5")
+        self.assertGreater(sum(document["segments"].values()), 0)
+
+    def test_a_file_that_cannot_be_read_gives_1_and_a_json_document_all_the_same(self):
+        result = self.run_program("info", self.write("bad.jt", b"nonsense"), "--json")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("error", json.loads(result.stdout))
+
+
+if __name__ == "__main__":
+    unittest.main()

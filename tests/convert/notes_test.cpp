@@ -1,0 +1,114 @@
+// What the observer is told: counts, and what options and rules leave out.
+#include <gmock/gmock.h>
+
+#include "tests/doubles/job_fixture.h"
+
+namespace loftbay::doubles {
+namespace {
+
+using diag::Counted;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class NotesTest : public JobTest {
+ protected:
+  Shape& triangle() { return product.strips({{0, 0, 0, 1, 0, 0, 0, 1, 0}}); }
+  void convertTree(JtkEntity& root) {
+    toolkit().root = &root;
+    EXPECT_TRUE(convert());
+  }
+};
+
+TEST_F(NotesTest, CountsWhatIsReadAndWritten) {
+  convert::ignoreLines = false;
+  convert::ignorePoints = false;
+  auto& part = product.part("p", {&product.strips({{0, 0, 0, 1, 0, 0, 0, 0, 0, 1, 1, 1}}),
+                                  &product.polylines({{0, 0, 0, 1, 0, 0}, {1, 0, 0, 2, 0, 0}}),
+                                  &product.points({{0, 0, 0, 0, 0, 0}})});
+  part.transform = kIdentity;
+  part.material = &product.material();
+  convertTree(product.assembly("root", {&part}));
+  const std::map<Counted, std::uint64_t> expected = {
+      {Counted::Nodes, 3},         {Counted::Transforms, 1},     {Counted::Shapes, 3}, {Counted::Meshes, 3},
+      {Counted::Materials, 3},     {Counted::Triangles, 2},      {Counted::Lines, 2},  {Counted::Points, 2},
+      {Counted::VerticesRead, 10}, {Counted::VerticesWritten, 8}};
+  EXPECT_EQ(observer.counts, expected);
+  EXPECT_THAT(observer.notes, IsEmpty());
+  EXPECT_THAT(observer.losses, IsEmpty());
+}
+
+TEST_F(NotesTest, CountsATessellatedPart) {
+  convertTree(product.tessellatedPart("p", {&triangle(), &triangle()}));
+  EXPECT_EQ(observer.counts[Counted::Triangles], 1U);
+  EXPECT_EQ(observer.counts[Counted::VerticesRead], 3U);
+  EXPECT_EQ(observer.counts[Counted::VerticesWritten], 3U);
+  EXPECT_THAT(observer.notes,
+              ElementsAre("1 tessellated part gave more than one result; only the first was converted: p"));
+}
+
+TEST_F(NotesTest, IgnoredShapesAreSummedUpOnce) {
+  auto& lines = product.polylines({{0, 0, 0, 1, 0, 0}, {1, 0, 0, 2, 0, 0}});
+  convertTree(product.assembly(
+      "root", {&product.part("a", {&lines, &lines}), &product.part("b", {&product.points({{0, 0, 0}})})}));
+  EXPECT_THAT(observer.notes,
+              ElementsAre("2 line shapes were left out because lines are ignored (4 polylines): a",
+                          "1 point shape was left out because points are ignored (1 point groups): b"));
+}
+
+TEST_F(NotesTest, NamesTheFirstFewOnly) {
+  std::vector<JtkHierarchy*> parts;
+  for (const char* const name : {"a", "b", "c", "d", "e", "f", "g"}) parts.push_back(&product.part(name));
+  convertTree(product.assembly("root", parts));
+  EXPECT_THAT(
+      observer.notes,
+      ElementsAre(
+          "7 parts have no shapes in the first level of detail and give no geometry: a, b, c, d, e, …"));
+}
+
+TEST_F(NotesTest, SecondPartsOfANameAreNamed) {
+  convertTree(
+      product.assembly("root", {&product.part("p", {&triangle()}), &product.part("p", {&triangle()})}));
+  EXPECT_THAT(observer.notes,
+              ElementsAre("1 part bears the name of an earlier part and got its geometry and material: p"));
+}
+
+TEST_F(NotesTest, TheSamePartTwiceIsNoNote) {
+  auto& part = product.part("p", {&triangle()});
+  convertTree(product.assembly("root", {&part, &part}));
+  EXPECT_THAT(observer.notes, IsEmpty());
+}
+
+TEST_F(NotesTest, DroppedTransformsAreNamedWhereTheyWouldHaveMovedSomething) {
+  auto& moved = product.assembly("moved", {&product.part("p", {&triangle()})});
+  moved.transform = translation(1, 0, 0);
+  auto& still = product.assembly("still");
+  still.transform = kIdentity;
+  auto& part = product.part("q", {&triangle()});
+  part.transform = translation(0, 1, 0);
+  convertTree(product.assembly(
+      "root", {&product.instance("i", moved), &product.instance("j", still), &product.instance("k", part)}));
+  EXPECT_THAT(observer.notes,
+              ElementsAre("1 assembly inside an instanced assembly lost its transformation: moved",
+                          "1 instanced part lost its own transformation: k"));
+}
+
+TEST_F(NotesTest, AnInstancedPartWithoutShapesIsNamed) {
+  convertTree(product.assembly(
+      "root", {&product.instance("i", product.part("p")), &product.part("q", {&triangle()})}));
+  EXPECT_THAT(observer.notes, ElementsAre("1 instance refers to a part without shapes in the first level of "
+                                          "detail and gives no geometry: i"));
+}
+
+TEST_F(NotesTest, AnEmptySceneIsNeverSilent) {
+  convertTree(product.assembly("root"));
+  EXPECT_THAT(observer.notes, ElementsAre("the model holds no shapes, so the scene is empty"));
+}
+
+TEST_F(NotesTest, AnUnsavedSceneIsALossWithTheReason) {
+  letSceneThrow("createDefaultViews", 1, Throws::Number);
+  convertTree(product.part("p", {&triangle()}));
+  EXPECT_THAT(observer.losses, ElementsAre("C:\\out\\scene.zix: the scene could not be saved"));
+}
+
+}  // namespace
+}  // namespace loftbay::doubles

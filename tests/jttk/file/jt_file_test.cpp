@@ -1,0 +1,169 @@
+#include "jttk/file/jt_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "tests/jttk/support/jt_shapes.h"
+
+namespace {
+
+using jttk::Compression;
+using jttk::Guid;
+using jttk::JtFile;
+using jttk::SegmentType;
+using jttk::testing::ByteBuilder;
+using jttk::testing::Bytes;
+using jttk::testing::container;
+using jttk::testing::ContainerSegment;
+using jttk::testing::kSegmentId;
+using jttk::testing::zlibOf;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr std::uint32_t kSceneGraph = 1;
+constexpr std::uint32_t kShapeLod0 = 7;
+constexpr std::size_t kOrderByte = 80;
+constexpr std::size_t kContents9 = 80 + 1 + 4 + 4 + 16;
+
+Bytes textBytes(std::string_view text) { return ByteBuilder().text(text).result(); }
+
+Bytes prefixed(std::uint32_t flag, std::uint32_t algorithm, const Bytes& packed) {
+  return ByteBuilder()
+      .u32(flag)
+      .u32(static_cast<std::uint32_t>(packed.size()) + 1)
+      .u8(algorithm)
+      .bytes(packed)
+      .result();
+}
+
+// Opens a file of one segment and unpacks it.
+jttk::Result<Bytes> unpackedSegment(std::string_view version, std::uint32_t type, const Bytes& data,
+                                    Compression* compression = nullptr) {
+  const Bytes bytes = container(version, {{kSegmentId, type, data}});
+  const auto file = JtFile::fromBytes(bytes);
+  if (!file) return tl::unexpected<jttk::Error>(file.error());
+  const auto segment = (*file)->segment(*(*file)->find(kSegmentId));
+  if (!segment) return tl::unexpected<jttk::Error>(segment.error());
+  if (compression != nullptr) *compression = segment->compression;
+  return Bytes(segment->data.begin(), segment->data.end());
+}
+
+std::string openError(const Bytes& bytes) {
+  const auto file = JtFile::fromBytes(bytes);
+  return file ? "opened" : file.error().text();
+}
+
+TEST(JtFile, readsHeaderAndContentsOfBothOffsetWidths) {
+  for (const char* version : {"8.1", "9.5", "10.3"}) {
+    const Bytes bytes = container(version, {{kSegmentId, kShapeLod0, textBytes("abc")}});
+    const auto file = JtFile::fromBytes(bytes);
+    ASSERT_TRUE(file.has_value()) << file.error().text();
+    EXPECT_EQ((*file)->headerText(), std::string("Version ") + version + " JT");
+    EXPECT_EQ((*file)->sceneGraphId(), kSegmentId);
+    ASSERT_EQ((*file)->contents().size(), 1U);
+    EXPECT_EQ((*file)->contents()[0].type, SegmentType::ShapeLod0);
+    EXPECT_EQ(unpackedSegment(version, kShapeLod0, textBytes("abc")).value(), textBytes("abc"));
+  }
+}
+
+TEST(JtFile, aPlainSegmentIsAViewIntoTheFile) {
+  const Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
+  const auto file = JtFile::fromBytes(bytes);
+  const auto segment = (*file)->segment((*file)->contents()[0]);
+  ASSERT_TRUE(segment.has_value());
+  EXPECT_EQ(segment->data.data(), bytes.data() + bytes.size() - 3);
+  EXPECT_EQ(segment->base_offset, bytes.size() - 3);
+}
+
+TEST(JtFile, unpacksByThePrefixOfTheSegment) {
+  Compression compression{};
+  const Bytes plain = textBytes("scene graph");
+  EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, prefixed(2, 2, zlibOf(plain)), &compression).value(), plain);
+  EXPECT_EQ(compression, Compression::Zlib);
+  EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, prefixed(0, 1, plain), &compression).value(), plain);
+  EXPECT_EQ(compression, Compression::Stored);
+}
+
+TEST(JtFile, anUnknownTypeWithoutASensiblePrefixIsHandedOutWhole) {
+  const Bytes plain = textBytes("whatever this may be");
+  EXPECT_EQ(unpackedSegment("9.5", 40, plain).value(), plain);
+  EXPECT_EQ(unpackedSegment("9.5", 40, prefixed(2, 2, zlibOf(plain))).value(), plain);
+}
+
+TEST(JtFile, repeatedEntriesCountOnce) {
+  const ContainerSegment segment{kSegmentId, kShapeLod0, textBytes("abc")};
+  const Bytes bytes = container("8.0", {segment, segment});
+  const auto file = JtFile::fromBytes(bytes);
+  ASSERT_TRUE(file.has_value());
+  EXPECT_EQ((*file)->contents().size(), 1U);
+  EXPECT_EQ((*file)->duplicateEntries(), 1U);
+}
+
+TEST(JtFile, aReservedFieldThatIsSetDoesNotMoveTheContents) {
+  Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
+  bytes[kOrderByte + 1] = std::byte{1};
+  EXPECT_EQ(openError(bytes), "opened");
+}
+
+TEST(JtFile, saysWhyBytesAreNotAJtFile) {
+  EXPECT_THAT(openError(textBytes("PK")),
+              StartsWith("not a JT file: the header does not begin with \"Version\""));
+  EXPECT_THAT(openError({}), StartsWith("not a JT file"));
+  EXPECT_THAT(openError(textBytes("Version x")), StartsWith("not a JT file: no number"));
+  EXPECT_THAT(openError(container("7.0", {})), HasSubstr("JT 7.0 is not supported"));
+  EXPECT_THAT(openError(container("11.0", {})), HasSubstr("JT 11.0 is not supported"));
+  Bytes order = container("9.5", {});
+  order[kOrderByte] = std::byte{7};
+  EXPECT_THAT(openError(order), HasSubstr("byte order is 7"));
+}
+
+TEST(JtFile, contentsOutsideOfTheFileAreAnError) {
+  Bytes bytes = container("9.5", {});
+  bytes[kOrderByte + 5 + 2] = std::byte{0x7f};
+  EXPECT_THAT(openError(bytes), HasSubstr("outside of the file"));
+  Bytes count = container("9.5", {});
+  count[kContents9] = std::byte{1};
+  EXPECT_THAT(openError(count), HasSubstr("count larger than the bytes left"));
+}
+
+TEST(JtFile, aSegmentOutsideOfTheFileIsAnErrorOfThatSegment) {
+  Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
+  bytes.pop_back();
+  const auto file = JtFile::fromBytes(bytes);
+  ASSERT_TRUE(file.has_value());
+  const auto segment = (*file)->segment((*file)->contents()[0]);
+  ASSERT_FALSE(segment.has_value());
+  EXPECT_THAT(segment.error().what, HasSubstr("lie outside of the file"));
+  EXPECT_THAT(segment.error().what, HasSubstr(kSegmentId.text()));
+}
+
+TEST(JtFile, aSegmentThatDoesNotUnpackIsAnError) {
+  Bytes packed = zlibOf(textBytes("scene graph"));
+  packed[0] = std::byte{0};
+  EXPECT_THAT(unpackedSegment("9.5", kSceneGraph, prefixed(2, 2, packed)).error().what,
+              HasSubstr("does not inflate"));
+  EXPECT_THAT(unpackedSegment("9.5", kSceneGraph, textBytes("ab")).error().what, HasSubstr("ends too early"));
+  const Bytes lying = ByteBuilder().u32(2).u32(500).u8(2).u32(0).result();
+  EXPECT_THAT(unpackedSegment("9.5", kSceneGraph, lying).error().what, HasSubstr("499 bytes, but only 4"));
+}
+
+TEST(JtFile, noTruncationCrashes) {
+  const Bytes whole =
+      container("10.0", {{kSegmentId, kSceneGraph, prefixed(2, 2, zlibOf(textBytes("graph")))}});
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    const auto exact = std::make_unique<std::byte[]>(size);
+    std::copy_n(whole.begin(), size, exact.get());
+    const auto file = JtFile::fromBytes({exact.get(), size});
+    if (!file) continue;
+    for (const auto& entry : (*file)->contents()) EXPECT_FALSE((*file)->segment(entry).has_value()) << size;
+  }
+}
+
+TEST(JtFile, aFileThatDoesNotExistIsAnErrorWithTheReason) {
+  EXPECT_THAT(JtFile::open("no-such-file.jt").error().what, StartsWith("cannot be opened: "));
+  EXPECT_FALSE(JtFile::readVersion("no-such-file.jt").has_value());
+}
+
+}  // namespace

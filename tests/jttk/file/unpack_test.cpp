@@ -1,0 +1,106 @@
+// zlib, .xz and .lzma streams: whole, cut off, damaged, too large, and with something behind them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <lzma.h>
+
+#include "jttk/file/inflate.h"
+#include "jttk/file/unxz.h"
+#include "tests/jttk/support/jt_bytes.h"
+
+namespace {
+
+using jttk::inflateZlib;
+using jttk::unpackLzma;
+using jttk::testing::ByteBuilder;
+using jttk::testing::Bytes;
+using jttk::testing::zlibOf;
+using ::testing::HasSubstr;
+
+Bytes sampleText() {
+  ByteBuilder text;
+  for (std::uint32_t i = 0; i < 3000; ++i) text.u32(i * i % 977);
+  return text.result();
+}
+
+Bytes xzOf(const Bytes& plain) {
+  Bytes packed(lzma_stream_buffer_bound(plain.size()));
+  std::size_t size = 0;
+  lzma_easy_buffer_encode(1, LZMA_CHECK_CRC64, nullptr, reinterpret_cast<const std::uint8_t*>(plain.data()),
+                          plain.size(), reinterpret_cast<std::uint8_t*>(packed.data()), &size, packed.size());
+  packed.resize(size);
+  return packed;
+}
+
+Bytes bareLzmaOf(const Bytes& plain) {
+  lzma_options_lzma options;
+  lzma_lzma_preset(&options, 1);
+  lzma_stream stream = LZMA_STREAM_INIT;
+  Bytes packed(plain.size() + 1000);
+  EXPECT_EQ(lzma_alone_encoder(&stream, &options), LZMA_OK);
+  stream.next_in = reinterpret_cast<const std::uint8_t*>(plain.data());
+  stream.avail_in = plain.size();
+  stream.next_out = reinterpret_cast<std::uint8_t*>(packed.data());
+  stream.avail_out = packed.size();
+  EXPECT_EQ(lzma_code(&stream, LZMA_FINISH), LZMA_STREAM_END);
+  packed.resize(packed.size() - stream.avail_out);
+  lzma_end(&stream);
+  return packed;
+}
+
+Bytes withTail(Bytes bytes) {
+  bytes.resize(bytes.size() + 9, std::byte{0x5a});
+  return bytes;
+}
+
+TEST(InflateZlib, bytesBehindTheStreamAreIgnored) {
+  EXPECT_EQ(inflateZlib(zlibOf(sampleText()), 0).value(), sampleText());
+  EXPECT_EQ(inflateZlib(withTail(zlibOf(sampleText())), 0).value(), sampleText());
+}
+
+TEST(InflateZlib, everyTruncationIsAnError) {
+  const Bytes packed = zlibOf(sampleText());
+  for (std::size_t size = 0; size < packed.size(); ++size) {
+    const Bytes prefix(packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
+    const auto result = inflateZlib(prefix, 50);
+    ASSERT_FALSE(result.has_value()) << size;
+    EXPECT_EQ(result.error().what, "the zlib stream ends too early");
+    EXPECT_EQ(result.error().offset, 50 + size);
+  }
+}
+
+TEST(InflateZlib, damageIsAnError) {
+  Bytes packed = zlibOf(sampleText());
+  packed[0] = std::byte{0x12};
+  EXPECT_THAT(inflateZlib(packed, 0).error().what, HasSubstr("does not inflate"));
+}
+
+TEST(InflateZlib, theLimitIsExact) {
+  const Bytes plain = sampleText();
+  EXPECT_TRUE(inflateZlib(zlibOf(plain), 0, plain.size()).has_value());
+  const auto over = inflateZlib(zlibOf(plain), 0, plain.size() - 1);
+  ASSERT_FALSE(over.has_value());
+  EXPECT_THAT(over.error().what, HasSubstr("unpacks to more than"));
+}
+
+TEST(UnpackLzma, bothContainersAreRead) {
+  EXPECT_EQ(unpackLzma(xzOf(sampleText()), 0).value(), sampleText());
+  EXPECT_EQ(unpackLzma(withTail(xzOf(sampleText())), 0).value(), sampleText());
+  EXPECT_EQ(unpackLzma(bareLzmaOf(sampleText()), 0).value(), sampleText());
+  EXPECT_EQ(unpackLzma(withTail(bareLzmaOf(sampleText())), 0).value(), sampleText());
+}
+
+TEST(UnpackLzma, everyTruncationIsAnError) {
+  const Bytes packed = xzOf(sampleText());
+  for (std::size_t size = 0; size < packed.size(); ++size) {
+    const Bytes prefix(packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
+    ASSERT_FALSE(unpackLzma(prefix, 0).has_value()) << size;
+  }
+}
+
+TEST(UnpackLzma, theLimitIsExact) {
+  const Bytes plain = sampleText();
+  EXPECT_TRUE(unpackLzma(xzOf(plain), 0, plain.size()).has_value());
+  EXPECT_THAT(unpackLzma(xzOf(plain), 0, plain.size() - 1).error().what, HasSubstr("unpacks to more than"));
+}
+
+}  // namespace

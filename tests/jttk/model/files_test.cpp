@@ -1,0 +1,263 @@
+// Models that are spread over several files.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "host/path.h"
+#include "jttk/model/file_finder.h"
+#include "jttk/settings.h"
+#include "tests/jttk/model/loaded.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using jttk::testing::GraphBuilder;
+using jttk::testing::Recorder;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class ManyFiles : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() /
+              ("loftbay_files_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
+               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(folder_);
+    fs::create_directories(folder_ / "model");
+  }
+  void TearDown() override {
+    fs::remove_all(folder_);
+    jttk::settings() = {};
+  }
+
+  void write(const std::string& name, const GraphBuilder& graph) const {
+    const auto bytes = graph.file();
+    fs::create_directories((folder_ / "model" / name).parent_path());
+    std::ofstream(folder_ / "model" / name, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  }
+  // A file with one part of that name.
+  void writePart(const std::string& name, const std::string& part) const {
+    GraphBuilder graph;
+    graph.partition(0, {1}).name(part);
+    graph.part(1, {2});
+    graph.triStrips(2);
+    write(name, graph);
+  }
+  // main.jt refers to files in the order given.
+  void writeMain(const std::vector<std::string>& references) const {
+    GraphBuilder graph;
+    jttk::testing::Ids children;
+    for (std::size_t i = 0; i < references.size(); ++i) children.push_back(static_cast<std::int32_t>(10 + i));
+    graph.partition(0, {1}).name("main.asm;0;0:");
+    graph.metaData(1, children);
+    for (std::size_t i = 0; i < references.size(); ++i) {
+      graph.partition(children[i], {}, references[i]).name("ref " + std::to_string(i));
+    }
+    write("main.jt", graph);
+  }
+  std::vector<std::string> tree(const std::string& file = "model/main.jt") {
+    JtkEntity* root = jttk::testing::import(loftbay::host::toProgramPath((folder_ / file).string()));
+    if (root == nullptr) return {"not loaded"};
+    auto walked = jttk::testing::walk(root);
+    root->unref();
+    shapes_ = walked.shapes.size();
+    return walked.nodes;
+  }
+
+  fs::path folder_;
+  std::size_t shapes_ = 0;
+  Recorder recorder_;
+};
+
+TEST_F(ManyFiles, APartitionWithoutChildrenStandsForAnotherFileAndItsNameHolds) {
+  writePart("parts/bolt.jt", "bolt");
+  writeMain({"parts/bolt.jt"});
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0"));
+  EXPECT_EQ(shapes_, 1U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
+TEST_F(ManyFiles, SeparatorsLetterCaseAndALeadingDotDoNotMatter) {
+  writePart("Parts/Sub/Bolt.JT", "bolt");
+  writeMain({"./Parts/Sub/Bolt.JT", "parts\\sub\\bolt.jt", ".\\PARTS/Sub//BOLT.jt"});
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0", "  part ref 1", "  part ref 2"));
+  EXPECT_EQ(shapes_, 3U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
+TEST_F(ManyFiles, AFileThatHasMovedIsFoundByItsBareNameBesideTheReferringOne) {
+  writePart("bolt.jt", "bolt");
+  writeMain({"C:\\work\\models\\bolt.jt", "/somewhere/else/Bolt.jt", "gone/bolt.jt"});
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0", "  part ref 1", "  part ref 2"));
+  EXPECT_EQ(shapes_, 3U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
+TEST_F(ManyFiles, ReferencesAreSeenFromTheFileThatHoldsThem) {
+  writePart("sub/deep/bolt.jt", "bolt");
+  GraphBuilder sub;
+  sub.partition(0, {1, 2}).name("sub");
+  sub.partition(1, {}, "deep/bolt.jt").name("bolt");
+  sub.partition(2, {}, "../sub/deep/bolt.jt").name("again");
+  write("sub/sub.jt", sub);
+  writeMain({"sub/sub.jt", "sub/sub.jt"});
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  assembly ref 0", "    part bolt", "    part again",
+                                  "  assembly ref 1", "    part bolt", "    part again"));
+  EXPECT_EQ(shapes_, 4U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
+TEST_F(ManyFiles, AMissingFileIsAPartWithoutLevelsAndReportedTheRestConverts) {
+  writePart("bolt.jt", "bolt");
+  writeMain({"gone.jt", "bolt.jt"});
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0", "  part ref 1"));
+  EXPECT_EQ(shapes_, 1U);
+  EXPECT_THAT(recorder_.losses, ElementsAre(HasSubstr("\"gone.jt\" was not found")));
+  EXPECT_THAT(recorder_.losses[0], HasSubstr("ref 0: "));
+}
+
+TEST_F(ManyFiles, AnInstanceOfAMissingFileHasATarget) {
+  GraphBuilder graph;
+  graph.partition(0, {1, 2}).name("main");
+  graph.instance(1, 3).name("first");
+  graph.instance(2, 3).name("second");
+  graph.partition(3, {}, "gone.jt").name("gone");
+  write("main.jt", graph);
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  instance first", "  =part gone", "  instance second",
+                                  "  =part gone"));
+  EXPECT_EQ(recorder_.losses.size(), 1U);
+}
+
+TEST_F(ManyFiles, AnUnreadableFileIsReportedForEveryReference) {
+  std::ofstream(folder_ / "model" / "bad.jt") << "this is no model";
+  writeMain({"bad.jt", "bad.jt"});
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0", "  part ref 1"));
+  EXPECT_EQ(recorder_.losses.size(), 2U);
+  EXPECT_THAT(recorder_.losses[0], HasSubstr("bad.jt"));
+}
+
+TEST_F(ManyFiles, FilesThatReferToEachOtherEnd) {
+  GraphBuilder other;
+  other.partition(0, {1, 2}).name("other");
+  other.partition(1, {}, "main.jt").name("back");
+  other.part(2, {}).name("pin");
+  write("other.jt", other);
+  writeMain({"other.jt", "main.jt"});
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  assembly ref 0", "    part back", "    part pin",
+                                  "  part ref 1"));
+  EXPECT_THAT(recorder_.losses, ElementsAre(HasSubstr("back: "), HasSubstr("ref 1: ")));
+  EXPECT_THAT(recorder_.losses[0], HasSubstr("the circle is not followed"));
+}
+
+TEST_F(ManyFiles, FilesOutsideTheModelsFolderAreReadOnlyWhenThatIsAllowed) {
+  writePart("../outside.jt", "outside");
+  const std::string absolute = (folder_ / "outside.jt").string();
+  writeMain({"../outside.jt", absolute, "sub/../../outside.jt"});
+  fs::create_directories(folder_ / "model" / "sub");
+  (void)tree();
+  EXPECT_EQ(shapes_, 0U);
+  ASSERT_EQ(recorder_.losses.size(), 3U);
+  EXPECT_THAT(recorder_.losses[0], HasSubstr("lies outside the folder of the model"));
+  recorder_.losses.clear();
+  jttk::settings().allow_outside = true;
+  (void)tree();
+  EXPECT_EQ(shapes_, 3U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
+#ifndef _WIN32
+TEST_F(ManyFiles, LinksThatLeadOutsideAreRefusedAndLinksInsideAreOneFile) {
+  writePart("../outside.jt", "outside");
+  writePart("bolt.jt", "bolt");
+  fs::create_symlink("../outside.jt", folder_ / "model" / "link.jt");
+  fs::create_symlink("bolt.jt", folder_ / "model" / "same.jt");
+  writeMain({"link.jt", "same.jt"});
+  (void)tree();
+  EXPECT_EQ(shapes_, 1U);
+  EXPECT_THAT(recorder_.losses, ElementsAre(HasSubstr("lies outside")));
+}
+
+TEST_F(ManyFiles, TheModelMayBeNamedThroughALink) {
+  writePart("bolt.jt", "bolt");
+  writeMain({"bolt.jt"});
+  fs::create_symlink("model/main.jt", folder_ / "link.jt");
+  (void)tree("link.jt");
+  // References are seen from where the file really lies.
+  EXPECT_EQ(shapes_, 1U);
+}
+#endif
+
+TEST_F(ManyFiles, NamesOfPartsAreMadeDifferentAcrossFiles) {
+  GraphBuilder nameless;
+  nameless.partition(0, {1, 2});
+  nameless.part(1, {});
+  nameless.part(2, {});
+  write("nameless.jt", nameless);
+  GraphBuilder main;
+  main.partition(0, {1, 2}).name("main");
+  main.partition(1, {}, "nameless.jt").name("box");
+  main.part(2, {}).name("box (2)");
+  write("main.jt", main);
+  EXPECT_THAT(tree(), ElementsAre("assembly main", "  assembly box", "    part box", "    part box (3)",
+                                  "  part box (2)"));
+}
+
+TEST_F(ManyFiles, MaterialsAndTransformsComeDownIntoTheOtherFile) {
+  writePart("bolt.jt", "bolt");
+  GraphBuilder graph;
+  GraphBuilder::Material material;
+  material.diffuse = {0.5F, 0, 0, 1};
+  graph.material(20, material);
+  graph.move(21, 1, 2, 3);
+  graph.partition(0, {1, 2}).name("main");
+  graph.partition(1, {}, "bolt.jt").attributes({20, 21});
+  graph.part(2, {}).name("bare");
+  write("main.jt", graph);
+  JtkEntity* root =
+      jttk::testing::import(loftbay::host::toProgramPath((folder_ / "model" / "main.jt").string()));
+  ASSERT_NE(root, nullptr);
+  JtkHierarchy* bolt = static_cast<JtkAssembly*>(root)->getChild(0);
+  EXPECT_EQ(bolt->typeID(), JtkEntity::JtkPART);
+  EXPECT_EQ(jttk::testing::nameOf(bolt), "bolt");
+  EXPECT_EQ(jttk::testing::redOf(bolt), 0.5F);
+  EXPECT_THAT(jttk::testing::moveOf(bolt), ElementsAre(1, 2, 3));
+  root->unref();
+}
+
+TEST_F(ManyFiles, AFileThatCannotBeLoadedGivesNullAMessageAndALoss) {
+  EXPECT_THAT(tree("model/none.jt"), ElementsAre("not loaded"));
+  EXPECT_EQ(recorder_.losses.size(), 1U);
+  EXPECT_THAT(recorder_.messages(), HasSubstr("none.jt"));
+  EXPECT_EQ(recorder_.version, (std::pair{0, 0}));
+}
+
+TEST_F(ManyFiles, TheVersionIsTold) {
+  write("new.jt", [] {
+    GraphBuilder graph("10.3");
+    graph.partition(0, {});
+    return graph;
+  }());
+  (void)tree("model/new.jt");
+  EXPECT_EQ(recorder_.version, (std::pair{10, 3}));
+  JtkCADImporter* importer = JtkEntityFactory::createCADImporter();
+  importer->ref();
+  int major = 0;
+  int minor = 0;
+  const std::string path = loftbay::host::toProgramPath((folder_ / "model" / "new.jt").string());
+  importer->getFileVersion(JtkString(path.c_str()), major, minor);
+  EXPECT_EQ(major, 10);
+  EXPECT_EQ(minor, 3);
+  importer->unref();
+}
+
+TEST(FoldCase, KnowsLatinGreekAndCyrillicLetters) {
+  EXPECT_EQ(jttk::foldCase("Bolt 7.JT"), "bolt 7.jt");
+  EXPECT_EQ(jttk::foldCase("GEH\xc3\x84USE"), "geh\xc3\xa4use");
+  EXPECT_EQ(jttk::foldCase("\xce\x91\xd0\x94"), "\xce\xb1\xd0\xb4");
+  EXPECT_EQ(jttk::foldCase("\xff\xc3"), "\xff\xc3");
+}
+
+}  // namespace

@@ -1,0 +1,187 @@
+// Scene graph segments of every version and byte order, whole and damaged.
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <memory>
+
+#include "jttk/model/scene_graph.h"
+#include "tests/jttk/model/loaded.h"
+
+namespace {
+
+using jttk::ByteOrder;
+using jttk::kNone;
+using jttk::Node;
+using jttk::NodeKind;
+using jttk::readSceneGraph;
+using jttk::SceneGraph;
+using jttk::Segment;
+using jttk::Version;
+using jttk::testing::Bytes;
+using jttk::testing::GraphBuilder;
+using jttk::testing::Loaded;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+jttk::Result<SceneGraph> read(const Bytes& bytes, Version version = {9, 5},
+                              ByteOrder order = ByteOrder::Little) {
+  Segment segment;
+  segment.data = bytes;
+  return readSceneGraph(segment, version, order);
+}
+
+GraphBuilder everything(const std::string& version, ByteOrder order) {
+  GraphBuilder graph(version, order);
+  graph.move(20, 1, 2, 3);
+  GraphBuilder::Material material;
+  material.diffuse = {0.25F, 0.5F, 0.75F, 1};
+  graph.material(21, material);
+  graph.partition(0, {1, 2, 8}, "own name.jt").name("root.asm;1;0:");
+  graph.metaData(1, {3}).attributes({20, 21}).property("JT_PROP_MEASUREMENT_UNITS", "Inches");
+  graph.instance(2, 3).flags(0);
+  graph.part(3, {4});
+  graph.rangeLod(4, {5, 6});
+  graph.group(5, {7});
+  graph.lod(6, {7});
+  graph.triStrips(7).property("colour::", "red");
+  graph.switchNode(8, {1, 2}, 1).flags(4);
+  return graph;
+}
+
+class EveryVersion : public ::testing::TestWithParam<std::tuple<const char*, ByteOrder>> {};
+
+TEST_P(EveryVersion, HasTheSameGraph) {
+  const auto& [text, order] = GetParam();
+  const Version version{std::stoi(text), text[std::strlen(text) - 1] - '0'};
+  const GraphBuilder builder = everything(text, order);
+  const auto graph = read(builder.segment(), version, order);
+  ASSERT_TRUE(graph) << graph.error().text();
+  EXPECT_THAT(graph->damage, IsEmpty());
+  ASSERT_EQ(graph->nodes.size(), 9U);
+  const auto& nodes = graph->nodes;
+  const auto childrenOf = [&](std::size_t i) {
+    const auto first = graph->children.begin() + nodes[i].children.first;
+    return std::vector<std::uint32_t>(first, first + nodes[i].children.count);
+  };
+  EXPECT_EQ(graph->root, 0U);
+  EXPECT_EQ(graph->text(nodes[0].name), "root.asm;1;0:");
+  EXPECT_EQ(graph->text(nodes[0].file_name), "own name.jt");
+  EXPECT_THAT(childrenOf(0), ElementsAre(1, 2, 8));
+  EXPECT_THAT(childrenOf(2), ElementsAre(3));
+  EXPECT_THAT(childrenOf(4), ElementsAre(5, 6));
+  EXPECT_EQ(nodes[8].selected, 1);
+  EXPECT_EQ(nodes[8].flags, 4U);
+  EXPECT_EQ(graph->text(nodes[1].units), "Inches");
+  const NodeKind kinds[] = {NodeKind::Partition, NodeKind::MetaData,    NodeKind::Instance,
+                            NodeKind::Part,      NodeKind::RangeLod,    NodeKind::Group,
+                            NodeKind::Lod,       NodeKind::TriStripSet, NodeKind::Switch};
+  for (std::size_t i = 0; i < nodes.size(); ++i) EXPECT_EQ(nodes[i].kind, kinds[i]) << i;
+  ASSERT_EQ(graph->transforms.size(), 1U);
+  EXPECT_EQ(graph->transforms[0][12], 1);
+  EXPECT_EQ(graph->transforms[0][14], 3);
+  ASSERT_EQ(graph->materials.size(), 1U);
+  EXPECT_EQ(graph->materials[0].diffuse[2], 0.75F);
+  ASSERT_NE(nodes[7].figures, kNone);
+  EXPECT_EQ(graph->figures[nodes[7].figures].area, 1.5F);
+  EXPECT_THAT(graph->figures[nodes[7].figures].polygon_count, ElementsAre(5, 6));
+  ASSERT_NE(nodes[0].figures, kNone);
+  EXPECT_EQ(graph->figures[nodes[0].figures].box[5], 5);
+  const std::uint32_t shape = graph->findLateLoaded(nodes[7], "JT_LLPROP_SHAPEIMPL");
+  ASSERT_NE(shape, kNone);
+  EXPECT_EQ(graph->late_loaded[shape].segment, builder.shapeSegment(7));
+  EXPECT_EQ(graph->late_loaded[shape].segment_type, 7);
+  ASSERT_EQ(nodes[7].properties.count, 1U);
+  EXPECT_EQ(graph->strings[graph->properties[nodes[7].properties.first].value], "red");
+}
+
+INSTANTIATE_TEST_SUITE_P(SceneGraph, EveryVersion,
+                         ::testing::Combine(::testing::Values("8.0", "8.1", "9.0", "9.5", "10.0", "10.3"),
+                                            ::testing::Values(ByteOrder::Little, ByteOrder::Big)));
+
+// From a copy of exactly that length, so that the sanitizer sees a read behind it.
+TEST(DamagedGraph, EveryTruncationIsReportedOrHarmless) {
+  const Bytes whole = everything("9.5", ByteOrder::Little).segment();
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    const Bytes part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+    const auto graph = read(part);
+    if (graph) {
+      EXPECT_FALSE(graph->damage.empty()) << size;
+      EXPECT_LE(graph->nodes.size(), 9U);
+    } else {
+      EXPECT_FALSE(graph.error().what.empty());
+    }
+  }
+}
+
+TEST(DamagedGraph, EveryByteThatIsChangedLeavesAModelThatCanBeWalked) {
+  const GraphBuilder builder = everything("9.5", ByteOrder::Little);
+  const Bytes whole = builder.file();
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    for (const int change : {0x01, 0x80, 0xff}) {
+      Bytes bytes = whole;
+      bytes[i] ^= static_cast<std::byte>(change);
+      jttk::testing::Recorder recorder;
+      auto document = jttk::openDocument("damaged.jt", bytes);
+      if (!document) continue;
+      JtkHierarchy* root = jttk::Model::create(std::move(*document));
+      root->ref();
+      (void)jttk::testing::walk(root);
+      root->unref();
+    }
+  }
+}
+
+TEST(DamagedGraph, AnElementThatEndsTooEarlyCostsThatElement) {
+  GraphBuilder graph;
+  graph.partition(0, {1, 2}).name("root");
+  graph.part(1, {}).name("seen");
+  // A group whose child count is larger than its bytes: version, flags, no attributes, version, count.
+  const jttk::Guid group{0x10dd101b, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+  jttk::testing::OrderedBytes body(ByteOrder::Little);
+  body.u16(1).u32(0).i32(0).u16(1).i32(1000);
+  graph.element(2, group, body.result());
+  const Loaded model(graph);
+  EXPECT_THAT(model.tree(), ElementsAre("part root"));
+  EXPECT_THAT(model.recorder.losses,
+              ElementsAre(HasSubstr("group element 2: child count"), HasSubstr("has a child 2, but")));
+}
+
+TEST(DamagedGraph, AnIdThatIsUsedTwiceIsReportedAndTheFirstHolds) {
+  GraphBuilder graph;
+  graph.partition(0, {1, 2}).name("root");
+  graph.part(1, {});
+  graph.metaData(2, {});
+  graph.metaData(1, {});
+  const Loaded model(graph);
+  EXPECT_THAT(model.tree(), ElementsAre("assembly root", "  part root", "  assembly root"));
+  EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("node id 1 is used more than once")));
+}
+
+TEST(DamagedGraph, ManyFaultsAreCountedNotListed) {
+  GraphBuilder graph;
+  jttk::testing::Ids missing(1000);
+  for (std::int32_t i = 0; i < 1000; ++i) missing[static_cast<std::size_t>(i)] = 5000 + i;
+  graph.partition(0, missing).name("root");
+  const Loaded model(graph);
+  EXPECT_EQ(model.recorder.losses.size(), SceneGraph::kMaxDamage + 1);
+  EXPECT_THAT(model.recorder.losses.back(), HasSubstr("900 more"));
+}
+
+TEST(DamagedGraph, WithoutANodeItIsNoGraph) {
+  const GraphBuilder nothing;
+  const auto graph = read(nothing.segment());
+  ASSERT_FALSE(graph);
+  EXPECT_EQ(graph.error().what, "scene graph: has no node");
+}
+
+TEST(DamagedGraph, AMissingRootIsReplacedByAPartitionThatIsNobodysChild) {
+  GraphBuilder graph;
+  graph.element(0, {1, 2, 3, {}}, {});
+  graph.part(1, {});
+  graph.partition(2, {1}).name("box");
+  const Loaded model(graph);
+  EXPECT_THAT(model.tree(), ElementsAre("part box"));
+}
+
+}  // namespace

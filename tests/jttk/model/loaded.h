@@ -1,0 +1,86 @@
+// A model that a test built, loaded from memory, with what the toolkit said meanwhile.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "jttk/model/model.h"
+#include "tests/jttk/model/walk.h"
+#include "tests/jttk/support/jt_graph.h"
+
+namespace jttk::testing {
+
+class Loaded {
+ public:
+  // `path` names the file only; it does not exist.
+  explicit Loaded(const GraphBuilder& graph, const std::string& path = "folder\\machine.jt")
+      : bytes_(graph.file()) {
+    auto document = openDocument(path, bytes_);
+    if (document) {
+      root_ = Model::create(std::move(*document));
+      root_->ref();
+    } else {
+      ADD_FAILURE() << document.error().text();
+    }
+  }
+  ~Loaded() {
+    if (root_ != nullptr) root_->unref();
+  }
+  Loaded(const Loaded&) = delete;
+  Loaded& operator=(const Loaded&) = delete;
+
+  [[nodiscard]] JtkHierarchy* root() const { return root_; }
+  // The child at a place below the root: indices of children; instances are passed through.
+  [[nodiscard]] JtkHierarchy* at(std::initializer_list<int> places) const {
+    JtkHierarchy* node = root_;
+    for (const int place : places) node = static_cast<JtkAssembly*>(target(node))->getChild(place);
+    return node;
+  }
+  static JtkHierarchy* target(JtkHierarchy* node) {
+    if (node->typeID() != JtkEntity::JtkINSTANCE) return node;
+    return static_cast<JtkInstance*>(node)->getReferencedNode();
+  }
+  [[nodiscard]] std::vector<std::string> tree() const { return walk(root_).nodes; }
+
+  Recorder recorder;
+
+ private:
+  Bytes bytes_;
+  JtkHierarchy* root_ = nullptr;
+};
+
+// Red of the diffuse colour that a node answers; -1 when it has no material.
+inline float redOf(JtkHierarchy* node) {
+  JtkMaterial* material = nullptr;
+  node->getMaterial(material);
+  if (material == nullptr) return -1;
+  float* rgba = nullptr;
+  material->getDiffuseColor(rgba);
+  return rgba[0];
+}
+
+// Elements of a node's transform; empty when it has none.
+inline std::vector<float> transformOf(JtkHierarchy* node) {
+  JtkTransform* transform = nullptr;
+  node->getTransform(transform);
+  if (transform == nullptr) return {};
+  float* elements = nullptr;
+  transform->getMatrixElements(elements);
+  return {elements, elements + 16};
+}
+
+// Where a node's transform moves the origin; empty when it has none.
+inline std::vector<float> moveOf(JtkHierarchy* node) {
+  const std::vector<float> elements = transformOf(node);
+  if (elements.empty()) return {};
+  return {elements[12], elements[13], elements[14]};
+}
+
+inline JtkShape* shapeOf(JtkHierarchy* part, int level, int index) {
+  JtkShape* shape = nullptr;
+  static_cast<JtkPart*>(part)->getShape(shape, level, index);
+  return shape;
+}
+
+}  // namespace jttk::testing

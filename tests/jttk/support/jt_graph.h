@@ -1,0 +1,145 @@
+// Writes scene graph segments and whole files with them, for tests and fuzzing seeds: any version from 8.0 to
+// 10.x, both byte orders, every element as the format lays it out.
+//
+//   GraphBuilder graph("9.5");
+//   graph.partition(0, {1}).name("machine.asm;0;0:");
+//   graph.part(1, {2}).name("wheel.part;0;0:");
+//   graph.triStrips(2);
+//   Bytes file = graph.file();
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "jttk/file/byte_reader.h"
+#include "tests/jttk/support/jt_bytes.h"
+
+namespace jttk::testing {
+
+// Bytes in either order.
+class OrderedBytes {
+ public:
+  explicit OrderedBytes(ByteOrder order) : order_(order) {}
+  OrderedBytes& u8(std::uint64_t v) { return put(v, 1); }
+  OrderedBytes& u16(std::uint64_t v) { return put(v, 2); }
+  OrderedBytes& u32(std::uint64_t v) { return put(v, 4); }
+  OrderedBytes& u64(std::uint64_t v) { return put(v, 8); }
+  OrderedBytes& i32(std::int32_t v) { return put(static_cast<std::uint32_t>(v), 4); }
+  OrderedBytes& f32(float v) { return u32(std::bit_cast<std::uint32_t>(v)); }
+  OrderedBytes& f64(double v) { return u64(std::bit_cast<std::uint64_t>(v)); }
+  OrderedBytes& guid(const Guid& id);
+  OrderedBytes& mbString(std::string_view ascii);
+  OrderedBytes& bytes(const Bytes& v) {
+    bytes_.insert(bytes_.end(), v.begin(), v.end());
+    return *this;
+  }
+  [[nodiscard]] const Bytes& result() const { return bytes_; }
+
+ private:
+  OrderedBytes& put(std::uint64_t v, int count);
+  ByteOrder order_;
+  Bytes bytes_;
+};
+
+using Ids = std::vector<std::int32_t>;
+
+class GraphBuilder {
+ public:
+  explicit GraphBuilder(std::string version = "9.5", ByteOrder order = ByteOrder::Little);
+
+  // Settings of the node that was added last.
+  class NodeSettings {
+   public:
+    NodeSettings(GraphBuilder& graph, std::int32_t id) : graph_(graph), id_(id) {}
+    NodeSettings& name(std::string_view text) { return property("JT_PROP_NAME", text); }
+    NodeSettings& property(std::string_view key, std::string_view value);
+    NodeSettings& lateLoaded(std::string_view key, const Guid& segment, std::int32_t type);
+    NodeSettings& attributes(Ids ids);
+    NodeSettings& flags(std::uint32_t flags);
+
+   private:
+    GraphBuilder& graph_;
+    std::int32_t id_;
+  };
+
+  NodeSettings partition(std::int32_t id, Ids children, std::string file_name = "");
+  NodeSettings metaData(std::int32_t id, Ids children);
+  NodeSettings part(std::int32_t id, Ids children);
+  NodeSettings instance(std::int32_t id, std::int32_t child);
+  NodeSettings group(std::int32_t id, Ids children);
+  NodeSettings rangeLod(std::int32_t id, Ids children);
+  NodeSettings lod(std::int32_t id, Ids children);
+  NodeSettings switchNode(std::int32_t id, Ids children, std::int32_t selected);
+  // A tetrahedron of four vertices, vertex i at (i, 2i, 3i + 0.5), in a segment of its own (from 9.0 on).
+  NodeSettings triStrips(std::int32_t id);
+  // The same without geometry.
+  NodeSettings emptyTriStrips(std::int32_t id);
+  NodeSettings nullShape(std::int32_t id);
+  NodeSettings element(std::int32_t id, const Guid& kind, Bytes body);
+
+  // Row-major; only elements that differ from the identity are stored.
+  void transform(std::int32_t id, const std::array<double, 16>& elements, std::uint8_t state = 8);
+  void move(std::int32_t id, double x, double y, double z, std::uint8_t state = 8);
+  struct Material {
+    std::array<float, 4> diffuse{};
+    float shininess = 10;
+    std::uint8_t state = 8;
+    std::uint32_t inhibited = 0;
+    std::uint32_t final_fields = 0;  // 10.x
+    std::uint16_t data_flags = 0;  // 8.x: bit 0 with bits 1, 2, 3: one number for ambient, specular, emission
+  };
+  void material(std::int32_t id, const Material& material);
+
+  // The data of the scene graph segment.
+  [[nodiscard]] Bytes segment() const;
+  // A whole file: the scene graph, stored plainly, and the segments of the shapes.
+  [[nodiscard]] Bytes file() const;
+  // The segment that a shape of triStrips is in.
+  [[nodiscard]] Guid shapeSegment(std::int32_t id) const;
+  // Takes the place of the geometry of all shapes that are added from here on.
+  void setGeometry(Bytes element) { geometry_ = std::move(element); }
+
+ private:
+  struct Listed {
+    std::int32_t id = 0;
+    Guid kind;
+    std::uint8_t base_type = 0;
+    bool is_node = true;
+    std::uint32_t flags = 0;
+    Ids attributes;
+    Bytes body;  // of nodes: what follows the base node
+  };
+  struct Property {
+    std::string key;
+    std::string text;
+    Guid segment;
+    std::int32_t segment_type = -1;  // -1: text
+  };
+
+  NodeSettings add(std::int32_t id, const Guid& kind, std::uint8_t base_type, const Bytes& body);
+  void version(OrderedBytes& out, std::uint32_t number = 1) const;
+  [[nodiscard]] Bytes groupBody(const Ids& children) const;
+  [[nodiscard]] Bytes shapeBody() const;
+  void beginAttribute(OrderedBytes& out, std::uint8_t state, std::uint32_t inhibited,
+                      std::uint32_t final_fields) const;
+  void addAttribute(std::int32_t id, const Guid& kind, const Bytes& body);
+  void writeElement(OrderedBytes& out, const Listed& element) const;
+  void writeAtoms(OrderedBytes& atoms, OrderedBytes& table) const;
+  void endOfElements(OrderedBytes& out) const;
+
+  std::string version_;
+  int major_;
+  ByteOrder order_;
+  std::vector<Listed> elements_;
+  std::map<std::int32_t, std::vector<Property>> properties_;
+  std::map<std::int32_t, Bytes> shapes_;
+  Bytes geometry_;
+};
+
+}  // namespace jttk::testing

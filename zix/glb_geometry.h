@@ -1,0 +1,34 @@
+// One mesh's arrays as they go into a GLB's binary chunk: all points as three floats, and the indices of
+// whole, finite elements: three per triangle, two per piece of a polyline, one per point.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <span>
+
+#include "zix/bounds.h"
+#include "zix/scene_meshes.h"
+
+namespace Orb::Zix {
+
+struct GlbGeometry {
+  MeshArrays arrays;
+  std::uint64_t element_count = 0;
+  std::uint64_t index_count = 0;    // 0: there is nothing to show, and nothing is written
+  BoxF box;                         // of all points that are finite
+  std::array<float, 3> stand_in{};  // written for points that are not finite; no element refers to them
+  // Places in the file, filled in by the exporter.
+  std::uint64_t number = 0;
+  std::uint64_t positions_offset = 0;
+  std::uint64_t indices_offset = 0;
+
+  [[nodiscard]] std::uint64_t positionsSize() const { return 12 * std::uint64_t{arrays.pointCount()}; }
+  [[nodiscard]] std::uint64_t indicesSize() const { return 4 * index_count; }
+};
+
+GlbGeometry measure(const MeshArrays& arrays);
+
+// Hands over exactly positionsSize() + indicesSize() bytes, piece by piece.
+void writeArrays(const GlbGeometry& geometry, const std::function<void(std::span<const std::byte>)>& append);
+
+}  // namespace Orb::Zix

@@ -1,0 +1,45 @@
+// The one file that holds stb_image_write. It writes into memory; the file itself goes the way of all
+// outputs.
+#include "zix/png.h"
+
+#include <stdexcept>
+
+#include "host/path.h"
+#include "zix/output_file.h"
+
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#define STB_IMAGE_WRITE_STATIC
+#define STBI_WRITE_NO_STDIO
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#include <stb/stb_image_write.h>
+#pragma GCC diagnostic pop
+
+namespace Orb::Zix {
+
+std::optional<std::string> writePng(std::string_view program_path, std::uint32_t width, std::uint32_t height,
+                                    std::span<const std::uint8_t> rgb) {
+  if (rgb.size() != std::size_t{3} * width * height)
+    throw std::invalid_argument("pixels do not fill the picture");
+  OutputFile file;
+  auto failure = file.open(program_path);
+  struct Target {
+    OutputFile& file;
+    std::optional<OutputFailure>& failure;
+  } target{file, failure};
+  const auto append = [](void* context, void* data, int size) {
+    auto& to = *static_cast<Target*>(context);
+    if (to.failure) return;
+    to.failure =
+        to.file.append(std::as_bytes(std::span(static_cast<char*>(data), static_cast<std::size_t>(size))));
+  };
+  if (!failure && stbi_write_png_to_func(append, &target, static_cast<int>(width), static_cast<int>(height),
+                                         3, rgb.data(), static_cast<int>(3 * width)) == 0) {
+    return std::string(loftbay::host::toHostPath(program_path)) +
+           ": there is not enough memory for the picture";
+  }
+  if (!failure) failure = file.commit();
+  return failure ? std::optional(failure->text()) : std::nullopt;
+}
+
+}  // namespace Orb::Zix
