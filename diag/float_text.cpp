@@ -77,7 +77,7 @@ Decimal sixDigits(float value) {
 // printf's choice: exponent form below -4 and from 6 upwards, no trailing zeros, no trailing point.
 char* write(char* out, const Decimal& decimal) {
   std::array<char, kDigits> digits{};
-  std::uint64_t rest = decimal.digits;
+  auto rest = static_cast<std::uint32_t>(decimal.digits);
   for (std::size_t i = kDigits; i-- > 0; rest /= 10) digits[i] = static_cast<char>('0' + rest % 10);
   int used = kDigits;
   while (used > 1 && digits[static_cast<std::size_t>(used - 1)] == '0') --used;

@@ -8,7 +8,6 @@
 #include <array>
 #include <bit>
 
-#include "convert/job.h"
 #include "diag/float_text.h"
 
 namespace loftbay::geometry {
@@ -140,15 +139,3 @@ void removeDuplicateVertices(const std::vector<Point>& points, std::vector<Point
 }
 
 }  // namespace loftbay::geometry
-
-namespace loftbay::convert {
-
-void obJt2Zix::RemoveDuplicateVertices(const std::vector<geometry::Point>& inPoints,
-                                       std::vector<geometry::Point>& outPoints, std::uint32_t* indices,
-                                       std::size_t indexCount,
-                                       const std::vector<geometry::Point>& inCompanion,
-                                       std::vector<geometry::Point>& outCompanion) {
-  geometry::removeDuplicateVertices(inPoints, outPoints, {indices, indexCount}, inCompanion, outCompanion);
-}
-
-}  // namespace loftbay::convert

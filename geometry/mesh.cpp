@@ -27,6 +27,14 @@ bool obJt2Zix::beginShape(std::string_view prefix, const char* shape_name, int p
   return true;
 }
 
+void obJt2Zix::RemoveDuplicateVertices(const std::vector<geometry::Point>& inPoints,
+                                       std::vector<geometry::Point>& outPoints, std::uint32_t* indices,
+                                       std::size_t indexCount,
+                                       const std::vector<geometry::Point>& inCompanion,
+                                       std::vector<geometry::Point>& outCompanion) {
+  geometry::removeDuplicateVertices(inPoints, outPoints, {indices, indexCount}, inCompanion, outCompanion);
+}
+
 void obJt2Zix::mergeVertices(std::string_view prefix, geometry::ShapeArrays& arrays,
                              std::vector<std::uint32_t>& indices) {
   WriteTraceLog(text(prefix, ":Optimize option enabled"));

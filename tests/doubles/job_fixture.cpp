@@ -42,7 +42,11 @@ JobTest::JobTest() : saved_seams_(diag::programSeams()) {
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder);
   diag::openTraceLog(host::toProgramPath((folder / "log.txt").string()));
-  diag::setClock([] { return diag::LocalTime{9, 5, 3, 16, 11, 2026}; });
+  // Every line asks for the time once.
+  diag::setClock([] {
+    callOrder() += 'L';
+    return diag::LocalTime{9, 5, 3, 16, 11, 2026};
+  });
   diag::setMemoryQuery([] { return host::MemoryCounters{5 * 1024 + 1023, 7 * 1024}; });
   auto& seams = diag::programSeams();
   seams.showMessageBox = [this](std::string_view text, diag::BoxIcon icon) {
@@ -99,7 +103,8 @@ void JobTest::expectGolden(const std::string& name) const {
       source != nullptr ? std::filesystem::path(source) / "tests" : std::filesystem::path(LOFTBAY_TESTS_DIR);
   const auto path = tests / "convert" / "golden" / (name + ".txt");
   const std::string actual =
-      "== scene ==\n" + sceneCalls() + "== toolkit ==\n" + toolkitCalls() + "== log ==\n" + log();
+      "== scene ==\n" + sceneCalls() + "== toolkit ==\n" + toolkitCalls() + "== log ==\n" + log() +
+      "== order of log lines (L), scene calls (S) and toolkit calls (T) ==\n" + callOrder() + "\n";
   if (std::getenv("LOFTBAY_UPDATE_GOLDEN") != nullptr) {
     std::ofstream(path) << actual;
     return;

@@ -44,8 +44,9 @@ class JobTest : public testing::Test {
   std::string logLines(std::string_view text) const;
   std::string sceneLines(std::string_view text) const;
 
-  // Compares the scene's calls, the toolkit's calls and the log with tests/convert/golden/<name>.txt. With
-  // LOFTBAY_UPDATE_GOLDEN set, writes that file instead; what it then says has to be read and judged.
+  // Compares the scene's calls, the toolkit's calls, the log and their common order with
+  // tests/convert/golden/<name>.txt. With LOFTBAY_UPDATE_GOLDEN set, writes that file instead; what it then
+  // says has to be read and judged.
   void expectGolden(const std::string& name) const;
 
   static std::uint64_t count(const std::vector<std::string>& lines, std::string_view text);

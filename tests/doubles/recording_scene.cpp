@@ -14,6 +14,7 @@ using Orb::Zix::ObjectId;
 
 struct Record {
   std::string text;
+  std::string order;
   std::uint64_t objects = 0;
   std::map<std::string, int, std::less<>> calls;
   std::map<std::string, std::pair<int, Throws>, std::less<>> failures;
@@ -78,6 +79,7 @@ void called(std::string_view result, std::string_view operation, const Arguments
   ((line += separator, line += show(arguments), separator = ", "), ...);
   line += ")";
   Record& r = record();
+  r.order += 'S';
   const std::string name(operation.substr(0, operation.find('<')));
   const int number = ++r.calls[name];
   const auto failure = r.failures.find(name);
@@ -96,6 +98,8 @@ std::string exactText(float value) {
 }
 
 void resetScene() { record() = {}; }
+
+std::string& callOrder() { return record().order; }
 
 const std::string& sceneCalls() { return record().text; }
 

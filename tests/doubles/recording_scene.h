@@ -24,6 +24,10 @@ enum class Throws { SceneError, Number };  // an exception with a text, or somet
 // Lets the `nth` call (from 1) of an operation ("saveTo", "createObject", …) throw.
 void letSceneThrow(std::string_view operation, int nth = 1, Throws what = Throws::SceneError);
 
+// The order in which scene calls (S), toolkit calls (T) and log lines (L) came, one letter each, since the
+// last reset of the scene.
+std::string& callOrder();
+
 // Text of a float as it stands in the calls.
 std::string exactText(float value);
 

@@ -16,7 +16,10 @@ std::map<const JtkRefCounted*, std::string>& labels() {
   return *labels;
 }
 
-void called(std::string text) { toolkit().calls.push_back(std::move(text)); }
+void called(std::string text) {
+  toolkit().calls.push_back(std::move(text));
+  callOrder() += 'T';
+}
 
 std::string labelOf(const JtkRefCounted* object) {
   const auto found = labels().find(object);
