@@ -190,7 +190,6 @@ Section "Uninstall"
   RMDir "$INSTDIR"
   Delete "$SMPROGRAMS\Loftbay.lnk"
   DeleteRegKey HKCU "${VERB_KEY}"
-  DeleteRegKey HKCU "${UNINSTALL_KEY}"
   !insertmacro TellAssociationsChanged
   !insertmacro PathSize $1
   ${If} $1 > 0
@@ -207,4 +206,5 @@ Section "Uninstall"
       !insertmacro TellEnvironmentChanged
     ${EndIf}
   ${EndIf}
+  DeleteRegKey HKCU "${UNINSTALL_KEY}"
 SectionEnd
