@@ -7,18 +7,40 @@ namespace loftbay::gui {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// Paths of any length, which the standard library's function does not manage here. `folder` begins with the
+// prefix for them.
+void removeAll(const std::wstring& folder) {
+  WIN32_FIND_DATAW entry{};
+  const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &entry);
+  if (search == INVALID_HANDLE_VALUE) return;
+  do {
+    const std::wstring name = entry.cFileName;
+    if (name == L"." || name == L"..") continue;
+    const std::wstring path = folder + L"\\" + name;
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+      removeAll(path);
+    } else {
+      DeleteFileW(path.c_str());
+    }
+  } while (FindNextFileW(search, &entry) != 0);
+  FindClose(search);
+  RemoveDirectoryW(folder.c_str());
+}
+
+}  // namespace
+
 Desk::Desk() {
   static int number = 0;
   folder_ = fs::temp_directory_path() /
             (L"loftbay-gui-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
+  removeAll(L"\\\\?\\" + folder_.wstring());  // of a test program that was stopped
   fs::create_directories(folder_);
   base_ = folder_ / L"base";
 }
 
-Desk::~Desk() {
-  std::error_code ignored;
-  fs::remove_all(folder_, ignored);
-}
+Desk::~Desk() { removeAll(L"\\\\?\\" + folder_.wstring()); }
 
 Program::Options Desk::options(const Path& exe) const {
   return {.exe = exe, .environment = {{L"MERIDAN_TEMP_PATH", base_.wstring()}}};

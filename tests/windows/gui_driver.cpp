@@ -59,8 +59,13 @@ MessageBox::Icon iconOf(HWND box) {
   for (HWND child = GetWindow(box, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
     if (className(child) != L"Static" || (GetWindowLongPtrW(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON)
       continue;
-    return looksMoreLike(child, IDI_ERROR, IDI_INFORMATION) ? MessageBox::Icon::Error
-                                                            : MessageBox::Icon::Information;
+    auto icon = MessageBox::Icon::None;
+    waitFor("the icon to be drawn", [&] {
+      if (showsIcon(child, IDI_ERROR)) icon = MessageBox::Icon::Error;
+      if (showsIcon(child, IDI_INFORMATION)) icon = MessageBox::Icon::Information;
+      return icon != MessageBox::Icon::None;
+    });
+    return icon;
   }
   return MessageBox::Icon::None;
 }
@@ -161,7 +166,6 @@ MessageBox Program::closeMessageBox(const char* picture) {
   MessageBox result{text(box), text(GetDlgItem(box, kMessageTextControl)), MessageBox::Icon::None, 0};
   for (HWND child = GetWindow(box, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT))
     result.buttons += className(child) == L"Button" && IsWindowVisible(child) != 0 ? 1 : 0;
-  waitFor("the box to be drawn", [&] { return isDrawn(box); });
   result.icon = iconOf(box);
   if (picture != nullptr) keepPicture(box, picture);
   HWND ok = GetDlgItem(box, IDOK);

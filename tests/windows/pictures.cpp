@@ -21,6 +21,9 @@ namespace {
 
 constexpr int kStillPictures = 20;
 
+// Sum of the three colour differences per pixel that two drawings of one icon may have on average.
+constexpr std::uint64_t kSameIcon = 12;
+
 // A bitmap in memory that can be drawn on and read.
 class Canvas {
  public:
@@ -101,13 +104,10 @@ Picture pictureOf(HWND window) {
   return canvas.picture();
 }
 
-bool isDrawn(HWND window) { return !pictureOf(window).oneColour(); }
-
-bool looksMoreLike(HWND control, const wchar_t* first_icon, const wchar_t* second_icon) {
+bool showsIcon(HWND control, const wchar_t* icon) {
   const Picture seen = pictureOf(control);
-  const auto background = seen.pixels.front();
-  return difference(seen, drawnIcon(first_icon, seen.width, seen.height, background)) <
-         difference(seen, drawnIcon(second_icon, seen.width, seen.height, background));
+  const Picture wanted = drawnIcon(icon, seen.width, seen.height, seen.pixels.front());
+  return difference(seen, wanted) <= kSameIcon * seen.pixels.size();
 }
 
 void writePng(const Picture& picture, const std::string& file_name) {

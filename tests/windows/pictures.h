@@ -20,11 +20,8 @@ struct Picture {
 // The window's rectangle as the screen shows it.
 Picture pictureOf(HWND window);
 
-// False while the window is still a blank rectangle.
-bool isDrawn(HWND window);
-
-// Whether a control shows the first of two system icons rather than the second (IDI_… names).
-bool looksMoreLike(HWND control, const wchar_t* first_icon, const wchar_t* second_icon);
+// Whether a control shows a system icon (IDI_… name), and nothing but it on one colour.
+bool showsIcon(HWND control, const wchar_t* icon);
 
 void writePng(const Picture& picture, const std::string& file_name);
 
