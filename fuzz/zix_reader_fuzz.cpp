@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "zix/checksum.h"
+#include "fuzz/zix_repair.h"
 #include "zix/scene_meshes.h"
 #include "zix/shown_text.h"
 #include "zix/validate.h"
@@ -14,35 +14,6 @@
 namespace {
 
 using namespace Orb::Zix;
-
-template <typename T>
-T load(const std::vector<std::byte>& file, std::size_t offset) {
-  T value;
-  std::memcpy(&value, file.data() + offset, sizeof(T));
-  return value;
-}
-
-void repairChecksums(std::vector<std::byte>& file) {
-  if (file.size() < sizeof(format::Header)) return;
-  auto header = load<format::Header>(file, 0);
-  header.file_size = file.size();
-  const std::uint64_t offset = header.directory_offset;
-  if (offset <= file.size()) {
-    header.chunk_count = (file.size() - offset) / sizeof(format::ChunkEntry);
-    for (std::size_t i = 0; i < header.chunk_count; ++i) {
-      const std::size_t place = static_cast<std::size_t>(offset) + i * sizeof(format::ChunkEntry);
-      auto entry = load<format::ChunkEntry>(file, place);
-      if (entry.offset > file.size() || entry.size > file.size() - entry.offset) continue;
-      entry.checksum = checksum(std::span(file).subspan(static_cast<std::size_t>(entry.offset),
-                                                        static_cast<std::size_t>(entry.size)));
-      std::memcpy(file.data() + place, &entry, sizeof(entry));
-    }
-    header.directory_checksum = checksum(std::span(file).subspan(static_cast<std::size_t>(offset)));
-  }
-  std::memcpy(file.data(), &header, sizeof(header));
-  header.header_checksum = checksum(std::span(file).first(offsetof(format::Header, header_checksum)));
-  std::memcpy(file.data(), &header, sizeof(header));
-}
 
 void readEverything(const SceneFile& scene) {
   std::uint64_t sink = scene.modelName().size() + scene.application().size() + scene.saveText().size();
@@ -72,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0) return 0;
   std::vector<std::byte> file(size - 1);
   if (size > 1) std::memcpy(file.data(), data + 1, size - 1);
-  if (data[0] % 2 != 0) repairChecksums(file);
+  if (data[0] % 2 != 0) repairZixChecksums(file);
   const auto scene = SceneFile::fromBytes(file);
   const ValidationReport report = validateBytes(file);
   if (!scene && report.error_count == 0) std::abort();

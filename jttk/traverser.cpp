@@ -37,7 +37,7 @@ void Traverser::traverse(JtkEntity* root, int client_data) {
     JtkEntity* node = steps.back().node;
     if (leave_ != nullptr && leave_(node, depth(), client_data) != 1) return;
     // The arrays of the shapes that were looked at meanwhile are not needed any more.
-    if (auto* left = dynamic_cast<Leavable*>(node);
+    if (auto* left = dynamic_cast<ModelNode*>(node);
         left != nullptr && node->typeID() != JtkEntity::JtkASSEMBLY) {
       left->wasLeft();
     }

@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace Orb::Zix {
 
 namespace {
@@ -16,50 +20,59 @@ void addOneByOne(BoxF& box, std::span<const float> values, std::size_t dimension
   }
 }
 
-// Four points at a time: lane i holds coordinate i % 3, so that the loop becomes three vector minima and
-// three maxima without any shuffling. `sum` turns into NaN as soon as one value is not finite, because
-// v * 0 is 0 for every finite v.
+#ifdef __SSE2__
+
+// Four points at a time: lane i of three registers holds coordinate i % 3, so that nothing is shuffled.
 constexpr std::size_t kLanes = 12;
 
-struct Lanes {
-  float low[kLanes];
-  float high[kLanes];
-  float sum[kLanes];
-};
-
-Lanes scan(const float* values, std::size_t count) {
-  Lanes lanes{};
-  for (std::size_t k = 0; k < kLanes; ++k) lanes.low[k] = lanes.high[k] = values[k];
+// False when a value is not finite; the box is then untouched. `count` is a positive multiple of kLanes.
+bool addFinite(BoxF& box, const float* values, std::size_t count) {
+  __m128 low[3];
+  __m128 high[3];
+  __m128 sum[3];  // turns into NaN as soon as one value is not finite, because v * 0 is 0 for all others
+  const __m128 zero = _mm_setzero_ps();
+  for (std::size_t r = 0; r < 3; ++r) {
+    low[r] = high[r] = _mm_loadu_ps(values + 4 * r);
+    sum[r] = zero;
+  }
   for (std::size_t i = 0; i < count; i += kLanes) {
-    for (std::size_t k = 0; k < kLanes; ++k) {
-      const float v = values[i + k];
-      lanes.low[k] = v < lanes.low[k] ? v : lanes.low[k];
-      lanes.high[k] = v > lanes.high[k] ? v : lanes.high[k];
-      lanes.sum[k] += v * 0.0F;
+    for (std::size_t r = 0; r < 3; ++r) {
+      const __m128 v = _mm_loadu_ps(values + i + 4 * r);
+      low[r] = _mm_min_ps(v, low[r]);
+      high[r] = _mm_max_ps(v, high[r]);
+      sum[r] = _mm_add_ps(sum[r], _mm_mul_ps(v, zero));
     }
   }
-  return lanes;
+  float lows[kLanes];
+  float highs[kLanes];
+  float sums[kLanes];
+  for (std::size_t r = 0; r < 3; ++r) {
+    _mm_storeu_ps(lows + 4 * r, low[r]);
+    _mm_storeu_ps(highs + 4 * r, high[r]);
+    _mm_storeu_ps(sums + 4 * r, sum[r]);
+  }
+  if (!std::all_of(std::begin(sums), std::end(sums), [](float s) { return s == 0.0F; })) return false;
+  for (std::size_t k = 0; k < kLanes; k += 3) {
+    box.add(lows[k], lows[k + 1], lows[k + 2]);
+    box.add(highs[k], highs[k + 1], highs[k + 2]);
+  }
+  return true;
 }
+
+#endif
 
 }  // namespace
 
 void addPoints(BoxF& box, std::span<const float> values, std::uint32_t dimension) {
-  if (dimension != 3) return addOneByOne(box, values, dimension);
+#ifdef __SSE2__
   constexpr std::size_t kBlock = kLanes * 256;
-  while (values.size() >= kLanes) {
+  while (dimension == 3 && values.size() >= kLanes) {
     const std::size_t count = std::min(kBlock, values.size() / kLanes * kLanes);
-    const Lanes lanes = scan(values.data(), count);
-    if (std::all_of(std::begin(lanes.sum), std::end(lanes.sum), [](float s) { return s == 0.0F; })) {
-      for (std::size_t k = 0; k < kLanes; k += 3) {
-        box.add(lanes.low[k], lanes.low[k + 1], lanes.low[k + 2]);
-        box.add(lanes.high[k], lanes.high[k + 1], lanes.high[k + 2]);
-      }
-    } else {
-      addOneByOne(box, values.first(count), 3);
-    }
+    if (!addFinite(box, values.data(), count)) addOneByOne(box, values.first(count), 3);
     values = values.subspan(count);
   }
-  addOneByOne(box, values, 3);
+#endif
+  addOneByOne(box, values, dimension);
 }
 
 }  // namespace Orb::Zix

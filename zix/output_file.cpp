@@ -15,6 +15,8 @@ namespace Orb::Zix {
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{1} << 20;
+// Copying these into the buffer would cost more than the system call that it saves.
+constexpr std::size_t kWrittenDirectly = std::size_t{1} << 18;
 
 std::atomic<FileOperationHook*> operation_hook{nullptr};
 
@@ -113,13 +115,11 @@ std::optional<OutputFailure> OutputFile::append(std::span<const std::byte> bytes
   if (failure_) return failure_;
   if (!isOpen()) return fail("write", std::string("the file is not open"));
   size_ += bytes.size();
+  if (bytes.size() >= kWrittenDirectly) {
+    if (auto failure = flushBuffer()) return failure;
+    return writeOut(bytes);
+  }
   while (!bytes.empty()) {
-    if (buffered_ == 0 && bytes.size() >= kBufferSize) {
-      const auto whole = bytes.first(bytes.size() / kBufferSize * kBufferSize);
-      if (auto failure = writeOut(whole)) return failure;
-      bytes = bytes.subspan(whole.size());
-      continue;
-    }
     const std::size_t amount = std::min(bytes.size(), kBufferSize - buffered_);
     std::memcpy(buffer_.get() + buffered_, bytes.data(), amount);
     buffered_ += amount;

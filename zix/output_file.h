@@ -39,7 +39,7 @@ class OutputFile {
   // current directory moves nothing. An existing output that is no regular file is refused.
   std::optional<OutputFailure> open(std::string_view program_path);
 
-  // Appends through a buffer; blocks of the buffer's size and more go straight to the system.
+  // Appends through a buffer; blocks of 256 KiB and more go straight to the system.
   std::optional<OutputFailure> append(std::span<const std::byte> bytes);
   std::optional<OutputFailure> append(std::string_view text);
   // Replaces bytes that were appended before.

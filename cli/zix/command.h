@@ -38,6 +38,7 @@ struct Command {
 int runInfo(const Invocation& call);
 int runTree(const Invocation& call);
 int runValidate(const Invocation& call);
+int runDiff(const Invocation& call);
 int runExport(const Invocation& call);
 int runRender(const Invocation& call);
 

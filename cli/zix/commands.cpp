@@ -12,6 +12,12 @@ std::span<const Command> commands() {
        runInfo},
       {"tree", {"F"}, "The scene's tree, one object per line.", {}, runTree},
       {"validate", {"F"}, "Checks every byte of the file. Code 1 when it is damaged.", {}, runValidate},
+      {"diff",
+       {"A", "B"},
+       "The first differences in tree, placements, arrays and materials. Code 1 when there are any.",
+       {{"--tolerance", "X",
+         "Numbers that differ by at most X count as equal; without it, only equal bits do."}},
+       runDiff},
       {"export",
        {"F", "OUT"},
        "Writes the scene in another format, by OUT's extension: .glb (tree and materials), .stl (binary) or "

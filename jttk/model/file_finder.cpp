@@ -109,7 +109,8 @@ FileFinder::Found FileFinder::findFrom(const std::string& folder, std::string_vi
 
 std::string FileFinder::resolve(std::string folder, const std::vector<std::string>& names) {
   for (const std::string& name : names) {
-    std::string exact = folder + kSeparator + name;
+    std::string exact = folder;
+    exact.append(1, kSeparator).append(name);
     if (name == ".." || host::pathExists(exact)) {
       folder = std::move(exact);
       continue;

@@ -28,7 +28,7 @@ class TransformObject final : public Typed<JtkTransform, JtkEntity::JtkTRANSFORM
 
 // What assemblies, parts and instances have in common.
 template <typename Interface, JtkEntity::TypeID Type>
-class HierarchyObject : public Typed<Interface, Type>, public Leavable {
+class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
  public:
   HierarchyObject(Model& model, Product product, Met met, const Inherited& inherited)
       : model_(model), product_(std::move(product)), met_(met), below_(inherited) {
@@ -46,6 +46,7 @@ class HierarchyObject : public Typed<Interface, Type>, public Leavable {
     material = model_.materials().material(materialState());
   }
   void wasLeft() override { model_.releaseShapes(); }
+  [[nodiscard]] Model& model() override { return model_; }
 
   // The root owns the model; it is the one object that does not hold a reference to itself.
   void own(std::unique_ptr<Model> model) { owned_model_ = std::move(model); }

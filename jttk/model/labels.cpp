@@ -31,7 +31,9 @@ std::string_view withoutSuffix(std::string_view name) {
   name = name.substr(0, name.find('\0'));
   if (name.empty() || name.back() != ':') return name;
   std::string_view cut = name.substr(0, name.size() - 1);
-  if (!cutField(cut) || !cutField(cut)) return name;
+  for (int fields = 0; fields < 2; ++fields) {
+    if (!cutField(cut)) return name;
+  }
   for (const std::string_view ending : {std::string_view(".asm"), std::string_view(".part")}) {
     if (!endsWith(cut, ending)) continue;
     cut.remove_suffix(ending.size());

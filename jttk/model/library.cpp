@@ -71,17 +71,26 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
   return entry->second.get();
 }
 
+std::vector<std::string> Library::otherFiles() const {
+  std::vector<std::string> paths;
+  for (const auto& [canonical, document] : documents_) {
+    if (document && document.get() != mainWay()->document) paths.push_back(document->path);
+  }
+  return paths;
+}
+
 void Library::tellDamage(Document& document) {
   SceneGraph& graph = document.graph;
   has_materials_ = has_materials_ || graph.has_materials;
   const std::string file = host::toHostPath(document.path);
+  const std::string place = file + ": scene graph: ";
   for (const GraphDamage& damage : graph.damage) {
     const std::string what = damage.error.offset == 0 ? damage.error.what : damage.error.text();
-    lost(document.nearestLabel(damage.node), file + ": scene graph: " + what);
+    lost(document.nearestLabel(damage.node), place + what);
   }
   if (graph.unlisted_damage > 0) {
     lost(document.nearestLabel(kNone),
-         file + ": scene graph: " + std::to_string(graph.unlisted_damage) + " more faults of this kind");
+         place + std::to_string(graph.unlisted_damage) + " more faults of this kind");
   }
   for (const std::uint32_t node : graph.ignored) {
     note(file + ": \"" + document.nearestLabel(node) + "\" is marked as not shown and was left out");

@@ -6,6 +6,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "jttk/model/document.h"
 #include "jttk/model/file_finder.h"
@@ -32,15 +34,16 @@ class Library {
   // Whether inherited names have been worked out (see names.h).
   [[nodiscard]] bool namesGiven() const { return names_given_; }
   void setNamesGiven() { names_given_ = true; }
-  [[nodiscard]] const std::map<std::string, std::unique_ptr<Document>>& documents() const {
-    return documents_;
-  }
+  // The paths of the files that were opened besides the main one.
+  [[nodiscard]] std::vector<std::string> otherFiles() const;
 
  private:
   struct Reference {
     Document* document;
     std::uint32_t node;
-    friend auto operator<=>(const Reference&, const Reference&) = default;
+    bool operator<(const Reference& other) const {
+      return std::tie(document, node) < std::tie(other.document, other.node);
+    }
   };
 
   Document* open(const Reference& reference);

@@ -7,7 +7,7 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <unordered_map>
+#include <tuple>
 
 #include "jttk/jttk.h"
 #include "jttk/model/scene_graph.h"
@@ -46,7 +46,9 @@ class MaterialStates {
     State above;
     const SceneGraph* graph;
     std::uint32_t attribute;
-    friend auto operator<=>(const StepKey&, const StepKey&) = default;
+    bool operator<(const StepKey& other) const {
+      return std::tie(above, graph, attribute) < std::tie(other.above, other.graph, other.attribute);
+    }
   };
 
   std::deque<Values> states_;

@@ -77,13 +77,15 @@ class Model {
   std::size_t places_ = 0;
 };
 
-// What the traverser tells a node when it has left it.
-class Leavable {
+// What all nodes of a model have in common behind the interface.
+class ModelNode {
  public:
+  // Told by the traverser when it has left the node.
   virtual void wasLeft() = 0;
+  [[nodiscard]] virtual Model& model() = 0;
 
  protected:
-  ~Leavable() = default;
+  ~ModelNode() = default;
 };
 
 }  // namespace jttk

@@ -20,6 +20,8 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   ~PartObject() override;
 
   void getMaterial(JtkMaterial*& material) override;
+  // Whether getMaterial answers one that the file gives, and not the grey one.
+  [[nodiscard]] bool hasMaterialInForce() const { return below_.material != MaterialStates::kEmpty; }
   [[nodiscard]] int numShapeLODs() override;
   [[nodiscard]] int numShapes(int level) override;
   void getShape(JtkShape*& shape, int level, int index) override;

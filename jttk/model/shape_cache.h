@@ -6,6 +6,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <tuple>
 
 #include "jttk/model/document.h"
 #include "jttk/model/shape_arrays.h"
@@ -17,7 +18,9 @@ class ShapeCache {
   struct Key {
     const Document* document;
     std::uint32_t node;
-    friend auto operator<=>(const Key&, const Key&) = default;
+    bool operator<(const Key& other) const {
+      return std::tie(document, node) < std::tie(other.document, other.node);
+    }
   };
 
   explicit ShapeCache(std::size_t limit_bytes) : limit_bytes_(limit_bytes) {}

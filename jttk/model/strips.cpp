@@ -1,10 +1,10 @@
-// Three passes over flat arrays: corners get dense vertex numbers (one per pair of position and record),
-// edges find their partners through a hash table, and strips are grown greedily. From each seed the three
-// ways to start are tried and the longest is kept, so every triangle is looked at a bounded number of times.
+// Passes over flat arrays, each linear: corners get vertex numbers (the same number where position and record
+// are the same), edges are sorted by their smaller vertex and paired there, and strips are grown greedily.
+// From each seed the three ways to start are tried and the longest is kept, so every triangle is looked at a
+// bounded number of times.
 #include "jttk/model/strips.h"
 
 #include <algorithm>
-#include <bit>
 
 namespace jttk {
 
@@ -12,40 +12,13 @@ namespace {
 
 constexpr std::uint32_t kNobody = 0xffffffffU;
 
-std::uint64_t mixed(std::uint64_t key) {
-  key *= 0x9e3779b97f4a7c15U;
-  return key ^ key >> 29U;
+std::uint32_t highest(std::span<const std::uint32_t> values) {
+  std::uint32_t most = 0;
+  for (const std::uint32_t value : values) {
+    if (value != kNobody) most = std::max(most, value);
+  }
+  return most;
 }
-
-// Open addressing from 64-bit keys to 32-bit values; made once for a known number of entries.
-class Table {
- public:
-  explicit Table(std::size_t entries)
-      : shift_(64 - static_cast<int>(std::bit_width(entries * 2 + 1))),
-        slots_(std::size_t{1} << (64 - shift_)) {}
-
-  // The value of the key; `value` itself when the key is new.
-  std::uint32_t findOrAdd(std::uint64_t key, std::uint32_t value) {
-    Slot& slot = at(key);
-    if (slot.value == kNobody) slot = {key, value};
-    return slot.value;
-  }
-  std::uint32_t find(std::uint64_t key) { return at(key).value; }
-
- private:
-  struct Slot {
-    std::uint64_t key = 0;
-    std::uint32_t value = kNobody;
-  };
-  Slot& at(std::uint64_t key) {
-    std::size_t i = mixed(key) >> shift_;
-    while (slots_[i].value != kNobody && slots_[i].key != key) i = i + 1 == slots_.size() ? 0 : i + 1;
-    return slots_[i];
-  }
-
-  int shift_;
-  std::vector<Slot> slots_;
-};
 
 class Stripifier {
  public:
@@ -59,6 +32,8 @@ class Stripifier {
 
   Primitives run() {
     result_.starts.push_back(0);
+    result_.positions.reserve(corners_.size() / 2);
+    if (!records_.empty()) result_.records.reserve(corners_.size() / 2);
     used_.assign(corners_.size() / 3, kUnused);
     for (std::uint32_t seed = 0; seed < used_.size(); ++seed) {
       if (used_[seed] != kTaken) growFrom(seed);
@@ -86,39 +61,99 @@ class Stripifier {
     }
   }
 
+  // The highest number is below vertex_count_; not all numbers need to occur.
   void numberVertices() {
     vertices_.resize(corners_.size());
+    vertex_count_ = corners_.empty() ? 0 : highest(positions_) + std::size_t{1};
     if (records_.empty()) {
       for (std::size_t i = 0; i < corners_.size(); ++i) vertices_[i] = positions_[corners_[i]];
-      return;
+    } else if (!corners_.empty() && !numberByRecord()) {
+      numberByPair();
     }
-    Table numbers(corners_.size());
+  }
+
+  // Where every record belongs to one position, the record says it all. (Corners without a record are told
+  // apart by position.)
+  bool numberByRecord() {
+    const std::size_t record_count = highest(records_) + std::size_t{1};
+    std::vector<std::uint32_t> position_of(record_count, kNobody);
     for (std::size_t i = 0; i < corners_.size(); ++i) {
-      const std::uint32_t corner = corners_[i];
-      const std::uint64_t key = std::uint64_t{positions_[corner]} << 32U | records_[corner];
-      vertices_[i] = numbers.findOrAdd(key, static_cast<std::uint32_t>(i));
+      const std::uint32_t record = records_[corners_[i]];
+      const std::uint32_t position = positions_[corners_[i]];
+      if (record == kNobody) {
+        vertices_[i] = static_cast<std::uint32_t>(record_count + position);
+        continue;
+      }
+      if (position_of[record] == kNobody) position_of[record] = position;
+      if (position_of[record] != position) return false;
+      vertices_[i] = record;
     }
+    vertex_count_ += record_count;
+    return true;
+  }
+
+  // Else the corners are sorted by position, and the records of one position get numbers in turn.
+  void numberByPair() {
+    std::vector<std::uint32_t> first(vertex_count_ + 1);
+    for (const std::uint32_t corner : corners_) ++first[positions_[corner] + std::size_t{1}];
+    for (std::size_t i = 1; i < first.size(); ++i) first[i] += first[i - 1];
+    std::vector<std::uint32_t> order(corners_.size());
+    for (std::uint32_t i = 0; i < corners_.size(); ++i) order[first[positions_[corners_[i]]]++] = i;
+    struct Number {
+      std::uint32_t position = kNobody;
+      std::uint32_t vertex = 0;
+    };
+    const std::size_t record_count = highest(records_) + std::size_t{1};
+    std::vector<Number> numbers(record_count + 1);  // the last is for corners without a record
+    std::uint32_t next_vertex = 0;
+    for (const std::uint32_t i : order) {
+      const std::uint32_t position = positions_[corners_[i]];
+      const std::uint32_t record = records_[corners_[i]];
+      Number& number = numbers[record == kNobody ? record_count : record];
+      if (number.position != position) number = {position, next_vertex++};
+      vertices_[i] = number.vertex;
+    }
+    vertex_count_ = next_vertex;
   }
 
   // Edge e leads from its own corner to the next one of the triangle.
   static std::uint32_t next(std::uint32_t edge) { return edge % 3 == 2 ? edge - 2 : edge + 1; }
   static std::uint32_t previous(std::uint32_t edge) { return edge % 3 == 0 ? edge + 2 : edge - 1; }
-  [[nodiscard]] std::uint64_t edgeKey(std::uint32_t from, std::uint32_t to) const {
-    return std::uint64_t{vertices_[from]} << 32U | vertices_[to];
-  }
 
-  // The first edge of each direction is paired with the first of the opposite one; edges of further triangles
-  // there (the surface is no manifold) and edges without length stay alone.
+  // Pairs edges that run between the same vertices in opposite directions. Where more than two triangles meet
+  // (the surface is no manifold) the first that fit are paired and the others stay alone, as do edges without
+  // length.
   void pairEdges() {
     partners_.assign(corners_.size(), kNobody);
-    Table edges(corners_.size());
-    for (std::uint32_t e = 0; e < corners_.size(); ++e) edges.findOrAdd(edgeKey(e, next(e)), e);
-    for (std::uint32_t e = 0; e < corners_.size(); ++e) {
-      if (partners_[e] != kNobody || vertices_[e] == vertices_[next(e)]) continue;
-      const std::uint32_t other = edges.find(edgeKey(next(e), e));
-      if (other == kNobody || other / 3 == e / 3 || partners_[other] != kNobody) continue;
-      partners_[e] = other;
-      partners_[other] = e;
+    std::vector<std::uint32_t> first(vertex_count_ + 1);
+    const auto lower = [&](std::uint32_t e) { return std::min(vertices_[e], vertices_[next(e)]); };
+    for (std::uint32_t e = 0; e < corners_.size(); ++e) ++first[lower(e) + std::size_t{1}];
+    for (std::size_t i = 1; i < first.size(); ++i) first[i] += first[i - 1];
+    std::vector<std::uint32_t> order(corners_.size());
+    for (std::uint32_t e = 0; e < corners_.size(); ++e) order[first[lower(e)]++] = e;
+    // By the other vertex: the edge of each direction that waits, and the lower vertex it was found at.
+    struct Waiting {
+      std::uint32_t at = kNobody;
+      std::uint32_t edges[2] = {kNobody, kNobody};
+    };
+    std::vector<Waiting> waiting(vertex_count_);
+    for (const std::uint32_t e : order) {
+      const std::uint32_t from = vertices_[e];
+      const std::uint32_t to = vertices_[next(e)];
+      if (from == to) continue;
+      const bool upwards = from < to;
+      Waiting& other = waiting[upwards ? to : from];
+      const std::uint32_t at = upwards ? from : to;
+      if (other.at != at) other = {at, {kNobody, kNobody}};
+      std::uint32_t& opposite = other.edges[upwards ? 0 : 1];
+      std::uint32_t& own = other.edges[upwards ? 1 : 0];
+      if (opposite != kNobody && opposite / 3 != e / 3) {
+        partners_[e] = opposite;
+        partners_[opposite] = e;
+        opposite = kNobody;
+      } else if (own == kNobody) {
+        own = e;
+      }
     }
   }
 
@@ -165,7 +200,8 @@ class Stripifier {
   std::vector<std::uint32_t> corners_;   // three per triangle: index of the polygon corner
   std::vector<std::uint32_t> vertices_;  // parallel: the same number where position and record are the same
   std::vector<std::uint32_t> partners_;  // parallel: the edge that runs the other way
-  std::vector<std::uint32_t> used_;      // per triangle
+  std::size_t vertex_count_ = 0;
+  std::vector<std::uint32_t> used_;  // per triangle
   std::vector<std::uint32_t> strip_;
   std::uint32_t trial_ = 0;
   Primitives result_;

@@ -29,6 +29,9 @@ constexpr double kPinionPhase = 6.5;  // so that its teeth meet the gaps of the 
 double radians(double degrees) { return degrees * std::numbers::pi / 180; }
 double degrees(double radians) { return radians * 180 / std::numbers::pi; }
 
+// Segments of half a circle.
+std::size_t halved(std::size_t segments) { return segments / 2; }
+
 // So that the last bit of a sine changes no file.
 double tidy(double value) { return std::round(value * 65536) / 65536; }
 
@@ -136,7 +139,7 @@ Solid entablature(std::size_t n) {
 Solid bearing(double half_width, double height, double radius, double bore, double thickness, std::size_t n) {
   Outline outline = {{-half_width, 0}, {half_width, 0}, {half_width, 12}, {radius, 26}};
   for (std::size_t i = 0; i <= n / 2; ++i) {
-    const double angle_rad = std::numbers::pi * double(i) / double(n / 2);
+    const double angle_rad = std::numbers::pi * double(i) / double(halved(n));
     outline.push_back({radius * std::cos(angle_rad), height + radius * std::sin(angle_rad)});
   }
   outline.push_back({-radius, 26});
@@ -152,7 +155,7 @@ Solid beam(std::size_t n) {
   Outline outline;
   const auto arc = [&](double x, double radius, double from_deg, double to_deg) {
     for (std::size_t i = 0; i <= n / 2; ++i) {
-      const double angle_rad = radians(from_deg + (to_deg - from_deg) * double(i) / double(n / 2));
+      const double angle_rad = radians(from_deg + (to_deg - from_deg) * double(i) / double(halved(n)));
       outline.push_back({x + radius * std::cos(angle_rad), radius * std::sin(angle_rad)});
     }
   };
@@ -200,7 +203,7 @@ Solid valveChest(std::size_t n) {
 Solid steamPipe(std::size_t n) {
   std::vector<std::array<double, 3>> path = {{0, 0, 0}, {0, 0, 40}};
   for (std::size_t i = 1; i <= n / 4; ++i) {
-    const double angle_rad = radians(90.0 * double(i) / double(n / 4));
+    const double angle_rad = radians(90.0 * double(i) / double(halved(halved(n))));
     path.push_back({-40 + 40 * std::cos(angle_rad), 0, 40 + 40 * std::sin(angle_rad)});
   }
   path.push_back({-110, 0, 80});

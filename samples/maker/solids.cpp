@@ -247,7 +247,7 @@ Shape toShape(const Solid& solid, double crease_deg) {
       for (const auto other : around[v]) {
         if (other >= t) break;
         for (std::size_t k = 0; k < 3; ++k) {
-          const std::uint32_t c = shape.corner_records[3 * other + k];
+          const std::uint32_t c = shape.corner_records[std::size_t{3} * other + k];
           if (solid.triangles[other][k] == v && shape.normals[c] == normal) record = c;
         }
       }

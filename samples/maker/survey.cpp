@@ -133,7 +133,7 @@ class Contour {
 Shape contours(const Shape& surface) {
   Shape shape;
   shape.kind = ShapeKind::Polylines;
-  for (float level = 0.75F; level < 11; level += kContourStep) Contour(surface, level, shape).run();
+  for (int i = 0; i < 7; ++i) Contour(surface, 0.75F + kContourStep * static_cast<float>(i), shape).run();
   shape.corner_records = shape.corner_positions;
   return shape;
 }

@@ -92,6 +92,12 @@ class Verifier {
     std::uint32_t type = 0;
   };
 
+  [[nodiscard]] std::span<const std::uint8_t> piece(std::uint64_t offset, std::uint64_t length) const {
+    if (offset > file_.size() || length > file_.size() - offset) {
+      throw std::runtime_error("something lies outside the file");
+    }
+    return file_.subspan(offset, length);
+  }
   void problem(const std::string& text) { out_.problems.push_back(text); }
 
   void checkContainer() {
@@ -102,11 +108,12 @@ class Verifier {
     wide_ = out_.version.starts_with("10");
     v8_ = out_.version.starts_with("8");
     big_ = head.u8() == 1;
-    Cursor rest(file_.subspan(81), big_);
+    Cursor rest(piece(81, file_.size() - 81), big_);
     if (rest.u32() != 0) problem("the reserved field of the header is not 0");
     const std::uint64_t contents = rest.number(wide_ ? 8 : 4);
     graph_ = rest.id();
     const std::uint64_t header_size = 81 + 4 + (wide_ ? 8U : 4U) + 16;
+    if (contents > file_.size()) throw std::runtime_error("the table of contents lies outside the file");
     Cursor table(file_.subspan(contents), big_);
     std::vector<std::pair<std::uint64_t, std::uint64_t>> spans = {{0, header_size}};
     const std::uint32_t count = table.u32();
@@ -117,7 +124,7 @@ class Verifier {
       e.length = table.u32();
       e.type = table.u32() >> 24;
       spans.emplace_back(e.offset, e.offset + e.length);
-      Cursor segment(file_.subspan(e.offset, e.length), big_);
+      Cursor segment(piece(e.offset, e.length), big_);
       if (segment.id() != e.id || segment.u32() != e.type || segment.u32() != e.length) {
         problem("a segment's header differs from its entry");
       }
@@ -171,7 +178,7 @@ class Verifier {
     const auto found =
         std::find_if(entries_.begin(), entries_.end(), [&](const Entry& e) { return e.id == graph_; });
     if (found == entries_.end() || found->type != 1) throw std::runtime_error("no scene graph segment");
-    Cursor packed(file_.subspan(found->offset + 24, found->length - 24), big_);
+    Cursor packed(piece(found->offset + 24, found->length - 24), big_);
     if (packed.u32() != (wide_ ? 3 : 2)) problem("wrong compression flag");
     if (const std::uint32_t size = packed.u32(); size != packed.left()) problem("wrong compressed length");
     const unsigned algorithm = packed.u8();

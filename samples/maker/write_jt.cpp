@@ -78,7 +78,7 @@ PartRecord writePartShapes(const Part& part, Container* container, const Options
       }
       next_id += kIdsPerShape;
       if (level == 0) record.figures.add(entry.figures);
-      shapes.push_back(std::move(entry));
+      shapes.push_back(entry);
     }
   }
   return record;

@@ -56,7 +56,7 @@ std::vector<Shape> shapesOfEveryKind() {
   std::vector<Shape> shapes = {openGrid(1, 1),  openGrid(9, 7),        torus(8, 5),     torus(17, 12),
                                doubleCone(3),   doubleCone(40),        doubleCone(64),  doubleCone(65),
                                doubleCone(370), tetrahedra(1),         tetrahedra(50),  touchingSheets(),
-                               sieve(4, 3),     toShape(ball(10, 16)), openGrid(40, 40)};
+                               sieve(4, 3),     toShape(ball(10, 16)), openGrid(24, 20)};
   const std::size_t plain = shapes.size();
   for (std::size_t i = 0; i < plain; ++i) {
     Shape scattered = shapes[i];

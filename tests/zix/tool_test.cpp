@@ -171,6 +171,10 @@ struct Stl {
 
 Stl readStl(const std::string& bytes) {
   Stl stl{};
+  if (bytes.size() < 84) {
+    ADD_FAILURE() << "shorter than its header";
+    return stl;
+  }
   std::memcpy(&stl.count, bytes.data() + 80, 4);
   EXPECT_EQ(bytes.size(), 84 + 50 * std::size_t{stl.count});
   stl.floats.resize(12 * std::size_t{stl.count});

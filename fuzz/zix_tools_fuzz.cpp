@@ -1,0 +1,43 @@
+// Everything that the zix program does with a scene that the reader accepts: exports, pictures, differences.
+// The corpus is that of zix_reader_fuzz; checksums are always repaired. Outputs go to the temporary folder.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include "fuzz/zix_repair.h"
+#include "host/path.h"
+#include "zix/export.h"
+#include "zix/reader.h"
+#include "zix/render.h"
+#include "zix/scene_diff.h"
+
+namespace {
+
+using namespace Orb::Zix;
+
+std::string outputPath(const char* name) {
+  const auto text = (std::filesystem::temp_directory_path() / name).u8string();
+  return loftbay::host::toProgramPath(std::string(text.begin(), text.end()));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  std::vector<std::byte> file(size - 1);
+  if (size > 1) std::memcpy(file.data(), data + 1, size - 1);
+  repairZixChecksums(file);
+  const auto scene = SceneFile::fromBytes(file);
+  if (!scene) return 0;
+  if (diffScenes(*scene, *scene, -1).count != 0) std::abort();
+  for (const char* view : {"iso", "top"}) {
+    if (const auto camera = findCamera(*scene, view)) render(*scene, *camera, 32, 24);
+  }
+  static const std::string path = outputPath("zix_tools_fuzz.out");
+  for (const auto write : {exportGlb, exportStl, exportObj}) {
+    if (!write(*scene, path)) std::abort();
+  }
+  return 0;
+}

@@ -1,0 +1,279 @@
+#include "jttk/inspect.h"
+
+#include <algorithm>
+#include <ostream>
+#include <set>
+
+#include "diag/program_seams.h"
+#include "host/path.h"
+#include "jttk/model/hierarchy.h"
+#include "jttk/model/model.h"
+#include "jttk/model/part.h"
+
+namespace jttk {
+
+namespace diag = loftbay::diag;
+
+namespace {
+
+// Takes what the toolkit reports while a file is described.
+class Listener final : public diag::Observer {
+ public:
+  explicit Listener(FileDescription& file) : file_(file), before_(diag::programSeams()) {
+    diag::programSeams().observer = this;
+    diag::programSeams().toolkit_messages = &nowhere_;
+  }
+  ~Listener() override { diag::programSeams() = before_; }
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
+
+  void lost(std::string_view part, std::string_view reason) override {
+    file_.losses.push_back({std::string(part), std::string(reason)});
+  }
+  void note(std::string_view text) override { file_.notes.emplace_back(text); }
+
+ private:
+  FileDescription& file_;
+  diag::ProgramSeams before_;
+  std::ostream nowhere_{nullptr};
+};
+
+std::string typeName(SegmentType type) {
+  const auto number = static_cast<std::uint32_t>(type);
+  switch (type) {
+    case SegmentType::SceneGraph:
+      return "scene graph";
+    case SegmentType::JtBrep:
+      return "JT boundary representation";
+    case SegmentType::Pmi:
+      return "product manufacturing information";
+    case SegmentType::MetaData:
+      return "meta data";
+    case SegmentType::Shape:
+      return "shape";
+    case SegmentType::XtBrep:
+      return "XT boundary representation";
+    case SegmentType::Wireframe:
+      return "wireframe";
+    case SegmentType::Ulp:
+      return "ULP";
+    case SegmentType::Stt:
+      return "STT";
+    case SegmentType::Lwpa:
+      return "LWPA";
+    case SegmentType::MultiXtBrep:
+      return "XT boundary representations";
+    case SegmentType::Information:
+      return "information";
+    default:
+      break;
+  }
+  if (type >= SegmentType::ShapeLod0 && type <= SegmentType::ShapeLod9) {
+    return "shape, level " + std::to_string(number - static_cast<std::uint32_t>(SegmentType::ShapeLod0));
+  }
+  return "type " + std::to_string(number);
+}
+
+std::string compressionName(const JtFile& file, const TocEntry& entry) {
+  const Result<Segment> segment = file.segment(entry);
+  if (!segment) return "unreadable";
+  switch (segment->compression) {
+    case Compression::None:
+      return "none";
+    case Compression::Stored:
+      return "stored";
+    case Compression::Zlib:
+      return "zlib";
+    case Compression::Lzma:
+      return "lzma";
+  }
+  return {};
+}
+
+void describeContainer(const Document& document, FileDescription& file) {
+  const JtFile& jt = *document.file;
+  file.major = jt.version().major;
+  file.minor = jt.version().minor;
+  file.big_endian = jt.byteOrder() == ByteOrder::Big;
+  file.header_text = jt.headerText();
+  const auto last = file.header_text.find_last_not_of(" \r\n\t\0");
+  file.header_text.resize(last == std::string::npos ? 0 : last + 1);
+  file.duplicate_entries = jt.duplicateEntries();
+  std::map<std::pair<SegmentType, std::string>, std::size_t> counts;
+  for (const TocEntry& entry : jt.contents()) ++counts[{entry.type, compressionName(jt, entry)}];
+  for (const auto& [key, count] : counts) file.segments.push_back({typeName(key.first), key.second, count});
+  for (const UnknownElement& element : document.graph.unknown) ++file.unknown[element.kind.text()];
+}
+
+const char* shapeName(JtkEntity::TypeID type) {
+  switch (type) {
+    case JtkEntity::JtkNULLSHAPE:
+      return "null shape";
+    case JtkEntity::JtkPOINTSET:
+      return "point set";
+    case JtkEntity::JtkLINESTRIPSET:
+      return "polyline set";
+    case JtkEntity::JtkPOLYGONSET:
+      return "polygon set";
+    case JtkEntity::JtkTRISTRIPSET:
+      return "tri-strip set";
+    default:
+      return "primitive set";
+  }
+}
+
+// Walks the product tree with a stack of its own.
+class TreeLister {
+ public:
+  TreeLister(FileDescription& file, const DescribeOptions& options) : file_(file), options_(options) {}
+
+  void run(JtkHierarchy* root) {
+    steps_.push_back({root, 0});
+    while (!steps_.empty()) {
+      if (file_.tree.size() == options_.max_nodes) {
+        file_.tree_is_cut = true;
+        return;
+      }
+      const Step step = steps_.back();
+      steps_.pop_back();
+      list(step);
+    }
+  }
+
+ private:
+  struct Step {
+    JtkHierarchy* node;
+    std::size_t depth;
+  };
+
+  void list(const Step& step) {
+    NodeDescription& node = file_.tree.emplace_back();
+    node.depth = step.depth;
+    node.name = step.node->getName().text();
+    JtkTransform* transform = nullptr;
+    step.node->getTransform(transform);
+    node.has_transform = transform != nullptr;
+    switch (step.node->typeID()) {
+      case JtkEntity::JtkASSEMBLY:
+        listAssembly(*static_cast<AssemblyObject*>(step.node), step.depth, node);
+        break;
+      case JtkEntity::JtkINSTANCE: {
+        auto* instance = static_cast<InstanceObject*>(step.node);
+        node.kind = "instance";
+        node.has_material = hasMaterial(instance);
+        steps_.push_back({instance->getReferencedNode(), step.depth + 1});
+        break;
+      }
+      default:
+        listPart(*static_cast<PartObject*>(step.node), node);
+    }
+  }
+
+  static bool hasMaterial(JtkHierarchy* node) {
+    JtkMaterial* material = nullptr;
+    node->getMaterial(material);
+    return material != nullptr;
+  }
+
+  void listAssembly(AssemblyObject& assembly, std::size_t depth, NodeDescription& node) {
+    node.kind = "assembly";
+    node.has_material = hasMaterial(&assembly);
+    takeUnits(assembly.product(), node);
+    node.listed_before = wasListed(assembly.product());
+    if (node.listed_before) return;
+    for (int i = assembly.numChildren(); i-- > 0;) steps_.push_back({assembly.getChild(i), depth + 1});
+  }
+
+  void listPart(PartObject& part, NodeDescription& node) {
+    node.kind = "part";
+    node.has_material = part.hasMaterialInForce();
+    takeUnits(part.product(), node);
+    node.listed_before = wasListed(part.product());
+    if (node.listed_before) return;
+    node.levels.resize(static_cast<std::size_t>(part.numShapeLODs()));
+    for (std::size_t level = 0; level < node.levels.size(); ++level) {
+      const auto& places = part.levels()[level];
+      for (std::size_t i = 0; i < places.size(); ++i) {
+        ShapeDescription shape;
+        shape.kind = kindName(places[i].ref.data().kind);
+        if (options_.decode_shapes) decode(part, level, i, shape);
+        node.levels[level].push_back(std::move(shape));
+      }
+      part.wasLeft();
+    }
+  }
+
+  static void decode(PartObject& part, std::size_t level, std::size_t index, ShapeDescription& description) {
+    JtkShape* shape = nullptr;
+    part.getShape(shape, static_cast<int>(level), static_cast<int>(index));
+    description.kind.clear();
+    if (shape == nullptr) return;
+    description.kind = shapeName(shape->typeID());
+    const ShapeGeometry& geometry = static_cast<ShapeObject*>(shape)->arrays()->geometry;
+    description.sets = geometry.primitiveCount();
+    const std::size_t corners = geometry.corner_positions.size();
+    switch (geometry.kind) {
+      case PrimitiveKind::Polylines:
+        description.lines = corners - description.sets;
+        break;
+      case PrimitiveKind::Points:
+        description.points = corners;
+        break;
+      case PrimitiveKind::TriangleStrips:
+      case PrimitiveKind::Polygons:
+        description.triangles = corners - 2 * description.sets;
+        break;
+      case PrimitiveKind::Empty:
+        break;
+    }
+  }
+
+  bool wasListed(const Product& product) {
+    const NodeRef top = product.top();
+    return top.node != kNone && !listed_.insert({&top.document(), top.node}).second;
+  }
+
+  void takeUnits(const Product& product, NodeDescription& node) {
+    for (const NodeRef& ref : product.chain) {
+      if (node.units.empty()) node.units = ref.document().graph.text(ref.data().units);
+    }
+    std::string lower = foldCase(node.units);
+    if (file_.units.empty() && lower != "unknown") file_.units = std::move(lower);
+  }
+
+  FileDescription& file_;
+  const DescribeOptions& options_;
+  std::vector<Step> steps_;
+  std::set<std::pair<const Document*, std::uint32_t>> listed_;
+};
+
+}  // namespace
+
+FileDescription describeFile(const std::string& program_path, const DescribeOptions& options) {
+  FileDescription file;
+  const Listener listener(file);
+  Result<std::unique_ptr<Document>> document = openDocument(program_path);
+  if (!document) {
+    const Error& error = document.error();
+    file.losses.push_back({program_path, loftbay::host::toHostPath(program_path) + ": " + error.text()});
+    // The container may be sound where the scene graph is not.
+    if (auto container = JtFile::open(program_path)) {
+      Document shell;
+      shell.file = std::move(*container);
+      describeContainer(shell, file);
+    }
+    return file;
+  }
+  file.loaded = true;
+  describeContainer(**document, file);
+  auto model = Model::create(std::move(*document));
+  model->ref();
+  TreeLister(file, options).run(model);
+  for (const std::string& path : dynamic_cast<ModelNode&>(*model).model().library().otherFiles()) {
+    file.files.push_back(loftbay::host::toHostPath(path));
+  }
+  model->unref();
+  return file;
+}
+
+}  // namespace jttk

@@ -1,0 +1,98 @@
+// The plain description of a file.
+#include "jttk/inspect.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "host/path.h"
+#include "tests/jttk/support/jt_graph.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using jttk::describeFile;
+using jttk::FileDescription;
+using jttk::testing::GraphBuilder;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+FileDescription describe(const GraphBuilder& graph, const jttk::DescribeOptions& options = {}) {
+  const fs::path path = fs::temp_directory_path() / "loftbay_inspect_test.jt";
+  const auto bytes = graph.file();
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  FileDescription file = describeFile(loftbay::host::toProgramPath(path.string()), options);
+  fs::remove(path);
+  return file;
+}
+
+GraphBuilder machine() {
+  GraphBuilder graph("9.5");
+  graph.move(20, 1, 2, 3);
+  graph.material(21, {});
+  graph.partition(0, {1}).name("machine.asm;1;0:");
+  graph.metaData(1, {2, 3, 4}).property("JT_PROP_MEASUREMENT_UNITS", "Millimeters");
+  graph.instance(2, 5).name("first").attributes({20});
+  graph.instance(3, 5).name("second");
+  graph.part(4, {}).name("bare").attributes({21});
+  graph.part(5, {6}).name("wheel");
+  graph.rangeLod(6, {7, 8});
+  graph.triStrips(7);
+  graph.setGeometry(jttk::testing::Bytes(40));
+  graph.triStrips(8);
+  graph.element(9, {0x12345678, 1, 1, {}}, {});
+  return graph;
+}
+
+TEST(Inspect, TellsContainerTreeAndLevels) {
+  const FileDescription file = describe(machine());
+  EXPECT_TRUE(file.loaded);
+  EXPECT_EQ(file.major, 9);
+  EXPECT_EQ(file.minor, 5);
+  EXPECT_FALSE(file.big_endian);
+  EXPECT_EQ(file.header_text, "Version 9.5 JT");
+  EXPECT_EQ(file.units, "millimeters");
+  ASSERT_EQ(file.segments.size(), 2U);
+  EXPECT_EQ(file.segments[0].type, "scene graph");
+  EXPECT_EQ(file.segments[0].compression, "stored");
+  EXPECT_EQ(file.segments[1].type, "shape, level 0");
+  EXPECT_EQ(file.segments[1].count, 2U);
+  std::vector<std::string> tree;
+  for (const auto& node : file.tree) {
+    tree.push_back(std::string(node.depth, ' ') + node.kind + " " + node.name +
+                   (node.has_transform ? " T" : "") + (node.has_material ? " M" : "") +
+                   (node.listed_before ? " again" : ""));
+  }
+  EXPECT_THAT(tree, ElementsAre("assembly machine", " instance first T", "  part wheel", " instance second",
+                                "  part wheel again", " part bare M"));
+  EXPECT_EQ(file.tree[2].levels.size(), 2U);
+  EXPECT_EQ(file.tree[2].levels[0][0].kind, "tri-strip set");
+  EXPECT_EQ(file.unknown.size(), 1U);
+  EXPECT_THAT(file.losses, IsEmpty());
+}
+
+TEST(Inspect, DecodesShapesWhenAskedAndTellsWhatFailed) {
+  const FileDescription file = describe(machine(), {.decode_shapes = true});
+  EXPECT_EQ(file.tree[2].levels[0][0].triangles, 4U);
+  EXPECT_EQ(file.tree[2].levels[1][0].kind, "");
+  ASSERT_EQ(file.losses.size(), 1U);
+  EXPECT_EQ(file.losses[0].part, "wheel");
+  EXPECT_THAT(file.losses[0].reason, HasSubstr("segment "));
+}
+
+TEST(Inspect, ATreeCanBeCut) {
+  const FileDescription file = describe(machine(), {.max_nodes = 3});
+  EXPECT_EQ(file.tree.size(), 3U);
+  EXPECT_TRUE(file.tree_is_cut);
+}
+
+TEST(Inspect, AFileThatCannotBeReadHasALoss) {
+  const FileDescription file = describeFile("no such file.jt");
+  EXPECT_FALSE(file.loaded);
+  EXPECT_EQ(file.losses.size(), 1U);
+}
+
+}  // namespace
