@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "app/about_dialog.h"
+#include "app/application.h"
 #include "convert/job.h"
 #include "diag/memory_report.h"
 #include "diag/program_seams.h"
@@ -93,7 +94,7 @@ TEST_F(MainDialog, InitialisesItsWindowStepByStep) {
   EXPECT_THAT(window_.calls,
               ElementsAre("text 1001 ''", "text 1004 ''", "check 1007 on", "menu 16 &About Jt2Zix...",
                           "large icon application", "small icon application", "check 1009 on",
-                          "check 1010 on", "caption ", "accept files"));
+                          "check 1010 on", "caption " + app::applicationName(), "accept files"));
 }
 
 TEST_F(MainDialog, LeavesTheSystemMenuAloneWithoutTextOrMenu) {
@@ -186,8 +187,8 @@ TEST_F(MainDialog, EmptyPathsShowOneBoxAndLogOneLine) {
 TEST_F(MainDialog, RunsAConversionStepByStep) {
   typePaths("part.jt", "part.zix");
   EXPECT_TRUE(dialog_.dispatchClick(1));
-  EXPECT_THAT(window_.calls, ElementsAre("cursor unknown", "cursor unknown",
-                                         "information box 'Translated Successfully!!!'"));
+  EXPECT_THAT(window_.calls,
+              ElementsAre("cursor wait", "cursor arrow", "information box 'Translated Successfully!!!'"));
   EXPECT_THAT(log(), ElementsAre("CJt2ZixDlg:: Input File :  " + programPath("part.jt"),
                                  "CJt2ZixDlg:: Output File : " + programPath("part.zix"),
                                  "CJt2ZixDlg::OnBnClickedOk : Memory Usage b4 conversion: "
