@@ -18,6 +18,9 @@ else()
   target_include_directories(loftbay_headers SYSTEM INTERFACE /usr/include)
 endif()
 
+if(CMAKE_CROSSCOMPILING)
+  set(ZLIB_USE_STATIC_LIBS ON)  # programs for Windows are one file each
+endif()
 find_package(ZLIB REQUIRED)
 if(CMAKE_CROSSCOMPILING)
   # scripts/build-lzma-win64 puts liblzma, built from Debian's source package, here.

@@ -30,18 +30,6 @@ constexpr const char* kHostVariable = "TMPDIR";
 constexpr const char* kLastResort = "/tmp";
 #endif
 
-std::string baseDirectory(const std::optional<std::string>& base_override) {
-  const auto named = base_override ? base_override : directoryFromEnvironment("MERIDAN_TEMP_PATH");
-  if (named) {
-    host::makeDirectory(*named);  // an existing one is what is mostly found
-    return *named;
-  }
-  for (const char* name : {"TEMP", "TMP", "USERPROFILE", kHostVariable}) {
-    if (auto directory = directoryFromEnvironment(name)) return *std::move(directory);
-  }
-  return host::toProgramPath(kLastResort);
-}
-
 std::string datedName(const std::string& base) {
   const LocalTime now = localTime();
   return text(base, "\\", CBuildInfo().GetAppName("loftbay"), "-", now.year, "-", now.month, "-", now.day,
@@ -55,6 +43,18 @@ void placeLog(std::string directory, const std::string& log_file_name) {
 
 }  // namespace
 
+std::string findBaseDirectory(const std::optional<std::string>& base_override) {
+  const auto named = base_override ? base_override : directoryFromEnvironment("MERIDAN_TEMP_PATH");
+  if (named) {
+    host::makeDirectory(*named);  // an existing one is what is mostly found
+    return *named;
+  }
+  for (const char* name : {"TEMP", "TMP", "USERPROFILE", kHostVariable}) {
+    if (auto directory = directoryFromEnvironment(name)) return *std::move(directory);
+  }
+  return host::toProgramPath(kLastResort);
+}
+
 std::string MakeDatedDirectory(std::string baseDirectory) {
   std::string directory = datedName(baseDirectory);
   host::makeDirectory(directory);
@@ -62,12 +62,12 @@ std::string MakeDatedDirectory(std::string baseDirectory) {
 }
 
 bool SelectWorkDirectory(std::string logFileName, const std::optional<std::string>& base_override) {
-  placeLog(MakeDatedDirectory(baseDirectory(base_override)), logFileName);
+  placeLog(MakeDatedDirectory(findBaseDirectory(base_override)), logFileName);
   return true;
 }
 
 bool selectOwnWorkDirectory(std::string logFileName, const std::optional<std::string>& base_override) {
-  const std::string dated = datedName(baseDirectory(base_override));
+  const std::string dated = datedName(findBaseDirectory(base_override));
   std::string directory = dated;
   // Making a directory succeeds for one process only. A name that neither exists nor can be made ends the
   // search: the base directory is not there.

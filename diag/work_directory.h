@@ -24,6 +24,10 @@ bool selectOwnWorkDirectory(std::string logFileName, const std::optional<std::st
 // whether it could be made or not.
 std::string MakeDatedDirectory(std::string baseDirectory);
 
+// Only the choice of the base directory, as SelectWorkDirectory does it: makes the one that MERIDAN_TEMP_PATH
+// names where it does not exist. Changes neither the work directory nor the log. Returns the base directory.
+std::string findBaseDirectory(const std::optional<std::string>& base_override = {});
+
 // The work directory; empty until it is chosen.
 const std::string& workDirectory();
 

@@ -1,0 +1,28 @@
+// Numbers of the resources and controls of the desktop program. Read by the C++ sources and by the resource
+// compiler, hence plain macros.
+#ifndef LOFTBAY_APP_RESOURCE_IDS_H
+#define LOFTBAY_APP_RESOURCE_IDS_H
+
+#define LOFTBAY_DIALOG_ABOUT 100
+#define LOFTBAY_STRING_ABOUT 101
+#define LOFTBAY_DIALOG_MAIN 102
+#define LOFTBAY_ICON 128
+
+#define LOFTBAY_CONTROL_OK 1
+#define LOFTBAY_CONTROL_CANCEL 2
+#define LOFTBAY_CONTROL_INPUT_LABEL 1000
+#define LOFTBAY_CONTROL_INPUT 1001
+#define LOFTBAY_CONTROL_BROWSE_INPUT 1002
+#define LOFTBAY_CONTROL_OUTPUT_LABEL 1003
+#define LOFTBAY_CONTROL_OUTPUT 1004
+#define LOFTBAY_CONTROL_BROWSE_OUTPUT 1005
+#define LOFTBAY_CONTROL_ABOUT 1006
+#define LOFTBAY_CONTROL_OPTIMIZE 1007
+#define LOFTBAY_CONTROL_ABOUT_TEXT 1008
+#define LOFTBAY_CONTROL_IGNORE_LINES 1009
+#define LOFTBAY_CONTROL_IGNORE_POINTS 1010
+
+/* The about entry of the system menu; the low four bits belong to the system. */
+#define LOFTBAY_COMMAND_ABOUT 16
+
+#endif

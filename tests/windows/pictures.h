@@ -1,0 +1,28 @@
+// What windows look like on the screen.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace loftbay::gui {
+
+struct Picture {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint32_t> pixels;  // 0x00RRGGBB, top row first
+
+  [[nodiscard]] bool oneColour() const;
+};
+
+// The window's rectangle as the screen shows it.
+Picture pictureOf(HWND window);
+
+// Whether a control shows a system icon (IDI_… name), and nothing but it on one colour.
+bool showsIcon(HWND control, const wchar_t* icon);
+
+void writePng(const Picture& picture, const std::string& file_name);
+
+}  // namespace loftbay::gui
