@@ -267,8 +267,9 @@ class Sampler {
     if (swapped && !isRing()) std::swap(from, to);
     if (curve.closed && !(from < to)) to += last;
     coarse.push_back(isRing() ? chart.front() : (swapped ? endPoint() : startPoint()));
-    for (double k = std::floor(from + 1e-7) + 1; k < to - 1e-7; ++k) {
-      const Vec3& p = chart[static_cast<std::size_t>(std::fmod(k, curve.closed ? last : last + 1))];
+    const auto first_inside = static_cast<std::size_t>(from + 1e-7) + 1;
+    for (std::size_t k = first_inside; static_cast<double>(k) < to - 1e-7; ++k) {
+      const Vec3& p = chart[k % (curve.closed ? chart.size() - 1 : chart.size())];
       if (distance(p, coarse.back()) > 1e-9) coarse.push_back(p);
     }
     const Vec3 end = isRing() ? chart.front() : (swapped ? startPoint() : endPoint());

@@ -11,7 +11,7 @@ namespace {
 
 // A boundary point further from the surface than this many chord tolerances is damage.
 constexpr double kMaximumGap = 20;
-constexpr int kPoleRowPieces = 12;
+constexpr std::size_t kPoleRowPieces = 12;
 // How far, in chord tolerances, the straight image of an edge's piece may be from the piece.
 constexpr double kMaximumStray = 2;
 
@@ -308,7 +308,9 @@ class Builder {
     }
     for (int i = 0; i < 9 && loops.empty(); ++i) {
       if (!box_.u.bounded() || !box_.v.bounded()) break;
-      add({box_.u.low + box_.u.size() * (i % 3 + 1) / 4, box_.v.low + box_.v.size() * (i / 3 + 1) / 4});
+      const int column = i % 3 + 1;
+      const int row = i / 3 + 1;
+      add({box_.u.low + box_.u.size() * column / 4, box_.v.low + box_.v.size() * row / 4});
     }
     if (count > 0 && su > 0 && sv > 0) domain_.scale = {su / count, sv / count};
     if (!std::isfinite(domain_.scale.u) || !std::isfinite(domain_.scale.v))
@@ -555,7 +557,7 @@ class Builder {
     const std::optional<double> right = poleLeftOf(turn * -1);
     if (!left || !right) return false;
     const Vec2 start{box_.u.low, box_.v.low};
-    constexpr std::size_t kPieces = 2 * kPoleRowPieces;
+    constexpr std::size_t kPieces = 2U * kPoleRowPieces;
     const DomainLoop lower = poleRow(turn * -1, *right, start + turn, kPieces);
     const DomainLoop upper = poleRow(turn, *left, start, kPieces);
     joinBand(lower, upper, turn, holes);

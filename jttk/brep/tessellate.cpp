@@ -22,7 +22,10 @@ constexpr double kFinest = 1e-6;  // of the tolerance
 constexpr double kOwnShare = 0.5;
 // Taken for the diagonal of bodies that seem to have no size, in metres.
 constexpr double kUnknownSize = 0.1;
-constexpr std::uint64_t kWorkPerPart = 4'000'000;
+// Evaluations of curves and surfaces, so that damaged data end in time.
+constexpr std::uint64_t kRoughWork = 300'000;
+constexpr std::uint64_t kRoughWorkPerFace = 2'000;
+constexpr std::uint64_t kWorkPerPart = 3'000'000;
 constexpr std::uint64_t kWorkPerFace = 100'000;
 
 struct Box {
@@ -331,7 +334,7 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
   const double scale = options.units_per_metre > 0 ? options.units_per_metre : 1000;
   Tolerances tolerances;
   Geometry rough(bodies, 1e-4);
-  rough.allowWork(kWorkPerPart);
+  rough.allowWork(kRoughWork + kRoughWorkPerFace * bodies.faces.size());
   double diagonal = roughDiagonal(bodies, rough);
   if (!(diagonal > 0)) diagonal = kUnknownSize;
   const double percent =

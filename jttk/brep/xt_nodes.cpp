@@ -191,7 +191,7 @@ Result<void> XtNodes::readNodes(ByteReader& reader) {
     row.index = readXtPointer(reader, "XT node index");
     if (!reader.ok()) return tl::unexpected<Error>(reader.error().in(type.name));
     if (row.index == 0) return fail(type.name + ": node index is 0", place);
-    const Result<void> fields = readFields(reader, type, row);
+    Result<void> fields = readFields(reader, type, row);
     if (!fields) return fields;
     rows_.push_back(row);
   }

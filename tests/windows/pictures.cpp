@@ -19,7 +19,10 @@ namespace loftbay::gui {
 
 namespace {
 
-constexpr int kStillPictures = 20;
+constexpr int kStillPictures = 10;
+
+// A blinking caret does not count as a change.
+constexpr std::size_t kCaretPixels = 120;
 
 // Sum of the three colour differences per pixel that two drawings of one icon may have on average.
 constexpr std::uint64_t kSameIcon = 12;
@@ -72,6 +75,13 @@ Picture drawnIcon(const wchar_t* name, int width, int height, std::uint32_t back
   DeleteObject(brush);
   DrawIconEx(canvas.context(), 0, 0, LoadIconW(nullptr, name), width, height, 0, nullptr, DI_NORMAL);
   return canvas.picture();
+}
+
+std::size_t differingPixels(const Picture& a, const Picture& b) {
+  if (a.pixels.size() != b.pixels.size()) return a.pixels.size();
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < a.pixels.size(); ++i) count += a.pixels[i] != b.pixels[i] ? 1U : 0U;
+  return count;
 }
 
 std::uint64_t difference(const Picture& a, const Picture& b) {
@@ -133,7 +143,7 @@ void keepPicture(HWND window, const std::string& name) {
   int same = 0;
   waitFor("the window to be drawn", [&] {
     Picture now = pictureOf(window);
-    same = now.pixels == last.pixels ? same + 1 : 0;
+    same = differingPixels(now, last) <= kCaretPixels ? same + 1 : 0;
     last = std::move(now);
     return same == kStillPictures && !last.oneColour();
   });
