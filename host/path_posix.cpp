@@ -27,6 +27,8 @@ std::string toProgramPath(std::string_view host_path) {
 std::string toHostPath(std::string_view program_path) {
   std::string result;
   result.reserve(program_path.size());
+  // The folder that toProgramPath puts in front of a name in the root.
+  if (program_path.starts_with("\\.\\")) program_path.remove_prefix(2);
   for (std::size_t i = 0; i < program_path.size();) {
     if (program_path.substr(i, kBackslashInName.size()) == kBackslashInName) {
       result += '\\';

@@ -20,6 +20,7 @@ TEST(ProgramPath, KeepsABackslashThatIsPartOfAPosixName) {
 
 TEST(ProgramPath, NamesTheRootFolderWhenTheFileLiesDirectlyInIt) {
   EXPECT_EQ(toProgramPath("/a.zix"), "\\.\\a.zix");
+  EXPECT_EQ(toHostPath("\\.\\a.zix"), "/a.zix");
   EXPECT_EQ(toProgramPath("/tmp/a.zix"), "\\tmp\\a.zix");
 }
 
