@@ -120,8 +120,19 @@ PartObject::~PartObject() {
 
 std::string PartObject::name() { return given_name_ ? *given_name_ : HierarchyObject::name(); }
 
+// Triangles in place of facets would lose what stands on the nodes of the facets: what they all have in
+// common is the part's then.
+MaterialStates::State PartObject::materialInForce() {
+  if (!settings().exact_geometry || !exact_.exists()) return below_.material;
+  static_cast<void>(levels());
+  if (offers_exact_ || levelZeroIsEmpty()) return below_.material;
+  const Level& level = levels_->front();
+  const auto differs = [&](const ShapePlace& shape) { return shape.material != level.front().material; };
+  return std::any_of(level.begin(), level.end(), differs) ? below_.material : level.front().material;
+}
+
 void PartObject::getMaterial(JtkMaterial*& material) {
-  material = model_.materials().material(below_.material);
+  material = model_.materials().material(materialInForce());
   if (material == nullptr && model_.hasMaterials()) material = model_.materials().grey();
 }
 

@@ -50,6 +50,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   std::shared_ptr<const ShapeArrays> exactArrays(const TessValues& values);
   [[nodiscard]] const float* box();
   void offerExactGeometry();
+  [[nodiscard]] MaterialStates::State materialInForce();
 
   std::optional<std::string> given_name_;
   std::optional<std::vector<std::vector<ShapePlace>>> levels_;

@@ -267,6 +267,19 @@ TEST_F(ExactGeometry, FacetsOfTheFileAreUsedUnlessTheSettingSaysOtherwise) {
   EXPECT_THAT(exact.recorder.losses, IsEmpty());
 }
 
+TEST_F(ExactGeometry, TheMaterialOfAllFacetsStaysWithThePart) {
+  jttk::settings().exact_geometry = true;
+  GraphBuilder graph;
+  graph.partition(0, {1}).name("root");
+  graph.metaData(1, {2}).name("assembly");
+  graph.part(2, {3}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+  graph.triStrips(3).attributes({9});
+  graph.material(9, {.diffuse = {0.25F, 0, 0, 1}});
+  graph.exactGeometry(kSegment, box());
+  const Loaded model(graph);
+  EXPECT_EQ(jttk::testing::redOf(model.at({0})), 0.25F);
+}
+
 TEST_F(ExactGeometry, WhatCannotBeReadLeavesTheFacets) {
   jttk::settings().exact_geometry = true;
   const Loaded model(withFacets(Bytes(40, std::byte{3})));
