@@ -195,7 +195,9 @@ class TreeLister {
       const auto& places = part.levels()[level];
       for (std::size_t i = 0; i < places.size(); ++i) {
         ShapeDescription shape;
-        shape.kind = kindName(places[i].ref.data().kind);
+        // Exact geometry that takes the place of shapes becomes strips.
+        const NodeKind kind = places[i].ref.data().kind;
+        shape.kind = kindName(isShape(kind) ? kind : NodeKind::TriStripSet);
         if (options_.decode_shapes) decode(part, level, i, shape);
         node.levels[level].push_back(std::move(shape));
       }

@@ -8,6 +8,8 @@ namespace jttk {
 struct Settings {
   // Follow references to files outside the folder of the file that the user named.
   bool allow_outside = false;
+  // Parts whose exact geometry can be read are tessellated even where the file has facets of them.
+  bool exact_geometry = false;
   // Memory for decoded shapes that are kept for the next use, in bytes.
   std::size_t shape_cache_bytes = std::size_t{64} << 20U;
   // The most nodes that are placed in one model (a few nodes that share each other many levels deep can stand

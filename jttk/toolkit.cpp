@@ -1,10 +1,12 @@
 // The small classes of the interface, and the factory.
+#include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "diag/program_seams.h"
 #include "jttk/importer.h"
 #include "jttk/jttk.h"
+#include "jttk/tess_params.h"
 #include "jttk/traverser.h"
 
 void JtkRefCounted::ref() { ++references_; }
@@ -44,25 +46,36 @@ std::ostream& JtkInfo::post(Streams /*stream*/) { return *loftbay::diag::program
 namespace {
 
 // They live until fini: who asks for them never releases them.
-std::vector<JtkTessParams*>& tessParams() {
-  static std::vector<JtkTessParams*> params;
+std::vector<jttk::TessParams*>& tessParams() {
+  static std::vector<jttk::TessParams*> params;
   return params;
 }
 
-class TessParams final : public JtkTessParams {};
-
 }  // namespace
+
+namespace jttk {
+
+TessParams::TessParams(float chord_percent, float minimum_edge_length) {
+  if (std::isfinite(chord_percent) && chord_percent > 0) values_.chord_percent = chord_percent;
+  if (std::isfinite(minimum_edge_length) && minimum_edge_length > 0) {
+    values_.minimum_edge_length = minimum_edge_length;
+  }
+}
+
+TessValues latestTessValues() { return tessParams().empty() ? TessValues{} : tessParams().back()->values(); }
+
+}  // namespace jttk
 
 void JtkEntityFactory::init(kernelOption /*kernel*/, environmentOption /*environment*/,
                             const char* /*text*/) {}
 
 JtkCADImporter* JtkEntityFactory::createCADImporter() { return new jttk::Importer; }
 
-JtkTessParams* JtkEntityFactory::createTessParams(float /*chord_percent*/, float /*second*/, float /*third*/,
+JtkTessParams* JtkEntityFactory::createTessParams(float chord_percent, float /*second*/, float /*third*/,
                                                   float /*fourth*/, float /*fifth*/, float /*sixth*/,
-                                                  float /*minimum_edge_length*/, int /*option*/,
+                                                  float minimum_edge_length, int /*option*/,
                                                   JtkString& /*text*/, int /*flag*/) {
-  tessParams().push_back(new TessParams);
+  tessParams().push_back(new jttk::TessParams(chord_percent, minimum_edge_length));
   tessParams().back()->ref();
   return tessParams().back();
 }
@@ -72,6 +85,6 @@ JtkTraverser* JtkEntityFactory::createTraverser() { return new jttk::Traverser; 
 void JtkEntityFactory::deleteMemory(char* memory) { delete[] memory; }
 
 void JtkEntityFactory::fini() {
-  for (JtkTessParams* params : tessParams()) params->unref();
+  for (jttk::TessParams* params : tessParams()) params->unref();
   tessParams().clear();
 }

@@ -59,6 +59,10 @@ void declare(CLI::App& app, Parsed& parsed) {
   app.set_version_flag("--version", "loftbay " LOFTBAY_VERSION " (Zix format 1)");
   app.add_option("FILES", parsed.files, "the JT file and the scene, or with --out-dir JT files");
   app.add_flag("--no-optimize", parsed.no_optimize, "keep every vertex instead of merging equal ones");
+  app.add_flag("--lines", parsed.options.lines, "convert lines too");
+  app.add_flag("--points", parsed.options.points, "convert points too");
+  app.add_flag("--exact-geometry", parsed.options.exact_geometry,
+               "tessellate exact geometry also where the file has facets of it");
   app.add_option("--tess-tolerance", parsed.tolerance, "minimum edge length for parts tessellated on load");
   app.add_flag("--allow-outside", parsed.options.allow_outside,
                "follow references to files outside the model's folder");
@@ -69,7 +73,6 @@ void declare(CLI::App& app, Parsed& parsed) {
                  "files converted at a time with --out-dir (default: one per processor)");
   app.add_flag("--json", parsed.options.json, "print a report on standard output");
   app.add_flag("--quiet", parsed.options.quiet, "print errors only");
-  for (const char* name : {"--lines", "--points", "--exact-geometry"}) app.add_flag(name)->group("");
   app.add_flag("--in-batch", parsed.options.in_batch)->group("");
 }
 
@@ -82,9 +85,6 @@ std::optional<float> numberOf(const std::string& text) {
 
 // Why the command line makes no sense; empty when it does.
 std::string complaint(const CLI::App& app, Parsed& parsed) {
-  for (const char* name : {"--lines", "--points", "--exact-geometry"}) {
-    if (app.count(name) > 0) return std::string(name) + ": not supported yet";
-  }
   if (app.count("--tess-tolerance") > 0) {
     parsed.options.tess_tolerance = numberOf(parsed.tolerance);
     if (!parsed.options.tess_tolerance) return "--tess-tolerance: '" + parsed.tolerance + "' is not a number";
@@ -135,6 +135,9 @@ int runSeveral(const Parsed& parsed) {
   auto& shared = batch.shared_options;
   if (parsed.no_optimize) shared.emplace_back("--no-optimize");
   if (!parsed.tolerance.empty()) shared.insert(shared.end(), {"--tess-tolerance", parsed.tolerance});
+  if (parsed.options.lines) shared.emplace_back("--lines");
+  if (parsed.options.points) shared.emplace_back("--points");
+  if (parsed.options.exact_geometry) shared.emplace_back("--exact-geometry");
   if (parsed.options.allow_outside) shared.emplace_back("--allow-outside");
   if (parsed.options.work_dir) shared.insert(shared.end(), {"--work-dir", *parsed.options.work_dir});
   if (parsed.options.quiet) shared.emplace_back("--quiet");

@@ -11,6 +11,9 @@ namespace loftbay::cli {
 struct ConvertOptions {
   bool optimize = true;
   std::optional<float> tess_tolerance;
+  bool lines = false;           // convert lines
+  bool points = false;          // convert points
+  bool exact_geometry = false;  // instead of the file's facets, where it can be read
   bool allow_outside = false;
   std::optional<std::string> work_dir;
   bool json = false;

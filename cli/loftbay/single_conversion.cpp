@@ -133,6 +133,9 @@ void SingleConversion::prepareProcess() {
   } else {
     diag::readUlpTessTolerance();
   }
+  convert::ignoreLines = !options_.lines;
+  convert::ignorePoints = !options_.points;
+  jttk::settings().exact_geometry = options_.exact_geometry;
   jttk::settings().allow_outside = options_.allow_outside;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -20,6 +21,8 @@ struct Document {
   std::unordered_map<std::uint64_t, std::string> inherited_names;
   // Shape nodes that could not be decoded and part nodes whose loss has been reported: once is enough.
   std::unordered_set<std::uint32_t> reported;
+  // Segments of exact geometry whose losses have been told.
+  std::set<Guid> reported_segments;
 
   // The node's own name as people see it; empty when it has none.
   [[nodiscard]] std::string label(std::uint32_t node) const;

@@ -2,6 +2,7 @@
 
 #include "host/path.h"
 #include "jttk/codec/shape_lod.h"
+#include "jttk/model/exact_geometry.h"
 #include "jttk/model/hierarchy.h"
 #include "jttk/model/part.h"
 #include "jttk/model/properties.h"
@@ -137,7 +138,7 @@ bool Model::hasMaterials() {
 std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::string& part_name) {
   Document& document = shape.document();
   if (document.reported.contains(shape.node)) return nullptr;
-  const ShapeCache::Key key{&document, shape.node};
+  const ShapeCache::Key key{&document, shape.node, 0, 0};
   if (auto kept = cache_.find(key)) return kept;
   Result<ShapeGeometry> geometry = decode(document, shape.data());
   if (!geometry) {
@@ -155,6 +156,8 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
 void Model::releaseShapes() {
   for (ShapeObject* shape : holding_) shape->release();
   holding_.clear();
+  for (ExactGeometry* exact : holding_exact_) exact->release();
+  holding_exact_.clear();
 }
 
 }  // namespace jttk

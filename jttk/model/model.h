@@ -19,6 +19,7 @@
 
 namespace jttk {
 
+class ExactGeometry;
 class ShapeObject;
 
 // What comes down to a node from above.
@@ -65,6 +66,9 @@ class Model {
   std::shared_ptr<const ShapeArrays> shapeArrays(NodeRef shape, const std::string& part_name);
   // A shape that holds its arrays until the next releaseShapes.
   void holds(ShapeObject* shape) { holding_.push_back(shape); }
+  // The same for what was made of exact geometry.
+  void holds(ExactGeometry* exact) { holding_exact_.push_back(exact); }
+  [[nodiscard]] ShapeCache& cache() { return cache_; }
   void releaseShapes();
 
  private:
@@ -93,6 +97,7 @@ class Model {
   std::vector<JtkHierarchy*> objects_;
   std::map<PartKey, JtkHierarchy*> parts_;
   std::vector<ShapeObject*> holding_;
+  std::vector<ExactGeometry*> holding_exact_;
   std::size_t places_ = 0;
 };
 

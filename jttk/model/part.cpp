@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "host/path.h"
+#include "jttk/model/entity_list.h"
+#include "jttk/settings.h"
 
 namespace jttk {
 
@@ -101,24 +102,12 @@ class Collector {
   std::vector<Step> steps_;
 };
 
-bool isExactGeometry(std::int32_t segment_type) {
-  switch (static_cast<SegmentType>(segment_type)) {
-    case SegmentType::JtBrep:
-    case SegmentType::XtBrep:
-    case SegmentType::Ulp:
-    case SegmentType::Lwpa:
-    case SegmentType::MultiXtBrep:
-      return true;
-    default:
-      return false;
-  }
-}
-
 }  // namespace
 
 PartObject::PartObject(Model& model, NodeRef near, std::string name)
     : HierarchyObject(model, Product{ProductKind::Part, {}, {near.way, kNone}, false}, Met::AsChild, {}),
-      given_name_(std::move(name)) {}
+      given_name_(std::move(name)),
+      exact_(model, product_.chain) {}
 
 PartObject::~PartObject() {
   if (!levels_) return;
@@ -131,8 +120,19 @@ PartObject::~PartObject() {
 
 std::string PartObject::name() { return given_name_ ? *given_name_ : HierarchyObject::name(); }
 
+// Triangles in place of facets would lose what stands on the nodes of the facets: what they all have in
+// common is the part's then.
+MaterialStates::State PartObject::materialInForce() {
+  if (!settings().exact_geometry || !exact_.exists()) return below_.material;
+  static_cast<void>(levels());
+  if (offers_exact_ || levelZeroIsEmpty()) return below_.material;
+  const Level& level = levels_->front();
+  const auto differs = [&](const ShapePlace& shape) { return shape.material != level.front().material; };
+  return std::any_of(level.begin(), level.end(), differs) ? below_.material : level.front().material;
+}
+
 void PartObject::getMaterial(JtkMaterial*& material) {
-  material = model_.materials().material(below_.material);
+  material = model_.materials().material(materialInForce());
   if (material == nullptr && model_.hasMaterials()) material = model_.materials().grey();
 }
 
@@ -140,29 +140,77 @@ const std::vector<Level>& PartObject::levels() {
   if (levels_) return *levels_;
   levels_.emplace();
   if (product_.content.node != kNone) Collector(model_, *levels_).run(product_, below_);
-  if (std::all_of(levels_->begin(), levels_->end(), [](const Level& level) { return level.empty(); })) {
-    tellExactGeometry();
-  }
+  // Whoever comes from an instance never asks for tessellation and takes level 0 as it is.
+  if (met_ == Met::AsTarget && wantsExactGeometry() && exactArrays()) offerExactGeometry();
   return *levels_;
 }
 
-// A part that has nothing but exact geometry would vanish without a word.
-void PartObject::tellExactGeometry() {
+// Null shapes are shapes that show nothing.
+bool PartObject::levelZeroIsEmpty() const {
+  if (levels_->empty()) return true;
+  const Level& level = levels_->front();
+  return std::all_of(level.begin(), level.end(),
+                     [](const ShapePlace& shape) { return shape.ref.data().kind == NodeKind::NullShape; });
+}
+
+// A part whose nodes are all hidden has no shapes because nobody is to see them.
+bool PartObject::hidesItsShapes() const {
+  if (product_.content.node == kNone || !levels_->empty()) return false;
+  const SceneGraph& graph = product_.content.document().graph;
+  if (product_.content_is_child) return !isShown(graph, product_.content.node);
+  const Range children = product_.content.data().children;
+  for (std::uint32_t i = 0; i < children.count; ++i) {
+    if (isShown(graph, graph.children[children.first + i])) return false;
+  }
+  return children.count > 0;
+}
+
+bool PartObject::wantsExactGeometry() {
+  static_cast<void>(levels());
+  if (!exact_.exists()) return false;
+  return levelZeroIsEmpty() ? !hidesItsShapes() : settings().exact_geometry;
+}
+
+std::shared_ptr<const ShapeArrays> PartObject::exactArrays(const TessValues& values) {
+  const bool has_facets = !offers_exact_ && !levelZeroIsEmpty();
+  return exact_.arrays(values, name(), box(), has_facets);
+}
+
+// The box that the file states: of the part itself, or else round its shapes.
+const float* PartObject::box() {
+  if (box_) return box_->data();
   for (const NodeRef& ref : product_.chain) {
-    Document& document = ref.document();
-    const Node& node = ref.data();
-    for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
-      const LateLoaded& entry = document.graph.late_loaded[node.late_loaded.first + i];
-      const TocEntry* listed = document.file->find(entry.segment);
-      const auto type = listed == nullptr ? entry.segment_type : static_cast<std::int32_t>(listed->type);
-      if (!isExactGeometry(type)) continue;
-      if (!document.reported.insert(ref.node).second) return;
-      model_.library().lost(name(), loftbay::host::toHostPath(document.path) + ": segment " +
-                                        entry.segment.text() +
-                                        ": holds exact geometry only, which cannot be tessellated yet");
-      return;
+    if (ref.data().figures != kNone) {
+      box_ = ref.document().graph.figures[ref.data().figures].box;
+      return box_->data();
     }
   }
+  if (levels_->empty()) return nullptr;
+  for (const ShapePlace& shape : levels_->front()) {
+    // A shape that is placed elsewhere would need its box moved; its file states the units some other way.
+    if (shape.ref.data().figures == kNone || shape.transform != nullptr) continue;
+    const auto& own = shape.ref.document().graph.figures[shape.ref.data().figures].box;
+    if (!box_) box_ = own;
+    for (std::size_t k = 0; k < 3; ++k) {
+      (*box_)[k] = std::min((*box_)[k], own[k]);
+      (*box_)[k + 3] = std::max((*box_)[k + 3], own[k + 3]);
+    }
+  }
+  return box_ ? box_->data() : nullptr;
+}
+
+void PartObject::offerExactGeometry() {
+  if (levels_->empty()) levels_->emplace_back();
+  Level& level = levels_->front();
+  ShapePlace place;
+  place.ref = product_.top();
+  if (!level.empty()) place = level.front();  // its material
+  place.transform = nullptr;
+  JtkMaterial* material = place.has_own_material ? model_.materials().material(place.material) : nullptr;
+  place.object = new ShapeObject(model_, *this, material);
+  place.object->ref();
+  level.assign(1, place);
+  offers_exact_ = true;
 }
 
 int PartObject::numShapeLODs() { return static_cast<int>(levels().size()); }
@@ -184,9 +232,19 @@ void PartObject::getShape(JtkShape*& shape, int level, int index) {
   if (place.object->acquire()) shape = place.object;
 }
 
-int PartObject::tessellate(JtkTessParams* /*parameters*/, JtkEntityList*& results) {
+int PartObject::requiresTessellation() {
+  static_cast<void>(levels());
+  return !offers_exact_ && wantsExactGeometry() && exactArrays() ? 1 : 0;
+}
+
+int PartObject::tessellate(JtkTessParams* parameters, JtkEntityList*& results) {
   results = nullptr;
-  return 0;
+  static_cast<void>(levels());
+  const auto* given = static_cast<const TessParams*>(parameters);
+  auto arrays = exactArrays(given == nullptr ? latestTessValues() : given->values());
+  if (!arrays) return 0;
+  results = new EntityList({new ShapeObject(model_, std::move(arrays))});
+  return 1;
 }
 
 }  // namespace jttk

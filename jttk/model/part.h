@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "jttk/model/exact_geometry.h"
 #include "jttk/model/hierarchy.h"
 #include "jttk/model/shape_object.h"
 
@@ -14,7 +15,7 @@ namespace jttk {
 class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
  public:
   PartObject(Model& model, Product product, Met met, const Inherited& inherited)
-      : HierarchyObject(model, std::move(product), met, inherited) {}
+      : HierarchyObject(model, std::move(product), met, inherited), exact_(model, product_.chain) {}
   // A part without levels.
   PartObject(Model& model, NodeRef near, std::string name);
   ~PartObject() override;
@@ -25,7 +26,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   [[nodiscard]] int numShapeLODs() override;
   [[nodiscard]] int numShapes(int level) override;
   void getShape(JtkShape*& shape, int level, int index) override;
-  [[nodiscard]] int requiresTessellation() override { return 0; }
+  [[nodiscard]] int requiresTessellation() override;
   int tessellate(JtkTessParams* parameters, JtkEntityList*& results) override;
 
   // A shape of the part: its node, and what the nodes on the way to it say.
@@ -37,13 +38,25 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
     ShapeObject* object = nullptr;
   };
   [[nodiscard]] const std::vector<std::vector<ShapePlace>>& levels();
+  // Strips of the exact geometry, made with the parameters that were created last; null when there are none.
+  std::shared_ptr<const ShapeArrays> exactArrays() { return exactArrays(latestTessValues()); }
 
  private:
   [[nodiscard]] std::string name() override;
-  void tellExactGeometry();
+  // Whether level 0 has nothing to show, or what it has is not wanted.
+  [[nodiscard]] bool wantsExactGeometry();
+  [[nodiscard]] bool levelZeroIsEmpty() const;
+  [[nodiscard]] bool hidesItsShapes() const;
+  std::shared_ptr<const ShapeArrays> exactArrays(const TessValues& values);
+  [[nodiscard]] const float* box();
+  void offerExactGeometry();
+  [[nodiscard]] MaterialStates::State materialInForce();
 
   std::optional<std::string> given_name_;
   std::optional<std::vector<std::vector<ShapePlace>>> levels_;
+  ExactGeometry exact_;
+  bool offers_exact_ = false;  // level 0 is the exact geometry
+  std::optional<std::array<float, 6>> box_;
 };
 
 }  // namespace jttk

@@ -18,8 +18,12 @@ class ShapeCache {
   struct Key {
     const Document* document;
     std::uint32_t node;
+    // Of a part whose exact geometry was tessellated: with which values.
+    float chord_percent = 0;
+    float minimum_edge_length = 0;
     bool operator<(const Key& other) const {
-      return std::tie(document, node) < std::tie(other.document, other.node);
+      return std::tie(document, node, chord_percent, minimum_edge_length) <
+             std::tie(other.document, other.node, other.chord_percent, other.minimum_edge_length);
     }
   };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "jttk/model/part.h"
+
 namespace jttk {
 
 namespace {
@@ -18,6 +20,12 @@ float* gather(const std::vector<float>& values, std::size_t width, const std::ui
   return result.release();
 }
 
+void reverseTriples(float* values, std::size_t count) {
+  for (std::size_t i = 0; i < count / 2; ++i) {
+    std::swap_ranges(values + 3 * i, values + 3 * i + 3, values + 3 * (count - 1 - i));
+  }
+}
+
 }  // namespace
 
 ShapeObject::ShapeObject(Model& model, NodeRef node, std::string part_name, const Matrix* transform,
@@ -28,14 +36,31 @@ ShapeObject::ShapeObject(Model& model, NodeRef node, std::string part_name, cons
       transform_(transform),
       material_(material) {}
 
+ShapeObject::ShapeObject(Model& model, PartObject& part, JtkMaterial* material)
+    : model_(model), node_{}, part_(&part), transform_(nullptr), material_(material) {}
+
+ShapeObject::ShapeObject(Model& model, std::shared_ptr<const ShapeArrays> arrays)
+    : model_(model),
+      node_{},
+      turned_(true),
+      transform_(nullptr),
+      material_(nullptr),
+      arrays_(std::move(arrays)) {
+  takeFacts();
+}
+
+void ShapeObject::takeFacts() {
+  type_ = arrays_->type;
+  primitive_count_ = static_cast<int>(arrays_->geometry.primitiveCount());
+}
+
 bool ShapeObject::acquire() {
   if (arrays_) return true;
-  arrays_ = model_.shapeArrays(node_, part_name_);
+  arrays_ = part_ != nullptr ? part_->exactArrays() : model_.shapeArrays(node_, part_name_);
   if (!arrays_) return false;
   if (transform_ != nullptr)
     arrays_ = std::make_shared<const ShapeArrays>(transformed(*arrays_, *transform_));
-  type_ = arrays_->type;
-  primitive_count_ = static_cast<int>(arrays_->geometry.primitiveCount());
+  takeFacts();
   model_.holds(this);
   return true;
 }
@@ -52,7 +77,7 @@ int ShapeObject::getPrimitiveSetArrays(int set_index, float*& vertices, int& ver
                                        float*& texture_coordinates, int& texture_coordinate_count) {
   colors = nullptr;
   texture_coordinates = nullptr;
-  if (getPrimitiveSetGeometry(set_index, vertices, vertex_count, normals, normal_count) == 0) return 0;
+  if (copyGeometry(set_index, false, vertices, vertex_count, normals, normal_count) == 0) return 0;
   const auto [first, count] = set(set_index);
   const ShapeGeometry& geometry = arrays_->geometry;
   if (geometry.corner_records.empty()) return 1;
@@ -70,6 +95,11 @@ int ShapeObject::getPrimitiveSetArrays(int set_index, float*& vertices, int& ver
 
 int ShapeObject::getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_count, float*& normals,
                                          int& normal_count) {
+  return copyGeometry(set_index, turned_, vertices, vertex_count, normals, normal_count);
+}
+
+int ShapeObject::copyGeometry(int set_index, bool backwards, float*& vertices, int& vertex_count,
+                              float*& normals, int& normal_count) {
   vertices = nullptr;
   normals = nullptr;
   const auto [first, count] = set(set_index);
@@ -80,6 +110,10 @@ int ShapeObject::getPrimitiveSetGeometry(int set_index, float*& vertices, int& v
   if (!geometry.normals.empty() && !geometry.corner_records.empty()) {
     normals = gather(geometry.normals, 3, geometry.corner_records.data() + first, count);
     normal_count = static_cast<int>(count);
+  }
+  if (backwards) {
+    reverseTriples(vertices, count);
+    if (normals != nullptr) reverseTriples(normals, count);
   }
   return 1;
 }

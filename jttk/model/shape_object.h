@@ -9,10 +9,17 @@
 
 namespace jttk {
 
+class PartObject;
+
 class ShapeObject final : public JtkShape {
  public:
   ShapeObject(Model& model, NodeRef node, std::string part_name, const Matrix* transform,
               JtkMaterial* material);
+  // A part's exact geometry at a place of its own: `part` gives the arrays when they are asked for.
+  ShapeObject(Model& model, PartObject& part, JtkMaterial* material);
+  // A shape of its own, which holds its arrays to its end. Its strips have an odd number of corners;
+  // getPrimitiveSetGeometry hands them out backwards, so that they turn over.
+  ShapeObject(Model& model, std::shared_ptr<const ShapeArrays> arrays);
 
   [[nodiscard]] TypeID typeID() const override { return type_; }
   [[nodiscard]] int isOfType(TypeID type) const override { return type == type_ ? 1 : 0; }
@@ -37,9 +44,14 @@ class ShapeObject final : public JtkShape {
   };
   // Empty when there is no such set.
   Set set(int index);
+  void takeFacts();
+  int copyGeometry(int set_index, bool backwards, float*& vertices, int& vertex_count, float*& normals,
+                   int& normal_count);
 
   Model& model_;
   NodeRef node_;
+  PartObject* part_ = nullptr;  // of exact geometry
+  bool turned_ = false;         // geometry is handed out backwards
   std::string part_name_;
   const Matrix* transform_;
   JtkMaterial* material_;

@@ -17,6 +17,7 @@ import unittest
 SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
 LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
 ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
+SURVEY = os.path.join(SOURCE, "samples", "survey.jt")
 SAMPLE = sorted(glob.glob(os.path.join(SOURCE, "samples", "*.jt")))[0]
 
 REPORT_KEYS = ["schema_version", "input", "output", "ok", "jt_version", "seconds", "peak_rss_kb", "counts",
@@ -62,7 +63,8 @@ class Usage(CliTest):
         self.assertEqual((result.returncode, result.stderr), (0, b""))
         self.assertIn(b"Exit codes:", result.stdout)
         self.assertIn(b"--no-optimize", result.stdout)
-        self.assertNotIn(b"--lines", result.stdout)
+        for option in (b"--lines", b"--points", b"--exact-geometry"):
+            self.assertIn(option, result.stdout)
 
     def test_version_names_build_and_format(self):
         result = self.run_program("--version")
@@ -88,13 +90,6 @@ class Usage(CliTest):
         self.assertEqual(result.returncode, 2)
         self.assertIn(b"wide", result.stderr)
         self.assertFalse(os.path.exists(self.out))
-
-    def test_options_that_do_not_exist_yet_are_refused(self):
-        for option in ("--lines", "--points", "--exact-geometry"):
-            result = self.run_program(SAMPLE, self.out, option)
-            self.assertEqual(result.returncode, 2, option)
-            self.assertIn(option.encode(), result.stderr)
-            self.assertFalse(os.path.exists(self.out))
 
 
 class Conversion(CliTest):
@@ -135,6 +130,27 @@ class Conversion(CliTest):
         self.assertEqual(kept["vertices_written"], kept["vertices_read"])
         self.assertLess(merged["vertices_written"], kept["vertices_written"])
         self.assertEqual(merged["triangles"], kept["triangles"])
+
+    def test_lines_and_points_come_only_when_asked_for(self):
+        for lines in (False, True):
+            for points in (False, True):
+                with self.subTest(lines=lines, points=points):
+                    options = ["--lines"] * lines + ["--points"] * points
+                    report = self.report(self.run_program(SURVEY, self.out, "--json", *options))
+                    counts = report["counts"]
+                    self.assertEqual((counts["lines"] > 0, counts["points"] > 0), (lines, points))
+                    self.assertEqual(counts["shapes"], 1 + lines + points)
+                    self.assertEqual(any("lines are ignored" in note for note in report["notes"]), not lines)
+                    self.assertEqual(any("points are ignored" in note for note in report["notes"]), not points)
+                    info = json.loads(subprocess.run([ZIX, "info", self.out, "--json"], capture_output=True).stdout)
+                    self.assertEqual((counts["lines"], counts["points"]),
+                                     (info["totals"]["lines"], info["totals"]["points"]))
+
+    def test_a_batch_passes_lines_points_and_exact_geometry_on(self):
+        result = self.run_program(SURVEY, "--out-dir", self.folder, "--json", "--lines", "--points", "--exact-geometry")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        counts = json.loads(result.stdout)[0]["counts"]
+        self.assertEqual((counts["lines"] > 0, counts["points"] > 0), (True, True))
 
     def test_equal_input_gives_equal_bytes(self):
         self.run_program(SAMPLE, self.out)

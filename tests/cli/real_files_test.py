@@ -3,6 +3,7 @@ scene's shapes, box and area in space are those that an independent decoder foun
 
 The files are not part of the project: LOFTBAY_JT_SAMPLES names their folder; without it every test is skipped."""
 
+import collections
 import glob
 import json
 import math
@@ -18,6 +19,25 @@ LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
 ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
 SAMPLES = os.environ.get("LOFTBAY_JT_SAMPLES", os.path.join(SOURCE, "..", "shared", "jt-samples"))
 FILES = sorted(glob.glob(os.path.join(SAMPLES, "**", "*.jt"), recursive=True))
+
+
+def stl_triangles(path):
+    """Triangles with three different corners."""
+    with open(path, "rb") as file:
+        data = file.read()
+    (count,) = struct.unpack_from("<I", data, 80)
+    triangles = []
+    for i in range(count):
+        v = struct.unpack_from("<9f", data, 84 + 50 * i + 12)
+        triangle = (v[0:3], v[3:6], v[6:9])
+        if len(set(triangle)) == 3:
+            triangles.append(triangle)
+    return triangles
+
+
+def signed_volume(triangles):
+    return sum(a[0] * (b[1] * c[2] - b[2] * c[1]) - a[1] * (b[0] * c[2] - b[2] * c[0]) + a[2] * (b[0] * c[1] - b[1] * c[0])
+               for a, b, c in triangles) / 6
 
 
 def stl_area(path):
@@ -83,6 +103,32 @@ class RealFiles(unittest.TestCase):
                 placed = self.expected(path)["placed"]
                 scene, report = self.convert(path, "--no-optimize")
                 self.assertGreaterEqual(report["counts"]["triangles"], placed["triangles_nd"])
+
+    def test_exact_geometry_gives_closed_bodies_of_the_facets_size(self):
+        for name in ("fan_v9.0.jt", "bolt.jt", "nut.jt"):
+            path = os.path.join(SAMPLES, name)
+            if not os.path.exists(path):
+                continue
+            with self.subTest(file=name):
+                figures = []
+                for options in ([], ["--exact-geometry"]):
+                    scene, report = self.convert(path, *options)
+                    self.assertEqual(report["skipped"], [])
+                    stl = scene[:-4] + ".stl"
+                    subprocess.run([ZIX, "export", scene, stl], check=True, capture_output=True)
+                    figures.append((stl_area(stl)[0], stl_triangles(stl)))
+                (area, facets), (exact_area, exact) = figures
+                self.assertNotEqual(len(facets), len(exact))
+                edges = collections.Counter()
+                for a, b, c in exact:
+                    edges.update(((a, b), (b, c), (c, a)))
+                # Bodies may stand at one place twice: as often as an edge is there, so is its opposite.
+                unpaired = [edge for edge in edges if edges[edge] != edges[edge[1], edge[0]]]
+                self.assertEqual(unpaired, [])
+                self.assertAlmostEqual(exact_area, area, delta=5e-3 * area)
+                volume = signed_volume(facets)
+                self.assertGreater(volume, 0)
+                self.assertAlmostEqual(signed_volume(exact), volume, delta=5e-3 * volume)
 
     def test_info_names_what_each_file_holds(self):
         for path in FILES:

@@ -135,9 +135,10 @@ TEST(Levels, APartWithExactGeometryOnlyIsReportedOnce) {
     EXPECT_EQ(levels(model.at({0})), 0);
     EXPECT_EQ(levels(model.at({1})), 1);
     EXPECT_EQ(levels(model.at({2})), 0);
+    for (const int k : {0, 1, 2}) EXPECT_EQ(static_cast<JtkPart*>(model.at({k}))->requiresTessellation(), 0);
   }
   EXPECT_THAT(model.recorder.losses,
-              ElementsAre(AllOf(HasSubstr("exact: "), HasSubstr("holds exact geometry only"))));
+              ElementsAre(AllOf(HasSubstr("exact: "), HasSubstr("is not in the table of contents"))));
 }
 
 TEST(Shapes, ADamagedOneIsNullAndReportedOnceWithFileSegmentAndPlace) {

@@ -311,6 +311,11 @@ Bytes GraphBuilder::file() const {
   OrderedBytes stored(order_);
   stored.u32(0).u32(graph.size() + 1).u8(1).bytes(graph);
   std::vector<Entry> entries{{kSceneGraphId, 1, stored.result()}};
+  for (const auto& [id, data] : exact_) {
+    OrderedBytes exact(order_);
+    exact.u32(0).u32(data.size() + 1).u8(1).bytes(data);
+    entries.push_back({id, 17, exact.result()});
+  }
   for (const auto& [id, data] : shapes_) entries.push_back({shapeSegment(id), 7, data});
 
   const bool wide = major_ >= 10;

@@ -102,6 +102,8 @@ class GraphBuilder {
   [[nodiscard]] Bytes file() const;
   // The segment that a shape of triStrips is in.
   [[nodiscard]] Guid shapeSegment(std::int32_t id) const;
+  // A segment of type 17, stored plainly.
+  void exactGeometry(const Guid& segment, const Bytes& data) { exact_[segment] = data; }
   // Takes the place of the geometry of all shapes that are added from here on.
   void setGeometry(Bytes element) { geometry_ = std::move(element); }
 
@@ -139,6 +141,7 @@ class GraphBuilder {
   std::vector<Listed> elements_;
   std::map<std::int32_t, std::vector<Property>> properties_;
   std::map<std::int32_t, Bytes> shapes_;
+  std::map<Guid, Bytes> exact_;
   Bytes geometry_;
 };
 

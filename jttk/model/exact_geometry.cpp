@@ -1,0 +1,234 @@
+// A part's exact geometry hangs as late loaded segments on the nodes that are the part. What can be read is
+// tessellated and joined into one set of strips; the rest is told with file, segment, face and reason.
+#include "jttk/model/exact_geometry.h"
+
+#include <algorithm>
+
+#include "host/path.h"
+#include "jttk/model/properties.h"
+
+namespace jttk {
+
+namespace {
+
+constexpr double kMillimetres = 1000;
+constexpr std::size_t kMaxToldFaces = 100;  // of one segment
+
+bool isExactGeometry(std::int32_t segment_type) {
+  switch (static_cast<SegmentType>(segment_type)) {
+    case SegmentType::JtBrep:
+    case SegmentType::XtBrep:
+    case SegmentType::Ulp:
+    case SegmentType::Lwpa:
+    case SegmentType::MultiXtBrep:
+      return true;
+    default:
+      return false;
+  }
+}
+
+const char* typeName(std::int32_t segment_type) {
+  switch (static_cast<SegmentType>(segment_type)) {
+    case SegmentType::JtBrep:
+      return "JT B-Rep";
+    case SegmentType::Ulp:
+      return "ULP";
+    case SegmentType::Lwpa:
+      return "LWPA";
+    case SegmentType::MultiXtBrep:
+      return "multi XT B-Rep";
+    default:
+      return "an unknown kind";
+  }
+}
+
+// What stands in the table of contents counts, then what the node says.
+std::int32_t typeOf(const Document& document, const LateLoaded& entry) {
+  if (const TocEntry* listed = document.file->find(entry.segment)) {
+    return static_cast<std::int32_t>(listed->type);
+  }
+  if (document.graph.text(entry.key) == kXtBrepKey) return static_cast<std::int32_t>(SegmentType::XtBrep);
+  return entry.segment_type;
+}
+
+template <typename T>
+void append(std::vector<T>& to, const std::vector<T>& from) {
+  to.insert(to.end(), from.begin(), from.end());
+}
+
+void append(ShapeGeometry& to, const ShapeGeometry& from) {
+  if (from.primitiveCount() == 0) return;
+  const auto positions = static_cast<std::uint32_t>(to.positions.size() / 3);
+  const auto records = static_cast<std::uint32_t>(to.normals.size() / 3);
+  const auto corners = static_cast<std::uint32_t>(to.corner_positions.size());
+  append(to.positions, from.positions);
+  append(to.normals, from.normals);
+  if (to.primitive_starts.empty()) to.primitive_starts.push_back(0);
+  for (std::size_t i = 1; i < from.primitive_starts.size(); ++i) {
+    to.primitive_starts.push_back(corners + from.primitive_starts[i]);
+  }
+  for (const std::uint32_t p : from.corner_positions) to.corner_positions.push_back(positions + p);
+  for (const std::uint32_t r : from.corner_records) {
+    to.corner_records.push_back(r == ShapeGeometry::kNoRecord ? r : records + r);
+  }
+}
+
+// A strip with an even number of corners keeps its sense when it is read backwards. Its first triangle
+// becomes a strip of its own; the rest begins one corner later, with the other sense, and is stored
+// backwards, which leaves an odd number of corners as it must be.
+ShapeGeometry withOddStrips(ShapeGeometry geometry) {
+  ShapeGeometry result;
+  const bool has_records = !geometry.corner_records.empty();
+  const auto add = [&](std::uint32_t corner) {
+    result.corner_positions.push_back(geometry.corner_positions[corner]);
+    if (has_records) result.corner_records.push_back(geometry.corner_records[corner]);
+  };
+  const auto finish = [&] {
+    result.primitive_starts.push_back(static_cast<std::uint32_t>(result.corner_positions.size()));
+  };
+  finish();
+  const auto& starts = geometry.primitive_starts;
+  for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
+    std::uint32_t first = starts[i];
+    const std::uint32_t end = starts[i + 1];
+    if ((end - first) % 2 != 0) {
+      for (std::uint32_t c = first; c < end; ++c) add(c);
+    } else {
+      for (std::uint32_t c = first; c < first + 3; ++c) add(c);
+      finish();
+      for (std::uint32_t c = end; c-- > first + 1;) add(c);
+    }
+    finish();
+  }
+  geometry.primitive_starts = std::move(result.primitive_starts);
+  geometry.corner_positions = std::move(result.corner_positions);
+  geometry.corner_records = std::move(result.corner_records);
+  return geometry;
+}
+
+}  // namespace
+
+struct ExactGeometry::Losses {
+  struct Loss {
+    const Found* found;
+    std::string reason;
+  };
+  std::vector<Loss> list;
+  void add(const Found& found, std::string reason) { list.push_back({&found, std::move(reason)}); }
+};
+
+ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : model_(model), chain_(chain) {
+  for (const NodeRef& ref : chain_) {
+    const Document& document = ref.document();
+    const Node& node = ref.data();
+    for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
+      const LateLoaded& entry = document.graph.late_loaded[node.late_loaded.first + i];
+      const std::int32_t type = typeOf(document, entry);
+      const auto is_known = [&](const Found& f) { return f.id == entry.segment && f.node.way == ref.way; };
+      if (!isExactGeometry(type) || std::any_of(segments_.begin(), segments_.end(), is_known)) continue;
+      segments_.push_back({ref, entry.segment, type});
+    }
+  }
+}
+
+std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& values,
+                                                         const std::string& part_name, const float* box,
+                                                         bool quietly) {
+  const bool same = values.chord_percent == values_.chord_percent &&
+                    values.minimum_edge_length == values_.minimum_edge_length;
+  if (segments_.empty() || (hopeless_ && same)) return nullptr;
+  if (arrays_ && same) return arrays_;
+  const Found& top = segments_.front();
+  const ShapeCache::Key key{&top.node.document(), top.node.node, values.chord_percent,
+                            values.minimum_edge_length};
+  values_ = values;
+  arrays_ = model_.cache().find(key);
+  if (!arrays_) {
+    Losses losses;
+    arrays_ = make(values, box, losses);
+    hopeless_ = !arrays_;
+    // Asked for again with other values, or at another place: the same was told then.
+    const Found* before = nullptr;
+    bool is_new = false;
+    for (const auto& [found, reason] : losses.list) {
+      Document& document = found->node.document();
+      if (found != before) is_new = document.reported_segments.insert(found->id).second;
+      before = found;
+      if (!is_new) continue;
+      const std::string place =
+          loftbay::host::toHostPath(document.path) + ": segment " + found->id.text() + ": ";
+      if (quietly && !arrays_) {
+        model_.library().note(part_name + ": the facets of the file are used: " + place + reason);
+      } else {
+        model_.library().lost(part_name, place + reason);
+      }
+    }
+    if (arrays_) model_.cache().keep(key, arrays_);
+  }
+  if (arrays_) model_.holds(this);
+  return arrays_;
+}
+
+std::shared_ptr<const ShapeArrays> ExactGeometry::make(const TessValues& values, const float* box,
+                                                       Losses& losses) {
+  ShapeGeometry all;
+  for (const Found& found : segments_) {
+    const Result<brep::Bodies> bodies = read(found);
+    if (!bodies) {
+      const Error& error = bodies.error();
+      losses.add(found, error.offset == 0 ? error.what : error.text());
+      continue;
+    }
+    brep::TessellationOptions options;
+    options.chord_tolerance_percent = values.chord_percent;
+    options.minimum_edge_length = values.minimum_edge_length;
+    options.units_per_metre = unitsPerMetre(found, *bodies, box);
+    const brep::TessellatedBodies made = brep::tessellate(*bodies, options);
+    for (std::size_t i = 0; i < std::min(made.losses.size(), kMaxToldFaces); ++i) {
+      const brep::TessellationLoss& loss = made.losses[i];
+      losses.add(found, loss.face == brep::kNone ? loss.reason
+                                                 : "face " + std::to_string(loss.face) + ": " + loss.reason);
+    }
+    if (made.losses.size() > kMaxToldFaces) {
+      losses.add(found, std::to_string(made.losses.size() - kMaxToldFaces) + " more faces are lost");
+    }
+    const ShapeGeometry shape = brep::mergedShape(made);
+    if (shape.primitiveCount() == 0 && made.losses.empty()) losses.add(found, "has no faces");
+    append(all, shape);
+  }
+  if (all.primitiveCount() == 0) return nullptr;
+  all.kind = PrimitiveKind::Polygons;
+  ShapeArrays strips = makeShapeArrays(std::move(all), NodeKind::TriStripSet);
+  strips.geometry = withOddStrips(std::move(strips.geometry));
+  return std::make_shared<const ShapeArrays>(std::move(strips));
+}
+
+Result<brep::Bodies> ExactGeometry::read(const Found& found) {
+  if (static_cast<SegmentType>(found.type) != SegmentType::XtBrep) {
+    return fail(std::string("exact geometry of this kind (") + typeName(found.type) + ") cannot be read", 0);
+  }
+  const JtFile& file = *found.node.document().file;
+  const TocEntry* listed = file.find(found.id);
+  if (listed == nullptr) return fail("is not in the table of contents", 0);
+  const Result<Segment> segment = file.segment(*listed);
+  if (!segment) return tl::unexpected<Error>(segment.error());
+  return brep::readXtBrep(*segment, file.byteOrder());
+}
+
+double ExactGeometry::unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const {
+  std::string units;
+  for (const NodeRef& ref : chain_) {
+    if (units.empty()) units = ref.document().graph.text(ref.data().units);
+  }
+  if (const auto stated = brep::unitsPerMetre(bodies, units)) return *stated;
+  if (box != nullptr) {
+    if (const auto measured = brep::unitsPerMetreFromBox(bodies, box)) return *measured;
+  }
+  // What the file says of the whole model.
+  const SceneGraph& graph = found.node.document().graph;
+  if (const auto stated = brep::unitsPerMetre(bodies, graph.text(graph.nodes[graph.root].units)))
+    return *stated;
+  return kMillimetres;
+}
+
+}  // namespace jttk

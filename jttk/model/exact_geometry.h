@@ -1,0 +1,52 @@
+// The exact geometry of one part, and the triangle strips that are made of it.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "jttk/brep/tessellate.h"
+#include "jttk/model/model.h"
+#include "jttk/tess_params.h"
+
+namespace jttk {
+
+class ExactGeometry {
+ public:
+  // `chain`: the nodes that are the part, which hold the segments; it outlives this object.
+  ExactGeometry(Model& model, const std::vector<NodeRef>& chain);
+
+  // Whether the part has segments of exact geometry, of whatever kind.
+  [[nodiscard]] bool exists() const { return !segments_.empty(); }
+
+  // The part as strips, the first triangle of each counter-clockwise seen from outside, each with an odd
+  // number of corners: read backwards, such a strip turns over. Null when nothing can be made. `box` is the
+  // part's box in the file (min x y z, max x y z) or null. What is lost is told once, unless `quietly`: then
+  // one note is told when there is nothing.
+  std::shared_ptr<const ShapeArrays> arrays(const TessValues& values, const std::string& part_name,
+                                            const float* box, bool quietly);
+  // Lets go of the strips.
+  void release() { arrays_.reset(); }
+
+ private:
+  struct Found {
+    NodeRef node;
+    Guid id;
+    std::int32_t type;
+  };
+  struct Losses;
+
+  std::shared_ptr<const ShapeArrays> make(const TessValues& values, const float* box, Losses& losses);
+  static Result<brep::Bodies> read(const Found& found);
+  [[nodiscard]] double unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const;
+
+  Model& model_;
+  const std::vector<NodeRef>& chain_;
+  std::vector<Found> segments_;
+  std::shared_ptr<const ShapeArrays> arrays_;
+  TessValues values_;
+  bool hopeless_ = false;
+};
+
+}  // namespace jttk
