@@ -94,7 +94,7 @@ TEST(HugeScene, DISABLED_IsWrittenValidatedAndReadBack) {
       const auto values = scene->coordinateValues(scene->mesh(object).coordinates);
       ASSERT_EQ(values.size(), std::size_t{3} * kPoints);
       std::size_t wrong = 0;
-      for (unsigned k = 0; k < values.size(); ++k) wrong += values[k] != valueOf(m, k) ? 1 : 0;
+      for (unsigned k = 0; k < values.size(); ++k) wrong += values[k] != valueOf(m, k) ? 1U : 0U;
       EXPECT_EQ(wrong, 0U) << "mesh " << m;
       EXPECT_THAT(scene->indexValues(scene->mesh(object).indices), ElementsAre(m, kPoints / 2, kPoints - 1));
       ++m;
