@@ -39,6 +39,8 @@ const std::vector<float>& values() {
 void BM_ZixWriteArrays(benchmark::State& state) {
   const std::string path = scratchPath("zix_bench.zix");
   for (auto _ : state) {
+    // As with the plain writes: an old file would hold its pages in the cache until the new one is complete.
+    system::remove(path);
     Scene_V1 scene("Model");
     scene.saveTo(path.c_str(), " ", true, true);
     for (std::size_t i = 0; i < kArrays; ++i) {

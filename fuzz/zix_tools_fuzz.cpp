@@ -33,7 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!scene) return 0;
   if (diffScenes(*scene, *scene, -1).count != 0) std::abort();
   for (const char* view : {"iso", "top"}) {
-    if (const auto camera = findCamera(*scene, view)) render(*scene, *camera, 32, 24);
+    if (const auto camera = findCamera(*scene, view))
+      render(*scene, *camera, 32, 24, {view[0] == 't', view[0] == 'i'});
   }
   static const std::string path = outputPath("zix_tools_fuzz.out");
   for (const auto write : {exportGlb, exportStl, exportObj}) {

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "zix/default_views.h"
+#include "zix/feature_edges.h"
 #include "zix/materials.h"
 #include "zix/raster.h"
 #include "zix/scene_meshes.h"
@@ -62,8 +63,8 @@ Vec3 floats(const std::array<double, 3>& values) {
 
 class Renderer {
  public:
-  Renderer(const SceneFile& scene, const Matrix& screen, Canvas& canvas)
-      : scene_(scene), screen_(screen), canvas_(canvas) {}
+  Renderer(const SceneFile& scene, const Matrix& screen, const RenderStyle& style, Canvas& canvas)
+      : scene_(scene), screen_(screen), style_(style), canvas_(canvas) {}
 
   void draw(const PlacedMesh& placed) {
     const MeshArrays mesh = meshArrays(scene_, placed.mesh);
@@ -126,11 +127,8 @@ class Renderer {
     return {vertex[0] * scale, vertex[1] * scale, vertex[2] * scale};
   }
 
-  void drawTriangles(const MeshArrays& mesh, bool has_material, const Appearance& look) {
-    const Surface surface{floats(look.color), floats(look.emission),
-                          has_material ? static_cast<float>(0.35 * (1 - look.roughness)) : 0.0F,
-                          static_cast<float>(look.opacity)};
-    if (look.opacity <= 0) return;
+  // Normals of the points, weighted by the areas of the triangles around them.
+  void sumNormals(const MeshArrays& mesh) {
     normals_.assign(points_.size(), Vec3{});
     forEachElement(mesh, [&](std::span<const std::uint32_t> t) {
       if (!isUsable(t[0]) || !isUsable(t[1]) || !isUsable(t[2])) return;
@@ -139,16 +137,28 @@ class Renderer {
         for (std::size_t k = 0; k < 3; ++k) normals_[index][k] += n[k];
       }
     });
+  }
+
+  void drawTriangles(const MeshArrays& mesh, bool has_material, const Appearance& look) {
+    const Surface surface{floats(look.color), floats(look.emission),
+                          has_material ? static_cast<float>(0.35 * (1 - look.roughness)) : 0.0F,
+                          static_cast<float>(look.opacity)};
+    if (look.opacity <= 0) return;
+    if (!style_.flat) sumNormals(mesh);
     forEachElement(mesh, [&](std::span<const std::uint32_t> t) {
       if (!isUsable(t[0]) || !isUsable(t[1]) || !isUsable(t[2])) return;
       const Vec3 face = faceNormal(t);
       ScreenVertex corners[3];
       for (std::size_t k = 0; k < 3; ++k) {
         const Vec3& p = points_[t[k]];
-        corners[k] = {p[0], p[1], p[2], cornerNormal(normals_[t[k]], face)};
+        corners[k] = {p[0], p[1], p[2], style_.flat ? face : cornerNormal(normals_[t[k]], face)};
       }
       canvas_.triangle(corners[0], corners[1], corners[2], surface);
     });
+    if (!style_.edges) return;
+    for (const auto& [from, to] : featureEdges(mesh, points_)) {
+      canvas_.line(vertex(from), vertex(to), Vec3{0.08F, 0.08F, 0.1F});
+    }
   }
 
   [[nodiscard]] ScreenVertex vertex(std::uint32_t index) const {
@@ -175,6 +185,7 @@ class Renderer {
 
   const SceneFile& scene_;
   const Matrix screen_;
+  const RenderStyle style_;
   Canvas& canvas_;
   std::vector<Vec3> points_;
   std::vector<Vec3> normals_;
@@ -199,11 +210,12 @@ std::optional<Camera> findCamera(const SceneFile& scene, std::string_view name) 
   return std::nullopt;
 }
 
-Picture render(const SceneFile& scene, const Camera& camera, std::uint32_t width, std::uint32_t height) {
+Picture render(const SceneFile& scene, const Camera& camera, std::uint32_t width, std::uint32_t height,
+               const RenderStyle& style) {
   Canvas canvas(width, height);
   // Lines on a surface lie in front of it: by one sample's width.
   canvas.setDepthBias(1.5F);
-  Renderer renderer(scene, screenMatrix(camera, width, height), canvas);
+  Renderer renderer(scene, screenMatrix(camera, width, height), style, canvas);
   for (const PlacedMesh& placed : placedMeshes(scene)) renderer.draw(placed);
   return {width, height, canvas.resolve()};
 }

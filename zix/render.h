@@ -31,8 +31,14 @@ struct Picture {
 
 inline constexpr std::uint32_t kLargestPicture = 8192;  // pixels on a side
 
+struct RenderStyle {
+  bool flat = false;   // every triangle in one shade
+  bool edges = false;  // feature edges are drawn dark
+};
+
 // Parallel projection. `width` and `height` from 1 to kLargestPicture. Points that are not finite are left
 // out with the elements that use them.
-Picture render(const SceneFile& scene, const Camera& camera, std::uint32_t width, std::uint32_t height);
+Picture render(const SceneFile& scene, const Camera& camera, std::uint32_t width, std::uint32_t height,
+               const RenderStyle& style = {});
 
 }  // namespace Orb::Zix

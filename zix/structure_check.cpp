@@ -269,12 +269,17 @@ std::optional<ReadError> StructureCheck::checkTexts() {
 }
 
 std::optional<ReadError> StructureCheck::checkObjects() {
+  bool any_children = false;
   for (std::uint32_t i = 0; i < scene_.objectCount(); ++i) {
     const format::ObjectRecord object = scene_.objects_[i];
     if (auto failure = checkObject(i, object)) return failure;
-    if (object.child_count != 0) {
-      if (auto failure = checkObjectChildren(i, object)) return failure;
-    }
+    any_children = any_children || object.child_count != 0;
+  }
+  // Once all parents are known to be objects: else a wrong parent would be reported as a wrong list.
+  for (std::uint32_t i = 0; any_children && i < scene_.objectCount(); ++i) {
+    const format::ObjectRecord object = scene_.objects_[i];
+    if (object.child_count == 0) continue;
+    if (auto failure = checkObjectChildren(i, object)) return failure;
   }
   const auto count = [&](ObjectType type) { return ordinals_[static_cast<std::size_t>(type)]; };
   if (count(ObjectType::Mesh) != scene_.meshes_.size() ||

@@ -104,7 +104,7 @@ class Validator {
     const MeshArrays mesh = meshArrays(scene_, number);
     std::uint64_t sum = 0;
     bool reported_length = false;
-    for (const std::uint32_t length : mesh.lengths) {
+    for (const std::uint32_t& length : mesh.lengths) {
       sum += length;
       if (mesh.type == MeshType::Triangles && length != 3 && !reported_length) {
         reported_length = true;

@@ -29,7 +29,9 @@ std::span<const Command> commands() {
        "A picture of the scene.",
        {{"--size", "WxH", "Width and height in pixels; 1024x768 unless stated."},
         {"--view", "NAME",
-         "One of the scene's views: front, back, left, right, top, bottom, iso (the default)."}},
+         "One of the scene's views: front, back, left, right, top, bottom, iso (the default)."},
+        {"--edges", "", "Draws the edges of surfaces dark."},
+        {"--flat", "", "Every triangle in one shade."}},
        runRender},
   };
   return table;

@@ -16,6 +16,7 @@ namespace {
 struct MeshFacts {
   PlacedMesh placed;
   MeshArrays arrays;
+  std::uint64_t whole_elements;
   BoxF bounds;
 };
 
@@ -32,9 +33,10 @@ SceneFacts collect(const SceneFile& scene) {
   for (std::uint32_t i = 0; i < scene.objectCount(); ++i) ++facts.objects[scene.type(i)];
   for (const PlacedMesh& placed : placedMeshes(scene)) {
     const MeshArrays arrays = meshArrays(scene, placed.mesh);
-    facts.totals[static_cast<std::size_t>(arrays.type)] += wholeElementCount(arrays);
+    const std::uint64_t whole = wholeElementCount(arrays);
+    facts.totals[static_cast<std::size_t>(arrays.type)] += whole;
     addWorldBounds(facts.bounds, arrays, placed.world);
-    facts.meshes.push_back({placed, arrays, localBounds(arrays)});
+    facts.meshes.push_back({placed, arrays, whole, localBounds(arrays)});
   }
   return facts;
 }
@@ -235,7 +237,7 @@ void printText(const SceneFile& scene, const SceneFacts& facts) {
   for (const MeshFacts& mesh : facts.meshes) {
     const std::uint32_t shape = scene.object(mesh.placed.mesh).parent;
     print("  \"" + (shape == format::kNone ? std::string() : shownText(scene.name(shape))) +
-          "\": " + std::to_string(mesh.arrays.lengths.size()) + " " + meshTypeName(mesh.arrays.type) + ", " +
+          "\": " + std::to_string(mesh.whole_elements) + " " + meshTypeName(mesh.arrays.type) + ", " +
           std::to_string(mesh.arrays.pointCount()) + " points in its array, bounds " + boxText(mesh.bounds) +
           "\n");
   }

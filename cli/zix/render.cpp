@@ -71,7 +71,8 @@ int runRender(const Invocation& call) {
   const std::string name = named != call.options.end() ? named->second : "iso";
   const auto camera = findCamera(*scene, name);
   if (!camera) return refuseView(*scene, name);
-  const Picture picture = render(*scene, *camera, size.width, size.height);
+  const RenderStyle style{call.has("--flat"), call.has("--edges")};
+  const Picture picture = render(*scene, *camera, size.width, size.height, style);
   if (const auto failure =
           writePng(host::toProgramPath(call.operands[1]), picture.width, picture.height, picture.rgb)) {
     complain(kProgram, *failure);

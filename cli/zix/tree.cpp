@@ -24,7 +24,7 @@ std::string lineOf(const SceneFile& scene, std::uint32_t object, std::size_t lev
   if (scene.object(object).placement != format::kNone) line += " placed";
   if (scene.type(object) == ObjectType::Mesh) {
     const MeshArrays mesh = meshArrays(scene, object);
-    line += ": " + std::to_string(mesh.lengths.size()) + " " + meshTypeName(mesh.type) + ", " +
+    line += ": " + std::to_string(wholeElementCount(mesh)) + " " + meshTypeName(mesh.type) + ", " +
             std::to_string(mesh.pointCount()) + " points in its array";
   }
   return line + "\n";

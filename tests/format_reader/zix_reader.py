@@ -219,8 +219,8 @@ class _Reader:
         self.check_checksums()
         self.read_scene_record()
         self.read_objects()
-        self.check_object_numbers()
         self.check_object_types()
+        self.check_object_numbers()
         self.check_children()
         self.check_table_rows()
         self.check_cycles()
@@ -349,9 +349,6 @@ class _Reader:
             self.check_reference(o.parent, (PARENT_TYPE.get(o.type),), f"{what}, parent")
             self.check_reference(o.placement, (TRANSFORM,) if o.parent != NONE else (), f"{what}, placement")
             self.check_reference(o.material, (MATERIAL,) if o.type in PARENT_TYPE else (), f"{what}, material")
-        for row, number in enumerate(self.children):
-            if number >= len(self.scene.objects):
-                raise ZixError("OBJECT_NUMBER", f"child row {row}: {number}")
         for row, mesh in enumerate(self.meshes):
             self.check_reference(mesh.coordinates, (COORDINATES,), f"mesh {row}, coordinates")
             self.check_reference(mesh.indices, (INDEX_ARRAY,), f"mesh {row}, indices")
@@ -378,7 +375,7 @@ class _Reader:
             if o.child_count > len(self.children) - first:
                 raise ZixError("CHILDREN", f"object {o.number}: {o.child_count} children")
             for child in self.children[first:first + o.child_count]:
-                if objects[child].parent != o.number or child in listed:
+                if child >= len(objects) or objects[child].parent != o.number or child in listed:
                     raise ZixError("CHILDREN", f"object {o.number}: child {child}")
                 listed.add(child)
             first += o.child_count

@@ -148,6 +148,18 @@ TEST_F(ZixTool, ValidateOnlyWarnsOfLengthsThatDoNotAddUp) {
   EXPECT_THAT(zix({"info", path("b.zix")}).out, HasSubstr("totals             1 triangles"));
 }
 
+TEST_F(ZixTool, ValidateNamesThePlaceOfTheFirstElementThatIsNoTriangle) {
+  writeScene("b.zix", {Orb::Zix::MeshType::Triangles, {0, 0, 0, 1, 0, 0, 0, 1, 0}, {2, 0, 1, 0}, {3, 1}});
+  // The points stand at 64, the indices at 128, the lengths at 192, and the second of them 4 bytes later.
+  EXPECT_THAT(zix({"validate", path("b.zix")}).out, StartsWith("warning ELEMENT_LENGTH at offset 196: "));
+}
+
+TEST_F(ZixTool, TreeAndInfoCountWholeElementsOnly) {
+  writeScene("b.zix", {Orb::Zix::MeshType::Triangles, {0, 0, 0, 1, 0, 0, 0, 1, 0}, {2, 0, 1, 0}, {3, 1}});
+  EXPECT_THAT(zix({"tree", path("b.zix")}).out, HasSubstr("\"mesh\": 1 triangles, "));
+  EXPECT_THAT(zix({"info", path("b.zix")}).out, HasSubstr("\"shape\": 1 triangles, "));
+}
+
 TEST_F(ZixTool, MissingAndForeignFilesFailWithPathAndReason) {
   for (const char* command : {"info", "tree"}) {
     const ProgramResult result = zix({command, path("missing.zix")});
