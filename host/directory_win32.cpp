@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "host/directory.h"
+#include "host/long_path.h"
 #include "host/path.h"
 
 namespace loftbay::host {
@@ -20,7 +21,7 @@ std::string narrow(std::wstring_view wide) {
 }  // namespace
 
 std::optional<std::vector<std::string>> listDirectory(std::string_view program_path) {
-  const std::wstring pattern = (toFileSystemPath(program_path) / L"*").wstring();
+  const std::wstring pattern = toSystemPath(program_path.empty() ? "*" : std::string(program_path) + "\\*");
   WIN32_FIND_DATAW entry{};
   HANDLE search = FindFirstFileW(pattern.c_str(), &entry);
   if (search == INVALID_HANDLE_VALUE) return std::nullopt;
@@ -35,7 +36,7 @@ std::optional<std::vector<std::string>> listDirectory(std::string_view program_p
 
 std::optional<std::string> canonicalPath(std::string_view program_path) {
   // Backup semantics: the only way to open a folder.
-  HANDLE file = CreateFileW(toFileSystemPath(program_path).c_str(), 0,
+  HANDLE file = CreateFileW(toSystemPath(program_path).c_str(), 0,
                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                             FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (file == INVALID_HANDLE_VALUE) return std::nullopt;
