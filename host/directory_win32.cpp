@@ -42,12 +42,12 @@ std::optional<std::string> canonicalPath(std::string_view program_path) {
   if (file == INVALID_HANDLE_VALUE) return std::nullopt;
   std::wstring path(MAX_PATH, L'\0');
   DWORD length = GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
-  if (length > path.size()) {
-    path.resize(length);
+  if (length >= path.size()) {
+    path.resize(length + 1);  // some systems do not count the terminator
     length = GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
   }
   CloseHandle(file);
-  if (length == 0 || length > path.size()) return std::nullopt;
+  if (length == 0 || length >= path.size()) return std::nullopt;
   path.resize(length);
   return narrow(path);
 }
