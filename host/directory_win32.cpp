@@ -47,6 +47,10 @@ std::optional<std::string> canonicalPath(std::string_view program_path) {
     length = GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
   }
   CloseHandle(file);
+  // Wine tells no final name of more than 260 characters: the resolved one, links left as they are.
+  if (const std::wstring resolved = toSystemPath(program_path);
+      length == 0 && resolved.starts_with(L"\\\\?\\"))
+    return narrow(resolved);
   if (length == 0 || length >= path.size()) return std::nullopt;
   path.resize(length);
   return narrow(path);
