@@ -45,6 +45,8 @@ std::optional<int> parseArguments(CLI::App& app, const std::vector<std::string>&
     return wrongUsage(app.get_name(),
                       "unknown option " + *name + (match ? "; did you mean " + *match + "?" : ""));
   }
+  // A word that begins with `/` is a path, on Windows too.
+  app.allow_windows_style_options(false);
   try {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     app.parse(reversed);

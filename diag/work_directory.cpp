@@ -55,17 +55,21 @@ std::string findBaseDirectory(const std::optional<std::string>& base_override) {
   return host::toProgramPath(kLastResort);
 }
 
+// The names that are taken by value are so in the documented signatures.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 std::string MakeDatedDirectory(std::string baseDirectory) {
   std::string directory = datedName(baseDirectory);
   host::makeDirectory(directory);
   return directory;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool SelectWorkDirectory(std::string logFileName, const std::optional<std::string>& base_override) {
   placeLog(MakeDatedDirectory(findBaseDirectory(base_override)), logFileName);
   return true;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool selectOwnWorkDirectory(std::string logFileName, const std::optional<std::string>& base_override) {
   const std::string dated = datedName(findBaseDirectory(base_override));
   std::string directory = dated;

@@ -9,13 +9,12 @@
 #include <system_error>
 #include <utility>
 
+#include "host/long_path.h"
 #include "host/path.h"
 
 namespace loftbay::host {
 
 namespace {
-
-std::wstring wide(std::string_view program_path) { return toFileSystemPath(program_path).wstring(); }
 
 std::string narrow(const wchar_t* text) {
   const int needed = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
@@ -29,16 +28,16 @@ std::string narrow(const wchar_t* text) {
 
 FilePointer openFile(std::string_view program_path, const char* mode) {
   const std::wstring wide_mode(mode, mode + std::char_traits<char>::length(mode));
-  return FilePointer(_wfsopen(wide(program_path).c_str(), wide_mode.c_str(), _SH_DENYNO));
+  return FilePointer(_wfsopen(toSystemPath(program_path).c_str(), wide_mode.c_str(), _SH_DENYNO));
 }
 
-bool removeFile(std::string_view program_path) { return _wremove(wide(program_path).c_str()) == 0; }
+bool removeFile(std::string_view program_path) { return _wremove(toSystemPath(program_path).c_str()) == 0; }
 
 bool pathExists(std::string_view program_path) {
-  return GetFileAttributesW(wide(program_path).c_str()) != INVALID_FILE_ATTRIBUTES;
+  return GetFileAttributesW(toSystemPath(program_path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-bool makeDirectory(std::string_view program_path) { return _wmkdir(wide(program_path).c_str()) == 0; }
+bool makeDirectory(std::string_view program_path) { return _wmkdir(toSystemPath(program_path).c_str()) == 0; }
 
 std::optional<std::string> currentDirectory(std::size_t limit_bytes) {
   const std::unique_ptr<wchar_t, decltype(&free)> text(_wgetcwd(nullptr, 0), &free);
@@ -48,7 +47,10 @@ std::optional<std::string> currentDirectory(std::size_t limit_bytes) {
   return result;
 }
 
-bool changeDirectory(std::string_view program_path) { return _wchdir(wide(program_path).c_str()) == 0; }
+// Without the prefix: no process can have a current directory with it.
+bool changeDirectory(std::string_view program_path) {
+  return _wchdir(toFileSystemPath(program_path).c_str()) == 0;
+}
 
 std::optional<std::string> environmentVariable(const char* name) {
   const std::wstring wide_name(name, name + std::char_traits<char>::length(name));
@@ -62,7 +64,7 @@ std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::s
     *reason = std::system_category().message(static_cast<int>(error));
     return std::optional<MappedFile>();
   };
-  const std::wstring path = wide(program_path);
+  const std::wstring path = toSystemPath(program_path);
   const DWORD attributes = GetFileAttributesW(path.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return fail(GetLastError());
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "host/long_path.h"
 #include "host/path.h"
 
 namespace loftbay::host {
@@ -22,6 +23,21 @@ std::filesystem::path toFileSystemPath(std::string_view program_path) {
   std::wstring wide(static_cast<std::size_t>(needed), L'\0');
   MultiByteToWideChar(CP_UTF8, 0, program_path.data(), size, wide.data(), needed);
   return {wide};
+}
+
+std::wstring toSystemPath(std::string_view program_path) {
+  std::wstring path = toFileSystemPath(program_path).wstring();
+  std::wstring full(MAX_PATH, L'\0');
+  DWORD size = GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+  if (size >= full.size()) {
+    full.resize(size);
+    size = GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+  }
+  if (size == 0 || size >= full.size()) return path;
+  full.resize(size);
+  std::wstring long_form = longPathForm(full);
+  // A short path stays as it was said: names of devices, for example, are then the system's business.
+  return long_form == full ? path : long_form;
 }
 
 }  // namespace loftbay::host

@@ -97,7 +97,9 @@ SectionEnd
 Section /o "Commands on the PATH" SectionPath
   !insertmacro PathSize $1
   ${If} $1 > ${LONGEST_PATH}
-    DetailPrint "The PATH is too long to be changed here: add $INSTDIR\bin by hand."
+    ; A silent installation takes the answer as given and goes on.
+    MessageBox MB_OK|MB_ICONEXCLAMATION "The PATH is too long to be changed here. To use loftbay and zix in \
+every console, add this folder to it by hand:$\r$\n$\r$\n$INSTDIR\bin" /SD IDOK
   ${Else}
     ReadRegStr $0 HKCU "Environment" "Path"
     Push "$INSTDIR\bin"

@@ -4,14 +4,24 @@
 //   beam_engine_10.0.jt  the same quantised, with xz compression
 //   survey.jt            a hill as coloured triangles, contour lines and points; JT 9.5
 // The committed files in samples/ were made by this program; equal code gives equal bytes.
+// make_samples --single-part TRIANGLES FILE writes one part of about so many triangles instead, to measure
+// with.
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <string_view>
 
+#include "samples/maker/bench_models.h"
 #include "samples/maker/sample_files.h"
 
 int main(int argument_count, char** arguments) {
   try {
+    if (argument_count == 4 && arguments[1] == std::string_view("--single-part")) {
+      loftbay::maker::writeJtFile(loftbay::maker::singlePart(std::strtoull(arguments[2], nullptr, 10)), {},
+                                  arguments[3]);
+      return 0;
+    }
     const std::filesystem::path folder = argument_count > 1 ? arguments[1] : ".";
     for (const auto& file : loftbay::maker::sampleFiles()) {
       const auto path = folder / file.name;

@@ -13,6 +13,7 @@
 #include <cerrno>
 #endif
 
+#include "host/long_path.h"
 #include "host/path.h"
 
 namespace Orb::Zix {
@@ -60,7 +61,11 @@ void removeInterruptedWrites() noexcept {
 
 int rememberTemporary(std::string_view program_path) noexcept {
   try {
-    const auto path = loftbay::host::toFileSystemPath(program_path).native();
+#ifdef _WIN32
+    const std::wstring path = loftbay::host::toSystemPath(program_path);
+#else
+    const std::string path = loftbay::host::toFileSystemPath(program_path).native();
+#endif
     if (path.size() >= kLongestPath) return -1;
     for (std::size_t i = 0; i < slots.size(); ++i) {
       int expected = kFree;

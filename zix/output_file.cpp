@@ -46,6 +46,8 @@ std::string temporaryName(std::string_view output_path, unsigned attempt) {
 }
 
 std::string absolute(std::string_view program_path) {
+  // A server's folder is absolute already, and mingw's library would make a folder of the drive of it.
+  if (program_path.starts_with("\\\\")) return std::string(program_path);
   std::error_code error;
   const auto path = std::filesystem::absolute(loftbay::host::toFileSystemPath(program_path), error);
   if (error) return std::string(program_path);

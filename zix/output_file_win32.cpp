@@ -4,14 +4,14 @@
 #include <algorithm>
 #include <system_error>
 
-#include "host/path.h"
+#include "host/long_path.h"
 #include "zix/output_file_system.h"
 
 namespace Orb::Zix::system {
 
 namespace {
 
-using loftbay::host::toFileSystemPath;
+using loftbay::host::toSystemPath;
 
 HANDLE fromHandle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 int lastError() { return static_cast<int>(GetLastError()); }
@@ -20,7 +20,7 @@ int lastError() { return static_cast<int>(GetLastError()); }
 
 int createExclusive(std::string_view program_path, std::intptr_t* handle) {
   const HANDLE file =
-      CreateFileW(toFileSystemPath(program_path).c_str(), GENERIC_READ | GENERIC_WRITE,
+      CreateFileW(toSystemPath(program_path).c_str(), GENERIC_READ | GENERIC_WRITE,
                   FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return lastError();
   *handle = reinterpret_cast<std::intptr_t>(file);
@@ -52,7 +52,7 @@ int flush(std::intptr_t handle) { return FlushFileBuffers(fromHandle(handle)) ==
 int close(std::intptr_t handle) { return CloseHandle(fromHandle(handle)) == 0 ? lastError() : 0; }
 
 int rename(std::string_view from, std::string_view to) {
-  return MoveFileExW(toFileSystemPath(from).c_str(), toFileSystemPath(to).c_str(),
+  return MoveFileExW(toSystemPath(from).c_str(), toSystemPath(to).c_str(),
                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0
              ? lastError()
              : 0;
@@ -62,7 +62,7 @@ int rename(std::string_view from, std::string_view to) {
 int flushFolder(std::string_view) { return 0; }
 
 int remove(std::string_view program_path) {
-  return DeleteFileW(toFileSystemPath(program_path).c_str()) == 0 ? lastError() : 0;
+  return DeleteFileW(toSystemPath(program_path).c_str()) == 0 ? lastError() : 0;
 }
 
 std::string errorText(int error) {

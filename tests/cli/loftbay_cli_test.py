@@ -319,6 +319,21 @@ class BadInput(CliTest):
                 os.remove(source)
         self.assertEqual(self.leftovers(), [])
 
+    def test_a_full_disk_is_told_and_leaves_no_unfinished_scene(self):
+        # A disk of 64 KiB in a mount namespace of its own; only some machines let a program make one.
+        disk = self.path("disk")
+        os.mkdir(disk)
+        on_disk = ["unshare", "-rm", "sh", "-c", 'mount -t tmpfs -o size=64k none "$1" && { shift; "$@"; }', "sh", disk]
+        if subprocess.run([*on_disk, "true"], capture_output=True).returncode != 0:
+            self.skipTest("no disk of limited size can be made here")
+        script = '"$0" "$1" "$2/out.zix"; echo "code $?"; ls -A "$2"'
+        environment = {**os.environ, "MERIDAN_TEMP_PATH": self.path("work")}
+        result = subprocess.run([*on_disk, "sh", "-c", script, LOFTBAY, SAMPLE, disk], capture_output=True, text=True,
+                                env=environment, timeout=120)
+        self.assertEqual(result.stdout, "code 1\n", result.stderr)
+        self.assertIn("Failed to save", result.stderr)
+        self.assertIn("No space left on device", result.stderr)
+
     def test_a_file_name_under_four_characters_ends_the_job(self):
         # "x.jt" has four characters and is legal; ".jt" has three.
         shutil.copy(SAMPLE, self.path(".jt"))

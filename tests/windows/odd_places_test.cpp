@@ -1,0 +1,63 @@
+// Conversions to and from places other than a folder of a drive, and places that give out under way.
+#include <cstdlib>
+
+#include "tests/windows/desk.h"
+
+namespace loftbay::gui {
+namespace {
+
+namespace fs = std::filesystem;
+
+class OddPlaces : public Desk {
+ protected:
+  OddPlaces() { fs::copy_file(Path(_wgetenv(L"LOFTBAY_SAMPLES")) / L"beam_engine.jt", model_); }
+
+  // A folder that the test's surroundings name in a variable; empty when they have none.
+  static Path named(const wchar_t* variable) {
+    const wchar_t* const folder = _wgetenv(variable);
+    return folder == nullptr ? Path() : Path(folder);
+  }
+
+  // Without a drive of its own folder: the log stays below folder_.
+  void convertIn(const Path& place) {
+    CopyFileW(model_.c_str(), (place / L"there.jt").c_str(), FALSE);
+    DeleteFileW((place / L"there.zix").c_str());
+    Program program(options());
+    translate(program, place / L"there.jt", place / L"there.zix");
+    EXPECT_EQ(program.closeMessageBox().text, L"Translated Successfully!!!");
+    EXPECT_GT(contents(place / L"there.zix").size(), 10000U);
+  }
+
+  Path model_ = folder_ / L"model.jt";
+};
+
+TEST_F(OddPlaces, AFolderOnAServer) {
+  const Path share = named(L"LOFTBAY_SHARE");
+  if (share.empty()) GTEST_SKIP() << "no folder of a server";
+  ASSERT_EQ(share.wstring().substr(0, 2), L"\\\\");
+  convertIn(share);
+}
+
+TEST_F(OddPlaces, ADriveThatStandsForAFolder) {
+  if (DefineDosDeviceW(0, L"Q:", folder_.c_str()) == 0 ||
+      GetFileAttributesW(L"Q:\\model.jt") == INVALID_FILE_ATTRIBUTES)
+    GTEST_SKIP() << "no drive can be made for a folder: error " << GetLastError();
+  convertIn(L"Q:\\");
+  EXPECT_NE(DefineDosDeviceW(DDD_REMOVE_DEFINITION, L"Q:", nullptr), 0);
+  EXPECT_TRUE(fs::exists(folder_ / L"there.zix"));
+}
+
+TEST_F(OddPlaces, AFullDiskIsToldAndKeepsNothingUnfinished) {
+  const Path disk = named(L"LOFTBAY_SMALL_DISK");
+  if (disk.empty()) GTEST_SKIP() << "no disk of limited size";
+  Program program(options());
+  translate(program, model_, disk / L"scene.zix");
+  // The job's own box, and the dialog's answer after it: a scene that was not saved is no failure of the job.
+  EXPECT_EQ(program.closeMessageBox("failed-to-save").text, L"Failed to save");
+  EXPECT_EQ(program.closeMessageBox().text, L"Translated Successfully!!!");
+  program.waitForMainWindowOnly();
+  EXPECT_TRUE(fs::is_empty(disk));
+}
+
+}  // namespace
+}  // namespace loftbay::gui
