@@ -2,6 +2,7 @@
 // walk, shut-down.
 #include <ostream>
 
+#include "convert/held.h"
 #include "convert/job.h"
 #include "diag/program_seams.h"
 #include "diag/tolerance.h"
@@ -23,14 +24,12 @@ JtkTessParams* createTessParams(float minimum_edge_length) {
 }
 
 void walk(JtkEntity* root) {
-  root->ref();
+  const Held held_root(root);
   JtkTraverser* const traverser = JtkEntityFactory::createTraverser();
   traverser->setPreActionCallback(&enterNode);
   traverser->setPostActionCallback(&leaveNode);
-  traverser->ref();
+  const Held held_traverser(traverser);
   traverser->traverse(root, 0);
-  traverser->unref();
-  root->unref();
 }
 
 }  // namespace
@@ -82,7 +81,7 @@ bool obJt2Zix::ReadJt() {
     diag::programSeams().observer->lost(inputPath, "the JT toolkit gives no importer");
     notes.nothingWasRead();
   } else {
-    importer->ref();
+    const Held held_importer(importer);
     importer->configureImporter(nullptr, 0);
     importer->setImporterMode(kImporterMode);
     int major = 0;
@@ -97,7 +96,6 @@ bool obJt2Zix::ReadJt() {
       JtkInfo::post(JtkInfo::JtkERRORS) << "Unable to find root node.  Check file...\n";
       notes.nothingWasRead();
     }
-    importer->unref();
   }
   WriteTraceLog("obJt2Zix::ReadJt():End");
   return true;

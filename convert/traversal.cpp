@@ -10,6 +10,7 @@
 #include <array>
 #include <stdexcept>
 
+#include "convert/held.h"
 #include "convert/job.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
@@ -206,9 +207,10 @@ void obJt2Zix::walkInstancedAssembly(JtkHierarchy* assembly) {
   traverser->setPostActionCallback(&leaveNode);
   inInstancedAssembly = true;
   ++nested_walks;
-  traverser->ref();
-  traverser->traverse(assembly, 0);
-  traverser->unref();
+  {
+    const Held held_traverser(traverser);
+    traverser->traverse(assembly, 0);
+  }
   --nested_walks;
   inInstancedAssembly = false;
 }
