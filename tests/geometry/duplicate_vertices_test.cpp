@@ -169,8 +169,11 @@ TEST(RemoveDuplicateVertices, EveryKindOfBitPatternEqualsTheLiteralRule) {
                             1e-4F,
                             1e15F,
                             1e21F};
+#ifndef _WIN32  // whose C library loses the sign of a NaN, so that the literal rule's stream is no measure
+                // there
   for (const std::uint32_t nan : {0x7FC00000U, 0x7FC00001U, 0xFFC00000U, 0x7F800001U, 0xFFFFFFFFU})
     odd.push_back(std::bit_cast<float>(nan));
+#endif
   std::mt19937 random(4);
   std::vector<Point> points;
   for (int i = 0; i < 10000; ++i) {

@@ -250,10 +250,12 @@ Bytes losslessBody(const Bytes& header, const Bytes& records, bool packed) {
   Bytes body = header;
   const auto size = static_cast<std::int64_t>(records.size());
   if (!packed) return body.i32(size).i32(-size).bytes(records);
-  std::vector<std::byte> stream(compressBound(records.size()));
-  uLongf stream_size = stream.size();
+  // zlib's long has 32 bits on Windows.
+  const auto record_size = static_cast<uLong>(records.size());
+  std::vector<std::byte> stream(compressBound(record_size));
+  auto stream_size = static_cast<uLongf>(stream.size());
   EXPECT_EQ(compress(reinterpret_cast<Bytef*>(stream.data()), &stream_size,
-                     reinterpret_cast<const Bytef*>(records.data().data()), records.size()),
+                     reinterpret_cast<const Bytef*>(records.data().data()), record_size),
             Z_OK);
   stream.resize(stream_size);
   return body.i32(size).i32(static_cast<std::int64_t>(stream_size)).bytes(stream);
