@@ -42,6 +42,8 @@ inline ProgramResult runProgram(const ScratchFolder& folder, const std::string& 
   const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 #endif
   ProgramResult result{code, folder.read("stdout"), folder.read("stderr")};
+  // Standard error is a text stream: its line ends are the host's.
+  std::erase(result.err, '\r');
   std::filesystem::remove(folder.path() / "stdout");
   std::filesystem::remove(folder.path() / "stderr");
   return result;

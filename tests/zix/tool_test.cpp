@@ -303,6 +303,9 @@ TEST_F(ZixTool, TwoDashesEndTheOptions) {
 }
 
 TEST_F(ZixTool, NamesOfFilesMayHoldAnyCharacter) {
+#ifdef _WIN32
+  GTEST_SKIP() << "this test's shell takes narrow command lines; the window tests cover such names";
+#endif
   const std::string name =
       "Gr\xC3\xB6\xC3\x9F"
       "e \xE2\x82\xAC.zix";

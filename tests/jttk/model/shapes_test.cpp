@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/path.h"
 #include "jttk/model/shape_arrays.h"
 #include "jttk/model/shape_object.h"
 #include "jttk/settings.h"
@@ -159,7 +160,8 @@ TEST(Shapes, ADamagedOneIsNullAndReportedOnceWithFileSegmentAndPlace) {
     EXPECT_EQ(shapeOf(part, 0, 1), nullptr);
   }
   EXPECT_THAT(model.recorder.losses,
-              ElementsAre(AllOf(HasSubstr("part: folder/machine.jt: segment " + graph.shapeSegment(6).text()),
+              ElementsAre(AllOf(HasSubstr("part: " + loftbay::host::toHostPath("folder\\machine.jt") +
+                                          ": segment " + graph.shapeSegment(6).text()),
                                 HasSubstr("at byte"))));
   EXPECT_THAT(model.recorder.messages(), HasSubstr(graph.shapeSegment(6).text()));
 }
