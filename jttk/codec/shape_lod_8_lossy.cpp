@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "jttk/codec/hsv.h"
 #include "jttk/codec/normals.h"
 #include "jttk/codec/predictors.h"
 #include "jttk/codec/quantizer.h"
@@ -142,35 +143,6 @@ Result<void> readTextureCoordinates(ByteReader& in, Context& context, std::vecto
   return {};
 }
 
-// Hue 0 .. 6, saturation and value 0 .. 1, to red, green, blue, in place.
-void convertHsvToRgb(float* color) {
-  const float hue = color[0];
-  const float saturation = color[1];
-  const float value = color[2];
-  const float sextant = std::floor(hue);
-  const float part = hue - sextant;
-  const float low = value * (1 - saturation);
-  const float falling = value * (1 - saturation * part);
-  const float rising = value * (1 - saturation * (1 - part));
-  const auto set = [&](float red, float green, float blue) {
-    color[0] = red, color[1] = green, color[2] = blue;
-  };
-  switch (static_cast<int>(sextant)) {
-    case 1:
-      return set(falling, value, low);
-    case 2:
-      return set(low, value, rising);
-    case 3:
-      return set(low, falling, value);
-    case 4:
-      return set(rising, low, value);
-    case 5:
-      return set(value, low, falling);
-    default:  // 0, and 6, which is 0 again
-      return set(value, rising, low);
-  }
-}
-
 Result<void> readColors(ByteReader& in, Context& context, std::vector<float>& colors, Values& codes) {
   const std::uint8_t hsv = in.u8("HSV flag");
   if (hsv > 1) in.setFailed("HSV flag", "is not known");
@@ -190,7 +162,7 @@ Result<void> readColors(ByteReader& in, Context& context, std::vector<float>& co
       return read;
   }
   if (hsv != 0) {
-    for (std::size_t i = 0; i < *count; ++i) convertHsvToRgb(&colors[i * 4]);
+    for (std::size_t i = 0; i < *count; ++i) rgbFromHsv(&colors[i * 4]);
   }
   return {};
 }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "jttk/codec/component_arrays.h"
+#include "jttk/codec/hsv.h"
 #include "jttk/codec/normals.h"
 #include "jttk/codec/quantizer.h"
 
@@ -78,34 +79,6 @@ Result<void> makeRoom(std::vector<float>& values, std::size_t count, float fill,
     return fail("no memory for " + std::to_string(count) + " numbers", reader.offset());
   }
   return {};
-}
-
-// Hue in sextants of the colour circle, saturation and value 0 .. 1; in place.
-void rgbFromHsv(float* color) {
-  const float hue = color[0];
-  const float saturation = color[1];
-  const float value = color[2];
-  const float sextant = std::floor(hue);
-  const float along = hue - sextant;
-  const float low = value * (1 - saturation);
-  const float falling = value * (1 - saturation * along);
-  const float rising = value * (1 - saturation * (1 - along));
-  const auto set = [&](float r, float g, float b) { color[0] = r, color[1] = g, color[2] = b; };
-  // The quantiser keeps the hue in 0 .. 6, and 6 is 0 again.
-  switch (static_cast<int>(sextant) % 6) {
-    case 0:
-      return set(value, rising, low);
-    case 1:
-      return set(falling, value, low);
-    case 2:
-      return set(low, value, rising);
-    case 3:
-      return set(low, falling, value);
-    case 4:
-      return set(rising, low, value);
-    default:
-      return set(value, low, falling);
-  }
 }
 
 }  // namespace
