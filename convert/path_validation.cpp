@@ -42,7 +42,7 @@ bool isDirectoryAvailable(const std::string& directory) {
   return true;
 }
 
-bool validatePaths(std::string input_path, std::string output_path) {
+bool validatePaths(const std::string& input_path, const std::string& output_path) {
   if (input_path.empty()) return refuse("Please specify the input file.");
   if (output_path.empty()) return refuse("Please specify the output file.");
   if (!isInputExtension(input_path)) return refuse("Error:Unsupported input format.");

@@ -3,6 +3,7 @@
 // goes to the library's exact conversion.
 #include "diag/float_text.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -52,7 +53,8 @@ Decimal sixDigits(float value) {
 
   // floor(binary_exponent * log10(2)) is the decimal exponent or one less.
   int exponent = (binary_exponent * 1233) >> 12;
-  if (static_cast<double>(value) >= kBounds[static_cast<std::size_t>(exponent + 7)]) ++exponent;
+  const int bound = exponent + 7;
+  if (static_cast<double>(value) >= kBounds[static_cast<std::size_t>(bound)]) ++exponent;
 
   const int power = kDigits - 1 - exponent;
   std::uint64_t digits = 0;
@@ -125,8 +127,7 @@ std::size_t formatFloat(char* out, float value) noexcept {
   if (bits == 0) {
     *out++ = '0';
   } else if (bits >= 0x7F800000U) {
-    std::memcpy(out, bits == 0x7F800000U ? "inf" : "nan", 3);
-    out += 3;
+    out = std::copy_n(bits == 0x7F800000U ? "inf" : "nan", 3, out);
   } else if (magnitude >= kSmallestQuick && magnitude < kLargestQuick) {
     out = write(out, sixDigits(magnitude));
   } else {

@@ -42,7 +42,7 @@ class Key {
 
  private:
   using Words = std::array<std::uint64_t, 5>;
-  static_assert(sizeof(Words) >= 2 * 12 + diag::kFloatTextCapacity);
+  static_assert(sizeof(Words) >= std::size_t{2} * 12 + diag::kFloatTextCapacity);
   Words words_{};
 };
 

@@ -22,7 +22,7 @@ struct Guid {
   std::uint16_t c = 0;
   std::uint8_t d[8] = {};
   friend bool operator==(const Guid&, const Guid&) = default;
-  friend auto operator<=>(const Guid&, const Guid&) = default;
+  friend auto operator<=>(const Guid&, const Guid&) = default;  // NOLINT(modernize-use-nullptr)
   // 8-4-4-4-12 hex digits, lower case.
   [[nodiscard]] std::string text() const;
 };

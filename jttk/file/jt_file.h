@@ -23,7 +23,7 @@ namespace jttk {
 struct Version {
   int major = 0;
   int minor = 0;
-  friend auto operator<=>(const Version&, const Version&) = default;
+  friend auto operator<=>(const Version&, const Version&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
 enum class SegmentType : std::uint32_t {

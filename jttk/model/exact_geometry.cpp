@@ -155,12 +155,13 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
       if (found != before) is_new = document.reported_segments.insert(found->id).second;
       before = found;
       if (!is_new) continue;
-      const std::string place =
-          loftbay::host::toHostPath(document.path) + ": segment " + found->id.text() + ": ";
+      std::string place = loftbay::host::toHostPath(document.path);
+      place.append(": segment ").append(found->id.text()).append(": ").append(reason);
       if (quietly && !arrays_) {
-        model_.library().note(part_name + ": the facets of the file are used: " + place + reason);
+        model_.library().note(
+            std::string(part_name).append(": the facets of the file are used: ").append(place));
       } else {
-        model_.library().lost(part_name, place + reason);
+        model_.library().lost(part_name, place);
       }
     }
     if (arrays_) model_.cache().keep(key, arrays_);

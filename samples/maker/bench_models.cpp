@@ -111,8 +111,10 @@ Product largeModel(std::uint64_t triangles) {
   Assembly root{"large model", "Millimeters", std::nullopt, {}};
   for (std::uint32_t i = 0; i < parts; ++i) {
     product.parts.push_back(wavyPart(triangles / parts, i, false));
+    const std::uint32_t column = i % 20;
+    const std::uint32_t row = i / 20;
     root.children.push_back({partRef(i), product.parts.back().name,
-                             translation(kPitch * double(i % 20), kPitch * double(i / 20), 0), std::nullopt,
+                             translation(kPitch * double(column), kPitch * double(row), 0), std::nullopt,
                              false});
   }
   product.assemblies.push_back(std::move(root));
