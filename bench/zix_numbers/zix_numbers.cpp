@@ -15,6 +15,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <numeric>
@@ -62,6 +63,18 @@ double secondsOf(const std::function<void()>& work) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// Of this thread's own work, so that what else the machine does is not counted. For what waits for nothing.
+double processorSecondsOf(const std::function<void()>& work) {
+  const auto now = [] {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+  };
+  const double start = now();
+  work();
+  return now() - start;
+}
+
 double median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   return values[values.size() / 2];
@@ -69,34 +82,41 @@ double median(std::vector<double> values) {
 
 // --- memory -----------------------------------------------------------------------------------------------
 
-// Bytes by which the peak of a process that does `work` lies above where it started. In a process of its own,
-// so that nothing that was freed before is used again.
-std::uint64_t memoryOf(const std::function<void()>& work) {
-  int ends[2];
-  if (pipe(ends) != 0) throw std::runtime_error("pipe");
-  const pid_t child = fork();
-  if (child == 0) {
-    const auto before = host::processMemory();
-    work();
-    const auto after = host::processMemory();
-    const std::uint64_t grown = after->peak_working_set_bytes - before->working_set_bytes;
-    _exit(write(ends[1], &grown, sizeof(grown)) == sizeof(grown) ? 0 : 1);
-  }
-  close(ends[1]);
-  std::uint64_t grown = 0;
-  const bool told = read(ends[0], &grown, sizeof(grown)) == sizeof(grown);
-  close(ends[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (!told || status != 0) throw std::runtime_error("the measured process failed");
-  return grown;
-}
-
 // What a case makes: objects, and the bytes of their names.
 struct Made {
   std::uint64_t objects = 0;
   std::uint64_t name_bytes = 0;
 };
+
+struct Measured {
+  Made made;
+  std::uint64_t grown_bytes = 0;
+};
+
+// By how many bytes the peak of a process that does `work` lies above where it started. The process is one of
+// its own, and this one never does any of the work: else memory that was freed before would be used again and
+// not be seen.
+Measured memoryOf(const std::function<Made()>& work) {
+  int ends[2];
+  if (pipe(ends) != 0) throw std::runtime_error("pipe");
+  const pid_t child = fork();
+  if (child == 0) {
+    Measured measured;
+    const auto before = host::processMemory();
+    measured.made = work();
+    const auto after = host::processMemory();
+    measured.grown_bytes = after->peak_working_set_bytes - before->working_set_bytes;
+    _exit(write(ends[1], &measured, sizeof(measured)) == sizeof(measured) ? 0 : 1);
+  }
+  close(ends[1]);
+  Measured measured;
+  const bool told = read(ends[0], &measured, sizeof(measured)) == sizeof(measured);
+  close(ends[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (!told || status != 0) throw std::runtime_error("the measured process failed");
+  return measured;
+}
 
 class CountingScene {
  public:
@@ -186,9 +206,7 @@ void measureMemory() {
   const std::uint64_t objects = quick ? 10'000 : 1'000'000;
   const std::vector<float> big(quick ? 30'000 : 48'000'000, 1.0F);
   const auto measure = [&](const std::string& what, const std::function<Made()>& write) {
-    Made made;
-    const std::uint64_t grown = memoryOf([&] { write(); });
-    made = write();
+    const auto [made, grown] = memoryOf(write);
     const std::uint64_t limit = kBase + 200 * made.objects + made.name_bytes;
     report(fmt::format("memory, {} objects: {}", made.objects, what),
            fmt::format("{:.1f} MB", static_cast<double>(grown) / 1e6),
@@ -209,7 +227,6 @@ void measureWriting() {
   const auto bytes = std::as_bytes(std::span(values));
   const auto plain = [&] {
     const std::string path = scratchPath("plain.bin");
-    system::remove(path);
     std::intptr_t file = 0;
     if (system::createExclusive(path, &file) != 0) throw std::runtime_error("cannot create " + path);
     int error = 0;
@@ -227,7 +244,6 @@ void measureWriting() {
   };
   const auto scene = [&] {
     const std::string path = scratchPath("arrays.zix");
-    system::remove(path);  // as above: an old file would hold its pages until the new one is complete
     Scene_V1 writer("Model");
     writer.saveTo(path.c_str(), " ", true, true);
     for (std::size_t i = 0; i < arrays; ++i) {
@@ -237,9 +253,18 @@ void measureWriting() {
   };
   std::vector<double> plain_times;
   std::vector<double> scene_times;
-  for (int round = 0; round < (quick ? 1 : 7); ++round) {
-    plain_times.push_back(secondsOf(plain));
-    scene_times.push_back(secondsOf(scene));
+  const auto measure = [](const std::function<void()>& write, std::vector<double>& times) {
+    // An old file would cost its removal, and hold its pages in memory until the new one is complete.
+    system::remove(scratchPath("plain.bin"));
+    system::remove(scratchPath("arrays.zix"));
+    sync();
+    times.push_back(secondsOf(write));
+  };
+  for (int round = 0; round < (quick ? 1 : 8); ++round) {
+    // The disk may be quicker or slower after a pause: none of both is always the first.
+    if (round % 2 == 0) measure(plain, plain_times);
+    measure(scene, scene_times);
+    if (round % 2 != 0) measure(plain, plain_times);
   }
   const double megabytes = static_cast<double>(arrays * bytes.size()) / 1e6;
   const double ratio = median(plain_times) / median(scene_times);
@@ -281,8 +306,8 @@ void measureOpening() {
   std::vector<double> read_times;
   std::vector<double> open_times;
   for (int round = 0; round < (quick ? 2 : 101); ++round) {
-    read_times.push_back(secondsOf(read));
-    open_times.push_back(secondsOf(open));
+    read_times.push_back(processorSecondsOf(read));
+    open_times.push_back(processorSecondsOf(open));
   }
   const double ratio = median(open_times) / median(read_times);
   fmt::print("  reading and checking {:.2f} MB {:.2f} ms, opening {:.2f} ms (medians of {} rounds)\n",
