@@ -1,9 +1,12 @@
-// Everything that the zix program does with a scene that the reader accepts: exports, pictures, differences.
-// The corpus is that of zix_reader_fuzz; checksums are always repaired. Outputs go to the temporary folder.
+// Everything that the zix program does with a scene that the reader accepts: what it tells, exports,
+// pictures, differences. What is told must be valid UTF-8. The corpus is that of zix_reader_fuzz; checksums
+// are always repaired. Outputs go to the temporary folder.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "fuzz/zix_repair.h"
@@ -12,6 +15,8 @@
 #include "zix/reader.h"
 #include "zix/render.h"
 #include "zix/scene_diff.h"
+#include "zix/scene_info.h"
+#include "zix/shown_text.h"
 
 namespace {
 
@@ -32,6 +37,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto scene = SceneFile::fromBytes(file);
   if (!scene) return 0;
   if (diffScenes(*scene, *scene, -1).count != 0) std::abort();
+  for (const auto tell : {writeInfoText, writeInfoJson, writeTree}) {
+    std::string told;
+    tell(*scene, [&](std::string_view text) { told += text; });
+    if (!isValidUtf8(told)) std::abort();
+  }
   for (const char* view : {"iso", "top"}) {
     if (const auto camera = findCamera(*scene, view))
       render(*scene, *camera, 32, 24, {view[0] == 't', view[0] == 'i'});

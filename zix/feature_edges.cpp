@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 namespace Orb::Zix {
 
 namespace {
 
+// One side of a triangle; the lower of its two points is the bucket that it lies in.
 struct Side {
-  std::uint32_t low;
   std::uint32_t high;
   std::uint32_t face;
 };
@@ -17,17 +18,26 @@ bool isUsable(const Vec3& point) { return !std::isnan(point[0]); }
 
 // For every point the first one at the same place.
 std::vector<std::uint32_t> firstAtSamePlace(const std::vector<Vec3>& points) {
-  std::vector<std::uint32_t> order;
+  // Sorted with their places, so that comparing two needs no look elsewhere.
+  struct Entry {
+    Vec3 place;
+    std::uint32_t number;
+  };
+  std::vector<Entry> order;
+  order.reserve(points.size());
   std::vector<std::uint32_t> first(points.size());
   for (std::uint32_t i = 0; i < points.size(); ++i) {
     first[i] = i;
-    if (isUsable(points[i])) order.push_back(i);
+    if (isUsable(points[i])) order.push_back({points[i], i});
   }
-  std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
-    return points[a] != points[b] ? points[a] < points[b] : a < b;
+  std::sort(order.begin(), order.end(), [](const Entry& a, const Entry& b) {
+    for (std::size_t k = 0; k < 3; ++k) {
+      if (a.place[k] != b.place[k]) return a.place[k] < b.place[k];
+    }
+    return a.number < b.number;
   });
   for (std::size_t i = 1; i < order.size(); ++i) {
-    if (points[order[i]] == points[order[i - 1]]) first[order[i]] = first[order[i - 1]];
+    if (order[i].place == order[i - 1].place) first[order[i].number] = first[order[i - 1].number];
   }
   return first;
 }
@@ -43,39 +53,81 @@ bool unitNormal(const Vec3& a, const Vec3& b, const Vec3& c, Vec3& normal) {
   return true;
 }
 
-}  // namespace
-
-std::vector<std::array<std::uint32_t, 2>> featureEdges(const MeshArrays& mesh,
-                                                       const std::vector<Vec3>& points) {
-  constexpr float kFlattest = 0.866F;  // cosine of 30 degrees
-  const std::vector<std::uint32_t> place = firstAtSamePlace(points);
-  std::vector<Side> sides;
+// The triangles that have an area, their corners as numbers of places, with their normals.
+struct Faces {
+  std::vector<std::array<std::uint32_t, 3>> corners;
   std::vector<Vec3> normals;
+};
+
+Faces facesOf(const MeshArrays& mesh, const std::vector<Vec3>& points) {
+  const std::vector<std::uint32_t> place = firstAtSamePlace(points);
+  Faces faces;
+  faces.corners.reserve(mesh.lengths.size());
+  faces.normals.reserve(mesh.lengths.size());
   forEachElement(mesh, [&](std::span<const std::uint32_t> t) {
     Vec3 normal{};
     if (!isUsable(points[t[0]]) || !isUsable(points[t[1]]) || !isUsable(points[t[2]])) return;
     if (!unitNormal(points[t[0]], points[t[1]], points[t[2]], normal)) return;
+    faces.corners.push_back({place[t[0]], place[t[1]], place[t[2]]});
+    faces.normals.push_back(normal);
+  });
+  return faces;
+}
+
+template <typename Visit>
+void forEachSide(const Faces& faces, Visit visit) {
+  for (std::uint32_t face = 0; face < faces.corners.size(); ++face) {
+    const auto& corners = faces.corners[face];
     for (std::size_t k = 0; k < 3; ++k) {
-      const auto [low, high] = std::minmax(place[t[k]], place[t[(k + 1) % 3]]);
-      sides.push_back({low, high, static_cast<std::uint32_t>(normals.size())});
+      const auto [low, high] = std::minmax(corners[k], corners[(k + 1) % 3]);
+      visit(low, Side{high, face});
     }
-    normals.push_back(normal);
-  });
-  std::sort(sides.begin(), sides.end(), [](const Side& a, const Side& b) {
-    return a.low != b.low ? a.low < b.low : a.high != b.high ? a.high < b.high : a.face < b.face;
-  });
+  }
+}
+
+// All sides, those with the same lower point together: bucket n ends where bucket n + 1 begins.
+struct Buckets {
+  std::vector<std::size_t> begins;
+  std::vector<Side> sides;
+};
+
+Buckets sortSides(const Faces& faces, std::size_t point_count) {
+  Buckets buckets{std::vector<std::size_t>(point_count + 1), std::vector<Side>(3 * faces.corners.size())};
+  forEachSide(faces, [&](std::uint32_t low, const Side&) { ++buckets.begins[low + 1]; });
+  for (std::size_t i = 1; i <= point_count; ++i) buckets.begins[i] += buckets.begins[i - 1];
+  std::vector<std::size_t> next(buckets.begins.begin(), buckets.begins.end() - 1);
+  forEachSide(faces, [&](std::uint32_t low, const Side& side) { buckets.sides[next[low]++] = side; });
+  return buckets;
+}
+
+// Drawn is where a surface ends, where it folds, and where more than two triangles meet.
+bool isFeature(std::span<const Side> same, const std::vector<Vec3>& normals) {
+  constexpr float kFlattest = 0.866F;  // cosine of 30 degrees
+  if (same.size() != 2) return true;
+  const Vec3& a = normals[same[0].face];
+  const Vec3& b = normals[same[1].face];
+  return std::abs(a[0] * b[0] + a[1] * b[1] + a[2] * b[2]) < kFlattest;
+}
+
+}  // namespace
+
+std::vector<std::array<std::uint32_t, 2>> featureEdges(const MeshArrays& mesh,
+                                                       const std::vector<Vec3>& points) {
+  const Faces faces = facesOf(mesh, points);
+  Buckets buckets = sortSides(faces, points.size());
   std::vector<std::array<std::uint32_t, 2>> edges;
-  for (std::size_t i = 0; i < sides.size();) {
-    std::size_t end = i + 1;
-    while (end < sides.size() && sides[end].low == sides[i].low && sides[end].high == sides[i].high) ++end;
-    bool drawn = end != i + 2;
-    if (!drawn) {
-      const Vec3& a = normals[sides[i].face];
-      const Vec3& b = normals[sides[i + 1].face];
-      drawn = std::abs(a[0] * b[0] + a[1] * b[1] + a[2] * b[2]) < kFlattest;
+  for (std::uint32_t low = 0; low < points.size(); ++low) {
+    const auto bucket =
+        std::span(buckets.sides).subspan(buckets.begins[low], buckets.begins[low + 1] - buckets.begins[low]);
+    std::sort(bucket.begin(), bucket.end(), [](const Side& a, const Side& b) {
+      return a.high != b.high ? a.high < b.high : a.face < b.face;
+    });
+    for (std::size_t i = 0; i < bucket.size();) {
+      std::size_t end = i + 1;
+      while (end < bucket.size() && bucket[end].high == bucket[i].high) ++end;
+      if (isFeature(bucket.subspan(i, end - i), faces.normals)) edges.push_back({low, bucket[i].high});
+      i = end;
     }
-    if (drawn) edges.push_back({sides[i].low, sides[i].high});
-    i = end;
   }
   return edges;
 }

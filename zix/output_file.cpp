@@ -19,6 +19,8 @@ constexpr std::size_t kBufferSize = std::size_t{1} << 20;
 constexpr std::size_t kWrittenDirectly = std::size_t{1} << 18;
 
 std::atomic<FileOperationHook*> operation_hook{nullptr};
+// Part of the next temporary name.
+std::atomic<unsigned> next_attempt{0};
 
 int hooked(FileOperation operation, std::size_t size_bytes = 0) {
   FileOperationHook* const hook = operation_hook.load();
@@ -35,6 +37,12 @@ std::string_view startOfName(std::string_view name, std::size_t limit) {
 std::string_view folderOf(std::string_view program_path) {
   const auto separator = program_path.rfind('\\');
   return separator == std::string_view::npos ? std::string_view{} : program_path.substr(0, separator + 1);
+}
+
+// To be opened as a folder.
+std::string_view ownFolder(std::string_view output_path) {
+  const std::string_view folder = folderOf(output_path);
+  return folder.empty() ? "." : folder;
 }
 
 // Hidden on POSIX hosts, and short enough for every file system whatever the output is called.
@@ -84,22 +92,37 @@ std::optional<OutputFailure> OutputFile::open(std::string_view program_path) {
     return fail("create", std::string("it is no regular file"));
   }
 
-  static std::atomic<unsigned> next_attempt{0};
-  constexpr int kMostAttempts = 1000;
-  int result = 0;
-  for (int i = 0; i < kMostAttempts; ++i) {
-    temporary_path_ = temporaryName(output_path_, next_attempt++);
-    // Before the file exists: an interrupt between the two calls then removes nothing or the file.
-    interrupt_slot_ = rememberTemporary(temporary_path_);
-    result = hooked(FileOperation::Create);
-    if (result == 0) result = system::createExclusive(temporary_path_, &handle_);
-    if (result == 0) break;
-    forgetTemporary(std::exchange(interrupt_slot_, -1));
-    if (!system::isAlreadyThere(result)) break;
+  int result = hooked(FileOperation::CreateUnnamed);
+  if (result == 0) result = system::createUnnamed(ownFolder(output_path_), &handle_);
+  if (result != 0 && system::isUnsupported(result)) {
+    result = underTemporaryName([&](const std::string& path) {
+      const int refused = hooked(FileOperation::Create);
+      return refused != 0 ? refused : system::createExclusive(path, &handle_);
+    });
   }
   if (result != 0) return fail("create", result);
   buffer_ = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
   return std::nullopt;
+}
+
+// Calls `make` with temporary names until one is not taken; the new file has that name then.
+template <typename Make>
+int OutputFile::underTemporaryName(Make make) {
+  constexpr int kMostAttempts = 1000;
+  int error = 0;
+  for (int i = 0; i < kMostAttempts; ++i) {
+    const std::string path = temporaryName(output_path_, next_attempt++);
+    // Before the name exists: an interrupt between the two calls then removes nothing or the file.
+    interrupt_slot_ = rememberTemporary(path);
+    error = make(path);
+    if (error == 0) {
+      current_path_ = path;
+      return 0;
+    }
+    forgetTemporary(std::exchange(interrupt_slot_, -1));
+    if (!system::isAlreadyThere(error)) break;
+  }
+  return error;
 }
 
 std::optional<OutputFailure> OutputFile::writeOut(std::span<const std::byte> bytes) {
@@ -154,38 +177,72 @@ std::optional<OutputFailure> OutputFile::commit() {
   if (failure_) return failure_;
   if (!isOpen()) return fail("write", std::string("the file is not open"));
   if (auto failure = flushBuffer()) return failure;
-  int error = hooked(FileOperation::Flush);
-  if (error == 0) error = system::flush(handle_);
-  if (error != 0) return fail("flush", error);
-  if (auto failure = renameIntoPlace()) return failure;
+  if (auto failure = flushFile()) return failure;
+  if (auto failure = current_path_.empty() ? placeUnnamed() : placeNamed()) return failure;
   buffer_.reset();
-  const std::string_view folder = folderOf(output_path_);
-  error = hooked(FileOperation::FlushFolder);
-  if (error == 0) error = system::flushFolder(folder.empty() ? "." : folder);
+  int error = hooked(FileOperation::FlushFolder);
+  if (error == 0) error = system::flushFolder(ownFolder(output_path_));
   // The complete new file is in place; only its name may not survive a power failure.
   if (error != 0) return fail("flush of the folder", error);
   return std::nullopt;
 }
 
-std::optional<OutputFailure> OutputFile::renameIntoPlace() {
+std::optional<OutputFailure> OutputFile::flushFile() {
+  int error = hooked(FileOperation::Flush);
+  if (error == 0) error = system::flush(handle_);
+  return error == 0 ? std::nullopt : fail("flush", error);
+}
+
+// Under the output's own name at once where it is free, else by a temporary name: no call names a file in the
+// place of another one.
+std::optional<OutputFailure> OutputFile::placeUnnamed() {
+  const auto link = [&](const std::string& path) {
+    const int error = hooked(FileOperation::Link);
+    return error != 0 ? error : system::link(handle_, path);
+  };
+  int error = link(output_path_);
+  if (error != 0 && system::isAlreadyThere(error)) {
+    error = underTemporaryName(link);
+    if (error == 0) error = rename();
+  }
+  // One word for the user, whichever way the file takes.
+  if (error != 0) return fail("rename", error);
+  forgetTemporary(std::exchange(interrupt_slot_, -1));
+  current_path_.clear();
+  // Some file systems keep nothing of a file that had no name when it was flushed. Its bytes have been
+  // written, so this takes no time; and before the rename it would leave time for an end of the process.
+  if (auto failure = flushFile()) return failure;
+  error = closeHandle();
+  return error == 0 ? std::nullopt : fail("close", error);
+}
+
+std::optional<OutputFailure> OutputFile::placeNamed() {
   const char* operation = "close";
-  int error = hooked(FileOperation::Close);
-  const int close_error = system::close(std::exchange(handle_, kNoHandle));
-  if (error == 0) error = close_error;
+  int error = closeHandle();
   if (error == 0) {
     operation = "rename";
-    error = hooked(FileOperation::Rename);
-    if (error == 0) error = system::rename(temporary_path_, output_path_);
+    error = rename();
   }
-  if (error != 0) system::remove(temporary_path_);
+  if (error != 0) system::remove(current_path_);
   forgetTemporary(std::exchange(interrupt_slot_, -1));
   return error == 0 ? std::nullopt : fail(operation, error);
+}
+
+int OutputFile::closeHandle() {
+  const int error = hooked(FileOperation::Close);
+  const int close_error = system::close(std::exchange(handle_, kNoHandle));
+  return error != 0 ? error : close_error;
+}
+
+int OutputFile::rename() {
+  const int error = hooked(FileOperation::Rename);
+  return error != 0 ? error : system::rename(current_path_, output_path_);
 }
 
 void OutputFile::discard() noexcept {
   if (handle_ != kNoHandle) {
     system::close(std::exchange(handle_, kNoHandle));
-    system::remove(temporary_path_);
+    if (!current_path_.empty()) system::remove(current_path_);
   }
   forgetTemporary(std::exchange(interrupt_slot_, -1));
   buffer_.reset();

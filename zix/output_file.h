@@ -1,13 +1,19 @@
-// A file that appears whole or not at all. Bytes go to a temporary file in the output's own folder; `commit`
-// makes them durable and renames the temporary over the output. An OutputFile that is destroyed without
-// `commit` removes its temporary, and so does `removeInterruptedWrites` from a signal handler.
+// A file that appears whole or not at all. Bytes go to a file in the output's own folder that has no name;
+// `commit` makes them durable and gives the file the output's name. Whatever ends the process before, nothing
+// is left: the system itself drops a file without a name. Only to replace an old output in one step the new
+// file has a temporary name for the moment between two system calls.
+//
+// Where the system has no files without a name (Windows, some file systems), the bytes go to a temporary file
+// beside the output that is renamed over it. An OutputFile that is destroyed without `commit` removes its
+// temporary, and so does `removeInterruptedWrites` from a signal handler.
 //
 //   OutputFile file;
 //   if (auto failure = file.open("folder\\out.zix")) …   // failure->operation, failure->reason
 //   file.append(bytes); file.overwrite(0, header);
 //   file.commit();
 //
-// After a failure of any call the temporary is gone and every later call repeats the first failure.
+// After a failure of any call the new file is gone and every later call repeats the first failure; only when
+// all was done but to make the name durable, the complete new file stays in place.
 #pragma once
 
 #include <cstddef>
@@ -35,8 +41,8 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
-  // Creates the temporary file. `program_path` is made absolute at once, so that a later change of the
-  // current directory moves nothing. An existing output that is no regular file is refused.
+  // Creates the new file. `program_path` is made absolute at once, so that a later change of the current
+  // directory moves nothing. An existing output that is no regular file is refused.
   std::optional<OutputFailure> open(std::string_view program_path);
 
   // Appends through a buffer; blocks of 256 KiB and more go straight to the system.
@@ -44,10 +50,10 @@ class OutputFile {
   std::optional<OutputFailure> append(std::string_view text);
   // Replaces bytes that were appended before.
   std::optional<OutputFailure> overwrite(std::uint64_t offset, std::span<const std::byte> bytes);
-  // Flushes to the device, renames over the output, makes the new name durable.
+  // Flushes to the device, puts the file in the output's place, makes the name durable.
   std::optional<OutputFailure> commit();
 
-  // Removes the temporary. Does nothing when there is none.
+  // Removes the new file. Does nothing when there is none.
   void discard() noexcept;
 
   [[nodiscard]] std::uint64_t size() const { return size_; }
@@ -60,14 +66,20 @@ class OutputFile {
   std::optional<OutputFailure> fail(std::string operation, std::string reason);
   std::optional<OutputFailure> flushBuffer();
   std::optional<OutputFailure> writeOut(std::span<const std::byte> bytes);
-  std::optional<OutputFailure> renameIntoPlace();
+  template <typename Make>
+  int underTemporaryName(Make make);
+  std::optional<OutputFailure> flushFile();
+  std::optional<OutputFailure> placeUnnamed();
+  std::optional<OutputFailure> placeNamed();
+  int closeHandle();
+  int rename();
 
   std::intptr_t handle_ = kNoHandle;
   int interrupt_slot_ = -1;
   std::uint64_t size_ = 0;
-  std::string output_path_;     // program form, absolute
-  std::string temporary_path_;  // program form, absolute
-  std::string shown_path_;      // host form, as given
+  std::string output_path_;   // program form, absolute
+  std::string current_path_;  // the new file's temporary name while it has one
+  std::string shown_path_;    // host form, as given
   std::unique_ptr<std::byte[]> buffer_;
   std::size_t buffered_ = 0;
   std::optional<OutputFailure> failure_;
@@ -75,7 +87,7 @@ class OutputFile {
 
 // What the file layer asks of the system, one call each. 0 is success, anything else the system's error
 // number. Tests put a hook in front to make the n-th call fail.
-enum class FileOperation { Create, Write, Seek, Flush, Close, Rename, FlushFolder };
+enum class FileOperation { CreateUnnamed, Create, Write, Seek, Flush, Link, Close, Rename, FlushFolder };
 
 class FileOperationHook {
  public:
@@ -84,7 +96,8 @@ class FileOperationHook {
   FileOperationHook& operator=(const FileOperationHook&) = delete;
   virtual ~FileOperationHook() = default;
   // Called before the operation. A value other than 0 is taken as the operation's error, and the operation
-  // is not carried out. `size_bytes` is what a Write is to write, else 0.
+  // is not carried out. `size_bytes` is what a Write is to write, else 0. CreateUnnamed comes before every
+  // Create, which follows only where the system answers that it has no files without a name.
   virtual int before(FileOperation operation, std::size_t size_bytes) = 0;
 };
 

@@ -14,7 +14,45 @@
 namespace Orb::Zix::system {
 
 namespace {
+
 using loftbay::host::toHostPath;
+
+// How a file that has no name is named in a call: by the link that the system keeps for its handle.
+std::string linkOfHandle(std::intptr_t handle) { return "/proc/self/fd/" + std::to_string(handle); }
+
+}  // namespace
+
+int createUnnamed(std::string_view folder, std::intptr_t* handle) {
+#ifdef O_TMPFILE
+  const int file = ::open(toHostPath(folder).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
+  if (file < 0) return errno;
+  // Without that link (no /proc, or not for this process) the file could never get a name.
+  char first = 0;
+  if (readlink(linkOfHandle(file).c_str(), &first, 1) < 0) {
+    ::close(file);
+    return EOPNOTSUPP;
+  }
+  *handle = file;
+  return 0;
+#else
+  static_cast<void>(folder);
+  static_cast<void>(handle);
+  return EOPNOTSUPP;
+#endif
+}
+
+// Systems that do not know such files take the call for one that opens the folder itself for writing, and a
+// missing folder fails again, with its own words, where a named file is tried.
+bool isUnsupported(int error) {
+  return error == EOPNOTSUPP || error == EISDIR || error == ENOENT || error == EINVAL || error == ENOSYS;
+}
+
+int unsupported() { return EOPNOTSUPP; }
+
+int link(std::intptr_t handle, std::string_view program_path) {
+  const std::string from = linkOfHandle(handle);
+  const std::string to = toHostPath(program_path);
+  return linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) != 0 ? errno : 0;
 }
 
 int createExclusive(std::string_view program_path, std::intptr_t* handle) {
@@ -75,7 +113,11 @@ int remove(std::string_view program_path) {
   return unlink(toHostPath(program_path).c_str()) != 0 ? errno : 0;
 }
 
-std::string errorText(int error) { return std::generic_category().message(error); }
+std::string errorText(int error) {
+  // The system's words, "Invalid cross-device link", say nothing about what has happened.
+  if (error == EXDEV) return "another file system has taken the folder's place";
+  return std::generic_category().message(error);
+}
 
 std::uint32_t processId() { return static_cast<std::uint32_t>(getpid()); }
 

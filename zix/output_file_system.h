@@ -10,9 +10,17 @@
 
 namespace Orb::Zix::system {
 
+// Creates a file without a name in a folder; it is gone with its handle unless `link` names it before.
+int createUnnamed(std::string_view folder, std::intptr_t* handle);
+// True for an error of createUnnamed that says that there are no such files here.
+bool isUnsupported(int error);
+// An error for which isUnsupported is true.
+int unsupported();
+// Names a file that createUnnamed made. Another file of that name stays, and isAlreadyThere the error.
+int link(std::intptr_t handle, std::string_view program_path);
 // Creates a file that must not exist yet.
 int createExclusive(std::string_view program_path, std::intptr_t* handle);
-// True for the error of createExclusive that says that the name is taken.
+// True for the error of createExclusive and link that says that the name is taken.
 bool isAlreadyThere(int error);
 // Writes all bytes at the file's position.
 int write(std::intptr_t handle, std::span<const std::byte> bytes);

@@ -18,6 +18,11 @@ int lastError() { return static_cast<int>(GetLastError()); }
 
 }  // namespace
 
+int createUnnamed(std::string_view, std::intptr_t*) { return unsupported(); }
+bool isUnsupported(int error) { return error == ERROR_NOT_SUPPORTED; }
+int unsupported() { return ERROR_NOT_SUPPORTED; }
+int link(std::intptr_t, std::string_view) { return unsupported(); }
+
 int createExclusive(std::string_view program_path, std::intptr_t* handle) {
   const HANDLE file =
       CreateFileW(toSystemPath(program_path).c_str(), GENERIC_READ | GENERIC_WRITE,

@@ -8,7 +8,7 @@
 // are verified with their checksums, and every object number, text and chunk in them is checked, so that no
 // accessor below can leave the file whatever its bytes are. What the arrays hold is not looked at; their
 // checksums are verified on demand (`verifyChunk`, or everything at once by validate.h). In particular an
-// index may be out of range: elements.h leaves out such elements.
+// index may be out of range: scene_meshes.h leaves out such elements.
 //
 // Objects are named by number: 0 is the object that was created first. The writer's ObjectId of object n is
 // (n + 1, its type). All views live as long as the SceneFile. Reading from several threads is safe.

@@ -44,6 +44,18 @@ bool isArray(std::uint32_t type) {
   return type == format::kFloatArrayChunk || type == format::kIndexArrayChunk;
 }
 
+// The type of object that one of each type hangs under, by type number; 0 for those outside the tree.
+constexpr std::array<std::uint8_t, 20> kParentTypes = [] {
+  std::array<std::uint8_t, 20> parents{};
+  const auto hangsUnder = [&](ObjectType child, ObjectType parent) {
+    parents[static_cast<std::size_t>(child)] = static_cast<std::uint8_t>(parent);
+  };
+  hangsUnder(ObjectType::Node, ObjectType::Node);
+  hangsUnder(ObjectType::Shape, ObjectType::Node);
+  hangsUnder(ObjectType::Mesh, ObjectType::Shape);
+  return parents;
+}();
+
 // Texts, child numbers and indices are plain arrays: their record size never grows.
 bool hasFixedRecordSize(std::uint32_t type) {
   return type == format::kTextChunk || type == format::kChildChunk || type == format::kIndexArrayChunk;
@@ -65,24 +77,13 @@ std::uint64_t StructureCheck::placeOf(std::size_t chunk, std::size_t row) const 
   return entry.offset + row * entry.record_size;
 }
 
-bool StructureCheck::isType(std::uint32_t object, ObjectType type) const {
-  return object < scene_.objects_.size() && scene_.objects_[object].type == static_cast<std::uint32_t>(type);
-}
-
-bool StructureCheck::isNoneOr(std::uint32_t object, ObjectType type) const {
-  return object == kNone || isType(object, type);
-}
-
-bool StructureCheck::isText(std::uint64_t offset, std::uint32_t size) const {
-  return offset <= scene_.texts_.size() && size <= scene_.texts_.size() - offset;
-}
-
 std::optional<ReadError> StructureCheck::run() {
   if (auto failure = checkHeader()) return failure;
   if (auto failure = checkDirectory()) return failure;
   if (auto failure = findTables()) return failure;
   if (auto failure = checkTexts()) return failure;
   if (auto failure = checkObjects()) return failure;
+  if (auto failure = checkChildren()) return failure;
   if (auto failure = checkCycles()) return failure;
   if (auto failure = checkMeshes()) return failure;
   return checkArrays();
@@ -168,13 +169,18 @@ std::optional<ReadError> StructureCheck::checkChunk(std::size_t i, std::uint64_t
                   name() + " of " + number(entry.size) + " bytes runs into the directory");
   }
   *end = entry.offset + entry.size;
-  if (entry.record_size == 0 || entry.size % entry.record_size != 0) {
+  // Most chunks are small: a division of 32 bits takes a fraction of one of 64.
+  const auto isMultiple = [](std::uint64_t size, std::uint32_t of) {
+    return size <= UINT32_MAX ? static_cast<std::uint32_t>(size) % of == 0 : size % of == 0;
+  };
+  if (entry.record_size == 0 || !isMultiple(entry.size, entry.record_size)) {
     return refuse("RECORD_SIZE", place,
                   name() + " of " + number(entry.size) + " bytes does not hold whole records of " +
                       number(entry.record_size));
   }
-  const KnownChunk* const table = knownTable(entry.type);
-  if (table == nullptr && !isArray(entry.type)) {
+  const bool is_array = isArray(entry.type);
+  const KnownChunk* const table = is_array ? nullptr : knownTable(entry.type);
+  if (table == nullptr && !is_array) {
     if ((entry.flags & format::kChunkMustBeKnown) == 0) return std::nullopt;
     return refuse("UNKNOWN_CHUNK", place, name() + " is of an unknown type that a reader must know");
   }
@@ -243,7 +249,16 @@ std::optional<ReadError> StructureCheck::findTables() {
     return refuse("OBJECT_COUNT", placeOf(object_chunk_, 0),
                   "there are too many objects: " + number(scene_.objects_.size()));
   }
+  collectTypes();
   return std::nullopt;
+}
+
+void StructureCheck::collectTypes() {
+  types_.resize(scene_.objects_.size());
+  for (std::size_t i = 0; i < types_.size(); ++i) {
+    const std::uint32_t type = scene_.objects_[i].type;
+    types_[i] = isObjectType(type) ? static_cast<std::uint8_t>(type) : std::uint8_t{0};
+  }
 }
 
 std::optional<ReadError> StructureCheck::checkTexts() {
@@ -269,17 +284,13 @@ std::optional<ReadError> StructureCheck::checkTexts() {
 }
 
 std::optional<ReadError> StructureCheck::checkObjects() {
-  bool any_children = false;
   for (std::uint32_t i = 0; i < scene_.objectCount(); ++i) {
     const format::ObjectRecord object = scene_.objects_[i];
-    if (auto failure = checkObject(i, object)) return failure;
-    any_children = any_children || object.child_count != 0;
-  }
-  // Once all parents are known to be objects: else a wrong parent would be reported as a wrong list.
-  for (std::uint32_t i = 0; any_children && i < scene_.objectCount(); ++i) {
-    const format::ObjectRecord object = scene_.objects_[i];
-    if (object.child_count == 0) continue;
-    if (auto failure = checkObjectChildren(i, object)) return failure;
+    if (!isRight(i, object)) return whatIsWrong(i, object);
+    ++ordinals_[object.type];
+    if (object.parent == kNone) continue;
+    if (object.parent >= i) parents_come_first_ = false;
+    ++attached_;
   }
   const auto count = [&](ObjectType type) { return ordinals_[static_cast<std::size_t>(type)]; };
   if (count(ObjectType::Mesh) != scene_.meshes_.size() ||
@@ -293,27 +304,40 @@ std::optional<ReadError> StructureCheck::checkObjects() {
   return std::nullopt;
 }
 
-std::optional<ReadError> StructureCheck::checkObject(std::uint32_t i, const format::ObjectRecord& object) {
+// All rules of one record at once; which of them is broken is asked only when one is.
+bool StructureCheck::isRight(std::uint32_t i, const format::ObjectRecord& object) const {
+  const std::uint8_t type = types_[i];
+  const std::uint8_t parent_type = kParentTypes[type];
+  const bool in_tree = parent_type != 0;
+  const bool has_parent = object.parent != kNone;
+  const bool parent_fits = in_tree && object.parent < types_.size() && types_[object.parent] == parent_type;
+  return type != 0 && object.ordinal == ordinals_[type] && isText(object.name_offset, object.name_size) &&
+         (object.placement == kNone || (has_parent && isType(object.placement, ObjectType::Transform))) &&
+         (object.material == kNone || (in_tree && isType(object.material, ObjectType::Material))) &&
+         (object.child_count != 0 || object.first_child == 0) && (!has_parent || parent_fits);
+}
+
+std::optional<ReadError> StructureCheck::whatIsWrong(std::uint32_t i,
+                                                     const format::ObjectRecord& object) const {
   const auto refuseObject = [&](const char* code, const std::string& message) {
     return refuse(code, placeOf(object_chunk_, i), "object " + number(i) + " " + message);
   };
   if (!isObjectType(object.type)) {
     return refuseObject("OBJECT_TYPE", "has the unknown type " + number(object.type));
   }
-  if (object.ordinal != ordinals_[object.type]++) {
+  if (object.ordinal != ordinals_[object.type]) {
     return refuseObject("OBJECT_ORDINAL", "has the ordinal " + number(object.ordinal) + " instead of " +
-                                              number(ordinals_[object.type] - 1));
+                                              number(ordinals_[object.type]));
   }
   if (!isText(object.name_offset, object.name_size)) {
     return refuseObject("TEXT_RANGE", "has a name of " + number(object.name_size) + " bytes at " +
                                           number(object.name_offset) + ", outside the texts");
   }
-  const auto type = static_cast<ObjectType>(object.type);
-  const bool in_tree = type == ObjectType::Node || type == ObjectType::Shape || type == ObjectType::Mesh;
   if (!isNoneOr(object.placement, ObjectType::Transform) ||
       (object.placement != kNone && object.parent == kNone)) {
     return refuseObject("OBJECT_NUMBER", "cannot be placed by object " + number(object.placement));
   }
+  const bool in_tree = kParentTypes[object.type] != 0;
   if (!isNoneOr(object.material, ObjectType::Material) || (object.material != kNone && !in_tree)) {
     return refuseObject("OBJECT_NUMBER",
                         "cannot have object " + number(object.material) + " as its material");
@@ -321,13 +345,23 @@ std::optional<ReadError> StructureCheck::checkObject(std::uint32_t i, const form
   if (object.child_count == 0 && object.first_child != 0) {
     return refuseObject("CHILDREN", "has no children, but a first one");
   }
-  // That the parent lists it is checked with the parent's children; the sum of both counts settles it.
-  if (object.parent == kNone) return std::nullopt;
-  const bool fits = type == ObjectType::Mesh ? isType(object.parent, ObjectType::Shape)
-                                             : in_tree && isType(object.parent, ObjectType::Node);
-  if (!fits) return refuseObject("OBJECT_NUMBER", "cannot hang under object " + number(object.parent));
-  if (object.parent >= i) parents_come_first_ = false;
-  ++attached_;
+  return refuseObject("OBJECT_NUMBER", "cannot hang under object " + number(object.parent));
+}
+
+// Once all parents are known to be objects: else a wrong parent would be reported as a wrong list.
+std::optional<ReadError> StructureCheck::checkChildren() {
+  is_listed_.resize(scene_.objectCount());
+  for (std::uint32_t i = 0; i < scene_.objectCount(); ++i) {
+    const format::ObjectRecord object = scene_.objects_[i];
+    if (object.child_count == 0) continue;
+    if (auto failure = checkObjectChildren(i, object)) return failure;
+  }
+  // Nothing is listed twice, and only under its own parent: so equal counts say that nobody is left out.
+  if (listed_ != scene_.children_.size() || listed_ != attached_) {
+    return refuse("CHILDREN", placeOf(object_chunk_, 0),
+                  number(attached_) + " objects have a parent, and parents list " + number(listed_) + " of " +
+                      number(scene_.children_.size()) + " children");
+  }
   return std::nullopt;
 }
 
@@ -336,50 +370,40 @@ std::optional<ReadError> StructureCheck::checkObjectChildren(std::uint32_t i,
   const auto refuseChildren = [&](const std::string& message) {
     return refuse("CHILDREN", placeOf(object_chunk_, i), "object " + number(i) + " " + message);
   };
-  // Parents take their children from the child table one after another, so no child is listed twice.
+  // Parents take their children from the child table one after another.
   if (object.first_child != listed_ || object.child_count > scene_.children_.size() - listed_) {
     return refuseChildren("has " + number(object.child_count) + " children from row " +
                           number(object.first_child) + " on, of " + number(scene_.children_.size()) +
                           " rows");
   }
-  for (std::uint32_t k = 0; k < object.child_count; ++k) {
-    const std::uint32_t child = scene_.children_[listed_ + k];
-    if (child >= scene_.objectCount() || scene_.objects_[child].parent != i) {
+  for (const std::uint32_t child : scene_.children_.subspan(listed_, object.child_count)) {
+    if (child >= types_.size() || scene_.objects_[child].parent != i) {
       return refuseChildren("lists object " + number(child) + ", which does not hang under it");
     }
+    if (is_listed_[child]) return refuseChildren("lists object " + number(child) + " twice");
+    is_listed_[child] = true;
   }
   listed_ += object.child_count;
   return std::nullopt;
 }
 
+// Where every parent has a lower number than its children there can be no cycle; otherwise the trees are
+// walked from their tops.
 std::optional<ReadError> StructureCheck::checkCycles() {
-  const std::uint64_t place = placeOf(object_chunk_, 0);
-  if (listed_ != scene_.children_.size() || listed_ != attached_) {
-    return refuse("CHILDREN", place,
-                  number(attached_) + " objects have a parent, and parents list " + number(listed_) + " of " +
-                      number(scene_.children_.size()) + " children");
-  }
-  // Where every parent has a lower number than its children there can be no cycle and no double entry in
-  // one list that the count above does not show; otherwise the trees are walked from their tops.
-  std::vector<bool> seen(scene_.objectCount());
-  std::uint64_t found = 0;
-  for (const std::uint32_t child : scene_.children_) {
-    if (seen[child]) return refuse("CHILDREN", place, "object " + number(child) + " is listed twice");
-    seen[child] = true;
-  }
   if (parents_come_first_) return std::nullopt;
   std::vector<std::uint32_t> open;
   for (std::uint32_t i = 0; i < scene_.objectCount(); ++i) {
     if (scene_.objects_[i].parent == kNone) open.push_back(i);
   }
+  std::uint64_t found = 0;
   while (!open.empty()) {
     const auto children = scene_.children(open.back());
     open.pop_back();
     found += children.size();
     open.insert(open.end(), children.begin(), children.end());
   }
-  if (found != attached_) return refuse("CYCLE", place, "some objects hang under themselves");
-  return std::nullopt;
+  if (found == attached_) return std::nullopt;
+  return refuse("CYCLE", placeOf(object_chunk_, 0), "some objects hang under themselves");
 }
 
 std::optional<ReadError> StructureCheck::checkMeshes() {

@@ -2,8 +2,11 @@
 // file, or that the format forbids. Time and memory grow with the number of objects and chunks only.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "zix/reader.h"
 
@@ -23,8 +26,11 @@ class StructureCheck {
   Failure checkChunk(std::size_t number, std::uint64_t* end);
   Failure findTables();
   Failure checkTexts();
+  void collectTypes();
   Failure checkObjects();
-  Failure checkObject(std::uint32_t number, const format::ObjectRecord& object);
+  [[nodiscard]] bool isRight(std::uint32_t number, const format::ObjectRecord& object) const;
+  [[nodiscard]] Failure whatIsWrong(std::uint32_t number, const format::ObjectRecord& object) const;
+  Failure checkChildren();
   Failure checkObjectChildren(std::uint32_t number, const format::ObjectRecord& object);
   Failure checkCycles();
   Failure checkMeshes();
@@ -35,9 +41,15 @@ class StructureCheck {
 
   // Where row `row` of a table stands in the file.
   [[nodiscard]] std::uint64_t placeOf(std::size_t chunk, std::size_t row) const;
-  [[nodiscard]] bool isType(std::uint32_t object, ObjectType type) const;
-  [[nodiscard]] bool isNoneOr(std::uint32_t object, ObjectType type) const;
-  [[nodiscard]] bool isText(std::uint64_t offset, std::uint32_t size) const;
+  [[nodiscard]] bool isType(std::uint32_t object, ObjectType type) const {
+    return object < types_.size() && types_[object] == static_cast<std::uint32_t>(type);
+  }
+  [[nodiscard]] bool isNoneOr(std::uint32_t object, ObjectType type) const {
+    return object == format::kNone || isType(object, type);
+  }
+  [[nodiscard]] bool isText(std::uint64_t offset, std::uint32_t size) const {
+    return offset <= scene_.texts_.size() && size <= scene_.texts_.size() - offset;
+  }
 
   static constexpr std::size_t kNotFound = SIZE_MAX;
 
@@ -50,11 +62,15 @@ class StructureCheck {
   std::size_t coordinates_chunk_ = 0;
   std::size_t index_chunk_ = 0;
   std::size_t view_chunk_ = 0;
+  // Every object's type, 0 where it is none: the records lie too far apart to look them up for every number
+  // that refers to one.
+  std::vector<std::uint8_t> types_;
   // How many objects of each type came before the one being checked, by type number.
   std::array<std::uint32_t, 20> ordinals_{};
   bool parents_come_first_ = true;
   std::uint64_t attached_ = 0;  // objects that state a parent
   std::size_t listed_ = 0;      // rows of the child table that belong to the parents checked so far
+  std::vector<bool> is_listed_;
 };
 
 // A chunk type as text: its four characters, those that are not printable as '?'.

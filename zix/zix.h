@@ -65,8 +65,9 @@ class Scene_V0 {
   // The object's display name, any bytes up to the NUL. A null pointer is an empty name.
   void setName(const ObjectId& id, const char* name);
 
-  // Finishes the file, makes it durable and renames it to `path`. Throws SceneError when anything since
-  // saveTo failed; then nothing is left of the new file.
+  // Finishes the file, makes it durable and puts it in the place of `path`. Throws SceneError when anything
+  // since saveTo failed; then nothing is left of the new file, unless making its name durable was all that
+  // failed.
   void closeFile(const char* path);
 
   struct Impl;

@@ -1,178 +1,13 @@
 // zix info: what a scene holds, as text or as one JSON document.
-#include <map>
-
 #include "cli/zix/open_scene.h"
 #include "zix/json_writer.h"
-#include "zix/object_names.h"
-#include "zix/scene_meshes.h"
-#include "zix/shown_text.h"
+#include "zix/scene_info.h"
 
 namespace loftbay::cli {
 
 using namespace Orb::Zix;
 
 namespace {
-
-struct MeshFacts {
-  PlacedMesh placed;
-  MeshArrays arrays;
-  std::uint64_t whole_elements;
-  BoxF bounds;
-};
-
-struct SceneFacts {
-  std::map<ObjectType, std::uint64_t> objects;
-  std::uint64_t totals[3] = {0, 0, 0};  // by mesh type
-  BoxD bounds;
-  std::vector<MeshFacts> meshes;
-};
-
-SceneFacts collect(const SceneFile& scene) {
-  SceneFacts facts;
-  for (const ObjectType type : kObjectTypes) facts.objects[type] = 0;
-  for (std::uint32_t i = 0; i < scene.objectCount(); ++i) ++facts.objects[scene.type(i)];
-  for (const PlacedMesh& placed : placedMeshes(scene)) {
-    const MeshArrays arrays = meshArrays(scene, placed.mesh);
-    const std::uint64_t whole = wholeElementCount(arrays);
-    facts.totals[static_cast<std::size_t>(arrays.type)] += whole;
-    addWorldBounds(facts.bounds, arrays, placed.world);
-    facts.meshes.push_back({placed, arrays, whole, localBounds(arrays)});
-  }
-  return facts;
-}
-
-std::string formatVersion(const SceneFile& scene) {
-  return std::to_string(scene.header().major_version) + "." + std::to_string(scene.header().minor_version);
-}
-
-// --- JSON -------------------------------------------------------------------------------------------------
-
-template <typename T>
-void writeNumbers(JsonWriter& json, std::span<const T> values) {
-  json.beginArray(JsonWriter::OnOneLine);
-  for (const T value : values) json.number(static_cast<double>(value));
-  json.end();
-}
-
-template <typename T>
-void writeBox(JsonWriter& json, const Box<T>& box) {
-  if (box.empty()) return json.null();
-  const T values[6] = {box.low[0], box.low[1], box.low[2], box.high[0], box.high[1], box.high[2]};
-  writeNumbers(json, std::span<const T>(values));
-}
-
-void writeObjects(JsonWriter& json, const SceneFacts& facts) {
-  json.key("objects");
-  json.beginObject();
-  for (auto type = kObjectTypes.rbegin(); type != kObjectTypes.rend(); ++type) {
-    json.key(objectTypeName(*type));
-    json.number(facts.objects.at(*type));
-  }
-  json.end();
-  json.key("totals");
-  json.beginObject();
-  for (const MeshType type : {MeshType::Triangles, MeshType::Lines, MeshType::Points}) {
-    json.key(meshTypeName(type));
-    json.number(facts.totals[static_cast<std::size_t>(type)]);
-  }
-  json.end();
-}
-
-void writeViews(JsonWriter& json, const SceneFile& scene) {
-  json.key("views");
-  json.beginArray();
-  for (std::size_t i = 0; i < scene.viewCount(); ++i) {
-    const format::ViewRecord view = scene.view(i);
-    json.beginObject();
-    json.key("name");
-    json.text(scene.viewName(i));
-    json.key("position");
-    writeNumbers(json, std::span<const double>(view.position));
-    json.key("target");
-    writeNumbers(json, std::span<const double>(view.target));
-    json.key("up");
-    writeNumbers(json, std::span<const double>(view.up));
-    json.end();
-  }
-  json.end();
-}
-
-void writeMaterial(JsonWriter& json, const SceneFile& scene, std::uint32_t material) {
-  if (material == format::kNone) return json.null();
-  const format::MaterialRecord record = scene.material(material);
-  constexpr const char* kNames[4] = {"diffuse", "specular", "emission", "ambient"};
-  json.beginObject();
-  for (std::size_t i = 0; i < 4; ++i) {
-    json.key(kNames[i]);
-    writeNumbers(json, std::span<const float>(record.colors[i]));
-  }
-  json.key("ambient_intensity");
-  json.number(static_cast<double>(record.ambient_intensity));
-  json.end();
-}
-
-// The names of the nodes from the root down to the mesh.
-void writePath(JsonWriter& json, const SceneFile& scene, std::uint32_t mesh) {
-  std::vector<std::uint32_t> path;
-  for (std::uint32_t i = scene.object(mesh).parent; i != format::kNone; i = scene.object(i).parent) {
-    if (scene.type(i) == ObjectType::Node) path.push_back(i);
-    if (i == scene.root()) break;
-  }
-  json.beginArray(JsonWriter::OnOneLine);
-  for (auto node = path.rbegin(); node != path.rend(); ++node) json.text(scene.name(*node));
-  json.end();
-}
-
-void writeMesh(JsonWriter& json, const SceneFile& scene, const MeshFacts& mesh) {
-  const std::uint32_t shape = scene.object(mesh.placed.mesh).parent;
-  json.beginObject();
-  json.key("shape");
-  json.text(shape == format::kNone ? std::string_view() : scene.name(shape));
-  json.key("path");
-  writePath(json, scene, mesh.placed.mesh);
-  json.key("type");
-  json.text(meshTypeName(mesh.arrays.type));
-  json.key("points");
-  json.number(std::uint64_t{mesh.arrays.pointCount()});
-  json.key("elements");
-  json.number(std::uint64_t{mesh.arrays.lengths.size()});
-  json.key("indices");
-  json.number(std::uint64_t{mesh.arrays.indices.size()});
-  json.key("bbox");
-  writeBox(json, mesh.bounds);
-  json.key("material");
-  writeMaterial(json, scene, mesh.placed.material);
-  json.end();
-}
-
-void printJson(const SceneFile& scene, const SceneFacts& facts) {
-  JsonWriter json(print);
-  json.beginObject();
-  json.key("format_version");
-  json.text(formatVersion(scene));
-  json.key("application");
-  json.text(scene.application());
-  json.key("application_value");
-  json.number(scene.applicationValue());
-  json.key("model");
-  json.text(scene.modelName());
-  json.key("root");
-  if (scene.root() == format::kNone) {
-    json.null();
-  } else {
-    json.text(scene.name(scene.root()));
-  }
-  writeObjects(json, facts);
-  json.key("bbox");
-  writeBox(json, facts.bounds);
-  writeViews(json, scene);
-  json.key("meshes");
-  json.beginArray();
-  for (const MeshFacts& mesh : facts.meshes) writeMesh(json, scene, mesh);
-  json.end();
-  json.end();
-  json.finish();
-}
 
 // The document where there is no scene to tell of.
 void printJsonError(const ReadError& error) {
@@ -191,58 +26,6 @@ void printJsonError(const ReadError& error) {
   json.finish();
 }
 
-// --- text -------------------------------------------------------------------------------------------------
-
-std::string shortNumber(double value) {
-  char text[40];
-  std::snprintf(text, sizeof(text), "%.6g", value);
-  return text;
-}
-
-template <typename T>
-std::string boxText(const Box<T>& box) {
-  if (box.empty()) return "empty";
-  std::string text;
-  for (const auto& corner : {box.low, box.high}) {
-    text += text.empty() ? "(" : " to (";
-    for (std::size_t k = 0; k < 3; ++k)
-      text += (k == 0 ? "" : ", ") + shortNumber(static_cast<double>(corner[k]));
-    text += ")";
-  }
-  return text;
-}
-
-void printText(const SceneFile& scene, const SceneFacts& facts) {
-  print("format version     " + formatVersion(scene) + "\n");
-  print("application        " + shownText(scene.application()) + "\n");
-  print("application value  " + shortNumber(scene.applicationValue()) + "\n");
-  print("model              " + shownText(scene.modelName()) + "\n");
-  print("root               " +
-        (scene.root() == format::kNone ? std::string("(none)") : shownText(scene.name(scene.root()))) + "\n");
-  std::string objects;
-  for (auto type = kObjectTypes.rbegin(); type != kObjectTypes.rend(); ++type) {
-    objects +=
-        (objects.empty() ? "" : ", ") + std::to_string(facts.objects.at(*type)) + " " + objectTypeName(*type);
-  }
-  print("objects            " + objects + "\n");
-  print("totals             " + std::to_string(facts.totals[0]) + " triangles, " +
-        std::to_string(facts.totals[1]) + " lines, " + std::to_string(facts.totals[2]) + " points\n");
-  print("bounds             " + boxText(facts.bounds) + "\n");
-  std::string views;
-  for (std::size_t i = 0; i < scene.viewCount(); ++i) {
-    views += (views.empty() ? "" : ", ") + shownText(scene.viewName(i));
-  }
-  print("views              " + (views.empty() ? std::string("(none)") : views) + "\n");
-  print("meshes             " + std::to_string(facts.meshes.size()) + "\n");
-  for (const MeshFacts& mesh : facts.meshes) {
-    const std::uint32_t shape = scene.object(mesh.placed.mesh).parent;
-    print("  \"" + (shape == format::kNone ? std::string() : shownText(scene.name(shape))) +
-          "\": " + std::to_string(mesh.whole_elements) + " " + meshTypeName(mesh.arrays.type) + ", " +
-          std::to_string(mesh.arrays.pointCount()) + " points in its array, bounds " + boxText(mesh.bounds) +
-          "\n");
-  }
-}
-
 }  // namespace
 
 int runInfo(const Invocation& call) {
@@ -252,8 +35,7 @@ int runInfo(const Invocation& call) {
     if (as_json) printJsonError(scene.error());
     return kFailed;
   }
-  const SceneFacts facts = collect(*scene);
-  as_json ? printJson(*scene, facts) : printText(*scene, facts);
+  as_json ? writeInfoJson(*scene, print) : writeInfoText(*scene, print);
   return kDone;
 }
 

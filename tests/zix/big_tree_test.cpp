@@ -1,6 +1,11 @@
-// Deep and wide trees, built in both directions. No step may recurse or take more than linear time.
+// Deep and wide trees, built in both directions, and every command on them. No step may recurse or take more
+// than linear time.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
+#include "tests/zix/run_program.h"
+#include "tests/zix/sample_scenes.h"
 #include "tests/zix/scratch_folder.h"
 #include "zix/reader.h"
 #include "zix/scene_meshes.h"
@@ -52,6 +57,51 @@ TEST_F(BigTree, MillionChildrenOfOneNode) {
   const auto nodes = makeNodes(1000001);
   for (std::size_t i = 1; i < nodes.size(); ++i) EXPECT_EQ(scene_.addComponent(nodes[0], nodes[i]), i - 1);
   finishAndCheck(nodes.front(), nodes.size());
+}
+
+// The commands on a scene with one square somewhere, once as it stands and once turned into other formats.
+class BigTreeTools : public BigTree {
+ protected:
+  void finish(const ObjectId& root) {
+    scene_.createDefaultViews(root);
+    scene_.closeFile(path().c_str());
+  }
+  loftbay::testing_support::ProgramResult zix(const std::vector<std::string>& arguments) {
+    return loftbay::testing_support::runProgram(folder_, "zix", arguments);
+  }
+  void expectAllCommandsToWork(std::size_t objects_in_tree) {
+    const std::string scene = folder_.hostPath("scene.zix");
+    EXPECT_EQ(zix({"validate", scene}).code, 0);
+    const auto tree = zix({"tree", scene});
+    EXPECT_EQ(tree.code, 0);
+    EXPECT_EQ(static_cast<std::size_t>(std::count(tree.out.begin(), tree.out.end(), '\n')), objects_in_tree);
+    EXPECT_EQ(zix({"info", scene}).code, 0);
+    const auto info = zix({"info", scene, "--json"});
+    EXPECT_EQ(info.code, 0);
+    EXPECT_THAT(info.out, ::testing::HasSubstr("\"triangles\": 2"));
+    EXPECT_EQ(zix({"diff", scene, scene}).code, 0);
+    for (const char* name : {"a.glb", "a.stl", "a.obj"}) {
+      EXPECT_EQ(zix({"export", scene, folder_.hostPath(name)}).code, 0) << name;
+      EXPECT_FALSE(folder_.read(name).empty());
+    }
+    EXPECT_EQ(zix({"render", scene, folder_.hostPath("a.png"), "--size", "64x48"}).code, 0);
+  }
+};
+
+TEST_F(BigTreeTools, WorkOnAHundredThousandLevels) {
+  const auto nodes = makeNodes(100000);
+  for (std::size_t i = 1; i < nodes.size(); ++i) scene_.addComponent(nodes[i - 1], nodes[i]);
+  loftbay::testing_support::addShape(scene_, nodes.back(), "square", loftbay::testing_support::square(1));
+  finish(nodes.front());
+  expectAllCommandsToWork(nodes.size() + 2);
+}
+
+TEST_F(BigTreeTools, WorkOnAMillionChildren) {
+  const auto nodes = makeNodes(1000001);
+  for (std::size_t i = 1; i < nodes.size(); ++i) scene_.addComponent(nodes[0], nodes[i]);
+  loftbay::testing_support::addShape(scene_, nodes.back(), "square", loftbay::testing_support::square(1));
+  finish(nodes.front());
+  expectAllCommandsToWork(nodes.size() + 2);
 }
 
 }  // namespace

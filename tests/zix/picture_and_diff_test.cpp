@@ -177,6 +177,29 @@ TEST_F(Pictures, RenderShowsAnOpaquePartAndItsColour) {
   EXPECT_GT(corner[2], 200) << "background";
 }
 
+TEST_F(Pictures, RenderSmoothsTheOutline) {
+  const SceneFile scene = makeScene("a.zix", [](Scene_V1& s, const ObjectId& root) {
+    // A slanted border: each row cuts it in the middle of a pixel somewhere.
+    addMaterial(
+        s, addShape(s, root, "black", {MeshType::Triangles, {0, 0, 0, 10, 3, 0, 0, 10, 0}, {0, 1, 2}, {3}}),
+        0, 0, 0, 0);
+  });
+  const Picture picture = render(scene, *findCamera(scene, "top"), 64, 64, {true, false});
+  int between = 0;
+  int dark = 0;
+  int light = 0;
+  for (std::uint32_t y = 0; y < 64; ++y) {
+    for (std::uint32_t x = 0; x < 64; ++x) {
+      const int red = pixel(picture, x, y)[0];
+      ++(red > 200 ? light : red < 60 ? dark : between);
+    }
+  }
+  EXPECT_GT(dark, 300);
+  EXPECT_GT(light, 1000);
+  EXPECT_GT(between, 40) << "shades between both along three borders";
+  EXPECT_LT(between, 200);
+}
+
 TEST_F(Pictures, RenderShowsNearestSurfaceFromEachSide) {
   const SceneFile scene = makeScene("a.zix", [](Scene_V1& s, const ObjectId& root) {
     addMaterial(s, addShape(s, root, "low", square(1)), 1, 0, 0, 0);

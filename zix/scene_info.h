@@ -1,0 +1,21 @@
+// What a scene holds, in words: counts, bounds, views and meshes as text lines or as one JSON document (its
+// fields stand in docs/zix-format.md), and the tree with one line per object. The text comes piece by piece;
+// all of it is valid UTF-8 whatever bytes the scene's names hold.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "zix/reader.h"
+
+namespace Orb::Zix {
+
+using TextSink = std::function<void(std::string_view)>;
+
+void writeInfoText(const SceneFile& scene, const TextSink& out);
+void writeInfoJson(const SceneFile& scene, const TextSink& out);
+
+// Indented by the level, up to a level from which on it is written as a number.
+void writeTree(const SceneFile& scene, const TextSink& out);
+
+}  // namespace Orb::Zix
