@@ -110,7 +110,8 @@ void CJt2ZixDlg::showAboutBox() {
 void CJt2ZixDlg::takeInput(std::string path) {
   input_path_ = std::move(path);
   output_path_ = proposedOutput(input_path_);
-  UpdateData(false);
+  window().setItemText(LOFTBAY_CONTROL_INPUT, input_path_);
+  window().setItemText(LOFTBAY_CONTROL_OUTPUT, output_path_);
 }
 
 void CJt2ZixDlg::OnBnClickedBrowseInput() {
@@ -126,7 +127,8 @@ void CJt2ZixDlg::OnBnClickedBrowseOutput() {
                                         .flags = kFileDialogFlags});
   if (!chosen) return;
   output_path_ = *std::move(chosen);
-  UpdateData(false);
+  // This box alone: an input that was typed and not yet taken stays.
+  window().setItemText(LOFTBAY_CONTROL_OUTPUT, output_path_);
 }
 
 void CJt2ZixDlg::OnBnClickedOk() {

@@ -80,10 +80,14 @@ class obJt2Zix {
   void tessellatePart(JtkPart* part, const std::string& name);
   void writePartShapes(JtkPart* part, const std::string& name);
   void writeInstancedPart(JtkInstance* instance, JtkPart* part);
-  void attachWithTransform(JtkHierarchy* node, const Orb::Zix::ObjectId& object, JtkTransform* transform);
+  // Hangs a node's object under `parent`, with a Transform object where there is a transform.
+  void attachWithTransform(JtkHierarchy* node, const Orb::Zix::ObjectId& parent,
+                           const Orb::Zix::ObjectId& object, JtkTransform* transform);
   void walkInstancedAssembly(JtkHierarchy* assembly);
   // The current parent; std::out_of_range when the stack is empty.
   [[nodiscard]] const Orb::Zix::ObjectId& topParent() const;
+  // Makes the object the current parent; the result is the one before. std::out_of_range when there is none.
+  Orb::Zix::ObjectId pushParent(const Orb::Zix::ObjectId& object);
   void popParent();
 
   // Sets translation, rotation and scale of the Transform object on top of `parentStack` (transform.cpp).

@@ -17,7 +17,6 @@ constexpr float kVisibleShear = 1e-4F;
 }  // namespace
 
 void obJt2Zix::SetZixTransformation(JtkTransform* transform) {
-  const Orb::Zix::ObjectId object = topParent();
   float* m = nullptr;
   transform->getMatrixElements(m);
   if (m == nullptr) return;
@@ -35,6 +34,7 @@ void obJt2Zix::SetZixTransformation(JtkTransform* transform) {
   WriteTraceLog(text("obJt2Zix::SetZixTransformation():Rotation: ", axis[0], " ", axis[1], " ", axis[2], " ",
                      angle_rad));
   WriteTraceLog(text("obJt2Zix::SetZixTransformation():Scale: ", scale[0], " ", scale[1], " ", scale[2]));
+  const Orb::Zix::ObjectId object = topParent();
   scene.setTranslation(object, m[12], m[13], m[14]);
   scene.setRotation(object, axis[0], axis[1], axis[2], angle_rad);
   scene.setScale(object, scale[0], scale[1], scale[2]);

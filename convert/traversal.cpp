@@ -109,6 +109,12 @@ const ObjectId& obJt2Zix::topParent() const {
   return parentStack.back();
 }
 
+ObjectId obJt2Zix::pushParent(const ObjectId& object) {
+  const ObjectId parent = topParent();
+  parentStack.push_back(object);
+  return parent;
+}
+
 void obJt2Zix::popParent() {
   if (unwindPending && unwindMark != -1 && parentStack.size() == static_cast<std::size_t>(unwindMark)) {
     unwindPending = false;
@@ -117,9 +123,8 @@ void obJt2Zix::popParent() {
   parentStack.pop_back();
 }
 
-void obJt2Zix::attachWithTransform(JtkHierarchy* node, const ObjectId& object, JtkTransform* transform) {
-  const ObjectId parent = topParent();
-  parentStack.push_back(object);
+void obJt2Zix::attachWithTransform(JtkHierarchy* node, const ObjectId& parent, const ObjectId& object,
+                                   JtkTransform* transform) {
   if (transform == nullptr) {
     scene.addComponent(parent, object);
     return;
@@ -140,6 +145,7 @@ bool obJt2Zix::ReadJtAssembly(JtkAssembly* node) {
   count(Counted::Nodes);
   scene.setName(object, MakeUniqueName(nameOf(node).c_str()).c_str());
 
+  const ObjectId parent = pushParent(object);
   JtkTransform* transform = transformOf(node);
   if (transform != nullptr) {
     WriteTraceLog("obJt2Zix::ReadJtAssembly():Assembly has got Transformation");
@@ -151,7 +157,7 @@ bool obJt2Zix::ReadJtAssembly(JtkAssembly* node) {
       notes.add(Dropped::SubAssemblyTransformKept, nameOf(node));
     }
   }
-  attachWithTransform(node, object, transform);
+  attachWithTransform(node, parent, object, transform);
   // Asked for and not used: an assembly pushes no material, although leaving it pops one.
   materialOf(node);
   WriteTraceLog("obJt2Zix::ReadJtAssembly():End");
@@ -167,9 +173,10 @@ bool obJt2Zix::ReadJtInstance(JtkInstance* node) {
   const ObjectId object = scene.createObject(ObjectType::Node);
   count(Counted::Nodes);
   scene.setName(object, MakeUniqueName(nameOf(node).c_str()).c_str());
+  const ObjectId parent = pushParent(object);
   JtkTransform* const transform = transformOf(node);
   if (transform != nullptr) WriteTraceLog("obJt2Zix::ReadJtInstance():Instance has got Transformation");
-  attachWithTransform(node, object, transform);
+  attachWithTransform(node, parent, object, transform);
   if (JtkMaterial* const material = materialOf(referenced)) materialStack.push_back(material);
 
   if (type == JtkEntity::JtkPART) {
@@ -224,7 +231,7 @@ bool obJt2Zix::ReadJtPart(JtkPart* node) {
     const ObjectId object = scene.createObject(ObjectType::Node);
     count(Counted::Nodes);
     scene.setName(object, MakeUniqueName(nameOf(node).c_str()).c_str());
-    attachWithTransform(node, object, transform);
+    attachWithTransform(node, pushParent(object), object, transform);
   }
 
   // The first part seen under a name supplies material and geometry for all later ones of that name.

@@ -134,15 +134,16 @@ TEST_F(MainDialog, BrowsingForTheInputProposesTheOutput) {
   EXPECT_TRUE(dialog_.dispatchClick(1002));
   EXPECT_THAT(window_.calls,
               ElementsAre("open [JT Files (*.jt)|*.jt|] [] 2050", "text 1001 'C:\\data\\wheel.JT'",
-                          "text 1004 'C:\\data\\wheel.zix'", "check 1007 on"));
+                          "text 1004 'C:\\data\\wheel.zix'"));
 }
 
 TEST_F(MainDialog, BrowsingForTheOutputChangesTheOutputOnly) {
+  window_.texts = {{kInput, "typed by hand.jt"}, {kOutput, "before.zix"}};
   window_.chosen = "D:\\out\\scene.zix";
   EXPECT_TRUE(dialog_.dispatchClick(1005));
-  EXPECT_EQ(window_.calls.front(), "save [ZIX files(*.zix)|*.zix||] [zix] 2050");
-  EXPECT_EQ(window_.texts[kOutput], "D:\\out\\scene.zix");
-  EXPECT_EQ(window_.texts[kInput], "");
+  EXPECT_THAT(window_.calls,
+              ElementsAre("save [ZIX files(*.zix)|*.zix||] [zix] 2050", "text 1004 'D:\\out\\scene.zix'"));
+  EXPECT_EQ(window_.texts[kInput], "typed by hand.jt");
 }
 
 TEST_F(MainDialog, CancelledBrowsingChangesNothing) {
@@ -209,6 +210,37 @@ TEST_F(MainDialog, ShowsTheWaitCursorDuringTheJobOnly) {
                                          "information box 'Translated Successfully!!!'"));
 }
 
+// The order of log lines, cursor and box among each other.
+TEST_F(MainDialog, TheCursorWaitsBetweenTheMemoryLinesAndTheBoxComesLast) {
+  diag::setClock([this] {  // asked once for each line
+    window_.calls.emplace_back("line");
+    return diag::LocalTime{14, 7, 5, 3, 2, 2026};
+  });
+  typePaths("part.jt", "part.zix");
+  dialog_.dispatchClick(1);
+  const auto& calls = window_.calls;
+  const std::size_t job_lines = log(true).size() - 4;
+  ASSERT_EQ(calls.size(), job_lines + 7);
+  EXPECT_THAT(std::vector(calls.begin(), calls.begin() + 4),
+              ElementsAre("line", "line", "line", "cursor wait"));
+  EXPECT_THAT(std::vector(calls.end() - 3, calls.end()),
+              ElementsAre("line", "cursor arrow", "information box 'Translated Successfully!!!'"));
+}
+
+// Its unfinished file goes with it, so the file tells when the job is gone.
+TEST_F(MainDialog, TheJobLivesUntilItsBoxIsClosed) {
+  const auto files = [this] {
+    return std::distance(fs::directory_iterator(folder_), fs::directory_iterator());
+  };
+  tests::setImport(nullptr);
+  typePaths("part.jt", "part.zix");
+  std::ptrdiff_t at_the_box = 0;
+  diag::programSeams().showMessageBox = [&](std::string_view, diag::BoxIcon) { at_the_box = files(); };
+  dialog_.dispatchClick(1);
+  EXPECT_EQ(at_the_box, 3);  // model, log, unfinished scene
+  EXPECT_EQ(files(), 2);
+}
+
 TEST_F(MainDialog, TellsOfAFailedJob) {
   tests::setImport(nullptr);
   typePaths("part.jt", "part.zix");
@@ -244,7 +276,10 @@ TEST_F(MainDialog, MakesTheNamedBaseDirectoryAgainBeforeAJobAndLeavesTheLogWhere
   setenv("MERIDAN_TEMP_PATH", base.c_str(), 1);
 #endif
   typePaths("part.jt", "part.zix");
+  bool made_before_the_job = false;
+  tests::setImport([&] { made_before_the_job = fs::is_directory(base); });
   dialog_.dispatchClick(1);
+  EXPECT_TRUE(made_before_the_job);
 #ifdef _WIN32
   _wputenv_s(L"MERIDAN_TEMP_PATH", L"");
 #else

@@ -1,6 +1,7 @@
 // The job's frame: members, the root's name, results and failures of whole jobs.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "tests/doubles/job_fixture.h"
@@ -117,6 +118,41 @@ TEST_F(Job, TwoJobsInARowKeepTheIgnoreOptionsAndHaveFreshMembers) {
   EXPECT_TRUE(convert::ignorePoints);
 }
 
+// The first job leaves its stacks, names and parts behind in every way that a job can.
+TEST_F(Job, NothingOfAnEarlierJobReachesTheNext) {
+  const auto colored = [this](const char* name, float at) -> Part& {
+    auto& part = product.part(name, {&product.strips({{at, 0, 0, 1, 0, 0, 0, 1, 0}})});
+    part.material = &product.material();
+    part.material->diffuse = {at, 0, 0, 1};
+    return part;
+  };
+  auto& plain = product.part("bolt", {&product.strips({{7, 0, 0, 1, 0, 0, 0, 1, 0}})});
+  auto& second_tree = product.assembly("root", {&plain});
+  toolkit().root = &second_tree;
+  EXPECT_TRUE(convert());
+  const std::string expected = sceneCalls();
+
+  auto& instanced = product.assembly("sub", {&colored("bolt", 1), &colored("nut", 2)});
+  auto& block = product.tessellatedPart("block", {});
+  block.transform = translation(1, 2, 3);
+  toolkit().root = &product.assembly("root", {&product.instance("i", instanced), &block});
+  toolkit().tess_params_throw = true;
+  toolkit().before_enter = [&](JtkEntity* node) {
+    if (node != &block) return;
+    convert::activeConverter->inInstancedAssembly = true;
+    convert::activeConverter->unwindPending = true;
+    convert::activeConverter->unwindMark = 1;
+  };
+  EXPECT_TRUE(convert());
+
+  toolkit().root = &second_tree;
+  toolkit().tess_params_throw = false;
+  toolkit().before_enter = nullptr;
+  resetScene();
+  EXPECT_TRUE(convert());
+  EXPECT_EQ(sceneCalls(), expected);
+}
+
 TEST_F(Job, MembersHaveTheirInitialValuesWhenTheWalkBegins) {
   toolkit().root = &product.assembly("root");
   bool looked = false;
@@ -143,6 +179,23 @@ TEST_F(Job, MembersHaveTheirInitialValuesWhenTheWalkBegins) {
   EXPECT_TRUE(looked);
 }
 
+// In this order they are made, and destroyed the other way round: the scene before the stacks and paths.
+TEST_F(Job, MembersStandInTheirOrder) {
+  bool success = false;
+  const obJt2Zix job("part.jt", "o.zix", &success, true);
+  const auto place = [&job](const auto& member) {
+    return reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&job);
+  };
+  const std::vector<std::ptrdiff_t> places = {
+      place(job.inputPath),     place(job.outputPath),   place(job.parentStack),
+      place(job.usedNames),     place(job.nameCounts),   place(job.materialStack),
+      place(job.partsByName),   place(job.spareCounter), place(job.inInstancedAssembly),
+      place(job.unwindPending), place(job.unwindMark),   place(job.spareScale),
+      place(job.scene),         place(job.rootId),       place(job.tessParams),
+      place(job.optimize)};
+  EXPECT_TRUE(std::ranges::is_sorted(places)) << testing::PrintToString(places);
+}
+
 TEST_F(Job, KeepsPointingAtTheLastJob) {
   EXPECT_TRUE(convert());
   EXPECT_NE(convert::activeConverter, nullptr);
@@ -161,8 +214,9 @@ TEST_F(Job, DestructionLogsNothingAndCallsNothingInTheToolkit) {
 }
 
 TEST_F(Job, WithoutShapesStillWritesTheRootTheViewsAndTheFile) {
-  toolkit().root = &product.assembly("root");
+  toolkit().root = &product.other();
   EXPECT_TRUE(convert());
+  EXPECT_EQ(sceneLines("#1"), "#1 = createObject(Node)\nsetName(#1, \"part\")\ncreateDefaultViews(#1)\n");
   EXPECT_THAT(sceneCalls(),
               testing::EndsWith("createDefaultViews(#1)\ncloseFile(\"C:\\out\\scene.zix\")\n~Scene_V1()\n"));
 }

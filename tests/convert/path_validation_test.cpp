@@ -13,6 +13,7 @@
 #include "tests/doubles/job_fixture.h"
 
 #ifndef _WIN32
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -82,6 +83,31 @@ TEST_F(PathValidation, ExtensionIsBehindTheLastPointOfTheWholePath) {
   EXPECT_TRUE(isOutputExtension("C:\\out\\scene.ZIX"));
   EXPECT_FALSE(isOutputExtension("C:\\out\\scene.zix2"));
   EXPECT_FALSE(isOutputExtension("scene.zi"));
+}
+
+TEST_F(PathValidation, APointInAFolderIsNoExtensionOfTheInput) {
+  std::filesystem::create_directory(folder / "models.jt");
+  std::ofstream(folder / "models.jt" / "part") << "x";
+  EXPECT_FALSE(validatePaths(path("models.jt/part"), out));
+  EXPECT_THAT(boxes, ElementsAre("error: Error:Unsupported input format."));
+  boxes.clear();
+  std::ofstream(folder / "models.jt" / "part.JT") << "x";
+  EXPECT_TRUE(validatePaths(path("models.jt/part.JT"), out));
+  EXPECT_THAT(boxes, IsEmpty());
+}
+
+TEST_F(PathValidation, ALongerOutputExtensionIsRefused) {
+  EXPECT_FALSE(validatePaths(in, path("scene.zix2")));
+  EXPECT_THAT(boxes, ElementsAre("error: Error:Unsupported output format."));
+  boxes.clear();
+  EXPECT_TRUE(validatePaths(in, path("scene.ZIX")));
+  EXPECT_THAT(boxes, IsEmpty());
+}
+
+// Nothing stands before the only separator, and no directory is called nothing.
+TEST_F(PathValidation, AnOutputBehindTheOnlySeparatorHasNoDirectory) {
+  EXPECT_FALSE(validatePaths(in, "\\scene.zix"));
+  EXPECT_THAT(boxes, ElementsAre("error: Error:Output directory is not available."));
 }
 
 TEST_F(PathValidation, ADirectoryAsInputIsNotFound) {
@@ -203,6 +229,25 @@ TEST_F(PathValidation, AnUnreadableCurrentDirectoryPassesTheDirectoryTest) {
   EXPECT_TRUE(isDirectoryAvailable("\\no such directory"));
   std::filesystem::current_path(before);
   EXPECT_FALSE(isDirectoryAvailable("\\no such directory"));
+}
+
+// 2048 bytes hold 2047 characters and the end.
+TEST_F(PathValidation, ACurrentDirectoryBeyondTheLimitPassesTheDirectoryTest) {
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder);
+  // Down to a path of exactly 2047 characters, in steps that no limit of the system forbids.
+  for (std::size_t length = folder.string().size(); length < 2047;) {
+    const std::size_t left = 2047 - length - 1;
+    const std::string name(left > 200 ? 100 : left, 'd');
+    ASSERT_EQ(mkdir(name.c_str(), 0777), 0);
+    ASSERT_EQ(chdir(name.c_str()), 0);
+    length += 1 + name.size();
+  }
+  EXPECT_FALSE(isDirectoryAvailable("\\no such directory"));
+  ASSERT_EQ(mkdir("e", 0777), 0);
+  ASSERT_EQ(chdir("e"), 0);
+  EXPECT_TRUE(isDirectoryAvailable("\\no such directory"));
+  std::filesystem::current_path(before);
 }
 
 #endif

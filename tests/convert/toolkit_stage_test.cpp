@@ -1,4 +1,6 @@
 // Tessellation parameters and the loading of the file.
+#include <cstdlib>
+
 #include "diag/tolerance.h"
 #include "tests/doubles/job_fixture.h"
 
@@ -9,15 +11,32 @@ class ToolkitStage : public JobTest {
  protected:
   std::string edgeLengthLine() { return logLines("MinEdgeLength"); }
   std::string parameters() { return linesWith(toolkitCalls(), "createTessParams"); }
+  // As a program starts: the variable, the setting, the job.
   void convertWithTolerance(const char* text) {
-    diag::setUlpTessTolerance(static_cast<float>(diag::numberFromText(text)));
+    set(text);
+    diag::readUlpTessTolerance();
+    set(nullptr);
     EXPECT_TRUE(convert());
+  }
+
+ private:
+  static void set(const char* text) {
+    constexpr const char* kName = "MERIDAN_JT_ULP_TESS_TOLERANCE";
+#ifdef _WIN32
+    _putenv_s(kName, text != nullptr ? text : "");
+#else
+    if (text != nullptr) {
+      setenv(kName, text, 1);
+    } else {
+      unsetenv(kName);
+    }
+#endif
   }
 };
 
 TEST_F(ToolkitStage, WithoutATolerance2PercentOfAUnitIsTheShortestEdge) {
   diag::UlpTessTolerance = 7;  // means nothing while the flag is not set
-  EXPECT_TRUE(convert());
+  convertWithTolerance(nullptr);
   EXPECT_EQ(edgeLengthLine(), "obJt2Zix::SetTessParams(): ULP : MinEdgeLength : 0.02\n");
   EXPECT_EQ(parameters(), "createTessParams(0.08, 0.08, 0.1, 1, 1, 1, 0.02, 0, \"\", 0)\n");
 }
@@ -34,14 +53,18 @@ TEST_F(ToolkitStage, ATextThatIsNoNumberGivesZero) {
   EXPECT_EQ(parameters(), "createTessParams(0.08, 0.08, 0.1, 1, 1, 1, 0, 0, \"\", 0)\n");
 }
 
+#ifndef _WIN32  // an empty value unsets a variable there
 TEST_F(ToolkitStage, AnEmptyTextGivesZero) {
   convertWithTolerance("");
   EXPECT_EQ(edgeLengthLine(), "obJt2Zix::SetTessParams(): ULP : MinEdgeLength : 0\n");
+  EXPECT_EQ(parameters(), "createTessParams(0.08, 0.08, 0.1, 1, 1, 1, 0, 0, \"\", 0)\n");
 }
+#endif
 
 TEST_F(ToolkitStage, AUnitBehindTheNumberIsIgnored) {
   convertWithTolerance("0.5 mm");
   EXPECT_EQ(edgeLengthLine(), "obJt2Zix::SetTessParams(): ULP : MinEdgeLength : 0.5\n");
+  EXPECT_EQ(parameters(), "createTessParams(0.08, 0.08, 0.1, 1, 1, 1, 0.5, 0, \"\", 0)\n");
 }
 
 TEST_F(ToolkitStage, NegativeTolerancesAreTakenAsTheyAre) {
@@ -70,6 +93,15 @@ TEST_F(ToolkitStage, FailingParametersGiveFalseAndTheJobGoesOn) {
             "obJt2Zix::SetTessParams(): createTessParams failed\n"
             "obJt2Zix::SetTessParams():End...Failed\n");
   EXPECT_EQ(logLines("ReadJtAssembly(): Name"), "obJt2Zix::ReadJtAssembly(): Name : root\n");
+}
+
+TEST_F(ToolkitStage, ParametersThatAreNotMadeGiveFalseWithoutTheLineOfAnException) {
+  toolkit().tess_params_null = true;
+  EXPECT_TRUE(convert());
+  EXPECT_EQ(logLines("SetTessParams"),
+            "obJt2Zix::SetTessParams():Start...\n"
+            "obJt2Zix::SetTessParams(): ULP : MinEdgeLength : 0.02\n"
+            "obJt2Zix::SetTessParams():End...Failed\n");
 }
 
 TEST_F(ToolkitStage, APathThatNamesNoJtFile) {

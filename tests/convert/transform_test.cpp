@@ -109,7 +109,11 @@ TEST_F(TransformTest, AnEmptyStackIsOutOfRange) {
   convert::obJt2Zix job("part.jt", "o.zix", &success, true);
   job.parentStack.clear();
   Transform transform;
+  transform.elements = kIdentity;
   EXPECT_THROW(job.SetZixTransformation(&transform), std::out_of_range);
+  // Without elements nothing is asked of the stack.
+  transform.elements.reset();
+  EXPECT_NO_THROW(job.SetZixTransformation(&transform));
 }
 
 using convert::axisAngle;

@@ -286,6 +286,26 @@ TEST_F(Traversal, AHandlerWithAnEmptyStackEndsTheConversion) {
   }
 }
 
+// The parent is read before the transform is asked for; a part has asked already, to know whether it gets an
+// object.
+TEST_F(Traversal, AnEmptyStackStopsANodeBeforeItsTransform) {
+  auto& sub = product.assembly("sub");
+  auto& assembly = product.assembly("a");
+  auto& instance = product.instance("i", sub);
+  auto& part = product.part("p", {&triangle()});
+  assembly.transform = instance.transform = part.transform = translation(1, 2, 3);
+  for (JtkEntity* const root : std::initializer_list<JtkEntity*>{&assembly, &instance, &part}) {
+    resetScene();
+    toolkit().root = root;
+    toolkit().before_enter = [](JtkEntity*) { convert::activeConverter->parentStack.clear(); };
+    bool success = false;
+    EXPECT_THROW(convert::obJt2Zix("part.jt", "o.zix", &success, true), std::out_of_range);
+    EXPECT_EQ(sceneLines("createObject"), "#1 = createObject(Node)\n#2 = createObject(Node)\n");
+    EXPECT_EQ(sceneLines("addComponent"), "");
+  }
+  EXPECT_EQ(logLines("got Transformation"), "obJt2Zix::ReadJtPart():Part has got Transformation\n");
+}
+
 TEST_F(Traversal, LeavingWithEmptyStacksDoesNothing) {
   toolkit().root = &product.assembly("root");
   toolkit().leaves_before_walk = 3;
@@ -331,9 +351,13 @@ TEST_F(Traversal, FreesEveryNameBufferAtOnce) {
 TEST_F(Traversal, EveryMeshIsAttachedThenGetsTypeCoordinatesAndConnectivityOnce) {
   convert::ignoreLines = false;
   convert::ignorePoints = false;
-  convertTree(product.part(
-      "p", {&triangle(), &product.polylines({{0, 0, 0, 1, 1, 1}}), &product.points({{0, 0, 0}})}));
-  for (const char* const mesh : {"#3", "#8", "#13"}) {
+  auto& part = product.part(
+      "p", {&triangle(), &product.polylines({{0, 0, 0, 1, 1, 1}}), &product.points({{0, 0, 0}})});
+  convertTree(product.assembly("root", {&part, &product.tessellatedPart("block", {&triangle()})}));
+  EXPECT_EQ(sceneLines("createObject(Mesh)"),
+            "#4 = createObject(Mesh)\n#9 = createObject(Mesh)\n"
+            "#14 = createObject(Mesh)\n#19 = createObject(Mesh)\n");
+  for (const char* const mesh : {"#4", "#9", "#14", "#19"}) {
     const std::string calls = sceneLines(mesh);
     EXPECT_EQ(linesWith(calls, "setMeshType(").find("setMeshType(" + std::string(mesh)), 0U) << calls;
     const auto type = calls.find("setMeshType");
@@ -347,7 +371,8 @@ TEST_F(Traversal, EveryMeshIsAttachedThenGetsTypeCoordinatesAndConnectivityOnce)
     EXPECT_EQ(calls.find("setCoordinates", coordinates + 1), std::string::npos);
     EXPECT_EQ(calls.find("setMeshType", type + 1), std::string::npos);
   }
-  EXPECT_EQ(sceneLines("setDimension"), "setDimension(#4, 3)\nsetDimension(#9, 3)\nsetDimension(#14, 3)\n");
+  EXPECT_EQ(sceneLines("setDimension"),
+            "setDimension(#5, 3)\nsetDimension(#10, 3)\nsetDimension(#15, 3)\nsetDimension(#20, 3)\n");
 }
 
 }  // namespace

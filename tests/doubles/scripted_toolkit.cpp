@@ -326,6 +326,7 @@ JtkTessParams* JtkEntityFactory::createTessParams(float chord_percent, float sec
     call += loftbay::doubles::exactText(value) + ", ";
   called(call + std::to_string(option) + ", \"" + text.text() + "\", " + std::to_string(flag) + ")");
   if (toolkit().tess_params_throw) throw 1;
+  if (toolkit().tess_params_null) return nullptr;
   static loftbay::doubles::TessParams parameters;
   loftbay::doubles::labels()[&parameters] = "parameters";
   return &parameters;

@@ -256,6 +256,7 @@ TEST_F(Conversion, BrowsingForTheOutputAddsTheExtension) {
   keepPicture(dialog, "browse-output");
   choose(program, dialog, folder_ / L"named");
   EXPECT_EQ(text(item(window, kOutput)), (folder_ / L"named.zix").wstring());
+  EXPECT_EQ(text(item(window, kInput)), L"typed.jt");
 }
 
 TEST_F(Conversion, CancelledBrowsingChangesNothing) {

@@ -65,6 +65,7 @@ MessageBox::Icon iconOf(HWND box) {
     waitFor("the icon to be drawn", [&] {
       if (showsIcon(child, IDI_ERROR)) icon = MessageBox::Icon::Error;
       if (showsIcon(child, IDI_INFORMATION)) icon = MessageBox::Icon::Information;
+      if (showsIcon(child, IDI_WARNING)) icon = MessageBox::Icon::Warning;
       return icon != MessageBox::Icon::None;
     });
     return icon;
@@ -91,7 +92,7 @@ Program::Program(const Options& options) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION information{};
-  std::wstring command = L"\"" + options.exe.wstring() + L"\"";
+  std::wstring command = L"\"" + options.exe.wstring() + L"\" " + options.arguments;
   std::wstring block = environmentBlock(options.environment);
   if (CreateProcessW(options.exe.c_str(), command.data(), nullptr, nullptr, FALSE, CREATE_UNICODE_ENVIRONMENT,
                      block.data(), options.directory.empty() ? nullptr : options.directory.c_str(), &startup,

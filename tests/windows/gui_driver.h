@@ -36,7 +36,7 @@ Path noImporterProgram();  // the same dialog; its conversions fail
 
 // What a message box showed.
 struct MessageBox {
-  enum class Icon { None, Information, Error };
+  enum class Icon { None, Information, Warning, Error };
   std::wstring caption;
   std::wstring text;
   Icon icon = Icon::None;
@@ -47,6 +47,7 @@ class Program {
  public:
   struct Options {
     Path exe;
+    std::wstring arguments = {};
     // Changes to the environment: a text, or empty to take the variable away.
     std::map<std::wstring, std::optional<std::wstring>> environment = {};
     Path directory = {};  // where it starts; empty: here
@@ -64,6 +65,8 @@ class Program {
   HWND waitForSecondWindow(const std::string& what);
   // Waits for a message box, reads it, keeps a picture when `picture` names one, and presses OK.
   MessageBox closeMessageBox(const char* picture = nullptr);
+  // The dialogs and message boxes that the user sees now.
+  [[nodiscard]] std::vector<HWND> windows() const;
   // Waits until only the main window is left and takes input.
   void waitForMainWindowOnly();
   // Waits for the end of the process; its exit code.
@@ -73,8 +76,6 @@ class Program {
   [[nodiscard]] DWORD id() const { return id_; }
 
  private:
-  std::vector<HWND> windows() const;
-
   HANDLE process_ = nullptr;
   DWORD id_ = 0;
 };
