@@ -27,65 +27,61 @@ bool joinFloatParts(std::span<std::int32_t> exponents, std::span<const std::int3
   return true;
 }
 
-}  // namespace
-
-Result<void> ComponentArrays::readCodes(const char* what, std::uint32_t components, Prediction prediction) {
-  values_.resize(components);
-  const Predictor predictor = prediction == Prediction::Lag1 ? Predictor::Lag1 : Predictor::Null;
-  for (auto& values : values_) {
-    auto done = packets_.readExactly(reader_, what, predictor, count_, values);
-    if (!done) return done;
+// From values after `from` to values after the other predictor. Only Null and Lag1 are used here.
+void exchangePredictor(Predictor from, std::span<std::int32_t> values) {
+  if (from == Predictor::Null) return undoPredictor(Predictor::Lag1, values);
+  constexpr std::size_t kPlainValues = 4;
+  for (std::size_t i = values.size(); i > kPlainValues; --i) {
+    values[i - 1] = static_cast<std::int32_t>(static_cast<std::uint32_t>(values[i - 1]) -
+                                              static_cast<std::uint32_t>(values[i - 2]));
   }
-  return checkHash(what, prediction);
 }
 
-Result<void> ComponentArrays::readFloatBits(const char* what, std::uint32_t components,
-                                            Prediction prediction) {
-  if (packets_.form() == PacketForm::Jt10) return readCodes(what, components, prediction);
-  auto done = readFloatParts(what, components, prediction);
+}  // namespace
+
+Result<void> ComponentArrays::readCodes(const char* what, std::uint32_t components, Predictor usual) {
+  values_.resize(components);
+  for (auto& values : values_) {
+    auto done = packets_.readExactly(reader_, what, usual, count_, values);
+    if (!done) return done;
+  }
+  return checkHash(what, usual);
+}
+
+Result<void> ComponentArrays::readFloatBits(const char* what, std::uint32_t components, Predictor usual) {
+  if (packets_.form() == PacketForm::Jt10) return readCodes(what, components, usual);
+  auto done = readFloatParts(what, components, usual);
   if (!done) return done;
   reader_.skip(sizeof(std::uint32_t), what);
   if (!reader_.ok()) return reader_.unexpected();
   return {};
 }
 
-Result<void> ComponentArrays::readFloatParts(const char* what, std::uint32_t components,
-                                             Prediction prediction) {
+Result<void> ComponentArrays::readFloatParts(const char* what, std::uint32_t components, Predictor usual) {
   values_.resize(components);
   std::vector<std::int32_t> mantissae;
-  const Predictor predictor = prediction == Prediction::Lag1 ? Predictor::Lag1 : Predictor::Null;
   for (auto& values : values_) {
     const std::uint64_t start = reader_.offset();
-    auto done = packets_.readExactly(reader_, what, predictor, count_, values);
+    auto done = packets_.readExactly(reader_, what, usual, count_, values);
     if (!done) return done;
-    done = packets_.readExactly(reader_, what, predictor, count_, mantissae);
+    done = packets_.readExactly(reader_, what, usual, count_, mantissae);
     if (!done) return done;
-    if (prediction == Prediction::ByHash) {
-      std::vector<std::int32_t> exponents_lag1 = values;
-      std::vector<std::int32_t> mantissae_lag1 = mantissae;
-      undoPredictor(Predictor::Lag1, exponents_lag1);
-      undoPredictor(Predictor::Lag1, mantissae_lag1);
-      if (joinFloatParts(exponents_lag1, mantissae_lag1)) {
-        values = std::move(exponents_lag1);
-        continue;
-      }
-    }
-    if (!joinFloatParts(values, mantissae)) {
-      return fail(std::string(what) + ": exponents and mantissae do not agree", start);
-    }
+    if (joinFloatParts(values, mantissae)) continue;
+    exchangePredictor(usual, values);
+    exchangePredictor(usual, mantissae);
+    if (joinFloatParts(values, mantissae)) continue;
+    return fail(std::string(what) + ": exponents and mantissae do not agree", start);
   }
   return {};
 }
 
-Result<void> ComponentArrays::checkHash(const char* what, Prediction prediction) {
+Result<void> ComponentArrays::checkHash(const char* what, Predictor usual) {
   const std::uint64_t start = reader_.offset();
   const std::uint32_t stored = reader_.u32(what);
   if (!reader_.ok()) return reader_.unexpected();
   if (hash() == stored) return {};
-  if (prediction == Prediction::ByHash) {
-    undoLag1();
-    if (hash() == stored) return {};
-  }
+  for (auto& values : values_) exchangePredictor(usual, values);
+  if (hash() == stored) return {};
   return fail(std::string(what) + " do not agree with their hash", start);
 }
 
@@ -93,10 +89,6 @@ std::uint32_t ComponentArrays::hash() const noexcept {
   std::uint32_t hash = 0;
   for (const auto& values : values_) hash = hash32(std::span<const std::int32_t>(values), hash);
   return hash;
-}
-
-void ComponentArrays::undoLag1() {
-  for (auto& values : values_) undoPredictor(Predictor::Lag1, values);
 }
 
 }  // namespace jttk

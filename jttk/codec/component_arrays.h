@@ -20,14 +20,12 @@ class ComponentArrays {
   ComponentArrays(ByteReader& reader, Int32PacketReader& packets, std::uint32_t count) noexcept
       : reader_(reader), packets_(packets), count_(count) {}
 
-  // How to find out which predictor was used, where the format's text leaves it open.
-  enum class Prediction : std::uint8_t { Null, Lag1, ByHash };
-
-  // Reads `components` packets of codes, then the hash, and checks it.
-  Result<void> readCodes(const char* what, std::uint32_t components, Prediction prediction);
-  // Reads the float bits of `components` components, then the hash. JT 10: the hash is checked. JT 9: what
-  // the hash is taken over is not known; instead the four bits that are stored twice must agree.
-  Result<void> readFloatBits(const char* what, std::uint32_t components, Prediction prediction);
+  // Reads `components` packets of codes, then the hash. Not all writers predict alike: where the hash does
+  // not agree after `usual`, the other one of Null and Lag1 is taken if it makes it agree.
+  Result<void> readCodes(const char* what, std::uint32_t components, Predictor usual);
+  // Reads the float bits of `components` components, then the hash. JT 10: the hash decides as above. JT 9:
+  // what the hash is taken over is not known; instead the four bits that are stored twice must agree.
+  Result<void> readFloatBits(const char* what, std::uint32_t components, Predictor usual);
 
   // Codes or float bits of one component.
   [[nodiscard]] std::span<const std::int32_t> component(std::uint32_t index) const noexcept {
@@ -35,10 +33,9 @@ class ComponentArrays {
   }
 
  private:
-  Result<void> readFloatParts(const char* what, std::uint32_t components, Prediction prediction);
-  Result<void> checkHash(const char* what, Prediction prediction);
+  Result<void> readFloatParts(const char* what, std::uint32_t components, Predictor usual);
+  Result<void> checkHash(const char* what, Predictor usual);
   [[nodiscard]] std::uint32_t hash() const noexcept;
-  void undoLag1();
 
   ByteReader& reader_;
   Int32PacketReader& packets_;

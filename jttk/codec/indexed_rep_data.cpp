@@ -1,6 +1,6 @@
 // Polylines and points: groups of primitives, primitives as stretches of a vertex list, and the vertex list
 // with record numbers; then the vertex arrays. Records that lie at one place share a coordinate.
-#include <numeric>
+#include <array>
 #include <span>
 #include <string>
 
@@ -21,11 +21,43 @@ std::uint32_t hashOf(const std::vector<std::int32_t>& values, std::uint32_t seed
   return hash32(std::span<const std::int32_t>(values), seed);
 }
 
-// A list that gives `count` stretches has one entry more; an empty one may lack its single entry.
+// A list that gives `count` stretches has one entry more; an empty one may lack its single entry, and some
+// state the number of entries instead.
 Result<void> readStarts(ByteReader& reader, Int32PacketReader& packets, const char* what, std::uint32_t count,
                         std::vector<std::int32_t>& starts) {
-  if (count > 0) return packets.readExactly(reader, what, Predictor::Null, count + 1, starts);
-  return packets.read(reader, what, Predictor::Null, 1, starts);
+  const std::uint64_t start = reader.offset();
+  auto done = packets.read(reader, what, Predictor::Null, count + 1, starts);
+  if (!done || starts.size() + 1 > count) return done;
+  return fail(std::string(what) + ": " + std::to_string(starts.size()) + " entries for " +
+                  std::to_string(count) + " stretches",
+              start);
+}
+
+// The lists are stored plainly as a rule, but other predictors are published for them. The hash tells: each
+// list is tried with every one until the chain of all three agrees. False when no choice does; then nothing
+// has changed.
+bool undoOtherPredictors(IndexLists& lists, std::uint32_t stored) {
+  using Values = std::vector<std::int32_t>;
+  constexpr std::array kCandidates = {Predictor::Null, Predictor::Lag1, Predictor::Stride1,
+                                      Predictor::StripIndex};
+  std::array<std::array<Values, kCandidates.size()>, 3> tries;
+  const Values* const stored_lists[] = {&lists.groups, &lists.primitives, &lists.vertices};
+  for (std::size_t list = 0; list < tries.size(); ++list) {
+    tries[list].fill(*stored_lists[list]);
+    for (std::size_t i = 0; i < kCandidates.size(); ++i) undoPredictor(kCandidates[i], tries[list][i]);
+  }
+  for (Values& groups : tries[0]) {
+    const std::uint32_t group_hash = hashOf(groups, 0);
+    for (Values& primitives : tries[1]) {
+      const std::uint32_t primitive_hash = hashOf(primitives, group_hash);
+      for (Values& vertices : tries[2]) {
+        if (hashOf(vertices, primitive_hash) != stored) continue;
+        lists = {std::move(groups), std::move(primitives), std::move(vertices)};
+        return true;
+      }
+    }
+  }
+  return false;
 }
 
 Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, std::uint64_t most_values,
@@ -45,14 +77,13 @@ Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, std::uint
   const std::uint64_t hash_offset = reader.offset();
   const std::uint32_t stored = reader.u32("hash of the index lists");
   if (!reader.ok()) return reader.unexpected();
-  if (hashOf(lists.vertices, hashOf(lists.primitives, hashOf(lists.groups, 0))) != stored) {
-    return fail("the index lists do not agree with their hash", hash_offset);
-  }
-  return {};
+  if (hashOf(lists.vertices, hashOf(lists.primitives, hashOf(lists.groups, 0))) == stored) return {};
+  if (undoOtherPredictors(lists, stored)) return {};
+  return fail("the index lists do not agree with their hash", hash_offset);
 }
 
-// Primitives must follow each other through the list.
-Result<void> setPrimitives(const IndexLists& lists, std::uint64_t offset, ShapeGeometry& shape) {
+// Primitives must follow each other through the list. Entries that belong to none are taken out of it.
+Result<void> setPrimitives(IndexLists& lists, std::uint64_t offset, ShapeGeometry& shape) {
   const auto entries = static_cast<std::uint32_t>(lists.vertices.size());
   if (lists.primitives.size() < 2) {
     // No primitives stated: all entries are one.
@@ -60,17 +91,17 @@ Result<void> setPrimitives(const IndexLists& lists, std::uint64_t offset, ShapeG
     return {};
   }
   shape.primitive_starts.reserve(lists.primitives.size());
-  std::uint32_t last = 0;
+  const auto first = static_cast<std::uint32_t>(lists.primitives.front());
+  std::uint32_t last = first;
   for (const std::int32_t start : lists.primitives) {
     const auto value = static_cast<std::uint32_t>(start);
     if (value < last || value > entries)
       return fail("primitive list: it does not ascend within the vertex list", offset);
-    shape.primitive_starts.push_back(value);
+    shape.primitive_starts.push_back(value - first);
     last = value;
   }
-  if (shape.primitive_starts.front() != 0 || last != entries) {
-    return fail("primitive list: it leaves out entries of the vertex list", offset);
-  }
+  lists.vertices.resize(last);
+  lists.vertices.erase(lists.vertices.begin(), lists.vertices.begin() + first);
   return {};
 }
 

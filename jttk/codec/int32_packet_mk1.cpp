@@ -3,8 +3,10 @@
 // code text must be used up to its last bit; only the arithmetic coder leaves some and reads ahead some.
 #include "jttk/codec/int32_packet_mk1.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <iterator>
 #include <span>
 #include <string>
 #include <utility>
@@ -70,7 +72,7 @@ Result<CodeTextHeader> readCodeTextHeader(ByteReader& in, std::size_t maximum_co
 Result<BitReader> readCodeText(ByteReader& in, std::uint32_t bit_count) {
   const std::uint64_t offset = in.offset();
   const std::uint32_t word_count = in.count("code text word count", 4);
-  if (in.ok() && word_count != (std::uint64_t{bit_count} + 31) / 32) {
+  if (in.ok() && word_count < (std::uint64_t{bit_count} + 31) / 32) {
     return fail(
         "a code text of " + std::to_string(bit_count) + " bits in " + std::to_string(word_count) + " words",
         offset);
@@ -178,17 +180,48 @@ const char* decodeHuffman(const ProbabilityContextsMk1& contexts, std::size_t sy
   return bits.consumed() == bits.length() ? nullptr : "the values do not end where the code text does";
 }
 
+// A table with more occurrences than the quick decoder takes: where each entry ends in 0 .. total.
+class SearchedTable {
+ public:
+  // Products of the total with the decoder's range stay within 64 bits.
+  static constexpr std::uint64_t kMaximumTotal = 0xffffffffU;
+
+  SearchedTable() = default;
+  explicit SearchedTable(const ProbabilityTableMk1& table) {
+    ends_.reserve(table.entries.size());
+    std::uint64_t end = 0;
+    for (const ProbabilityEntryMk1& entry : table.entries) ends_.push_back(end += entry.count);
+  }
+  [[nodiscard]] bool empty() const { return ends_.empty(); }
+
+  [[nodiscard]] std::uint32_t decode(ArithmeticDecoder& decoder) const {
+    const std::uint64_t total = ends_.back();
+    const auto entry = std::upper_bound(ends_.begin(), ends_.end(), decoder.place(total));
+    decoder.take(entry == ends_.begin() ? 0 : *std::prev(entry), *entry, total);
+    return static_cast<std::uint32_t>(entry - ends_.begin());
+  }
+
+ private:
+  std::vector<std::uint64_t> ends_;
+};
+
 const char* decodeArithmetic(const ProbabilityContextsMk1& contexts, std::size_t symbol_count,
                              BitReader& bits, std::span<const std::int32_t> out_of_band,
                              std::span<std::int32_t> values) {
   std::array<ArithmeticTable, 2> tables;
+  std::array<SearchedTable, 2> large_tables;
   for (std::size_t i = 0; i < contexts.table_count; ++i) {
-    if (contexts.tables[i].total > kMaximumQuickTotal) return "a table with more than 65535 occurrences";
     const ProbabilityTableMk1& table = contexts.tables[i];
+    if (table.total > SearchedTable::kMaximumTotal) return "a table with more than 2^32 occurrences";
+    if (table.total > kMaximumQuickTotal) {
+      large_tables[i] = SearchedTable(table);
+      continue;
+    }
     tables[i] = ArithmeticTable(table.entries, table.total, [](const auto& entry) { return entry.count; });
   }
   ArithmeticDecoder decoder(bits);
   const char* problem = decodeSymbols(contexts, symbol_count, out_of_band, values, [&](std::size_t context) {
+    if (!large_tables[context].empty()) return large_tables[context].decode(decoder);
     return tables[context].empty() ? kNoEntry : decoder.decode(tables[context]);
   });
   if (problem != nullptr) return problem;

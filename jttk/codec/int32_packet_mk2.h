@@ -18,7 +18,7 @@ enum class PacketForm : std::uint8_t { Jt9, Jt10 };
 // `value_budget` is how many values the packets may hold together, nested ones included.
 class Int32PacketReader {
  public:
-  explicit Int32PacketReader(PacketForm form, std::uint64_t value_budget = kMaximumShapeValues) noexcept
+  explicit Int32PacketReader(PacketForm form, std::uint64_t value_budget = kGenerousShapeValues) noexcept
       : form_(form), budget_(value_budget) {}
 
   // Reads one packet into `values`, whose old contents are lost. `what` names the array in messages. A packet

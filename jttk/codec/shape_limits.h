@@ -12,17 +12,22 @@
 
 namespace jttk {
 
-// No shape holds more values than this, all its packets together, however large its element is.
-inline constexpr std::uint64_t kMaximumShapeValues = std::uint64_t{1} << 27;
-// An element of any size may hold this many.
+// A small element may hold this many whatever its size.
 inline constexpr std::uint64_t kFreeShapeValues = std::uint64_t{1} << 21;
-inline constexpr std::uint64_t kShapeValuesPerByte = 256;
+// What an element of middling size may hold, all its packets together. Beyond, it takes bytes to have more.
+inline constexpr std::uint64_t kGenerousShapeValues = std::uint64_t{1} << 27;
+inline constexpr std::uint64_t kGenerousValuesPerByte = 256;
+inline constexpr std::uint64_t kShapeValuesPerByte = 32;
+// No shape holds more, however large its element is.
+inline constexpr std::uint64_t kMaximumShapeValues = std::uint64_t{1} << 31;
 
 // The values that all packets of an element of `bytes` bytes may hold together. Every array that is made of
 // an element has its length from a packet or is checked against this number.
 constexpr std::uint64_t plausibleShapeValues(std::size_t bytes) noexcept {
   const std::uint64_t counted = std::min<std::uint64_t>(bytes, kMaximumShapeValues / kShapeValuesPerByte);
-  return std::min(kMaximumShapeValues, kFreeShapeValues + kShapeValuesPerByte * counted);
+  const std::uint64_t generous =
+      std::min(kGenerousShapeValues, kFreeShapeValues + kGenerousValuesPerByte * counted);
+  return std::max(generous, kShapeValuesPerByte * counted);
 }
 
 }  // namespace jttk

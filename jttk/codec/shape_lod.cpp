@@ -3,6 +3,8 @@
 // the end of the elements) is of no use.
 #include "jttk/codec/shape_lod.h"
 
+#include <algorithm>
+#include <optional>
 #include <string>
 
 #include "jttk/codec/rep_data.h"
@@ -30,14 +32,36 @@ struct Element {
   ByteReader body;  // after GUID and base type
 };
 
+// A segment that states too small a size cuts its element off. What is missing then may be of no use; whoever
+// needs it finds out.
 Result<Element> readElement(ByteReader& reader) {
-  const std::uint32_t length = reader.count("element length", 1);
-  ByteReader body = reader.sub(length, "element");
+  constexpr std::int32_t kSmallestElement = 17;  // GUID and base type
+  const std::int32_t length = reader.i32("element length");
+  if (length < kSmallestElement) reader.setFailed("element length", "is smaller than an element");
   if (!reader.ok()) return reader.unexpected();
+  ByteReader body = reader.sub(std::min(static_cast<std::size_t>(length), reader.remaining()), "element");
   const Guid kind = body.guid("element type");
   body.skip(1, "element base type");
   if (!body.ok()) return body.unexpected();
   return Element{kind, body};
+}
+
+bool isShape(const Guid& kind) {
+  return kind == kTriStripSet || kind == kPolygonSet || kind == kPolylineSet || kind == kPointSet ||
+         kind == kPrimitiveSet || kind == kNullShape;
+}
+
+// The shape is the first element as a rule; others in front of it are passed over.
+Result<Element> findShape(ByteReader& reader) {
+  const std::uint64_t start = reader.offset();
+  std::optional<Guid> other;
+  for (;;) {
+    auto element = readElement(reader);
+    if (element && isShape(element->kind)) return element;
+    if (!element && !other) return element;
+    if (!element) return fail("elements of type " + other->text() + " are not known", start);
+    if (!other) other = element->kind;
+  }
 }
 
 const char* nameOf(const Guid& kind) {
@@ -94,13 +118,11 @@ Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version versi
 
 Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order) {
   ByteReader reader(segment.data, order, segment.base_offset);
-  const auto element = readElement(reader);
+  const auto element = findShape(reader);
   if (!element) return tl::unexpected<Error>(element.error().in("shape"));
   const Guid& kind = element->kind;
   if (kind == kNullShape) return ShapeGeometry{};
   if (kind == kPrimitiveSet) return fail(kPrimitiveSetRefusal, segment.base_offset);
-  const bool known = kind == kTriStripSet || kind == kPolygonSet || kind == kPolylineSet || kind == kPointSet;
-  if (!known) return fail("shape: elements of type " + kind.text() + " are not known", segment.base_offset);
   // Errors of 8.x name the kind already.
   if (version.major < 9) return decodeShapeLod8(element->body, kind);
   auto shape = decodeSet(element->body, kind, version);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "jttk/file/byte_reader.h"
@@ -28,6 +29,8 @@ struct ShapeFacts {
   std::uint32_t components = 0;  // connected components of the topology coder
   std::uint32_t covers = 0;      // polygons that close holes and are not part of the shape
   bool topology_hash_checked = false;
+  // Why attributes (normals, colours, …) that the shape has are not among its records; empty when all are.
+  std::string unread_attributes;
 };
 
 struct ShapeGeometry {

@@ -22,8 +22,6 @@ using shape8::Binding;
 using shape8::Bindings;
 using shape8::Context;
 
-constexpr std::int16_t kVersion = 1;
-
 constexpr Guid vertexShapeGuid(std::uint32_t a) {
   return {a, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 }
@@ -46,10 +44,6 @@ std::optional<Kind> vertexShapeKind(const Guid& guid) {
   return std::nullopt;
 }
 
-void checkVersion(ByteReader& in, const char* what) {
-  if (in.i16(what) != kVersion) in.setFailed(what, "is not known");
-}
-
 Binding readBinding(ByteReader& in, const char* what) {
   const std::uint8_t stored = in.u8(what);
   if (stored > static_cast<std::uint8_t>(Binding::Primitive)) in.setFailed(what, "is not known");
@@ -57,11 +51,11 @@ Binding readBinding(ByteReader& in, const char* what) {
 }
 
 Result<Bindings> readHeader(ByteReader& in, ShapeFacts& facts) {
-  checkVersion(in, "version of the shape");
+  in.skip(2, "version of the shape");  // 1 in all files; another would say nothing of what follows
   in.skip(4, "binding attributes");
   in.skip(4, "quantisation of the shape");
-  checkVersion(in, "version of the set");
-  checkVersion(in, "version of the compressed representation");
+  in.skip(2, "version of the set");
+  in.skip(2, "version of the compressed representation");
   Bindings bindings;
   bindings.normal = readBinding(in, "normal binding");
   bindings.texture = readBinding(in, "texture coordinate binding");
@@ -116,9 +110,8 @@ Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind) {
   }
   const auto readData = geometry.facts.lossless ? shape8::readLossless : shape8::readLossy;
   if (Result<void> read = readData(in, context, geometry); !read) return tl::unexpected(read.error());
-  // Points are usually stored without a primitive list: they are one group.
-  if (kind == PrimitiveKind::Points && geometry.primitive_starts.empty() &&
-      !geometry.corner_positions.empty()) {
+  // Points are usually stored without a primitive list: they are one group. So is anything else without one.
+  if (geometry.primitive_starts.empty() && !geometry.corner_positions.empty()) {
     geometry.primitive_starts = {0, static_cast<std::uint32_t>(geometry.corner_positions.size())};
   }
   if (Result<void> spread = shape8::spreadAttributes(context, in.offset(), geometry); !spread) {

@@ -107,20 +107,12 @@ void spread(std::span<const Origin> origins, Binding binding, std::size_t stride
   records = std::move(result);
 }
 
-Result<void> checkCount(const char* what, Binding binding, std::size_t found, const Owners& owners,
-                        std::uint64_t offset) {
-  if (binding == Binding::None || found == owners.count(binding)) return {};
-  return fail(std::string(what) + ": " + std::to_string(found) + " where " +
-                  std::to_string(owners.count(binding)) + " are needed",
-              offset);
-}
-
 }  // namespace
 
 Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry) {
   const Bindings& bindings = context.bindings;
   const Owners owners = countOwners(geometry);
-  const struct {
+  struct {
     const char* name;
     Binding binding;
     std::size_t stride;
@@ -131,11 +123,16 @@ Result<void> spreadAttributes(const Context& context, std::uint64_t offset, Shap
   bool any = false;
   bool per_facet = false;
   bool per_vertex_only = true;
-  for (const auto& attribute : attributes) {
+  for (auto& attribute : attributes) {
     const std::size_t found = attribute.records.size() / attribute.stride;
-    if (Result<void> checked = checkCount(attribute.name, attribute.binding, found, owners, offset);
-        !checked) {
-      return checked;
+    const std::size_t needed = owners.count(attribute.binding);
+    if (attribute.binding != Binding::None && found != needed) {
+      const std::string reason = std::string(attribute.name) + ": " + std::to_string(found) + " where " +
+                                 std::to_string(needed) + " are needed";
+      if (attribute.binding == Binding::Vertex) return fail(reason, offset);
+      geometry.facts.unread_attributes = reason;
+      attribute.binding = Binding::None;
+      attribute.records = {};
     }
     any = any || attribute.binding != Binding::None;
     per_facet = per_facet || attribute.binding == Binding::Facet;

@@ -44,7 +44,8 @@ Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geome
 // Gives each corner its attribute record. When all attributes belong to vertices, records are numbered as
 // positions are. Otherwise every corner gets a record of its own, and strips and lines whose facets carry
 // attributes are taken apart into triangles and line segments. Fails when the number of attributes is not
-// that of what they belong to.
+// that of the vertices they belong to. How facets and primitives are counted no file has shown, so attributes
+// of these are dropped then, and the facts say so.
 Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry);
 
 }  // namespace jttk::shape8

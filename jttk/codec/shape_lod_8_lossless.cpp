@@ -1,7 +1,10 @@
 // Lossless vertex data of JT 8.x: one record of floats per corner, in corner order, usually packed with
 // zlib. A record is texture coordinates, colour, normal, as far as they are bound, and the position last.
+// Where attributes that do not belong to vertices are, and whether a colour may have an alpha, no file has
+// shown; the size of the records tells.
 #include <bit>
 #include <cstdlib>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -23,17 +26,19 @@ struct RecordLayout {
   std::size_t normal = kAbsent;
   std::size_t position = 0;
   std::size_t float_count = 0;
+  std::size_t color_count = 3;
 
-  explicit RecordLayout(const Bindings& bindings) {
-    texture = add(bindings.texture, 2);
-    color = add(bindings.color, 3);
-    normal = add(bindings.normal, 3);
-    position = add(Binding::Vertex, 3);
+  RecordLayout(const Bindings& bindings, bool vertices_only, std::size_t color_floats)
+      : color_count(color_floats) {
+    texture = add(bindings.texture, vertices_only, 2);
+    color = add(bindings.color, vertices_only, color_floats);
+    normal = add(bindings.normal, vertices_only, 3);
+    position = add(Binding::Vertex, vertices_only, 3);
   }
 
  private:
-  std::size_t add(Binding binding, std::size_t count) {
-    if (binding == Binding::None) return kAbsent;
+  std::size_t add(Binding binding, bool vertices_only, std::size_t count) {
+    if (binding == Binding::None || (vertices_only && binding != Binding::Vertex)) return kAbsent;
     const std::size_t place = float_count;
     float_count += count;
     return place;
@@ -93,39 +98,62 @@ template <ByteOrder order>
 void copyRecords(std::span<const std::byte> bytes, const RecordLayout& layout, ShapeGeometry& geometry) {
   const std::size_t size = layout.float_count;
   copyColumn<order>(bytes, size, layout.texture, 2, 3, 0.0F, geometry.texture_coordinates);
-  copyColumn<order>(bytes, size, layout.color, 3, 4, 1.0F, geometry.colors);
+  copyColumn<order>(bytes, size, layout.color, layout.color_count, 4, 1.0F, geometry.colors);
   copyColumn<order>(bytes, size, layout.normal, 3, 3, 0.0F, geometry.normals);
   copyColumn<order>(bytes, size, layout.position, 3, 3, 0.0F, geometry.positions);
 }
 
-bool perVertexOrNone(Binding binding) { return binding == Binding::None || binding == Binding::Vertex; }
+constexpr std::size_t kMostRecordFloats = 2 + 4 + 3 + 3;
+
+// The first layout, from the likeliest on, whose records fill `size` bytes: exactly `corners` of them where
+// that is known.
+std::optional<RecordLayout> layoutOf(const Bindings& bindings, std::size_t size,
+                                     std::optional<std::size_t> corners) {
+  for (const std::size_t color_floats : {3U, 4U}) {
+    for (const bool vertices_only : {true, false}) {
+      const RecordLayout layout(bindings, vertices_only, color_floats);
+      const std::size_t record_bytes = layout.float_count * kFloatBytes;
+      if (corners ? *corners * record_bytes == size : size % record_bytes == 0) return layout;
+    }
+  }
+  return std::nullopt;
+}
+
+// What a record holds belongs to its corner; other attributes are not there.
+void bindAsRead(Binding& binding, std::size_t place, const char* what, ShapeFacts& facts) {
+  if (binding == Binding::None) return;
+  if (place == RecordLayout::kAbsent) facts.unread_attributes = std::string(what) + " per facet or primitive";
+  binding = place == RecordLayout::kAbsent ? Binding::None : Binding::Vertex;
+}
 
 }  // namespace
 
 Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geometry) {
-  const Bindings& bindings = context.bindings;
   const std::uint64_t offset = in.offset();
-  if (!perVertexOrNone(bindings.normal) || !perVertexOrNone(bindings.texture) ||
-      !perVertexOrNone(bindings.color)) {
-    return fail("vertex records: attributes per facet or primitive: not supported", offset);
-  }
-  const RecordLayout layout(bindings);
-  const std::size_t record_bytes = layout.float_count * kFloatBytes;
-  const bool listed = !geometry.primitive_starts.empty() || geometry.kind != PrimitiveKind::Points;
-  std::size_t corner_count = geometry.primitive_starts.empty() ? 0 : geometry.primitive_starts.back();
-  const Result<Block> block = readBlock(in, (listed ? corner_count : context.values_left) * record_bytes);
+  std::optional<std::size_t> listed_corners;
+  if (!geometry.primitive_starts.empty()) listed_corners = geometry.primitive_starts.back();
+  const std::size_t most_corners = listed_corners.value_or(context.values_left);
+  const Result<Block> block = readBlock(in, most_corners * kMostRecordFloats * kFloatBytes);
   if (!block) return tl::unexpected(block.error());
-  if (!listed) corner_count = block->bytes.size() / record_bytes;  // every record is a point
-  if (block->bytes.size() != corner_count * record_bytes) {
-    return fail("vertex records: " + std::to_string(block->bytes.size()) + " bytes for " +
-                    std::to_string(corner_count) + " corners of " + std::to_string(record_bytes),
+  const std::size_t size = block->bytes.size();
+  const std::optional<RecordLayout> layout = layoutOf(context.bindings, size, listed_corners);
+  if (!layout) {
+    const RecordLayout usual(context.bindings, true, 3);
+    return fail("vertex records: " + std::to_string(size) + " bytes for " +
+                    (listed_corners ? std::to_string(*listed_corners) + " " : std::string()) + "corners of " +
+                    std::to_string(usual.float_count * kFloatBytes),
                 offset);
   }
   if (in.order() == ByteOrder::Little) {
-    copyRecords<ByteOrder::Little>(block->bytes, layout, geometry);
+    copyRecords<ByteOrder::Little>(block->bytes, *layout, geometry);
   } else {
-    copyRecords<ByteOrder::Big>(block->bytes, layout, geometry);
+    copyRecords<ByteOrder::Big>(block->bytes, *layout, geometry);
   }
+  bindAsRead(context.bindings.normal, layout->normal, "normals", geometry.facts);
+  bindAsRead(context.bindings.texture, layout->texture, "texture coordinates", geometry.facts);
+  bindAsRead(context.bindings.color, layout->color, "colours", geometry.facts);
+  // Without a primitive list every record is a corner.
+  const std::size_t corner_count = size / (layout->float_count * kFloatBytes);
   geometry.corner_positions.resize(corner_count);
   for (std::size_t i = 0; i < corner_count; ++i) geometry.corner_positions[i] = static_cast<std::uint32_t>(i);
   return {};

@@ -32,9 +32,6 @@ UniformQuantizer readQuantizer(ByteReader& in) {
   quantizer.minimum = in.f32("quantiser minimum");
   quantizer.maximum = in.f32("quantiser maximum");
   quantizer.bits = readBits(in, "quantiser bits");
-  if (!std::isfinite(quantizer.minimum) || !std::isfinite(quantizer.maximum)) {
-    in.setFailed("quantiser range", "is not finite");
-  }
   return quantizer;
 }
 
@@ -74,7 +71,8 @@ Result<void> readQuantized(ByteReader& in, Context& context, const UniformQuanti
     records.values[place] = dequantize(code);
     place += records.stride;
   }
-  if (greatest <= quantizer.largestCode()) return {};
+  // Writers that round differently reach one step further.
+  if (greatest <= quantizer.largestCode() + 1) return {};
   return fail(std::string(what) + ": code " + std::to_string(greatest) + " has more than " +
                   std::to_string(quantizer.bits) + " bits",
               offset);
@@ -91,7 +89,12 @@ Result<std::size_t> readCount(ByteReader& in, std::size_t maximum_count, const c
 
 Result<void> readPositions(ByteReader& in, Context& context, ShapeGeometry& geometry, Values& codes) {
   std::array<UniformQuantizer, 3> quantizers;
-  for (UniformQuantizer& quantizer : quantizers) quantizer = readQuantizer(in);
+  for (UniformQuantizer& quantizer : quantizers) {
+    quantizer = readQuantizer(in);
+    if (!std::isfinite(quantizer.minimum) || !std::isfinite(quantizer.maximum)) {
+      in.setFailed("quantiser range", "is not finite");
+    }
+  }
   const Result<std::size_t> count = readCount(in, context.values_left, "vertex count");
   if (!count) return tl::unexpected(count.error());
   constexpr std::array kNames = {"x codes", "y codes", "z codes"};
@@ -170,15 +173,14 @@ Result<void> readColors(ByteReader& in, Context& context, std::vector<float>& co
 // One vertex per corner.
 Result<void> readIndices(ByteReader& in, Context& context, ShapeGeometry& geometry, Values& indices) {
   const std::uint64_t offset = in.offset();
-  const bool listed = !geometry.primitive_starts.empty();
-  const std::size_t corner_count = listed ? geometry.primitive_starts.back() : 0;
-  if (listed || geometry.kind != PrimitiveKind::Points) {
+  if (!geometry.primitive_starts.empty()) {
+    const std::size_t corner_count = geometry.primitive_starts.back();
     if (Result<void> read =
             readComponent(in, context, corner_count, Predictor::StripIndex, "vertex indices", indices);
         !read) {
       return read;
     }
-  } else {  // every index is a point
+  } else {  // every index is a corner
     if (Result<void> read =
             readValues(in, context, context.values_left, Predictor::StripIndex, "vertex indices", indices);
         !read) {

@@ -42,20 +42,25 @@ Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm fo
   if (!reader.ok()) return reader.unexpected();
   if (vertices != topology.vertices)
     return countMismatch("vertices", vertices, topology.vertices, counts_offset);
-  if (records != topology.records) {
-    return countMismatch("vertex attributes", records, topology.records, counts_offset);
-  }
   if (vertices > 0) {
     done = arrays.readCoordinates(vertices, shape);
-    if (done) done = arrays.readAttributes(records, shape);
     if (!done) return tl::unexpected<Error>(done.error());
+  }
+  // Without a record for every corner the attributes are of no use, but the mesh is.
+  const bool records_fit = topology.records_fit && records == topology.records;
+  if (records_fit) {
+    done = arrays.readAttributes(records, shape);
+    if (!done) return tl::unexpected<Error>(done.error());
+  } else {
+    shape.facts.unread_attributes =
+        countMismatch("vertex attributes", records, topology.records, counts_offset).value().text();
   }
   shape.facts.components = topology.components;
   shape.facts.covers = topology.covers;
   shape.facts.topology_hash_checked = true;
   shape.primitive_starts = std::move(topology.polygon_starts);
   shape.corner_positions = std::move(topology.corner_vertices);
-  if (records > 0) shape.corner_records = std::move(topology.corner_records);
+  if (records_fit && records > 0) shape.corner_records = std::move(topology.corner_records);
   return shape;
 }
 

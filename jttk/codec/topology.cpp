@@ -79,7 +79,7 @@ class TopologyDecoder {
   bool pull(std::uint32_t polygon, std::uint32_t to_corner, const Slot& from, bool forward);
   bool activate(std::uint32_t polygon, std::uint32_t corner);
   bool addVertex(std::uint32_t polygon, std::uint32_t corner, std::uint32_t degree);
-  bool readMask(Vertex& vertex);
+  void readMask(Vertex& vertex);
   bool split(std::uint32_t polygon, std::uint32_t corner);
   [[nodiscard]] std::uint32_t degreeContext(const Polygon& polygon) const;
   std::uint32_t nextActive();
@@ -103,6 +103,7 @@ class TopologyDecoder {
   std::uint32_t used_corners_ = 0;
   std::uint32_t used_slots_ = 0;
   std::uint32_t records_ = 0;
+  bool records_fit_ = true;
   std::uint32_t components_ = 0;
 };
 
@@ -125,14 +126,10 @@ bool TopologyDecoder::prepare(std::uint64_t maximum_corners) {
   }
   if (slot_count != corner_count) return wrong("degrees and valences do not add up to the same");
   if (corner_count > maximum_corners) return wrong("more corners than a shape may have");
-  if (symbols_.flags.size() != symbols_.valences.size()) return wrong("not one flag per polygon");
+  if (!symbols_.flags.empty() && symbols_.flags.size() != symbols_.valences.size())
+    return wrong("not one flag per polygon");
   if (symbols_.split_positions.size() != symbols_.split_offsets.size())
     return wrong("not one position per split");
-  const auto& last_masks = symbols_.masks[kTopologyContexts - 1];
-  if (symbols_.upper_masks.size() != last_masks.size() ||
-      (form_ == PacketForm::Jt9 && symbols_.top_masks.size() != last_masks.size())) {
-    return wrong("not one upper mask per mask of a high degree");
-  }
   try {
     polygons_.reserve(symbols_.valences.size());
     vertices_.reserve(vertex_count);
@@ -271,7 +268,7 @@ bool TopologyDecoder::addVertex(std::uint32_t polygon, std::uint32_t corner, std
   const auto index = static_cast<std::uint32_t>(vertices_.size());
   Vertex vertex{used_slots_, degree, degree - 1, 1, 0, 0, records_};
   used_slots_ += degree;
-  if (!readMask(vertex)) return false;
+  readMask(vertex);
   vertices_.push_back(vertex);
   slots_[vertex.first_slot] = {polygon, corner};
   corners_[polygons_[polygon].first_corner + corner] = {index, 0};
@@ -279,31 +276,38 @@ bool TopologyDecoder::addVertex(std::uint32_t polygon, std::uint32_t corner, std
   return true;
 }
 
-bool TopologyDecoder::readMask(Vertex& vertex) {
+// The mesh itself does not depend on the masks. Where they do not suffice, the records are given up.
+void TopologyDecoder::readMask(Vertex& vertex) {
+  if (!records_fit_) return;
   if (vertex.degree > kLargestMaskedDegree) {
     const std::size_t words = (std::size_t{vertex.degree} + 31) / 32;
-    if (words > symbols_.wide_mask_words.size() - next_wide_word_) return wrong("too few wide masks");
+    if (words > symbols_.wide_mask_words.size() - next_wide_word_) {
+      records_fit_ = false;
+      return;
+    }
     vertex.wide_mask = static_cast<std::uint32_t>(next_wide_word_);
     for (std::size_t i = 0; i < words; ++i) {
       records_ += static_cast<std::uint32_t>(std::popcount(symbols_.wide_mask_words[next_wide_word_ + i]));
     }
     next_wide_word_ += words;
-    return true;
+    return;
   }
   const std::size_t context = std::min(kTopologyContexts - 1, std::size_t{std::max(vertex.degree, 2U)} - 2);
-  if (next_mask_[context] == symbols_.masks[context].size()) return wrong("too few attribute masks");
+  if (next_mask_[context] == symbols_.masks[context].size()) {
+    records_fit_ = false;
+    return;
+  }
   const std::size_t i = next_mask_[context]++;
   vertex.mask = static_cast<std::uint32_t>(symbols_.masks[context][i]);
   if (context == kTopologyContexts - 1) {
-    const std::uint64_t upper = static_cast<std::uint32_t>(symbols_.upper_masks[i]);
-    if (form_ == PacketForm::Jt9) {
-      vertex.mask |= upper << 30 | std::uint64_t{static_cast<std::uint32_t>(symbols_.top_masks[i])} << 60;
-    } else {
-      vertex.mask |= upper << 32;
-    }
+    // Upper masks may be left out where no degree reaches them.
+    const auto part = [i](const std::vector<std::int32_t>& masks) {
+      return std::uint64_t{i < masks.size() ? static_cast<std::uint32_t>(masks[i]) : 0U};
+    };
+    const std::uint64_t upper = part(symbols_.upper_masks);
+    vertex.mask |= form_ == PacketForm::Jt9 ? upper << 30 | part(symbols_.top_masks) << 60 : upper << 32;
   }
   records_ += static_cast<std::uint32_t>(std::popcount(vertex.mask));
-  return true;
 }
 
 // A split does not make the neighbours known: the corners that follow have split symbols of their own.
@@ -363,9 +367,9 @@ std::uint32_t TopologyDecoder::nextActive() {
 bool TopologyDecoder::checkAllUsed() {
   for (std::size_t i = 0; i < kTopologyContexts; ++i) {
     if (next_degree_[i] != symbols_.degrees[i].size()) return wrong("degrees are left over");
-    if (next_mask_[i] != symbols_.masks[i].size()) return wrong("attribute masks are left over");
+    if (next_mask_[i] != symbols_.masks[i].size()) records_fit_ = false;
   }
-  if (next_wide_word_ != symbols_.wide_mask_words.size()) return wrong("wide masks are left over");
+  if (next_wide_word_ != symbols_.wide_mask_words.size()) records_fit_ = false;
   if (next_split_ != symbols_.split_offsets.size()) return wrong("splits are left over");
   // Every vertex was finished, so every slot is filled; as many corners as slots, so every corner has its
   // slot.
@@ -398,8 +402,9 @@ Topology TopologyDecoder::takeResult() {
   mesh.vertices = static_cast<std::uint32_t>(vertices_.size());
   mesh.records = records_;
   mesh.components = components_;
-  std::vector<std::uint32_t> records(corners_.size());
-  assignRecords(records);
+  mesh.records_fit = records_fit_;
+  std::vector<std::uint32_t> records(corners_.size(), kNoTopologyRecord);
+  if (records_fit_) assignRecords(records);
   mesh.corner_vertices.resize(corners_.size());
   std::uint32_t written = 0;
   if (!polygons_.empty()) {
@@ -407,7 +412,7 @@ Topology TopologyDecoder::takeResult() {
     mesh.polygon_starts.push_back(0);
   }
   for (std::size_t i = 0; i < polygons_.size(); ++i) {
-    if (symbols_.flags[i] != 0) {
+    if (!symbols_.flags.empty() && symbols_.flags[i] != 0) {
       ++mesh.covers;
       continue;
     }

@@ -17,14 +17,14 @@ namespace jttk {
 
 inline constexpr std::size_t kTopologyContexts = 8;
 // Corners of one shape, covers included.
-inline constexpr std::uint64_t kMaximumShapeCorners = std::uint64_t{1} << 25;
+inline constexpr std::uint64_t kMaximumShapeCorners = std::uint64_t{1} << 28;
 
 // The arrays as stored, after prediction.
 struct TopologySymbols {
   std::vector<std::int32_t> degrees[kTopologyContexts];  // slots of a new vertex; 0 = split
   std::vector<std::int32_t> valences;                    // corners of a polygon
   std::vector<std::int32_t> groups;                      // a number per polygon, of no use to a reader
-  std::vector<std::int32_t> flags;                       // per polygon: not 0 = cover
+  std::vector<std::int32_t> flags;                       // per polygon: not 0 = cover; empty = none is
   // Bit s of a vertex's mask: a new attribute record begins at slot s. The last context is for degrees above
   // 8 and is cut in two or three arrays.
   std::vector<std::int32_t> masks[kTopologyContexts];
@@ -48,6 +48,7 @@ struct Topology {
   std::vector<std::uint32_t> corner_records;   // per corner; kNoTopologyRecord where the vertex has none
   std::uint32_t vertices = 0;
   std::uint32_t records = 0;  // attribute records of all vertices
+  bool records_fit = true;  // every vertex had its mask, and no mask was left over; else records mean nothing
   std::uint32_t components = 0;
   std::uint32_t covers = 0;
 };

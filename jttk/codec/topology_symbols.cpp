@@ -35,10 +35,10 @@ Result<void> readMasks(ByteReader& reader, Int32PacketReader& packets, TopologyS
     if (!done) return done;
   }
   const auto count = static_cast<std::uint32_t>(symbols.masks[kTopologyContexts - 1].size());
-  auto done = packets.readExactly(reader, "upper masks", Predictor::Null, count, symbols.upper_masks);
+  auto done = packets.read(reader, "upper masks", Predictor::Null, count, symbols.upper_masks);
   if (!done) return done;
   if (packets.form() == PacketForm::Jt9) {
-    done = packets.readExactly(reader, "top masks", Predictor::Null, count, symbols.top_masks);
+    done = packets.read(reader, "top masks", Predictor::Null, count, symbols.top_masks);
     if (!done) return done;
   }
   return readWideMaskWords(reader, symbols.wide_mask_words);
@@ -52,9 +52,9 @@ Result<void> readArrays(ByteReader& reader, Int32PacketReader& packets, Topology
   auto done = packets.read(reader, "valences", Predictor::Null, kMaximumCount, symbols.valences);
   if (!done) return done;
   const auto polygons = static_cast<std::uint32_t>(symbols.valences.size());
-  done = packets.readExactly(reader, "polygon groups", Predictor::Null, polygons, symbols.groups);
+  done = packets.read(reader, "polygon groups", Predictor::Null, polygons, symbols.groups);
   if (!done) return done;
-  done = packets.readExactly(reader, "polygon flags", Predictor::Lag1, polygons, symbols.flags);
+  done = packets.read(reader, "polygon flags", Predictor::Lag1, polygons, symbols.flags);
   if (!done) return done;
   done = readMasks(reader, packets, symbols);
   if (!done) return done;

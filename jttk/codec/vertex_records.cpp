@@ -17,8 +17,6 @@
 namespace jttk {
 namespace {
 
-using Prediction = ComponentArrays::Prediction;
-
 // Codes above the quantiser's largest would be points outside of its range.
 constexpr std::uint32_t kMaximumQuantizerBits = 32;
 constexpr std::uint32_t kColorComponents = 4;
@@ -104,10 +102,20 @@ Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeomet
     quantizer = *read;
     bits |= quantizer.bits;
   }
-  shape.facts.lossless = bits == 0;
   ComponentArrays arrays(reader_, packets_, count);
-  auto done = shape.facts.lossless ? arrays.readFloatBits("coordinates", header->components, Prediction::Lag1)
-                                   : arrays.readCodes("coordinates", header->components, Prediction::Lag1);
+  const auto read = [&](bool lossless) {
+    shape.facts.lossless = lossless;
+    return lossless ? arrays.readFloatBits("coordinates", header->components, Predictor::Lag1)
+                    : arrays.readCodes("coordinates", header->components, Predictor::Lag1);
+  };
+  // Quantisers of no bits are those of floats or, where all vertices lie in one place, of codes.
+  const bool lossless = bits == 0 && shape.facts.quantization_bits[0] == 0;
+  const ByteReader before = reader_;
+  auto done = read(lossless);
+  if (!done && bits == 0) {
+    reader_ = before;
+    if (auto other = read(!lossless)) done = other;
+  }
   if (!done) return done;
   done = makeRoom(shape.positions, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;
@@ -123,18 +131,34 @@ Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeomet
   return {};
 }
 
+// Nothing is made of colours, texture coordinates and flags, and the layouts of some are known from hearsay
+// only: one that cannot be read costs itself and those behind it, not the shape.
 Result<void> VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometry& shape) {
   const std::uint64_t present = shape.facts.bindings;
   Result<void> done;
   if ((present & bindings::kNormals) != 0) done = readNormals(count, shape.normals);
-  if (done && (present & bindings::kColors) != 0) done = readColors(count, shape.colors);
+  if (!done) return done;
+  const auto keep = [&](auto& values) {
+    if (done) return;
+    shape.facts.unread_attributes = done.error().text();
+    values = {};
+  };
+  if ((present & bindings::kColors) != 0) {
+    done = readColors(count, shape.colors);
+    keep(shape.colors);
+  }
   std::vector<float> dropped;
   for (std::uint32_t channel = 0; channel < bindings::kTextureChannels && done; ++channel) {
     if (((present >> (bindings::kFirstTextureBit + 4 * channel)) & 15U) == 0) continue;
-    done = readTextureCoordinates(count, channel == 0 ? shape.texture_coordinates : dropped);
+    std::vector<float>& values = channel == 0 ? shape.texture_coordinates : dropped;
+    done = readTextureCoordinates(count, values);
+    keep(values);
   }
-  if (done && (present & bindings::kVertexFlags) != 0) done = readVertexFlags(count, shape.vertex_flags);
-  return done;
+  if (done && (present & bindings::kVertexFlags) != 0) {
+    done = readVertexFlags(count, shape.vertex_flags);
+    keep(shape.vertex_flags);
+  }
+  return {};
 }
 
 Result<void> VertexArrayReader::readNormals(std::uint32_t count, std::vector<float>& normals) {
@@ -148,7 +172,7 @@ Result<void> VertexArrayReader::readNormals(std::uint32_t count, std::vector<flo
   }
   if (header->bits != 0) return readPackedNormals(header->bits, count, normals);
   ComponentArrays arrays(reader_, packets_, count);
-  auto done = arrays.readFloatBits("normals", header->components, Prediction::Null);
+  auto done = arrays.readFloatBits("normals", header->components, Predictor::Null);
   if (!done) return done;
   done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;
@@ -165,7 +189,7 @@ Result<void> VertexArrayReader::readPackedNormals(std::uint32_t bits, std::uint3
   const std::uint64_t start = reader_.offset();
   const bool packed = packets_.form() == PacketForm::Jt10;
   ComponentArrays arrays(reader_, packets_, count);
-  auto done = arrays.readCodes("normals", packed ? 1 : 4, Prediction::Null);
+  auto done = arrays.readCodes("normals", packed ? 1 : 4, Predictor::Null);
   if (!done) return done;
   done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;
@@ -193,7 +217,7 @@ Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<floa
   auto done = makeRoom(colors, std::size_t{count} * kColorComponents, 1.0F, reader_);
   if (!done) return done;
   if (header->bits == 0) {
-    done = arrays.readFloatBits("colours", header->components, Prediction::ByHash);
+    done = arrays.readFloatBits("colours", header->components, Predictor::Lag1);
     if (!done) return done;
     for (std::uint32_t i = 0; i < header->components; ++i) {
       floatsInto(arrays.component(i), colors.data() + i, kColorComponents);
@@ -216,7 +240,7 @@ Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<floa
     quantizers[i] = *read;
   }
   // Four packets even where three components are stated.
-  done = arrays.readCodes("colours", kColorComponents, Prediction::ByHash);
+  done = arrays.readCodes("colours", kColorComponents, Predictor::Null);
   if (!done) return done;
   for (std::uint32_t i = 0; i < kColorComponents; ++i) {
     if (i == 3 && header->components == 3) break;
@@ -243,8 +267,8 @@ Result<void> VertexArrayReader::readTextureCoordinates(std::uint32_t count, std:
   }
   ComponentArrays arrays(reader_, packets_, count);
   auto done = header->bits == 0
-                  ? arrays.readFloatBits("texture coordinates", header->components, Prediction::ByHash)
-                  : arrays.readCodes("texture coordinates", header->components, Prediction::ByHash);
+                  ? arrays.readFloatBits("texture coordinates", header->components, Predictor::Lag1)
+                  : arrays.readCodes("texture coordinates", header->components, Predictor::Null);
   if (!done) return done;
   done = makeRoom(coordinates, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
   if (!done) return done;

@@ -34,7 +34,9 @@ class VertexArrayReader {
   // Positions, for `count` vertices; says in `facts` whether they were lossless.
   Result<void> readCoordinates(std::uint32_t count, ShapeGeometry& shape);
   // Everything that `shape.facts.bindings` names besides coordinates, for `count` records. Texture channels
-  // above the first are read and dropped. Auxiliary fields come last and are left unread.
+  // above the first are read and dropped. Auxiliary fields come last and are left unread. Fails
+  // when the normals cannot be read; where another array cannot, it and those behind it stay empty, and
+  // shape.facts.unread_attributes says why.
   Result<void> readAttributes(std::uint32_t count, ShapeGeometry& shape);
 
  private:

@@ -3,6 +3,7 @@
 #include "jttk/file/jt_file.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <utility>
 
@@ -69,14 +70,39 @@ bool mustHavePrefix(SegmentType type) {
   }
 }
 
+bool looksLikeXz(std::span<const std::byte> packed) {
+  constexpr std::array kMagic{std::byte{0xfd}, std::byte{'7'}, std::byte{'z'},
+                              std::byte{'X'},  std::byte{'Z'}, std::byte{0}};
+  return packed.size() >= kMagic.size() && std::equal(kMagic.begin(), kMagic.end(), packed.begin());
+}
+
+// A zlib header: method 8, and both bytes together are a multiple of 31.
+bool looksLikeZlib(std::span<const std::byte> packed) {
+  if (packed.size() < 2) return false;
+  const auto method = std::to_integer<unsigned>(packed[0]);
+  return (method & 15U) == 8 && (method * 256 + std::to_integer<unsigned>(packed[1])) % 31 == 0;
+}
+
+// Flag and algorithm are 2 for zlib and 3 for LZMA. Where they do not agree, the data tell by their first
+// bytes; what neither tells is stored as it is.
+Compression compressionOf(std::uint32_t flag, std::uint32_t algorithm, std::span<const std::byte> packed) {
+  constexpr std::uint32_t kZlib = 2;
+  constexpr std::uint32_t kLzma = 3;
+  const bool packs = flag == kZlib || flag == kLzma || algorithm == kZlib || algorithm == kLzma;
+  if (packs && looksLikeXz(packed)) return Compression::Lzma;
+  if (flag == kLzma && algorithm == kLzma) return Compression::Lzma;
+  if (flag == kZlib && algorithm == kZlib) return Compression::Zlib;
+  return packs && looksLikeZlib(packed) ? Compression::Zlib : Compression::Stored;
+}
+
 struct Prefix {
   Compression compression = Compression::None;
   std::span<const std::byte> packed;
   std::uint64_t offset = 0;
+  std::size_t missing_bytes = 0;  // of what the prefix states
 };
 
-// I32 flag, I32 length, U8 algorithm; the length counts the algorithm byte. Flag and algorithm are 2 for
-// zlib and 3 for LZMA; any other pair means that the data are stored as they are.
+// I32 flag, I32 length, U8 algorithm; the length counts the algorithm byte.
 Result<Prefix> readPrefix(ByteReader reader) {
   Prefix prefix;
   const std::uint32_t flag = reader.u32("compression flag");
@@ -86,17 +112,25 @@ Result<Prefix> readPrefix(ByteReader reader) {
   if (!reader.ok()) return reader.unexpected();
   if (length < 1) return fail("compressed length is " + std::to_string(length), length_offset);
   const std::size_t size = static_cast<std::size_t>(length) - 1;
-  if (size > reader.remaining()) {
-    return fail("compressed data are " + std::to_string(size) + " bytes, but only " +
-                    std::to_string(reader.remaining()) + " are left in the segment",
-                length_offset);
-  }
-  prefix.compression = Compression::Stored;
-  if (flag == 2 && algorithm == 2) prefix.compression = Compression::Zlib;
-  if (flag == 3 && algorithm == 3) prefix.compression = Compression::Lzma;
+  const std::size_t present = std::min(size, reader.remaining());
+  prefix.missing_bytes = size - present;
   prefix.offset = reader.offset();
-  prefix.packed = reader.take(size, "compressed data");
+  prefix.packed = reader.take(present, "compressed data");
+  prefix.compression = compressionOf(flag, algorithm, prefix.packed);
   return prefix;
+}
+
+// Whether data begin with an element (I32 length first), as they do where a segment has no prefix.
+bool beginsWithElement(ByteReader reader) {
+  constexpr std::int32_t kSmallestElement = 16;
+  const std::int32_t length = reader.i32("element length");
+  return reader.ok() && length >= kSmallestElement && static_cast<std::size_t>(length) <= reader.remaining();
+}
+
+Error cutOff(const Prefix& prefix) {
+  return {"compressed data are " + std::to_string(prefix.packed.size() + prefix.missing_bytes) +
+              " bytes, but only " + std::to_string(prefix.packed.size()) + " are left in the segment",
+          prefix.offset};
 }
 
 }  // namespace
@@ -170,15 +204,34 @@ Result<void> JtFile::readContents(std::span<const std::byte> bytes) {
     entry.offset = wide_offsets ? toc.u64("contents entry") : toc.u32("contents entry");
     entry.length_bytes = toc.u32("contents entry");
     entry.type = static_cast<SegmentType>(toc.u32("contents entry") >> 24);
+    if (entry.type == SegmentType{}) entry.type = storedType(entry);
     // Some writers list a segment twice.
-    if (by_id_.emplace(entry.id, contents_.size()).second) {
+    const auto [known, is_new] = by_id_.emplace(entry.id, contents_.size());
+    if (is_new) {
       contents_.push_back(entry);
-    } else {
-      ++duplicate_entries_;
+      continue;
     }
+    ++duplicate_entries_;
+    TocEntry& first = contents_[known->second];
+    if (first.offset >= bytes.size() && entry.offset < bytes.size()) first = entry;
   }
   if (!toc.ok()) return toc.unexpected();
   return {};
+}
+
+// The type as the segment's own header states it.
+SegmentType JtFile::storedType(const TocEntry& entry) const {
+  if (entry.offset >= bytes_.size()) return {};
+  ByteReader header(bytes_.subspan(static_cast<std::size_t>(entry.offset)), order_, entry.offset);
+  header.skip(sizeof(Guid), "segment header");
+  return static_cast<SegmentType>(header.u32("segment header"));
+}
+
+const TocEntry* JtFile::sceneGraph() const {
+  if (const TocEntry* named = find(scene_graph_id_)) return named;
+  const auto is_graph = [](const TocEntry& entry) { return entry.type == SegmentType::SceneGraph; };
+  const auto found = std::find_if(contents_.begin(), contents_.end(), is_graph);
+  return found == contents_.end() ? nullptr : &*found;
 }
 
 const TocEntry* JtFile::find(const Guid& id) const {
@@ -186,36 +239,50 @@ const TocEntry* JtFile::find(const Guid& id) const {
   return found == by_id_.end() ? nullptr : &contents_[found->second];
 }
 
+// The segment's length stands in the table and in its own header. Where they differ the longer one holds, and
+// in a file that is cut off what there is of it: whoever reads the data sees whether something is missing.
+Result<std::span<const std::byte>> JtFile::segmentBytes(const TocEntry& entry) const {
+  const auto outside = [&] {
+    return fail(std::to_string(entry.length_bytes) + " bytes at byte " + std::to_string(entry.offset) +
+                    " lie outside of the file (" + std::to_string(bytes_.size()) + " bytes)",
+                entry.offset);
+  };
+  if (entry.offset >= bytes_.size()) return outside();
+  const auto rest = bytes_.subspan(static_cast<std::size_t>(entry.offset));
+  if (rest.size() < kSegmentHeaderBytes) return outside();
+  ByteReader header(rest, order_, entry.offset);
+  const Guid stored_id = header.guid("segment header");
+  const std::uint32_t stored_type = header.u32("segment header");
+  const std::uint32_t stored_length = header.u32("segment header");
+  const bool same_shape =
+      stored_type == static_cast<std::uint32_t>(entry.type) && stored_length == entry.length_bytes;
+  if (stored_id != entry.id && !same_shape) {
+    return fail("its header names another segment, " + stored_id.text(), entry.offset);
+  }
+  const std::size_t length = std::max(entry.length_bytes, stored_id == entry.id ? stored_length : 0U);
+  if (length < kSegmentHeaderBytes) return fail("is shorter than a segment header", entry.offset);
+  return rest.first(std::min(length, rest.size()));
+}
+
 Result<Segment> JtFile::segment(const TocEntry& entry) const {
   const std::string place = "segment " + entry.id.text();
-  if (entry.offset > bytes_.size() || entry.length_bytes > bytes_.size() - entry.offset) {
-    return fail(place + ": " + std::to_string(entry.length_bytes) + " bytes at byte " +
-                    std::to_string(entry.offset) + " lie outside of the file (" +
-                    std::to_string(bytes_.size()) + " bytes)",
-                entry.offset);
-  }
-  if (entry.length_bytes < kSegmentHeaderBytes) {
-    return fail(place + ": is shorter than a segment header", entry.offset);
-  }
-  const auto whole = bytes_.subspan(static_cast<std::size_t>(entry.offset), entry.length_bytes);
-  ByteReader header(whole, order_, entry.offset);
-  const Guid stored_id = header.guid("segment header");
-  if (stored_id != entry.id) {
-    return fail(place + ": its header names another segment, " + stored_id.text(), entry.offset);
-  }
+  const auto whole = segmentBytes(entry);
+  if (!whole) return tl::unexpected<Error>(whole.error().in(place));
   Segment segment;
   segment.id = entry.id;
   segment.type = entry.type;
-  segment.data = whole.subspan(kSegmentHeaderBytes);
+  segment.data = whole->subspan(kSegmentHeaderBytes);
   segment.base_offset = entry.offset + kSegmentHeaderBytes;
   if (!mayHavePrefix(entry.type)) return segment;
 
-  const auto prefix = readPrefix(ByteReader(segment.data, order_, segment.base_offset));
-  if (!prefix) {
-    if (mustHavePrefix(entry.type)) return tl::unexpected<Error>(prefix.error().in(place));
-    return segment;
+  const ByteReader data(segment.data, order_, segment.base_offset);
+  const auto prefix = readPrefix(data);
+  const bool packed = prefix && prefix->compression != Compression::Stored;
+  if (!prefix || (!packed && prefix->missing_bytes > 0)) {
+    if (!mustHavePrefix(entry.type) || beginsWithElement(data)) return segment;
+    if (!prefix) return tl::unexpected<Error>(prefix.error().in(place));
   }
-  if (prefix->compression == Compression::Stored) {
+  if (!packed) {
     // An unknown type whose first bytes happen to look like a prefix is handed out whole.
     if (!mustHavePrefix(entry.type)) return segment;
     segment.compression = Compression::Stored;
@@ -225,7 +292,9 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
   }
   auto unpacked = prefix->compression == Compression::Zlib ? inflateZlib(prefix->packed, prefix->offset)
                                                            : unpackLzma(prefix->packed, prefix->offset);
-  if (!unpacked) return tl::unexpected<Error>(unpacked.error().in(place));
+  if (!unpacked) {
+    return tl::unexpected<Error>((prefix->missing_bytes > 0 ? cutOff(*prefix) : unpacked.error()).in(place));
+  }
   segment.compression = prefix->compression;
   segment.unpacked = std::move(*unpacked);
   segment.data = segment.unpacked;

@@ -86,6 +86,9 @@ class JtFile {
   [[nodiscard]] std::span<const TocEntry> contents() const noexcept { return contents_; }
   // How many entries of the file's table were repetitions.
   [[nodiscard]] std::size_t duplicateEntries() const noexcept { return duplicate_entries_; }
+  // The scene graph's entry: the one that the header names or, where the table does not list that, the first
+  // of its type. Null when there is none.
+  [[nodiscard]] const TocEntry* sceneGraph() const;
   // Null when there is no such segment.
   [[nodiscard]] const TocEntry* find(const Guid& id) const;
   // Reads and unpacks one segment.
@@ -94,6 +97,8 @@ class JtFile {
  private:
   JtFile() = default;
   Result<void> readContents(std::span<const std::byte> bytes);
+  [[nodiscard]] SegmentType storedType(const TocEntry& entry) const;
+  [[nodiscard]] Result<std::span<const std::byte>> segmentBytes(const TocEntry& entry) const;
 
   std::optional<loftbay::host::MappedFile> mapping_;
   std::span<const std::byte> bytes_;

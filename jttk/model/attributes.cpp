@@ -36,6 +36,7 @@ constexpr std::uint16_t kCommonSpecular = 0x4;
 constexpr std::uint16_t kCommonEmission = 0x8;
 
 constexpr int kPaletteVersion = 2;
+constexpr std::size_t kPaletteBytes = 4;
 
 std::array<float, 4> readColor(ByteReader& body, bool one_number, const char* what) {
   if (one_number) {
@@ -79,6 +80,27 @@ bool readMaterial(ByteReader& body, Version version, MaterialValues& material) {
   return body.ok();
 }
 
+// Bytes of the body of a JT 10 attribute that begins here (behind the base attribute); 0 when its kind does
+// not have a fixed size.
+std::size_t fixedSize10(ByteReader body, AttributeKind kind) {
+  constexpr std::size_t kMaterialBytes = 1 + 2 + 4 * 16 + 3 * 4;
+  if (kind == AttributeKind::Material) return kMaterialBytes;
+  if (kind != AttributeKind::Transform) return 0;
+  body.skip(1, "version");
+  const std::uint16_t mask = body.u16("transform mask");
+  return body.ok() ? 3 + 8 * static_cast<std::size_t>(std::popcount(mask)) : 0;
+}
+
+// Whether a palette index follows the final fields: where the sizes tell, they do, else the version.
+bool hasPaletteIndex(const ByteReader& body, AttributeKind kind, int base_version) {
+  if (body.remaining() < kPaletteBytes) return false;
+  if (fixedSize10(body, kind) == body.remaining()) return false;
+  ByteReader behind = body;
+  behind.skip(kPaletteBytes, "palette index");
+  if (fixedSize10(behind, kind) == behind.remaining()) return true;
+  return base_version >= kPaletteVersion;
+}
+
 }  // namespace
 
 std::optional<AttributeKind> attributeKind(const Guid& guid) {
@@ -98,9 +120,9 @@ bool readAttribute(Element& element, AttributeKind kind, Version version, SceneG
   attribute.inhibited_fields = body.u32("inhibited fields");
   if (version.major >= 10) {
     attribute.final_fields = body.u32("final fields");
-    if (base_version >= kPaletteVersion) body.skip(4, "palette index");
+    if (hasPaletteIndex(body, kind, base_version)) body.skip(kPaletteBytes, "palette index");
   }
-  if (!body.ok()) return false;
+  if (!body.ok() && kind != AttributeKind::Other) return false;
   if (kind == AttributeKind::Transform) {
     TransformElements elements{};
     if (!readTransform(body, version, elements)) {

@@ -12,7 +12,7 @@ Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::un
   document->path = path;
   document->file = std::move(*file);
   const JtFile& jt = *document->file;
-  const TocEntry* entry = jt.find(jt.sceneGraphId());
+  const TocEntry* entry = jt.sceneGraph();
   if (entry == nullptr) {
     return fail("the table of contents does not list the scene graph segment " + jt.sceneGraphId().text(), 0);
   }

@@ -21,6 +21,8 @@ struct Document {
   std::unordered_map<std::uint64_t, std::string> inherited_names;
   // Shape nodes that could not be decoded and part nodes whose loss has been reported: once is enough.
   std::unordered_set<std::uint32_t> reported;
+  // Shape nodes of which it has been told that attributes (normals, colours, …) could not be read.
+  std::unordered_set<std::uint32_t> reported_attributes;
   // Segments of exact geometry whose losses have been told.
   std::set<Guid> reported_segments;
 

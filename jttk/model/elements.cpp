@@ -24,7 +24,7 @@ bool ElementReader::next(Element& element) {
     element.kind = body.guid("element kind");
     if (element.kind == kEndOfElements) return false;
     if (length < kHeaderBytes) continue;  // no room for an id: nothing can refer to it
-    body.skip(1, "base type");            // one writer leaves it 0, so nothing may depend on it
+    element.base_type = body.u8("base type");
     element.id = body.i32("object id");
     element.body = body;
     return true;

@@ -12,6 +12,7 @@ namespace jttk {
 
 struct Element {
   Guid kind;
+  std::uint8_t base_type = 0;  // of use only where the kind is not known: one writer leaves it 0
   std::int32_t id = 0;
   std::uint64_t offset = 0;  // of the length field
   ByteReader body{{}};

@@ -12,11 +12,37 @@ namespace jttk {
 
 namespace {
 
+bool isShapeSegment(const Document& document, const LateLoaded& entry) {
+  const TocEntry* listed = document.file->find(entry.segment);
+  const auto type = listed != nullptr ? listed->type : static_cast<SegmentType>(entry.segment_type);
+  return type >= SegmentType::Shape && type <= SegmentType::ShapeLod9;
+}
+
+// The late loaded entry with a shape's geometry: the one with the usual key, else one whose segment is of
+// such a type.
+std::uint32_t geometryEntry(const Document& document, const Node& node) {
+  const std::uint32_t usual = document.graph.findLateLoaded(node, kShapeKey);
+  if (usual != kNone) return usual;
+  for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
+    const std::uint32_t index = node.late_loaded.first + i;
+    if (isShapeSegment(document, document.graph.late_loaded[index])) return index;
+  }
+  return kNone;
+}
+
+// A shape node whose figures count nothing needs no geometry.
+bool countsNothing(const SceneGraph& graph, const Node& node) {
+  if (node.figures == kNone) return false;
+  const Figures& figures = graph.figures[node.figures];
+  return figures.vertex_count[1] == 0 && figures.polygon_count[1] == 0;
+}
+
 Result<ShapeGeometry> decode(const Document& document, const Node& node) {
   if (node.kind == NodeKind::NullShape) return ShapeGeometry{};
   const SceneGraph& graph = document.graph;
-  const std::uint32_t entry = graph.findLateLoaded(node, kShapeKey);
+  const std::uint32_t entry = geometryEntry(document, node);
   const std::string what = std::string(kindName(node.kind)) + " " + std::to_string(node.id);
+  if (entry == kNone && countsNothing(graph, node)) return ShapeGeometry{};
   if (entry == kNone) return fail(what + " has no geometry segment", 0);
   const Guid& id = graph.late_loaded[entry].segment;
   const std::string place = "segment " + id.text();
@@ -147,6 +173,12 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
     library_.lost(part_name, loftbay::host::toHostPath(document.path) + ": " +
                                  (error.offset == 0 ? error.what : error.text()));
     return nullptr;
+  }
+  const std::string& unread = geometry->facts.unread_attributes;
+  if (!unread.empty() && document.reported_attributes.insert(shape.node).second) {
+    library_.note(loftbay::host::toHostPath(document.path) + ": \"" + part_name +
+                  "\": " + kindName(shape.data().kind) + " " + std::to_string(shape.data().id) +
+                  " was read without some of its vertex attributes: " + unread);
   }
   auto arrays = std::make_shared<const ShapeArrays>(makeShapeArrays(std::move(*geometry), shape.data().kind));
   cache_.keep(key, arrays);

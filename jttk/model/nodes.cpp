@@ -44,6 +44,9 @@ constexpr std::array kKnownKinds = {
     KnownKind{{0xd239e7b6, 0xdd77, 0x4289, {0xa0, 0x7d, 0xb0, 0xee, 0x79, 0xf7, 0x94, 0x94}},
               NodeKind::NullShape},
     KnownKind{common(0x10dd107f), NodeKind::Shape},
+    // A wire harness: its wires are in a segment that nobody has described.
+    KnownKind{{0x4cc7a521, 0x0728, 0x11d3, {0x9d, 0x8b, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}},
+              NodeKind::Shape},
     KnownKind{common(0x10dd1059), NodeKind::Shape},
 };
 
@@ -84,11 +87,16 @@ void readChildren(ByteReader& body, Version version, Node& node, SceneGraph& gra
   for (std::uint32_t i = 0; i < node.children.count; ++i) graph.child_ids.push_back(body.i32("child id"));
 }
 
+// A partition with children does not need what follows them.
 void readPartition(ByteReader& body, Version version, Node& node, SceneGraph& graph) {
+  const ByteReader before = body;
   if (version.major >= 10) readVersion(body, version);  // 8.x and 9.x have none here
   body.skip(4, "partition flags");
   std::string file_name = body.mbString("file name");
-  if (!body.ok()) return;
+  if (!body.ok()) {
+    if (before.ok() && node.children.count > 0) body = before;
+    return;
+  }
   if (!file_name.empty()) {
     node.file_name = static_cast<std::uint32_t>(graph.strings.size());
     graph.strings.push_back(std::move(file_name));
@@ -118,6 +126,14 @@ std::optional<NodeKind> nodeKind(const Guid& guid) {
                                    [&](const KnownKind& known) { return known.guid == guid; });
   if (found == kKnownKinds.end()) return std::nullopt;
   return found->kind;
+}
+
+std::optional<NodeKind> nodeKindOfBaseType(std::uint8_t base_type) {
+  constexpr std::uint8_t kGroupNode = 1;
+  constexpr std::uint8_t kShapeNode = 2;
+  if (base_type == kGroupNode) return NodeKind::Group;
+  if (base_type == kShapeNode) return NodeKind::Shape;
+  return std::nullopt;
 }
 
 bool readNode(Element& element, NodeKind kind, Version version, SceneGraph& graph,

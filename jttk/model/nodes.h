@@ -11,6 +11,10 @@ namespace jttk {
 // The kind of node that a GUID stands for; empty when it stands for none that is known.
 std::optional<NodeKind> nodeKind(const Guid& guid);
 
+// What a node of a kind that is not known can be read as by its base type: every group has its children in
+// the same place, every shape its figures. Empty for other base types.
+std::optional<NodeKind> nodeKindOfBaseType(std::uint8_t base_type);
+
 // Reads the element's body and appends the node to the graph. `attribute_ids` gets the ids of its attributes
 // (Node::attributes is a range of it until they are resolved). False when the body does not hold what a node
 // of this kind needs; the graph is unchanged then and the element's reader has the reason.

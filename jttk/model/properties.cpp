@@ -48,6 +48,20 @@ void hang(Node& node, const Atom& key, const Atom& value, SceneGraph& graph) {
   }
 }
 
+// A node that is listed a second time keeps what it had: its ranges begin anew at the end. `budget`: how many
+// entries may be moved in all.
+void keepEarlier(const Node& node, std::size_t& budget, SceneGraph& graph) {
+  const std::size_t entries = std::size_t{node.properties.count} + node.late_loaded.count;
+  if (entries > budget) return;
+  budget -= entries;
+  for (std::uint32_t i = 0; i < node.properties.count; ++i) {
+    graph.properties.push_back(Property(graph.properties[node.properties.first + i]));
+  }
+  for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
+    graph.late_loaded.push_back(LateLoaded(graph.late_loaded[node.late_loaded.first + i]));
+  }
+}
+
 std::uint32_t findNode(const std::vector<std::pair<std::int32_t, std::uint32_t>>& node_by_id,
                        std::int32_t id) {
   const auto found = std::lower_bound(node_by_id.begin(), node_by_id.end(), std::pair{id, 0U});
@@ -78,6 +92,7 @@ void readPropertyTable(ByteReader& reader, const std::vector<Atom>& atoms,
                        const std::vector<std::pair<std::int32_t, std::uint32_t>>& node_by_id,
                        SceneGraph& graph) {
   reader.skip(2, "property table version");
+  std::size_t budget = reader.remaining() / 8;  // as many as the table can hold
   const std::uint32_t count = reader.count("property table", 8);
   for (std::uint32_t i = 0; i < count && reader.ok(); ++i) {
     const std::uint32_t index = findNode(node_by_id, reader.i32("node id"));
@@ -85,6 +100,7 @@ void readPropertyTable(ByteReader& reader, const std::vector<Atom>& atoms,
     Node& node = index == kNone ? unlisted : graph.nodes[index];
     const auto properties = static_cast<std::uint32_t>(graph.properties.size());
     const auto late_loaded = static_cast<std::uint32_t>(graph.late_loaded.size());
+    keepEarlier(node, budget, graph);
     for (;;) {
       const std::int32_t key_id = reader.i32("property key");
       if (!reader.ok() || key_id == 0) break;

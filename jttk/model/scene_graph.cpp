@@ -30,6 +30,8 @@ void readGraphElements(ByteReader& reader, Version version, SceneGraph& graph,
       }
     } else {
       graph.unknown.push_back({element.id, element.kind});
+      const auto likely = nodeKindOfBaseType(element.base_type);
+      if (likely) static_cast<void>(readNode(element, *likely, version, graph, attribute_ids));
     }
   }
   if (!reader.ok()) graph.addDamage(kNone, reader.error().in("scene graph elements"));

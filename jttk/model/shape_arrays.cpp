@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "jttk/model/concave.h"
 #include "jttk/model/strips.h"
 
 namespace jttk {
@@ -122,6 +123,7 @@ ShapeArrays makeShapeArrays(ShapeGeometry geometry, NodeKind kind) {
   arrays.type = typeOf(geometry.kind, kind);
   normalise(geometry.normals);
   if (geometry.kind == PrimitiveKind::Polygons) {
+    splitConcavePolygons(geometry);
     Primitives strips =
         stripsOfPolygons(geometry.primitive_starts, geometry.corner_positions, geometry.corner_records);
     geometry.primitive_starts = std::move(strips.starts);

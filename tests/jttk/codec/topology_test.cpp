@@ -169,7 +169,10 @@ TEST(Topology, aDegreeAbove64TakesItsMaskFromTheWideWords) {
   EXPECT_EQ(std::count(mesh->corner_records.begin(), mesh->corner_records.end(), 70U), 69);
   EXPECT_EQ(std::count(mesh->corner_records.begin(), mesh->corner_records.end(), 71U), 1);
   symbols.wide_mask_words.pop_back();
-  EXPECT_THAT(errorOf(symbols), HasSubstr("too few wide masks"));
+  const auto short_of_masks = decode(symbols);
+  ASSERT_TRUE(short_of_masks.has_value()) << short_of_masks.error().text();
+  EXPECT_FALSE(short_of_masks->records_fit);
+  EXPECT_EQ(short_of_masks->corner_vertices, mesh->corner_vertices);
 }
 
 TEST(Topology, masksOfDegreesAbove8AreJoinedFromTheirParts) {
@@ -188,6 +191,34 @@ TEST(Topology, masksOfDegreesAbove8AreJoinedFromTheirParts) {
   const auto ten = jttk::decodeTopology(symbols, PacketForm::Jt10, 0);
   ASSERT_TRUE(ten.has_value()) << ten.error().text();
   EXPECT_EQ(std::count(ten->corner_records.begin(), ten->corner_records.end(), 61U), 32);
+  // Left out, the upper bits are 0.
+  symbols.upper_masks.clear();
+  const auto short_mask = jttk::decodeTopology(symbols, PacketForm::Jt10, 0);
+  ASSERT_TRUE(short_mask.has_value()) << short_mask.error().text();
+  EXPECT_TRUE(short_mask->records_fit);
+  EXPECT_EQ(short_mask->records, 61U + 1U);
+}
+
+// Masks say which attributes a corner has. The mesh does not need them.
+TEST(Topology, masksThatDoNotFitCostTheRecordsOnly) {
+  const auto whole = decode(tetrahedronSymbols(1));
+  for (const bool too_many : {false, true}) {
+    TopologySymbols symbols = tetrahedronSymbols(1);
+    too_many ? symbols.masks[1].push_back(1) : symbols.masks[1].pop_back();
+    const auto mesh = decode(symbols);
+    ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
+    EXPECT_FALSE(mesh->records_fit);
+    EXPECT_EQ(mesh->corner_vertices, whole->corner_vertices);
+  }
+}
+
+TEST(Topology, withoutFlagsNoPolygonIsACover) {
+  TopologySymbols symbols = tetrahedronSymbols(1);
+  symbols.flags.clear();
+  const auto mesh = decode(symbols);
+  ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
+  EXPECT_EQ(mesh->covers, 0U);
+  EXPECT_EQ(polygonsOf(*mesh).size(), 4U);
 }
 
 TEST(Topology, refusesArraysThatDoNotFit) {
@@ -201,8 +232,6 @@ TEST(Topology, refusesArraysThatDoNotFit) {
   EXPECT_THAT(with([](auto& s) { s.degrees[0][1] = -3; }), HasSubstr("negative degree"));
   EXPECT_THAT(with([](auto& s) { s.degrees[0][1] = 4; }), HasSubstr("do not add up"));
   EXPECT_THAT(with([](auto& s) { s.flags.pop_back(); }), HasSubstr("one flag per polygon"));
-  EXPECT_THAT(with([](auto& s) { s.masks[1].pop_back(); }), HasSubstr("too few attribute masks"));
-  EXPECT_THAT(with([](auto& s) { s.masks[1].push_back(1); }), HasSubstr("masks are left over"));
   EXPECT_THAT(with([](auto& s) { s.split_offsets.push_back(1); }), HasSubstr("one position per split"));
   EXPECT_THAT(with([](auto& s) {
                 s.split_offsets.push_back(1);

@@ -130,13 +130,90 @@ TEST(JtFile, contentsOutsideOfTheFileAreAnError) {
 
 TEST(JtFile, aSegmentOutsideOfTheFileIsAnErrorOfThatSegment) {
   Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
-  bytes.pop_back();
+  bytes.resize(bytes.size() - 3 - 24);
   const auto file = JtFile::fromBytes(bytes);
   ASSERT_TRUE(file.has_value());
   const auto segment = (*file)->segment((*file)->contents()[0]);
   ASSERT_FALSE(segment.has_value());
   EXPECT_THAT(segment.error().what, HasSubstr("lie outside of the file"));
   EXPECT_THAT(segment.error().what, HasSubstr(kSegmentId.text()));
+}
+
+TEST(JtFile, ofASegmentThatIsCutOffThereIsWhatThereIs) {
+  Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
+  bytes.pop_back();
+  const auto file = JtFile::fromBytes(bytes);
+  const auto segment = (*file)->segment((*file)->contents()[0]);
+  ASSERT_TRUE(segment.has_value()) << segment.error().text();
+  EXPECT_EQ(segment->data.size(), 2U);
+}
+
+// In the file: the contents' entry (id, offset, length, type) and the segment's header (id, type, length).
+constexpr std::size_t kEntry9 = kContents9 + 4;
+constexpr std::size_t kHeader9 = kEntry9 + 28;
+
+TEST(JtFile, ofTwoLengthsOfASegmentTheLongerOneHolds) {
+  for (const std::size_t length_at : {kEntry9 + 20, kHeader9 + 20}) {
+    Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
+    ASSERT_EQ(bytes[length_at], std::byte{27});
+    bytes[length_at] = std::byte{25};
+    const auto file = JtFile::fromBytes(bytes);
+    const auto segment = (*file)->segment((*file)->contents()[0]);
+    ASSERT_TRUE(segment.has_value()) << segment.error().text();
+    EXPECT_EQ(segment->data.size(), 3U);
+  }
+}
+
+TEST(JtFile, aSegmentMayNameItselfOtherwiseWhereTypeAndLengthAreRight) {
+  Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
+  bytes[kHeader9] ^= std::byte{1};
+  const auto read = [&] {
+    const auto file = JtFile::fromBytes(bytes);
+    const auto segment = (*file)->segment((*file)->contents()[0]);
+    return segment ? std::string() : segment.error().what;
+  };
+  EXPECT_EQ(read(), "");
+  bytes[kHeader9 + 16] = std::byte{9};
+  EXPECT_THAT(read(), HasSubstr("names another segment"));
+}
+
+TEST(JtFile, aTypeThatTheContentsLeaveOutIsThatOfTheSegment) {
+  Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
+  bytes[kEntry9 + 27] = std::byte{0};
+  const auto file = JtFile::fromBytes(bytes);
+  EXPECT_EQ((*file)->contents()[0].type, SegmentType::ShapeLod0);
+}
+
+TEST(JtFile, theSceneGraphIsFoundByItsTypeWhereItsIdIsNotListed) {
+  const Guid other{7, 7, 7, {}};
+  Bytes bytes = container("9.5", {{other, kShapeLod0, textBytes("abc")}, {kSegmentId, kSceneGraph, {}}});
+  const auto file = JtFile::fromBytes(bytes);
+  EXPECT_EQ((*file)->sceneGraph()->id, other);  // the header's word counts
+  bytes[kOrderByte + 9] ^= std::byte{1};        // now it names what does not exist
+  const auto lost = JtFile::fromBytes(bytes);
+  ASSERT_NE((*lost)->sceneGraph(), nullptr);
+  EXPECT_EQ((*lost)->sceneGraph()->id, kSegmentId);
+}
+
+// Flag and algorithm say the same as a rule.
+TEST(JtFile, whereFlagAndAlgorithmDisagreeTheDataTell) {
+  Compression compression{};
+  const Bytes plain = textBytes("scene graph");
+  for (const std::uint32_t flag : {0U, 1U, 3U}) {
+    EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, prefixed(flag, 2, zlibOf(plain)), &compression).value(),
+              plain);
+    EXPECT_EQ(compression, Compression::Zlib);
+  }
+  EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, prefixed(2, 1, zlibOf(plain))).value(), plain);
+  EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, prefixed(2, 1, plain), &compression).value(), plain);
+  EXPECT_EQ(compression, Compression::Stored);
+}
+
+TEST(JtFile, aSegmentThatBeginsWithAnElementHasNoPrefix) {
+  Compression compression{};
+  const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(0).text("more").result();
+  EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, element, &compression).value(), element);
+  EXPECT_EQ(compression, Compression::None);
 }
 
 TEST(JtFile, aSegmentThatDoesNotUnpackIsAnError) {
