@@ -41,8 +41,18 @@ bool isAbsolute(std::string_view reference) {
 // Capital letters of two UTF-8 bytes: the Latin ones with accents, Greek and Cyrillic.
 unsigned foldCodePoint(unsigned code) {
   if (code >= 0xc0 && code <= 0xde && code != 0xd7) return code + 0x20;
-  if (code >= 0x100 && code <= 0x137) return code | 1U;
-  if (code >= 0x391 && code <= 0x3a9) return code + 0x20;
+  // Capitals of the extended Latin letters are even in some stretches and odd in others; 0x130 and 0x131 are
+  // no pair.
+  if ((code >= 0x100 && code <= 0x12f) || (code >= 0x132 && code <= 0x137)) return code | 1U;
+  if (code >= 0x139 && code <= 0x148) return code + (code & 1U);
+  if (code >= 0x14a && code <= 0x177) return code | 1U;
+  if (code == 0x178) return 0xff;
+  if (code >= 0x179 && code <= 0x17e) return code + (code & 1U);
+  if (code == 0x386) return 0x3ac;
+  if (code >= 0x388 && code <= 0x38a) return code + 0x25;
+  if (code == 0x38c) return 0x3cc;
+  if (code == 0x38e || code == 0x38f) return code + 0x3f;
+  if (code >= 0x391 && code <= 0x3a9 && code != 0x3a2) return code + 0x20;
   if (code >= 0x400 && code <= 0x40f) return code + 0x50;
   if (code >= 0x410 && code <= 0x42f) return code + 0x20;
   return code;

@@ -258,6 +258,25 @@ TEST(FoldCase, KnowsLatinGreekAndCyrillicLetters) {
   EXPECT_EQ(jttk::foldCase("GEH\xc3\x84USE"), "geh\xc3\xa4use");
   EXPECT_EQ(jttk::foldCase("\xce\x91\xd0\x94"), "\xce\xb1\xd0\xb4");
   EXPECT_EQ(jttk::foldCase("\xff\xc3"), "\xff\xc3");
+  // Polish, Czech, Turkish and accented Greek: pairs of capital and small letter.
+  for (const auto& [capital, small] : {std::pair{"\u0141", "\u0142"},
+                                       {"\u0143", "\u0144"},
+                                       {"\u0147", "\u0148"},
+                                       {"\u015a", "\u015b"},
+                                       {"\u016e", "\u016f"},
+                                       {"\u0178", "\u00ff"},
+                                       {"\u0179", "\u017a"},
+                                       {"\u017d", "\u017e"},
+                                       {"\u011e", "\u011f"},
+                                       {"\u0386", "\u03ac"},
+                                       {"\u0388", "\u03ad"},
+                                       {"\u038c", "\u03cc"},
+                                       {"\u038f", "\u03ce"},
+                                       {"\u0401", "\u0451"}}) {
+    EXPECT_EQ(jttk::foldCase(capital), small);
+    EXPECT_EQ(jttk::foldCase(small), small);
+  }
+  EXPECT_NE(jttk::foldCase("\u0130"), jttk::foldCase("\u0131"));  // no pair
 }
 
 }  // namespace

@@ -182,6 +182,14 @@ GraphBuilder::NodeSettings GraphBuilder::triStrips(std::int32_t id) {
   return settings;
 }
 
+GraphBuilder::NodeSettings GraphBuilder::shapeNode(std::int32_t id, const Guid& kind, const Bytes& tail,
+                                                   const Bytes& geometry) {
+  shapes_[id] = geometry;
+  NodeSettings settings = add(id, kind, 2, OrderedBytes(order_).bytes(shapeBody()).bytes(tail).result());
+  settings.lateLoaded("JT_LLPROP_SHAPEIMPL", shapeSegment(id), 7);
+  return settings;
+}
+
 GraphBuilder::NodeSettings GraphBuilder::nullShape(std::int32_t id) {
   return add(id, kNullShape, 2, shapeBody());
 }
@@ -311,10 +319,10 @@ Bytes GraphBuilder::file() const {
   OrderedBytes stored(order_);
   stored.u32(0).u32(graph.size() + 1).u8(1).bytes(graph);
   std::vector<Entry> entries{{kSceneGraphId, 1, stored.result()}};
-  for (const auto& [id, data] : exact_) {
-    OrderedBytes exact(order_);
-    exact.u32(0).u32(data.size() + 1).u8(1).bytes(data);
-    entries.push_back({id, 17, exact.result()});
+  for (const auto& [id, late] : late_) {
+    OrderedBytes prefixed(order_);
+    prefixed.u32(0).u32(late.second.size() + 1).u8(1).bytes(late.second);
+    entries.push_back({id, late.first, prefixed.result()});
   }
   for (const auto& [id, data] : shapes_) entries.push_back({shapeSegment(id), 7, data});
 

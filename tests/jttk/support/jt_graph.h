@@ -78,6 +78,9 @@ class GraphBuilder {
   NodeSettings switchNode(std::int32_t id, Ids children, std::int32_t selected);
   // A tetrahedron of four vertices, vertex i at (i, 2i, 3i + 0.5), in a segment of its own (from 9.0 on).
   NodeSettings triStrips(std::int32_t id);
+  // A shape node of another kind, with a segment of its own that holds `geometry`. `tail`: what follows the
+  // base shape in the node.
+  NodeSettings shapeNode(std::int32_t id, const Guid& kind, const Bytes& tail, const Bytes& geometry);
   // The same without geometry.
   NodeSettings emptyTriStrips(std::int32_t id);
   NodeSettings nullShape(std::int32_t id);
@@ -103,7 +106,11 @@ class GraphBuilder {
   // The segment that a shape of triStrips is in.
   [[nodiscard]] Guid shapeSegment(std::int32_t id) const;
   // A segment of type 17, stored plainly.
-  void exactGeometry(const Guid& segment, const Bytes& data) { exact_[segment] = data; }
+  void exactGeometry(const Guid& segment, const Bytes& data) { lateSegment(segment, 17, data); }
+  // A segment of a type that starts with a compression prefix, stored plainly.
+  void lateSegment(const Guid& segment, std::uint32_t type, const Bytes& data) {
+    late_[segment] = {type, data};
+  }
   // Takes the place of the geometry of all shapes that are added from here on.
   void setGeometry(Bytes element) { geometry_ = std::move(element); }
 
@@ -141,7 +148,7 @@ class GraphBuilder {
   std::vector<Listed> elements_;
   std::map<std::int32_t, std::vector<Property>> properties_;
   std::map<std::int32_t, Bytes> shapes_;
-  std::map<Guid, Bytes> exact_;
+  std::map<Guid, std::pair<std::uint32_t, Bytes>> late_;  // type and data
   Bytes geometry_;
 };
 
