@@ -3,6 +3,7 @@
 //   beam_engine_8.1.jt   the same with quantised triangle strips
 //   beam_engine_10.0.jt  the same quantised, with xz compression
 //   survey.jt            a hill as coloured triangles, contour lines and points; JT 9.5
+//   flange_joint.jt      two pipe flanges and a seal, exact geometry only; JT 9.5
 // The committed files in samples/ were made by this program; equal code gives equal bytes.
 // make_samples --single-part TRIANGLES FILE writes one part of about so many triangles instead, to measure
 // with.

@@ -82,12 +82,14 @@ enum class SurfaceKind : std::uint8_t {
   Cylinder,  // origin + radius (cos u x + sin u y) + v z
   Cone,      // origin + (radius + v tan a)(cos u x + sin u y) + v z
   Sphere,    // origin + radius cos v (cos u x + sin u y) + radius sin v z
-  Torus,     // origin + (radius + radius_2 cos v)(cos u x + sin u y) + radius_2 sin v z
-  BSpline,   // spline
-  Swept,     // curve(u) + v sweep
-  Spun,      // curve(u) turned by v about the line through frame.origin along frame.z
-  Offset,    // base(u, v) + offset * unit normal of the base
-  Blend,     // tube of `radius` round `curve`
+  // origin + (radius + radius_2 cos v)(cos u x + sin u y) + radius_2 sin v z; where radius is below radius_2
+  // the outer part alone, between the points where it meets the axis
+  Torus,
+  BSpline,  // spline
+  Swept,    // curve(u) + v sweep
+  Spun,     // curve(u) turned by v about the line through frame.origin along frame.z
+  Offset,   // base(u, v) + offset * unit normal of the base
+  Blend,    // tube of `radius` round `curve`
 };
 
 struct Surface {

@@ -12,6 +12,8 @@ constexpr std::size_t kMaximumPoints = 16384;
 constexpr int kMaximumDepth = 14;
 // Pieces of a closed edge at least; fewer could fall together to a line.
 constexpr int kRingPieces = 6;
+// Ends of a curve this near to each other close it, in metres.
+constexpr double kSmallestGap = 1e-6;
 
 class Sampler {
  public:
@@ -57,17 +59,26 @@ class Sampler {
   // An edge without a curve of its own: that of a side, which runs as the side does.
   void sampleTolerant() {
     const auto& fins = geometry_.bodies().fins;
+    samples_.problem = "an edge without a curve";
     for (const std::int32_t number : {edge_.forward_fin, edge_.backward_fin}) {
-      if (number == kNone) continue;
+      if (number == kNone || samples_.problem.empty()) continue;
       const Fin& fin = fins[static_cast<std::size_t>(number)];
       if (fin.curve == kNone) continue;
       const Curve& curve = geometry_.curve(fin.curve);
-      if (curve.kind != CurveKind::Trimmed) continue;
-      sampleBetween(curve, curve.parameters[0], curve.parameters[1]);
+      samples_ = {};
+      if (curve.kind == CurveKind::Trimmed) {
+        sampleBetween(curve, curve.parameters[0], curve.parameters[1]);
+      } else if (curve.kind == CurveKind::OnSurface) {
+        const Range limits = geometry_.range(curve);
+        sampleBetween(curve, curve.reversed ? limits.high : limits.low,
+                      curve.reversed ? limits.low : limits.high);
+      } else {
+        // Between two vertices it is they that tell the direction.
+        sampleCurve(curve);
+        if (!isClosed()) continue;
+      }
       if (!fin.forward) std::reverse(samples_.points.begin(), samples_.points.end());
-      return;
     }
-    samples_.problem = "an edge without a curve";
   }
 
   void sampleCurve(const Curve& curve) {
@@ -104,7 +115,7 @@ class Sampler {
     const double period = geometry_.period(curve);
     if (isClosed()) {
       if (!(period > 0)) {
-        samples_.problem = "a closed edge on an open curve";
+        sampleNearlyClosed(curve, limits);
         return;
       }
       const double from = isRing() ? limits.low : geometry_.nearest(curve, startPoint(), std::nan(""), 1e-9);
@@ -121,6 +132,19 @@ class Sampler {
       to = curve.reversed ? from - way : from + way;
     }
     sampleBetween(curve, from, to);
+  }
+
+  // A curve whose ends miss each other by little: the whole of it, from end to end.
+  void sampleNearlyClosed(const Curve& curve, const Range& limits) {
+    const double gap = std::max(kSmallestGap, edge_.tolerance);
+    if (!limits.bounded() ||
+        distance(geometry_.at(curve, limits.low).p, geometry_.at(curve, limits.high).p) > gap ||
+        (!isRing() && distance(geometry_.at(curve, limits.low).p, startPoint()) > gap)) {
+      samples_.problem = "a closed edge on an open curve";
+      return;
+    }
+    sampleBetween(curve, curve.reversed ? limits.high : limits.low,
+                  curve.reversed ? limits.low : limits.high);
   }
 
   // Smooth pieces of the curve between two parameters, in that order.

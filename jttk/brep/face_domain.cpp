@@ -14,6 +14,16 @@ constexpr double kMaximumGap = 20;
 constexpr std::size_t kPoleRowPieces = 12;
 // How far, in chord tolerances, the straight image of an edge's piece may be from the piece.
 constexpr double kMaximumStray = 2;
+// Measuring how a surface bends: places, the step of the extent, and the most that is made of it.
+constexpr std::size_t kBendPlaces = 6;
+constexpr double kBendSteps = 200;
+constexpr double kMaximumStretch = 8;
+// The search for a seam: points of a loop that are tried, ways that are tested against all loops, at first
+// and after a hole has become part of the seam, and ways kept per hole.
+constexpr std::size_t kTriedPoints = 200;
+constexpr std::size_t kSeamTests = 400;
+constexpr std::size_t kSeamTestsAgain = 40;
+constexpr std::size_t kWaysPerHole = 6;
 
 struct Unwrapped {
   DomainLoop points;
@@ -168,6 +178,18 @@ class Builder {
     int singular = 0;
   };
 
+  // What the file allows an edge to be off its surfaces, its vertices included.
+  [[nodiscard]] double toleranceOf(std::uint32_t number) const {
+    if (number == kNoEdge) return 0;
+    const Bodies& bodies = geometry_.bodies();
+    const Edge& edge = bodies.edges[number];
+    double allowed = edge.tolerance;
+    for (const std::int32_t v : {edge.start, edge.end}) {
+      if (v != kNone) allowed = std::max(allowed, bodies.vertices[static_cast<std::size_t>(v)].tolerance);
+    }
+    return allowed;
+  }
+
   std::vector<Entry> invertAll(const std::vector<LoopPoint>& loop) {
     std::vector<Entry> entries;
     const double accept = std::max(1e-9, tolerances_.chord * 1e-3);
@@ -180,7 +202,7 @@ class Builder {
         entry.uv = known->second;
       } else {
         const double gap = geometry_.invert(domain_.surface, points_[p.id], guess, accept, entry.uv);
-        if (!(gap <= kMaximumGap * tolerances_.chord)) {
+        if (!(gap <= kMaximumGap * tolerances_.chord + 2 * toleranceOf(p.edge))) {
           fail("an edge that does not lie on its surface");
           return entries;
         }
@@ -293,28 +315,73 @@ class Builder {
   }
 
   void measure(const std::vector<Unwrapped>& loops) {
-    double su = 0;
-    double sv = 0;
-    double count = 0;
-    const auto add = [&](Vec2 uv) {
-      const SurfacePoint s = geometry_.at(domain_.surface, uv);
-      su += length(s.du);
-      sv += length(s.dv);
-      ++count;
-    };
+    std::vector<Vec2> places;
+    Vec2 low{1e300, 1e300};
+    Vec2 high{-1e300, -1e300};
     for (const Unwrapped& loop : loops) {
       const std::size_t step = std::max<std::size_t>(1, loop.points.size() / 24);
-      for (std::size_t i = 0; i < loop.points.size(); i += step) add(loop.points[i].uv);
+      for (std::size_t i = 0; i < loop.points.size(); i += step) {
+        const Vec2 uv = loop.points[i].uv;
+        places.push_back(uv);
+        low = {std::min(low.u, uv.u), std::min(low.v, uv.v)};
+        high = {std::max(high.u, uv.u), std::max(high.v, uv.v)};
+      }
     }
-    for (int i = 0; i < 9 && loops.empty(); ++i) {
-      if (!box_.u.bounded() || !box_.v.bounded()) break;
-      const int column = i % 3 + 1;
-      const int row = i / 3 + 1;
-      add({box_.u.low + box_.u.size() * column / 4, box_.v.low + box_.v.size() * row / 4});
+    if (loops.empty() && box_.u.bounded() && box_.v.bounded()) {
+      low = {box_.u.low, box_.v.low};
+      high = {box_.u.high, box_.v.high};
+      for (int i = 0; i < 9; ++i) {
+        places.push_back({low.u + box_.u.size() * (i % 3 + 1) / 4, low.v + box_.v.size() * (i / 3 + 1) / 4});
+      }
     }
-    if (count > 0 && su > 0 && sv > 0) domain_.scale = {su / count, sv / count};
+    Vec2 sum;
+    for (const Vec2 uv : places) {
+      const SurfacePoint s = geometry_.at(domain_.surface, uv);
+      sum = sum + Vec2{length(s.du), length(s.dv)};
+    }
+    if (sum.u > 0 && sum.v > 0) domain_.scale = sum * (1 / static_cast<double>(places.size()));
     if (!std::isfinite(domain_.scale.u) || !std::isfinite(domain_.scale.v))
       fail("a surface that is not finite");
+    if (domain_.surface.kind != SurfaceKind::Plane && !places.empty()) stretch(places, high - low);
+  }
+
+  // Where the surface bends more one way than the other, triangles may be longer the other way: in the
+  // stretched plane the lengths that the tolerances allow look the same.
+  void stretch(const std::vector<Vec2>& places, Vec2 extent) {
+    const double size = std::max(extent.u * domain_.scale.u, extent.v * domain_.scale.v) / kBendSteps;
+    const auto stepOf = [&](double scale, const Range& range, double period) {
+      const double most = period > 0 ? period : range.bounded() ? range.size() : size / scale * kBendSteps;
+      return std::min(size / scale, most / kBendSteps);
+    };
+    const double eps[] = {stepOf(domain_.scale.u, box_.u, box_.period_u),
+                          stepOf(domain_.scale.v, box_.v, box_.period_v)};
+    double bend[] = {0, 0};
+    const auto normal = [&](Vec2 uv) {
+      const SurfacePoint s = geometry_.at(domain_.surface, uv);
+      return cross(s.du, s.dv);
+    };
+    const std::size_t step = std::max<std::size_t>(1, places.size() / kBendPlaces);
+    for (std::size_t i = 0; i < places.size(); i += step) {
+      for (int way = 0; way < 2; ++way) {
+        const Vec2 by = way == 0 ? Vec2{eps[0], 0} : Vec2{0, eps[1]};
+        const Vec3 before = geometry_.at(domain_.surface, places[i] - by).p;
+        const Vec3 behind = geometry_.at(domain_.surface, places[i] + by).p;
+        const double way_size = distance(before, behind);
+        if (!(way_size > 1e-12)) continue;
+        const double angle = angleBetween(normal(places[i] - by), normal(places[i] + by));
+        bend[way] = std::max(bend[way], angle / way_size);
+      }
+    }
+    const auto allowed = [&](double of_way) {
+      const double by_angle = std::max(tolerances_.angle / of_way, tolerances_.minimum_edge);
+      return std::min(std::sqrt(8 * tolerances_.chord / of_way), by_angle);
+    };
+    // Flat both ways, or no way to tell.
+    if (!(bend[0] > 0 || bend[1] > 0) || !std::isfinite(bend[0] + bend[1])) return;
+    const double ratio = std::clamp(bend[0] > 0 && bend[1] > 0 ? allowed(bend[0]) / allowed(bend[1])
+                                                               : (bend[0] > 0 ? 0.0 : kMaximumStretch),
+                                    1 / kMaximumStretch, kMaximumStretch);
+    domain_.stretch = {1 / std::sqrt(ratio), std::sqrt(ratio)};
   }
 
   [[nodiscard]] double area(const DomainLoop& loop) const {
@@ -409,54 +476,108 @@ class Builder {
     return false;
   }
 
-  // Joins two loops that wind round, `lower` by `turn` and `upper` against it, to one polygon: along lower,
-  // over the cut, along upper, and back over the same cut one turn earlier.
-  void joinBand(const DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
-                const std::vector<DomainLoop>& holes) {
-    struct Candidate {
-      double size;
-      std::size_t a;
-      std::size_t b;
-      double shift;
-    };
-    const auto scaled = [&](Vec2 d) { return std::hypot(d.u * domain_.scale.u, d.v * domain_.scale.v); };
+  struct Way {
+    double size;
+    std::size_t a;
+    std::size_t b;
+    double shift;  // in turns
+  };
+
+  // Straight ways from points of `lower` to points of another loop, the shortest first.
+  [[nodiscard]] std::vector<Way> waysBetween(const DomainLoop& lower, const DomainLoop& other,
+                                             Vec2 turn) const {
     const double turn_size = turn.u * turn.u + turn.v * turn.v;
-    std::vector<Candidate> candidates;
-    const std::size_t step_a = std::max<std::size_t>(1, lower.size() / 200);
-    const std::size_t step_b = std::max<std::size_t>(1, upper.size() / 200);
+    std::vector<Way> ways;
+    const std::size_t step_a = std::max<std::size_t>(1, lower.size() / kTriedPoints);
+    const std::size_t step_b = std::max<std::size_t>(1, other.size() / kTriedPoints);
     for (std::size_t i = 0; i < lower.size(); i += step_a) {
-      for (std::size_t k = 0; k < upper.size(); k += step_b) {
-        const Vec2 way = upper[k].uv - lower[i].uv;
+      for (std::size_t k = 0; k < other.size(); k += step_b) {
+        const Vec2 way = other[k].uv - lower[i].uv;
         const double shift = -std::round((way.u * turn.u + way.v * turn.v) / turn_size);
-        candidates.push_back({scaled(way + turn * shift), i, k, shift});
+        const Vec2 d = way + turn * shift;
+        ways.push_back({std::hypot(d.u * domain_.scale.u, d.v * domain_.scale.v), i, k, shift});
       }
     }
-    std::sort(candidates.begin(), candidates.end(),
-              [](const Candidate& a, const Candidate& b) { return a.size < b.size; });
-    std::size_t tests = 0;
-    for (const Candidate& c : candidates) {
-      if (++tests > 400) break;
-      const Vec2 a = lower[c.a].uv;
-      const Vec2 b = upper[c.b].uv + turn * c.shift;
-      bool free = true;
-      for (int k = -2; k <= 2 && free; ++k) {
-        const Vec2 by = turn * k;
-        free = !crossesLoop(a, b, lower, by, true, turn) &&
-               !crossesLoop(a, b, upper, turn * c.shift + by, true, turn * -1);
-        for (const DomainLoop& hole : holes) {
-          // The other period too: a hole may have been unwrapped anywhere.
-          for (int m = -2; m <= 2 && free; ++m) {
-            const Vec2 aside = turn.u != 0 ? Vec2{0, box_.period_v * m} : Vec2{box_.period_u * m, 0};
-            if (m != 0 && aside == Vec2{}) continue;
-            free = !crossesLoop(a, b, hole, by + aside, false, turn);
-          }
+    std::sort(ways.begin(), ways.end(), [](const Way& a, const Way& b) { return a.size < b.size; });
+    return ways;
+  }
+
+  // Whether a-b meets no loop of the band, wherever these were unwrapped.
+  [[nodiscard]] bool isFree(Vec2 a, Vec2 b, const DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
+                            double shift, const std::vector<DomainLoop>& holes) const {
+    for (int k = -2; k <= 2; ++k) {
+      const Vec2 by = turn * k;
+      if (crossesLoop(a, b, lower, by, true, turn) ||
+          crossesLoop(a, b, upper, turn * shift + by, true, turn * -1)) {
+        return false;
+      }
+      for (const DomainLoop& hole : holes) {
+        for (int m = -2; m <= 2; ++m) {
+          const Vec2 aside = turn.u != 0 ? Vec2{0, box_.period_v * m} : Vec2{box_.period_u * m, 0};
+          if (m != 0 && aside == Vec2{}) continue;
+          if (crossesLoop(a, b, hole, by + aside, false, turn)) return false;
         }
       }
-      if (!free) continue;
-      joinAt(lower, c.a, upper, c.b, turn, c.shift);
-      return;
+    }
+    return true;
+  }
+
+  // Joins two loops that wind round, `lower` by `turn` and `upper` against it, to one polygon: along lower,
+  // over the cut, along upper, and back over the same cut one turn earlier. Where holes leave no straight way
+  // for the cut, it goes through them: `holes` keeps those that are not part of the polygon then.
+  void joinBand(DomainLoop lower, const DomainLoop& upper, Vec2 turn, std::vector<DomainLoop>& holes) {
+    std::size_t tests = kSeamTests;
+    for (;;) {
+      for (const Way& way : waysBetween(lower, upper, turn)) {
+        if (tests == 0) break;
+        --tests;
+        const Vec2 a = lower[way.a].uv;
+        const Vec2 b = upper[way.b].uv + turn * way.shift;
+        if (!isFree(a, b, lower, upper, turn, way.shift, holes)) continue;
+        joinAt(lower, way.a, upper, way.b, turn, way.shift);
+        return;
+      }
+      if (!takeHole(lower, upper, turn, holes)) break;
+      tests = kSeamTestsAgain;
     }
     fail("no free way for the seam");
+  }
+
+  // Makes the hole that is nearest to `lower` a part of it, by a way there and back.
+  bool takeHole(DomainLoop& lower, const DomainLoop& upper, Vec2 turn, std::vector<DomainLoop>& holes) {
+    if ((turn.u != 0 ? box_.period_v : box_.period_u) > 0) return false;
+    struct Reach {
+      Way way;
+      std::size_t hole;
+    };
+    std::vector<Reach> reaches;
+    for (std::size_t h = 0; h < holes.size(); ++h) {
+      const std::vector<Way> ways = waysBetween(lower, holes[h], turn);
+      for (std::size_t i = 0; i < std::min<std::size_t>(ways.size(), kWaysPerHole); ++i) {
+        reaches.push_back({ways[i], h});
+      }
+    }
+    std::sort(reaches.begin(), reaches.end(),
+              [](const Reach& a, const Reach& b) { return a.way.size < b.way.size; });
+    if (reaches.size() > kSeamTests) reaches.resize(kSeamTests);
+    for (const Reach& reach : reaches) {
+      const Way& way = reach.way;
+      const DomainLoop hole = moved(holes[reach.hole], turn * way.shift);
+      if (!isFree(lower[way.a].uv, hole[way.b].uv, lower, upper, turn, 0, holes)) continue;
+      DomainLoop joined(lower.begin(), lower.begin() + static_cast<std::ptrdiff_t>(way.a) + 1);
+      joined.back().edge = kNoEdge;
+      const DomainLoop cut = cutBetween(lower[way.a], hole[way.b]);
+      joined.insert(joined.end(), cut.begin(), cut.end());
+      for (std::size_t i = 0; i < hole.size(); ++i) joined.push_back(hole[(way.b + i) % hole.size()]);
+      joined.push_back(hole[way.b]);
+      joined.back().edge = kNoEdge;
+      joined.insert(joined.end(), cut.rbegin(), cut.rend());
+      joined.insert(joined.end(), lower.begin() + static_cast<std::ptrdiff_t>(way.a), lower.end());
+      lower = std::move(joined);
+      holes.erase(holes.begin() + static_cast<std::ptrdiff_t>(reach.hole));
+      return true;
+    }
+    return false;
   }
 
   void joinAt(const DomainLoop& lower, std::size_t a, const DomainLoop& upper, std::size_t b, Vec2 turn,
@@ -539,15 +660,11 @@ class Builder {
   }
 
   // The whole surface, where it is closed by itself. False when it is not.
-  bool wholeSurface(const std::vector<DomainLoop>& holes) {
+  bool wholeSurface(std::vector<DomainLoop>& holes) {
     const bool closed_u = box_.period_u > 0;
     const bool closed_v = box_.period_v > 0;
     if (closed_u && closed_v) {
       if (domain_.surface.kind == SurfaceKind::Blend) return false;
-      if (domain_.surface.kind == SurfaceKind::Torus && domain_.surface.radius <= domain_.surface.radius_2) {
-        fail("a whole torus that crosses itself");
-        return true;
-      }
       wholeTorus(holes);
       return true;
     }
@@ -687,12 +804,21 @@ class Builder {
     const double across =
         turn.u != 0 && turn.v == 0 ? std::abs(turn.u) * box_.period_v : std::abs(turn.v) * box_.period_u;
     double gap = mean(upper) - mean(lower);
-    if (across > 0) {
+    const auto byPeriods = [&](double times) {
+      return turn.v == 0 ? Vec2{0, box_.period_v * times * (turn.u > 0 ? 1 : -1)}
+                         : Vec2{box_.period_u * times * (turn.v > 0 ? -1 : 1), 0};
+    };
+    const bool blend = domain_.surface.kind == SurfaceKind::Blend;
+    if (across > 0 && blend) {
+      // The part of the tube between the two surfaces is the smaller one; which side of it is meant, the
+      // loops tell.
+      const double times = -std::round(gap / across);
+      upper = moved(std::move(upper), byPeriods(times));
+      gap += times * across;
+    }
+    if (across > 0 && !blend) {
       // Closed this way too: the band that begins on the left of `lower`.
-      const double times = -std::floor(gap / across);
-      const Vec2 by = turn.v == 0 ? Vec2{0, box_.period_v * times * (turn.u > 0 ? 1 : -1)}
-                                  : Vec2{box_.period_u * times * (turn.v > 0 ? -1 : 1), 0};
-      upper = moved(std::move(upper), by);
+      upper = moved(std::move(upper), byPeriods(-std::floor(gap / across)));
     } else if (gap < 0) {
       domain_.flipped = !domain_.flipped;
       reverseLoop(lower);

@@ -38,6 +38,7 @@ struct FaceDomain {
   Surface surface;       // the face's; a sphere may have other axes
   bool flipped = false;  // the face's normal is against Pu x Pv
   Vec2 scale{1, 1};      // metres per unit of u and v, on the average
+  Vec2 stretch{1, 1};    // of the plane besides, to even out how the surface bends; their product is 1
   std::vector<DomainLoop> loops;
   Vec2 center;
   std::string problem;

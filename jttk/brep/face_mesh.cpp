@@ -15,16 +15,23 @@ constexpr int kMaximumRounds = 40;
 constexpr std::size_t kMaximumPoints = 100000;
 // An edge of the triangulation may leave its curve on the surface sideways by this share of its length.
 constexpr double kMaximumDrift = 0.15;
+// A triangle and the surface at its corner further apart than 60 degrees.
+constexpr double kTurnedCosine = 0.5;
 
 class Mesher {
  public:
   Mesher(Geometry& geometry, const FaceDomain& domain, const Tolerances& tolerances,
-         const PointPairs& not_wanted, std::vector<Vec3>& points)
+         const PointPairs& not_wanted, std::vector<Vec3>& points, bool stretched)
       : geometry_(geometry),
         domain_(domain),
         tolerances_(tolerances),
         not_wanted_(not_wanted),
-        points_(points) {}
+        points_(points),
+        scale_(stretched ? Vec2{domain.scale.u * domain.stretch.u, domain.scale.v * domain.stretch.v}
+                         : domain.scale) {}
+
+  // Corners of triangles that turn away from the surface at their corner.
+  [[nodiscard]] std::size_t turnedCorners() const { return turned_; }
 
   FaceMesh run() {
     mesh_.problem = domain_.problem;
@@ -67,12 +74,12 @@ class Mesher {
       }
     }
     middle_ = (low + high) * 0.5;
-    const double size = std::max((high.u - low.u) * domain_.scale.u, (high.v - low.v) * domain_.scale.v) / 2;
+    const double size = std::max((high.u - low.u) * scale_.u, (high.v - low.v) * scale_.v) / 2;
     factor_ = size > 0 ? 1 / size : 1;
   }
 
   [[nodiscard]] Vec2 toPlane(Vec2 uv) const {
-    return {(uv.u - middle_.u) * domain_.scale.u * factor_, (uv.v - middle_.v) * domain_.scale.v * factor_};
+    return {(uv.u - middle_.u) * scale_.u * factor_, (uv.v - middle_.v) * scale_.v * factor_};
   }
 
   bool insertLoops() {
@@ -293,6 +300,10 @@ class Mesher {
         mesh_.corners.push_back(ids[k]);
         mesh_.corner_normals.push_back(normal_of[number]);
       }
+      const Vec3 across = cross(points_[ids[1]] - points_[ids[0]], points_[ids[2]] - points_[ids[0]]);
+      for (const std::uint32_t number : t.corner) {
+        if (dot(normal(number), across) < kTurnedCosine * length(across)) ++turned_;
+      }
     }
   }
 
@@ -304,6 +315,8 @@ class Mesher {
   Triangulation* plane_ = nullptr;
   std::vector<Node> nodes_;  // by number in the triangulation
   FaceMesh mesh_;
+  Vec2 scale_;
+  std::size_t turned_ = 0;
   Vec2 middle_;
   double factor_ = 1;
   bool blocked_ = false;
@@ -313,7 +326,19 @@ class Mesher {
 
 FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances& tolerances,
                   const PointPairs& not_wanted, std::vector<Vec3>& points) {
-  return Mesher(geometry, domain, tolerances, not_wanted, points).run();
+  const std::size_t known_points = points.size();
+  Mesher stretched(geometry, domain, tolerances, not_wanted, points, true);
+  FaceMesh made = stretched.run();
+  if (made.problem.empty() && stretched.turnedCorners() == 0) return made;
+  if (domain.stretch == Vec2{1, 1}) return made;
+  // Long triangles do not suit this border.
+  std::vector<Vec3> other_points(points.begin(), points.begin() + static_cast<std::ptrdiff_t>(known_points));
+  Mesher plain(geometry, domain, tolerances, not_wanted, other_points, false);
+  FaceMesh other = plain.run();
+  const bool better = made.problem.empty() ? plain.turnedCorners() < stretched.turnedCorners() : true;
+  if (!other.problem.empty() || !better) return made;
+  points.swap(other_points);
+  return other;
 }
 
 }  // namespace jttk::brep

@@ -184,7 +184,13 @@ SurfaceDomain Geometry::domain(const Surface& surface) {
       made.v = {-kTurn / 4, kTurn / 4};
       break;
     case SurfaceKind::Torus:
-      made.period_u = made.period_v = kTurn;
+      made.period_u = kTurn;
+      if (surface.radius > surface.radius_2) {
+        made.period_v = kTurn;
+      } else {
+        const double end = std::acos(std::clamp(-surface.radius / surface.radius_2, -1.0, 1.0));
+        made.v = {-end, end};
+      }
       break;
     case SurfaceKind::BSpline: {
       const auto known = spline_domains_.find(surface.spline);

@@ -53,6 +53,26 @@ std::size_t pointsForKnots(std::size_t knot_count, int degree) {
   return knot_count > needed ? knot_count - needed : 0;
 }
 
+// A closed direction may bring the knots of one period only, the first one at both ends: the others are
+// theirs moved by whole periods. Afterwards the first `degree` points come again at the end.
+void closeKnots(std::vector<double>& knots, int degree, std::size_t stored) {
+  if (knots.size() < 2 || pointsForKnots(knots.size(), degree) >= stored) return;
+  const double period = knots.back() - knots.front();
+  const auto times = static_cast<std::size_t>(std::count(knots.begin(), knots.end(), knots.front()));
+  const auto last_times = static_cast<std::size_t>(std::count(knots.begin(), knots.end(), knots.back()));
+  if (!(period > 0) || times != last_times || knots.size() != stored + times) return;
+  const auto p = static_cast<std::ptrdiff_t>(degree);
+  const auto n = static_cast<std::ptrdiff_t>(stored);
+  std::vector<double> all;
+  for (std::ptrdiff_t i = 0; i <= n + 2 * p; ++i) {
+    // The last copy of the first knot goes to place `degree`.
+    const std::ptrdiff_t place = i - p + static_cast<std::ptrdiff_t>(times) - 1;
+    const std::ptrdiff_t turns = place >= 0 ? place / n : -((n - 1 - place) / n);
+    all.push_back(knots[static_cast<std::size_t>(place - turns * n)] + static_cast<double>(turns) * period);
+  }
+  knots.swap(all);
+}
+
 bool weightsAreFine(const std::vector<double>& points, std::size_t stride) {
   for (std::size_t i = stride - 1; i < points.size(); i += stride) {
     if (!(points[i] > 1e-12)) return false;
@@ -139,8 +159,10 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
   spline.knots =
       expandKnots(node.pointer("knots", 128), node.pointer("knot_mult", 127), node.integer("n_knots"),
                   point_limit + static_cast<std::size_t>(spline.degree) + 1);
+  const bool periodic = node.integer("periodic") != 0;
+  if (periodic) closeKnots(spline.knots, spline.degree, static_cast<std::size_t>(stored));
   const std::size_t wanted = pointsForKnots(spline.knots.size(), spline.degree);
-  if (node.integer("periodic") != 0 && wanted > static_cast<std::size_t>(stored) && wanted <= point_limit) {
+  if (periodic && wanted > static_cast<std::size_t>(stored) && wanted <= point_limit) {
     for (std::size_t i = needed; i < wanted * static_cast<std::size_t>(stride); ++i) {
       spline.points.push_back(spline.points[i - needed]);
     }
@@ -187,9 +209,12 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
                                node.integer("n_v_knots"), n_v + 2 * degree_v + 1);
   std::size_t rows = n_u;
   std::size_t columns = n_v;
-  if (node.integer("u_periodic") != 0)
+  if (node.integer("u_periodic") != 0) {
+    closeKnots(spline.knots_u, spline.degree_u, n_u);
     rows = std::max(rows, pointsForKnots(spline.knots_u.size(), spline.degree_u));
+  }
   if (node.integer("v_periodic") != 0) {
+    closeKnots(spline.knots_v, spline.degree_v, n_v);
     columns = std::max(columns, pointsForKnots(spline.knots_v.size(), spline.degree_v));
   }
   spline.points.reserve(rows * columns * stride);
@@ -366,7 +391,8 @@ Surface XtGeometryReader::readBlend(const XtNode& node, int depth) {
   Surface made;
   made.kind = SurfaceKind::Blend;
   made.curve = curve(node.pointer("spine"), depth + 1);
-  const double range[] = {node.real("range", 0), node.real("range", 1)};
+  double range[] = {node.real("range", 0), node.real("range", 1)};
+  if (!isSane(range[1])) range[1] = 0;  // not set
   made.radius = std::abs(range[0]);
   if (!isLength(made.radius) || made.radius > kMaximumReal) {
     made.problem = "a blend without a radius";
@@ -425,7 +451,7 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
       made.radius = node.real("major_radius");
       made.radius_2 = node.real("minor_radius");
       if (!readFrame(node, "centre", "axis", made.frame) || !isSane(made.radius) ||
-          !isLength(made.radius_2)) {
+          !isLength(made.radius_2) || !(made.radius > -made.radius_2)) {
         made.problem = "no axes or radii";
       }
       break;

@@ -10,6 +10,7 @@
 namespace jttk::brep {
 namespace {
 
+constexpr int kInstance = 11;
 constexpr int kBody = 12;
 constexpr int kShell = 13;
 constexpr int kFace = 14;
@@ -37,10 +38,11 @@ class ModelBuilder {
     Body made;
     made.first_shell = static_cast<std::uint32_t>(bodies_.shells.size());
     made.first_face = static_cast<std::uint32_t>(bodies_.faces.size());
+    // Faces of solid regions first: they bound the outside too, and each face counts once. What bounds the
+    // outside alone is a sheet.
     collectShells(body, 'S');
     made.solid = bodies_.faces.size() > made.first_face;
-    // A sheet has no solid region: its faces bound the outside on one or both sides.
-    if (!made.solid) collectShells(body, 'V');
+    collectShells(body, 'V');
     made.shell_count = static_cast<std::uint32_t>(bodies_.shells.size()) - made.first_shell;
     made.face_count = static_cast<std::uint32_t>(bodies_.faces.size()) - made.first_face;
     bodies_.bodies.push_back(made);
@@ -57,26 +59,26 @@ class ModelBuilder {
       if ((region.letter("type") == 'S') != (region_type == 'S')) continue;
       for (XtNode shell = region.pointer("shell", kShell); shell && isNew(shell);
            shell = shell.pointer("next", kShell)) {
-        addShell(shell, region_type == 'V');
+        addShell(shell);
       }
     }
   }
 
-  void addShell(const XtNode& shell, bool both_sides) {
+  void addShell(const XtNode& shell) {
     Shell made;
     made.first_face = static_cast<std::uint32_t>(bodies_.faces.size());
-    for (XtNode face = shell.pointer("face", kFace); face && isNew(face);
-         face = face.pointer("next", kFace)) {
-      addFace(face);
-    }
-    if (both_sides) {
-      for (XtNode face = shell.pointer("front_face", kFace); face && isNew(face);
-           face = face.pointer("next_front", kFace)) {
-        addFace(face);
-      }
-    }
+    addFaces(shell.pointer("face", kFace), "next");
+    addFaces(shell.pointer("front_face", kFace), "next_front");
     made.face_count = static_cast<std::uint32_t>(bodies_.faces.size()) - made.first_face;
-    bodies_.shells.push_back(made);
+    if (made.face_count > 0) bodies_.shells.push_back(made);
+  }
+
+  // Those of a chain that no other shell has brought.
+  void addFaces(XtNode face, std::string_view next) {
+    std::unordered_set<std::uint32_t> chain;
+    for (; face && chain.insert(face.row()).second; face = face.pointer(next, kFace)) {
+      if (isNew(face)) addFace(face);
+    }
   }
 
   void addFace(const XtNode& node) {
@@ -204,6 +206,11 @@ Bodies buildBodies(const XtNodes& nodes) {
     if (nodes.at(row).type() == kBody) builder.addBody(nodes.at(row));
   }
   if (bodies.bodies.empty()) bodies.problems.emplace_back("the XT data hold no body");
+  for (std::size_t row = 0; row < nodes.size(); ++row) {
+    if (nodes.at(row).type() != kInstance || !nodes.at(row).pointer("transform")) continue;
+    bodies.problems.emplace_back("bodies that are placed by an assembly stay where they are");
+    break;
+  }
   return bodies;
 }
 

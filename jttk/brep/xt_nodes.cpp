@@ -9,6 +9,8 @@ namespace jttk::brep {
 namespace {
 
 constexpr std::size_t kMaximumBytes = std::size_t{1} << 31;
+constexpr std::int32_t kMaximumUserFields = 16;
+constexpr int kFin = 17;
 
 double bigReal(const std::byte* p) {
   ByteReader reader({p, 8}, ByteOrder::Big);
@@ -138,13 +140,22 @@ Result<void> XtNodes::readHeader(ByteReader& reader) {
     }
     reader.skip(2, "number of XT node types");
   }
-  if (reader.i32("size of XT user fields") != 0) return fail("XT user fields are not known", reader.offset());
+  const std::uint64_t size_offset = reader.offset();
+  const std::int32_t user_fields = reader.i32("size of XT user fields");
   if (!reader.ok()) return reader.unexpected();
+  if (user_fields < 0 || user_fields > kMaximumUserFields) {
+    return fail("size of XT user fields is " + std::to_string(user_fields), size_offset);
+  }
+  user_fields_.count = static_cast<std::size_t>(user_fields);
   return {};
 }
 
 Result<void> XtNodes::readFields(ByteReader& reader, const XtNodeType& type, Row& row) {
   const std::uint64_t start = base_offset_;
+  const bool has_user_fields =
+      user_fields_.count > 0 && (type.find("node_id") >= 0 || type.find("highest_node_id") >= 0 ||
+                                 (type.number == kFin && user_fields_.of_sides));
+  if (has_user_fields && user_fields_.before) reader.skip(4 * user_fields_.count, "XT user fields");
   row.first_field = static_cast<std::uint32_t>(field_starts_.size());
   for (const XtField& field : type.fields) {
     field_starts_.push_back(static_cast<std::uint32_t>(reader.offset() - start));
@@ -156,11 +167,15 @@ Result<void> XtNodes::readFields(ByteReader& reader, const XtNodeType& type, Row
     }
     if (!reader.ok()) return tl::unexpected<Error>(reader.error().in(type.name + "." + field.name));
   }
+  if (has_user_fields && !user_fields_.before) reader.skip(4 * user_fields_.count, "XT user fields");
   return {};
 }
 
-Result<void> XtNodes::readNodes(ByteReader& reader) {
+Result<void> XtNodes::readNodes(ByteReader reader) {
   std::map<int, std::uint32_t> type_rows;
+  types_.clear();
+  rows_.clear();
+  field_starts_.clear();
   for (;;) {
     Row row;
     const std::uint64_t place = reader.offset();
@@ -210,7 +225,16 @@ Result<XtNodes> XtNodes::read(std::span<const std::byte> bytes, std::uint64_t ba
   if (const Result<void> header = nodes.readHeader(reader); !header) {
     return tl::unexpected<Error>(header.error());
   }
-  if (const Result<void> read = nodes.readNodes(reader); !read) return tl::unexpected<Error>(read.error());
+  Result<void> read = nodes.readNodes(reader);
+  // No file tells which nodes have user fields, and where: the way that reads to the end mark is the right
+  // one.
+  for (const auto& [before, of_sides] : {std::pair{true, false}, {false, true}, {true, true}}) {
+    if (read || nodes.user_fields_.count == 0) break;
+    nodes.user_fields_.before = before;
+    nodes.user_fields_.of_sides = of_sides;
+    if (nodes.readNodes(reader)) read = {};
+  }
+  if (!read) return tl::unexpected<Error>(read.error());
   nodes.by_index_.reserve(nodes.rows_.size());
   for (std::size_t i = 0; i < nodes.rows_.size(); ++i) {
     nodes.by_index_.emplace_back(nodes.rows_[i].index, static_cast<std::uint32_t>(i));

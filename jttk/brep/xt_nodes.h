@@ -74,14 +74,21 @@ class XtNodes {
     std::uint32_t count = 0;
     std::uint32_t offset = 0;
   };
+  // Integers of the program that wrote the stream, beside the fields of some nodes.
+  struct UserFields {
+    std::size_t count = 0;
+    bool before = false;    // the fields of a node, else behind them
+    bool of_sides = false;  // FIN nodes have them too, not only nodes with an identifier
+  };
   Result<void> readHeader(ByteReader& reader);
-  Result<void> readNodes(ByteReader& reader);
+  Result<void> readNodes(ByteReader reader);
   Result<void> readFields(ByteReader& reader, const XtNodeType& type, Row& row);
 
   std::span<const std::byte> bytes_;
   std::uint64_t base_offset_ = 0;
   std::string schema_;
   bool embedded_ = false;
+  UserFields user_fields_;
   std::vector<XtNodeType> types_;
   std::vector<Row> rows_;
   std::vector<std::uint32_t> field_starts_;

@@ -86,6 +86,9 @@ constexpr auto kBaseTypes = std::to_array<BaseType>({
     {99, "FIELD_NAMES", "names:p[]"},
     {100, "TRANSFORM",
      "node_id:d owner:p next:p previous:p rotation:f[9] translation:v scale:f flag:d perspective:v"},
+    {101, "WORLD",
+     "assembly:p attribute:p body:p transform:p surface:p curve:p point:p alive:l attrib_def:p highest_id:d "
+     "current_id:d"},
     {102, "KEY", "string:c[]"},
     {120, "PE_SURF", "$ type:c data:p tf:p internal_geom:p[]"},
     {121, "INT_PE_DATA", "geom_type:d real_array:p int_array:p"},

@@ -2,6 +2,8 @@
 // modeller major, minor and (not in 8.1) build, in 10.x one more byte; I32 length of the XT data, the data.
 #include "jttk/brep/xt_segment.h"
 
+#include <algorithm>
+
 namespace jttk::brep {
 namespace {
 
@@ -14,18 +16,28 @@ struct Form {
 };
 constexpr Form kForms[] = {{2, 3, 1}, {4, 3, 0}, {4, 2, 0}, {2, 3, 0}, {1, 3, 0}};
 
-bool tryForm(ByteReader reader, const Form& form, XtData& found) {
-  reader.skip(form.version_bytes + 4 * form.numbers + form.pad_bytes, "version and modeller");
+// Forms that are not listed are shorter than this before the data.
+constexpr std::size_t kMaximumWrapper = 128;
+
+bool beginsWithMark(std::span<const std::byte> bytes) {
+  constexpr std::byte kMark[] = {std::byte{0x50}, std::byte{0x53}, std::byte{0}, std::byte{0}};
+  return bytes.size() > 4 && std::equal(kMark, kMark + 4, bytes.begin());
+}
+
+// A length, and as many bytes that begin with the mark.
+bool tryData(ByteReader reader, XtData& found) {
   const std::int32_t size = reader.i32("length of the XT data");
   if (!reader.ok() || size <= 4 || static_cast<std::size_t>(size) > reader.remaining()) return false;
   const std::uint64_t offset = reader.offset();
   const auto bytes = reader.take(static_cast<std::size_t>(size), "XT data");
-  constexpr std::byte kMark[] = {std::byte{0x50}, std::byte{0x53}, std::byte{0}, std::byte{0}};
-  for (std::size_t i = 0; i < 4; ++i) {
-    if (bytes[i] != kMark[i]) return false;
-  }
+  if (!beginsWithMark(bytes)) return false;
   found = {bytes, offset};
   return true;
+}
+
+bool tryForm(ByteReader reader, const Form& form, XtData& found) {
+  reader.skip(form.version_bytes + 4 * form.numbers + form.pad_bytes, "version and modeller");
+  return reader.ok() && tryData(reader, found);
 }
 
 }  // namespace
@@ -48,6 +60,12 @@ Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std:
     for (const Form& form : kForms) {
       if (tryForm(rest, form, found)) return found;
     }
+  }
+  // A wrapper of some other version.
+  for (std::size_t skipped = 0; skipped < kMaximumWrapper; ++skipped) {
+    ByteReader rest = element;
+    rest.skip(skipped, "version and modeller");
+    if (rest.ok() && tryData(rest, found)) return found;
   }
   return fail("no XT data in the element", element.offset());
 }

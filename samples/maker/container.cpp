@@ -95,7 +95,8 @@ Bytes Container::compressed(const Bytes& data) const {
 }
 
 GuidValue Container::add(std::uint32_t type, const Bytes& data) {
-  const bool compress = type == static_cast<std::uint32_t>(SegmentKind::SceneGraph);
+  const bool compress = type == static_cast<std::uint32_t>(SegmentKind::SceneGraph) ||
+                        type == static_cast<std::uint32_t>(SegmentKind::XtBrep);
   const Bytes packed = compress ? compressed(data) : Bytes();
   const Bytes& stored = compress ? packed : data;
   if (stored.size() > 0x7fffff00U) throw std::runtime_error("a segment is too large");

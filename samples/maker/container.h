@@ -33,7 +33,7 @@ class MemorySink : public Sink {
   Bytes data;
 };
 
-enum class SegmentKind : std::uint32_t { SceneGraph = 1, Shape = 6, ShapeLod0 = 7 };
+enum class SegmentKind : std::uint32_t { SceneGraph = 1, Shape = 6, ShapeLod0 = 7, XtBrep = 17 };
 
 class Container {
  public:
@@ -42,7 +42,7 @@ class Container {
 
   // The id of the next segment.
   [[nodiscard]] GuidValue nextId() const;
-  // Appends a segment under nextId(). Scene graphs are compressed, shapes are not.
+  // Appends a segment under nextId(). Scene graphs and exact geometry are compressed, shapes are not.
   GuidValue add(std::uint32_t type, const Bytes& data);
   // Appends the table of contents and completes the header.
   void finish(const GuidValue& scene_graph);

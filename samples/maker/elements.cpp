@@ -284,14 +284,15 @@ void ElementWriter::stringAtom(std::int32_t id, std::string_view text) {
   finish();
 }
 
-void ElementWriter::lateLoadedAtom(std::int32_t id, const ShapeRecord& shape) {
+void ElementWriter::lateLoadedAtom(std::int32_t id, const GuidValue& segment, std::uint32_t segment_type,
+                                   std::int32_t object_id) {
   begin(guids::kLateLoadedAtom, kLateLoaded, id);
   version(v10() ? 2 : 1);
   out_.u32(0);
   version(v10() ? 2 : 1);
-  out_.guid(shape.segment);
-  out_.u32(shape.segment_type);
-  if (!v8()) out_.i32(shape.object_id);
+  out_.guid(segment);
+  out_.u32(segment_type);
+  if (!v8()) out_.i32(object_id);
   if (v9()) out_.i32(1);
   finish();
 }

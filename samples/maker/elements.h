@@ -33,7 +33,8 @@ class ElementWriter {
   void material(std::int32_t id, const Material& material);
 
   void stringAtom(std::int32_t id, std::string_view text);
-  void lateLoadedAtom(std::int32_t id, const ShapeRecord& shape);
+  void lateLoadedAtom(std::int32_t id, const GuidValue& segment, std::uint32_t segment_type,
+                      std::int32_t object_id);
 
   void end();
 

@@ -45,7 +45,8 @@ struct ShapeRecord {
 // Per part: its levels, finest first.
 struct PartRecord {
   std::vector<std::vector<ShapeRecord>> lods;
-  Figures figures;  // of the finest level
+  Figures figures;                 // of the finest level, and the box of the exact geometry
+  std::optional<GuidValue> exact;  // its segment
 };
 
 }  // namespace loftbay::maker

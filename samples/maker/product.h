@@ -103,12 +103,21 @@ struct Property {
   std::string value;
 };
 
+// A part's exact geometry: an XT stream (XtModel writes one), and the box of what it holds in the part's
+// units.
+struct ExactGeometry {
+  std::vector<std::uint8_t> stream;
+  Vec3 low;
+  Vec3 high;
+};
+
 struct Part {
   std::string name;   // empty: the node gets no name
   std::string units;  // "Millimeters", …; empty: none stated
   std::optional<Material> material;
   std::vector<std::vector<ShapeSource>> lods;  // finest first; may be empty
   std::vector<Property> properties;
+  std::optional<ExactGeometry> exact = std::nullopt;
 };
 
 struct Ref {

@@ -1,6 +1,7 @@
 #include "samples/maker/sample_files.h"
 
 #include "samples/maker/beam_engine.h"
+#include "samples/maker/flange_joint.h"
 #include "samples/maker/survey.h"
 
 namespace loftbay::maker {
@@ -19,7 +20,8 @@ std::vector<SampleFile> sampleFiles() {
   return {{"beam_engine.jt", beamEngine(), exact},
           {"beam_engine_8.1.jt", beamEngine(), old},
           {"beam_engine_10.0.jt", beamEngine(), packed},
-          {"survey.jt", survey(), {}}};
+          {"survey.jt", survey(), {}},
+          {"flange_joint.jt", flangeJoint(), {}}};
 }
 
 }  // namespace loftbay::maker

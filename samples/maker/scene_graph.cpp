@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "samples/maker/container.h"
 #include "samples/maker/elements.h"
 
 namespace loftbay::maker {
@@ -138,7 +139,7 @@ class GraphWriter {
         const std::int32_t id = next_id_++;
         node_writer_.shape(id, attributes, shape);
         const std::int32_t atom = next_id_++;
-        atom_writer_.lateLoadedAtom(atom, shape);
+        atom_writer_.lateLoadedAtom(atom, shape.segment, shape.segment_type, shape.object_id);
         table_[id].emplace_back(stringAtom("JT_LLPROP_SHAPEIMPL"), atom);
         shapes.push_back(id);
       }
@@ -154,6 +155,11 @@ class GraphWriter {
     node_writer_.part(work.id, attributes, children);
     describe(work.id, part.name, part.units, Ref::Kind::Part, work.direct);
     for (const auto& p : part.properties) property(work.id, p.key, p.value);
+    if (!record.exact) return;
+    const std::int32_t atom = next_id_++;
+    atom_writer_.lateLoadedAtom(atom, *record.exact, static_cast<std::uint32_t>(SegmentKind::XtBrep), 0);
+    table_[work.id].emplace_back(stringAtom("JT_LLPROP_XTBREP"), atom);
+    property(work.id, "JT_PROP_ORIGINATING_BREPTYPE", "XTBrep");
   }
 
   Figures figuresOf(const Ref& target) {

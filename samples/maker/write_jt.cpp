@@ -12,6 +12,7 @@
 #include "samples/maker/hash.h"
 #include "samples/maker/scene_graph.h"
 #include "samples/maker/shape_lod.h"
+#include "samples/maker/xt_brep.h"
 
 namespace loftbay::maker {
 namespace {
@@ -50,7 +51,7 @@ class FileSink : public Sink {
   std::ofstream stream_;
 };
 
-// Shapes of one part into the container; with a null container they are only measured.
+// Shapes and exact geometry of one part into the container; with a null container they are only measured.
 PartRecord writePartShapes(const Part& part, Container* container, const Options& options,
                            std::int32_t& next_id) {
   PartRecord record;
@@ -79,6 +80,17 @@ PartRecord writePartShapes(const Part& part, Container* container, const Options
       next_id += kIdsPerShape;
       if (level == 0) record.figures.add(entry.figures);
       shapes.push_back(entry);
+    }
+  }
+  if (part.exact) {
+    Figures box;
+    box.include(part.exact->low);
+    box.include(part.exact->high);
+    record.figures.add(box);
+    record.exact = GuidValue{};
+    if (container != nullptr) {
+      record.exact = container->add(static_cast<std::uint32_t>(SegmentKind::XtBrep),
+                                    xtBrepSegment(part.exact->stream, options));
     }
   }
   return record;

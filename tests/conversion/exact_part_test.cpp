@@ -70,7 +70,7 @@ class ExactPart : public testing::Test {
     graph.partition(0, {1}).name("root");
     graph.metaData(1, {2}).name("assembly");
     graph.part(2, {}).name("part").lateLoaded("JT_LLPROP_XTBREP", {7, 1, 2, {}}, 17);
-    graph.exactGeometry({7, 1, 2, {}}, solid.segment());
+    graph.exactGeometry({7, 1, 2, {}}, jttk::brep::segmentOf(solid));
     const auto bytes = graph.file();
     std::ofstream(folder_ / "exact.jt", std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));

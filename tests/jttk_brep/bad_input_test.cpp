@@ -33,7 +33,7 @@ TEST_P(BadFace, IsReportedAndTheRestComes) {
   if (GetParam().before) GetParam().before(model);
   model.finish();
   if (GetParam().after) GetParam().after(model);
-  const auto bodies = read(model.segment());
+  const auto bodies = read(segmentOf(model));
   ASSERT_TRUE(bodies) << bodies.error().text();
   const TessellatedBodies made = tessellate(*bodies, {});
   ASSERT_FALSE(made.losses.empty());
@@ -155,7 +155,7 @@ TEST(BadInput, EdgesOfNoLengthDoNotHurt) {
                {model.straight(c, d), true},
                {model.straight(d, a), true}}});
   model.finish();
-  const auto bodies = read(model.segment());
+  const auto bodies = read(segmentOf(model));
   ASSERT_TRUE(bodies);
   const TessellatedBodies made = tessellate(*bodies, {});
   EXPECT_TRUE(made.losses.empty());
@@ -165,11 +165,11 @@ TEST(BadInput, EdgesOfNoLengthDoNotHurt) {
 TEST(BadInput, EveryTruncationIsAnErrorOrAModel) {
   XtModel model = models::cone(0.01, 0.02);
   model.finish();
-  const std::vector<std::byte> stream = model.nodes().stream();
+  const std::vector<std::byte> stream = streamOf(model);
   for (std::size_t size = 0; size < stream.size(); ++size) {
     // Exactly so many bytes on the heap.
     const std::vector<std::byte> cut(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size));
-    const auto bodies = read(wrapXtStream(cut));
+    const auto bodies = read(segmentAround(cut));
     EXPECT_FALSE(bodies) << size;
   }
 }
@@ -177,7 +177,7 @@ TEST(BadInput, EveryTruncationIsAnErrorOrAModel) {
 TEST(BadInput, EveryByteChangedGivesAnErrorOrAModel) {
   XtModel model = models::drilledCylinder(0.01, 0.03, 0.004);
   model.finish();
-  const std::vector<std::byte> data = model.segment();
+  const std::vector<std::byte> data = segmentOf(model);
   std::size_t read_anyway = 0;
   TessellationOptions options;
   options.chord_tolerance_percent = 1;

@@ -10,7 +10,7 @@ namespace {
 
 void save(const std::filesystem::path& folder, const char* name, jttk::brep::XtModel model) {
   model.finish();
-  const auto bytes = model.segment();
+  const auto bytes = jttk::brep::segmentOf(model);
   std::ofstream file(folder / name, std::ios::binary);
   for (const std::byte b : bytes) file.put(static_cast<char>(b));
 }

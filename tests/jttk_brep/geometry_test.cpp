@@ -6,7 +6,7 @@
 #include <numbers>
 
 #include "jttk/brep/tessellate.h"
-#include "tests/jttk_brep/xt_writer.h"
+#include "tests/jttk_brep/models.h"
 
 namespace jttk::brep {
 namespace {
@@ -24,7 +24,7 @@ Bodies bodiesOf(XtModel& model, XtModel::Id surface) {
   model.face(surface, false, {});
   model.finish();
   Segment segment;
-  segment.unpacked = model.segment();
+  segment.unpacked = segmentOf(model);
   segment.data = segment.unpacked;
   const auto bodies = readXtBrep(segment, ByteOrder::Little);
   EXPECT_TRUE(bodies) << bodies.error().text();

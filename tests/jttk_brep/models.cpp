@@ -1,6 +1,33 @@
 #include "tests/jttk_brep/models.h"
 
 #include <numbers>
+#include <span>
+
+#include "samples/maker/xt_brep.h"
+
+namespace jttk::brep {
+namespace {
+
+std::vector<std::byte> toBytes(const loftbay::maker::Bytes& values) {
+  const auto view = std::as_bytes(std::span(values));
+  return {view.begin(), view.end()};
+}
+
+}  // namespace
+
+std::vector<std::byte> streamOf(const XtModel& model) { return toBytes(model.stream()); }
+
+std::vector<std::byte> segmentOf(const XtModel& model) {
+  return toBytes(loftbay::maker::xtBrepSegment(model.stream(), {}));
+}
+
+std::vector<std::byte> segmentAround(const std::vector<std::byte>& stream) {
+  loftbay::maker::Bytes values;
+  for (const std::byte b : stream) values.push_back(std::to_integer<std::uint8_t>(b));
+  return toBytes(loftbay::maker::xtBrepSegment(values, {}));
+}
+
+}  // namespace jttk::brep
 
 namespace jttk::brep::models {
 namespace {

@@ -1,7 +1,23 @@
-// The small solids of the tests, in metres; each needs finish() before its segment is written.
+// The small solids of the tests, in metres; each needs finish() before it is written.
 #pragma once
 
-#include "tests/jttk_brep/xt_writer.h"
+#include <cstddef>
+#include <vector>
+
+#include "samples/maker/xt_model.h"
+
+namespace jttk::brep {
+
+using loftbay::maker::XtModel;
+using loftbay::maker::XtWriter;
+
+// The unpacked data of a 9.x segment, of a model after finish() or round any bytes.
+std::vector<std::byte> segmentOf(const XtModel& model);
+std::vector<std::byte> segmentAround(const std::vector<std::byte>& stream);
+// The stream alone.
+std::vector<std::byte> streamOf(const XtModel& model);
+
+}  // namespace jttk::brep
 
 namespace jttk::brep::models {
 

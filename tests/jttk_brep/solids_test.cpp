@@ -21,7 +21,7 @@ struct Outcome {
 Outcome run(XtModel model, const TessellationOptions& options = {}) {
   model.finish();
   Segment segment;
-  segment.unpacked = model.segment();
+  segment.unpacked = segmentOf(model);
   segment.data = segment.unpacked;
   Outcome outcome;
   const auto bodies = readXtBrep(segment, ByteOrder::Little);
@@ -210,7 +210,7 @@ TEST(Solid, UnitScaleOfTheDataIsUsed) {
   model.unitScale(0.0254);
   model.finish();
   Segment segment;
-  segment.unpacked = model.segment();
+  segment.unpacked = segmentOf(model);
   segment.data = segment.unpacked;
   const auto bodies = readXtBrep(segment, ByteOrder::Little);
   ASSERT_TRUE(bodies);

@@ -7,7 +7,7 @@
 #include "jttk/brep/tessellate.h"
 #include "jttk/brep/xt_nodes.h"
 #include "jttk/brep/xt_segment.h"
-#include "tests/jttk_brep/xt_writer.h"
+#include "tests/jttk_brep/models.h"
 
 namespace jttk::brep {
 namespace {

@@ -28,13 +28,13 @@ constexpr Guid kOther{8, 1, 2, {}};
 Bytes box() {
   auto model = jttk::brep::models::box(0.02, 0.03, 0.05);
   model.finish();
-  return model.segment();
+  return jttk::brep::segmentOf(model);
 }
 
 Bytes cylinder() {
   auto model = jttk::brep::models::cylinder(0.01, 0.02, false);
   model.finish();
-  return model.segment();
+  return jttk::brep::segmentOf(model);
 }
 
 struct Mesh {
@@ -324,7 +324,7 @@ TEST_F(ExactGeometry, AFaceThatIsLostIsToldOnceAndTheOthersCome) {
   auto solid = jttk::brep::models::box(0.02, 0.03, 0.05);
   solid.finish();
   solid.nodes().pointer(solid.faceNode(4), "surface", 0);
-  const Loaded model(alone(solid.segment()));
+  const Loaded model(alone(jttk::brep::segmentOf(solid)));
   for (int i = 0; i < 2; ++i) {
     EXPECT_NE(requires_(model.at({0})), 0);
     const Result result(model.at({0}));

@@ -1,160 +1,26 @@
-#include "tests/jttk_brep/xt_writer.h"
+#include "samples/maker/xt_model.h"
 
-#include <bit>
-#include <set>
+#include <cmath>
 
-#include "jttk/brep/xt_nodes.h"
+namespace loftbay::maker {
 
-namespace jttk::brep {
-namespace {
+XtModel::XtModel() { nextBody(); }
 
-class Bytes {
- public:
-  void u8(std::uint64_t v) { bytes_.push_back(static_cast<std::byte>(v & 0xff)); }
-  void big(std::uint64_t v, int size) {
-    for (int i = size - 1; i >= 0; --i) u8(v >> (8 * i));
-  }
-  void little(std::uint64_t v, int size) {
-    for (int i = 0; i < size; ++i) u8(v >> (8 * i));
-  }
-  void real(double v) { big(std::bit_cast<std::uint64_t>(v), 8); }
-  void text(const std::string& t) {
-    for (const char c : t) u8(static_cast<unsigned char>(c));
-  }
-  // index + 1 in 16 bits, or -(remainder) and the quotient by 32767.
-  void pointer(std::uint32_t index) {
-    const std::uint32_t value = index + 1;
-    if (value <= 32767) {
-      big(value, 2);
-      return;
-    }
-    const std::uint32_t rest = value % 32767 == 0 ? 32767 : value % 32767;
-    big(static_cast<std::uint64_t>(-static_cast<std::int64_t>(rest)), 2);
-    big((value - rest) / 32767, 2);
-  }
-  void append(const std::vector<std::byte>& other) {
-    bytes_.insert(bytes_.end(), other.begin(), other.end());
-  }
-  [[nodiscard]] const std::vector<std::byte>& all() const { return bytes_; }
-
- private:
-  std::vector<std::byte> bytes_;
-};
-
-std::size_t partsOf(char letter) {
-  switch (letter) {
-    case 'v':
-    case 'h':
-      return 3;
-    case 'i':
-      return 2;
-    case 'b':
-      return 6;
-    default:
-      return 1;
-  }
+void XtModel::nextBody() {
+  body_ = nodes_.add(12);
+  nodes_.number(body_, "res_size", 1000);
+  nodes_.number(body_, "res_linear", 1e-8);
+  vertices_.clear();
+  edges_.clear();
+  faces_.clear();
+  vertex_ids_.clear();
+  edge_ids_.clear();
+  face_ids_.clear();
+  fin_ids_.clear();
+  wires_.clear();
 }
 
-}  // namespace
-
-XtWriter::Id XtWriter::add(int type) {
-  nodes_.push_back({type, {}});
-  return static_cast<Id>(nodes_.size());
-}
-
-void XtWriter::number(Id node, const std::string& field, double value, std::size_t k) {
-  auto& values = nodes_[node - 1].values[field];
-  if (values.size() <= k) values.resize(k + 1);
-  values[k] = value;
-}
-
-void XtWriter::vector(Id node, const std::string& field, const Vec3& value, std::size_t k) {
-  number(node, field, value.x, 3 * k);
-  number(node, field, value.y, 3 * k + 1);
-  number(node, field, value.z, 3 * k + 2);
-}
-
-void XtWriter::numbers(Id node, const std::string& field, const std::vector<double>& values) {
-  nodes_[node - 1].values[field] = values;
-}
-
-std::vector<std::byte> XtWriter::stream() const {
-  Bytes out;
-  out.big(0x50530000U, 4);
-  const std::string header = ": TRANSMIT FILE created by modeller version 2601251";
-  out.big(header.size(), 2);
-  out.text(header);
-  const std::string schema = "SCH_2601251_26105_13006";
-  out.big(schema.size(), 4);
-  out.text(schema);
-  out.big(194, 2);
-  out.big(0, 4);
-  std::set<int> seen;
-  for (std::size_t i = 0; i < nodes_.size(); ++i) {
-    const Node& node = nodes_[i];
-    const XtNodeType type = *baseXtNodeType(node.type);
-    out.big(static_cast<std::uint64_t>(node.type), 2);
-    if (seen.insert(node.type).second) out.u8(255);
-    const auto valuesOf = [&](const XtField& field) {
-      const auto found = node.values.find(field.name);
-      return found == node.values.end() ? std::vector<double>() : found->second;
-    };
-    if (type.hasVariableField()) {
-      out.big(valuesOf(type.fields.back()).size() / partsOf(type.fields.back().letter), 4);
-    }
-    out.pointer(static_cast<std::uint32_t>(i + 1) + shift_);
-    for (const XtField& field : type.fields) {
-      std::vector<double> values = valuesOf(field);
-      if (!field.variable) {
-        values.resize(field.count * partsOf(field.letter),
-                      node.values.contains(field.name) || field.letter != 'f' ? 0 : kNullReal);
-      }
-      for (const double value : values) {
-        if (field.letter == 'p') {
-          const auto target = static_cast<std::uint32_t>(value);
-          out.pointer(target == 0 ? 0 : target + shift_);
-        } else if (xtValueBytes(field.letter) >= 8) {
-          out.real(value);
-        } else {
-          out.big(static_cast<std::uint64_t>(static_cast<std::int64_t>(value)),
-                  static_cast<int>(xtValueBytes(field.letter)));
-        }
-      }
-    }
-  }
-  out.big(1, 2);
-  out.big(1, 2);
-  return out.all();
-}
-
-std::vector<std::byte> wrapXtStream(const std::vector<std::byte>& stream) {
-  Bytes element;
-  element.little(0x873a70e0U, 4);
-  element.little(0x2ac9, 2);
-  element.little(0x11d1, 2);
-  for (const unsigned b : {0x9bU, 0x6bU, 0x00U, 0x80U, 0xc7U, 0xbbU, 0x59U, 0x97U}) element.u8(b);
-  element.u8(9);
-  element.little(0, 4);   // object id
-  element.little(2, 4);   // version
-  element.little(26, 4);  // modeller
-  element.little(1, 4);
-  element.little(251, 4);
-  element.little(stream.size(), 4);
-  element.append(stream);
-  Bytes out;
-  out.little(element.all().size(), 4);
-  out.append(element.all());
-  // End of elements.
-  out.little(16, 4);
-  for (int i = 0; i < 16; ++i) out.u8(0xff);
-  out.little(1, 2);
-  out.little(0, 4);
-  return out.all();
-}
-
-XtModel::XtModel() { body_ = nodes_.add(12); }
-
-XtModel::Id XtModel::line(const Vec3& p, const Vec3& direction) {
+XtModel::Id XtModel::line(const Point& p, const Point& direction) {
   const Id id = nodes_.add(30);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "pvec", p);
@@ -162,7 +28,7 @@ XtModel::Id XtModel::line(const Vec3& p, const Vec3& direction) {
   return id;
 }
 
-XtModel::Id XtModel::circle(const Vec3& center, const Vec3& normal, const Vec3& x, double radius) {
+XtModel::Id XtModel::circle(const Point& center, const Point& normal, const Point& x, double radius) {
   const Id id = nodes_.add(31);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "centre", center);
@@ -172,7 +38,7 @@ XtModel::Id XtModel::circle(const Vec3& center, const Vec3& normal, const Vec3& 
   return id;
 }
 
-XtModel::Id XtModel::ellipse(const Vec3& center, const Vec3& normal, const Vec3& x, double major,
+XtModel::Id XtModel::ellipse(const Point& center, const Point& normal, const Point& x, double major,
                              double minor) {
   const Id id = nodes_.add(32);
   nodes_.number(id, "sense", '+');
@@ -208,7 +74,7 @@ XtModel::Id XtModel::splineCurve(int degree, int dimension, bool rational, const
   return id;
 }
 
-XtModel::Id XtModel::intersection(Id surface_1, Id surface_2, const std::vector<Vec3>& chart) {
+XtModel::Id XtModel::intersection(Id surface_1, Id surface_2, const std::vector<Point>& chart) {
   const Id id = nodes_.add(38);
   const Id points = nodes_.add(40);
   nodes_.number(id, "sense", '+');
@@ -220,7 +86,7 @@ XtModel::Id XtModel::intersection(Id surface_1, Id surface_2, const std::vector<
   return id;
 }
 
-XtModel::Id XtModel::trimmed(Id basis, double t1, double t2, const Vec3& p1, const Vec3& p2) {
+XtModel::Id XtModel::trimmed(Id basis, double t1, double t2, const Point& p1, const Point& p2) {
   const Id id = nodes_.add(133);
   nodes_.number(id, "sense", '+');
   nodes_.pointer(id, "basis_curve", basis);
@@ -239,7 +105,7 @@ XtModel::Id XtModel::onSurface(Id surface, Id spline) {
   return id;
 }
 
-XtModel::Id XtModel::plane(const Vec3& p, const Vec3& normal, const Vec3& x) {
+XtModel::Id XtModel::plane(const Point& p, const Point& normal, const Point& x) {
   const Id id = nodes_.add(50);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "pvec", p);
@@ -248,7 +114,7 @@ XtModel::Id XtModel::plane(const Vec3& p, const Vec3& normal, const Vec3& x) {
   return id;
 }
 
-XtModel::Id XtModel::cylinder(const Vec3& p, const Vec3& axis, const Vec3& x, double radius) {
+XtModel::Id XtModel::cylinder(const Point& p, const Point& axis, const Point& x, double radius) {
   const Id id = nodes_.add(51);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "pvec", p);
@@ -258,7 +124,8 @@ XtModel::Id XtModel::cylinder(const Vec3& p, const Vec3& axis, const Vec3& x, do
   return id;
 }
 
-XtModel::Id XtModel::cone(const Vec3& p, const Vec3& axis, const Vec3& x, double radius, double half_angle) {
+XtModel::Id XtModel::cone(const Point& p, const Point& axis, const Point& x, double radius,
+                          double half_angle) {
   const Id id = nodes_.add(52);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "pvec", p);
@@ -270,7 +137,7 @@ XtModel::Id XtModel::cone(const Vec3& p, const Vec3& axis, const Vec3& x, double
   return id;
 }
 
-XtModel::Id XtModel::sphere(const Vec3& center, const Vec3& axis, const Vec3& x, double radius) {
+XtModel::Id XtModel::sphere(const Point& center, const Point& axis, const Point& x, double radius) {
   const Id id = nodes_.add(53);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "centre", center);
@@ -280,7 +147,8 @@ XtModel::Id XtModel::sphere(const Vec3& center, const Vec3& axis, const Vec3& x,
   return id;
 }
 
-XtModel::Id XtModel::torus(const Vec3& center, const Vec3& axis, const Vec3& x, double major, double minor) {
+XtModel::Id XtModel::torus(const Point& center, const Point& axis, const Point& x, double major,
+                           double minor) {
   const Id id = nodes_.add(54);
   nodes_.number(id, "sense", '+');
   nodes_.vector(id, "centre", center);
@@ -325,7 +193,7 @@ XtModel::Id XtModel::splineSurface(int degree_u, int degree_v, int n_u, int n_v,
   return id;
 }
 
-XtModel::Id XtModel::swept(Id section, const Vec3& direction) {
+XtModel::Id XtModel::swept(Id section, const Point& direction) {
   const Id id = nodes_.add(67);
   nodes_.number(id, "sense", '+');
   nodes_.pointer(id, "section", section);
@@ -333,7 +201,7 @@ XtModel::Id XtModel::swept(Id section, const Vec3& direction) {
   return id;
 }
 
-XtModel::Id XtModel::spun(Id profile, const Vec3& base, const Vec3& axis) {
+XtModel::Id XtModel::spun(Id profile, const Point& base, const Point& axis) {
   const Id id = nodes_.add(68);
   nodes_.number(id, "sense", '+');
   nodes_.pointer(id, "profile", profile);
@@ -363,7 +231,7 @@ XtModel::Id XtModel::blend(Id spine, Id surface_1, Id surface_2, double radius) 
   return id;
 }
 
-int XtModel::vertex(const Vec3& p) {
+int XtModel::vertex(const Point& p) {
   vertices_.push_back({p});
   return static_cast<int>(vertices_.size()) - 1;
 }
@@ -374,8 +242,8 @@ int XtModel::edge(Id curve, int start, int end) {
 }
 
 int XtModel::straight(int start, int end) {
-  const Vec3& a = vertices_[static_cast<std::size_t>(start)].p;
-  const Vec3& b = vertices_[static_cast<std::size_t>(end)].p;
+  const Point& a = vertices_[static_cast<std::size_t>(start)].p;
+  const Point& b = vertices_[static_cast<std::size_t>(end)].p;
   return edge(line(a, b - a), start, end);
 }
 
@@ -452,6 +320,11 @@ void XtModel::finish() {
   }
   for (std::size_t i = 0; i < faces_.size(); ++i) face_ids_.push_back(nodes_.add(14));
   if (!face_ids_.empty()) nodes_.pointer(shell, "face", face_ids_[0]);
+  if (!wires_.empty()) nodes_.pointer(shell, "edge", edge_ids_[static_cast<std::size_t>(wires_[0])]);
+  for (std::size_t i = 1; i < wires_.size(); ++i) {
+    nodes_.pointer(edge_ids_[static_cast<std::size_t>(wires_[i - 1])], "next",
+                   edge_ids_[static_cast<std::size_t>(wires_[i])]);
+  }
   std::vector<Id> forward(edges_.size(), 0);
   std::vector<Id> backward(edges_.size(), 0);
   for (std::size_t i = 0; i < faces_.size(); ++i) finishFace(i, shell, forward, backward);
@@ -473,4 +346,4 @@ void XtModel::finish() {
   }
 }
 
-}  // namespace jttk::brep
+}  // namespace loftbay::maker

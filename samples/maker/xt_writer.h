@@ -1,0 +1,57 @@
+// Writes the nodes of an XT stream (neutral binary, big-endian), field by field. The list of node types and
+// their fields is the maker's own, so that a reader's list is checked by what this one writes.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "jttk/brep/vec.h"
+#include "samples/maker/byte_writer.h"
+
+namespace loftbay::maker {
+
+using Point = jttk::brep::Vec3;  // metres; or a direction
+
+// Nodes of the base schema, by name of field. What is not set is 0, null, or a real that is not set.
+class XtWriter {
+ public:
+  using Id = std::uint32_t;  // index of a node; 0 is null
+
+  Id add(int type);
+  [[nodiscard]] int typeOf(Id node) const { return nodes_[node - 1].type; }
+  [[nodiscard]] Id size() const { return static_cast<Id>(nodes_.size()); }
+  // Value k of a field; for a variable field the array grows as needed. Throws std::logic_error for a type or
+  // field that the base schema lacks when the stream is written.
+  void number(Id node, const std::string& field, double value, std::size_t k = 0);
+  void pointer(Id node, const std::string& field, Id target, std::size_t k = 0) {
+    number(node, field, static_cast<double>(target), k);
+  }
+  void vector(Id node, const std::string& field, const Point& value, std::size_t k = 0);
+  void numbers(Id node, const std::string& field, const std::vector<double>& values);
+  // Every index grows by this, so that pointers need their long form.
+  void shiftIndices(std::uint32_t by) { shift_ = by; }
+  // Without an embedded schema the key has three parts, and nodes bring no deltas. On by default.
+  void embedSchema(bool embed) { embedded_ = embed; }
+  // Every node with an identifier of its own gets so many integers, behind its fields or before them.
+  void userFields(int count, bool before) { user_fields_ = {count, before}; }
+
+  // The whole stream; an embedded schema changes nothing.
+  [[nodiscard]] Bytes stream() const;
+
+ private:
+  struct Node {
+    int type = 0;
+    std::map<std::string, std::vector<double>> values;
+  };
+  void writeNode(ByteWriter& out, const Node& node, std::uint32_t index, bool first_of_type) const;
+
+  std::vector<Node> nodes_;  // node of index i at i - 1
+  std::uint32_t shift_ = 0;
+  bool embedded_ = true;
+  std::pair<int, bool> user_fields_{0, false};
+};
+
+}  // namespace loftbay::maker
