@@ -87,7 +87,7 @@ Section "Start menu entry" SectionStartMenu
   CreateShortcut "$SMPROGRAMS\Loftbay.lnk" "$INSTDIR\Loftbay.exe"
 SectionEnd
 
-Section /o "Explorer menu: Convert to Zix" SectionExplorer
+Section /o "Explorer menu entry" SectionExplorer
   WriteRegStr HKCU "${VERB_KEY}" "" "Convert to Zix"
   WriteRegStr HKCU "${VERB_KEY}" "Icon" "$INSTDIR\Loftbay.exe"
   WriteRegStr HKCU "${VERB_KEY}\command" "" 'cmd.exe /d /c ""$INSTDIR\bin\convert-to-zix.cmd" "%1""'

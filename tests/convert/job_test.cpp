@@ -67,6 +67,7 @@ TEST_F(Job, FailingToolkitStartGivesFalseAndNoCloseButTheCompletedLine) {
   EXPECT_EQ(startup_failures.str(), "The JT toolkit gives no importer.\n");
   EXPECT_EQ(observer.losses,
             (std::vector<std::string>{"C:\\models\\part.jt: the JT toolkit could not be started"}));
+  EXPECT_THAT(observer.notes, testing::IsEmpty());
 }
 
 // Reading has no failure: the scene is saved with its root alone, and the toolkit shut down.

@@ -27,9 +27,9 @@ TEST_F(NotesTest, CountsWhatIsReadAndWritten) {
                                   &product.points({{0, 0, 0, 0, 0, 0}})});
   part.transform = kIdentity;
   part.material = &product.material();
-  convertTree(product.assembly("root", {&part}));
+  convertTree(product.assembly("root", {&part, &product.instance("i", product.assembly("sub"))}));
   const std::map<Counted, std::uint64_t> expected = {
-      {Counted::Nodes, 3},         {Counted::Transforms, 1},     {Counted::Shapes, 3}, {Counted::Meshes, 3},
+      {Counted::Nodes, 5},         {Counted::Transforms, 1},     {Counted::Shapes, 3}, {Counted::Meshes, 3},
       {Counted::Materials, 3},     {Counted::Triangles, 2},      {Counted::Lines, 2},  {Counted::Points, 2},
       {Counted::VerticesRead, 10}, {Counted::VerticesWritten, 8}};
   EXPECT_EQ(observer.counts, expected);

@@ -130,6 +130,7 @@ TEST_F(ToolkitStage, NoSecondImporterIsALossAndStillGivesTrue) {
   EXPECT_TRUE(convert());
   EXPECT_EQ(toolkit().messages.str(), "The JT toolkit gives no importer.\n");
   EXPECT_EQ(observer.losses.size(), 1U);
+  EXPECT_TRUE(observer.notes.empty());
   EXPECT_EQ(logLines("ReadJt():End"), "obJt2Zix::ReadJt():End\n");
 }
 

@@ -1,10 +1,13 @@
 // Placement matrices as translation, axis and angle, and scale.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include "convert/decomposition.h"
+#include "diag/trace_log.h"
 #include "tests/doubles/job_fixture.h"
 
 namespace loftbay::doubles {
@@ -118,6 +121,142 @@ TEST_F(TransformTest, AnEmptyStackIsOutOfRange) {
 
 using convert::axisAngle;
 using convert::decompose;
+using convert::Matrix3;
+using convert::Vector3;
+
+Matrix3 randomMatrix(std::mt19937& random) {
+  std::uniform_real_distribution<float> values(-3, 3);
+  Matrix3 matrix;
+  for (auto& row : matrix) {
+    for (float& entry : row) entry = values(random);
+  }
+  return matrix;
+}
+
+// Of a quaternion with all directions alike.
+Matrix3 randomRotation(std::mt19937& random) {
+  std::normal_distribution<double> values;
+  double x = values(random);
+  double y = values(random);
+  double z = values(random);
+  double w = values(random);
+  const double length = std::sqrt(x * x + y * y + z * z + w * w);
+  x /= length, y /= length, z /= length, w /= length;
+  const auto f = [](double value) { return static_cast<float>(value); };
+  return {{{f(1 - 2 * (y * y + z * z)), f(2 * (x * y - w * z)), f(2 * (x * z + w * y))},
+           {f(2 * (x * y + w * z)), f(1 - 2 * (x * x + z * z)), f(2 * (y * z - w * x))},
+           {f(2 * (x * z - w * y)), f(2 * (y * z + w * x)), f(1 - 2 * (x * x + y * y))}}};
+}
+
+double determinantOf(const Matrix3& m) {
+  double sum = 0;
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::size_t j = (i + 1) % 3;
+    const std::size_t k = (i + 2) % 3;
+    sum += double{m[0][i]} * m[1][j] * m[2][k] - double{m[0][k]} * m[1][j] * m[2][i];
+  }
+  return sum;
+}
+
+// Every number of its own: whatever is exchanged shows.
+TEST_F(TransformTest, AGeneralMatrixKeepsEveryElementInItsPlace) {
+  const Elements m = {1, 2, 3.5F, 0.25F, -4, 5, 6, 0.5F, 7, 8.5F, -9, 0.75F, 10, 11, 12, 0.875F};
+  const std::string calls = placed(m);
+  EXPECT_EQ(linesWith(logLines("SetZix"), "\t"),
+            "obJt2Zix::SetZixTransformation(): 1\t-4\t7\t10\n"
+            "obJt2Zix::SetZixTransformation(): 2\t5\t8.5\t11\n"
+            "obJt2Zix::SetZixTransformation(): 3.5\t6\t-9\t12\n"
+            "obJt2Zix::SetZixTransformation(): 0.25\t0.5\t0.75\t0.875\n");
+  Matrix3 linear;
+  for (std::size_t k = 0; k < 12; ++k) {
+    if (k % 4 < 3) linear[k % 4][k / 4] = m[k];
+  }
+  const auto [rotation, scale, shear] = decompose(linear);
+  const auto [axis, angle_rad] = axisAngle(rotation);
+  const auto joined = [](const auto& show, const char* separator, auto first, auto... rest) {
+    std::string text = show(first);
+    ((text += separator + show(rest)), ...);
+    return text;
+  };
+  const auto logged = [](float value) { return diag::text(value); };
+  EXPECT_EQ(calls,
+            "setName(#3, \"a_orb_2\")\n"
+            "setTranslation(#3, 10, 11, 12)\n"
+            "setRotation(#3, " +
+                joined(exactText, ", ", axis[0], axis[1], axis[2], angle_rad) +
+                ")\n"
+                "setScale(#3, " +
+                joined(exactText, ", ", scale[0], scale[1], scale[2]) + ")\n");
+  EXPECT_EQ(logLines("Translation"), "obJt2Zix::SetZixTransformation():Translation: 10 11 12\n");
+  EXPECT_EQ(logLines("Rotation"), "obJt2Zix::SetZixTransformation():Rotation: " +
+                                      joined(logged, " ", axis[0], axis[1], axis[2], angle_rad) + "\n");
+  EXPECT_EQ(logLines("Scale"), "obJt2Zix::SetZixTransformation():Scale: " +
+                                   joined(logged, " ", scale[0], scale[1], scale[2]) + "\n");
+}
+
+// Rotation times an upper triangle of scale and shear is the matrix again, mirrored or not.
+TEST(Decomposition, OfRandomMatricesPutsThemTogetherAgain) {
+  std::mt19937 random(7);
+  int mirrored = 0;
+  for (int n = 0; n < 2000; ++n) {
+    const Matrix3 a = randomMatrix(random);
+    const double volume = determinantOf(a);
+    if (std::abs(volume) < 0.5) continue;
+    mirrored += volume < 0 ? 1 : 0;
+    const auto [q, scale, shear] = decompose(a);
+    EXPECT_NEAR(determinantOf(q), 1.0, 1e-4);
+    for (const float s : scale) EXPECT_EQ(s < 0, volume < 0);
+    const double upper[3][3] = {{scale[0], double{shear[0]} * scale[0], double{shear[1]} * scale[0]},
+                                {0, scale[1], double{shear[2]} * scale[1]},
+                                {0, 0, scale[2]}};
+    for (std::size_t row = 0; row < 3; ++row) {
+      for (std::size_t column = 0; column < 3; ++column) {
+        double sum = 0;
+        for (std::size_t k = 0; k < 3; ++k) sum += q[row][k] * upper[k][column];
+        EXPECT_NEAR(sum, a[row][column], 1e-3);
+      }
+    }
+  }
+  EXPECT_GT(mirrored, 500);
+}
+
+// The stated steps one by one: what is single precision and what is double decides about the last bit.
+TEST(Decomposition, FollowsTheStatedPrecisionBitForBit) {
+  const auto dot = [](const Vector3& a, const Vector3& b) {
+    float sum = a[0] * b[0];
+    sum += a[1] * b[1];
+    sum += a[2] * b[2];
+    return sum;
+  };
+  const auto unit = [&](Vector3 v) {
+    const double length = std::sqrt(static_cast<double>(dot(v, v)));
+    const auto factor = static_cast<float>(1.0 / length);
+    for (float& entry : v) entry *= factor;
+    return v;
+  };
+  std::mt19937 random(8);
+  for (int n = 0; n < 2000; ++n) {
+    const Matrix3 a = randomMatrix(random);
+    Vector3 columns[3];
+    Vector3 units[3];
+    for (std::size_t c = 0; c < 3; ++c) {
+      columns[c] = {a[0][c], a[1][c], a[2][c]};
+      float along[2] = {};
+      for (std::size_t earlier = 0; earlier < c; ++earlier) along[earlier] = dot(units[earlier], columns[c]);
+      Vector3 rest = columns[c];
+      for (std::size_t earlier = 0; earlier < c; ++earlier) {
+        for (std::size_t row = 0; row < 3; ++row) rest[row] -= along[earlier] * units[earlier][row];
+      }
+      units[c] = unit(rest);
+    }
+    const float sign = decompose(a).scale[0] < 0 ? -1.0F : 1.0F;
+    for (std::size_t c = 0; c < 3; ++c) {
+      for (std::size_t row = 0; row < 3; ++row)
+        ASSERT_EQ(decompose(a).rotation[row][c], sign * units[c][row]) << n;
+      ASSERT_EQ(decompose(a).scale[c], sign * dot(units[c], columns[c])) << n;
+    }
+  }
+}
 
 TEST(Decomposition, SplitsRotationScaleAndShear) {
   // Columns (0, 2, 0), (-3, 1, 0), (0, 0, 4): a quarter turn about z, scale 2, 3, 4, and shear 1 / 2.
@@ -174,6 +313,80 @@ TEST(AxisAngle, FollowsTheStatedPrecisionBitForBit) {
   const float z = (s + s) * (0.5F / root);
   EXPECT_EQ(result.axis[2], z * static_cast<float>(1.0 / std::sqrt(static_cast<double>(z * z))));
   EXPECT_FLOAT_EQ(result.angle_rad, 2.0F * std::acos(root * 0.5F));
+}
+
+// Turning about the axis by the angle is the rotation again; negative traces have to find their axis first.
+TEST(AxisAngle, OfRandomRotationsTurnsTheSameWay) {
+  std::mt19937 random(9);
+  int largest_of_negative_traces[3] = {};
+  for (int n = 0; n < 4000; ++n) {
+    const Matrix3 q = randomRotation(random);
+    if (q[0][0] + q[1][1] + q[2][2] <= 0) {
+      const std::size_t largest = q[0][0] > std::max(q[1][1], q[2][2]) ? 0 : q[1][1] > q[2][2] ? 1 : 2;
+      ++largest_of_negative_traces[largest];
+    }
+    const auto [axis, angle_rad] = axisAngle(q);
+    const double c = std::cos(double{angle_rad});
+    const double s = std::sin(double{angle_rad});
+    for (std::size_t i = 0; i < 3; ++i) {
+      const std::size_t j = (i + 1) % 3;
+      const std::size_t k = (i + 2) % 3;
+      EXPECT_NEAR(q[i][i], c + (1 - c) * axis[i] * axis[i], 2e-5);
+      EXPECT_NEAR(q[i][j], (1 - c) * axis[i] * axis[j] - s * axis[k], 2e-5);
+      EXPECT_NEAR(q[i][k], (1 - c) * axis[i] * axis[k] + s * axis[j], 2e-5);
+    }
+  }
+  for (const int count : largest_of_negative_traces) EXPECT_GT(count, 100);
+}
+
+// The stated steps again, each largest entry with its formulas written out.
+TEST(AxisAngle, OfRandomRotationsFollowsTheStatedPrecisionBitForBit) {
+  const auto root = [](float square) { return static_cast<float>(std::sqrt(static_cast<double>(square))); };
+  std::mt19937 random(10);
+  for (int n = 0; n < 4000; ++n) {
+    const Matrix3 q = randomRotation(random);
+    const float xx = q[0][0];
+    const float yy = q[1][1];
+    const float zz = q[2][2];
+    float x = 0;
+    float y = 0;
+    float z = 0;
+    float w = 0;
+    if (const float trace = xx + yy + zz; trace > 0) {
+      const float s = root(trace + 1.0F);
+      const float f = 0.5F / s;
+      w = s * 0.5F;
+      x = (q[2][1] - q[1][2]) * f;
+      y = (q[0][2] - q[2][0]) * f;
+      z = (q[1][0] - q[0][1]) * f;
+    } else if (xx >= yy && xx >= zz) {
+      const float s = root(xx - yy - zz + 1.0F);
+      const float f = 0.5F / s;
+      x = s * 0.5F;
+      w = (q[2][1] - q[1][2]) * f;
+      y = (q[0][1] + q[1][0]) * f;
+      z = (q[0][2] + q[2][0]) * f;
+    } else if (yy >= zz) {
+      const float s = root(yy - zz - xx + 1.0F);
+      const float f = 0.5F / s;
+      y = s * 0.5F;
+      w = (q[0][2] - q[2][0]) * f;
+      z = (q[1][2] + q[2][1]) * f;
+      x = (q[1][0] + q[0][1]) * f;
+    } else {
+      const float s = root(zz - xx - yy + 1.0F);
+      const float f = 0.5F / s;
+      z = s * 0.5F;
+      w = (q[1][0] - q[0][1]) * f;
+      x = (q[2][0] + q[0][2]) * f;
+      y = (q[2][1] + q[1][2]) * f;
+    }
+    const float square = y * y + x * x + z * z;
+    const auto factor = static_cast<float>(1.0 / std::sqrt(static_cast<double>(square)));
+    const auto result = axisAngle(q);
+    ASSERT_EQ(result.axis, (Vector3{x * factor, y * factor, z * factor})) << n;
+    ASSERT_EQ(result.angle_rad, 2.0F * static_cast<float>(std::acos(static_cast<double>(w)))) << n;
+  }
 }
 
 TEST(AxisAngle, OfNoNumbersIsNoRotation) {

@@ -150,6 +150,7 @@ TEST_F(Traversal, AfterAnInstancedAssemblyTransformsCountAgain) {
   later.transform = translation(2, 2, 2);
   convertTree(product.assembly("root", {&product.instance("i", product.assembly("sub")), &later}));
   EXPECT_EQ(sceneLines("setTranslation"), "setTranslation(#6, 2, 2, 2)\n");
+  EXPECT_EQ(count(observer.notes, "kept its transformation"), 0U);
 }
 
 TEST_F(Traversal, AnIdentityIsATransformToo) {
@@ -249,6 +250,14 @@ TEST_F(Traversal, AnInstanceOfSomethingElseGetsItsObjectAndNothingMore) {
   EXPECT_EQ(logLines("Instance Type"), "");
   EXPECT_EQ(logLines("ReadJtInstance():End"), "obJt2Zix::ReadJtInstance():End\n");
   EXPECT_EQ(sceneLines("addComponent(#2, #4)"), "addComponent(#2, #4)\n");
+}
+
+TEST_F(Traversal, AnAssemblysMaterialIsAskedForAndNotUsed) {
+  auto& root = product.assembly("root", {&product.part("p", {&triangle()})});
+  root.material = &product.material();
+  convertTree(root);
+  EXPECT_EQ(root.material_queries, 1);
+  EXPECT_EQ(sceneLines("setMaterial"), "");
 }
 
 // An assembly pushes no material, yet leaving it pops one: that of a part inside.

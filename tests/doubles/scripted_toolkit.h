@@ -110,6 +110,7 @@ class NodeOf : public Kind {
   std::optional<Elements> transform;
   bool transform_without_elements = false;
   Material* material = nullptr;
+  int material_queries = 0;
 
   [[nodiscard]] JtkEntity::TypeID typeID() const override { return type_id; }
   [[nodiscard]] int isOfType(JtkEntity::TypeID type) const override { return type == type_id ? 1 : 0; }
@@ -120,6 +121,7 @@ class NodeOf : public Kind {
     out = &transform_object_;
   }
   void getMaterial(JtkMaterial*& out) override {
+    ++material_queries;
     if (material != nullptr) out = material;
   }
 
