@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "jttk/codec/primitive_meaning.h"
+#include "jttk/codec/primitive_set.h"
 #include "jttk/codec/rep_data.h"
 #include "jttk/codec/shape_lod_8.h"
 
@@ -21,11 +23,10 @@ constexpr Guid kPolylineSet = setGuid(0x10dd10a1);
 constexpr Guid kPolygonSet = setGuid(0x10dd109f);
 constexpr Guid kPointSet{0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
 constexpr Guid kPrimitiveSet{0xe40373c2, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
+// The node's id: some take it for the element's too.
+constexpr Guid kPrimitiveSetNode{
+    0xe40373c1, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
 constexpr Guid kNullShape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
-// No file is known that would confirm how boxes, cylinders and so on are stored, and nothing in the element
-// (no hash, no count) would tell a wrong reading from a right one.
-constexpr const char* kPrimitiveSetRefusal =
-    "primitive set (boxes, cylinders, pyramids, spheres, prisms): this kind of shape cannot be read";
 
 struct Element {
   Guid kind;
@@ -46,9 +47,11 @@ Result<Element> readElement(ByteReader& reader) {
   return Element{kind, body};
 }
 
+bool isPrimitiveSet(const Guid& kind) { return kind == kPrimitiveSet || kind == kPrimitiveSetNode; }
+
 bool isShape(const Guid& kind) {
   return kind == kTriStripSet || kind == kPolygonSet || kind == kPolylineSet || kind == kPointSet ||
-         kind == kPrimitiveSet || kind == kNullShape;
+         kind == kNullShape || isPrimitiveSet(kind);
 }
 
 // The shape is the first element as a rule; others in front of it are passed over.
@@ -114,15 +117,25 @@ Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version versi
   return decodeRepData(*inner, kind, PacketForm::Jt10);
 }
 
+Result<ShapeGeometry> decodePrimitives(const ByteReader& body, Version version,
+                                       std::span<const StatedExtent> stated) {
+  const std::uint64_t offset = body.offset();
+  const auto set = decodePrimitiveSet(body, version);
+  auto mesh = set ? meshOfPrimitives(*set, stated, offset) : tl::unexpected<Error>(set.error());
+  if (!mesh) return tl::unexpected<Error>(mesh.error().in("primitive set"));
+  return mesh;
+}
+
 }  // namespace
 
-Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order) {
+Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
+                                     std::span<const StatedExtent> stated) {
   ByteReader reader(segment.data, order, segment.base_offset);
   const auto element = findShape(reader);
   if (!element) return tl::unexpected<Error>(element.error().in("shape"));
   const Guid& kind = element->kind;
   if (kind == kNullShape) return ShapeGeometry{};
-  if (kind == kPrimitiveSet) return fail(kPrimitiveSetRefusal, segment.base_offset);
+  if (isPrimitiveSet(kind)) return decodePrimitives(element->body, version, stated);
   // Errors of 8.x name the kind already.
   if (version.major < 9) return decodeShapeLod8(element->body, kind);
   auto shape = decodeSet(element->body, kind, version);

@@ -2,8 +2,10 @@
 // (before strips are made of faces). All versions and codings give this one form.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,6 +33,8 @@ struct ShapeFacts {
   bool topology_hash_checked = false;
   // Why attributes (normals, colours, …) that the shape has are not among its records; empty when all are.
   std::string unread_attributes;
+  // Of a primitive set: bit 0 boxes, 1 cylinders, 2 pyramids, 3 spheres, 4 prisms.
+  std::uint32_t solid_types = 0;
 };
 
 struct ShapeGeometry {
@@ -61,7 +65,15 @@ struct ShapeGeometry {
   }
 };
 
-// Decodes the one shape LOD element of a shape segment (types 6 to 16).
-Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order);
+// What the scene graph states about a shape.
+struct StatedExtent {
+  std::array<float, 6> box{};  // min x y z, max x y z
+  float area = 0;
+};
+
+// Decodes the one shape LOD element of a shape segment (types 6 to 16). `stated`: what is known of the shape
+// from outside, the nearest first; only primitive sets need it (see primitive_meaning.h).
+Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
+                                     std::span<const StatedExtent> stated = {});
 
 }  // namespace jttk

@@ -1,5 +1,7 @@
 #include "jttk/model/model.h"
 
+#include <algorithm>
+
 #include "host/path.h"
 #include "jttk/codec/shape_lod.h"
 #include "jttk/model/exact_geometry.h"
@@ -37,6 +39,23 @@ bool countsNothing(const SceneGraph& graph, const Node& node) {
   return figures.vertex_count[1] == 0 && figures.polygon_count[1] == 0;
 }
 
+// Whether nothing in the file is placed, and `shape` is all that there is to see.
+bool isTheOnlyShape(const SceneGraph& graph, const Node& shape) {
+  const auto is_other = [&](const Node& node) { return isShape(node.kind) && node.id != shape.id; };
+  return graph.transforms.empty() && std::none_of(graph.nodes.begin(), graph.nodes.end(), is_other);
+}
+
+// What the scene graph says about a shape: its own figures; where it is alone, those of the root too.
+std::vector<StatedExtent> statedExtents(const SceneGraph& graph, const Node& node) {
+  std::vector<StatedExtent> stated;
+  const auto add = [&](std::uint32_t index) {
+    if (index != kNone) stated.push_back({graph.figures[index].box, graph.figures[index].area});
+  };
+  add(node.figures);
+  if (isTheOnlyShape(graph, node)) add(graph.nodes[graph.root].figures);
+  return stated;
+}
+
 Result<ShapeGeometry> decode(const Document& document, const Node& node) {
   if (node.kind == NodeKind::NullShape) return ShapeGeometry{};
   const SceneGraph& graph = document.graph;
@@ -50,8 +69,10 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node) {
   if (listed == nullptr) return fail(place + ": is not in the table of contents", 0);
   const Result<Segment> segment = document.file->segment(*listed);
   if (!segment) return tl::unexpected<Error>(segment.error().in(place));
+  std::vector<StatedExtent> stated;
+  if (node.kind == NodeKind::PrimitiveSet) stated = statedExtents(graph, node);
   Result<ShapeGeometry> geometry =
-      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder());
+      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), stated);
   if (!geometry) return tl::unexpected<Error>(geometry.error().in(place));
   return geometry;
 }

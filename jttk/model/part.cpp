@@ -142,6 +142,7 @@ const std::vector<Level>& PartObject::levels() {
   if (product_.content.node != kNone) Collector(model_, *levels_).run(product_, below_);
   // Whoever comes from an instance never asks for tessellation and takes level 0 as it is.
   if (met_ == Met::AsTarget && wantsExactGeometry() && exactArrays()) offerExactGeometry();
+  if (levels_->empty()) noteWireframe();
   return *levels_;
 }
 
@@ -211,6 +212,24 @@ void PartObject::offerExactGeometry() {
   place.object->ref();
   level.assign(1, place);
   offers_exact_ = true;
+}
+
+// A wireframe shows the edges of a body; a part that has nothing else comes without a shape.
+void PartObject::noteWireframe() {
+  for (const NodeRef& ref : product_.chain) {
+    Document& document = ref.document();
+    const Range segments = ref.data().late_loaded;
+    for (std::uint32_t i = 0; i < segments.count; ++i) {
+      const TocEntry* entry = document.file->find(document.graph.late_loaded[segments.first + i].segment);
+      if (entry == nullptr || entry->type != SegmentType::Wireframe) continue;
+      if (document.reported.insert(ref.node).second) {
+        std::string text("\"");
+        text.append(name()).append("\" has no shapes but a wireframe, which is left out");
+        model_.library().note(text);
+      }
+      return;
+    }
+  }
 }
 
 int PartObject::numShapeLODs() { return static_cast<int>(levels().size()); }

@@ -50,6 +50,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   std::shared_ptr<const ShapeArrays> exactArrays(const TessValues& values);
   [[nodiscard]] const float* box();
   void offerExactGeometry();
+  void noteWireframe();
   [[nodiscard]] MaterialStates::State materialInForce();
 
   std::optional<std::string> given_name_;

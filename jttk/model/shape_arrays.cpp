@@ -17,8 +17,26 @@ std::size_t bytes(const std::vector<T>& values) {
   return values.capacity() * sizeof(T);
 }
 
-JtkEntity::TypeID typeOf(PrimitiveKind geometry, NodeKind node) {
-  switch (geometry) {
+// A set of solids of one type is a set of that type.
+JtkEntity::TypeID typeOfSolids(std::uint32_t solid_types) {
+  switch (solid_types) {
+    case 1U << 0U:
+      return JtkEntity::JtkBOXSET;
+    case 1U << 1U:
+      return JtkEntity::JtkCYLINDERSET;
+    case 1U << 2U:
+      return JtkEntity::JtkPYRAMIDSET;
+    case 1U << 3U:
+      return JtkEntity::JtkSPHERESET;
+    case 1U << 4U:
+      return JtkEntity::JtkTRIPRISMSET;
+    default:
+      return JtkEntity::JtkPRIMITIVESET;
+  }
+}
+
+JtkEntity::TypeID typeOf(const ShapeGeometry& geometry, NodeKind node) {
+  switch (geometry.kind) {
     case PrimitiveKind::Polylines:
       return JtkEntity::JtkLINESTRIPSET;
     case PrimitiveKind::Points:
@@ -29,6 +47,7 @@ JtkEntity::TypeID typeOf(PrimitiveKind geometry, NodeKind node) {
     case PrimitiveKind::Polygons:
       break;
   }
+  if (geometry.facts.solid_types != 0) return typeOfSolids(geometry.facts.solid_types);
   if (node == NodeKind::PolygonSet) return JtkEntity::JtkPOLYGONSET;
   if (node == NodeKind::PrimitiveSet) return JtkEntity::JtkPRIMITIVESET;
   return JtkEntity::JtkTRISTRIPSET;
@@ -120,7 +139,7 @@ std::size_t ShapeArrays::sizeBytes() const {
 
 ShapeArrays makeShapeArrays(ShapeGeometry geometry, NodeKind kind) {
   ShapeArrays arrays;
-  arrays.type = typeOf(geometry.kind, kind);
+  arrays.type = typeOf(geometry, kind);
   normalise(geometry.normals);
   if (geometry.kind == PrimitiveKind::Polygons) {
     splitConcavePolygons(geometry);

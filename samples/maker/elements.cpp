@@ -181,6 +181,16 @@ void ElementWriter::vertexShape(const Ids& attributes, const ShapeRecord& shape)
   if (number != 1) out_.u64(shape.bindings);
 }
 
+void ElementWriter::primitiveShape(const Ids& attributes, const ShapeRecord& shape) {
+  baseShape(attributes, shape);
+  version(1);
+  out_.i32(0);  // no texture coordinates
+  out_.i32(shape.has_colors ? 1 : 0);
+  out_.u8(options_.coordinate_bits);
+  out_.u8(options_.color_bits);
+  out_.i32(0);  // how texture coordinates would be made
+}
+
 void ElementWriter::shape(std::int32_t id, const Ids& attributes, const ShapeRecord& shape) {
   switch (shape.kind) {
     case ShapeKind::Triangles:
@@ -195,8 +205,13 @@ void ElementWriter::shape(std::int32_t id, const Ids& attributes, const ShapeRec
     case ShapeKind::Points:
       begin(guids::kPointSet, kShapeNode, id);
       break;
+    case ShapeKind::Solids:
+      begin(guids::kPrimitiveSet, kShapeNode, id);
+      break;
   }
-  if (v8() && isPoint(shape.kind)) {
+  if (shape.kind == ShapeKind::Solids) {
+    primitiveShape(attributes, shape);
+  } else if (v8() && isPoint(shape.kind)) {
     baseShape(attributes, shape);
   } else {
     vertexShape(attributes, shape);

@@ -52,6 +52,7 @@ class ElementWriter {
   void groupNode(const Ids& attributes, const Ids& children);
   void metaDataNode(const Ids& attributes, const Ids& children);
   void baseShape(const Ids& attributes, const ShapeRecord& shape);
+  void primitiveShape(const Ids& attributes, const ShapeRecord& shape);
   void vertexShape(const Ids& attributes, const ShapeRecord& shape);
   void quantisation();
   void rgba(const Rgba& color);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "samples/maker/primitives.h"
+
 namespace loftbay::maker {
 
 void Figures::include(const Vec3& point) {
@@ -44,6 +46,7 @@ Figures Figures::placed(const Matrix& m) const {
 }
 
 Figures measure(const Shape& shape) {
+  if (shape.kind == ShapeKind::Solids) return measureSolids(shape.solids);
   Figures out;
   out.nodes = 1;
   for (const auto p : shape.corner_positions) out.include(shape.positions[p]);

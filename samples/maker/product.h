@@ -44,6 +44,22 @@ enum class ShapeKind : std::uint8_t {
   Polygons,   // polygon set
   Polylines,  // a primitive is one open line
   Points,     // every corner is a point
+  Solids,     // primitive set: boxes, cylinders, …, given by numbers
+};
+
+// A solid of a primitive set. Before it is turned and moved to its place:
+//   Box       its lowest corner is at the origin; `size` is its lengths
+//   Cylinder  stands on the middle of its base; two radii (along x and y) and the height
+//   Pyramid   stands on the middle of its base; the base's lengths and the height
+//   Sphere    its middle is at the origin; a radius, 0, 0
+//   TriPrism  as the box, without the half above the diagonal from (0, z) to (x, 0)
+struct PrimitiveSolid {
+  enum class Type : std::uint8_t { Box, Cylinder, Pyramid, Sphere, TriPrism };
+  Type type = Type::Box;
+  Vec3 place;
+  Vec3 size;
+  std::array<float, 4> rotation = {0, 0, 0, 1};  // quaternion, its real part last
+  Vec3 color = {1, 1, 1};
 };
 
 // One shape of one level of detail. Polygons are counter-clockwise seen from outside; polygons that share
@@ -62,6 +78,8 @@ struct Shape {
   std::vector<std::uint32_t> corner_positions;
   std::vector<std::uint32_t> corner_records;  // empty when there are no attributes
   std::optional<Material> material;
+  std::vector<PrimitiveSolid> solids;  // ShapeKind::Solids; the arrays above are empty then
+  bool colored_solids = false;
 
   [[nodiscard]] std::size_t primitiveCount() const { return primitive_starts.size() - 1; }
   [[nodiscard]] bool hasRecords() const { return !corner_records.empty(); }

@@ -10,6 +10,7 @@
 #include "samples/maker/guids.h"
 #include "samples/maker/hash.h"
 #include "samples/maker/packet.h"
+#include "samples/maker/primitives.h"
 #include "samples/maker/topology.h"
 #include "samples/maker/vertex_records.h"
 
@@ -25,9 +26,11 @@ GuidValue lodGuid(ShapeKind kind) {
     case ShapeKind::Polylines:
       return guids::kPolylineLod;
     case ShapeKind::Points:
+      return guids::kPointLod;
+    case ShapeKind::Solids:
       break;
   }
-  return guids::kPointLod;
+  return guids::kPrimitiveLod;
 }
 
 void writeTopology(ByteWriter& out, const Shape& shape, const Options& options) {
@@ -173,6 +176,17 @@ void writeBody8(ByteWriter& out, const Shape& shape, const Options& options) {
   writeRepData8(out, shape, options);
 }
 
+void writeBody(ByteWriter& out, const Shape& shape, const Options& options, std::int32_t object_id) {
+  switch (options.major()) {
+    case 8:
+      return writeBody8(out, shape, options);
+    case 9:
+      return writeBody9(out, shape, options, object_id + 1);
+    default:
+      return writeBody10(out, shape, options, object_id + 1);
+  }
+}
+
 }  // namespace
 
 std::size_t Shape::recordCount() const {
@@ -191,16 +205,10 @@ Bytes shapeSegment(const Shape& shape, const Options& options, std::int32_t obje
   out.guid(lodGuid(shape.kind));
   out.u8(4);
   if (major > 8) out.i32(object_id);
-  switch (major) {
-    case 8:
-      writeBody8(out, shape, options);
-      break;
-    case 9:
-      writeBody9(out, shape, options, object_id + 1);
-      break;
-    default:
-      writeBody10(out, shape, options, object_id + 1);
-      break;
+  if (shape.kind == ShapeKind::Solids) {
+    writePrimitiveSet(out, shape, options);
+  } else {
+    writeBody(out, shape, options, object_id);
   }
   out.patchI32(0, static_cast<std::int64_t>(out.size() - 4));
   if (major > 8 || options.version == JtVersion::V8_2) {

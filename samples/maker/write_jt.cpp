@@ -64,7 +64,7 @@ PartRecord writePartShapes(const Part& part, Container* container, const Options
       entry.kind = shape.kind;
       entry.bindings = bindings(shape);
       entry.has_normals = !shape.normals.empty();
-      entry.has_colors = !shape.colors.empty();
+      entry.has_colors = !shape.colors.empty() || shape.colored_solids;
       entry.has_texture = !shape.texture_coordinates.empty();
       entry.figures = measure(shape);
       entry.material = shape.material;

@@ -396,6 +396,54 @@ class Batch(CliTest):
         for name in ("one.zix", "three.zix"):
             self.assertTrue(os.path.exists(os.path.join(self.out_dir, name)))
 
+    def children_of(self, pid):
+        found = []
+        for entry in os.listdir("/proc"):
+            if not entry.isdigit():
+                continue
+            try:
+                with open(f"/proc/{entry}/stat") as file:
+                    # The name in brackets may hold blanks; the parent is the second field behind it.
+                    if int(file.read().rsplit(")", 1)[1].split()[1]) == pid:
+                        found.append(int(entry))
+            except OSError:
+                pass  # it has ended meanwhile
+        return found
+
+    def test_a_conversion_that_crashes_costs_only_itself(self):
+        models = []
+        for number in range(8):
+            models.append(self.path(f"model{number}.jt"))
+            shutil.copy(SAMPLE, models[-1])
+        process = subprocess.Popen([LOFTBAY, *models, "--out-dir", self.out_dir, "--jobs", "2", "--json"],
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   env={**os.environ, "MERIDAN_TEMP_PATH": self.path("work")})
+        killed = False
+        while process.poll() is None and not killed:
+            for child in self.children_of(process.pid):
+                try:
+                    os.kill(child, signal.SIGSEGV)
+                    killed = True
+                    break
+                except OSError:
+                    pass
+        output, errors = process.communicate(timeout=120)
+        reports = json.loads(output)
+        crashed = [report for report in reports if not report["ok"]]
+        if not crashed:
+            self.skipTest("every conversion was over before it could be disturbed")
+        self.assertEqual(process.returncode, 1)
+        self.assertEqual(len(crashed), 1, errors)
+        self.assertIn("the conversion", crashed[0]["skipped"][0]["reason"])
+        self.assertIn(b"7 converted, 1 failed", errors)
+        # The others are whole, and nothing unfinished is left.
+        scenes = sorted(os.listdir(self.out_dir))
+        self.assertTrue(set(scenes) >= {os.path.basename(report["output"]) for report in reports if report["ok"]})
+        for name in scenes:
+            self.assertTrue(name.endswith(".zix"), name)
+            scene = os.path.join(self.out_dir, name)
+            self.assertEqual(subprocess.run([ZIX, "validate", scene], capture_output=True).returncode, 0)
+
     def test_inputs_that_would_share_an_output_are_refused_before_anything_runs(self):
         os.mkdir(self.path("other"))
         twin = self.path("other/one.JT")
@@ -469,6 +517,49 @@ class Info(CliTest):
         document = json.loads(result.stdout)
         self.assertEqual(document["version"], "9.5")
         self.assertGreater(sum(document["segments"].values()), 0)
+
+    def test_the_document_holds_container_tree_levels_and_counts(self):
+        document = json.loads(self.run_program("info", SAMPLE, "--json").stdout)
+        self.assertEqual((document["loaded"], document["byte_order"], document["units"]), (True, "little", "millimeters"))
+        self.assertEqual(document["segments"]["scene graph"], 1)
+        self.assertGreater(document["segments"]["shape, level 0"], 0)
+        self.assertIn("zlib", document["compression"])
+        self.assertEqual((document["cannot_be_converted"], document["tree_is_cut"]), ([], False))
+        kinds = {node["kind"] for node in document["tree"]}
+        self.assertEqual(kinds, {"assembly", "part", "instance"})
+        parts = [node for node in document["tree"] if node["kind"] == "part" and not node["listed_before"]]
+        self.assertTrue(any(len(part["levels"]) > 1 for part in parts))
+        for part in parts:
+            for level in part["levels"]:
+                for shape in level:
+                    self.assertEqual(shape["kind"], "tri-strip set")
+                    self.assertGreater(shape["triangles"], 0)
+        # The text tells the same.
+        text = self.run_program("info", SAMPLE).stdout.decode()
+        for word in ("JT 9.5, little-endian, units millimeters", "scene graph (zlib)", "level 0: ", "level 1: ",
+                     "tri-strip set", " triangles"):
+            self.assertIn(word, text)
+
+    def test_what_cannot_be_converted_is_named_with_its_reason(self):
+        content = bytearray(open(SAMPLE, "rb").read())
+        # The segments of shapes: 24 bytes of header, an element's length, then the GUID that says what it is.
+        strips = bytes.fromhex("ab10dd10c82ad1119b6b0080c7bb5997")
+        first = content.find(strips)
+        self.assertGreater(first, 0)
+        content[first] ^= 0xFF
+        model = self.write("damaged.jt", content)
+        result = self.run_program("info", model, "--json")
+        self.assertEqual(result.returncode, 1)
+        losses = json.loads(result.stdout)["cannot_be_converted"]
+        self.assertEqual(len(losses), 1)
+        self.assertIn("are not known", losses[0]["reason"])
+        text = self.run_program("info", model)
+        self.assertEqual(text.returncode, 1)
+        self.assertIn(b"Cannot be converted:", text.stdout)
+        self.assertIn(losses[0]["part"].encode(), text.stdout)
+        # The conversion names the same, where it is of a level that is converted, and keeps the rest.
+        report = json.loads(self.run_program(model, self.out, "--json").stdout)
+        self.assertGreater(report["counts"]["triangles"], 0)
 
     def test_a_file_that_cannot_be_read_gives_1_and_a_json_document_all_the_same(self):
         result = self.run_program("info", self.write("bad.jt", b"nonsense"), "--json")

@@ -85,6 +85,7 @@ void expand(const Product& product, const Options& options, const Ref& ref, cons
         break;
       case ShapeKind::Triangles:
       case ShapeKind::Polygons:
+      case ShapeKind::Solids:
         e.triangles = shape.primitiveCount();
         e.checksum = checksum(dequantised(shape, options));
         break;

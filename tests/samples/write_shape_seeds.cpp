@@ -6,6 +6,7 @@
 #include <random>
 #include <string>
 
+#include "samples/maker/figures.h"
 #include "samples/maker/shape_lod.h"
 #include "tests/samples/test_shapes.h"
 
@@ -89,7 +90,63 @@ bool writeSeed(const fs::path& corpus, const NamedShape& named, const Options& w
                std::span(bytes).subspan(kElementHeaderBytes));
 }
 
+// Version and byte order as in firstAny, box and area, then the element's body.
+bool writeSolids(const fs::path& corpus, const Options& wanted) {
+  using Type = PrimitiveSolid::Type;
+  const Options options = wanted.effective();
+  const std::uint32_t version = options.major() == 9 ? 1 : options.major() == 10 ? 2 : 0;
+  bool is_written = true;
+  for (const Type type : {Type::Box, Type::Cylinder, Type::Pyramid, Type::Sphere, Type::TriPrism}) {
+    Shape shape;
+    shape.kind = ShapeKind::Solids;
+    shape.solids = {{type, {1, 2, 3}, {4, 5, 6}, {0.5F, 0.5F, 0.5F, 0.5F}, {1, 0.5F, 0}}};
+    if (type == Type::Sphere) shape.solids[0].size = {2, 0, 0};
+    shape.solids.push_back(shape.solids[0]);
+    shape.solids[1].place.x = 20;
+    shape.colored_solids = type == Type::Box;
+    const Figures figures = measure(shape);
+    ByteWriter seed(options.big_endian);
+    for (const Vec3& p : {figures.min, figures.max}) {
+      for (const float value : {p.x, p.y, p.z}) seed.f32(value);
+    }
+    seed.f32(static_cast<float>(figures.area));
+    const Bytes segment = shapeSegment(shape, options, 1);
+    const std::uint32_t element = options.big_endian ? std::uint32_t{segment[2]} << 8 | segment[3]
+                                                     : std::uint32_t{segment[1]} << 8 | segment[0];
+    seed.append(std::span(segment).subspan(kElementHeaderBytes, element + 4 - kElementHeaderBytes));
+    const std::string name = "solid" + std::to_string(static_cast<int>(type)) + "_" + options.versionText() +
+                             (options.coordinate_bits > 0 ? "_lossy" : "") +
+                             (options.big_endian ? "_big" : "");
+    is_written = is_written && write(corpus / "primitive_set_fuzz" / name,
+                                     version | (options.big_endian ? 0x80U : 0U), seed.bytes());
+  }
+  return is_written;
+}
+
+// The set is in the bytes themselves: one solid of every type.
+bool writePlainSolids(const fs::path& corpus) {
+  ByteWriter seed(false);
+  for (const float value : {0.0F, 0.0F, 0.0F, 30.0F, 30.0F, 30.0F, 0.0F}) seed.f32(value);
+  for (unsigned type = 0; type < 5; ++type) {
+    seed.u8(type);
+    for (const float value : {5.0F, 5.0F, 5.0F, 2.0F, 3.0F, 4.0F, 0.0F, 0.0F, 0.0F, 1.0F}) seed.f32(value);
+  }
+  return write(corpus / "primitive_set_fuzz" / "plain", 0x60, seed.bytes());
+}
+
 bool writeAll(const fs::path& corpus) {
+  for (const auto version : {JtVersion::V8_1, JtVersion::V9_5, JtVersion::V10_0}) {
+    for (const std::uint8_t bits : {std::uint8_t{0}, std::uint8_t{12}}) {
+      Options options{.version = version, .coordinate_bits = bits, .color_bits = 4};
+      options.hsv_colors = version == JtVersion::V9_5;
+      options.codec = Codec::VariableBits;
+      if (!writeSolids(corpus, options)) return false;
+      options.big_endian = true;
+      if (bits == 0 && !writeSolids(corpus, options)) return false;
+    }
+  }
+  if (!writePlainSolids(corpus)) return false;
+
   for (const NamedShape& named : namedShapes()) {
     for (const auto version : {JtVersion::V8_1, JtVersion::V9_5, JtVersion::V10_0}) {
       for (const bool lossy : {false, true}) {

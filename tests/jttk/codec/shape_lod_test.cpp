@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "jttk/codec/lookup2.h"
@@ -197,6 +198,47 @@ TEST(ShapeLod, listsAreLimitedByTheSizeOfTheElement) {
   }
 }
 
+// Behind the topology: U64 bindings, U8[4], I32 vertices, I32 records; then coordinates: I32 count, U8
+// components, per axis F32, F32 and U8 bits; normals: I32 count, U8 components, U8 bits.
+TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
+  for (const PacketForm form : kForms) {
+    const ShapeOptions options{form, true, 0x0a};
+    const Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, options);
+    const std::size_t coordinates =
+        jttk::testing::topologyBytes(tetrahedronSymbols(7), form).size() + 8 + 4 + 4 + 4;
+    const auto with = [&](std::size_t place, std::uint32_t bits) {
+      Bytes changed = rep;
+      changed[place] = static_cast<std::byte>(bits);
+      return changed;
+    };
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const std::size_t place = coordinates + 5 + 9 * axis + 8;
+      ASSERT_EQ(rep[place], std::byte{4});
+      for (const std::uint32_t bits : {33U, 64U, 255U}) {
+        EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, form, with(place, bits)), form),
+                    HasSubstr("a quantiser of " + std::to_string(bits) + " bits"));
+      }
+      // One axis without bits: its codes stand for the minimum.
+      const auto flat = decode(shapeElement(kTriStripSetId, form, with(place, 0)), form);
+      ASSERT_TRUE(flat.has_value()) << flat.error().text();
+      for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(flat->positions[3 * i + axis], axis == 2 ? 0.5F : 0.0F);
+    }
+  }
+  EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, PacketForm::Jt9,
+                                   [] {
+                                     const ShapeOptions options{PacketForm::Jt9, true, 0x0a};
+                                     Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, options);
+                                     // The normals' header: 12 entries, 3 components, 2 bits.
+                                     const Bytes header = ByteBuilder().u32(12).u8(3).u8(2).result();
+                                     const auto at =
+                                         std::search(rep.begin(), rep.end(), header.begin(), header.end());
+                                     *(at + 5) = std::byte{33};
+                                     return rep;
+                                   }()),
+                      PacketForm::Jt9),
+              HasSubstr("normals of 33 bits"));
+}
+
 TEST(ShapeLod, withoutRecordsCornersHaveNone) {
   const ShapeOptions options{PacketForm::Jt9, false, 0x02};
   const auto shape = decode(
@@ -229,13 +271,10 @@ TEST(ShapeLod, pointSetsHaveTheLayoutOfPolylines) {
   EXPECT_EQ(shape->kind, PrimitiveKind::Points);
 }
 
-TEST(ShapeLod, nullShapesAreEmptyAndPrimitiveSetsRefused) {
+TEST(ShapeLod, nullShapesAreEmptyAndUnknownElementsRefused) {
   const Guid null_shape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
-  const Guid primitives{0xe40373c2, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
   EXPECT_EQ(decode(shapeElement(null_shape, PacketForm::Jt9, {}), PacketForm::Jt9)->kind,
             PrimitiveKind::Empty);
-  EXPECT_THAT(errorOf(shapeElement(primitives, PacketForm::Jt9, {}), PacketForm::Jt9),
-              HasSubstr("primitive set"));
   EXPECT_THAT(errorOf(shapeElement({1, 2, 3, {}}, PacketForm::Jt9, {}), PacketForm::Jt9),
               HasSubstr("are not known"));
 }

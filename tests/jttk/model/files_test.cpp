@@ -72,6 +72,17 @@ class ManyFiles : public ::testing::Test {
   Recorder recorder_;
 };
 
+// The folder is the usual one for the parts of main.jt.
+TEST_F(ManyFiles, AFileIsFoundInTheFolderNamedLikeTheAssemblyAndWithoutItsEnding) {
+  writePart("main/bolt.jt", "bolt");
+  writePart("nut.jt", "nut");
+  writeMain({"bolt.jt", "D:\\elsewhere\\Bolt.jt", "nut", "old/bolt"});
+  EXPECT_THAT(tree(),
+              ElementsAre("assembly main", "  part ref 0", "  part ref 1", "  part ref 2", "  part ref 3"));
+  EXPECT_EQ(shapes_, 4U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
 TEST_F(ManyFiles, APartitionWithoutChildrenStandsForAnotherFileAndItsNameHolds) {
   writePart("parts/bolt.jt", "bolt");
   writeMain({"parts/bolt.jt"});
@@ -258,6 +269,25 @@ TEST(FoldCase, KnowsLatinGreekAndCyrillicLetters) {
   EXPECT_EQ(jttk::foldCase("GEH\xc3\x84USE"), "geh\xc3\xa4use");
   EXPECT_EQ(jttk::foldCase("\xce\x91\xd0\x94"), "\xce\xb1\xd0\xb4");
   EXPECT_EQ(jttk::foldCase("\xff\xc3"), "\xff\xc3");
+  // Polish, Czech, Turkish and accented Greek: pairs of capital and small letter.
+  for (const auto& [capital, small] : {std::pair{"\u0141", "\u0142"},
+                                       {"\u0143", "\u0144"},
+                                       {"\u0147", "\u0148"},
+                                       {"\u015a", "\u015b"},
+                                       {"\u016e", "\u016f"},
+                                       {"\u0178", "\u00ff"},
+                                       {"\u0179", "\u017a"},
+                                       {"\u017d", "\u017e"},
+                                       {"\u011e", "\u011f"},
+                                       {"\u0386", "\u03ac"},
+                                       {"\u0388", "\u03ad"},
+                                       {"\u038c", "\u03cc"},
+                                       {"\u038f", "\u03ce"},
+                                       {"\u0401", "\u0451"}}) {
+    EXPECT_EQ(jttk::foldCase(capital), small);
+    EXPECT_EQ(jttk::foldCase(small), small);
+  }
+  EXPECT_NE(jttk::foldCase("\u0130"), jttk::foldCase("\u0131"));  // no pair
 }
 
 }  // namespace

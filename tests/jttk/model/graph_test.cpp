@@ -1,8 +1,10 @@
 // Scene graph segments of every version and byte order, whole and damaged.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 #include <memory>
 
 #include "jttk/model/scene_graph.h"
@@ -144,6 +146,70 @@ TEST(DamagedGraph, AnElementThatEndsTooEarlyCostsThatElement) {
   EXPECT_THAT(model.tree(), ElementsAre("part root"));
   EXPECT_THAT(model.recorder.losses,
               ElementsAre(HasSubstr("group element 2: child count"), HasSubstr("has a child 2, but")));
+}
+
+// An element that claims the next one's bytes swallows it; one that ends inside of itself leaves bytes that
+// are no element. Either way what stands before is kept and the fault is told.
+TEST(DamagedGraph, ElementsThatOverlapTheNextOneAreToldAndTheRestStands) {
+  GraphBuilder graph;
+  graph.partition(0, {1, 2}).name("root");
+  graph.part(1, {}).name("seen");
+  graph.part(2, {}).name("overlapped");
+  const Bytes whole = graph.segment();
+  jttk::testing::ByteBuilder marker;
+  marker.u32(0xce357244).u16(0x38fb).u16(0x11d1);  // how the GUID of a part begins
+  const auto first = std::search(whole.begin(), whole.end(), marker.result().begin(), marker.result().end());
+  ASSERT_NE(first, whole.end());
+  const auto length_at = static_cast<std::size_t>(first - whole.begin()) - 4;
+  const auto length = std::to_integer<std::uint32_t>(whole[length_at]);  // below 256
+  for (const std::uint32_t wrong : {0U, 1U, 15U, 16U, 20U, length - 1, length + 1, length + 5, 2 * length + 4,
+                                    0x7fffffffU, 0x80000000U, 0xffffffffU}) {
+    Bytes bytes = whole;
+    for (std::size_t k = 0; k < 4; ++k) bytes[length_at + k] = static_cast<std::byte>(wrong >> (8 * k));
+    const auto read_graph = read(bytes);
+    ASSERT_TRUE(read_graph) << wrong;
+    EXPECT_FALSE(read_graph->damage.empty()) << wrong;
+    ASSERT_GE(read_graph->nodes.size(), 1U);
+    EXPECT_EQ(read_graph->nodes[0].kind, NodeKind::Partition);
+  }
+}
+
+// Files drop atoms and leave their ids in the table; nodes that do not exist have entries too. Neither costs
+// anything else.
+TEST(DamagedGraph, PropertiesWithDanglingIdsAreLeftOutAndTheOthersStay) {
+  GraphBuilder builder;
+  builder.partition(0, {1}).name("root");
+  builder.part(1, {}).name("part").property("colour", "red");
+  const Bytes whole = builder.segment();
+  // The table stands at the end: version, count, then per node: id, pairs of atoms, 0.
+  const std::size_t table = whole.size() - (2 + 4 + (4 + 8 + 4) + (4 + 16 + 4));
+  const auto with = [&](std::size_t place, std::int32_t id) {
+    Bytes bytes = whole;
+    for (std::size_t k = 0; k < 4; ++k) {
+      bytes[table + place + k] = static_cast<std::byte>(static_cast<std::uint32_t>(id) >> (8 * k));
+    }
+    return read(bytes);
+  };
+  constexpr std::size_t kRootNode = 6;
+  constexpr std::size_t kPartNameKey = 6 + 16 + 4;
+  constexpr std::size_t kPartNameValue = kPartNameKey + 4;
+  for (const std::int32_t id : {7777, -1, std::numeric_limits<std::int32_t>::min()}) {
+    for (const std::size_t place : {kPartNameKey, kPartNameValue}) {
+      const auto graph = with(place, id);
+      ASSERT_TRUE(graph);
+      EXPECT_EQ(graph->nodes[1].name, kNone);
+      EXPECT_EQ(graph->text(graph->nodes[0].name), "root");
+      ASSERT_EQ(graph->nodes[1].properties.count, 1U);
+      EXPECT_EQ(graph->text(graph->properties[graph->nodes[1].properties.first].value), "red");
+    }
+    const auto graph = with(kRootNode, id);
+    ASSERT_TRUE(graph);
+    EXPECT_EQ(graph->nodes[0].name, kNone);
+    EXPECT_EQ(graph->text(graph->nodes[1].name), "part");
+  }
+  // A table that claims more nodes than there are bytes.
+  EXPECT_FALSE(with(2, 0x7fffffff)->damage.empty());
+  EXPECT_FALSE(with(2, -1)->damage.empty());
 }
 
 TEST(DamagedGraph, AnIdThatIsUsedTwiceIsReportedAndTheFirstHolds) {

@@ -166,6 +166,37 @@ TEST(Shapes, ADamagedOneIsNullAndReportedOnceWithFileSegmentAndPlace) {
   EXPECT_THAT(model.recorder.messages(), HasSubstr(graph.shapeSegment(6).text()));
 }
 
+TEST(Shapes, AreNotDecodedBeforeTheyAreAskedFor) {
+  GraphBuilder graph;
+  graph.partition(0, {1}).name("part");
+  graph.part(1, {2});
+  graph.setGeometry(Bytes(40));  // nothing that could be decoded
+  graph.triStrips(2);
+  const Loaded model(graph);
+  EXPECT_EQ(levels(model.root()), 1);
+  EXPECT_EQ(shapes(model.root(), 0), 1);
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
+  EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
+  EXPECT_EQ(model.recorder.losses.size(), 1U);
+}
+
+TEST(Shapes, OfAnInstancesTargetAreFreedWhenTheWalkLeavesTheInstance) {
+  GraphBuilder graph;
+  graph.partition(0, {1, 3}).name("root");
+  graph.instance(1, 2).name("first");
+  graph.part(2, {4}).name("part");
+  graph.part(3, {}).name("other");
+  graph.triStrips(4);
+  jttk::settings().shape_cache_bytes = 0;
+  const Loaded model(graph);
+  auto* shape = static_cast<jttk::ShapeObject*>(shapeOf(Loaded::target(model.at({0})), 0, 0));
+  ASSERT_NE(shape, nullptr);
+  EXPECT_NE(shape->arrays(), nullptr);
+  (void)model.tree();
+  EXPECT_EQ(shape->arrays(), nullptr);
+  jttk::settings() = {};
+}
+
 TEST(Shapes, WithoutASegmentTheyAreReported) {
   GraphBuilder graph;
   graph.partition(0, {1}).name("part");

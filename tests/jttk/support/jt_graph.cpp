@@ -158,7 +158,7 @@ GraphBuilder::NodeSettings GraphBuilder::switchNode(std::int32_t id, Ids childre
   return add(id, common(0x10dd10f3), 1, out.i32(selected).result());
 }
 
-Bytes GraphBuilder::shapeBody() const {
+Bytes GraphBuilder::shapeBody(bool counts) const {
   OrderedBytes out(order_);
   version(out);
   if (major_ < 10) {
@@ -166,7 +166,7 @@ Bytes GraphBuilder::shapeBody() const {
   }
   for (int i = 0; i < 6; ++i) out.f32(static_cast<float>(i));  // box
   out.f32(1.5F);                                               // area
-  for (const std::int32_t count : {1, 2, 3, 4, 5, 6}) out.i32(count);
+  for (const std::int32_t count : {1, 2, 3, 4, 5, 6}) out.i32(counts ? count : 0);
   out.i32(0).f32(1);
   return out.result();
 }
@@ -175,9 +175,29 @@ GraphBuilder::NodeSettings GraphBuilder::emptyTriStrips(std::int32_t id) {
   return add(id, common(0x10dd1077), 2, shapeBody());
 }
 
+GraphBuilder::NodeSettings GraphBuilder::triStripsOfNothing(std::int32_t id) {
+  return add(id, common(0x10dd1077), 2, shapeBody(false));
+}
+
+GraphBuilder::NodeSettings GraphBuilder::unknownGroup(std::int32_t id, const Guid& kind, Ids children) {
+  return add(id, kind, 1, groupBody(children));
+}
+
+GraphBuilder::NodeSettings GraphBuilder::unknownShape(std::int32_t id, const Guid& kind) {
+  return add(id, kind, 2, shapeBody());
+}
+
 GraphBuilder::NodeSettings GraphBuilder::triStrips(std::int32_t id) {
   shapes_[id] = geometry_;
   NodeSettings settings = emptyTriStrips(id);
+  settings.lateLoaded("JT_LLPROP_SHAPEIMPL", shapeSegment(id), 7);
+  return settings;
+}
+
+GraphBuilder::NodeSettings GraphBuilder::shapeNode(std::int32_t id, const Guid& kind, const Bytes& tail,
+                                                   const Bytes& geometry) {
+  shapes_[id] = geometry;
+  NodeSettings settings = add(id, kind, 2, OrderedBytes(order_).bytes(shapeBody()).bytes(tail).result());
   settings.lateLoaded("JT_LLPROP_SHAPEIMPL", shapeSegment(id), 7);
   return settings;
 }
@@ -192,9 +212,10 @@ Guid GraphBuilder::shapeSegment(std::int32_t id) const {
 
 void GraphBuilder::beginAttribute(OrderedBytes& out, std::uint8_t state, std::uint32_t inhibited,
                                   std::uint32_t final_fields) const {
-  version(out);
+  version(out, major_ >= 10 ? base_attribute_version_ : 1);
   out.u8(state).u32(inhibited);
   if (major_ >= 10) out.u32(final_fields);
+  if (palette_index_) out.i32(-1);
 }
 
 void GraphBuilder::addAttribute(std::int32_t id, const Guid& kind, const Bytes& body) {
@@ -270,10 +291,16 @@ void GraphBuilder::writeAtoms(OrderedBytes& atoms, OrderedBytes& table) const {
   const auto addText = [&](std::string_view text) {
     return addAtom(common(0x10dd106e), OrderedBytes(order_).mbString(text).result());
   };
-  table.u16(1).i32(static_cast<std::int32_t>(properties_.size()));
+  std::size_t entries = properties_.size();
+  if (split_table_) {
+    entries = 0;
+    for (const auto& [node, properties] : properties_) entries += properties.size();
+  }
+  table.u16(1).i32(static_cast<std::int32_t>(entries));
   for (const auto& [node, properties] : properties_) {
     table.i32(node);
     for (const Property& property : properties) {
+      if (split_table_ && &property != &properties.front()) table.i32(0).i32(node);
       table.i32(addText(property.key));
       if (property.segment_type < 0) {
         table.i32(addText(property.text));
@@ -311,10 +338,10 @@ Bytes GraphBuilder::file() const {
   OrderedBytes stored(order_);
   stored.u32(0).u32(graph.size() + 1).u8(1).bytes(graph);
   std::vector<Entry> entries{{kSceneGraphId, 1, stored.result()}};
-  for (const auto& [id, data] : exact_) {
-    OrderedBytes exact(order_);
-    exact.u32(0).u32(data.size() + 1).u8(1).bytes(data);
-    entries.push_back({id, 17, exact.result()});
+  for (const auto& [id, late] : late_) {
+    OrderedBytes prefixed(order_);
+    prefixed.u32(0).u32(late.second.size() + 1).u8(1).bytes(late.second);
+    entries.push_back({id, late.first, prefixed.result()});
   }
   for (const auto& [id, data] : shapes_) entries.push_back({shapeSegment(id), 7, data});
 
