@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/jttk/model/loaded.h"
+#include "tests/jttk/support/jt_shapes.h"
 
 namespace {
 
@@ -110,6 +111,30 @@ TEST(UnusualFiles, AShapeThatCountsNothingNeedsNoGeometry) {
   ASSERT_NE(shape, nullptr);
   EXPECT_EQ(shape->getPrimitiveSetCount(), 0);
   EXPECT_THAT(model.recorder.losses, IsEmpty());
+}
+
+// Colours do not reach the scene: the shape stays, and notes tell of the first shapes of a file.
+TEST(UnusualFiles, ColoursThatCannotBeReadAreNoted) {
+  jttk::testing::ShapeOptions options;
+  options.bindings = 0x22;
+  jttk::testing::Bytes rep =
+      jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options);
+  rep.back() ^= std::byte{1};  // of the hash of the colours, which come last
+  GraphBuilder graph;
+  graph.setGeometry(jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9, rep));
+  graph.partition(0, {1}).name("root");
+  jttk::testing::Ids children;
+  for (int i = 0; i < 30; ++i) children.push_back(2 + i);
+  graph.part(1, children).name("part");
+  for (int i = 0; i < 30; ++i) graph.triStrips(2 + i);
+  const Loaded model(graph);
+  for (int i = 0; i < 30; ++i) EXPECT_NE(shapeOf(model.root(), 0, i), nullptr);
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
+  ASSERT_EQ(model.recorder.notes.size(), 21U);
+  EXPECT_THAT(
+      model.recorder.notes.front(),
+      HasSubstr("tri-strip set 2 was read without some of its vertex attributes: colours do not agree"));
+  EXPECT_THAT(model.recorder.notes.back(), HasSubstr("more shapes were read without"));
 }
 
 // Whether a palette index follows is told by the size, whatever the version says.
