@@ -31,11 +31,12 @@ class NormalDecoder {
     }
   }
 
-  // False when a code is out of its range; then `normal` is not written.
+  // False when a code is out of its range; then `normal` is not written. Angles may reach the end of their
+  // range, which is one code more than their bits hold.
   [[nodiscard]] bool decode(std::uint32_t sextant, std::uint32_t octant, std::uint32_t theta,
                             std::uint32_t psi, float* normal) const noexcept {
-    if (sextant > 5 || octant > 7 || theta >= limit_ || psi > limit_) return false;
-    const Angle t = theta_[theta + (sextant & 1U)];
+    if (sextant > 5 || octant > 7 || theta > limit_ || psi > limit_) return false;
+    const Angle t = theta_[std::min(theta + (sextant & 1U), limit_)];
     const Angle p = psi_[psi];
     const double x = t.cosine * p.cosine;
     const double y = p.sine;

@@ -23,6 +23,9 @@ constexpr Guid kPolylineSet = setGuid(0x10dd10a1);
 constexpr Guid kPolygonSet = setGuid(0x10dd109f);
 constexpr Guid kPointSet{0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
 constexpr Guid kPrimitiveSet{0xe40373c2, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
+// The node's id: some take it for the element's too.
+constexpr Guid kPrimitiveSetNode{
+    0xe40373c1, 0x1ad9, 0x11d3, {0x9d, 0xaf, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
 constexpr Guid kNullShape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
 
 struct Element {
@@ -44,9 +47,11 @@ Result<Element> readElement(ByteReader& reader) {
   return Element{kind, body};
 }
 
+bool isPrimitiveSet(const Guid& kind) { return kind == kPrimitiveSet || kind == kPrimitiveSetNode; }
+
 bool isShape(const Guid& kind) {
   return kind == kTriStripSet || kind == kPolygonSet || kind == kPolylineSet || kind == kPointSet ||
-         kind == kPrimitiveSet || kind == kNullShape;
+         kind == kNullShape || isPrimitiveSet(kind);
 }
 
 // The shape is the first element as a rule; others in front of it are passed over.
@@ -130,7 +135,7 @@ Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, By
   if (!element) return tl::unexpected<Error>(element.error().in("shape"));
   const Guid& kind = element->kind;
   if (kind == kNullShape) return ShapeGeometry{};
-  if (kind == kPrimitiveSet) return decodePrimitives(element->body, version, stated);
+  if (isPrimitiveSet(kind)) return decodePrimitives(element->body, version, stated);
   // Errors of 8.x name the kind already.
   if (version.major < 9) return decodeShapeLod8(element->body, kind);
   auto shape = decodeSet(element->body, kind, version);

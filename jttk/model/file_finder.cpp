@@ -13,6 +13,7 @@ namespace host = loftbay::host;
 namespace {
 
 constexpr char kSeparator = '\\';
+constexpr std::string_view kEnding = ".jt";
 
 // Components of a reference; `/` separates like `\`.
 std::vector<std::string> components(std::string_view reference) {
@@ -98,23 +99,38 @@ FileFinder::FileFinder(std::string_view model_path, bool allow_outside) : allow_
 }
 
 FileFinder::Found FileFinder::find(std::string_view referring_path, std::string_view reference) {
-  Found found = findFrom(folderOf(referring_path), reference);
+  Found found = findWithEnding(referring_path, reference);
   if (!found.path.empty()) return found;
   const auto real_path = host::canonicalPath(referring_path);
   if (!real_path) return found;
-  Found from_real = findFrom(folderOf(*real_path), reference);
-  from_real.refused = from_real.path.empty() && (from_real.refused || found.refused);
-  return from_real;
+  return better(findWithEnding(*real_path, reference), found);
 }
 
-FileFinder::Found FileFinder::findFrom(const std::string& folder, std::string_view reference) {
+// The first of two searches, unless nothing came of it; that a file was refused is remembered.
+FileFinder::Found FileFinder::better(Found later, const Found& before) {
+  if (later.path.empty()) later.refused = later.refused || before.refused;
+  return later;
+}
+
+FileFinder::Found FileFinder::findWithEnding(std::string_view referring_path, std::string_view reference) {
+  Found found = findFrom(referring_path, reference);
+  if (!found.path.empty() || foldCase(reference).ends_with(kEnding)) return found;
+  return better(findFrom(referring_path, std::string(reference).append(kEnding)), found);
+}
+
+FileFinder::Found FileFinder::findFrom(std::string_view referring_path, std::string_view reference) {
   const std::vector<std::string> names = components(reference);
   if (names.empty()) return {};
+  const std::string folder = folderOf(referring_path);
   Found found = isAbsolute(reference) ? check(std::string(reference)) : check(resolve(folder, names));
-  if (!found.path.empty()) return found;
-  Found beside = check(resolve(folder, {names.back()}));
-  beside.refused = beside.path.empty() && (beside.refused || found.refused);
-  return beside;
+  if (found.path.empty()) found = better(check(resolve(folder, {names.back()})), found);
+  if (found.path.empty()) {
+    // Parts are usually kept in a folder that is named like their assembly.
+    const std::string_view file = baseName(referring_path);
+    const std::string own_folder(file.substr(0, file.rfind('.')));
+    found = better(check(resolve(folder, {own_folder, names.back()})), found);
+  }
+  return found;
 }
 
 std::string FileFinder::resolve(std::string folder, const std::vector<std::string>& names) {

@@ -20,12 +20,15 @@ class FileFinder {
     bool refused = false;   // a file was found, but it lies outside
   };
   // `reference`: the text in the file. Tried: the reference seen from the referring file's folder (exactly,
-  // then with any letter case), then its bare name in that folder; where the referring file was named through
-  // a link, the same again from where it really lies.
+  // then with any letter case), then its bare name in that folder and in the one there that is named like the
+  // referring file; then all this with ".jt" behind a reference that does not end so; where the referring
+  // file was named through a link, the same again from where it really lies.
   Found find(std::string_view referring_path, std::string_view reference);
 
  private:
-  Found findFrom(const std::string& folder, std::string_view reference);
+  Found findWithEnding(std::string_view referring_path, std::string_view reference);
+  Found findFrom(std::string_view referring_path, std::string_view reference);
+  static Found better(Found later, const Found& before);
   // `names` seen from `folder`, letter case ignored where there is no exact match.
   std::string resolve(std::string folder, const std::vector<std::string>& names);
   // Names in a folder by their lower case form.

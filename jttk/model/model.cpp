@@ -182,6 +182,21 @@ bool Model::hasMaterials() {
   return library_.hasMaterials();
 }
 
+void Model::noteUnread(NodeRef shape, const std::string& part_name, const std::string& reason) {
+  constexpr std::size_t kMostNotes = 20;  // of one file, as all its shapes are usually alike
+  Document& document = shape.document();
+  if (document.reported_attributes.size() > kMostNotes) return;
+  if (!document.reported_attributes.insert(shape.node).second) return;
+  const std::string file = loftbay::host::toHostPath(document.path);
+  if (document.reported_attributes.size() > kMostNotes) {
+    library_.note(file + ": more shapes were read without some of their vertex attributes");
+    return;
+  }
+  library_.note(file + ": \"" + part_name + "\": " + kindName(shape.data().kind) + " " +
+                std::to_string(shape.data().id) +
+                " was read without some of its vertex attributes: " + reason);
+}
+
 std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::string& part_name) {
   Document& document = shape.document();
   if (document.reported.contains(shape.node)) return nullptr;
@@ -195,11 +210,8 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
                                  (error.offset == 0 ? error.what : error.text()));
     return nullptr;
   }
-  const std::string& unread = geometry->facts.unread_attributes;
-  if (!unread.empty() && document.reported_attributes.insert(shape.node).second) {
-    library_.note(loftbay::host::toHostPath(document.path) + ": \"" + part_name +
-                  "\": " + kindName(shape.data().kind) + " " + std::to_string(shape.data().id) +
-                  " was read without some of its vertex attributes: " + unread);
+  if (!geometry->facts.unread_attributes.empty()) {
+    noteUnread(shape, part_name, geometry->facts.unread_attributes);
   }
   auto arrays = std::make_shared<const ShapeArrays>(makeShapeArrays(std::move(*geometry), shape.data().kind));
   cache_.keep(key, arrays);

@@ -87,6 +87,8 @@ class Model {
     }
   };
 
+  // Tells, once for each shape, that attributes of its vertices could not be read.
+  void noteUnread(NodeRef shape, const std::string& part_name, const std::string& reason);
   JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
   JtkHierarchy* hold(JtkHierarchy* object);
 

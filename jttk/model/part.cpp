@@ -16,6 +16,9 @@ class Collector {
  public:
   Collector(Model& model, std::vector<Level>& levels) : model_(model), levels_(levels) {}
 
+  // Whether a node of the finest level is there but not to be seen.
+  [[nodiscard]] bool hidesFinest() const { return hides_finest_; }
+
   void run(const Product& product, const Inherited& inherited) {
     const Step start{product.content, inherited, kAnyLevel, false};
     if (product.content_is_child) {
@@ -73,6 +76,10 @@ class Collector {
     if (!nested) needLevels(node.children.count);
     const std::uint32_t count = nested ? std::min(node.children.count, 1U) : node.children.count;
     for (std::uint32_t i = count; i-- > 0;) pushChild(step, i, nested ? step.level : i);
+    const SceneGraph& graph = step.ref.document().graph;
+    if (count == 0) return;
+    const std::uint32_t finest = graph.children[node.children.first];
+    if (finest < graph.nodes.size() && !isShown(graph, finest)) hides_finest_ = true;
   }
 
   void pushChildren(const Step& step) {
@@ -100,6 +107,7 @@ class Collector {
   Model& model_;
   std::vector<Level>& levels_;
   std::vector<Step> steps_;
+  bool hides_finest_ = false;
 };
 
 }  // namespace
@@ -139,11 +147,25 @@ void PartObject::getMaterial(JtkMaterial*& material) {
 const std::vector<Level>& PartObject::levels() {
   if (levels_) return *levels_;
   levels_.emplace();
-  if (product_.content.node != kNone) Collector(model_, *levels_).run(product_, below_);
+  if (product_.content.node != kNone) {
+    Collector collector(model_, *levels_);
+    collector.run(product_, below_);
+    if (!collector.hidesFinest()) dropEmptyLevels();
+  }
   // Whoever comes from an instance never asks for tessellation and takes level 0 as it is.
   if (met_ == Met::AsTarget && wantsExactGeometry() && exactArrays()) offerExactGeometry();
   if (levels_->empty()) noteWireframe();
   return *levels_;
+}
+
+// Some files have nothing in their finest level: its place was meant for exact geometry. Where that cannot be
+// had, the first level with shapes is the finest.
+void PartObject::dropEmptyLevels() {
+  const auto with_shapes =
+      std::find_if(levels_->begin(), levels_->end(), [](const Level& level) { return !level.empty(); });
+  if (with_shapes == levels_->begin() || with_shapes == levels_->end()) return;
+  if (exact_.exists() && exact_.arrays(latestTessValues(), name(), box(), true)) return;
+  levels_->erase(levels_->begin(), with_shapes);
 }
 
 // Null shapes are shapes that show nothing.

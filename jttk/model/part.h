@@ -46,6 +46,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   // Whether level 0 has nothing to show, or what it has is not wanted.
   [[nodiscard]] bool wantsExactGeometry();
   [[nodiscard]] bool levelZeroIsEmpty() const;
+  void dropEmptyLevels();
   [[nodiscard]] bool hidesItsShapes() const;
   std::shared_ptr<const ShapeArrays> exactArrays(const TessValues& values);
   [[nodiscard]] const float* box();

@@ -504,7 +504,7 @@ TEST(ShapeLod8, codesFitTheirBits) {
   shape.coordinates[0][2] = 5;
   EXPECT_THAT(errorOf(lossyBody(shape)), HasSubstr("x codes: code 5 has more than 2 bits"));
   for (const auto& [component, code] :
-       {std::pair{0, 6}, std::pair{1, 8}, std::pair{2, 128}, std::pair{3, -1}}) {
+       {std::pair{0, 6}, std::pair{1, 8}, std::pair{2, 129}, std::pair{3, -1}}) {
     shape = quad();
     shape.normals[static_cast<std::size_t>(component)][1] = code;
     EXPECT_THAT(errorOf(lossyBody(shape)), HasSubstr("normal 1 are out of range"));

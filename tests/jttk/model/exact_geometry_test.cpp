@@ -149,6 +149,24 @@ class ExactGeometry : public testing::Test {
   }
 };
 
+// Files whose finest level is left to the exact geometry.
+TEST_F(ExactGeometry, StandsForAnEmptyFinestLevelAndTheNextLevelForWhatCannotBeRead) {
+  for (const bool readable : {true, false}) {
+    GraphBuilder graph;
+    graph.exactGeometry(kSegment, readable ? box() : Bytes(20));
+    graph.partition(0, {1}).name("part");
+    graph.part(1, {2}).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+    graph.rangeLod(2, {3, 4});
+    graph.group(3, {});
+    graph.triStrips(4);
+    const Loaded model(graph);
+    auto* part = static_cast<JtkPart*>(model.root());
+    EXPECT_EQ(part->numShapes(0), readable ? 0 : 1);
+    EXPECT_EQ(part->requiresTessellation(), readable ? 1 : 0);
+    EXPECT_THAT(model.recorder.losses, IsEmpty());
+  }
+}
+
 TEST_F(ExactGeometry, APartWithoutShapesIsTessellated) {
   const Loaded model(alone(box()));
   JtkHierarchy* part = model.at({0});

@@ -72,6 +72,17 @@ class ManyFiles : public ::testing::Test {
   Recorder recorder_;
 };
 
+// The folder is the usual one for the parts of main.jt.
+TEST_F(ManyFiles, AFileIsFoundInTheFolderNamedLikeTheAssemblyAndWithoutItsEnding) {
+  writePart("main/bolt.jt", "bolt");
+  writePart("nut.jt", "nut");
+  writeMain({"bolt.jt", "D:\\elsewhere\\Bolt.jt", "nut", "old/bolt"});
+  EXPECT_THAT(tree(),
+              ElementsAre("assembly main", "  part ref 0", "  part ref 1", "  part ref 2", "  part ref 3"));
+  EXPECT_EQ(shapes_, 4U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
 TEST_F(ManyFiles, APartitionWithoutChildrenStandsForAnotherFileAndItsNameHolds) {
   writePart("parts/bolt.jt", "bolt");
   writeMain({"parts/bolt.jt"});

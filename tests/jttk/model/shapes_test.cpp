@@ -84,13 +84,27 @@ TEST(Levels, OfSeveralLevelOfDetailNodesAreJoinedAndOfNestedOnesTheFinestCounts)
   EXPECT_EQ(shapes(model.root(), 1), 1);
 }
 
-TEST(Levels, APartWithShapesInLevelOneOnlyHasNoneInLevelZero) {
+// Nothing else could be shown of it.
+TEST(Levels, EmptyLevelsInFrontOfTheFirstShapeDoNotCount) {
   GraphBuilder graph;
   graph.partition(0, {1}).name("part");
   graph.part(1, {2});
   graph.rangeLod(2, {3, 4});
   graph.group(3, {});
   graph.triStrips(4);
+  const Loaded model(graph);
+  EXPECT_EQ(levels(model.root()), 1);
+  EXPECT_EQ(shapes(model.root(), 0), 1);
+}
+
+TEST(Levels, AHiddenFinestLevelIsNotReplacedByAnother) {
+  GraphBuilder graph;
+  graph.partition(0, {1}).name("part");
+  graph.part(1, {2});
+  graph.rangeLod(2, {3, 4});
+  graph.group(3, {5}).flags(1);
+  graph.triStrips(4);
+  graph.triStrips(5);
   const Loaded model(graph);
   EXPECT_EQ(levels(model.root()), 2);
   EXPECT_EQ(shapes(model.root(), 0), 0);

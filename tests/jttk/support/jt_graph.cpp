@@ -158,7 +158,7 @@ GraphBuilder::NodeSettings GraphBuilder::switchNode(std::int32_t id, Ids childre
   return add(id, common(0x10dd10f3), 1, out.i32(selected).result());
 }
 
-Bytes GraphBuilder::shapeBody() const {
+Bytes GraphBuilder::shapeBody(bool counts) const {
   OrderedBytes out(order_);
   version(out);
   if (major_ < 10) {
@@ -166,13 +166,25 @@ Bytes GraphBuilder::shapeBody() const {
   }
   for (int i = 0; i < 6; ++i) out.f32(static_cast<float>(i));  // box
   out.f32(1.5F);                                               // area
-  for (const std::int32_t count : {1, 2, 3, 4, 5, 6}) out.i32(count);
+  for (const std::int32_t count : {1, 2, 3, 4, 5, 6}) out.i32(counts ? count : 0);
   out.i32(0).f32(1);
   return out.result();
 }
 
 GraphBuilder::NodeSettings GraphBuilder::emptyTriStrips(std::int32_t id) {
   return add(id, common(0x10dd1077), 2, shapeBody());
+}
+
+GraphBuilder::NodeSettings GraphBuilder::triStripsOfNothing(std::int32_t id) {
+  return add(id, common(0x10dd1077), 2, shapeBody(false));
+}
+
+GraphBuilder::NodeSettings GraphBuilder::unknownGroup(std::int32_t id, const Guid& kind, Ids children) {
+  return add(id, kind, 1, groupBody(children));
+}
+
+GraphBuilder::NodeSettings GraphBuilder::unknownShape(std::int32_t id, const Guid& kind) {
+  return add(id, kind, 2, shapeBody());
 }
 
 GraphBuilder::NodeSettings GraphBuilder::triStrips(std::int32_t id) {
@@ -200,9 +212,10 @@ Guid GraphBuilder::shapeSegment(std::int32_t id) const {
 
 void GraphBuilder::beginAttribute(OrderedBytes& out, std::uint8_t state, std::uint32_t inhibited,
                                   std::uint32_t final_fields) const {
-  version(out);
+  version(out, major_ >= 10 ? base_attribute_version_ : 1);
   out.u8(state).u32(inhibited);
   if (major_ >= 10) out.u32(final_fields);
+  if (palette_index_) out.i32(-1);
 }
 
 void GraphBuilder::addAttribute(std::int32_t id, const Guid& kind, const Bytes& body) {
@@ -278,10 +291,16 @@ void GraphBuilder::writeAtoms(OrderedBytes& atoms, OrderedBytes& table) const {
   const auto addText = [&](std::string_view text) {
     return addAtom(common(0x10dd106e), OrderedBytes(order_).mbString(text).result());
   };
-  table.u16(1).i32(static_cast<std::int32_t>(properties_.size()));
+  std::size_t entries = properties_.size();
+  if (split_table_) {
+    entries = 0;
+    for (const auto& [node, properties] : properties_) entries += properties.size();
+  }
+  table.u16(1).i32(static_cast<std::int32_t>(entries));
   for (const auto& [node, properties] : properties_) {
     table.i32(node);
     for (const Property& property : properties) {
+      if (split_table_ && &property != &properties.front()) table.i32(0).i32(node);
       table.i32(addText(property.key));
       if (property.segment_type < 0) {
         table.i32(addText(property.text));

@@ -83,8 +83,22 @@ class GraphBuilder {
   NodeSettings shapeNode(std::int32_t id, const Guid& kind, const Bytes& tail, const Bytes& geometry);
   // The same without geometry.
   NodeSettings emptyTriStrips(std::int32_t id);
+  // The same, and its counts are 0.
+  NodeSettings triStripsOfNothing(std::int32_t id);
   NodeSettings nullShape(std::int32_t id);
+  // Nodes of a kind that nobody knows, with the base type of a group, of a shape.
+  NodeSettings unknownGroup(std::int32_t id, const Guid& kind, Ids children);
+  NodeSettings unknownShape(std::int32_t id, const Guid& kind);
   NodeSettings element(std::int32_t id, const Guid& kind, Bytes body);
+
+  // For the attributes from here on (10.x): the version of the base attribute, and whether a palette index
+  // follows.
+  void setBaseAttribute(std::uint32_t version, bool palette_index) {
+    base_attribute_version_ = version;
+    palette_index_ = palette_index;
+  }
+  // The property table lists every node once for each of its properties.
+  void splitPropertyTable() { split_table_ = true; }
 
   // Row-major; only elements that differ from the identity are stored.
   void transform(std::int32_t id, const std::array<double, 16>& elements, std::uint8_t state = 8);
@@ -134,7 +148,7 @@ class GraphBuilder {
   NodeSettings add(std::int32_t id, const Guid& kind, std::uint8_t base_type, const Bytes& body);
   void version(OrderedBytes& out, std::uint32_t number = 1) const;
   [[nodiscard]] Bytes groupBody(const Ids& children) const;
-  [[nodiscard]] Bytes shapeBody() const;
+  [[nodiscard]] Bytes shapeBody(bool counts = true) const;
   void beginAttribute(OrderedBytes& out, std::uint8_t state, std::uint32_t inhibited,
                       std::uint32_t final_fields) const;
   void addAttribute(std::int32_t id, const Guid& kind, const Bytes& body);
@@ -150,6 +164,9 @@ class GraphBuilder {
   std::map<std::int32_t, Bytes> shapes_;
   std::map<Guid, std::pair<std::uint32_t, Bytes>> late_;  // type and data
   Bytes geometry_;
+  std::uint32_t base_attribute_version_ = 1;
+  bool palette_index_ = false;
+  bool split_table_ = false;
 };
 
 }  // namespace jttk::testing
