@@ -129,6 +129,11 @@ ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : 
       segments_.push_back({ref, entry.segment, type});
     }
   }
+  // Beside the kind that can be read, the others tell the same geometry once more.
+  const auto is_other = [](const Found& f) {
+    return static_cast<SegmentType>(f.type) != SegmentType::XtBrep;
+  };
+  if (!std::all_of(segments_.begin(), segments_.end(), is_other)) std::erase_if(segments_, is_other);
 }
 
 std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& values,
