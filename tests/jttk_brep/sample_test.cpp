@@ -11,6 +11,8 @@
 
 #include "jttk/brep/edge_samples.h"
 #include "jttk/brep/tessellate.h"
+#include "jttk/brep/xt_nodes.h"
+#include "jttk/brep/xt_segment.h"
 #include "jttk/codec/shape_lod.h"
 #include "tests/jttk_brep/mesh_distance.h"
 #include "tests/jttk_brep/mesh_measures.h"
@@ -251,6 +253,33 @@ TEST_P(XtSamples, EveryBodyIsClosedAtEveryTolerance) {
       }
     }
   }
+}
+
+// Equal bodies lie on each other where two parts hold the same one: each is a node of its own then, in a
+// segment of its own, and none is read twice.
+TEST_P(XtSamples, EveryBodyNodeOfEverySegmentIsReadOnce) {
+  std::set<std::string> segments;
+  std::size_t read = 0;
+  for (const TocEntry& entry : file_->contents()) {
+    if (entry.type != SegmentType::XtBrep) continue;
+    EXPECT_TRUE(segments.insert(entry.id.text()).second);
+    const auto segment = file_->segment(entry);
+    ASSERT_TRUE(segment);
+    const auto data = findXtData(segment->data, file_->byteOrder(), 0);
+    ASSERT_TRUE(data);
+    const auto nodes = XtNodes::read(data->bytes, 0);
+    ASSERT_TRUE(nodes);
+    std::size_t bodies = 0;
+    std::size_t faces = 0;
+    for (std::size_t row = 0; row < nodes->size(); ++row) {
+      if (nodes->at(row).typeName() == "BODY") ++bodies;
+      if (nodes->at(row).typeName() == "FACE") ++faces;
+    }
+    EXPECT_EQ(bodies_.at(read).bodies.size(), bodies);
+    EXPECT_EQ(bodies_.at(read).faces.size(), faces);
+    ++read;
+  }
+  EXPECT_EQ(read, bodies_.size());
 }
 
 TEST_P(XtSamples, AgreesWithTheFacetsOfItsPart) {
