@@ -199,6 +199,31 @@ TEST(SurfaceKind, SpunLineIsACone) {
   expectSolid(std::move(model), truth);
 }
 
+TEST(SurfaceKind, SpunCircleAcrossItsAxisIsABall) {
+  XtModel model;
+  const auto ball = model.spun(model.circle({}, -kY, kX, 0.01), {}, kZ);
+  model.nodes().vector(ball, "start", {0, 0, -0.01});
+  model.nodes().number(ball, "start_param", -kPi / 2);
+  model.nodes().vector(ball, "end", {0, 0, 0.01});
+  model.nodes().number(ball, "end_param", kPi / 2);
+  model.face(ball, true, {});
+  expectSolid(std::move(model),
+              {4.0 / 3 * kPi * 1000, 4 * kPi * 100, [](const Vec3& p) { return std::abs(length(p) - 10); }});
+}
+
+TEST(SurfaceKind, SpunLineThatMeetsItsAxisEndsThere) {
+  XtModel model;
+  const double length_of_side = std::hypot(0.01, 0.02);
+  const auto side = model.spun(model.line({0.01, 0, 0}, {-0.01, 0, 0.02}), {}, kZ);
+  model.nodes().vector(side, "end", {0, 0, 0.02});
+  model.nodes().number(side, "end_param", length_of_side);
+  const int rim = ring(model, 0.01, 0);
+  model.face(side, true, {{{rim, true}}});
+  model.face(model.plane({}, -kZ, kX), false, {{{rim, false}}});
+  const double slope = 1000 * length_of_side;
+  expectSolid(std::move(model), {kPi * 100 * 20 / 3, kPi * 100 + kPi * 10 * slope, nullptr});
+}
+
 TEST(SurfaceKind, OffsetOfASplineSurface) {
   // The closed rational cylinder of radius 10, moved outward by 2 and inward by 3.
   for (const double offset : {0.002, -0.003}) {
