@@ -112,8 +112,10 @@ class Builder {
     if (loops.empty() && box_.u.bounded() && box_.v.bounded()) {
       low = {box_.u.low, box_.v.low};
       high = {box_.u.high, box_.v.high};
-      for (int i = 0; i < 9; ++i) {
-        places.push_back({low.u + box_.u.size() * (i % 3 + 1) / 4, low.v + box_.v.size() * (i / 3 + 1) / 4});
+      for (const double u : {0.25, 0.5, 0.75}) {
+        for (const double v : {0.25, 0.5, 0.75}) {
+          places.push_back({low.u + box_.u.size() * u, low.v + box_.v.size() * v});
+        }
       }
     }
     Vec2 sum;

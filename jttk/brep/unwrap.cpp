@@ -60,8 +60,13 @@ std::vector<LoopUnwrapper::Entry> LoopUnwrapper::invertAll(const std::vector<Loo
     if (const auto known = known_.find(p.id); known != known_.end()) {
       entry.uv = known->second;
     } else {
-      const double gap = geometry_.invert(surface_, points_[p.id], guess, accept, entry.uv);
-      if (!(gap <= kMaximumGap * tolerances_.chord + 2 * toleranceOf(p.edge))) {
+      // What the edge may be off anyway is no reason to look for a better place.
+      const double tolerance = toleranceOf(p.edge);
+      const double limit = kMaximumGap * tolerances_.chord + 2 * tolerance;
+      const double enough = std::max(accept, std::min(2 * tolerance, tolerances_.chord));
+      double gap = geometry_.invert(surface_, points_[p.id], guess, enough, entry.uv);
+      if (!(gap <= limit)) gap = geometry_.invertThoroughly(surface_, points_[p.id], entry.uv);
+      if (!(gap <= limit)) {
         problem_ = "an edge that does not lie on its surface";
         return entries;
       }
