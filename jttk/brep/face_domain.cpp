@@ -271,26 +271,26 @@ class Builder {
     domain_.loops.push_back(std::move(polygon));
   }
 
-  // The whole surface, where it is closed by itself. False when it is not.
-  bool wholeSurface(std::vector<DomainLoop>& holes) {
+  // Whether a face on the surface needs no outer loop.
+  [[nodiscard]] bool isClosedByItself() {
     const bool closed_u = box_.period_u > 0;
     const bool closed_v = box_.period_v > 0;
-    if (closed_u && closed_v) {
-      if (domain_.surface.kind == SurfaceKind::Blend) return false;
-      wholeTorus(holes);
-      return true;
-    }
-    if (closed_u == closed_v || domain_.surface.kind == SurfaceKind::Cone) return false;
+    const SurfaceKind kind = domain_.surface.kind;
+    if (kind == SurfaceKind::Blend || kind == SurfaceKind::Cone || !(closed_u || closed_v)) return false;
+    if (closed_u && closed_v) return true;
     const Vec2 turn = closed_u ? Vec2{box_.period_u, 0} : Vec2{0, box_.period_v};
-    const std::optional<double> left = poleLeftOf(turn);
-    const std::optional<double> right = poleLeftOf(turn * -1);
-    if (!left || !right) return false;
+    return poleLeftOf(turn) && poleLeftOf(turn * -1);
+  }
+
+  // All of a surface that is closed by itself.
+  void wholeSurface(std::vector<DomainLoop>& holes) {
+    if (box_.period_u > 0 && box_.period_v > 0) return wholeTorus(holes);
+    const Vec2 turn = box_.period_u > 0 ? Vec2{box_.period_u, 0} : Vec2{0, box_.period_v};
     const Vec2 start{box_.u.low, box_.v.low};
     constexpr std::size_t kPieces = 2U * kPoleRowPieces;
-    const DomainLoop lower = poleRow(turn * -1, *right, start + turn, kPieces);
-    const DomainLoop upper = poleRow(turn, *left, start, kPieces);
+    const DomainLoop lower = poleRow(turn * -1, *poleLeftOf(turn * -1), start + turn, kPieces);
+    const DomainLoop upper = poleRow(turn, *poleLeftOf(turn), start, kPieces);
     joinBand(lower, upper, turn, holes);
-    return true;
   }
 
   void placeHoles(const std::vector<DomainLoop>& holes) {
@@ -336,32 +336,28 @@ class Builder {
   }
 
   void arrangeFlat(std::vector<DomainLoop>& flat, bool had_loops) {
-    std::size_t outer = flat.size();
-    double largest = 0;
-    for (std::size_t i = 0; i < flat.size(); ++i) {
-      const double size = area(flat[i]);
-      if (size > largest) {
-        largest = size;
-        outer = i;
-      }
+    if (flat.empty() && had_loops && domain_.surface.kind == SurfaceKind::Plane)
+      return fail("loops without edges");
+    const bool may_lack_outer = isClosedByItself();
+    // The outer loop is the largest one, and runs counter-clockwise; only where it may be missing, the
+    // largest may be a hole.
+    std::size_t outer = 0;
+    const auto sizeOf = [&](std::size_t i) {
+      return may_lack_outer ? area(flat[i]) : std::abs(area(flat[i]));
+    };
+    for (std::size_t i = 1; i < flat.size(); ++i) {
+      if (sizeOf(i) > sizeOf(outer)) outer = i;
     }
-    if (flat.empty() || outer == flat.size()) {
-      if (flat.empty() && had_loops && domain_.surface.kind == SurfaceKind::Plane)
-        return fail("loops without edges");
-      if (wholeSurface(flat)) {
-        if (domain_.problem.empty()) placeHoles(flat);
-        return;
-      }
-      if (flat.empty()) return fail("a face without loops on a surface that is not closed");
-      // All run the other way round: the surface's sense is not what it should be.
+    if (may_lack_outer && (flat.empty() || !(area(flat[outer]) > 0))) {
+      wholeSurface(flat);
+      if (domain_.problem.empty()) placeHoles(flat);
+      return;
+    }
+    if (flat.empty()) return fail("a face without loops on a surface that is not closed");
+    if (area(flat[outer]) < 0) {
+      // The surface's sense is not what it should be.
       domain_.flipped = !domain_.flipped;
-      for (std::size_t i = 0; i < flat.size(); ++i) {
-        reverseLoop(flat[i]);
-        if (area(flat[i]) > largest || outer == flat.size()) {
-          largest = area(flat[i]);
-          outer = i;
-        }
-      }
+      for (DomainLoop& loop : flat) reverseLoop(loop);
     }
     domain_.loops.push_back(std::move(flat[outer]));
     flat.erase(flat.begin() + static_cast<std::ptrdiff_t>(outer));

@@ -2,6 +2,7 @@
 // area are those of the solid, by formula or by fine sums.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <numbers>
 
@@ -347,6 +348,48 @@ TEST(SurfaceKind, BlendRoundAnIntersectionCurve) {
   chart.push_back(chart.front());
   const auto spine = model.intersection(model.offset(side, -0.003), model.offset(top, -0.003), chart);
   expectRoundedCylinder(model, spine, side, top);
+}
+
+TEST(SurfaceKind, FaceWithAHoleOnABlendNeedsNoSense) {
+  // Half of a rounded rod, straight, with a window. A blend's natural side is not told by what is read of it:
+  // the loops tell it, the larger one being the outer one.
+  for (const bool reversed : {false, true}) {
+    SCOPED_TRACE(reversed);
+    XtModel model;
+    model.asSheet();
+    const auto spine = model.line({}, kX);
+    const auto tube = model.blend(spine, 0, 0, 0.005);
+    // From x = 0 to 40 and from -y over z to y.
+    const auto at = [](double x, double angle) {
+      return Vec3{x, 0.005 * std::sin(angle), 0.005 * std::cos(angle)};
+    };
+    const auto frame = [&](double x0, double x1, double a) {
+      const int v[] = {model.vertex(at(x0, -a)), model.vertex(at(x1, -a)), model.vertex(at(x1, a)),
+                       model.vertex(at(x0, a))};
+      // Both arcs turn from -y over z to y.
+      const int begin = model.edge(model.circle({x0, 0, 0}, -kX, kZ, 0.005), v[0], v[3]);
+      const int end = model.edge(model.circle({x1, 0, 0}, -kX, kZ, 0.005), v[1], v[2]);
+      return XtModel::LoopSides{{model.straight(v[0], v[1]), true},
+                                {end, true},
+                                {model.straight(v[2], v[3]), true},
+                                {begin, false}};
+    };
+    XtModel::LoopSides hole = frame(0.01, 0.03, 0.5);
+    std::reverse(hole.begin(), hole.end());
+    for (auto& side : hole) side.forward = !side.forward;
+    model.face(tube, reversed, {frame(0, 0.04, 1.5), hole});
+    model.finish();
+    Segment segment;
+    segment.unpacked = segmentOf(model);
+    segment.data = segment.unpacked;
+    const auto bodies = readXtBrep(segment, ByteOrder::Little);
+    ASSERT_TRUE(bodies);
+    const TessellatedBodies made = tessellate(*bodies, {});
+    for (const TessellationLoss& loss : made.losses) ADD_FAILURE() << loss.reason;
+    const MeshMeasures m = measure(made.bodies.at(0).shape);
+    EXPECT_EQ(m.against_normals, 0U);
+    EXPECT_NEAR(m.area, 5 * (3.0 * 40 - 1.0 * 20), 2);
+  }
 }
 
 // A uniform cubic spline round the origin, closed: eight points, every second one further out. In mm.
