@@ -15,6 +15,8 @@ constexpr std::size_t kSeamTests = 400;
 constexpr std::size_t kSeamTestsAgain = 40;
 constexpr std::size_t kWaysPerHole = 6;
 
+double square(double x) { return x * x; }
+
 bool segmentsMeet(Vec2 a, Vec2 b, Vec2 c, Vec2 d) {
   const auto turn = [](Vec2 p, Vec2 q, Vec2 r) {
     return (q.u - p.u) * (r.v - p.v) - (q.v - p.v) * (r.u - p.u);
@@ -75,7 +77,7 @@ bool SeamCutter::crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, bo
 
 // Straight ways from points of `lower` to points of another loop, the shortest first.
 std::vector<SeamCutter::Way> SeamCutter::waysBetween(const DomainLoop& lower, const DomainLoop& other,
-                                                     Vec2 turn) const {
+                                                     Vec2 turn, std::size_t kept) const {
   const double turn_size = turn.u * turn.u + turn.v * turn.v;
   std::vector<Way> ways;
   const std::size_t step_a = std::max<std::size_t>(1, lower.size() / kTriedPoints);
@@ -85,10 +87,13 @@ std::vector<SeamCutter::Way> SeamCutter::waysBetween(const DomainLoop& lower, co
       const Vec2 way = other[k].uv - lower[i].uv;
       const double shift = -std::round((way.u * turn.u + way.v * turn.v) / turn_size);
       const Vec2 d = way + turn * shift;
-      ways.push_back({std::hypot(d.u * scale_.u, d.v * scale_.v), i, k, shift});
+      ways.push_back({square(d.u * scale_.u) + square(d.v * scale_.v), i, k, shift});
     }
   }
-  std::sort(ways.begin(), ways.end(), [](const Way& a, const Way& b) { return a.size < b.size; });
+  kept = std::min(kept, ways.size());
+  std::partial_sort(ways.begin(), ways.begin() + static_cast<std::ptrdiff_t>(kept), ways.end(),
+                    [](const Way& x, const Way& y) { return x.size < y.size; });
+  ways.resize(kept);
   return ways;
 }
 
@@ -116,9 +121,7 @@ DomainLoop SeamCutter::joinBand(DomainLoop lower, const DomainLoop& upper, Vec2 
                                 std::vector<DomainLoop>& holes) {
   std::size_t tests = kSeamTests;
   for (;;) {
-    for (const Way& way : waysBetween(lower, upper, turn)) {
-      if (tests == 0) break;
-      --tests;
+    for (const Way& way : waysBetween(lower, upper, turn, tests)) {
       const Vec2 a = lower[way.a].uv;
       const Vec2 b = upper[way.b].uv + turn * way.shift;
       if (!isFree(a, b, lower, upper, turn, way.shift, holes)) continue;
@@ -140,10 +143,7 @@ bool SeamCutter::takeHole(DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
   };
   std::vector<Reach> reaches;
   for (std::size_t h = 0; h < holes.size(); ++h) {
-    const std::vector<Way> ways = waysBetween(lower, holes[h], turn);
-    for (std::size_t i = 0; i < std::min<std::size_t>(ways.size(), kWaysPerHole); ++i) {
-      reaches.push_back({ways[i], h});
-    }
+    for (const Way& way : waysBetween(lower, holes[h], turn, kWaysPerHole)) reaches.push_back({way, h});
   }
   std::sort(reaches.begin(), reaches.end(),
             [](const Reach& a, const Reach& b) { return a.way.size < b.way.size; });

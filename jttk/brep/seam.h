@@ -32,15 +32,16 @@ class SeamCutter {
 
  private:
   struct Way {
-    double size;
+    double size;  // squared
     std::size_t a;
     std::size_t b;
     double shift;  // in turns
   };
   [[nodiscard]] bool crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, bool open_end,
                                  Vec2 turn) const;
-  [[nodiscard]] std::vector<Way> waysBetween(const DomainLoop& lower, const DomainLoop& other,
-                                             Vec2 turn) const;
+  // Straight ways from points of `lower` to points of another loop: the `kept` shortest, in their order.
+  [[nodiscard]] std::vector<Way> waysBetween(const DomainLoop& lower, const DomainLoop& other, Vec2 turn,
+                                             std::size_t kept) const;
   [[nodiscard]] bool isFree(Vec2 a, Vec2 b, const DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
                             double shift, const std::vector<DomainLoop>& holes) const;
   bool takeHole(DomainLoop& lower, const DomainLoop& upper, Vec2 turn, std::vector<DomainLoop>& holes);
