@@ -1,5 +1,9 @@
-// Tessellation of exact geometry at the default tolerances, in faces per second. The files are those of
-// LOFTBAY_JT_SAMPLES; without them the benchmark says so and is skipped.
+// Tessellation of exact geometry at the default tolerances, in faces per second of one core: the project's
+// own flange, and the fan, bolt and nut together. The latter are in the folder that LOFTBAY_JT_SAMPLES names,
+// else in
+// ../shared/jt-samples; without them that benchmark says so and is skipped.
+//
+//   LOFTBAY_JT_SAMPLES=DIR build/bin/loftbay_bench --benchmark_filter=tessellate
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -9,6 +13,8 @@
 #include <vector>
 
 #include "jttk/brep/tessellate.h"
+#include "jttk/brep/xt_model.h"
+#include "samples/maker/flange_joint.h"
 
 namespace {
 
@@ -29,25 +35,43 @@ void addBodies(const std::string& path, std::vector<Bodies>& all) {
   }
 }
 
-void tessellateSamples(benchmark::State& state) {
-  const char* const folder = std::getenv("LOFTBAY_JT_SAMPLES");
-  std::vector<Bodies> all;
-  for (const char* name : {"fan_v9.0.jt", "bolt.jt", "nut.jt"}) {
-    if (folder) addBodies(std::string(folder) + "/" + name, all);
-  }
-  if (all.empty()) {
-    state.SkipWithError("no sample files: set LOFTBAY_JT_SAMPLES");
-    return;
-  }
+void tessellateAll(benchmark::State& state, const std::vector<Bodies>& all) {
   std::size_t faces = 0;
+  std::size_t triangles = 0;
   for (auto _ : state) {
+    triangles = 0;
     for (const Bodies& bodies : all) {
-      benchmark::DoNotOptimize(tessellate(bodies, {}));
+      const TessellatedBodies made = tessellate(bodies, {});
+      for (const TessellatedBody& body : made.bodies) triangles += body.triangle_faces.size();
       faces += bodies.faces.size();
     }
   }
   state.counters["faces"] = benchmark::Counter(static_cast<double>(faces), benchmark::Counter::kIsRate);
+  state.counters["triangles_each_time"] = static_cast<double>(triangles);
 }
-BENCHMARK(tessellateSamples)->Unit(benchmark::kMillisecond);
+
+void tessellateFanBoltNut(benchmark::State& state) {
+  const char* const given = std::getenv("LOFTBAY_JT_SAMPLES");
+  const std::string folder = given != nullptr ? given : "../shared/jt-samples";
+  std::vector<Bodies> all;
+  for (const char* name : {"fan_v9.0.jt", "bolt.jt", "nut.jt"}) addBodies(folder + "/" + name, all);
+  if (all.empty()) {
+    state.SkipWithError("no sample files: set LOFTBAY_JT_SAMPLES");
+    return;
+  }
+  tessellateAll(state, all);
+}
+BENCHMARK(tessellateFanBoltNut)->Unit(benchmark::kMillisecond);
+
+void tessellateFlange(benchmark::State& state) {
+  const loftbay::maker::Product joint = loftbay::maker::flangeJoint();
+  std::vector<Bodies> all;
+  for (const loftbay::maker::Part& part : joint.parts) {
+    const auto nodes = XtNodes::read(std::as_bytes(std::span(part.exact->stream)), 0);
+    if (nodes) all.push_back(buildBodies(*nodes));
+  }
+  tessellateAll(state, all);
+}
+BENCHMARK(tessellateFlange)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -68,6 +68,8 @@ class Geometry {
   SurfaceDomain domain(const Surface& surface);
   // Parameters of the surface's point nearest to p, and their distance. `guess` as above (null: none).
   double invert(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
+  // The same from many more starts, for points that invert() seems to have missed.
+  double invertThoroughly(const Surface& surface, const Vec3& p, Vec2& uv);
   // Two surfaces and the parameters last found on each.
   struct Crossing {
     const Surface* surfaces[2] = {nullptr, nullptr};

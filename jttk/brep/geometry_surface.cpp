@@ -2,6 +2,7 @@
 // Gauss-Newton from the best of a few start points that follow the knots.
 #include <algorithm>
 #include <numbers>
+#include <numeric>
 
 #include "jttk/brep/geometry.h"
 
@@ -11,6 +12,7 @@ namespace {
 constexpr double kTurn = 2 * std::numbers::pi;
 constexpr std::size_t kMaximumGridPoints = 40000;
 constexpr int kMaximumSteps = 40;
+constexpr std::size_t kManyStarts = 24;
 
 Vec3 around(const Frame& f, double angle) { return f.x * std::cos(angle) + f.y * std::sin(angle); }
 Vec3 aroundTangent(const Frame& f, double angle) { return f.y * std::cos(angle) - f.x * std::sin(angle); }
@@ -374,6 +376,30 @@ double Geometry::invertBySearch(const Surface& surface, const Vec3& p, const Vec
     if (best_size <= accept * 1e-3) break;
   }
   uv = best;
+  return best_size;
+}
+
+double Geometry::invertThoroughly(const Surface& surface, const Vec3& p, Vec2& uv) {
+  if (surface.kind != SurfaceKind::BSpline && surface.kind != SurfaceKind::Offset) {
+    return invert(surface, p, nullptr, 0, uv);
+  }
+  const SurfaceDomain box = domain(surface);
+  const Grid& places = grid(surface);
+  work(places.p.size() / 16 + 1);
+  std::vector<std::size_t> order(places.p.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  const auto tried = static_cast<std::ptrdiff_t>(std::min<std::size_t>(order.size(), kManyStarts));
+  std::partial_sort(order.begin(), order.begin() + tried, order.end(), [&](std::size_t a, std::size_t b) {
+    return distance(places.p[a], p) < distance(places.p[b], p);
+  });
+  double best_size = std::numeric_limits<double>::infinity();
+  for (std::ptrdiff_t i = 0; i < tried && mayWork(); ++i) {
+    Vec2 place = places.uv[order[static_cast<std::size_t>(i)]];
+    const double size = descend(surface, box, p, place);
+    if (size >= best_size) continue;
+    best_size = size;
+    uv = place;
+  }
   return best_size;
 }
 

@@ -54,6 +54,17 @@ Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order) {
   return buildBodies(*nodes);
 }
 
+Result<std::vector<Bodies>> readMultiXtBrep(const Segment& segment, ByteOrder order) {
+  std::vector<Bodies> all;
+  for (const XtData& data : findAllXtData(segment.data, order, segment.base_offset)) {
+    const Result<XtNodes> nodes = XtNodes::read(data.bytes, data.offset);
+    if (!nodes) return tl::unexpected<Error>(nodes.error().in("multi XT B-Rep"));
+    all.push_back(buildBodies(*nodes));
+  }
+  if (all.empty()) return fail("no XT data in the multi XT B-Rep", segment.base_offset);
+  return all;
+}
+
 std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units) {
   if (bodies.units_per_metre) return bodies.units_per_metre;
   const std::string name = plainName(measurement_units);

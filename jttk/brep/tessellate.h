@@ -23,6 +23,10 @@ namespace jttk::brep {
 // early. Damaged faces are in the result, marked (Face::problem).
 Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order);
 
+// The same of a segment of type MultiXtBrep: one model per XT stream in it. An error when there is none, or
+// one that cannot be read to its end.
+Result<std::vector<Bodies>> readMultiXtBrep(const Segment& segment, ByteOrder order);
+
 // JT length units per metre for a part. What the data say themselves comes first; then
 // `measurement_units`, the part's property JT_PROP_MEASUREMENT_UNITS (any letter case; empty: not known);
 // nothing when neither tells, then `lengthRatio` can.

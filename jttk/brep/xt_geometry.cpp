@@ -13,6 +13,8 @@ constexpr int kMaximumDepth = 8;
 constexpr int kMaximumDegree = 30;
 // Lengths in metres and parameters beyond this are taken for damage.
 constexpr double kMaximumReal = 1e9;
+// Where a profile that ends on one side only is taken to end on the other, in metres.
+constexpr double kFarAway = 1e3;
 
 bool isSane(double value) { return std::isfinite(value) && std::abs(value) < kMaximumReal; }
 bool isSane(const Vec3& v) { return isSane(v.x) && isSane(v.y) && isSane(v.z); }
@@ -407,6 +409,31 @@ Surface XtGeometryReader::readBlend(const XtNode& node, int depth) {
   return made;
 }
 
+// A profile that meets its axis ends there: `start` and `end` are those points, null where there are none.
+void XtGeometryReader::limitProfile(const XtNode& node, Surface& spun) {
+  const Curve& profile = bodies_.curves[static_cast<std::size_t>(spun.curve)];
+  // The parameters of others are not those of the file.
+  const bool simple = profile.kind == CurveKind::Line || profile.kind == CurveKind::Circle ||
+                      profile.kind == CurveKind::Ellipse || profile.kind == CurveKind::BSpline;
+  double low = node.real("start_param");
+  double high = node.real("end_param");
+  const bool has_low = isSane(low) && isSane(node.vector("start"));
+  const bool has_high = isSane(high) && isSane(node.vector("end"));
+  if (!simple || (!has_low && !has_high)) return;
+  if (!has_low || !has_high) {
+    if (profile.kind != CurveKind::Line) return;  // it ends by itself on that side
+    (has_low ? high : low) = has_low ? low + kFarAway : high - kFarAway;
+  }
+  if (!(low < high)) return;
+  Curve limited;
+  limited.kind = CurveKind::Trimmed;
+  limited.basis = spun.curve;
+  limited.parameters[0] = low;
+  limited.parameters[1] = high;
+  spun.curve = static_cast<std::int32_t>(bodies_.curves.size());
+  bodies_.curves.push_back(limited);
+}
+
 Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
   Surface made;
   const auto needCurve = [&](const char* field) {
@@ -480,6 +507,7 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
         made.frame.z = normalized(made.frame.z);
         made.frame.x = anyAcross(made.frame.z);
         made.frame.y = cross(made.frame.z, made.frame.x);
+        limitProfile(node, made);
       }
       break;
     case 124:

@@ -25,6 +25,7 @@ class XtGeometryReader {
   Curve readIntersection(const XtNode& node, int depth);
   Surface readOffset(const XtNode& node, int depth);
   Surface readBlend(const XtNode& node, int depth);
+  void limitProfile(const XtNode& node, Surface& spun);
   std::int32_t curveSpline(const XtNode& node, std::string& problem);
   std::int32_t surfaceSpline(const XtNode& node, std::string& problem);
 

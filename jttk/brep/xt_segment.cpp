@@ -70,4 +70,20 @@ Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std:
   return fail("no XT data in the element", element.offset());
 }
 
+std::vector<XtData> findAllXtData(std::span<const std::byte> data, ByteOrder order,
+                                  std::uint64_t base_offset) {
+  std::vector<XtData> all;
+  for (std::size_t at = 0; at + 8 < data.size();) {
+    XtData found;
+    if (beginsWithMark(data.subspan(at + 4)) &&
+        tryData(ByteReader(data.subspan(at), order, base_offset + at), found)) {
+      all.push_back(found);
+      at += 4 + found.bytes.size();
+    } else {
+      ++at;
+    }
+  }
+  return all;
+}
+
 }  // namespace jttk::brep

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <vector>
 
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
@@ -17,5 +18,10 @@ struct XtData {
 // `data` are the unpacked data of a segment of type XtBrep. All versions: the wrapper's few forms are told
 // apart by where the data begin.
 Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std::uint64_t base_offset);
+
+// All XT data in a segment of type MultiXtBrep, whose wrapper is not known: wherever the mark follows a
+// length that fits.
+std::vector<XtData> findAllXtData(std::span<const std::byte> data, ByteOrder order,
+                                  std::uint64_t base_offset);
 
 }  // namespace jttk::brep

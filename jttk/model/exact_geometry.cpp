@@ -27,6 +27,11 @@ bool isExactGeometry(std::int32_t segment_type) {
   }
 }
 
+bool canBeRead(std::int32_t segment_type) {
+  const auto type = static_cast<SegmentType>(segment_type);
+  return type == SegmentType::XtBrep || type == SegmentType::MultiXtBrep;
+}
+
 const char* typeName(std::int32_t segment_type) {
   switch (static_cast<SegmentType>(segment_type)) {
     case SegmentType::JtBrep:
@@ -35,8 +40,6 @@ const char* typeName(std::int32_t segment_type) {
       return "ULP";
     case SegmentType::Lwpa:
       return "LWPA";
-    case SegmentType::MultiXtBrep:
-      return "multi XT B-Rep";
     default:
       return "an unknown kind";
   }
@@ -129,6 +132,9 @@ ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : 
       segments_.push_back({ref, entry.segment, type});
     }
   }
+  // Beside the kind that can be read, the others tell the same geometry once more.
+  const auto is_other = [](const Found& f) { return !canBeRead(f.type); };
+  if (!std::all_of(segments_.begin(), segments_.end(), is_other)) std::erase_if(segments_, is_other);
 }
 
 std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& values,
@@ -174,28 +180,13 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::make(const TessValues& values,
                                                        Losses& losses) {
   ShapeGeometry all;
   for (const Found& found : segments_) {
-    const Result<brep::Bodies> bodies = read(found);
-    if (!bodies) {
-      const Error& error = bodies.error();
+    const Result<std::vector<brep::Bodies>> models = read(found);
+    if (!models) {
+      const Error& error = models.error();
       losses.add(found, error.offset == 0 ? error.what : error.text());
       continue;
     }
-    brep::TessellationOptions options;
-    options.chord_tolerance_percent = values.chord_percent;
-    options.minimum_edge_length = values.minimum_edge_length;
-    options.units_per_metre = unitsPerMetre(found, *bodies, box);
-    const brep::TessellatedBodies made = brep::tessellate(*bodies, options);
-    for (std::size_t i = 0; i < std::min(made.losses.size(), kMaxToldFaces); ++i) {
-      const brep::TessellationLoss& loss = made.losses[i];
-      losses.add(found, loss.face == brep::kNone ? loss.reason
-                                                 : "face " + std::to_string(loss.face) + ": " + loss.reason);
-    }
-    if (made.losses.size() > kMaxToldFaces) {
-      losses.add(found, std::to_string(made.losses.size() - kMaxToldFaces) + " more faces are lost");
-    }
-    const ShapeGeometry shape = brep::mergedShape(made);
-    if (shape.primitiveCount() == 0 && made.losses.empty()) losses.add(found, "has no faces");
-    append(all, shape);
+    for (const brep::Bodies& bodies : *models) append(all, triangles(found, bodies, values, box, losses));
   }
   if (all.primitiveCount() == 0) return nullptr;
   all.kind = PrimitiveKind::Polygons;
@@ -204,8 +195,28 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::make(const TessValues& values,
   return std::make_shared<const ShapeArrays>(std::move(strips));
 }
 
-Result<brep::Bodies> ExactGeometry::read(const Found& found) {
-  if (static_cast<SegmentType>(found.type) != SegmentType::XtBrep) {
+ShapeGeometry ExactGeometry::triangles(const Found& found, const brep::Bodies& bodies,
+                                       const TessValues& values, const float* box, Losses& losses) const {
+  brep::TessellationOptions options;
+  options.chord_tolerance_percent = values.chord_percent;
+  options.minimum_edge_length = values.minimum_edge_length;
+  options.units_per_metre = unitsPerMetre(found, bodies, box);
+  const brep::TessellatedBodies made = brep::tessellate(bodies, options);
+  for (std::size_t i = 0; i < std::min(made.losses.size(), kMaxToldFaces); ++i) {
+    const brep::TessellationLoss& loss = made.losses[i];
+    losses.add(found, loss.face == brep::kNone ? loss.reason
+                                               : "face " + std::to_string(loss.face) + ": " + loss.reason);
+  }
+  if (made.losses.size() > kMaxToldFaces) {
+    losses.add(found, std::to_string(made.losses.size() - kMaxToldFaces) + " more faces are lost");
+  }
+  ShapeGeometry shape = brep::mergedShape(made);
+  if (shape.primitiveCount() == 0 && made.losses.empty()) losses.add(found, "has no faces");
+  return shape;
+}
+
+Result<std::vector<brep::Bodies>> ExactGeometry::read(const Found& found) {
+  if (!canBeRead(found.type)) {
     return fail(std::string("exact geometry of this kind (") + typeName(found.type) + ") cannot be read", 0);
   }
   const JtFile& file = *found.node.document().file;
@@ -213,7 +224,14 @@ Result<brep::Bodies> ExactGeometry::read(const Found& found) {
   if (listed == nullptr) return fail("is not in the table of contents", 0);
   const Result<Segment> segment = file.segment(*listed);
   if (!segment) return tl::unexpected<Error>(segment.error());
-  return brep::readXtBrep(*segment, file.byteOrder());
+  if (static_cast<SegmentType>(found.type) == SegmentType::MultiXtBrep) {
+    return brep::readMultiXtBrep(*segment, file.byteOrder());
+  }
+  Result<brep::Bodies> bodies = brep::readXtBrep(*segment, file.byteOrder());
+  if (!bodies) return tl::unexpected<Error>(bodies.error());
+  std::vector<brep::Bodies> one;
+  one.push_back(*std::move(bodies));
+  return one;
 }
 
 double ExactGeometry::unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const {

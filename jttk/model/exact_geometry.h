@@ -38,7 +38,9 @@ class ExactGeometry {
   struct Losses;
 
   std::shared_ptr<const ShapeArrays> make(const TessValues& values, const float* box, Losses& losses);
-  static Result<brep::Bodies> read(const Found& found);
+  ShapeGeometry triangles(const Found& found, const brep::Bodies& bodies, const TessValues& values,
+                          const float* box, Losses& losses) const;
+  static Result<std::vector<brep::Bodies>> read(const Found& found);
   [[nodiscard]] double unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const;
 
   Model& model_;

@@ -73,9 +73,13 @@ class Flange {
     band(model_.torus(fillet_center, kZ, kX, kNeckRadius + kFillet, kFillet), true, false, fillet_low,
          fillet_high);
     band(model_.cylinder({}, kZ, kX, kNeckRadius), false, false, fillet_high, neck);
-    const double narrowing = std::atan((kTopRadius - kNeckRadius) / (kTop - kNeckTop));
-    band(model_.cone({0, 0, kNeckTop}, kZ, kX, kNeckRadius, rounded(narrowing)), false, false, neck,
-         top_outer);
+    const double inward = kTopRadius - kNeckRadius;
+    const double upward = kTop - kNeckTop;
+    const double length = std::sqrt(inward * inward + upward * upward);
+    const auto cone = model_.cone({0, 0, kNeckTop}, kZ, kX, kNeckRadius, 0);
+    model_.nodes().number(cone, "sin_half_angle", inward / length);
+    model_.nodes().number(cone, "cos_half_angle", upward / length);
+    band(cone, false, false, neck, top_outer);
     model_.face(plane(kTop, true), false, {{{top_outer, true}}, {{top_inner, false}}});
     band(model_.cylinder({}, kZ, kX, kBore), true, true, face_inner, top_inner);
     model_.finish();

@@ -63,6 +63,35 @@ TEST(Bodies, AnEqualBodyOfAnotherPlaceInTheStreamIsABodyOfItsOwn) {
   EXPECT_EQ(made.bodies[0].shape.positions, made.bodies[1].shape.positions);
 }
 
+TEST(Bodies, SegmentOfSeveralStreamsGivesAModelPerStream) {
+  // Two streams with their lengths, and bytes of no known meaning around them.
+  std::vector<std::byte> data(37, std::byte{0x53});
+  for (const double radius : {0.01, 0.005}) {
+    XtModel model;
+    addBall(model, radius, 0);
+    model.finish();
+    const std::vector<std::byte> stream = streamOf(model);
+    for (int i = 0; i < 4; ++i) data.push_back(static_cast<std::byte>(stream.size() >> (8 * i)));
+    data.insert(data.end(), stream.begin(), stream.end());
+    data.push_back(std::byte{0x50});
+  }
+  Segment segment;
+  segment.unpacked = data;
+  segment.data = segment.unpacked;
+  const auto models = readMultiXtBrep(segment, ByteOrder::Little);
+  ASSERT_TRUE(models) << models.error().text();
+  ASSERT_EQ(models->size(), 2U);
+  EXPECT_NEAR((*models)[0].surfaces.at(0).radius, 0.01, 1e-12);
+  EXPECT_NEAR((*models)[1].surfaces.at(0).radius, 0.005, 1e-12);
+  // Damage in one of them is not passed over.
+  segment.unpacked[37 + 4 + 90] = std::byte{0xff};  // type of the first node
+  segment.data = segment.unpacked;
+  EXPECT_FALSE(readMultiXtBrep(segment, ByteOrder::Little));
+  segment.unpacked.assign(100, std::byte{0});
+  segment.data = segment.unpacked;
+  EXPECT_FALSE(readMultiXtBrep(segment, ByteOrder::Little));
+}
+
 TEST(Bodies, SheetComesOnce) {
   XtModel model;
   model.asSheet();

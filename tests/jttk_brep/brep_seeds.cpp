@@ -4,15 +4,20 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/jttk_brep/drilled_models.h"
 #include "tests/jttk_brep/models.h"
 
 namespace {
 
-void save(const std::filesystem::path& folder, const char* name, jttk::brep::XtModel model) {
-  model.finish();
+void saveFinished(const std::filesystem::path& folder, const char* name, const jttk::brep::XtModel& model) {
   const auto bytes = jttk::brep::segmentOf(model);
   std::ofstream file(folder / name, std::ios::binary);
   for (const std::byte b : bytes) file.put(static_cast<char>(b));
+}
+
+void save(const std::filesystem::path& folder, const char* name, jttk::brep::XtModel model) {
+  model.finish();
+  saveFinished(folder, name, model);
 }
 
 }  // namespace
@@ -40,5 +45,10 @@ int main(int argc, char** argv) {
   save(folder, "tolerant", models::tolerantCylinder(0.01, 0.03));
   save(folder, "rod", models::ellipticRod(0.02, 0.005, 0.01));
   save(folder, "spline_cylinder", models::splineCylinder(0.01, 0.03));
+  using models::Round;
+  saveFinished(folder, "drilled_cone_seams", models::drilled(Round::Cone, 0.002, true).model);
+  saveFinished(folder, "drilled_sphere_seams", models::drilled(Round::Sphere, 0.002, true).model);
+  saveFinished(folder, "drilled_torus_seams", models::drilled(Round::Torus, 0.002, true).model);
+  saveFinished(folder, "perforated", models::perforatedCylinder(0.01, 0.04, 0.002, 2, 8).model);
   return 0;
 }

@@ -203,6 +203,32 @@ TEST(Curve, EllipseNearestPointIsAcross) {
   }
 }
 
+// A wave that comes near itself many times: the nearest places of a coarse grid are on other crests.
+TEST(Surface, ThoroughSearchFindsThePlaceOnANarrowWave) {
+  XtModel model;
+  std::vector<double> net;
+  std::vector<double> knots;
+  std::vector<int> times;
+  constexpr int kPoints = 40;
+  for (int i = 0; i < kPoints; ++i) {
+    for (const double y : {0.0, 0.01}) net.insert(net.end(), {4e-4 * i, y, i % 2 == 0 ? 0.01 : 0});
+  }
+  for (int i = 0; i <= kPoints - 3; ++i) {
+    knots.push_back(i);
+    times.push_back(i == 0 || i == kPoints - 3 ? 4 : 1);
+  }
+  const auto wave = model.splineSurface(3, 1, kPoints, 2, false, net, knots, times, {0, 1}, {2, 2});
+  const Bodies bodies = bodiesOf(model, wave);
+  Geometry geometry(bodies, 1e-9);
+  const Surface& s = bodies.surfaces[static_cast<std::size_t>(bodies.faces[0].surface)];
+  for (int i = 0; i < 300; ++i) {
+    const Vec3 p = geometry.at(s, {(kPoints - 3) * (i + 0.37) / 300, 0.3}).p;
+    Vec2 uv;
+    EXPECT_LE(geometry.invertThoroughly(s, p, uv), 1e-9) << i;
+    expectNear(geometry.at(s, uv).p, p, 1e-9);
+  }
+}
+
 // Two cylinders of equal radius cross in two ellipses: the chart has few points, the curve is exact.
 TEST(Curve, IntersectionFollowsItsSurfaces) {
   XtModel model;

@@ -2,6 +2,7 @@
 // area are those of the solid, by formula or by fine sums.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <numbers>
 
@@ -199,6 +200,31 @@ TEST(SurfaceKind, SpunLineIsACone) {
   expectSolid(std::move(model), truth);
 }
 
+TEST(SurfaceKind, SpunCircleAcrossItsAxisIsABall) {
+  XtModel model;
+  const auto ball = model.spun(model.circle({}, -kY, kX, 0.01), {}, kZ);
+  model.nodes().vector(ball, "start", {0, 0, -0.01});
+  model.nodes().number(ball, "start_param", -kPi / 2);
+  model.nodes().vector(ball, "end", {0, 0, 0.01});
+  model.nodes().number(ball, "end_param", kPi / 2);
+  model.face(ball, true, {});
+  expectSolid(std::move(model),
+              {4.0 / 3 * kPi * 1000, 4 * kPi * 100, [](const Vec3& p) { return std::abs(length(p) - 10); }});
+}
+
+TEST(SurfaceKind, SpunLineThatMeetsItsAxisEndsThere) {
+  XtModel model;
+  const double length_of_side = std::hypot(0.01, 0.02);
+  const auto side = model.spun(model.line({0.01, 0, 0}, {-0.01, 0, 0.02}), {}, kZ);
+  model.nodes().vector(side, "end", {0, 0, 0.02});
+  model.nodes().number(side, "end_param", length_of_side);
+  const int rim = ring(model, 0.01, 0);
+  model.face(side, true, {{{rim, true}}});
+  model.face(model.plane({}, -kZ, kX), false, {{{rim, false}}});
+  const double slope = 1000 * length_of_side;
+  expectSolid(std::move(model), {kPi * 100 * 20 / 3, kPi * 100 + kPi * 10 * slope, nullptr});
+}
+
 TEST(SurfaceKind, OffsetOfASplineSurface) {
   // The closed rational cylinder of radius 10, moved outward by 2 and inward by 3.
   for (const double offset : {0.002, -0.003}) {
@@ -322,6 +348,48 @@ TEST(SurfaceKind, BlendRoundAnIntersectionCurve) {
   chart.push_back(chart.front());
   const auto spine = model.intersection(model.offset(side, -0.003), model.offset(top, -0.003), chart);
   expectRoundedCylinder(model, spine, side, top);
+}
+
+TEST(SurfaceKind, FaceWithAHoleOnABlendNeedsNoSense) {
+  // Half of a rounded rod, straight, with a window. A blend's natural side is not told by what is read of it:
+  // the loops tell it, the larger one being the outer one.
+  for (const bool reversed : {false, true}) {
+    SCOPED_TRACE(reversed);
+    XtModel model;
+    model.asSheet();
+    const auto spine = model.line({}, kX);
+    const auto tube = model.blend(spine, 0, 0, 0.005);
+    // From x = 0 to 40 and from -y over z to y.
+    const auto at = [](double x, double angle) {
+      return Vec3{x, 0.005 * std::sin(angle), 0.005 * std::cos(angle)};
+    };
+    const auto frame = [&](double x0, double x1, double a) {
+      const int v[] = {model.vertex(at(x0, -a)), model.vertex(at(x1, -a)), model.vertex(at(x1, a)),
+                       model.vertex(at(x0, a))};
+      // Both arcs turn from -y over z to y.
+      const int begin = model.edge(model.circle({x0, 0, 0}, -kX, kZ, 0.005), v[0], v[3]);
+      const int end = model.edge(model.circle({x1, 0, 0}, -kX, kZ, 0.005), v[1], v[2]);
+      return XtModel::LoopSides{{model.straight(v[0], v[1]), true},
+                                {end, true},
+                                {model.straight(v[2], v[3]), true},
+                                {begin, false}};
+    };
+    XtModel::LoopSides hole = frame(0.01, 0.03, 0.5);
+    std::reverse(hole.begin(), hole.end());
+    for (auto& side : hole) side.forward = !side.forward;
+    model.face(tube, reversed, {frame(0, 0.04, 1.5), hole});
+    model.finish();
+    Segment segment;
+    segment.unpacked = segmentOf(model);
+    segment.data = segment.unpacked;
+    const auto bodies = readXtBrep(segment, ByteOrder::Little);
+    ASSERT_TRUE(bodies);
+    const TessellatedBodies made = tessellate(*bodies, {});
+    for (const TessellationLoss& loss : made.losses) ADD_FAILURE() << loss.reason;
+    const MeshMeasures m = measure(made.bodies.at(0).shape);
+    EXPECT_EQ(m.against_normals, 0U);
+    EXPECT_NEAR(m.area, 5 * (3.0 * 40 - 1.0 * 20), 2);
+  }
 }
 
 // A uniform cubic spline round the origin, closed: eight points, every second one further out. In mm.

@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "samples/maker/bench_models.h"
+#include "samples/maker/flange_joint.h"
 #include "samples/maker/sample_files.h"
 #include "samples/maker/solids.h"
 #include "samples/maker/verify.h"
@@ -110,6 +111,20 @@ TEST(Writer, filesWrittenInPiecesEqualThoseInMemory) {
     EXPECT_EQ(fileBytes(folder / "many_parts.jt"), writeJtBytes(product, options));
   }
   fs::remove_all(folder);
+}
+
+TEST(Writer, exactGeometryHasASegmentPerPart) {
+  for (const auto version : kVersions) {
+    for (const bool big : {false, true}) {
+      SCOPED_TRACE(Options{.version = version}.versionText());
+      const FileSummary summary =
+          verifyFile(writeJtBytes(flangeJoint(), {.version = version, .big_endian = big}));
+      EXPECT_THAT(summary.problems, IsEmpty());
+      EXPECT_EQ(summary.segments.at(17), 2U);
+      EXPECT_EQ(summary.late_loaded, 2U);
+      EXPECT_FALSE(summary.segments.contains(7));
+    }
+  }
 }
 
 TEST(Writer, externalPartsAreFilesInAFolderNamedLikeTheProduct) {

@@ -353,6 +353,20 @@ TEST_F(ExactGeometry, AFaceThatIsLostIsToldOnceAndTheOthersCome) {
                                                        HasSubstr(": face "))));
 }
 
+TEST_F(ExactGeometry, OtherKindsBesideTheOneThatCanBeReadAreNoLoss) {
+  GraphBuilder graph;
+  graph.partition(0, {1}).name("root");
+  graph.metaData(1, {2}).name("assembly");
+  graph.part(2, {})
+      .name("part")
+      .lateLoaded("JT_LLPROP_OTHER", kOther, 24)
+      .lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+  graph.exactGeometry(kSegment, box());
+  const Loaded model(graph);
+  EXPECT_NE(requires_(model.at({0})), 0);
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
+}
+
 TEST_F(ExactGeometry, AKindThatCannotBeReadIsToldWithItsName) {
   for (const auto& [type, name] : {std::pair{2, "JT B-Rep"}, std::pair{20, "ULP"}, std::pair{24, "LWPA"}}) {
     GraphBuilder graph;

@@ -1,0 +1,204 @@
+// Points are inverted one by one; each is moved by whole periods to where the loop comes from. At a pole the
+// loop has two points, with the free coordinates of its ways there and on.
+#include "jttk/brep/unwrap.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace jttk::brep {
+namespace {
+
+// A boundary point further from the surface than this many chord tolerances is damage.
+constexpr double kMaximumGap = 20;
+
+}  // namespace
+
+int LoopUnwrapper::singularIn(Vec2 uv) {
+  const Surface& s = surface_;
+  if (s.kind == SurfaceKind::Plane || s.kind == SurfaceKind::Cylinder || s.kind == SurfaceKind::Swept ||
+      s.kind == SurfaceKind::Blend) {
+    return 0;
+  }
+  const SurfacePoint here = geometry_.at(s, uv);
+  constexpr double kSame = 1e-7;
+  const auto stays = [&](bool in_u) {
+    const Range& range = in_u ? box_.u : box_.v;
+    if (!range.bounded() || length(in_u ? here.du : here.dv) * range.size() > 1e-5) return false;
+    const bool wraps = (in_u ? box_.period_u : box_.period_v) > 0;
+    for (const double share : {-0.15, -0.05, 0.05, 0.15}) {
+      Vec2 other = uv;
+      double& x = in_u ? other.u : other.v;
+      x += share * range.size();
+      if (!wraps) x = std::clamp(x, range.low, range.high);
+      if (distance(geometry_.at(s, other).p, here.p) > kSame) return false;
+    }
+    return true;
+  };
+  return stays(true) ? 1 : stays(false) ? 2 : 0;
+}
+
+// What the file allows an edge to be off its surfaces, its vertices included.
+double LoopUnwrapper::toleranceOf(std::uint32_t number) const {
+  if (number == kNoEdge) return 0;
+  const Bodies& bodies = geometry_.bodies();
+  const Edge& edge = bodies.edges[number];
+  double allowed = edge.tolerance;
+  for (const std::int32_t v : {edge.start, edge.end}) {
+    if (v != kNone) allowed = std::max(allowed, bodies.vertices[static_cast<std::size_t>(v)].tolerance);
+  }
+  return allowed;
+}
+
+std::vector<LoopUnwrapper::Entry> LoopUnwrapper::invertAll(const std::vector<LoopPoint>& loop) {
+  std::vector<Entry> entries;
+  const double accept = std::max(1e-9, tolerances_.chord * 1e-3);
+  const Vec2* guess = nullptr;
+  Vec2 last;
+  for (const LoopPoint& p : loop) {
+    Entry entry;
+    entry.at = p;
+    if (const auto known = known_.find(p.id); known != known_.end()) {
+      entry.uv = known->second;
+    } else {
+      // What the edge may be off anyway is no reason to look for a better place.
+      const double tolerance = toleranceOf(p.edge);
+      const double limit = kMaximumGap * tolerances_.chord + 2 * tolerance;
+      const double enough = std::max(accept, std::min(2 * tolerance, tolerances_.chord));
+      double gap = geometry_.invert(surface_, points_[p.id], guess, enough, entry.uv);
+      if (!(gap <= limit)) gap = geometry_.invertThoroughly(surface_, points_[p.id], entry.uv);
+      if (!(gap <= limit)) {
+        problem_ = "an edge that does not lie on its surface";
+        return entries;
+      }
+      known_.emplace(p.id, entry.uv);
+    }
+    entry.singular = singularIn(entry.uv);
+    if (entry.singular == 0) {
+      last = entry.uv;
+      guess = &last;
+    }
+    entries.push_back(entry);
+  }
+  return entries;
+}
+
+double LoopUnwrapper::stepTo(double from, double to, double period, std::uint32_t a, std::uint32_t b,
+                             bool in_u) {
+  if (!(period > 0)) return to;
+  double next = wrapNear(to, from, period);
+  if (std::abs(next - from) > 0.3 * period) {
+    // Too far to be sure which way round: ask the middle.
+    Vec2 middle;
+    (void)geometry_.invert(surface_, (points_[a] + points_[b]) * 0.5, nullptr, 0, middle);
+    next = wrapNear(to, wrapNear(in_u ? middle.u : middle.v, from, period), period);
+  }
+  return next;
+}
+
+Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
+  Unwrapped made;
+  std::vector<Entry> entries = invertAll(loop);
+  if (!problem_.empty()) return made;
+  const auto pole =
+      std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.singular != 0; });
+  const bool has_pole = pole != entries.end();
+  if (has_pole) std::rotate(entries.begin(), pole, entries.end());
+  const auto regular =
+      std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.singular == 0; });
+  if (regular == entries.end()) {
+    problem_ = "a loop of poles only";
+    return made;
+  }
+  Vec2 last = regular->uv;
+  std::uint32_t last_id = regular->at.id;
+  bool after_pole = true;
+  std::vector<std::size_t> open;  // copies of poles that wait for the coordinate of the next point
+  for (const Entry& entry : entries) {
+    if (entry.singular != 0) {
+      // One copy where the loop comes from, one where it goes.
+      Vec2 uv = entry.uv;
+      (entry.singular == 1 ? uv.u : uv.v) = entry.singular == 1 ? last.u : last.v;
+      made.points.push_back({uv, entry.at.id, kNoEdge});
+      open.push_back(made.points.size());
+      made.points.push_back({uv, entry.at.id, entry.at.edge});
+      after_pole = true;
+      continue;
+    }
+    Vec2 uv;
+    if (after_pole) {
+      uv = {wrapNear(entry.uv.u, last.u, box_.period_u), wrapNear(entry.uv.v, last.v, box_.period_v)};
+    } else {
+      uv = {stepTo(last.u, entry.uv.u, box_.period_u, last_id, entry.at.id, true),
+            stepTo(last.v, entry.uv.v, box_.period_v, last_id, entry.at.id, false)};
+    }
+    for (const std::size_t i : open) {
+      // The regular coordinate of a pole may itself have moved by periods.
+      DomainPoint& p = made.points[i];
+      if (singularIn(p.uv) == 1) {
+        p.uv.u = uv.u;
+      } else {
+        p.uv.v = uv.v;
+      }
+    }
+    open.clear();
+    made.points.push_back({uv, entry.at.id, entry.at.edge});
+    last = uv;
+    last_id = entry.at.id;
+    after_pole = false;
+  }
+  if (has_pole) {
+    // The first copy is where the loop comes back to.
+    DomainPoint& first = made.points.front();
+    (entries.front().singular == 1 ? first.uv.u : first.uv.v) =
+        entries.front().singular == 1 ? last.u : last.v;
+    return made;
+  }
+  const Vec2 start = made.points.front().uv;
+  const double end_u = stepTo(last.u, start.u, box_.period_u, last_id, entries.front().at.id, true);
+  const double end_v = stepTo(last.v, start.v, box_.period_v, last_id, entries.front().at.id, false);
+  if (box_.period_u > 0) made.turns_u = static_cast<int>(std::lround((end_u - start.u) / box_.period_u));
+  if (box_.period_v > 0) made.turns_v = static_cast<int>(std::lround((end_v - start.v) / box_.period_v));
+  return made;
+}
+
+void chooseSphereAxes(Surface& sphere, const std::vector<std::vector<LoopPoint>>& loops,
+                      const std::vector<Vec3>& points) {
+  const Frame& f = sphere.frame;
+  std::vector<Vec3> directions;
+  Vec3 mean;
+  for (const auto& loop : loops) {
+    Vec3 of_loop;
+    for (const LoopPoint& p : loop) {
+      directions.push_back(normalized(points[p.id] - f.origin));
+      of_loop += directions.back();
+    }
+    mean += of_loop;
+  }
+  std::vector<Vec3> axes{f.z, f.x, f.y, normalized(mean), anyAcross(mean)};
+  axes.push_back(normalized(cross(mean, axes.back())));
+  for (const double a : {1.0, -1.0}) {
+    for (const double b : {1.0, -1.0}) axes.push_back(normalized(f.x + f.y * a + f.z * b));
+    axes.push_back(normalized(f.x + f.y * a));
+    axes.push_back(normalized(f.y + f.z * a));
+    axes.push_back(normalized(f.z + f.x * a));
+  }
+  double best_reach = 2;
+  Vec3 best = f.z;
+  for (const Vec3& axis : axes) {
+    double reach = length(axis) > 0.5 ? 0 : 2;
+    for (const Vec3& d : directions) reach = std::max(reach, std::abs(dot(axis, d)));
+    if (reach < best_reach - 1e-9) {
+      best_reach = reach;
+      best = axis;
+    }
+  }
+  if (best == f.z) return;
+  Frame made;
+  made.origin = f.origin;
+  made.z = best;
+  made.x = anyAcross(best);
+  made.y = cross(made.z, made.x);
+  sphere.frame = made;
+}
+
+}  // namespace jttk::brep

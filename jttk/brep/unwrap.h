@@ -1,0 +1,58 @@
+// Loops of a face in the parameter plane of its surface, unwrapped: from point to point without a jump, also
+// where the surface closes or ends in a pole.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "jttk/brep/face_domain.h"
+
+namespace jttk::brep {
+
+struct Unwrapped {
+  DomainLoop points;
+  // How often the loop goes round the surface, in the sense of u and of v.
+  int turns_u = 0;
+  int turns_v = 0;
+  [[nodiscard]] bool winds() const { return turns_u != 0 || turns_v != 0; }
+};
+
+class LoopUnwrapper {
+ public:
+  // The arguments outlive this object.
+  LoopUnwrapper(Geometry& geometry, const Surface& surface, const SurfaceDomain& box,
+                const Tolerances& tolerances, const std::vector<Vec3>& points)
+      : geometry_(geometry), surface_(surface), box_(box), tolerances_(tolerances), points_(points) {}
+
+  // Of no use when problem() is not empty afterwards.
+  Unwrapped unwrap(const std::vector<LoopPoint>& loop);
+  [[nodiscard]] const std::string& problem() const { return problem_; }
+
+ private:
+  struct Entry {
+    Vec2 uv;
+    LoopPoint at;
+    int singular = 0;
+  };
+  // 1 when u makes no difference at this place, 2 when v makes none, else 0.
+  int singularIn(Vec2 uv);
+  [[nodiscard]] double toleranceOf(std::uint32_t number) const;
+  std::vector<Entry> invertAll(const std::vector<LoopPoint>& loop);
+  double stepTo(double from, double to, double period, std::uint32_t a, std::uint32_t b, bool in_u);
+
+  Geometry& geometry_;
+  const Surface& surface_;
+  const SurfaceDomain& box_;
+  const Tolerances& tolerances_;
+  const std::vector<Vec3>& points_;
+  std::unordered_map<std::uint32_t, Vec2> known_;  // parameters by id of the point
+  std::string problem_;
+};
+
+// Nothing but parameter curves depends on a sphere's axes: they are put where no loop comes near a pole.
+void chooseSphereAxes(Surface& sphere, const std::vector<std::vector<LoopPoint>>& loops,
+                      const std::vector<Vec3>& points);
+
+}  // namespace jttk::brep
