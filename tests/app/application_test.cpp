@@ -40,9 +40,13 @@ class RecordedFrame : public app::ApplicationFrame {
  public:
   void defaultInitInstance() override { calls.emplace_back("default start-up"); }
   void enableControlContainer() override { calls.emplace_back("control container"); }
-  void setRegistryKey(std::string_view key) override { calls.emplace_back(key); }
+  void setRegistryKey(std::string_view key) override {
+    calls.emplace_back(key);
+    given_at_key = diag::UlpTessToleranceGiven;
+  }
   app::IconHandle loadIcon(int id) override {
     calls.push_back("icon " + std::to_string(id));
+    given_at_icon = diag::UlpTessToleranceGiven;
     return &tests::RecordedWindow::icon_handle;
   }
   int runMainDialog(app::Dialog& dialog) override {
@@ -59,6 +63,8 @@ class RecordedFrame : public app::ApplicationFrame {
 
   std::vector<std::string> calls;
   std::vector<std::string> dialog_calls;
+  bool given_at_key = false;
+  bool given_at_icon = false;
 };
 
 class Application : public testing::Test {
@@ -122,6 +128,9 @@ TEST_F(Application, TheToleranceIsReadAndItsLineFollowsTheIdentification) {
   const auto lines = logLines();
   ASSERT_EQ(lines.size(), 4U);
   EXPECT_EQ(lines[3], "obJt2Zix::ULP : MERIDAN_JT_ULP_TESS_TOLERANCE is set.");
+  // Behind the frame's own start-up and before the dialog.
+  EXPECT_FALSE(frame_.given_at_key);
+  EXPECT_TRUE(frame_.given_at_icon);
 }
 
 TEST_F(Application, AToleranceThatIsNoNumberIsZero) {

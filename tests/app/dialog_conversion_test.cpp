@@ -96,6 +96,14 @@ TEST_F(DialogConversion, PathsTypedByHandAreConverted) {
   EXPECT_THAT(window_.calls, testing::Not(testing::Contains(testing::StartsWith("open"))));
 }
 
+TEST_F(DialogConversion, MeshesAreAlwaysOptimised) {
+  typePaths("model.jt", "scene.zix");
+  window_.checks[1007] = false;  // the hidden box has no say
+  translate();
+  EXPECT_THAT(folder_.read("log.txt"),
+              testing::HasSubstr("] obJt2Zix::WriteShape():Optimize option enabled\n"));
+}
+
 TEST_F(DialogConversion, BrowsedPathsAreConverted) {
   window_.chosen = folder_.programPath("model.jt");
   dialog_.dispatchClick(1002);

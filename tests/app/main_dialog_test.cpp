@@ -91,10 +91,11 @@ class MainDialog : public testing::Test {
 
 TEST_F(MainDialog, InitialisesItsWindowStepByStep) {
   EXPECT_TRUE(dialog_.OnInitDialog());
-  EXPECT_THAT(window_.calls,
-              ElementsAre("text 1001 ''", "text 1004 ''", "check 1007 on", "menu 16 &About Jt2Zix...",
-                          "large icon application", "small icon application", "check 1009 on",
-                          "check 1010 on", "caption " + app::applicationName(), "accept files"));
+  EXPECT_THAT(
+      window_.calls,
+      ElementsAre("text 1001 ''", "text 1004 ''", "check 1007 on", "menu 16 &About Jt2Zix...",
+                  "large icon application", "small icon application", "load wait", "load arrow",
+                  "check 1009 on", "check 1010 on", "caption " + app::applicationName(), "accept files"));
 }
 
 TEST_F(MainDialog, LeavesTheSystemMenuAloneWithoutTextOrMenu) {
@@ -253,7 +254,7 @@ TEST_F(MainDialog, AnExceptionOutOfTheJobRestoresTheCursorAndShowsNoResult) {
   typePaths("part.jt", "part.zix");
   tests::setImport([] { throw std::runtime_error("lost"); });
   EXPECT_TRUE(dialog_.dispatchClick(1));
-  EXPECT_THAT(window_.calls, ElementsAre("cursor wait", "cursor arrow"));
+  EXPECT_THAT(window_.calls, ElementsAre("cursor wait", "load arrow", "cursor arrow"));
   EXPECT_FALSE(fs::exists(folder_ / "part.zix"));
 
   tests::setImport([] {});
@@ -264,7 +265,7 @@ TEST_F(MainDialog, AnExceptionOutOfTheJobRestoresTheCursorAndShowsNoResult) {
 TEST_F(MainDialog, AVeryShortFileNameLeavesNoResultBox) {
   typePaths(".jt", "part.zix");
   EXPECT_TRUE(dialog_.dispatchClick(1));
-  EXPECT_THAT(window_.calls, ElementsAre("cursor wait", "cursor arrow"));
+  EXPECT_THAT(window_.calls, ElementsAre("cursor wait", "load arrow", "cursor arrow"));
 }
 
 TEST_F(MainDialog, MakesTheNamedBaseDirectoryAgainBeforeAJobAndLeavesTheLogWhereItIs) {
@@ -315,6 +316,8 @@ TEST(AboutBox, ShowsNameVersionAndBuild) {
   EXPECT_TRUE(about.OnInitDialog());
   EXPECT_THAT(window.texts[1008], testing::EndsWith(" 2.2 \n\nBuild # 2.2.125.331 (64-Bit)\n\n"
                                                     "Converts JT product models into Zix scenes."));
+  EXPECT_THAT(window.calls,
+              ElementsAre("text 1008 '" + window.texts[1008] + "'", "caption " + app::applicationName()));
   about.dispatchClick(1);
   EXPECT_EQ(window.calls.back(), "end 1");
 }

@@ -39,6 +39,7 @@ class RecordedWindow : public app::DialogWindow {
   bool isMinimised() override { return minimised; }
   void paintCentredIcon(app::IconHandle icon) override { calls.push_back("paint " + name(icon)); }
   app::CursorHandle loadCursor(app::SystemCursor cursor) override {
+    calls.emplace_back(cursor == app::SystemCursor::Wait ? "load wait" : "load arrow");
     return cursor == app::SystemCursor::Wait ? &wait : &arrow;
   }
   void setCursor(app::CursorHandle cursor) override { calls.push_back("cursor " + name(cursor)); }

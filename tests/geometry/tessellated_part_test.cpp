@@ -24,6 +24,13 @@ TEST_F(TessellatedPart, OneStripOfFourVertices) {
   EXPECT_EQ(sceneLines("setValues<float>"), "setValues<float>(#4, 4: 0 0 10, 1 0.5 9, 2 1 8, 3 1.5 7)\n");
 }
 
+TEST_F(TessellatedPart, ALongStripAlternatesToItsEnd) {
+  convertStrips({7, 3});
+  EXPECT_EQ(values(),
+            "setValues<unsigned int>(#5, 18: 1 0 2 1 2 3 3 2 4 3 4 5 5 4 6 8 7 9)\n"
+            "setValues<unsigned int>(#6, 6: 3 3 3 3 3 3)\n");
+}
+
 TEST_F(TessellatedPart, TwoStripsOfThreeVertices) {
   convertStrips({3, 3});
   EXPECT_EQ(values(),

@@ -413,6 +413,8 @@ TEST(NewFile, HasTheRightsOfAnyNewFileHoweverItWasMade) {
   }
 }
 
+#endif
+
 // Writes down the operations, runs of equal ones once.
 class Recorder : public WayHook {
  public:
@@ -451,8 +453,6 @@ TEST(NewFile, IsTheSameHoweverItWasMade) {
   }
   EXPECT_EQ(folder.read("Unnamed"), folder.read("Named"));
 }
-
-#endif
 
 TEST(SaveFailure, RelativePathStaysWhereItWasWhenTheDirectoryChanges) {
   const ScratchFolder folder;
