@@ -8,6 +8,7 @@ import re
 import shutil
 import signal
 import stat
+import struct
 import subprocess
 import sys
 import tempfile
@@ -24,6 +25,34 @@ REPORT_KEYS = ["schema_version", "input", "output", "ok", "jt_version", "seconds
                "skipped", "notes", "log"]
 COUNT_KEYS = ["nodes", "transforms", "shapes", "meshes", "materials", "triangles", "lines", "points",
               "vertices_read", "vertices_written"]
+
+
+# Type ids, as their bytes lie in a little-endian file.
+PARTITION = bytes.fromhex("3e10dd10c82ad1119b6b0080c7bb5997")
+END = b"\xff" * 16
+
+
+def assembly_file(references):
+    """A JT 9.5 file whose root refers to other files by name, and holds nothing else."""
+    def partition(number, children, file_name):
+        name = file_name.encode("utf-16-le")
+        body = struct.pack("<hII", 1, 0, 0) + struct.pack("<hI", 1, len(children))
+        body += b"".join(struct.pack("<i", child) for child in children)
+        body += struct.pack("<II", 0, len(name) // 2) + name + bytes(6 * 4 + 4 + 6 * 4)
+        element = PARTITION + b"\x01" + struct.pack("<i", number) + body
+        return struct.pack("<I", len(element)) + element
+
+    end = struct.pack("<I", 16) + END
+    graph = partition(0, list(range(1, len(references) + 1)), "assembly.jt")
+    for number, reference in enumerate(references, 1):
+        graph += partition(number, [], reference)
+    graph += end + end + struct.pack("<hI", 1, 0)
+    data = struct.pack("<IIB", 0, len(graph) + 1, 1) + graph  # stored plainly
+    segment_id = bytes(range(16))
+    segment = segment_id + struct.pack("<II", 1, 24 + len(data)) + data
+    header = b"Version 9.5 JT".ljust(79) + b"\n" + bytes(5) + struct.pack("<I", 105) + segment_id
+    contents = struct.pack("<I", 1) + segment_id + struct.pack("<III", 105 + 32, len(segment), 1 << 24)
+    return header + contents + segment
 
 
 class CliTest(unittest.TestCase):
@@ -344,6 +373,60 @@ class BadInput(CliTest):
         self.assertFalse(os.path.exists(self.out))
 
 
+class ManyFiles(CliTest):
+    def setUp(self):
+        super().setUp()
+        os.makedirs(self.path("model/Parts"))
+        shutil.copy(SAMPLE, self.path("model/Parts/Engine.jt"))
+        shutil.copy(SAMPLE, self.path("outside.jt"))
+        self.alone = self.report(self.run_program(SAMPLE, self.out, "--json"))["counts"]["triangles"]
+
+    def convert(self, references, *options):
+        self.model = self.write("model/main.jt", assembly_file(references))
+        result = self.run_program(self.model, self.out, "--json", *options)
+        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+        return self.report(result)
+
+    def test_references_are_followed_whatever_their_case_and_separators(self):
+        report = self.convert(["parts\\ENGINE.JT"])
+        self.assertEqual((report["ok"], report["skipped"]), (True, []))
+        self.assertEqual(report["counts"]["triangles"], self.alone)
+
+    def test_a_missing_file_is_named_and_the_rest_converts(self):
+        report = self.convert(["Parts/Engine.jt", "gone.jt"])
+        self.assertFalse(report["ok"])
+        self.assertEqual(len(report["skipped"]), 1)
+        self.assertIn('"gone.jt" was not found', report["skipped"][0]["reason"])
+        self.assertEqual(report["counts"]["triangles"], self.alone)
+
+    def test_files_that_refer_to_themselves_are_named_and_not_followed(self):
+        report = self.convert(["Parts/Engine.jt", "main.jt"])
+        self.assertEqual(len(report["skipped"]), 1)
+        self.assertIn("the circle is not followed", report["skipped"][0]["reason"])
+        self.assertEqual(report["counts"]["triangles"], self.alone)
+
+    def test_what_climbs_out_of_the_folder_counts_as_missing_unless_that_is_allowed(self):
+        os.symlink("../outside.jt", self.path("model/link.jt"))
+        for reference in ("../outside.jt", "Parts/../../outside.jt", self.path("outside.jt"), "link.jt"):
+            with self.subTest(reference=reference):
+                report = self.convert(["Parts/Engine.jt", reference])
+                self.assertEqual(len(report["skipped"]), 1)
+                self.assertIn("outside the folder", report["skipped"][0]["reason"])
+                self.assertEqual(report["counts"]["triangles"], self.alone)
+                allowed = self.convert(["Parts/Engine.jt", reference], "--allow-outside")
+                self.assertEqual(allowed["skipped"], [])
+                # The second copy comes in whole, or as places of what is there.
+                self.assertGreaterEqual(allowed["counts"]["nodes"], report["counts"]["nodes"])
+                self.assertTrue(allowed["ok"])
+
+    def test_info_lists_the_other_files_and_what_is_missing(self):
+        self.convert(["Parts/Engine.jt", "gone.jt"])
+        document = json.loads(self.run_program("info", self.model, "--json").stdout)
+        self.assertEqual(document["files"], [self.path("model/Parts/Engine.jt")])
+        self.assertEqual(len(document["cannot_be_converted"]), 1)
+        self.assertIn("gone.jt", document["cannot_be_converted"][0]["reason"])
+
+
 class Interrupted(CliTest):
     def test_ctrl_c_removes_the_unfinished_scene_and_gives_130(self):
         work = self.path("work")
@@ -541,7 +624,8 @@ class Info(CliTest):
             self.assertIn(word, text)
 
     def test_what_cannot_be_converted_is_named_with_its_reason(self):
-        content = bytearray(open(SAMPLE, "rb").read())
+        with open(SAMPLE, "rb") as file:
+            content = bytearray(file.read())
         # The segments of shapes: 24 bytes of header, an element's length, then the GUID that says what it is.
         strips = bytes.fromhex("ab10dd10c82ad1119b6b0080c7bb5997")
         first = content.find(strips)

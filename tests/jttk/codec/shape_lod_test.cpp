@@ -100,6 +100,20 @@ TEST(ShapeLod, colorsTextureCoordinatesAndFlags) {
   }
 }
 
+TEST(ShapeLod, coloursAsHueSaturationAndValue) {
+  for (const PacketForm form : kForms) {
+    ShapeOptions options{form, true, 0x1a};
+    options.hsv = true;
+    const auto shape =
+        decode(shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
+    ASSERT_TRUE(shape.has_value()) << shape.error().text();
+    ASSERT_EQ(shape->colors.size(), 20U);
+    // A fifth of full green; alpha is not stored.
+    EXPECT_THAT(std::vector<float>(shape->colors.begin() + 16, shape->colors.end()),
+                ElementsAre(0, 0.2F, 0, 1));
+  }
+}
+
 TEST(ShapeLod, channelsAboveTheFirstAndAuxiliaryFieldsArePassedOver) {
   constexpr std::uint64_t kAllChannels = 0x222222222aU;  // normals, two components in channels 0 to 7
   constexpr std::uint64_t kFlagsAndFields = std::uint64_t{1} << 63 | 0x40U;

@@ -82,6 +82,13 @@ void addNormals(ByteBuilder& out, std::uint32_t count, const ShapeOptions& optio
   addCodes(out, {Values(count, 1 << 7 | 7 << 4 | 3 << 2)}, false, options.form);
 }
 
+// Hue 0 .. 6 in 8 bits: code 85 is 2, which is green. The others go from 0 to 1.
+void addHsvColors(ByteBuilder& out, std::uint32_t count, PacketForm form) {
+  out.u32(count).u8(3).u8(8).u8(1);
+  for (int i = 0; i < 4; ++i) out.u8(8);
+  addCodes(out, {Values(count, 85), Values(count, 255), Values(count, 51), Values(count, 255)}, false, form);
+}
+
 void addColors(ByteBuilder& out, std::uint32_t count, PacketForm form) {
   out.u32(count).u8(3).u8(8).u8(0);
   for (int i = 0; i < 4; ++i) out.f32(0).f32(1).u8(1);
@@ -182,7 +189,9 @@ Bytes topologicalRepData(const TopologySymbols& symbols, std::uint32_t vertices,
   out.u32(records);
   addCoordinates(out, vertices, options);
   if ((options.bindings & 0x8) != 0) addNormals(out, records, options);
-  if ((options.bindings & 0x30) != 0) addColors(out, records, options.form);
+  if ((options.bindings & 0x30) != 0) {
+    options.hsv ? addHsvColors(out, records, options.form) : addColors(out, records, options.form);
+  }
   for (std::uint32_t channel = 0; channel < 8; ++channel) {
     if ((options.bindings >> (8 + 4 * channel) & 15U) != 0) addTextureCoordinates(out, records, options.form);
   }

@@ -41,6 +41,8 @@ struct ShapeOptions {
   std::uint64_t bindings = 0x0a;  // coordinates and normals
   // 2: without z; 4: with a fourth of 1.
   std::uint32_t coordinate_components = 3;
+  // Colours as hue, saturation and value: green, one value for all records.
+  bool hsv = false;
 };
 
 // A representation: the symbols, then coordinates (vertex i at (i, 2i, 3i + 0.5)) and what the bindings ask
