@@ -29,11 +29,12 @@ constexpr std::array kOthers = {
 };
 
 // Data flags of 8.x materials: with the first set, each of the others says that a colour is stored as one
-// number for red, green and blue.
+// number for red, green and blue. Which of the last two is which shows where only one is set (0x3985): the
+// other way round the emission of real files would have alpha 0 and the specular colour's green and blue.
 constexpr std::uint16_t kCommonValues = 0x1;
 constexpr std::uint16_t kCommonAmbient = 0x2;
-constexpr std::uint16_t kCommonSpecular = 0x4;
-constexpr std::uint16_t kCommonEmission = 0x8;
+constexpr std::uint16_t kCommonEmission = 0x4;
+constexpr std::uint16_t kCommonSpecular = 0x8;
 
 constexpr int kPaletteVersion = 2;
 constexpr std::size_t kPaletteBytes = 4;

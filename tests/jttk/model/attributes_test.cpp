@@ -259,7 +259,7 @@ TEST(Materials, FieldsThatAreFinalFrom10OnStay) {
 TEST(Materials, In8ColoursCanBeStoredAsOneNumber) {
   GraphBuilder graph("8.1");
   GraphBuilder::Material material = red(0.5F);
-  material.data_flags = 0x1 | 0x2 | 0x8;  // ambient and emission
+  material.data_flags = 0x1 | 0x2 | 0x4;  // ambient and emission
   graph.material(20, material);
   graph.partition(0, {1}).name("root");
   graph.part(1, {}).attributes({20});
@@ -271,7 +271,7 @@ TEST(Materials, In8ColoursCanBeStoredAsOneNumber) {
   found->getAmbientColor(rgba);
   EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.1F, 0.1F, 0.1F, 1));
   found->getSpecularColor(rgba);
-  EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.2F, 0.2F, 0.2F, 1));
+  EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.2F, 0.25F, 0.2F, 1));
   found->getEmissionColor(rgba);
   EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.3F, 0.3F, 0.3F, 1));
   float shininess = 0;

@@ -256,8 +256,8 @@ void GraphBuilder::material(std::int32_t id, const Material& material) {
   };
   color(2, {0.1F, 0.1F, 0.1F, 1});
   color(0, material.diffuse);
-  color(4, {0.2F, 0.2F, 0.2F, 1});
-  color(8, {0.3F, 0.3F, 0.3F, 1});
+  color(8, {0.2F, 0.25F, 0.2F, 1});
+  color(4, {0.3F, 0.3F, 0.3F, 1});
   out.f32(material.shininess);
   if (major_ >= 9) out.f32(0);
   if (major_ >= 10) out.f32(0);

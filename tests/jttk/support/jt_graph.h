@@ -109,7 +109,7 @@ class GraphBuilder {
     std::uint8_t state = 8;
     std::uint32_t inhibited = 0;
     std::uint32_t final_fields = 0;  // 10.x
-    std::uint16_t data_flags = 0;  // 8.x: bit 0 with bits 1, 2, 3: one number for ambient, specular, emission
+    std::uint16_t data_flags = 0;  // 8.x: bit 0 with bits 1, 2, 3: one number for ambient, emission, specular
   };
   void material(std::int32_t id, const Material& material);
 
