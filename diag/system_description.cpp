@@ -103,8 +103,9 @@ std::optional<std::wstring> describeSystem(const host::SystemVersion& version) {
   return text;
 }
 
-bool GetSystemDescription(wchar_t* buffer) {
-  const auto version = host::systemVersion();
+bool GetSystemDescription(wchar_t* buffer) { return describeInto(host::systemVersion(), buffer); }
+
+bool describeInto(const std::optional<host::SystemVersion>& version, wchar_t* buffer) {
   const auto text = version ? describeSystem(*version) : std::nullopt;
   if (!text) return false;
   const std::size_t length = std::min(text->size(), kSystemDescriptionCapacity - 1);

@@ -22,6 +22,9 @@ std::optional<std::wstring> describeSystem(const host::SystemVersion& version);
 // to `buffer`, which has room for as many. False when the system is not supported: nothing is written then.
 bool GetSystemDescription(wchar_t* buffer);
 
+// The same for a version record; false as well when there is none.
+bool describeInto(const std::optional<host::SystemVersion>& version, wchar_t* buffer);
+
 // The description narrowed to 8 bits per character as the log takes it: what the locale has no 8-bit form
 // for becomes "?".
 std::string narrowed(std::wstring_view text);

@@ -66,6 +66,12 @@ class DialogConversion : public testing::Test {
     window_.texts[kInput] = folder_.programPath(model);
     window_.texts[kOutput] = folder_.programPath(scene);
   }
+  // With plain line ends on every host.
+  std::string log() const {
+    std::string text = folder_.read("log.txt");
+    std::erase(text, '\r');
+    return text;
+  }
   // The types of the meshes in the scene that a click on "Translate" has written.
   std::vector<MeshType> translate() {
     boxes_.clear();
@@ -100,8 +106,7 @@ TEST_F(DialogConversion, MeshesAreAlwaysOptimised) {
   typePaths("model.jt", "scene.zix");
   window_.checks[1007] = false;  // the hidden box has no say
   translate();
-  EXPECT_THAT(folder_.read("log.txt"),
-              testing::HasSubstr("] obJt2Zix::WriteShape():Optimize option enabled\n"));
+  EXPECT_THAT(log(), testing::HasSubstr("] obJt2Zix::WriteShape():Optimize option enabled\n"));
 }
 
 TEST_F(DialogConversion, BrowsedPathsAreConverted) {
@@ -138,9 +143,8 @@ TEST_F(DialogConversion, AFileThatIsNoModelGivesASceneWithItsRootAlone) {
   typePaths("wheel.jt", "scene.zix");
   EXPECT_THAT(translate(), testing::IsEmpty());
   EXPECT_THAT(messages_.str(), testing::HasSubstr("Unable to find root node.  Check file...\n"));
-  const std::string log = folder_.read("log.txt");
-  EXPECT_THAT(log, testing::HasSubstr("] obJt2Zix::ReadJt(): JT File Version: 0.0\n"));
-  EXPECT_THAT(log, testing::HasSubstr("] obJt2Zix::ReadJt():File loading failed!\n"));
+  EXPECT_THAT(log(), testing::HasSubstr("] obJt2Zix::ReadJt(): JT File Version: 0.0\n"));
+  EXPECT_THAT(log(), testing::HasSubstr("] obJt2Zix::ReadJt():File loading failed!\n"));
   const auto scene = Orb::Zix::SceneFile::open(folder_.programPath("scene.zix"));
   ASSERT_TRUE(scene);
   EXPECT_EQ(scene->objectCount(), 1U);

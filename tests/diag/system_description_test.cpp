@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cwchar>
+#include <vector>
+
 namespace loftbay::diag {
 namespace {
 
@@ -115,6 +118,30 @@ TEST(SystemDescription, RefusesOtherPlatformsAndOldVersions) {
   version.platform_id = 1;
   EXPECT_EQ(describeSystem(version), std::nullopt);
   EXPECT_EQ(describeSystem(record({4, 90, kWorkstation, 0, kX86, L""})), std::nullopt);
+}
+
+TEST(SystemDescription, IsCutWhereTheBufferEnds) {
+  auto version = record({6, 1, kWorkstation, 0, kX64, L""});
+  const std::wstring ends = L" (build 1234), 64-bit";
+  const std::size_t rest =
+      kSystemDescriptionCapacity - 1 - ends.size() - std::wcslen(L"Microsoft Windows 7  ");
+  std::vector<wchar_t> buffer(kSystemDescriptionCapacity + 1, L'#');
+  version.service_pack = std::wstring(rest, L'x');
+  ASSERT_TRUE(describeInto(version, buffer.data()));
+  EXPECT_EQ(std::wstring(buffer.data()), L"Microsoft Windows 7  " + version.service_pack + ends);
+
+  version.service_pack += L'x';
+  ASSERT_TRUE(describeInto(version, buffer.data()));
+  EXPECT_EQ(std::wstring(buffer.data()),
+            L"Microsoft Windows 7  " + version.service_pack + L" (build 1234), 64-bi");
+  EXPECT_EQ(buffer.back(), L'#');
+}
+
+TEST(SystemDescription, WritesNothingWithoutARecordOrAName) {
+  wchar_t buffer[kSystemDescriptionCapacity] = L"untouched";
+  EXPECT_FALSE(describeInto(std::nullopt, buffer));
+  EXPECT_FALSE(describeInto(record({4, 0, kWorkstation, 0, kX86, L""}), buffer));
+  EXPECT_EQ(std::wstring(buffer), L"untouched");
 }
 
 TEST(SystemDescription, NarrowsWhatHasNoEightBitFormToAQuestionMark) {
