@@ -16,12 +16,16 @@ struct Unit {
 };
 
 // The names that the property uses, lower case, without the plural's s.
-constexpr std::array<Unit, 11> kUnits = {{{"micrometer", 1e6},
+constexpr std::array<Unit, 15> kUnits = {{{"micron", 1e6},
+                                          {"micrometer", 1e6},
                                           {"millimeter", 1000},
                                           {"centimeter", 100},
                                           {"decimeter", 10},
                                           {"meter", 1},
+                                          {"decameter", 0.1},
+                                          {"hectometer", 0.01},
                                           {"kilometer", 1e-3},
+                                          {"mil", 1 / 0.0000254},
                                           {"inch", 1 / 0.0254},
                                           {"feet", 1 / 0.3048},
                                           {"foot", 1 / 0.3048},

@@ -146,7 +146,8 @@ TEST(Normals, codesOutsideOfTheirRangeAreRefused) {
   float n[3];
   EXPECT_FALSE(decoder.decode(6, 0, 0, 0, n));
   EXPECT_FALSE(decoder.decode(0, 8, 0, 0, n));
-  EXPECT_FALSE(decoder.decode(0, 0, 16, 0, n));
+  EXPECT_TRUE(decoder.decode(0, 0, 16, 0, n));  // as far as an angle goes
+  EXPECT_FALSE(decoder.decode(0, 0, 17, 0, n));
   EXPECT_TRUE(decoder.decode(0, 0, 0, 16, n));
   EXPECT_FALSE(decoder.decode(0, 0, 0, 17, n));
 }

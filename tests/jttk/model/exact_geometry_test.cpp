@@ -197,7 +197,8 @@ TEST_F(ExactGeometry, ArraysHaveTheOrdinarySenseAndGeometryTheOther) {
 
 TEST_F(ExactGeometry, LengthsAreInThePartsUnits) {
   for (const auto& [units, volume] :
-       {std::pair{"Millimeters", 30e3}, std::pair{"centimeters", 30.0}, std::pair{"Meters", 30e-6}}) {
+       {std::pair{"Millimeters", 30e3}, std::pair{"centimeters", 30.0}, std::pair{"Meters", 30e-6},
+        std::pair{"Microns", 30e12}, std::pair{"mils", 30e-6 / (2.54e-5 * 2.54e-5 * 2.54e-5)}}) {
     const Loaded model(alone(box(), units));
     const Result result(model.at({0}));
     ASSERT_NE(result.shape(), nullptr);
