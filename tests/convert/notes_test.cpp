@@ -65,6 +65,34 @@ TEST_F(NotesTest, NamesTheFirstFewOnly) {
           "7 parts have no shapes in the first level of detail and give no geometry: a, b, c, d, e, …"));
 }
 
+TEST_F(NotesTest, OfAsManyAsAreNamedNoneIsLeftToTheReader) {
+  std::vector<JtkHierarchy*> parts;
+  for (const char* const name : {"a", "b", "c", "d", "e"}) parts.push_back(&product.part(name));
+  convertTree(product.assembly("root", parts));
+  EXPECT_THAT(observer.notes, ElementsAre("5 parts have no shapes in the first level of detail and give no "
+                                          "geometry: a, b, c, d, e"));
+}
+
+TEST_F(NotesTest, ManyOfOneNameAreNamedOnce) {
+  auto& line = product.polylines({{0, 0, 0, 1, 0, 0}});
+  convertTree(product.part("a", {&line, &line, &line, &line, &line, &line}));
+  EXPECT_THAT(observer.notes,
+              ElementsAre("6 line shapes were left out because lines are ignored (6 polylines): a"));
+}
+
+TEST_F(NotesTest, APartWithShapesInLaterLevelsAloneIsNamed) {
+  auto& part = product.part("coarse");
+  part.levels = {{}, {&triangle()}};
+  convertTree(product.assembly("root", {&part, &product.part("q", {&triangle()})}));
+  EXPECT_THAT(observer.notes,
+              ElementsAre("1 part has no shapes in the first level of detail and gives no geometry: coarse"));
+}
+
+TEST_F(NotesTest, ATessellatedPartOfOneResultIsNoNote) {
+  convertTree(product.tessellatedPart("p", {&triangle()}));
+  EXPECT_THAT(observer.notes, IsEmpty());
+}
+
 TEST_F(NotesTest, SecondPartsOfANameAreNamed) {
   convertTree(
       product.assembly("root", {&product.part("p", {&triangle()}), &product.part("p", {&triangle()})}));

@@ -294,6 +294,27 @@ TEST(AxisAngle, TiesOfTheDiagonalTakeTheLowestAxis) {
   EXPECT_NEAR(result.angle_rad, 2.0943952F, 1e-6F);
 }
 
+// The axis' sign tells which entry was taken for the largest: its component is the positive one.
+TEST(AxisAngle, EqualEntriesOfTheDiagonalLeaveTheLowerOneInPlace) {
+  const auto x_and_y = axisAngle({{{0, -1, 0}, {-1, 0, 0}, {0, 0, -1}}});
+  EXPECT_GT(x_and_y.axis[0], 0.7F);
+  EXPECT_LT(x_and_y.axis[1], -0.7F);
+  const auto x_and_z = axisAngle({{{0, 0, -1}, {0, -1, 0}, {-1, 0, 0}}});
+  EXPECT_GT(x_and_z.axis[0], 0.7F);
+  EXPECT_LT(x_and_z.axis[2], -0.7F);
+  const auto y_and_z = axisAngle({{{-1, 0, 0}, {0, 0, -1}, {0, -1, 0}}});
+  EXPECT_GT(y_and_z.axis[1], 0.7F);
+  EXPECT_LT(y_and_z.axis[2], -0.7F);
+}
+
+// Minus a third of a turn about z: a trace of 0 is not above 0, so the largest entry decides.
+TEST(AxisAngle, ATraceOfZeroTakesTheLargestEntry) {
+  const float s = 0.8660254F;
+  const auto result = axisAngle({{{-0.5F, s, 0}, {-s, -0.5F, 0}, {0, 0, 1}}});
+  EXPECT_NEAR(result.axis[2], 1.0F, 1e-6F);
+  EXPECT_NEAR(result.angle_rad, 4.1887902F, 1e-6F);
+}
+
 // No flip of the quaternion's sign: beyond half a turn the angle passes pi.
 TEST(AxisAngle, AngleMayExceedPi) {
   // 190 degrees about x is -170 degrees: the diagonal picks x, and w comes out negative.
