@@ -42,7 +42,8 @@ bool isDirectoryAvailable(const std::string& directory) {
   return true;
 }
 
-bool validatePaths(const std::string& input_path, const std::string& output_path) {
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+bool validatePaths(std::string input_path, std::string output_path) {
   if (input_path.empty()) return refuse("Please specify the input file.");
   if (output_path.empty()) return refuse("Please specify the output file.");
   if (!isInputExtension(input_path)) return refuse("Error:Unsupported input format.");
@@ -51,15 +52,13 @@ bool validatePaths(const std::string& input_path, const std::string& output_path
   const auto separator = output_path.rfind('\\');
   if (separator != std::string::npos && !isDirectoryAvailable(output_path.substr(0, separator)))
     return refuse("Error:Output directory is not available.");
-  if (!host::openFile(output_path, "w")) {
+  if (!host::createAndRemove(output_path)) {  // the job makes it anew
     refuse(
         "Permission denied for writing the ZIX file.\nPlease verify whether you have the write permission.");
     diag::WriteTraceLog(
         "Permission denied for writing the ZIX file. Please verify whether you have the write permission.");
     return false;
   }
-  // The probe has created or emptied the file; the job makes it anew.
-  host::removeFile(output_path);
   return true;
 }
 

@@ -10,7 +10,7 @@ namespace loftbay::convert {
 // opens, that the output's directory exists and that the output can be created. The first failure is shown
 // in an error box (program_seams.h) and gives false. Success has removed whatever file stood at the output
 // path. Paths are in program form.
-bool validatePaths(const std::string& input_path, const std::string& output_path);
+bool validatePaths(std::string input_path, std::string output_path);
 
 // The text behind the last `.` of the whole path, directories included; empty without one.
 std::string_view fileExtension(std::string_view path);

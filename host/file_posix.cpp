@@ -16,6 +16,33 @@
 
 namespace loftbay::host {
 
+namespace {
+
+// Whether a new entry of the folder can be made, tried with a file that never has a name. False also where
+// the file system has no such files.
+bool canCreateBeside(const std::string& path) {
+#ifdef O_TMPFILE
+  const std::size_t name = path.rfind('/');
+  const std::string folder = name == std::string::npos ? "." : path.substr(0, name + 1);
+  const int file = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+  if (file >= 0) close(file);
+  return file >= 0;
+#else
+  static_cast<void>(path);
+  return false;
+#endif
+}
+
+// Removes a file that can be written, without emptying it first. False: not done, whatever the reason.
+bool removeWritable(const std::string& path) {
+  const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  if (file < 0) return false;
+  close(file);
+  return unlink(path.c_str()) == 0;
+}
+
+}  // namespace
+
 FilePointer openFile(std::string_view program_path, const char* mode) {
   FilePointer file(std::fopen(toHostPath(program_path).c_str(), mode));
   if (!file) return file;
@@ -25,6 +52,21 @@ FilePointer openFile(std::string_view program_path, const char* mode) {
 }
 
 bool removeFile(std::string_view program_path) { return unlink(toHostPath(program_path).c_str()) == 0; }
+
+bool createAndRemove(std::string_view program_path) {
+  const std::string path = toHostPath(program_path);
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0) {
+    // Emptying shows through links, so there it is done.
+    const bool is_plain = S_ISREG(status.st_mode) && status.st_nlink == 1;
+    if (is_plain && removeWritable(path)) return true;
+  } else if (errno == ENOENT && !path.empty() && path.back() != '/' && canCreateBeside(path)) {
+    return true;
+  }
+  if (!openFile(program_path, "w")) return false;
+  removeFile(program_path);
+  return true;
+}
 
 bool pathExists(std::string_view program_path) {
   struct stat status {};

@@ -33,6 +33,12 @@ FilePointer openFile(std::string_view program_path, const char* mode) {
 
 bool removeFile(std::string_view program_path) { return _wremove(toSystemPath(program_path).c_str()) == 0; }
 
+bool createAndRemove(std::string_view program_path) {
+  if (!openFile(program_path, "w")) return false;
+  removeFile(program_path);
+  return true;
+}
+
 bool pathExists(std::string_view program_path) {
   return GetFileAttributesW(toSystemPath(program_path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }

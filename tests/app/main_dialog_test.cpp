@@ -228,10 +228,17 @@ TEST_F(MainDialog, TheCursorWaitsBetweenTheMemoryLinesAndTheBoxComesLast) {
               ElementsAre("line", "cursor arrow", "information box 'Translated Successfully!!!'"));
 }
 
-// Its unfinished file goes with it, so the file tells when the job is gone.
+// Its unfinished file goes with it, so the file tells when the job is gone. Where it has no name yet, the
+// open files of the process show it.
 TEST_F(MainDialog, TheJobLivesUntilItsBoxIsClosed) {
   const auto files = [this] {
-    return std::distance(fs::directory_iterator(folder_), fs::directory_iterator());
+    std::ptrdiff_t count = std::distance(fs::directory_iterator(folder_), fs::directory_iterator());
+    std::error_code error;
+    for (const auto& open : fs::directory_iterator("/proc/self/fd", error)) {
+      const fs::path target = fs::read_symlink(open, error);
+      count += target.parent_path() == fs::canonical(folder_) && !fs::exists(target) ? 1 : 0;
+    }
+    return count;
   };
   tests::setImport(nullptr);
   typePaths("part.jt", "part.zix");

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <string>
 
 #include "host/path.h"
 #include "host/process.h"
@@ -57,6 +59,36 @@ TEST_F(FileTest, RemovesFilesButNoDirectories) {
   EXPECT_TRUE(removeFile(programPath("a.bin")));
   EXPECT_FALSE(pathExists(programPath("a.bin")));
   EXPECT_FALSE(removeFile(toProgramPath(folder_.string())));
+}
+
+TEST_F(FileTest, CreatingAndRemovingLeavesNoFileWhetherThereWasOneOrNot) {
+  EXPECT_TRUE(createAndRemove(programPath("a.bin")));
+  EXPECT_FALSE(pathExists(programPath("a.bin")));
+  std::ofstream(folder_ / "a.bin") << "old";
+  EXPECT_TRUE(createAndRemove(programPath("a.bin")));
+  EXPECT_FALSE(pathExists(programPath("a.bin")));
+}
+
+TEST_F(FileTest, WhatCannotBeWrittenCannotBeCreatedAndRemoved) {
+  EXPECT_FALSE(createAndRemove(programPath("missing") + "\\a.bin"));
+  EXPECT_TRUE(makeDirectory(programPath("sub")));
+  EXPECT_FALSE(createAndRemove(programPath("sub")));
+  EXPECT_FALSE(createAndRemove(programPath("sub") + "\\"));
+  EXPECT_TRUE(pathExists(programPath("sub")));
+  EXPECT_FALSE(createAndRemove(programPath(std::string(300, 'x').c_str())));
+}
+
+TEST_F(FileTest, CreatingAndRemovingEmptiesWhatOtherNamesShow) {
+  const auto contents = [&](const char* name) {
+    std::ifstream in(folder_ / name);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  };
+  std::ofstream(folder_ / "one") << "old";
+  std::filesystem::create_hard_link(folder_ / "one", folder_ / "other");
+  EXPECT_TRUE(createAndRemove(programPath("one")));
+  EXPECT_FALSE(pathExists(programPath("one")));
+  EXPECT_TRUE(pathExists(programPath("other")));
+  EXPECT_EQ(contents("other"), "");
 }
 
 TEST(CurrentDirectory, IsNotToldWhenItNeedsMoreThanTheLimit) {
