@@ -24,9 +24,9 @@ FilePointer openFile(std::string_view program_path, const char* mode);
 // `remove`, of a file only. False when nothing was removed.
 bool removeFile(std::string_view program_path);
 
-// Opens the file with mode "w", closes and removes it. False when it does not open; whether it could be removed
-// does not matter. Where the host allows, the same end is reached without an empty file in between, so that a
-// process killed half way leaves the old file or none.
+// Opens the file with mode "w", closes and removes it. False when it does not open; whether it could be
+// removed does not matter. Where the host allows, the same end is reached without an empty file in between,
+// so that a process killed half way leaves the old file or none.
 bool createAndRemove(std::string_view program_path);
 
 // True when a status query for the path succeeds (file or directory).
