@@ -17,7 +17,7 @@ namespace jttk {
 
 inline constexpr std::size_t kTopologyContexts = 8;
 // Corners of one shape, covers included.
-inline constexpr std::uint64_t kMaximumShapeCorners = std::uint64_t{1} << 28;
+inline constexpr std::uint64_t kMaximumShapeCorners = std::uint64_t{1} << 25;
 
 // The arrays as stored, after prediction.
 struct TopologySymbols {
