@@ -38,13 +38,7 @@ Shape wavyTorus(std::uint64_t triangles, std::uint32_t variant) {
   const auto at = [&](std::uint32_t i, std::uint32_t k) { return i % side * side + k % side; };
   for (std::uint32_t i = 0; i < side; ++i) {
     for (std::uint32_t k = 0; k < side; ++k) {
-      for (const auto corner :
-           {at(i, k), at(i + 1, k), at(i + 1, k + 1), at(i, k), at(i + 1, k + 1), at(i, k + 1)}) {
-        shape.corner_positions.push_back(corner);
-        if (shape.corner_positions.size() % 3 == 0) {
-          shape.primitive_starts.push_back(static_cast<std::uint32_t>(shape.corner_positions.size()));
-        }
-      }
+      shape.addQuad(at(i, k), at(i + 1, k), at(i + 1, k + 1), at(i, k + 1));
     }
   }
   shape.corner_records = shape.corner_positions;

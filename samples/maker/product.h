@@ -84,6 +84,8 @@ struct Shape {
   [[nodiscard]] std::size_t primitiveCount() const { return primitive_starts.size() - 1; }
   [[nodiscard]] bool hasRecords() const { return !corner_records.empty(); }
   [[nodiscard]] std::size_t recordCount() const;
+  // Two triangles, a b c and a c d, by positions.
+  void addQuad(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d);
 };
 
 // A shape, or a way to make one that is called each time it is needed (so that huge products never stand in

@@ -189,10 +189,6 @@ void writeBody(ByteWriter& out, const Shape& shape, const Options& options, std:
 
 }  // namespace
 
-std::size_t Shape::recordCount() const {
-  return std::max({normals.size(), colors.size(), texture_coordinates.size(), vertex_flags.size()});
-}
-
 std::uint64_t bindings(const Shape& shape) {
   return 2U | (shape.normals.empty() ? 0U : 8U) | (shape.colors.empty() ? 0U : 0x20U) |
          (shape.vertex_flags.empty() ? 0U : 0x40U) | (shape.texture_coordinates.empty() ? 0U : 0x200U);

@@ -43,13 +43,7 @@ Shape surface() {
   const auto at = [](int x, int y) { return static_cast<std::uint32_t>(y * (kSide + 1) + x); };
   for (int y = 0; y < kSide; ++y) {
     for (int x = 0; x < kSide; ++x) {
-      for (const auto corner :
-           {at(x, y), at(x + 1, y), at(x + 1, y + 1), at(x, y), at(x + 1, y + 1), at(x, y + 1)}) {
-        shape.corner_positions.push_back(corner);
-        if (shape.corner_positions.size() % 3 == 0) {
-          shape.primitive_starts.push_back(static_cast<std::uint32_t>(shape.corner_positions.size()));
-        }
-      }
+      shape.addQuad(at(x, y), at(x + 1, y), at(x + 1, y + 1), at(x, y + 1));
     }
   }
   shape.corner_records = shape.corner_positions;

@@ -43,6 +43,16 @@ void putLossless(ByteWriter& out, std::size_t count, Get get, Predictor predicto
   put(out, mantissae, predictor, options, hash);
 }
 
+// The same as codes of the quantiser, or lossless where that has no bits.
+template <typename Get>
+void putComponent(ByteWriter& out, std::size_t count, Get get, const UniformQuantiser& quantiser,
+                  Predictor predictor, const Options& options, std::uint32_t& hash) {
+  if (quantiser.bits == 0) return putLossless(out, count, get, predictor, options, hash);
+  Column codes(count);
+  for (std::size_t i = 0; i < count; ++i) codes[i] = static_cast<std::int32_t>(quantiser.encode(get(i)));
+  put(out, codes, predictor, options, hash);
+}
+
 float component(const Vec3& v, int axis) { return axis == 0 ? v.x : axis == 1 ? v.y : v.z; }
 
 void putQuantiser(ByteWriter& out, const UniformQuantiser& quantiser) {
@@ -96,20 +106,13 @@ void writeColors(ByteWriter& out, const Shape& shape, std::span<const std::uint3
   std::uint32_t hash = 0;
   const auto quantisers = colorQuantisers(options);
   if (options.color_bits > 0) writeColorQuantisers(out, options);
+  const bool as_hsv = options.hsv_colors && options.color_bits > 0;
   for (std::size_t k = 0; k < 4; ++k) {
-    if (options.color_bits == 0) {
-      putLossless(
-          out, records.size(), [&](std::size_t i) { return shape.colors[records[i]][k]; }, predictor, options,
-          hash);
-      continue;
-    }
-    Column codes;
-    codes.reserve(records.size());
-    for (const auto record : records) {
-      const Rgba stored = options.hsv_colors ? toHsv(shape.colors[record]) : shape.colors[record];
-      codes.push_back(static_cast<std::int32_t>(quantisers[k].encode(stored[k])));
-    }
-    put(out, codes, predictor, options, hash);
+    const auto value = [&](std::size_t i) {
+      const Rgba& color = shape.colors[records[i]];
+      return as_hsv ? toHsv(color)[k] : color[k];
+    };
+    putComponent(out, records.size(), value, quantisers[k], predictor, options, hash);
   }
   out.u32(hash);
 }
@@ -125,15 +128,7 @@ void writeTextureCoordinates(ByteWriter& out, const Shape& shape, std::span<cons
   }
   for (std::size_t k = 0; k < 2; ++k) {
     const auto value = [&](std::size_t i) { return shape.texture_coordinates[records[i]][k]; };
-    if (options.texture_bits == 0) {
-      putLossless(out, records.size(), value, predictor, options, hash);
-      continue;
-    }
-    Column codes(records.size());
-    for (std::size_t i = 0; i < codes.size(); ++i) {
-      codes[i] = static_cast<std::int32_t>(quantisers[k].encode(value(i)));
-    }
-    put(out, codes, predictor, options, hash);
+    putComponent(out, records.size(), value, quantisers[k], predictor, options, hash);
   }
   out.u32(hash);
 }
@@ -156,15 +151,7 @@ void writeCoordinates(ByteWriter& out, const Shape& shape, std::span<const std::
   std::uint32_t hash = 0;
   for (int axis = 0; axis < 3; ++axis) {
     const auto value = [&](std::size_t i) { return component(shape.positions[positions[i]], axis); };
-    if (options.coordinate_bits == 0) {
-      putLossless(out, positions.size(), value, Predictor::Lag1, options, hash);
-      continue;
-    }
-    Column codes(positions.size());
-    for (std::size_t i = 0; i < codes.size(); ++i) {
-      codes[i] = static_cast<std::int32_t>(quantisers.axis[axis].encode(value(i)));
-    }
-    put(out, codes, Predictor::Lag1, options, hash);
+    putComponent(out, positions.size(), value, quantisers.axis[axis], Predictor::Lag1, options, hash);
   }
   out.u32(hash);
 }

@@ -7,9 +7,7 @@ namespace loftbay::maker {
 XtModel::XtModel() { nextBody(); }
 
 void XtModel::nextBody() {
-  body_ = nodes_.add(12);
-  nodes_.number(body_, "res_size", 1000);
-  nodes_.number(body_, "res_linear", 1e-8);
+  body_ = nodes_.add(12, {{"res_size", 1000}, {"res_linear", 1e-8}});
   vertices_.clear();
   edges_.clear();
   faces_.clear();
@@ -20,215 +18,129 @@ void XtModel::nextBody() {
   wires_.clear();
 }
 
-XtModel::Id XtModel::line(const Point& p, const Point& direction) {
-  const Id id = nodes_.add(30);
+XtModel::Id XtModel::geometry(int type, std::initializer_list<XtWriter::Field> fields) {
+  const Id id = nodes_.add(type, fields);
   nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "pvec", p);
-  nodes_.vector(id, "direction", normalized(direction));
   return id;
 }
 
+XtModel::Id XtModel::line(const Point& p, const Point& direction) {
+  return geometry(30, {{"pvec", p}, {"direction", normalized(direction)}});
+}
+
 XtModel::Id XtModel::circle(const Point& center, const Point& normal, const Point& x, double radius) {
-  const Id id = nodes_.add(31);
-  nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "centre", center);
-  nodes_.vector(id, "normal", normal);
-  nodes_.vector(id, "x_axis", x);
-  nodes_.number(id, "radius", radius);
-  return id;
+  return geometry(31, {{"centre", center}, {"normal", normal}, {"x_axis", x}, {"radius", radius}});
 }
 
 XtModel::Id XtModel::ellipse(const Point& center, const Point& normal, const Point& x, double major,
                              double minor) {
-  const Id id = nodes_.add(32);
-  nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "centre", center);
-  nodes_.vector(id, "normal", normal);
-  nodes_.vector(id, "x_axis", x);
-  nodes_.number(id, "major_radius", major);
-  nodes_.number(id, "minor_radius", minor);
-  return id;
+  return geometry(32, {{"centre", center},
+                       {"normal", normal},
+                       {"x_axis", x},
+                       {"major_radius", major},
+                       {"minor_radius", minor}});
 }
 
 XtModel::Id XtModel::splineCurve(int degree, int dimension, bool rational, const std::vector<double>& points,
                                  const std::vector<double>& knots, const std::vector<int>& times) {
-  const Id id = nodes_.add(134);
-  const Id nurbs = nodes_.add(136);
-  const Id vertices = nodes_.add(45);
-  const Id mult = nodes_.add(127);
-  const Id set = nodes_.add(128);
-  nodes_.number(id, "sense", '+');
+  const Id id = geometry(134, {});
+  const Id nurbs = nodes_.add(136, {{"degree", degree},
+                                    {"n_vertices", points.size() / static_cast<std::size_t>(dimension)},
+                                    {"vertex_dim", dimension},
+                                    {"n_knots", knots.size()},
+                                    {"rational", rational}});
   nodes_.pointer(id, "nurbs", nurbs);
-  nodes_.number(nurbs, "degree", degree);
-  nodes_.number(nurbs, "n_vertices",
-                static_cast<double>(points.size() / static_cast<std::size_t>(dimension)));
-  nodes_.number(nurbs, "vertex_dim", dimension);
-  nodes_.number(nurbs, "n_knots", static_cast<double>(knots.size()));
-  nodes_.number(nurbs, "rational", rational ? 1 : 0);
-  nodes_.pointer(nurbs, "bspline_vertices", vertices);
-  nodes_.pointer(nurbs, "knot_mult", mult);
-  nodes_.pointer(nurbs, "knots", set);
-  nodes_.numbers(vertices, "vertices", points);
-  nodes_.numbers(set, "knots", knots);
-  nodes_.numbers(mult, "mult", {times.begin(), times.end()});
+  nodes_.pointer(nurbs, "bspline_vertices", nodes_.add(45, {{"vertices", points}}));
+  nodes_.pointer(nurbs, "knot_mult", nodes_.add(127, {{"mult", times}}));
+  nodes_.pointer(nurbs, "knots", nodes_.add(128, {{"knots", knots}}));
   return id;
 }
 
 XtModel::Id XtModel::intersection(Id surface_1, Id surface_2, const std::vector<Point>& chart) {
-  const Id id = nodes_.add(38);
-  const Id points = nodes_.add(40);
-  nodes_.number(id, "sense", '+');
-  nodes_.pointer(id, "surface", surface_1, 0);
-  nodes_.pointer(id, "surface", surface_2, 1);
+  const Id id = geometry(38, {{"surface", std::vector<Id>{surface_1, surface_2}}});
+  const Id points = nodes_.add(40, {{"chart_count", chart.size()}});
   nodes_.pointer(id, "chart", points);
-  nodes_.number(points, "chart_count", static_cast<double>(chart.size()));
   for (std::size_t i = 0; i < chart.size(); ++i) nodes_.vector(points, "hvec", chart[i], i);
   return id;
 }
 
 XtModel::Id XtModel::trimmed(Id basis, double t1, double t2, const Point& p1, const Point& p2) {
-  const Id id = nodes_.add(133);
-  nodes_.number(id, "sense", '+');
-  nodes_.pointer(id, "basis_curve", basis);
-  nodes_.vector(id, "point_1", p1);
-  nodes_.vector(id, "point_2", p2);
-  nodes_.number(id, "parm_1", t1);
-  nodes_.number(id, "parm_2", t2);
-  return id;
+  return geometry(133,
+                  {{"basis_curve", basis}, {"point_1", p1}, {"point_2", p2}, {"parm_1", t1}, {"parm_2", t2}});
 }
 
 XtModel::Id XtModel::onSurface(Id surface, Id spline) {
-  const Id id = nodes_.add(137);
-  nodes_.number(id, "sense", '+');
-  nodes_.pointer(id, "surface", surface);
-  nodes_.pointer(id, "b_curve", spline);
-  return id;
+  return geometry(137, {{"surface", surface}, {"b_curve", spline}});
 }
 
 XtModel::Id XtModel::plane(const Point& p, const Point& normal, const Point& x) {
-  const Id id = nodes_.add(50);
-  nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "pvec", p);
-  nodes_.vector(id, "normal", normal);
-  nodes_.vector(id, "x_axis", x);
-  return id;
+  return geometry(50, {{"pvec", p}, {"normal", normal}, {"x_axis", x}});
 }
 
 XtModel::Id XtModel::cylinder(const Point& p, const Point& axis, const Point& x, double radius) {
-  const Id id = nodes_.add(51);
-  nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "pvec", p);
-  nodes_.vector(id, "axis", axis);
-  nodes_.vector(id, "x_axis", x);
-  nodes_.number(id, "radius", radius);
-  return id;
+  return geometry(51, {{"pvec", p}, {"axis", axis}, {"x_axis", x}, {"radius", radius}});
 }
 
 XtModel::Id XtModel::cone(const Point& p, const Point& axis, const Point& x, double radius,
                           double half_angle) {
-  const Id id = nodes_.add(52);
-  nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "pvec", p);
-  nodes_.vector(id, "axis", axis);
-  nodes_.vector(id, "x_axis", x);
-  nodes_.number(id, "radius", radius);
-  nodes_.number(id, "sin_half_angle", std::sin(half_angle));
-  nodes_.number(id, "cos_half_angle", std::cos(half_angle));
-  return id;
+  return geometry(52, {{"pvec", p},
+                       {"axis", axis},
+                       {"x_axis", x},
+                       {"radius", radius},
+                       {"sin_half_angle", std::sin(half_angle)},
+                       {"cos_half_angle", std::cos(half_angle)}});
 }
 
 XtModel::Id XtModel::sphere(const Point& center, const Point& axis, const Point& x, double radius) {
-  const Id id = nodes_.add(53);
-  nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "centre", center);
-  nodes_.vector(id, "axis", axis);
-  nodes_.vector(id, "x_axis", x);
-  nodes_.number(id, "radius", radius);
-  return id;
+  return geometry(53, {{"centre", center}, {"axis", axis}, {"x_axis", x}, {"radius", radius}});
 }
 
 XtModel::Id XtModel::torus(const Point& center, const Point& axis, const Point& x, double major,
                            double minor) {
-  const Id id = nodes_.add(54);
-  nodes_.number(id, "sense", '+');
-  nodes_.vector(id, "centre", center);
-  nodes_.vector(id, "axis", axis);
-  nodes_.vector(id, "x_axis", x);
-  nodes_.number(id, "major_radius", major);
-  nodes_.number(id, "minor_radius", minor);
-  return id;
+  return geometry(
+      54,
+      {{"centre", center}, {"axis", axis}, {"x_axis", x}, {"major_radius", major}, {"minor_radius", minor}});
 }
 
 XtModel::Id XtModel::splineSurface(int degree_u, int degree_v, int n_u, int n_v, bool rational,
                                    const std::vector<double>& points, const std::vector<double>& knots_u,
                                    const std::vector<int>& times_u, const std::vector<double>& knots_v,
                                    const std::vector<int>& times_v) {
-  const Id id = nodes_.add(124);
-  const Id nurbs = nodes_.add(126);
-  const Id vertices = nodes_.add(45);
-  const Id u_mult = nodes_.add(127);
-  const Id v_mult = nodes_.add(127);
-  const Id u_set = nodes_.add(128);
-  const Id v_set = nodes_.add(128);
-  nodes_.number(id, "sense", '+');
+  const Id id = geometry(124, {});
+  const Id nurbs = nodes_.add(126, {{"u_degree", degree_u},
+                                    {"v_degree", degree_v},
+                                    {"n_u_vertices", n_u},
+                                    {"n_v_vertices", n_v},
+                                    {"n_u_knots", knots_u.size()},
+                                    {"n_v_knots", knots_v.size()},
+                                    {"rational", rational},
+                                    {"vertex_dim", rational ? 4 : 3}});
   nodes_.pointer(id, "nurbs", nurbs);
-  nodes_.number(nurbs, "u_degree", degree_u);
-  nodes_.number(nurbs, "v_degree", degree_v);
-  nodes_.number(nurbs, "n_u_vertices", n_u);
-  nodes_.number(nurbs, "n_v_vertices", n_v);
-  nodes_.number(nurbs, "n_u_knots", static_cast<double>(knots_u.size()));
-  nodes_.number(nurbs, "n_v_knots", static_cast<double>(knots_v.size()));
-  nodes_.number(nurbs, "rational", rational ? 1 : 0);
-  nodes_.number(nurbs, "vertex_dim", rational ? 4 : 3);
-  nodes_.pointer(nurbs, "bspline_vertices", vertices);
-  nodes_.pointer(nurbs, "u_knot_mult", u_mult);
-  nodes_.pointer(nurbs, "v_knot_mult", v_mult);
-  nodes_.pointer(nurbs, "u_knots", u_set);
-  nodes_.pointer(nurbs, "v_knots", v_set);
-  nodes_.numbers(vertices, "vertices", points);
-  nodes_.numbers(u_mult, "mult", {times_u.begin(), times_u.end()});
-  nodes_.numbers(v_mult, "mult", {times_v.begin(), times_v.end()});
-  nodes_.numbers(u_set, "knots", knots_u);
-  nodes_.numbers(v_set, "knots", knots_v);
+  nodes_.pointer(nurbs, "bspline_vertices", nodes_.add(45, {{"vertices", points}}));
+  nodes_.pointer(nurbs, "u_knot_mult", nodes_.add(127, {{"mult", times_u}}));
+  nodes_.pointer(nurbs, "v_knot_mult", nodes_.add(127, {{"mult", times_v}}));
+  nodes_.pointer(nurbs, "u_knots", nodes_.add(128, {{"knots", knots_u}}));
+  nodes_.pointer(nurbs, "v_knots", nodes_.add(128, {{"knots", knots_v}}));
   return id;
 }
 
 XtModel::Id XtModel::swept(Id section, const Point& direction) {
-  const Id id = nodes_.add(67);
-  nodes_.number(id, "sense", '+');
-  nodes_.pointer(id, "section", section);
-  nodes_.vector(id, "sweep", direction);
-  return id;
+  return geometry(67, {{"section", section}, {"sweep", direction}});
 }
 
 XtModel::Id XtModel::spun(Id profile, const Point& base, const Point& axis) {
-  const Id id = nodes_.add(68);
-  nodes_.number(id, "sense", '+');
-  nodes_.pointer(id, "profile", profile);
-  nodes_.vector(id, "base", base);
-  nodes_.vector(id, "axis", axis);
-  return id;
+  return geometry(68, {{"profile", profile}, {"base", base}, {"axis", axis}});
 }
 
 XtModel::Id XtModel::offset(Id surface, double distance) {
-  const Id id = nodes_.add(60);
-  nodes_.number(id, "sense", '+');
-  nodes_.number(id, "check", 'V');
-  nodes_.pointer(id, "surface", surface);
-  nodes_.number(id, "offset", distance);
-  return id;
+  return geometry(60, {{"check", 'V'}, {"surface", surface}, {"offset", distance}});
 }
 
 XtModel::Id XtModel::blend(Id spine, Id surface_1, Id surface_2, double radius) {
-  const Id id = nodes_.add(56);
-  nodes_.number(id, "sense", '+');
-  nodes_.number(id, "blend_type", 'R');
-  nodes_.pointer(id, "spine", spine);
-  nodes_.pointer(id, "surface", surface_1, 0);
-  nodes_.pointer(id, "surface", surface_2, 1);
-  nodes_.number(id, "range", radius, 0);
-  nodes_.number(id, "range", radius, 1);
-  return id;
+  return geometry(56, {{"blend_type", 'R'},
+                       {"spine", spine},
+                       {"surface", std::vector<Id>{surface_1, surface_2}},
+                       {"range", std::vector<double>{radius, radius}}});
 }
 
 int XtModel::vertex(const Point& p) {
@@ -291,30 +203,22 @@ void XtModel::finishFace(std::size_t number, Id shell, std::vector<Id>& forward_
 }
 
 void XtModel::finish() {
-  const Id outside = nodes_.add(19);
-  nodes_.number(outside, "type", 'V');
-  nodes_.pointer(outside, "body", body_);
+  const Id outside = nodes_.add(19, {{"type", 'V'}, {"body", body_}});
   nodes_.pointer(body_, "region", outside);
   const Id shell = nodes_.add(13);
   nodes_.number(body_, "body_type", solid_ ? 1 : 2);
   if (solid_) {
-    const Id inside = nodes_.add(19);
-    nodes_.number(inside, "type", 'S');
-    nodes_.pointer(outside, "next", inside);
-    nodes_.pointer(inside, "shell", shell);
+    nodes_.pointer(outside, "next", nodes_.add(19, {{"type", 'S'}, {"shell", shell}}));
   } else {
     nodes_.pointer(outside, "shell", shell);
   }
   for (const VertexSpec& spec : vertices_) {
     const Id v = nodes_.add(18);
-    const Id point = nodes_.add(29);
-    nodes_.pointer(v, "point", point);
-    nodes_.vector(point, "pvec", spec.p);
+    nodes_.pointer(v, "point", nodes_.add(29, {{"pvec", spec.p}}));
     vertex_ids_.push_back(v);
   }
   for (const EdgeSpec& spec : edges_) {
-    const Id e = nodes_.add(16);
-    nodes_.pointer(e, "curve", spec.curve);
+    const Id e = nodes_.add(16, {{"curve", spec.curve}});
     if (spec.curve == 0) nodes_.number(e, "tolerance", 1e-6);
     edge_ids_.push_back(e);
   }
@@ -334,15 +238,10 @@ void XtModel::finish() {
     if (backward[e] != 0) nodes_.pointer(backward[e], "other", forward[e]);
   }
   if (metres_per_unit_ > 0) {
-    const Id attribute = nodes_.add(81);
-    const Id definition = nodes_.add(80);
-    const Id values = nodes_.add(83);
+    const Id attribute = nodes_.add(81, {{"owner", body_}});
     nodes_.pointer(body_, "attributes_features", attribute);
-    nodes_.pointer(attribute, "definition", definition);
-    nodes_.pointer(attribute, "owner", body_);
-    nodes_.number(definition, "type_id", 9000);
-    nodes_.numbers(attribute, "fields", {static_cast<double>(values)});
-    nodes_.numbers(values, "values", {metres_per_unit_});
+    nodes_.pointer(attribute, "definition", nodes_.add(80, {{"type_id", 9000}}));
+    nodes_.pointer(attribute, "fields", nodes_.add(83, {{"values", metres_per_unit_}}));
   }
 }
 

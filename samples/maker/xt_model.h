@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <vector>
 
 #include "samples/maker/xt_writer.h"
@@ -81,6 +82,8 @@ class XtModel {
     bool reversed;
     std::vector<LoopSides> loops;
   };
+  // A curve or surface that runs along its parameters.
+  Id geometry(int type, std::initializer_list<XtWriter::Field> fields);
   void finishFace(std::size_t number, Id shell, std::vector<Id>& forward_fins,
                   std::vector<Id>& backward_fins);
 

@@ -92,14 +92,14 @@ constexpr auto kTypes = std::to_array<NodeType>({
     {137, "$ surface:p b_curve:p original:p tolerance_to_original:f"},
 });
 
-struct Field {
+struct FieldType {
   std::string name;
   char letter = 0;
   std::size_t count = 1;
   bool variable = false;
 };
 
-void addFields(std::string_view text, std::vector<Field>& fields) {
+void addFields(std::string_view text, std::vector<FieldType>& fields) {
   while (!text.empty()) {
     const std::size_t end = text.find(' ');
     const std::string_view word = text.substr(0, end);
@@ -109,7 +109,7 @@ void addFields(std::string_view text, std::vector<Field>& fields) {
       continue;
     }
     const std::size_t colon = word.find(':');
-    Field field{std::string(word.substr(0, colon)), word[colon + 1], 1, word.ends_with("[]")};
+    FieldType field{std::string(word.substr(0, colon)), word[colon + 1], 1, word.ends_with("[]")};
     if (word.back() == ']' && !field.variable) {
       field.count = 0;
       for (const char c : word.substr(colon + 3)) {
@@ -120,10 +120,10 @@ void addFields(std::string_view text, std::vector<Field>& fields) {
   }
 }
 
-std::vector<Field> fieldsOf(int number) {
+std::vector<FieldType> fieldsOf(int number) {
   for (const NodeType& type : kTypes) {
     if (type.number != number) continue;
-    std::vector<Field> fields;
+    std::vector<FieldType> fields;
     addFields(type.fields, fields);
     return fields;
   }
@@ -167,8 +167,9 @@ void writeText(ByteWriter& out, std::string_view text) {
 
 }  // namespace
 
-XtWriter::Id XtWriter::add(int type) {
+XtWriter::Id XtWriter::add(int type, std::initializer_list<Field> fields) {
   nodes_.push_back({type, {}});
+  for (const Field& field : fields) nodes_.back().values[field.name] = field.numbers;
   return static_cast<Id>(nodes_.size());
 }
 
@@ -189,10 +190,10 @@ void XtWriter::numbers(Id node, const std::string& field, const std::vector<doub
 }
 
 void XtWriter::writeNode(ByteWriter& out, const Node& node, std::uint32_t index, bool first_of_type) const {
-  const std::vector<Field> fields = fieldsOf(node.type);
+  const std::vector<FieldType> fields = fieldsOf(node.type);
   out.i16(node.type);
   if (first_of_type && embedded_) out.u8(255);
-  const auto valuesOf = [&](const Field& field) {
+  const auto valuesOf = [&](const FieldType& field) {
     const auto found = node.values.find(field.name);
     return found == node.values.end() ? std::vector<double>() : found->second;
   };
@@ -207,7 +208,7 @@ void XtWriter::writeNode(ByteWriter& out, const Node& node, std::uint32_t index,
   };
   writeUserFields(true);
   std::size_t used = 0;
-  for (const Field& field : fields) {
+  for (const FieldType& field : fields) {
     std::vector<double> values = valuesOf(field);
     if (node.values.contains(field.name)) ++used;
     const auto [parts, bytes] = sizeOf(field.letter);

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -20,7 +22,22 @@ class XtWriter {
  public:
   using Id = std::uint32_t;  // index of a node; 0 is null
 
-  Id add(int type);
+  // A field of a new node with its value: a number, a letter, the index of a node, a vector or several
+  // numbers.
+  struct Field {
+    template <typename Number>
+    requires std::is_arithmetic_v<Number> Field(const char* field, Number value)
+        : name(field), numbers{static_cast<double>(value)} {}
+    Field(const char* field, const Point& value) : name(field), numbers{value.x, value.y, value.z} {}
+    template <typename Number>
+    Field(const char* field, const std::vector<Number>& values)
+        : name(field), numbers(values.begin(), values.end()) {}
+
+    const char* name;
+    std::vector<double> numbers;
+  };
+
+  Id add(int type, std::initializer_list<Field> fields = {});
   [[nodiscard]] int typeOf(Id node) const { return nodes_[node - 1].type; }
   [[nodiscard]] Id size() const { return static_cast<Id>(nodes_.size()); }
   // Value k of a field; for a variable field the array grows as needed. Throws std::logic_error for a type or

@@ -1,0 +1,18 @@
+#include "samples/maker/product.h"
+
+#include <algorithm>
+
+namespace loftbay::maker {
+
+std::size_t Shape::recordCount() const {
+  return std::max({normals.size(), colors.size(), texture_coordinates.size(), vertex_flags.size()});
+}
+
+void Shape::addQuad(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+  for (const auto& triangle : {std::array{a, b, c}, std::array{a, c, d}}) {
+    corner_positions.insert(corner_positions.end(), triangle.begin(), triangle.end());
+    primitive_starts.push_back(static_cast<std::uint32_t>(corner_positions.size()));
+  }
+}
+
+}  // namespace loftbay::maker
