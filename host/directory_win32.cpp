@@ -4,21 +4,9 @@
 #include "host/directory.h"
 #include "host/long_path.h"
 #include "host/path.h"
+#include "host/wide_text.h"
 
 namespace loftbay::host {
-
-namespace {
-
-std::string narrow(std::wstring_view wide) {
-  if (wide.empty()) return {};
-  const int size = static_cast<int>(wide.size());
-  const int needed = WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
-  std::string text(static_cast<std::size_t>(needed), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, text.data(), needed, nullptr, nullptr);
-  return text;
-}
-
-}  // namespace
 
 std::optional<std::vector<std::string>> listDirectory(std::string_view program_path) {
   const std::wstring pattern = toSystemPath(program_path.empty() ? "*" : std::string(program_path) + "\\*");
@@ -28,7 +16,7 @@ std::optional<std::vector<std::string>> listDirectory(std::string_view program_p
   std::vector<std::string> names;
   do {
     const std::wstring_view name = entry.cFileName;
-    if (name != L"." && name != L"..") names.push_back(narrow(name));
+    if (name != L"." && name != L"..") names.push_back(utf8(name));
   } while (FindNextFileW(search, &entry) != 0);
   FindClose(search);
   return names;
@@ -50,10 +38,10 @@ std::optional<std::string> canonicalPath(std::string_view program_path) {
   // Wine tells no final name of more than 260 characters: the resolved one, links left as they are.
   if (const std::wstring resolved = toSystemPath(program_path);
       length == 0 && resolved.starts_with(L"\\\\?\\"))
-    return narrow(resolved);
+    return utf8(resolved);
   if (length == 0 || length >= path.size()) return std::nullopt;
   path.resize(length);
-  return narrow(path);
+  return utf8(path);
 }
 
 }  // namespace loftbay::host

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 #include "host/path.h"
@@ -114,18 +113,6 @@ std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::s
   if (error != 0) return fail(error);
   return MappedFile({static_cast<const std::byte*>(start), static_cast<std::size_t>(status.st_size)});
 }
-
-MappedFile::MappedFile(MappedFile&& other) noexcept : bytes_(std::exchange(other.bytes_, {})) {}
-
-MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
-  if (this != &other) {
-    unmap();
-    bytes_ = std::exchange(other.bytes_, {});
-  }
-  return *this;
-}
-
-MappedFile::~MappedFile() { unmap(); }
 
 void MappedFile::unmap() noexcept {
   if (bytes_.empty()) return;

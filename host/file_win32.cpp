@@ -7,24 +7,12 @@
 
 #include <memory>
 #include <system_error>
-#include <utility>
 
 #include "host/long_path.h"
 #include "host/path.h"
+#include "host/wide_text.h"
 
 namespace loftbay::host {
-
-namespace {
-
-std::string narrow(const wchar_t* text) {
-  const int needed = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  if (needed <= 1) return {};
-  std::string result(static_cast<std::size_t>(needed - 1), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), needed, nullptr, nullptr);
-  return result;
-}
-
-}  // namespace
 
 FilePointer openFile(std::string_view program_path, const char* mode) {
   const std::wstring wide_mode(mode, mode + std::char_traits<char>::length(mode));
@@ -48,7 +36,7 @@ bool makeDirectory(std::string_view program_path) { return _wmkdir(toSystemPath(
 std::optional<std::string> currentDirectory(std::size_t limit_bytes) {
   const std::unique_ptr<wchar_t, decltype(&free)> text(_wgetcwd(nullptr, 0), &free);
   if (!text) return std::nullopt;
-  std::string result = narrow(text.get());
+  std::string result = utf8(text.get());
   if (result.size() + 1 > limit_bytes) return std::nullopt;
   return result;
 }
@@ -62,7 +50,7 @@ std::optional<std::string> environmentVariable(const char* name) {
   const std::wstring wide_name(name, name + std::char_traits<char>::length(name));
   const wchar_t* value = _wgetenv(wide_name.c_str());
   if (value == nullptr) return std::nullopt;
-  return narrow(value);
+  return utf8(value);
 }
 
 std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::string* reason) {
@@ -97,18 +85,6 @@ std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::s
   if (error != ERROR_SUCCESS) return fail(error);
   return MappedFile({static_cast<const std::byte*>(start), static_cast<std::size_t>(size.QuadPart)});
 }
-
-MappedFile::MappedFile(MappedFile&& other) noexcept : bytes_(std::exchange(other.bytes_, {})) {}
-
-MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
-  if (this != &other) {
-    unmap();
-    bytes_ = std::exchange(other.bytes_, {});
-  }
-  return *this;
-}
-
-MappedFile::~MappedFile() { unmap(); }
 
 void MappedFile::unmap() noexcept {
   if (bytes_.empty()) return;

@@ -5,6 +5,7 @@
 
 #include "host/long_path.h"
 #include "host/path.h"
+#include "host/wide_text.h"
 
 namespace loftbay::host {
 
@@ -16,14 +17,7 @@ std::string toProgramPath(std::string_view host_path) {
 
 std::string toHostPath(std::string_view program_path) { return std::string(program_path); }
 
-std::filesystem::path toFileSystemPath(std::string_view program_path) {
-  if (program_path.empty()) return {};
-  const int size = static_cast<int>(program_path.size());
-  const int needed = MultiByteToWideChar(CP_UTF8, 0, program_path.data(), size, nullptr, 0);
-  std::wstring wide(static_cast<std::size_t>(needed), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, program_path.data(), size, wide.data(), needed);
-  return {wide};
-}
+std::filesystem::path toFileSystemPath(std::string_view program_path) { return {wide(program_path)}; }
 
 std::wstring toSystemPath(std::string_view program_path) {
   std::wstring path = toFileSystemPath(program_path).wstring();

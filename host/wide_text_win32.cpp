@@ -1,8 +1,9 @@
-#include "app/win32/text.h"
+// Both ways through the system's own conversion.
+#include "host/wide_text.h"
 
 #include <windows.h>
 
-namespace loftbay::app::win32 {
+namespace loftbay::host {
 
 std::wstring wide(std::string_view utf8) {
   if (utf8.empty()) return {};
@@ -22,4 +23,4 @@ std::string utf8(std::wstring_view wide) {
   return result;
 }
 
-}  // namespace loftbay::app::win32
+}  // namespace loftbay::host

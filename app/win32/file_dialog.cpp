@@ -4,7 +4,7 @@
 // After objbase.h, whose types they use.
 #include <shobjidl.h>
 
-#include "app/win32/text.h"
+#include "host/wide_text.h"
 
 namespace loftbay::app::win32 {
 
@@ -56,7 +56,8 @@ void setUp(IFileDialog& dialog, const FileDialogRequest& request) {
   filters.reserve(pairs.size());
   for (const auto& [label, pattern] : pairs) filters.push_back({label.c_str(), pattern.c_str()});
   dialog.SetFileTypes(static_cast<UINT>(filters.size()), filters.data());
-  if (!request.default_extension.empty()) dialog.SetDefaultExtension(wide(request.default_extension).c_str());
+  if (!request.default_extension.empty())
+    dialog.SetDefaultExtension(host::wide(request.default_extension).c_str());
   startInLastFolder(dialog);
 }
 
@@ -68,7 +69,7 @@ std::optional<std::string> chosenPath(IFileDialog& dialog) {
   const std::wstring path = name;
   CoTaskMemFree(name);
   lastFolder() = path.substr(0, path.find_last_of(L'\\') + 1);
-  return utf8(path);
+  return host::utf8(path);
 }
 
 }  // namespace
@@ -79,7 +80,7 @@ std::vector<std::pair<std::wstring, std::wstring>> filterPairs(std::string_view 
     const std::size_t bar = filter.find('|');
     const std::size_t end = bar == std::string_view::npos ? bar : filter.find('|', bar + 1);
     if (end == std::string_view::npos) return pairs;
-    pairs.emplace_back(wide(filter.substr(0, bar)), wide(filter.substr(bar + 1, end - bar - 1)));
+    pairs.emplace_back(host::wide(filter.substr(0, bar)), host::wide(filter.substr(bar + 1, end - bar - 1)));
     filter.remove_prefix(end + 1);
   }
 }

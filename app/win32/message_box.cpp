@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "app/application.h"
-#include "app/win32/text.h"
+#include "host/wide_text.h"
 
 namespace loftbay::app::win32 {
 
@@ -24,7 +24,8 @@ UINT style(diag::BoxIcon icon) {
 }  // namespace
 
 void showMessageBox(std::string_view text, diag::BoxIcon icon) {
-  MessageBoxW(GetActiveWindow(), wide(text).c_str(), wide(applicationName()).c_str(), MB_OK | style(icon));
+  MessageBoxW(GetActiveWindow(), host::wide(text).c_str(), host::wide(applicationName()).c_str(),
+              MB_OK | style(icon));
 }
 
 }  // namespace loftbay::app::win32

@@ -4,7 +4,7 @@
 
 #include "app/win32/dpi.h"
 #include "app/win32/file_dialog.h"
-#include "app/win32/text.h"
+#include "host/wide_text.h"
 
 namespace loftbay::app::win32 {
 
@@ -95,7 +95,7 @@ void ModalDialog::dropped(HDROP files) {
   const UINT length = DragQueryFileW(files, 0, path.data(), static_cast<UINT>(path.size()));
   DragFinish(files);
   path.resize(length);
-  if (!path.empty()) dialog_->OnDropFile(utf8(path));
+  if (!path.empty()) dialog_->OnDropFile(host::utf8(path));
 }
 
 // Paths may be longer than what an edit box takes by default.
@@ -107,10 +107,12 @@ void ModalDialog::limitEditTexts() {
   }
 }
 
-std::string ModalDialog::itemText(int control) { return utf8(windowText(GetDlgItem(window_, control))); }
+std::string ModalDialog::itemText(int control) {
+  return host::utf8(windowText(GetDlgItem(window_, control)));
+}
 
 void ModalDialog::setItemText(int control, std::string_view text) {
-  SetDlgItemTextW(window_, control, wide(text).c_str());
+  SetDlgItemTextW(window_, control, host::wide(text).c_str());
 }
 
 bool ModalDialog::itemChecked(int control) { return IsDlgButtonChecked(window_, control) == BST_CHECKED; }
@@ -119,7 +121,7 @@ void ModalDialog::setItemChecked(int control, bool checked) {
   CheckDlgButton(window_, control, checked ? BST_CHECKED : BST_UNCHECKED);
 }
 
-void ModalDialog::setCaption(std::string_view text) { SetWindowTextW(window_, wide(text).c_str()); }
+void ModalDialog::setCaption(std::string_view text) { SetWindowTextW(window_, host::wide(text).c_str()); }
 
 // The window takes a copy in its exact size, which for a resource is the picture drawn for that size.
 void ModalDialog::setIcon(IconHandle icon, bool large) {
@@ -136,7 +138,7 @@ bool ModalDialog::hasSystemMenu() { return GetSystemMenu(window_, FALSE) != null
 void ModalDialog::appendSystemMenuEntry(unsigned command, std::string_view text) {
   const HMENU menu = GetSystemMenu(window_, FALSE);
   AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
-  AppendMenuW(menu, MF_STRING, command, wide(text).c_str());
+  AppendMenuW(menu, MF_STRING, command, host::wide(text).c_str());
 }
 
 void ModalDialog::acceptFiles() { DragAcceptFiles(window_, TRUE); }
@@ -164,7 +166,7 @@ void ModalDialog::setCursor(CursorHandle cursor) { SetCursor(static_cast<HCURSOR
 std::string ModalDialog::loadString(int id) {
   const wchar_t* text = nullptr;  // with size 0: a read-only view of the resource
   const int length = LoadStringW(program(), static_cast<UINT>(id), reinterpret_cast<wchar_t*>(&text), 0);
-  return length > 0 ? utf8({text, static_cast<std::size_t>(length)}) : std::string();
+  return length > 0 ? host::utf8({text, static_cast<std::size_t>(length)}) : std::string();
 }
 
 std::optional<std::string> ModalDialog::runFileDialog(const FileDialogRequest& request) {
