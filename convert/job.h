@@ -44,6 +44,9 @@ struct MeshArrays {
   std::span<const std::uint32_t> indices;
   std::span<const std::uint32_t> lengths;  // one per element: how many indices it takes
 };
+// Views of the points, indices and lengths.
+MeshArrays meshArrays(Orb::Zix::MeshType type, const std::vector<geometry::Point>& points,
+                      std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths);
 
 // The members are public because the callbacks and the stages are one mechanism; nobody else holds a job
 // while it runs. Their order is the order in which they are made and (reversed) destroyed.
@@ -101,9 +104,9 @@ class obJt2Zix {
   void writeSurface(JtkShape* shape, const char* shape_name, int primitive_sets);
   // What the writers share (geometry/mesh.cpp); `prefix` stands in front of their log lines.
   bool beginShape(std::string_view prefix, const char* shape_name, int primitive_sets);
+  // Only with `optimize`; otherwise the sizes are logged and that is all.
   void mergeVertices(std::string_view prefix, geometry::ShapeArrays& arrays,
                      std::vector<std::uint32_t>& indices);
-  void logPlainSizes(std::string_view prefix, const geometry::ShapeArrays& arrays);
   // Makes Shape, Mesh and its arrays under the current parent; the result is the Mesh.
   Orb::Zix::ObjectId writeMesh(std::string_view prefix, const char* shape_name, const MeshArrays& arrays);
   // The material: the shape's own, otherwise the one in force, otherwise none.

@@ -39,18 +39,9 @@ void obJt2Zix::Write2DElements(JtkShape* shape, const char* shape_name) {
   WriteTraceLog(text(kPrefix, ":Polylength is done"));
   observer.counted(Counted::Lines, lengths.size());
 
-  if (optimize) {
-    mergeVertices(kPrefix, arrays, indices);
-  } else {
-    logPlainSizes(kPrefix, arrays);
-  }
-  const auto mesh = writeMesh(kPrefix, shape_name,
-                              {.type = Orb::Zix::MeshType::Lines,
-                               .coordinates = geometry::floatsOf(arrays.coordinates),
-                               .point_count = arrays.coordinates.size(),
-                               .indices = indices,
-                               .lengths = lengths});
-  endShape(kPrefix, shape, mesh);
+  mergeVertices(kPrefix, arrays, indices);
+  const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Lines, arrays.coordinates, indices, lengths);
+  endShape(kPrefix, shape, writeMesh(kPrefix, shape_name, contents));
 }
 
 }  // namespace loftbay::convert

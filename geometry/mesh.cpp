@@ -16,6 +16,15 @@ using diag::WriteTraceLog;
 using Orb::Zix::ObjectId;
 using Orb::Zix::ObjectType;
 
+MeshArrays meshArrays(Orb::Zix::MeshType type, const std::vector<geometry::Point>& points,
+                      std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths) {
+  return {.type = type,
+          .coordinates = geometry::floatsOf(points),
+          .point_count = points.size(),
+          .indices = indices,
+          .lengths = lengths};
+}
+
 bool obJt2Zix::beginShape(std::string_view prefix, const char* shape_name, int primitive_sets) {
   WriteTraceLog(text(prefix, ": Shape  Name = ", shape_name));
   WriteTraceLog(text(prefix, ": No of Prims = ", primitive_sets));
@@ -37,6 +46,12 @@ void obJt2Zix::RemoveDuplicateVertices(const std::vector<geometry::Point>& inPoi
 
 void obJt2Zix::mergeVertices(std::string_view prefix, geometry::ShapeArrays& arrays,
                              std::vector<std::uint32_t>& indices) {
+  if (!optimize) {
+    WriteTraceLog(text(prefix, ": Coord Size  = ", arrays.coordinates.size()));
+    WriteTraceLog(text(prefix, ": Normal Size = ", arrays.normal_count));
+    WriteTraceLog(text(prefix, ": Color Size  = ", arrays.color_count));
+    return;
+  }
   WriteTraceLog(text(prefix, ":Optimize option enabled"));
   std::vector<geometry::Point> unique;
   std::vector<geometry::Point> unique_colors;
@@ -49,12 +64,6 @@ void obJt2Zix::mergeVertices(std::string_view prefix, geometry::ShapeArrays& arr
   WriteTraceLog(text(prefix, ": Color Size after RDV = ", unique_colors.size()));
   arrays.coordinates.swap(unique);
   arrays.colors = {};
-}
-
-void obJt2Zix::logPlainSizes(std::string_view prefix, const geometry::ShapeArrays& arrays) {
-  WriteTraceLog(text(prefix, ": Coord Size  = ", arrays.coordinates.size()));
-  WriteTraceLog(text(prefix, ": Normal Size = ", arrays.normal_count));
-  WriteTraceLog(text(prefix, ": Color Size  = ", arrays.color_count));
 }
 
 ObjectId obJt2Zix::writeMesh(std::string_view prefix, const char* shape_name, const MeshArrays& arrays) {

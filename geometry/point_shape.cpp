@@ -33,13 +33,8 @@ void obJt2Zix::WritePointElements(JtkShape* shape, const char* shape_name) {
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::VerticesRead, points);
   observer.counted(Counted::Points, points);
-  const auto mesh = writeMesh(kPrefix, shape_name,
-                              {.type = Orb::Zix::MeshType::Points,
-                               .coordinates = geometry::floatsOf(arrays.coordinates),
-                               .point_count = points,
-                               .indices = indices,
-                               .lengths = lengths});
-  endShape(kPrefix, shape, mesh);
+  const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Points, arrays.coordinates, indices, lengths);
+  endShape(kPrefix, shape, writeMesh(kPrefix, shape_name, contents));
 }
 
 }  // namespace loftbay::convert

@@ -81,18 +81,9 @@ void obJt2Zix::writeSurface(JtkShape* shape, const char* shape_name, int primiti
   WriteTraceLog(text(kPrefix, ":Polylength is done"));
   observer.counted(Counted::Triangles, indices.size() / kTriangle);
 
-  if (optimize) {
-    mergeVertices(kPrefix, arrays, indices);
-  } else {
-    logPlainSizes(kPrefix, arrays);
-  }
-  const auto mesh = writeMesh(kPrefix, shape_name,
-                              {.type = Orb::Zix::MeshType::Triangles,
-                               .coordinates = geometry::floatsOf(arrays.coordinates),
-                               .point_count = arrays.coordinates.size(),
-                               .indices = indices,
-                               .lengths = lengths});
-  endShape(kPrefix, shape, mesh);
+  mergeVertices(kPrefix, arrays, indices);
+  const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Triangles, arrays.coordinates, indices, lengths);
+  endShape(kPrefix, shape, writeMesh(kPrefix, shape_name, contents));
 }
 
 }  // namespace loftbay::convert
