@@ -18,12 +18,8 @@ if(LOFTBAY_SANITIZE)
   target_link_options(loftbay_options INTERFACE -fsanitize=address,undefined)
 endif()
 if(LOFTBAY_FUZZ)
-  # Coverage of the libraries too, else the engine is blind behind the target's own file.
-  target_compile_options(loftbay_options INTERFACE -fsanitize=fuzzer-no-link)
-endif()
-
-if(LOFTBAY_FUZZ)
-  # Coverage of the libraries, too; the fuzz targets add the engine.
+  # Coverage of the libraries too, else the engine is blind behind the target's own file. The fuzz targets add
+  # the engine.
   target_compile_options(loftbay_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 

@@ -15,6 +15,12 @@ constexpr std::size_t kNormalFloats = 3;
 constexpr std::size_t kTextureFloats = 3;
 constexpr std::size_t kColorFloats = 4;
 
+// The one of three that a binding speaks of; vertices where there is none.
+std::size_t bound(Binding binding, std::size_t vertices, std::size_t facets, std::size_t primitives) {
+  if (binding == Binding::Facet) return facets;
+  return binding == Binding::Primitive ? primitives : vertices;
+}
+
 // Where a corner of the spread shape comes from.
 struct Origin {
   std::uint32_t position = 0;
@@ -22,8 +28,7 @@ struct Origin {
   std::uint32_t primitive = 0;
 
   [[nodiscard]] std::size_t owner(Binding binding) const {
-    if (binding == Binding::Facet) return facet;
-    return binding == Binding::Primitive ? primitive : position;
+    return bound(binding, position, facet, primitive);
   }
 };
 
@@ -33,8 +38,7 @@ struct Owners {
   std::size_t primitives = 0;
 
   [[nodiscard]] std::size_t count(Binding binding) const {
-    if (binding == Binding::Facet) return facets;
-    return binding == Binding::Primitive ? primitives : vertices;
+    return bound(binding, vertices, facets, primitives);
   }
 };
 
