@@ -1,22 +1,12 @@
-// Points go in one by one: walk to the triangle, split it, flip sides until all circles are empty again. A
-// constraint edge is made by flipping away the edges that it crosses. All decisions are exact.
+// Points go in one by one: walk to the triangle, split it, flip sides until all circles are empty again. All
+// decisions are exact. Constraints: delaunay_constraints.cpp.
 #include "jttk/brep/delaunay.h"
 
 #include <algorithm>
-#include <deque>
-#include <tuple>
 
 #include "jttk/brep/predicates.h"
 
 namespace jttk::brep {
-namespace {
-
-constexpr int next(int i) { return i == 2 ? 0 : i + 1; }
-constexpr int previous(int i) { return i == 0 ? 2 : i - 1; }
-constexpr std::size_t at(int i) { return static_cast<std::size_t>(i); }
-
-}  // namespace
-
 Triangulation::Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points) {
   points_.reserve(expected_points + kFramePoints);
   triangle_of_point_.reserve(expected_points + kFramePoints);
@@ -274,171 +264,6 @@ std::uint32_t Triangulation::refine(std::uint32_t t, const Vec2& p) {
     return kNoTriangle;
   if (found.side >= 0 && triangles_[found.triangle].fixed[at(found.side)]) return kNoTriangle;
   return place(p, found);
-}
-
-std::pair<std::uint32_t, int> Triangulation::findEdge(std::uint32_t a, std::uint32_t b) const {
-  const std::uint32_t start = triangle_of_point_[a];
-  // Round a, one way and, at the border of the frame, the other.
-  for (const bool forward : {true, false}) {
-    std::uint32_t t = start;
-    do {
-      const Triangle& triangle = triangles_[t];
-      int i = 0;
-      while (triangle.corner[at(i)] != a) ++i;
-      if (triangle.corner[at(next(i))] == b) return {t, previous(i)};
-      t = triangle.neighbor[at(forward ? next(i) : previous(i))];
-    } while (t != start && t != kNoTriangle);
-    if (t == start) break;
-  }
-  return {kNoTriangle, -1};
-}
-
-bool Triangulation::findCrossed(std::uint32_t a, std::uint32_t b,
-                                std::vector<std::pair<std::uint32_t, std::uint32_t>>& crossed,
-                                Constraint& problem,
-                                std::pair<std::uint32_t, std::uint32_t>& blocking) const {
-  const Vec2& from = points_[a];
-  const Vec2& to = points_[b];
-  // The triangle at a whose opposite side the way to b crosses.
-  std::uint32_t t = triangle_of_point_[a];
-  const std::uint32_t start = t;
-  int side = -1;
-  for (const bool forward : {true, false}) {
-    t = start;
-    do {
-      const Triangle& triangle = triangles_[t];
-      int i = 0;
-      while (triangle.corner[at(i)] != a) ++i;
-      const std::uint32_t right = triangle.corner[at(next(i))];
-      const std::uint32_t left = triangle.corner[at(previous(i))];
-      const double turn_right = orient2d(from, to, points_[right]);
-      const double turn_left = orient2d(from, to, points_[left]);
-      for (const auto& [corner, turn] : {std::pair{right, turn_right}, std::pair{left, turn_left}}) {
-        const Vec2 ahead = points_[corner] - from;
-        const Vec2 way = to - from;
-        if (turn == 0 && ahead.u * way.u + ahead.v * way.v > 0) {
-          problem = Constraint::PassesPoint;
-          blocking = {corner, corner};
-          return false;
-        }
-      }
-      if (turn_right < 0 && turn_left > 0) {
-        side = i;
-        break;
-      }
-      t = triangle.neighbor[at(forward ? next(i) : previous(i))];
-    } while (t != start && t != kNoTriangle);
-    if (side >= 0 || t == start) break;
-  }
-  if (side < 0) {
-    problem = Constraint::PassesPoint;
-    blocking = {a, a};
-    return false;
-  }
-  for (std::size_t step = 0; step < triangles_.size() + 4; ++step) {
-    const Triangle& triangle = triangles_[t];
-    const std::uint32_t right = triangle.corner[at(next(side))];
-    const std::uint32_t left = triangle.corner[at(previous(side))];
-    if (triangle.fixed[at(side)]) {
-      problem = Constraint::Crosses;
-      blocking = {right, left};
-      return false;
-    }
-    crossed.emplace_back(right, left);
-    const std::uint32_t other = triangle.neighbor[at(side)];
-    const Triangle& beyond = triangles_[other];
-    const int back = sideTo(other, t);
-    const std::uint32_t far = beyond.corner[at(back)];
-    if (far == b) return true;
-    const double turn = orient2d(from, to, points_[far]);
-    if (turn == 0) {
-      problem = Constraint::PassesPoint;
-      blocking = {far, far};
-      return false;
-    }
-    // From `far` counter-clockwise: left, right. On through the side far-right or left-far.
-    side = turn > 0 ? next(back) : previous(back);
-    t = other;
-  }
-  problem = Constraint::Crosses;
-  blocking = {a, b};
-  return false;
-}
-
-Triangulation::Constraint Triangulation::constrain(std::uint32_t a, std::uint32_t b,
-                                                   std::pair<std::uint32_t, std::uint32_t>& blocking) {
-  auto [t, side] = findEdge(a, b);
-  if (t == kNoTriangle) {
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> crossed;
-    Constraint problem = Constraint::Done;
-    if (!findCrossed(a, b, crossed, problem, blocking)) return problem;
-    // Flip the crossed edges away; those in quadrilaterals that are not convex have to wait for others.
-    std::deque<std::pair<std::uint32_t, std::uint32_t>> waiting(crossed.begin(), crossed.end());
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> made;
-    while (!waiting.empty() && flips_left_ > 0) {
-      --flips_left_;
-      const auto [p, q] = waiting.front();
-      waiting.pop_front();
-      const auto [edge, edge_side] = findEdge(p, q);
-      if (edge == kNoTriangle) continue;
-      if (!mayFlip(edge, edge_side)) {
-        waiting.emplace_back(p, q);
-        continue;
-      }
-      const std::uint32_t r = triangles_[edge].corner[at(edge_side)];
-      const std::uint32_t other = triangles_[edge].neighbor[at(edge_side)];
-      const std::uint32_t s = triangles_[other].corner[at(sideTo(other, edge))];
-      flip(edge, edge_side);
-      const bool touches = r == a || r == b || s == a || s == b;
-      const double turn_r = touches ? 0 : orient2d(points_[a], points_[b], points_[r]);
-      const double turn_s = touches ? 0 : orient2d(points_[a], points_[b], points_[s]);
-      if (!touches && (turn_r > 0) != (turn_s > 0)) {
-        waiting.emplace_back(r, s);
-      } else {
-        made.emplace_back(r, s);
-      }
-    }
-    std::tie(t, side) = findEdge(a, b);
-    if (t == kNoTriangle) {
-      blocking = {a, b};
-      return Constraint::Crosses;
-    }
-    triangles_[t].fixed[at(side)] = true;
-    const std::uint32_t other = triangles_[t].neighbor[at(side)];
-    triangles_[other].fixed[at(sideTo(other, t))] = true;
-    // Make the new edges Delaunay again.
-    for (bool again = true; again;) {
-      again = false;
-      for (auto& [p, q] : made) {
-        const auto [edge, edge_side] = findEdge(p, q);
-        if (edge == kNoTriangle || triangles_[edge].fixed[at(edge_side)]) continue;
-        const std::uint32_t over = triangles_[edge].neighbor[at(edge_side)];
-        if (over == kNoTriangle) continue;
-        const Triangle& here = triangles_[edge];
-        const std::uint32_t far = triangles_[over].corner[at(sideTo(over, edge))];
-        if (inCircle(points_[here.corner[0]], points_[here.corner[1]], points_[here.corner[2]],
-                     points_[far]) > 0 &&
-            mayFlip(edge, edge_side)) {
-          const std::uint32_t r = here.corner[at(edge_side)];
-          flip(edge, edge_side);
-          p = r;
-          q = far;
-          again = true;
-        }
-      }
-    }
-    std::tie(t, side) = findEdge(a, b);
-  }
-  Triangle& triangle = triangles_[t];
-  triangle.fixed[at(side)] = true;
-  triangle.turns[at(side)] += 1;
-  const std::uint32_t other = triangle.neighbor[at(side)];
-  if (other != kNoTriangle) {
-    const int back = sideTo(other, t);
-    triangles_[other].fixed[at(back)] = true;
-    triangles_[other].turns[at(back)] -= 1;
-  }
-  return Constraint::Done;
 }
 
 bool Triangulation::markInside() {

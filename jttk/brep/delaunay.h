@@ -34,10 +34,11 @@ class Triangulation {
   // Number of the new point; the number of the old one where there is one at that place already.
   std::uint32_t insert(const Vec2& p);
 
+  using Edge = std::pair<std::uint32_t, std::uint32_t>;
   enum class Constraint : std::uint8_t { Done, Crosses, PassesPoint };
   // Makes a-b an edge that stays. Where that cannot be, `blocking` gets the two ends of the edge in the way,
   // or the point in the way twice.
-  Constraint constrain(std::uint32_t a, std::uint32_t b, std::pair<std::uint32_t, std::uint32_t>& blocking);
+  Constraint constrain(std::uint32_t a, std::uint32_t b, Edge& blocking);
 
   // Sets `inside` where the constraints go round once, counter-clockwise. False when some place is gone round
   // more than once, or clockwise.
@@ -58,6 +59,10 @@ class Triangulation {
   [[nodiscard]] bool isSound() const;
 
  private:
+  static constexpr int next(int i) { return i == 2 ? 0 : i + 1; }
+  static constexpr int previous(int i) { return i == 0 ? 2 : i - 1; }
+  static constexpr std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
   struct Place {
     std::uint32_t triangle = kNoTriangle;
     int side = -1;    // >= 0: on that side
@@ -75,9 +80,15 @@ class Triangulation {
   [[nodiscard]] bool mayFlip(std::uint32_t t, int side) const;
   // A triangle with the edge a -> b as a side, and that side; kNoTriangle when there is none.
   [[nodiscard]] std::pair<std::uint32_t, int> findEdge(std::uint32_t a, std::uint32_t b) const;
-  bool findCrossed(std::uint32_t a, std::uint32_t b,
-                   std::vector<std::pair<std::uint32_t, std::uint32_t>>& crossed, Constraint& problem,
-                   std::pair<std::uint32_t, std::uint32_t>& blocking) const;
+  // The edges that the straight way from a to b crosses. False when something is in the way: `problem` and
+  // `blocking` as constrain() gives them.
+  bool findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed, Constraint& problem,
+                   Edge& blocking) const;
+  // Flips the edges in `crossed` until none of them crosses a-b any more, or no flips are left; `made` gets
+  // those that came instead.
+  void flipAway(std::uint32_t a, std::uint32_t b, const std::vector<Edge>& crossed, std::vector<Edge>& made);
+  // Makes the edges Delaunay again, apart from fixed ones.
+  void legalizeEdges(std::vector<Edge>& edges);
 
   std::vector<Vec2> points_;
   std::vector<std::uint32_t> triangle_of_point_;

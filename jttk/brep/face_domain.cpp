@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "jttk/brep/domain_scale.h"
 #include "jttk/brep/seam.h"
 #include "jttk/brep/unwrap.h"
 
@@ -13,10 +14,6 @@ namespace {
 constexpr std::size_t kPoleRowPieces = 12;
 // How far, in chord tolerances, the straight image of an edge's piece may be from the piece.
 constexpr double kMaximumStray = 2;
-// Measuring how a surface bends: places, the step of the extent, and the most that is made of it.
-constexpr std::size_t kBendPlaces = 6;
-constexpr double kBendSteps = 200;
-constexpr double kMaximumStretch = 8;
 
 void reverseLoop(DomainLoop& loop) {
   if (loop.empty()) return;
@@ -57,7 +54,7 @@ class Builder {
       if (!domain_.problem.empty()) return std::move(domain_);
     }
     for (const Unwrapped& loop : unwrapped) checkStraight(loop);
-    measure(unwrapped);
+    measureDomain(geometry_, box_, unwrapped, tolerances_, domain_);
     if (domain_.flipped) {
       for (Unwrapped& loop : unwrapped) turnOver(loop);
     }
@@ -94,78 +91,6 @@ class Builder {
       domain_.wishes.push_back(
           {a.edge, std::clamp(0.7 * kMaximumStray * tolerances_.chord / off, 1.0 / 1024, 0.25)});
     }
-  }
-
-  void measure(const std::vector<Unwrapped>& loops) {
-    std::vector<Vec2> places;
-    Vec2 low{1e300, 1e300};
-    Vec2 high{-1e300, -1e300};
-    for (const Unwrapped& loop : loops) {
-      const std::size_t step = std::max<std::size_t>(1, loop.points.size() / 24);
-      for (std::size_t i = 0; i < loop.points.size(); i += step) {
-        const Vec2 uv = loop.points[i].uv;
-        places.push_back(uv);
-        low = {std::min(low.u, uv.u), std::min(low.v, uv.v)};
-        high = {std::max(high.u, uv.u), std::max(high.v, uv.v)};
-      }
-    }
-    if (loops.empty() && box_.u.bounded() && box_.v.bounded()) {
-      low = {box_.u.low, box_.v.low};
-      high = {box_.u.high, box_.v.high};
-      for (const double u : {0.25, 0.5, 0.75}) {
-        for (const double v : {0.25, 0.5, 0.75}) {
-          places.push_back({low.u + box_.u.size() * u, low.v + box_.v.size() * v});
-        }
-      }
-    }
-    Vec2 sum;
-    for (const Vec2 uv : places) {
-      const SurfacePoint s = geometry_.at(domain_.surface, uv);
-      sum = sum + Vec2{length(s.du), length(s.dv)};
-    }
-    if (sum.u > 0 && sum.v > 0) domain_.scale = sum * (1 / static_cast<double>(places.size()));
-    if (!std::isfinite(domain_.scale.u) || !std::isfinite(domain_.scale.v))
-      fail("a surface that is not finite");
-    if (domain_.surface.kind != SurfaceKind::Plane && !places.empty()) stretch(places, high - low);
-  }
-
-  // Where the surface bends more one way than the other, triangles may be longer the other way: in the
-  // stretched plane the lengths that the tolerances allow look the same.
-  void stretch(const std::vector<Vec2>& places, Vec2 extent) {
-    const double size = std::max(extent.u * domain_.scale.u, extent.v * domain_.scale.v) / kBendSteps;
-    const auto stepOf = [&](double scale, const Range& range, double period) {
-      const double most = period > 0 ? period : range.bounded() ? range.size() : size / scale * kBendSteps;
-      return std::min(size / scale, most / kBendSteps);
-    };
-    const double eps[] = {stepOf(domain_.scale.u, box_.u, box_.period_u),
-                          stepOf(domain_.scale.v, box_.v, box_.period_v)};
-    double bend[] = {0, 0};
-    const auto normal = [&](Vec2 uv) {
-      const SurfacePoint s = geometry_.at(domain_.surface, uv);
-      return cross(s.du, s.dv);
-    };
-    const std::size_t step = std::max<std::size_t>(1, places.size() / kBendPlaces);
-    for (std::size_t i = 0; i < places.size(); i += step) {
-      for (int way = 0; way < 2; ++way) {
-        const Vec2 by = way == 0 ? Vec2{eps[0], 0} : Vec2{0, eps[1]};
-        const Vec3 before = geometry_.at(domain_.surface, places[i] - by).p;
-        const Vec3 behind = geometry_.at(domain_.surface, places[i] + by).p;
-        const double way_size = distance(before, behind);
-        if (!(way_size > 1e-12)) continue;
-        const double angle = angleBetween(normal(places[i] - by), normal(places[i] + by));
-        bend[way] = std::max(bend[way], angle / way_size);
-      }
-    }
-    const auto allowed = [&](double of_way) {
-      const double by_angle = std::max(tolerances_.angle / of_way, tolerances_.minimum_edge);
-      return std::min(std::sqrt(8 * tolerances_.chord / of_way), by_angle);
-    };
-    // Flat both ways, or no way to tell.
-    if (!(bend[0] > 0 || bend[1] > 0) || !std::isfinite(bend[0] + bend[1])) return;
-    const double ratio = std::clamp(bend[0] > 0 && bend[1] > 0 ? allowed(bend[0]) / allowed(bend[1])
-                                                               : (bend[0] > 0 ? 0.0 : kMaximumStretch),
-                                    1 / kMaximumStretch, kMaximumStretch);
-    domain_.stretch = {1 / std::sqrt(ratio), std::sqrt(ratio)};
   }
 
   [[nodiscard]] double area(const DomainLoop& loop) const {

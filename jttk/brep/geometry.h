@@ -126,6 +126,9 @@ class Geometry {
   std::vector<std::int32_t> closed_splines_;  // per curve spline: 1, 0, kNone while not known
 };
 
+// Between two points with derivatives, s from 0 to 1 over `width` of the parameter.
+CurvePoint hermite(const Vec3& p0, const Vec3& d0, const Vec3& p1, const Vec3& d1, double s, double width);
+
 // Unit normal Pu x Pv. At a singular point that of a point slightly nearer to `toward`.
 Vec3 normalAt(Geometry& geometry, const Surface& surface, Vec2 uv, Vec2 toward);
 

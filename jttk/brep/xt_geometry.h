@@ -1,7 +1,10 @@
 // Curves and surfaces of an XT stream, read on demand into the arrays of Bodies.
 #pragma once
 
+#include <cmath>
 #include <map>
+#include <string>
+#include <vector>
 
 #include "jttk/brep/bodies.h"
 #include "jttk/brep/xt_nodes.h"
@@ -33,6 +36,11 @@ class XtGeometryReader {
   std::map<std::uint32_t, std::int32_t> curves_;  // node row -> number; kNone while being read
   std::map<std::uint32_t, std::int32_t> surfaces_;
 };
+
+// Lengths in metres and parameters beyond this are taken for damage.
+inline constexpr double kMaximumReal = 1e9;
+inline bool isSane(double value) { return std::isfinite(value) && std::abs(value) < kMaximumReal; }
+inline bool isSane(const Vec3& v) { return isSane(v.x) && isSane(v.y) && isSane(v.z); }
 
 // Checks a knot vector: finite, never falling, with a domain that is not empty. Empty text when it is fine.
 std::string knotProblem(const std::vector<double>& knots, int degree, int point_count);

@@ -1,0 +1,307 @@
+// The inversion of points on surfaces: closed forms where there are any, the surface's curve where it is made
+// of one, else Gauss-Newton from the best of a few start points that follow the knots.
+#include <algorithm>
+#include <numbers>
+#include <numeric>
+
+#include "jttk/brep/geometry.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr double kTurn = 2 * std::numbers::pi;
+constexpr std::size_t kMaximumGridPoints = 40000;
+constexpr int kMaximumSteps = 40;
+constexpr std::size_t kManyStarts = 24;
+
+double angleOf(const Frame& f, const Vec3& to) { return std::atan2(dot(to, f.y), dot(to, f.x)); }
+
+std::vector<double> gridPlaces(const std::vector<double>& knots, int degree, int point_count) {
+  std::vector<double> distinct(knots.begin() + degree, knots.begin() + point_count + 1);
+  distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
+  const auto spans = static_cast<int>(distinct.size()) - 1;
+  const int per_span = degree == 1 ? 1 : std::max(2, (12 + spans - 1) / spans);
+  std::vector<double> places;
+  for (int i = 0; i < spans; ++i) {
+    const double low = distinct[static_cast<std::size_t>(i)];
+    const double high = distinct[static_cast<std::size_t>(i) + 1];
+    for (int k = 0; k < per_span; ++k) places.push_back(low + (high - low) * k / per_span);
+  }
+  places.push_back(distinct.back());
+  return places;
+}
+
+std::vector<double> evenPlaces(const Range& range, int steps) {
+  std::vector<double> places;
+  for (int i = 0; i <= steps; ++i) places.push_back(range.low + range.size() * i / steps);
+  return places;
+}
+
+void thin(std::vector<double>& places, std::size_t limit) {
+  if (places.size() <= limit) return;
+  std::vector<double> kept;
+  for (std::size_t i = 0; i < limit; ++i) kept.push_back(places[i * (places.size() - 1) / (limit - 1)]);
+  places.swap(kept);
+}
+
+}  // namespace
+
+const Geometry::Grid& Geometry::grid(const Surface& surface) {
+  const std::pair key{surface.kind == SurfaceKind::BSpline ? surface.spline : kNone,
+                      surface.kind == SurfaceKind::BSpline ? kNone : surface.base};
+  const auto known = grids_.find(key);
+  if (known != grids_.end()) return known->second;
+  std::vector<double> us;
+  std::vector<double> vs;
+  if (surface.kind == SurfaceKind::BSpline) {
+    const SurfaceSpline& s = spline(surface);
+    us = gridPlaces(s.knots_u, s.degree_u, s.n_u);
+    vs = gridPlaces(s.knots_v, s.degree_v, s.n_v);
+  } else {
+    const SurfaceDomain box = domain(surface);
+    if (box.u.bounded()) us = evenPlaces(box.u, 24);
+    if (box.v.bounded()) vs = evenPlaces(box.v, 24);
+  }
+  thin(us, std::max<std::size_t>(
+               200, kMaximumGridPoints / std::max<std::size_t>(1, std::min<std::size_t>(vs.size(), 200))));
+  thin(vs, std::max<std::size_t>(2, kMaximumGridPoints / std::max<std::size_t>(1, us.size())));
+  Grid made;
+  for (const double u : us) {
+    for (const double v : vs) {
+      made.uv.push_back({u, v});
+      made.p.push_back(at(surface, {u, v}).p);
+    }
+  }
+  return grids_.emplace(key, std::move(made)).first->second;
+}
+
+double Geometry::descend(const Surface& surface, const SurfaceDomain& box, const Vec3& p, Vec2& uv) {
+  const auto held = [](double value, const Range& r, double period) {
+    return period > 0 ? value : std::clamp(value, r.low, r.high);
+  };
+  Vec2 x{held(uv.u, box.u, box.period_u), held(uv.v, box.v, box.period_v)};
+  SurfacePoint here = at(surface, x);
+  double size = distance(p, here.p);
+  double damping = 0;
+  for (int step = 0; step < kMaximumSteps && mayWork(); ++step) {
+    const Vec3 rest = p - here.p;
+    const double a = dot(here.du, here.du) * (1 + damping);
+    const double c = dot(here.dv, here.dv) * (1 + damping);
+    const double m = dot(here.du, here.dv);
+    const double gu = dot(here.du, rest);
+    const double gv = dot(here.dv, rest);
+    const double alone_u = a > 0 ? gu / a : 0;
+    const double alone_v = c > 0 ? gv / c : 0;
+    const double det = a * c - m * m;
+    const bool solvable = det > 1e-14 * a * c;
+    double du = solvable ? (gu * c - gv * m) / det : alone_u;
+    double dv = solvable ? (gv * a - gu * m) / det : alone_v;
+    // At a border that the step would cross, only the other parameter moves.
+    if (du != 0 && held(x.u + du, box.u, box.period_u) == x.u) {
+      du = 0;
+      dv = alone_v;
+    } else if (dv != 0 && held(x.v + dv, box.v, box.period_v) == x.v) {
+      dv = 0;
+      du = alone_u;
+    }
+    const Vec2 next{held(x.u + du, box.u, box.period_u), held(x.v + dv, box.v, box.period_v)};
+    if (!std::isfinite(next.u) || !std::isfinite(next.v) || next == x) break;
+    const SurfacePoint there = at(surface, next);
+    const double next_size = distance(p, there.p);
+    const double moved = std::abs(next.u - x.u) * length(here.du) + std::abs(next.v - x.v) * length(here.dv);
+    if (next_size < size) {
+      x = next;
+      here = there;
+      size = next_size;
+      damping = damping > 1e-3 ? damping / 10 : 0;
+    } else {
+      if (damping > 1e4) break;
+      damping = damping == 0 ? 1e-3 : damping * 10;
+    }
+    if (moved < 1e-15 + 1e-10 * size) break;
+  }
+  uv = x;
+  return size;
+}
+
+double Geometry::invertBySearch(const Surface& surface, const Vec3& p, const Vec2* guess, double accept,
+                                Vec2& uv) {
+  const SurfaceDomain box = domain(surface);
+  Vec2 best = guess ? *guess : Vec2{};
+  double best_size = std::numeric_limits<double>::infinity();
+  if (guess) {
+    best_size = descend(surface, box, p, best);
+    if (best_size <= accept) {
+      uv = best;
+      return best_size;
+    }
+  }
+  std::vector<Vec2> starts;
+  if (surface.kind == SurfaceKind::Offset) {
+    // The foot on the base is only where to begin.
+    Vec2 foot{};
+    (void)invert(this->surface(surface.base), p, guess, std::abs(surface.offset) * 1.5, foot);
+    starts.push_back(foot);
+    (void)invert(this->surface(surface.base), p, nullptr, 0, foot);
+    starts.push_back(foot);
+  } else {
+    const Grid& places = grid(surface);
+    work(places.p.size() / 16 + 1);
+    std::size_t nearest[3] = {0, 0, 0};
+    double sizes[3];
+    std::fill(sizes, sizes + 3, std::numeric_limits<double>::infinity());
+    for (std::size_t i = 0; i < places.p.size(); ++i) {
+      const Vec3 to = places.p[i] - p;
+      const double size = dot(to, to);
+      for (int k = 0; k < 3; ++k) {
+        if (size >= sizes[k]) continue;
+        for (int j = 2; j > k; --j) {
+          sizes[j] = sizes[j - 1];
+          nearest[j] = nearest[j - 1];
+        }
+        sizes[k] = size;
+        nearest[k] = i;
+        break;
+      }
+    }
+    for (int k = 0; k < 3; ++k) {
+      if (std::isfinite(sizes[k])) starts.push_back(places.uv[nearest[k]]);
+    }
+  }
+  for (Vec2 start : starts) {
+    const double size = descend(surface, box, p, start);
+    if (size < best_size) {
+      best_size = size;
+      best = start;
+    }
+    if (best_size <= accept * 1e-3) break;
+  }
+  uv = best;
+  return best_size;
+}
+
+double Geometry::invertThoroughly(const Surface& surface, const Vec3& p, Vec2& uv) {
+  if (surface.kind != SurfaceKind::BSpline && surface.kind != SurfaceKind::Offset) {
+    return invert(surface, p, nullptr, 0, uv);
+  }
+  const SurfaceDomain box = domain(surface);
+  const Grid& places = grid(surface);
+  work(places.p.size() / 16 + 1);
+  std::vector<std::size_t> order(places.p.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  const auto tried = static_cast<std::ptrdiff_t>(std::min<std::size_t>(order.size(), kManyStarts));
+  std::partial_sort(order.begin(), order.begin() + tried, order.end(), [&](std::size_t a, std::size_t b) {
+    return distance(places.p[a], p) < distance(places.p[b], p);
+  });
+  double best_size = std::numeric_limits<double>::infinity();
+  for (std::ptrdiff_t i = 0; i < tried && mayWork(); ++i) {
+    Vec2 place = places.uv[order[static_cast<std::size_t>(i)]];
+    const double size = descend(surface, box, p, place);
+    if (size >= best_size) continue;
+    best_size = size;
+    uv = place;
+  }
+  return best_size;
+}
+
+double Geometry::invertSwept(const Surface& surface, const Vec3& p, const Vec2* guess, double accept,
+                             Vec2& uv) {
+  const Vec3 along = normalized(surface.sweep);
+  const double u = minimize(curve(surface.curve), guess ? guess->u : std::nan(""), accept, [&](double t) {
+    CurvePoint r = at(curve(surface.curve), t);
+    r.p = r.p - p;
+    r.p = r.p - along * dot(r.p, along);
+    r.d = r.d - along * dot(r.d, along);
+    return r;
+  });
+  const Vec3 to = p - at(curve(surface.curve), u).p;
+  uv = {u, dot(to, surface.sweep) / dot(surface.sweep, surface.sweep)};
+  return distance(p, at(surface, uv).p);
+}
+
+double Geometry::invertSpun(const Surface& surface, const Vec3& p, const Vec2* guess, double accept,
+                            Vec2& uv) {
+  const Frame& f = surface.frame;
+  // In the half plane of distance from the axis and height.
+  const auto flat = [&](const Vec3& q, const Vec3& d) {
+    const Vec3 arm = q - f.origin;
+    const Vec3 out = arm - f.z * dot(arm, f.z);
+    const double rho = length(out);
+    CurvePoint r;
+    r.p = {rho, dot(arm, f.z), 0};
+    r.d = {rho > 0 ? dot(out, d) / rho : length(d - f.z * dot(d, f.z)), dot(d, f.z), 0};
+    return r;
+  };
+  const Vec3 goal = flat(p, {}).p;
+  const double u = minimize(curve(surface.curve), guess ? guess->u : std::nan(""), accept, [&](double t) {
+    const CurvePoint c = at(curve(surface.curve), t);
+    CurvePoint r = flat(c.p, c.d);
+    r.p = r.p - goal;
+    return r;
+  });
+  const Vec3 profile = at(curve(surface.curve), u).p;
+  double v = angleOf(f, p - f.origin) - angleOf(f, profile - f.origin);
+  if (goal.x < 1e-12 && guess) v = guess->v;
+  uv = {u, wrapNear(v, guess ? guess->v : kTurn / 2, kTurn)};
+  return distance(p, at(surface, uv).p);
+}
+
+double Geometry::invertBlend(const Surface& surface, const Vec3& p, const Vec2* guess, double accept,
+                             Vec2& uv) {
+  const Curve& spine = curve(surface.curve);
+  // The residual is never smaller than the radius, so the guess is judged by that.
+  const double u = nearest(spine, p, guess ? guess->u : std::nan(""), surface.radius + accept);
+  const SurfacePoint zero = at(surface, {u, 0});
+  const SurfacePoint quarter = at(surface, {u, kTurn / 4});
+  const Vec3 centre = zero.p + quarter.dv;  // which is -x * radius
+  const Vec3 to = p - centre;
+  uv = {u, std::atan2(dot(to, zero.dv), -dot(to, quarter.dv))};
+  return distance(p, at(surface, uv).p);
+}
+
+double Geometry::invert(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv) {
+  work();
+  const Frame& f = surface.frame;
+  const Vec3 to = p - f.origin;
+  const double h = dot(to, f.z);
+  switch (surface.kind) {
+    case SurfaceKind::Plane:
+      uv = {dot(to, f.x), dot(to, f.y)};
+      return std::abs(h);
+    case SurfaceKind::Cylinder:
+      uv = {angleOf(f, to), h};
+      return std::abs(std::hypot(dot(to, f.x), dot(to, f.y)) - surface.radius);
+    case SurfaceKind::Cone: {
+      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
+      const double c = std::abs(surface.cos_half_angle);
+      const double s = surface.cos_half_angle > 0 ? surface.sin_half_angle : -surface.sin_half_angle;
+      uv = {angleOf(f, to), ((rho - surface.radius) * s + h * c) * c};
+      return std::abs((rho - surface.radius) * c - h * s);
+    }
+    case SurfaceKind::Sphere: {
+      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
+      uv = {angleOf(f, to), std::atan2(h, rho)};
+      return std::abs(std::hypot(rho, h) - surface.radius);
+    }
+    case SurfaceKind::Torus: {
+      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
+      uv = {angleOf(f, to), std::atan2(h, rho - surface.radius)};
+      return std::abs(std::hypot(rho - surface.radius, h) - surface.radius_2);
+    }
+    case SurfaceKind::BSpline:
+    case SurfaceKind::Offset:
+      return invertBySearch(surface, p, guess, accept, uv);
+    case SurfaceKind::Swept:
+      return invertSwept(surface, p, guess, accept, uv);
+    case SurfaceKind::Spun:
+      return invertSpun(surface, p, guess, accept, uv);
+    case SurfaceKind::Blend:
+      return invertBlend(surface, p, guess, accept, uv);
+    case SurfaceKind::Unknown:
+      break;
+  }
+  uv = {};
+  return std::numeric_limits<double>::infinity();
+}
+
+}  // namespace jttk::brep

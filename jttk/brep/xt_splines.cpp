@@ -1,0 +1,183 @@
+// The splines of curves and surfaces: knots stored as distinct values with multiplicities, nets of points
+// that must fit them, and closed directions, which may store one period only.
+#include <algorithm>
+#include <cmath>
+
+#include "jttk/brep/xt_geometry.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr int kMaximumDegree = 30;
+
+// Knots with repetitions from distinct knots and multiplicities; only the first `count` of each are used.
+std::vector<double> expandKnots(const XtNode& knots, const XtNode& multiplicities, std::int32_t count,
+                                std::size_t limit) {
+  std::vector<double> expanded;
+  if (count < 2 || static_cast<std::uint32_t>(count) > std::min(knots.count(), multiplicities.count())) {
+    return expanded;
+  }
+  const std::vector<double> distinct = knots.reals("knots", static_cast<std::size_t>(count));
+  for (std::size_t k = 0; k < distinct.size(); ++k) {
+    const std::int32_t times = multiplicities.integer("mult", static_cast<std::uint32_t>(k));
+    if (times < 1 || expanded.size() + static_cast<std::size_t>(times) > limit) return {};
+    expanded.insert(expanded.end(), static_cast<std::size_t>(times), distinct[k]);
+  }
+  return expanded;
+}
+
+// Points of a row that wraps round are not stored twice: the first ones are repeated until they fit.
+std::size_t pointsForKnots(std::size_t knot_count, int degree) {
+  const auto needed = static_cast<std::size_t>(degree) + 1;
+  return knot_count > needed ? knot_count - needed : 0;
+}
+
+// A closed direction may bring the knots of one period only, the first one at both ends: the others are
+// theirs moved by whole periods. Afterwards the first `degree` points come again at the end.
+void closeKnots(std::vector<double>& knots, int degree, std::size_t stored) {
+  if (knots.size() < 2 || pointsForKnots(knots.size(), degree) >= stored) return;
+  const double period = knots.back() - knots.front();
+  const auto times = static_cast<std::size_t>(std::count(knots.begin(), knots.end(), knots.front()));
+  const auto last_times = static_cast<std::size_t>(std::count(knots.begin(), knots.end(), knots.back()));
+  if (!(period > 0) || times != last_times || knots.size() != stored + times) return;
+  const auto p = static_cast<std::ptrdiff_t>(degree);
+  const auto n = static_cast<std::ptrdiff_t>(stored);
+  std::vector<double> all;
+  for (std::ptrdiff_t i = 0; i <= n + 2 * p; ++i) {
+    // The last copy of the first knot goes to place `degree`.
+    const std::ptrdiff_t place = i - p + static_cast<std::ptrdiff_t>(times) - 1;
+    const std::ptrdiff_t turns = place >= 0 ? place / n : -((n - 1 - place) / n);
+    all.push_back(knots[static_cast<std::size_t>(place - turns * n)] + static_cast<double>(turns) * period);
+  }
+  knots.swap(all);
+}
+
+bool weightsAreFine(const std::vector<double>& points, std::size_t stride) {
+  for (std::size_t i = stride - 1; i < points.size(); i += stride) {
+    if (!(points[i] > 1e-12)) return false;
+  }
+  return true;
+}
+
+bool allSane(const std::vector<double>& values) {
+  return std::all_of(values.begin(), values.end(), [](double value) { return isSane(value); });
+}
+
+}  // namespace
+
+std::string knotProblem(const std::vector<double>& knots, int degree, int point_count) {
+  const auto p = static_cast<std::size_t>(degree);
+  const auto n = static_cast<std::size_t>(point_count);
+  if (knots.size() != n + p + 1) return "knots do not fit the degree and the number of points";
+  if (!allSane(knots)) return "knots are not finite";
+  if (!std::is_sorted(knots.begin(), knots.end())) return "knots are out of order";
+  if (!(knots[p] < knots[n])) return "knots give no domain";
+  // p + 2 equal knots inside would tear the spline apart.
+  for (std::size_t i = 0; i + p + 1 < knots.size(); ++i) {
+    if (knots[i] == knots[i + p + 1]) return "a knot is repeated too often";
+  }
+  return {};
+}
+
+std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& problem) {
+  CurveSpline spline;
+  spline.degree = node.integer("degree");
+  spline.rational = node.integer("rational") != 0;
+  const int stride = node.integer("vertex_dim");
+  spline.dimension = stride - (spline.rational ? 1 : 0);
+  const std::int32_t stored = node.integer("n_vertices");
+  if (spline.degree < 1 || spline.degree > kMaximumDegree || spline.dimension < 2 || spline.dimension > 3 ||
+      stored < 1) {
+    problem = "degree, dimension or number of points makes no sense";
+    return kNone;
+  }
+  const XtNode vertices = node.pointer("bspline_vertices", 45);
+  const std::size_t point_limit = static_cast<std::size_t>(stored) + static_cast<std::size_t>(spline.degree);
+  const auto needed = static_cast<std::size_t>(stored) * static_cast<std::size_t>(stride);
+  if (vertices.count() < needed) {
+    problem = "fewer points than stated";
+    return kNone;
+  }
+  spline.points = vertices.reals("vertices", needed);
+  spline.knots =
+      expandKnots(node.pointer("knots", 128), node.pointer("knot_mult", 127), node.integer("n_knots"),
+                  point_limit + static_cast<std::size_t>(spline.degree) + 1);
+  const bool periodic = node.integer("periodic") != 0;
+  if (periodic) closeKnots(spline.knots, spline.degree, static_cast<std::size_t>(stored));
+  const std::size_t wanted = pointsForKnots(spline.knots.size(), spline.degree);
+  if (periodic && wanted > static_cast<std::size_t>(stored) && wanted <= point_limit) {
+    for (std::size_t i = needed; i < wanted * static_cast<std::size_t>(stride); ++i) {
+      spline.points.push_back(spline.points[i - needed]);
+    }
+  }
+  spline.point_count = static_cast<int>(spline.points.size() / static_cast<std::size_t>(stride));
+  problem = knotProblem(spline.knots, spline.degree, spline.point_count);
+  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
+  if (problem.empty() && spline.rational &&
+      !weightsAreFine(spline.points, static_cast<std::size_t>(stride))) {
+    problem = "a weight is not above zero";
+  }
+  if (!problem.empty()) return kNone;
+  bodies_.curve_splines.push_back(std::move(spline));
+  return static_cast<std::int32_t>(bodies_.curve_splines.size() - 1);
+}
+
+std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& problem) {
+  SurfaceSpline spline;
+  spline.degree_u = node.integer("u_degree");
+  spline.degree_v = node.integer("v_degree");
+  spline.rational = node.integer("rational") != 0;
+  const std::int32_t stored_u = node.integer("n_u_vertices");
+  const std::int32_t stored_v = node.integer("n_v_vertices");
+  if (spline.degree_u < 1 || spline.degree_u > kMaximumDegree || spline.degree_v < 1 ||
+      spline.degree_v > kMaximumDegree || stored_u < 1 || stored_v < 1 ||
+      node.integer("vertex_dim") != (spline.rational ? 4 : 3)) {
+    problem = "degrees, dimension or number of points make no sense";
+    return kNone;
+  }
+  const std::size_t stride = spline.rational ? 4 : 3;
+  const auto n_u = static_cast<std::size_t>(stored_u);
+  const auto n_v = static_cast<std::size_t>(stored_v);
+  const XtNode vertices = node.pointer("bspline_vertices", 45);
+  if (vertices.count() / stride / n_u < n_v) {
+    problem = "fewer points than stated";
+    return kNone;
+  }
+  const std::vector<double> net = vertices.reals("vertices", n_u * n_v * stride);
+  const auto degree_u = static_cast<std::size_t>(spline.degree_u);
+  const auto degree_v = static_cast<std::size_t>(spline.degree_v);
+  spline.knots_u = expandKnots(node.pointer("u_knots", 128), node.pointer("u_knot_mult", 127),
+                               node.integer("n_u_knots"), n_u + 2 * degree_u + 1);
+  spline.knots_v = expandKnots(node.pointer("v_knots", 128), node.pointer("v_knot_mult", 127),
+                               node.integer("n_v_knots"), n_v + 2 * degree_v + 1);
+  std::size_t rows = n_u;
+  std::size_t columns = n_v;
+  if (node.integer("u_periodic") != 0) {
+    closeKnots(spline.knots_u, spline.degree_u, n_u);
+    rows = std::max(rows, pointsForKnots(spline.knots_u.size(), spline.degree_u));
+  }
+  if (node.integer("v_periodic") != 0) {
+    closeKnots(spline.knots_v, spline.degree_v, n_v);
+    columns = std::max(columns, pointsForKnots(spline.knots_v.size(), spline.degree_v));
+  }
+  spline.points.reserve(rows * columns * stride);
+  for (std::size_t i = 0; i < rows; ++i) {
+    for (std::size_t j = 0; j < columns; ++j) {
+      const double* const point = &net[((i % n_u) * n_v + j % n_v) * stride];
+      spline.points.insert(spline.points.end(), point, point + stride);
+    }
+  }
+  spline.n_u = static_cast<int>(rows);
+  spline.n_v = static_cast<int>(columns);
+  problem = knotProblem(spline.knots_u, spline.degree_u, spline.n_u);
+  if (problem.empty()) problem = knotProblem(spline.knots_v, spline.degree_v, spline.n_v);
+  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
+  if (problem.empty() && spline.rational && !weightsAreFine(spline.points, stride)) {
+    problem = "a weight is not above zero";
+  }
+  if (!problem.empty()) return kNone;
+  bodies_.surface_splines.push_back(std::move(spline));
+  return static_cast<std::int32_t>(bodies_.surface_splines.size() - 1);
+}
+
+}  // namespace jttk::brep
