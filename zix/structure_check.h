@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zix/reader.h"
@@ -23,18 +24,24 @@ class StructureCheck {
 
   Failure checkHeader();
   Failure checkDirectory();
-  Failure checkChunk(std::size_t number, std::uint64_t* end);
+  Failure checkChunk(std::size_t i, std::uint64_t* end);
   Failure findTables();
   Failure checkTexts();
   void collectTypes();
   Failure checkObjects();
-  [[nodiscard]] bool isRight(std::uint32_t number, const format::ObjectRecord& object) const;
-  [[nodiscard]] Failure whatIsWrong(std::uint32_t number, const format::ObjectRecord& object) const;
+  [[nodiscard]] bool isRight(std::uint32_t i, const format::ObjectRecord& object) const;
+  [[nodiscard]] Failure whatIsWrong(std::uint32_t i, const format::ObjectRecord& object) const;
   Failure checkChildren();
-  Failure checkObjectChildren(std::uint32_t number, const format::ObjectRecord& object);
+  Failure checkObjectChildren(std::uint32_t i, const format::ObjectRecord& object);
   Failure checkCycles();
   Failure checkMeshes();
   Failure checkArrays();
+
+  // Every refusal goes through here.
+  static Failure refuse(const char* code, std::uint64_t offset, std::string message) {
+    return ReadError{code, offset, std::move(message), ""};
+  }
+  static std::string number(std::uint64_t value) { return std::to_string(value); }
 
   template <typename T>
   Failure findTable(std::uint32_t type, Table<T>& table, std::size_t* chunk_number);

@@ -1,0 +1,125 @@
+#include "zix/glb_plan.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "zix/checksum.h"
+#include "zix/scene_meshes.h"
+#include "zix/tree_walk.h"
+
+namespace Orb::Zix {
+
+using format::kNone;
+
+namespace {
+
+std::array<std::span<const std::byte>, 3> arrayBytes(const MeshArrays& arrays) {
+  return {std::as_bytes(arrays.values), std::as_bytes(arrays.indices), std::as_bytes(arrays.lengths)};
+}
+
+bool isSame(const MeshArrays& a, const MeshArrays& b) {
+  if (a.type != b.type || a.dimension != b.dimension) return false;
+  const auto first = arrayBytes(a);
+  const auto second = arrayBytes(b);
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    if (first[i].size() != second[i].size()) return false;
+    if (!first[i].empty() && std::memcmp(first[i].data(), second[i].data(), first[i].size()) != 0)
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool isFinite(const Matrix& matrix) {
+  for (const double value : matrix.m) {
+    if (!std::isfinite(value)) return false;
+  }
+  return true;
+}
+
+GlbPlan::GlbPlan(const SceneFile& scene)
+    : node_numbers(scene.objectCount(), kNone), mesh_numbers(scene.objectCount(), kNone), scene_(scene) {
+  for (const PlacedMesh& placed : placedMeshes(scene)) {
+    const MeshArrays arrays = meshArrays(scene, placed.mesh);
+    const std::size_t number = geometryNumber(arrays);
+    const GlbGeometry* geometry = &geometries[number];
+    if (geometry->index_count == 0 || !isFinite(placed.world)) {
+      summary.left_out += arrays.lengths.size();
+      continue;
+    }
+    summary.written += geometry->element_count;
+    summary.left_out += arrays.lengths.size() - geometry->element_count;
+    const std::size_t material = materialNumber(placed.material);
+    const auto [entry, is_new] = mesh_by_parts_.try_emplace({number, material}, meshes.size());
+    if (is_new) meshes.push_back({number, material});
+    mesh_numbers[placed.mesh] = static_cast<std::uint32_t>(entry->second);
+  }
+  placeInBuffer();
+  numberNodes();
+}
+
+std::size_t GlbPlan::geometryNumber(const MeshArrays& arrays) {
+  std::array<std::uint64_t, 8> facts{static_cast<std::uint64_t>(arrays.type), arrays.dimension};
+  std::size_t next = 2;
+  for (const auto bytes : arrayBytes(arrays)) {
+    facts[next++] = bytes.size();
+    facts[next++] = checksum(bytes);
+  }
+  const std::uint64_t key = checksum(std::as_bytes(std::span(facts)));
+  const auto [begin, end] = geometry_by_key_.equal_range(key);
+  for (auto entry = begin; entry != end; ++entry) {
+    if (isSame(geometries[entry->second].arrays, arrays)) return entry->second;
+  }
+  geometries.push_back(measure(arrays));
+  geometry_by_key_.emplace(key, geometries.size() - 1);
+  return geometries.size() - 1;
+}
+
+// Materials that look the same and have the same name are one; so is that of all meshes without one.
+std::size_t GlbPlan::materialNumber(std::uint32_t material) {
+  std::string key;
+  if (material != kNone) {
+    const format::MaterialRecord record = scene_.material(material);
+    key.assign(reinterpret_cast<const char*>(&record), sizeof(record));
+    key += scene_.name(material);
+  }
+  const auto [entry, is_new] = material_by_bytes_.try_emplace(key, materials.size());
+  if (is_new) materials.push_back(material);
+  return entry->second;
+}
+
+void GlbPlan::placeInBuffer() {
+  for (GlbGeometry& geometry : geometries) {
+    if (geometry.index_count == 0) continue;
+    geometry.number = used_geometries_++;
+    geometry.positions_offset = binary_size;
+    binary_size += geometry.positionsSize();
+    geometry.indices_offset = binary_size;
+    binary_size += geometry.indicesSize();
+  }
+}
+
+std::uint32_t GlbPlan::ownMesh(std::uint32_t object) const {
+  if (scene_.type(object) != ObjectType::Shape) return kNone;
+  const auto children = scene_.children(object);
+  if (children.size() != 1 || scene_.object(children[0]).placement != kNone) return kNone;
+  return children[0];
+}
+
+void GlbPlan::numberNodes() {
+  for (const std::uint32_t root : scene_.treeRoots()) {
+    walkTree(
+        root, [&](std::uint32_t object) { return scene_.children(object); },
+        [](std::uint32_t) -> const format::TransformRecord* { return nullptr; },
+        [&](std::uint32_t object, const Matrix&, std::size_t) {
+          const std::uint32_t parent = scene_.object(object).parent;
+          if (parent != kNone && ownMesh(parent) == object) return;
+          node_numbers[object] = static_cast<std::uint32_t>(nodes.size());
+          nodes.push_back(object);
+        },
+        [](std::uint32_t) {});
+  }
+}
+
+}  // namespace Orb::Zix
