@@ -1,0 +1,43 @@
+// What every measurement needs: scratch files, clocks, and the line with its figure and its limit.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "zix/zix.h"
+
+namespace zix_numbers {
+
+// Small sizes and no verdict.
+extern bool quick;
+
+// In program form, in a folder of this run's own.
+std::string scratchPath(const char* name);
+void removeScratchFiles();
+
+void report(const std::string& what, const std::string& figure, const std::string& limit, bool kept);
+// Whether every reported limit was kept.
+bool allKept();
+
+double secondsOf(const std::function<void()>& work);
+// Of this thread's own work, so that what else the machine does is not counted. For what waits for nothing.
+double processorSecondsOf(const std::function<void()>& work);
+double median(std::vector<double> values);
+
+// The measurements, each in a file of its own.
+void measureMemory();
+void measureWriting();
+void measureOpening();
+void measureDrawing();
+
+// A scene of about so many objects: per part what the converter makes of one, which is eight. What it makes,
+// and the bytes of their names.
+struct Made {
+  std::uint64_t objects = 0;
+  std::uint64_t name_bytes = 0;
+};
+Made writeParts(const std::string& path, std::uint64_t objects);
+
+}  // namespace zix_numbers
