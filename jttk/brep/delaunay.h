@@ -80,6 +80,10 @@ class Triangulation {
   [[nodiscard]] bool mayFlip(std::uint32_t t, int side) const;
   // A triangle with the edge a -> b as a side, and that side; kNoTriangle when there is none.
   [[nodiscard]] std::pair<std::uint32_t, int> findEdge(std::uint32_t a, std::uint32_t b) const;
+  // The triangle at a whose side opposite to a the straight way to b crosses, and that side. kNoTriangle when
+  // a point is in the way; `blocking` then gets it twice.
+  [[nodiscard]] std::pair<std::uint32_t, int> findFirstCrossed(std::uint32_t a, std::uint32_t b,
+                                                               Edge& blocking) const;
   // The edges that the straight way from a to b crosses. False when something is in the way: `problem` and
   // `blocking` as constrain() gives them.
   bool findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed, Constraint& problem,

@@ -25,16 +25,13 @@ std::pair<std::uint32_t, int> Triangulation::findEdge(std::uint32_t a, std::uint
   return {kNoTriangle, -1};
 }
 
-bool Triangulation::findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed,
-                                Constraint& problem, Edge& blocking) const {
+std::pair<std::uint32_t, int> Triangulation::findFirstCrossed(std::uint32_t a, std::uint32_t b,
+                                                              Edge& blocking) const {
   const Vec2& from = points_[a];
   const Vec2& to = points_[b];
-  // The triangle at a whose opposite side the way to b crosses.
-  std::uint32_t t = triangle_of_point_[a];
-  const std::uint32_t start = t;
-  int side = -1;
+  const std::uint32_t start = triangle_of_point_[a];
   for (const bool forward : {true, false}) {
-    t = start;
+    std::uint32_t t = start;
     do {
       const Triangle& triangle = triangles_[t];
       int i = 0;
@@ -47,22 +44,26 @@ bool Triangulation::findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Ed
         const Vec2 ahead = points_[corner] - from;
         const Vec2 way = to - from;
         if (turn == 0 && ahead.u * way.u + ahead.v * way.v > 0) {
-          problem = Constraint::PassesPoint;
           blocking = {corner, corner};
-          return false;
+          return {kNoTriangle, -1};
         }
       }
-      if (turn_right < 0 && turn_left > 0) {
-        side = i;
-        break;
-      }
+      if (turn_right < 0 && turn_left > 0) return {t, i};
       t = triangle.neighbor[at(forward ? next(i) : previous(i))];
     } while (t != start && t != kNoTriangle);
-    if (side >= 0 || t == start) break;
+    if (t == start) break;
   }
-  if (side < 0) {
+  blocking = {a, a};
+  return {kNoTriangle, -1};
+}
+
+bool Triangulation::findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed,
+                                Constraint& problem, Edge& blocking) const {
+  const Vec2& from = points_[a];
+  const Vec2& to = points_[b];
+  auto [t, side] = findFirstCrossed(a, b, blocking);
+  if (t == kNoTriangle) {
     problem = Constraint::PassesPoint;
-    blocking = {a, a};
     return false;
   }
   for (std::size_t step = 0; step < triangles_.size() + 4; ++step) {

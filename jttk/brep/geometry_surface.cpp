@@ -20,6 +20,31 @@ Vec3 turned(const Frame& f, const Vec3& v, double c, double s) {
   return f.x * (x * c - y * s) + f.y * (x * s + y * c) + f.z * dot(v, f.z);
 }
 
+SurfaceDomain splineDomain(const SurfaceSpline& s) {
+  SurfaceDomain made;
+  made.u = {s.knots_u[static_cast<std::size_t>(s.degree_u)], s.knots_u[static_cast<std::size_t>(s.n_u)]};
+  made.v = {s.knots_v[static_cast<std::size_t>(s.degree_v)], s.knots_v[static_cast<std::size_t>(s.n_v)]};
+  // Closed when the two border lines are one, which is not a point.
+  const auto closes = [&](bool in_u) {
+    double gap = 0;
+    double size = 0;
+    for (int k = 0; k <= 6; ++k) {
+      const double u = made.u.low + made.u.size() * k / 6;
+      const double v = made.v.low + made.v.size() * k / 6;
+      const Vec3 a = in_u ? evaluateSpline(s, made.u.low, v).p : evaluateSpline(s, u, made.v.low).p;
+      const Vec3 b = in_u ? evaluateSpline(s, made.u.high, v).p : evaluateSpline(s, u, made.v.high).p;
+      const Vec3 m = in_u ? evaluateSpline(s, (made.u.low + made.u.high) / 2, v).p
+                          : evaluateSpline(s, u, (made.v.low + made.v.high) / 2).p;
+      gap = std::max(gap, distance(a, b));
+      size = std::max(size, distance(a, m));
+    }
+    return size > 1e-9 && gap <= 1e-8 + 1e-7 * size;
+  };
+  if (closes(true)) made.period_u = made.u.size();
+  if (closes(false)) made.period_v = made.v.size();
+  return made;
+}
+
 }  // namespace
 
 SurfacePoint Geometry::blendAt(const Surface& surface, Vec2 uv) {
@@ -163,29 +188,7 @@ SurfaceDomain Geometry::domain(const Surface& surface) {
     case SurfaceKind::BSpline: {
       const auto known = spline_domains_.find(surface.spline);
       if (known != spline_domains_.end()) return known->second;
-      const SurfaceSpline& s = spline(surface);
-      made.u = {s.knots_u[static_cast<std::size_t>(s.degree_u)], s.knots_u[static_cast<std::size_t>(s.n_u)]};
-      made.v = {s.knots_v[static_cast<std::size_t>(s.degree_v)], s.knots_v[static_cast<std::size_t>(s.n_v)]};
-      // Closed when the two border lines are one, which is not a point.
-      const auto closes = [&](bool in_u) {
-        double gap = 0;
-        double size = 0;
-        for (int k = 0; k <= 6; ++k) {
-          const double u = made.u.low + made.u.size() * k / 6;
-          const double v = made.v.low + made.v.size() * k / 6;
-          const Vec3 a = in_u ? evaluateSpline(s, made.u.low, v).p : evaluateSpline(s, u, made.v.low).p;
-          const Vec3 b = in_u ? evaluateSpline(s, made.u.high, v).p : evaluateSpline(s, u, made.v.high).p;
-          const Vec3 m = in_u ? evaluateSpline(s, (made.u.low + made.u.high) / 2, v).p
-                              : evaluateSpline(s, u, (made.v.low + made.v.high) / 2).p;
-          gap = std::max(gap, distance(a, b));
-          size = std::max(size, distance(a, m));
-        }
-        return size > 1e-9 && gap <= 1e-8 + 1e-7 * size;
-      };
-      if (closes(true)) made.period_u = made.u.size();
-      if (closes(false)) made.period_v = made.v.size();
-      spline_domains_[surface.spline] = made;
-      return made;
+      return spline_domains_[surface.spline] = splineDomain(spline(surface));
     }
     case SurfaceKind::Swept:
       made.u = range(curve(surface.curve));

@@ -98,9 +98,4 @@ std::optional<double> unitsPerMetreFromBox(const Bodies& bodies, const float box
   return best->per_metre;
 }
 
-bool canTessellate(const Bodies& bodies) {
-  return std::any_of(bodies.faces.begin(), bodies.faces.end(),
-                     [](const Face& f) { return f.problem.empty(); });
-}
-
 }  // namespace jttk::brep

@@ -75,7 +75,4 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
 // All bodies as one shape.
 ShapeGeometry mergedShape(const TessellatedBodies& tessellated);
 
-// True when the bodies have a face that is not known to be damaged.
-bool canTessellate(const Bodies& bodies);
-
 }  // namespace jttk::brep

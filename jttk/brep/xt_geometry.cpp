@@ -100,6 +100,43 @@ Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
   return curve;
 }
 
+Curve XtGeometryReader::readTrimmed(const XtNode& node, int depth) {
+  Curve made;
+  made.kind = CurveKind::Trimmed;
+  made.basis = curve(node.pointer("basis_curve"), depth + 1);
+  made.parameters[0] = node.real("parm_1");
+  made.parameters[1] = node.real("parm_2");
+  made.ends[0] = node.vector("point_1");
+  made.ends[1] = node.vector("point_2");
+  if (made.basis == kNone) {
+    made.problem = "no basis curve";
+  } else if (const Curve& basis = bodies_.curves[static_cast<std::size_t>(made.basis)];
+             basis.kind == CurveKind::Unknown || basis.kind == CurveKind::Trimmed) {
+    made.problem = basis.problem.empty() ? "a trimmed curve of a trimmed curve" : basis.problem;
+  } else if (!isSane(made.parameters[0]) || !isSane(made.parameters[1]) || !isSane(made.ends[0]) ||
+             !isSane(made.ends[1])) {
+    made.problem = "ends are not finite";
+  }
+  return made;
+}
+
+Curve XtGeometryReader::readOnSurface(const XtNode& node, int depth) {
+  Curve made;
+  made.kind = CurveKind::OnSurface;
+  made.surfaces[0] = surface(node.pointer("surface"), depth + 1);
+  made.spline = curveSpline(node.pointer("b_curve", 134).pointer("nurbs", 136), made.problem);
+  if (!made.problem.empty()) return made;
+  if (bodies_.curve_splines[static_cast<std::size_t>(made.spline)].dimension != 2) {
+    made.problem = "the parameter curve is not plane";
+  } else if (made.surfaces[0] == kNone) {
+    made.problem = "no surface";
+  } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(made.surfaces[0])];
+             on.kind == SurfaceKind::Unknown) {
+    made.problem = on.problem;
+  }
+  return made;
+}
+
 Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
   Curve curve;
   switch (node.type()) {
@@ -129,21 +166,7 @@ Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
       curve = readIntersection(node, depth);
       break;
     case 133:
-      curve.kind = CurveKind::Trimmed;
-      curve.basis = this->curve(node.pointer("basis_curve"), depth + 1);
-      curve.parameters[0] = node.real("parm_1");
-      curve.parameters[1] = node.real("parm_2");
-      curve.ends[0] = node.vector("point_1");
-      curve.ends[1] = node.vector("point_2");
-      if (curve.basis == kNone) {
-        curve.problem = "no basis curve";
-      } else if (const Curve& basis = bodies_.curves[static_cast<std::size_t>(curve.basis)];
-                 basis.kind == CurveKind::Unknown || basis.kind == CurveKind::Trimmed) {
-        curve.problem = basis.problem.empty() ? "a trimmed curve of a trimmed curve" : basis.problem;
-      } else if (!isSane(curve.parameters[0]) || !isSane(curve.parameters[1]) || !isSane(curve.ends[0]) ||
-                 !isSane(curve.ends[1])) {
-        curve.problem = "ends are not finite";
-      }
+      curve = readTrimmed(node, depth);
       break;
     case 134:
       curve.kind = CurveKind::BSpline;
@@ -154,21 +177,9 @@ Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
         curve.problem = "a curve in the plane";
       }
       break;
-    case 137: {
-      curve.kind = CurveKind::OnSurface;
-      curve.surfaces[0] = surface(node.pointer("surface"), depth + 1);
-      curve.spline = curveSpline(node.pointer("b_curve", 134).pointer("nurbs", 136), curve.problem);
-      if (!curve.problem.empty()) break;
-      if (bodies_.curve_splines[static_cast<std::size_t>(curve.spline)].dimension != 2) {
-        curve.problem = "the parameter curve is not plane";
-      } else if (curve.surfaces[0] == kNone) {
-        curve.problem = "no surface";
-      } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(curve.surfaces[0])];
-                 on.kind == SurfaceKind::Unknown) {
-        curve.problem = on.problem;
-      }
+    case 137:
+      curve = readOnSurface(node, depth);
       break;
-    }
     default:
       curve.problem = "a curve that is not known";
       break;

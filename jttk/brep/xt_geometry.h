@@ -26,6 +26,8 @@ class XtGeometryReader {
   Curve readCurve(const XtNode& node, int depth);
   Surface readSurface(const XtNode& node, int depth);
   Curve readIntersection(const XtNode& node, int depth);
+  Curve readTrimmed(const XtNode& node, int depth);
+  Curve readOnSurface(const XtNode& node, int depth);
   Surface readOffset(const XtNode& node, int depth);
   Surface readBlend(const XtNode& node, int depth);
   void limitProfile(const XtNode& node, Surface& spun);
@@ -37,7 +39,8 @@ class XtGeometryReader {
   std::map<std::uint32_t, std::int32_t> surfaces_;
 };
 
-// Lengths in metres and parameters beyond this are taken for damage.
+// Lengths in metres and parameters beyond this are taken for damage, or for not set: there, writers put
+// -3.14158e13.
 inline constexpr double kMaximumReal = 1e9;
 inline bool isSane(double value) { return std::isfinite(value) && std::abs(value) < kMaximumReal; }
 inline bool isSane(const Vec3& v) { return isSane(v.x) && isSane(v.y) && isSane(v.z); }

@@ -15,9 +15,6 @@
 
 namespace jttk::brep {
 
-// Writers put this where a real number is not set.
-constexpr double kNullReal = -3.14158e13;
-
 class XtNodes;
 
 // One node. Fields that the node's type lacks, or values past an array's end, read as 0 or null.

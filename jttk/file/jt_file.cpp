@@ -154,12 +154,14 @@ Result<std::unique_ptr<JtFile>> JtFile::open(std::string_view program_path) {
 
 Result<std::unique_ptr<JtFile>> JtFile::fromBytes(std::span<const std::byte> bytes) {
   std::unique_ptr<JtFile> file(new JtFile);
-  const auto read = file->readContents(bytes);
+  const auto contents_offset = file->readHeader(bytes);
+  if (!contents_offset) return tl::unexpected<Error>(contents_offset.error());
+  const auto read = file->readContents(*contents_offset);
   if (!read) return tl::unexpected<Error>(read.error());
   return file;
 }
 
-Result<void> JtFile::readContents(std::span<const std::byte> bytes) {
+Result<std::uint64_t> JtFile::readHeader(std::span<const std::byte> bytes) {
   bytes_ = bytes;
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
                               std::min(bytes.size(), kHeaderTextBytes));
@@ -180,12 +182,11 @@ Result<void> JtFile::readContents(std::span<const std::byte> bytes) {
                 kHeaderTextBytes);
   }
   order_ = order_byte == 0 ? ByteOrder::Little : ByteOrder::Big;
-  const bool wide_offsets = version_.major >= 10;
   ByteReader header(bytes.subspan(kHeaderTextBytes + 1), order_, kHeaderTextBytes + 1);
   // When this field is not 0, one more id follows that of the scene graph. Nothing here needs it.
   header.skip(4, "reserved field of the header");
   const std::uint64_t contents_offset =
-      wide_offsets ? header.u64("offset of the contents") : header.u32("offset of the contents");
+      hasWideOffsets() ? header.u64("offset of the contents") : header.u32("offset of the contents");
   scene_graph_id_ = header.guid("id of the scene graph");
   if (!header.ok()) return header.unexpected();
 
@@ -194,7 +195,12 @@ Result<void> JtFile::readContents(std::span<const std::byte> bytes) {
                     ", outside of the file (" + std::to_string(bytes.size()) + " bytes); is it cut off?",
                 contents_offset);
   }
-  ByteReader toc(bytes.subspan(static_cast<std::size_t>(contents_offset)), order_, contents_offset);
+  return contents_offset;
+}
+
+Result<void> JtFile::readContents(std::uint64_t offset) {
+  ByteReader toc(bytes_.subspan(static_cast<std::size_t>(offset)), order_, offset);
+  const bool wide_offsets = hasWideOffsets();
   const std::size_t entry_size = wide_offsets ? 32 : 28;
   const std::uint32_t entries = toc.count("table of contents", entry_size);
   contents_.reserve(entries);
@@ -213,7 +219,7 @@ Result<void> JtFile::readContents(std::span<const std::byte> bytes) {
     }
     ++duplicate_entries_;
     TocEntry& first = contents_[known->second];
-    if (first.offset >= bytes.size() && entry.offset < bytes.size()) first = entry;
+    if (first.offset >= bytes_.size() && entry.offset < bytes_.size()) first = entry;
   }
   if (!toc.ok()) return toc.unexpected();
   return {};

@@ -96,7 +96,10 @@ class JtFile {
 
  private:
   JtFile() = default;
-  Result<void> readContents(std::span<const std::byte> bytes);
+  // The result is the place of the table of contents, which lies in the file.
+  Result<std::uint64_t> readHeader(std::span<const std::byte> bytes);
+  Result<void> readContents(std::uint64_t offset);
+  [[nodiscard]] bool hasWideOffsets() const noexcept { return version_.major >= 10; }
   [[nodiscard]] SegmentType storedType(const TocEntry& entry) const;
   [[nodiscard]] Result<std::span<const std::byte>> segmentBytes(const TocEntry& entry) const;
 

@@ -104,8 +104,6 @@ class EarCutter {
     return true;
   }
 
-  [[nodiscard]] std::uint64_t testsLeft() const { return tests_; }
-
  private:
   [[nodiscard]] bool hasInwardCorner(const Vector& normal) const {
     const std::size_t count = places_.size();

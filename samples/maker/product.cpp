@@ -1,12 +1,6 @@
 #include "samples/maker/product.h"
 
-#include <algorithm>
-
 namespace loftbay::maker {
-
-std::size_t Shape::recordCount() const {
-  return std::max({normals.size(), colors.size(), texture_coordinates.size(), vertex_flags.size()});
-}
 
 void Shape::addQuad(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
   for (const auto& triangle : {std::array{a, b, c}, std::array{a, c, d}}) {

@@ -83,7 +83,6 @@ struct Shape {
 
   [[nodiscard]] std::size_t primitiveCount() const { return primitive_starts.size() - 1; }
   [[nodiscard]] bool hasRecords() const { return !corner_records.empty(); }
-  [[nodiscard]] std::size_t recordCount() const;
   // Two triangles, a b c and a c d, by positions.
   void addQuad(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d);
 };

@@ -55,7 +55,6 @@ Solid& Solid::move(double x, double y, double z) {
 }
 Solid& Solid::turnX(double angle_deg) { return turn(*this, 1, 2, angle_deg); }
 Solid& Solid::turnY(double angle_deg) { return turn(*this, 2, 0, angle_deg); }
-Solid& Solid::turnZ(double angle_deg) { return turn(*this, 0, 1, angle_deg); }
 
 Solid& Solid::add(const Solid& other) {
   const std::uint32_t base = index(positions.size());
@@ -271,10 +270,6 @@ Matrix translation(double x, double y, double z) {
 Matrix rotationZ(double angle_deg) {
   const Point2 d = direction(angle_deg);
   return {d.x, d.y, 0, 0, -d.y, d.x, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-}
-Matrix rotationX(double angle_deg) {
-  const Point2 d = direction(angle_deg);
-  return {1, 0, 0, 0, 0, d.x, d.y, 0, 0, -d.y, d.x, 0, 0, 0, 0, 1};
 }
 Matrix rotationY(double angle_deg) {
   const Point2 d = direction(angle_deg);

@@ -26,7 +26,6 @@ struct Solid {
   Solid& move(double x, double y, double z);
   Solid& turnX(double angle_deg);
   Solid& turnY(double angle_deg);
-  Solid& turnZ(double angle_deg);
   // Adds another body; bodies may touch or overlap, they stay separate.
   Solid& add(const Solid& other);
 };
@@ -62,7 +61,6 @@ Shape toShape(const Solid& solid, double crease_deg = 35);
 // Rotation about z, then a move.
 Matrix placed(double x, double y, double z, double turn_z_deg = 0);
 Matrix multiplied(const Matrix& first, const Matrix& second);
-Matrix rotationX(double angle_deg);
 Matrix rotationY(double angle_deg);
 Matrix rotationZ(double angle_deg);
 Matrix translation(double x, double y, double z);
