@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numbers>
 
+#include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
 
 namespace jttk::brep {
@@ -40,8 +41,8 @@ CurvePoint Geometry::at(const Curve& curve, double t) {
       return {f.origin + f.z * t, f.z};
     case CurveKind::Circle:
     case CurveKind::Ellipse: {
-      const double c = std::cos(t);
-      const double s = std::sin(t);
+      const double c = portable::cos(t);
+      const double s = portable::sin(t);
       return {f.origin + f.x * (curve.radius * c) + f.y * (curve.radius_2 * s),
               f.x * (-curve.radius * s) + f.y * (curve.radius_2 * c)};
     }
@@ -219,7 +220,7 @@ double Geometry::minimize(const Curve& curve, double guess, double accept,
 double Geometry::nearest(const Curve& curve, const Vec3& p, double guess, double accept) {
   const Frame& f = curve.frame;
   if (curve.kind == CurveKind::Line) return dot(p - f.origin, f.z);
-  if (curve.kind == CurveKind::Circle) return std::atan2(dot(p - f.origin, f.y), dot(p - f.origin, f.x));
+  if (curve.kind == CurveKind::Circle) return portable::atan2(dot(p - f.origin, f.y), dot(p - f.origin, f.x));
   if (curve.kind == CurveKind::Trimmed) return nearest(this->curve(curve.basis), p, guess, accept);
   return minimize(curve, guess, accept, [&](double t) {
     CurvePoint r = at(curve, t);

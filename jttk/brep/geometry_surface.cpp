@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numbers>
 
+#include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
 
 namespace jttk::brep {
@@ -10,8 +11,10 @@ namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
 
-Vec3 around(const Frame& f, double angle) { return f.x * std::cos(angle) + f.y * std::sin(angle); }
-Vec3 aroundTangent(const Frame& f, double angle) { return f.y * std::cos(angle) - f.x * std::sin(angle); }
+Vec3 around(const Frame& f, double angle) { return f.x * portable::cos(angle) + f.y * portable::sin(angle); }
+Vec3 aroundTangent(const Frame& f, double angle) {
+  return f.y * portable::cos(angle) - f.x * portable::sin(angle);
+}
 
 // Turned by `angle` about the frame's z through its origin.
 Vec3 turned(const Frame& f, const Vec3& v, double c, double s) {
@@ -66,8 +69,8 @@ SurfacePoint Geometry::blendAt(const Surface& surface, Vec2 uv) {
     x = spine.frame.z;
   }
   const Vec3 y = cross(along, x);
-  const double cv = std::cos(uv.v);
-  const double sv = std::sin(uv.v);
+  const double cv = portable::cos(uv.v);
+  const double sv = portable::sin(uv.v);
   SurfacePoint point;
   const Vec3 out = x * cv + y * sv;
   point.p = c.p + out * surface.radius;
@@ -124,15 +127,15 @@ SurfacePoint Geometry::at(const Surface& surface, Vec2 uv) {
     case SurfaceKind::Sphere: {
       const double r = surface.radius;
       const Vec3 out = around(f, u);
-      const double c = std::cos(v);
-      const double s = std::sin(v);
+      const double c = portable::cos(v);
+      const double s = portable::sin(v);
       return {f.origin + out * (r * c) + f.z * (r * s), aroundTangent(f, u) * (r * c),
               (f.z * c - out * s) * r};
     }
     case SurfaceKind::Torus: {
       const Vec3 out = around(f, u);
-      const double c = std::cos(v);
-      const double s = std::sin(v);
+      const double c = portable::cos(v);
+      const double s = portable::sin(v);
       const double r = surface.radius + surface.radius_2 * c;
       return {f.origin + out * r + f.z * (surface.radius_2 * s), aroundTangent(f, u) * r,
               (f.z * c - out * s) * surface.radius_2};
@@ -150,8 +153,8 @@ SurfacePoint Geometry::at(const Surface& surface, Vec2 uv) {
     }
     case SurfaceKind::Spun: {
       const CurvePoint c = at(curve(surface.curve), u);
-      const double cv = std::cos(v);
-      const double sv = std::sin(v);
+      const double cv = portable::cos(v);
+      const double sv = portable::sin(v);
       const Vec3 arm = turned(f, c.p - f.origin, cv, sv);
       return {f.origin + arm, turned(f, c.d, cv, sv), cross(f.z, arm)};
     }
@@ -181,7 +184,7 @@ SurfaceDomain Geometry::domain(const Surface& surface) {
       if (surface.radius > surface.radius_2) {
         made.period_v = kTurn;
       } else {
-        const double end = std::acos(std::clamp(-surface.radius / surface.radius_2, -1.0, 1.0));
+        const double end = portable::acos(std::clamp(-surface.radius / surface.radius_2, -1.0, 1.0));
         made.v = {-end, end};
       }
       break;

@@ -2,6 +2,7 @@
 // points follows the curve, which is found by moving points onto both surfaces.
 #include <algorithm>
 
+#include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
 
 namespace jttk::brep {
@@ -139,11 +140,11 @@ FineCurve Geometry::makeFine(const Curve& curve) {
     // The frame comes back turned; the turn is spread over the curve.
     const Vec3 along = normalized(made.d[0]);
     const Vec3 last = made.across[n - 1];
-    const double turn = std::atan2(dot(cross(last, made.across[0]), along), dot(last, made.across[0]));
+    const double turn = portable::atan2(dot(cross(last, made.across[0]), along), dot(last, made.across[0]));
     for (std::size_t i = 0; i < n; ++i) {
       const double a = turn * made.t[i] / made.t[n - 1];
       const Vec3 axis = normalized(made.d[i]);
-      made.across[i] = made.across[i] * std::cos(a) + cross(axis, made.across[i]) * std::sin(a);
+      made.across[i] = made.across[i] * portable::cos(a) + cross(axis, made.across[i]) * portable::sin(a);
     }
   }
   return made;

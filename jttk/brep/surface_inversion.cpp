@@ -4,6 +4,7 @@
 #include <numbers>
 #include <numeric>
 
+#include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
 
 namespace jttk::brep {
@@ -14,7 +15,7 @@ constexpr std::size_t kMaximumGridPoints = 40000;
 constexpr int kMaximumSteps = 40;
 constexpr std::size_t kManyStarts = 24;
 
-double angleOf(const Frame& f, const Vec3& to) { return std::atan2(dot(to, f.y), dot(to, f.x)); }
+double angleOf(const Frame& f, const Vec3& to) { return portable::atan2(dot(to, f.y), dot(to, f.x)); }
 
 std::vector<double> gridPlaces(const std::vector<double>& knots, int degree, int point_count) {
   std::vector<double> distinct(knots.begin() + degree, knots.begin() + point_count + 1);
@@ -255,7 +256,7 @@ double Geometry::invertBlend(const Surface& surface, const Vec3& p, const Vec2* 
   const SurfacePoint quarter = at(surface, {u, kTurn / 4});
   const Vec3 centre = zero.p + quarter.dv;  // which is -x * radius
   const Vec3 to = p - centre;
-  uv = {u, std::atan2(dot(to, zero.dv), -dot(to, quarter.dv))};
+  uv = {u, portable::atan2(dot(to, zero.dv), -dot(to, quarter.dv))};
   return distance(p, at(surface, uv).p);
 }
 
@@ -270,23 +271,23 @@ double Geometry::invert(const Surface& surface, const Vec3& p, const Vec2* guess
       return std::abs(h);
     case SurfaceKind::Cylinder:
       uv = {angleOf(f, to), h};
-      return std::abs(std::hypot(dot(to, f.x), dot(to, f.y)) - surface.radius);
+      return std::abs(portable::hypot(dot(to, f.x), dot(to, f.y)) - surface.radius);
     case SurfaceKind::Cone: {
-      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
+      const double rho = portable::hypot(dot(to, f.x), dot(to, f.y));
       const double c = std::abs(surface.cos_half_angle);
       const double s = surface.cos_half_angle > 0 ? surface.sin_half_angle : -surface.sin_half_angle;
       uv = {angleOf(f, to), ((rho - surface.radius) * s + h * c) * c};
       return std::abs((rho - surface.radius) * c - h * s);
     }
     case SurfaceKind::Sphere: {
-      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
-      uv = {angleOf(f, to), std::atan2(h, rho)};
-      return std::abs(std::hypot(rho, h) - surface.radius);
+      const double rho = portable::hypot(dot(to, f.x), dot(to, f.y));
+      uv = {angleOf(f, to), portable::atan2(h, rho)};
+      return std::abs(portable::hypot(rho, h) - surface.radius);
     }
     case SurfaceKind::Torus: {
-      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
-      uv = {angleOf(f, to), std::atan2(h, rho - surface.radius)};
-      return std::abs(std::hypot(rho - surface.radius, h) - surface.radius_2);
+      const double rho = portable::hypot(dot(to, f.x), dot(to, f.y));
+      uv = {angleOf(f, to), portable::atan2(h, rho - surface.radius)};
+      return std::abs(portable::hypot(rho - surface.radius, h) - surface.radius_2);
     }
     case SurfaceKind::BSpline:
     case SurfaceKind::Offset:
