@@ -7,8 +7,7 @@
 namespace Orb::Zix {
 namespace {
 
-using loftbay::testing_support::closeMessage;
-using loftbay::testing_support::fillSampleScene;
+using loftbay::testing_support::OpenScene;
 using loftbay::testing_support::ScratchFolder;
 using loftbay::testing_support::Way;
 using loftbay::testing_support::WayHook;
@@ -20,9 +19,7 @@ using ::testing::IsEmpty;
 TEST(Interrupt, RemovesTheTemporaryThatIsBeingWritten) {
   const ScratchFolder folder;
   const WayHook hook(Way::Named);
-  Scene_V1 scene("Model");
-  scene.saveTo(folder.programPath("scene.zix").c_str(), " ", true, true);
-  fillSampleScene(scene);
+  OpenScene scene(folder.programPath("scene.zix"));
   EXPECT_EQ(folder.names().size(), 1U);
   removeInterruptedWrites();
 #ifdef _WIN32
@@ -49,10 +46,8 @@ TEST(Interrupt, LeavesTheOldFileWhenItComesBeforeTheRename) {
     const ScratchFolder folder;
     folder.write("scene.zix", "old");
     const InterruptAt interrupt(FileOperation::Rename, way);
-    Scene_V1 scene("Model");
-    const std::string path = folder.programPath("scene.zix");
-    scene.saveTo(path.c_str(), " ", true, true);
-    EXPECT_THAT(closeMessage(scene, path), HasSubstr("rename failed: "));
+    OpenScene scene(folder.programPath("scene.zix"));
+    EXPECT_THAT(scene.close(), HasSubstr("rename failed: "));
     EXPECT_THAT(folder.names(), ElementsAre("scene.zix"));
     EXPECT_EQ(folder.read("scene.zix"), "old");
   }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/zix/sample_scenes.h"
@@ -59,5 +60,20 @@ inline std::string closeMessage(Orb::Zix::Scene_V1& scene, const std::string& pa
   }
   return "";
 }
+
+// The sample scene, bound to a file that is not complete yet.
+class OpenScene {
+ public:
+  explicit OpenScene(std::string program_path) : path_(std::move(program_path)) {
+    scene_.saveTo(path_.c_str(), " ", true, true);
+    fillSampleScene(scene_);
+  }
+  // What closeFile throws; empty when it succeeds.
+  std::string close() { return closeMessage(scene_, path_); }
+
+ private:
+  std::string path_;
+  Orb::Zix::Scene_V1 scene_{"Model"};
+};
 
 }  // namespace loftbay::testing_support

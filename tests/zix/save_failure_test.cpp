@@ -17,6 +17,7 @@ namespace {
 using loftbay::testing_support::closeMessage;
 using loftbay::testing_support::fillSampleScene;
 using loftbay::testing_support::hasUnnamedFiles;
+using loftbay::testing_support::OpenScene;
 using loftbay::testing_support::ScratchFolder;
 using loftbay::testing_support::Way;
 using loftbay::testing_support::WayHook;
@@ -26,38 +27,29 @@ using ::testing::IsEmpty;
 
 TEST(SaveFailure, MissingFolderIsThrownByCloseFile) {
   const ScratchFolder folder;
-  Scene_V1 scene("Model");
-  const std::string path = folder.programPath("missing/scene.zix");
-  scene.saveTo(path.c_str(), " ", true, true);
-  fillSampleScene(scene);
+  OpenScene scene(folder.programPath("missing/scene.zix"));
 #ifdef _WIN32
   const std::string expected = folder.hostPath("missing\\scene.zix") + ": create failed: ";
 #else
   const std::string expected =
       folder.hostPath("missing/scene.zix") + ": create failed: No such file or directory";
 #endif
-  EXPECT_THAT(closeMessage(scene, path), testing::StartsWith(expected));
+  EXPECT_THAT(scene.close(), testing::StartsWith(expected));
 }
 
 TEST(SaveFailure, DirectoryIsNoOutput) {
   const ScratchFolder folder;
   std::filesystem::create_directory(folder.path() / "scene.zix");
-  Scene_V1 scene("Model");
-  const std::string path = folder.programPath("scene.zix");
-  scene.saveTo(path.c_str(), " ", true, true);
-  fillSampleScene(scene);
-  EXPECT_THAT(closeMessage(scene, path), HasSubstr("it is a directory"));
+  OpenScene scene(folder.programPath("scene.zix"));
+  EXPECT_THAT(scene.close(), HasSubstr("it is a directory"));
   EXPECT_THAT(folder.names(), ElementsAre("scene.zix"));
 }
 
 TEST(SaveFailure, PathThatBecomesADirectoryMeanwhile) {
   const ScratchFolder folder;
-  Scene_V1 scene("Model");
-  const std::string path = folder.programPath("scene.zix");
-  scene.saveTo(path.c_str(), " ", true, true);
-  fillSampleScene(scene);
+  OpenScene scene(folder.programPath("scene.zix"));
   std::filesystem::create_directory(folder.path() / "scene.zix");
-  EXPECT_THAT(closeMessage(scene, path), HasSubstr("rename failed"));
+  EXPECT_THAT(scene.close(), HasSubstr("rename failed"));
   EXPECT_THAT(folder.names(), ElementsAre("scene.zix"));
 }
 
@@ -66,19 +58,14 @@ TEST(SaveFailure, PathThatBecomesADirectoryMeanwhile) {
 TEST(SaveFailure, FolderThatGoesAwayMeanwhile) {
   const ScratchFolder folder;
   std::filesystem::create_directory(folder.path() / "inner");
-  Scene_V1 scene("Model");
-  const std::string path = folder.programPath("inner/scene.zix");
-  scene.saveTo(path.c_str(), " ", true, true);
-  fillSampleScene(scene);
+  OpenScene scene(folder.programPath("inner/scene.zix"));
   std::filesystem::remove_all(folder.path() / "inner");
-  EXPECT_THAT(closeMessage(scene, path), HasSubstr("rename failed: No such file or directory"));
+  EXPECT_THAT(scene.close(), HasSubstr("rename failed: No such file or directory"));
 }
 
 TEST(SaveFailure, DeviceIsNotReplaced) {
-  Scene_V1 scene("Model");
-  scene.saveTo("\\dev\\null", " ", true, true);
-  fillSampleScene(scene);
-  EXPECT_EQ(closeMessage(scene, "\\dev\\null"), "/dev/null: create failed: it is no regular file");
+  OpenScene scene("\\dev\\null");
+  EXPECT_EQ(scene.close(), "/dev/null: create failed: it is no regular file");
 }
 
 // Permissions do not bind root: for as long as this lives, the process is another user.
@@ -115,10 +102,8 @@ TEST(SaveFailure, FolderWithoutWritePermission) {
   chmod(folder.path().c_str(), 0555);
   for (const Way way : {Way::Unnamed, Way::Named}) {
     const WayHook hook(way);
-    Scene_V1 scene("Model");
-    const std::string path = folder.programPath("scene.zix");
-    scene.saveTo(path.c_str(), " ", true, true);
-    EXPECT_EQ(closeMessage(scene, path), folder.hostPath("scene.zix") + ": create failed: Permission denied");
+    OpenScene scene(folder.programPath("scene.zix"));
+    EXPECT_EQ(scene.close(), folder.hostPath("scene.zix") + ": create failed: Permission denied");
   }
 }
 
@@ -131,12 +116,9 @@ TEST(SaveFailure, FolderThatIsClosedMeanwhileHoldsTheOldFileAndNothingElse) {
   for (const bool with_old : {false, true}) {
     chmod(folder.path().c_str(), 0755);
     if (with_old) folder.write("scene.zix", "old");
-    Scene_V1 scene("Model");
-    const std::string path = folder.programPath("scene.zix");
-    scene.saveTo(path.c_str(), " ", true, true);
-    fillSampleScene(scene);
+    OpenScene scene(folder.programPath("scene.zix"));
     chmod(folder.path().c_str(), 0555);
-    EXPECT_EQ(closeMessage(scene, path), folder.hostPath("scene.zix") + ": rename failed: Permission denied");
+    EXPECT_EQ(scene.close(), folder.hostPath("scene.zix") + ": rename failed: Permission denied");
     EXPECT_THAT(folder.names(), with_old
                                     ? testing::Matcher<std::vector<std::string>>(ElementsAre("scene.zix"))
                                     : testing::Matcher<std::vector<std::string>>(IsEmpty()));
@@ -153,11 +135,9 @@ TEST(SaveFailure, RelativePathStaysWhereItWasWhenTheDirectoryChanges) {
   const ScratchFolder elsewhere;
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(folder.path());
-  Scene_V1 scene("Model");
-  scene.saveTo("scene.zix", " ", true, true);
-  fillSampleScene(scene);
+  OpenScene scene("scene.zix");
   std::filesystem::current_path(elsewhere.path());
-  const std::string message = closeMessage(scene, "scene.zix");
+  const std::string message = scene.close();
   std::filesystem::current_path(before);
   EXPECT_EQ(message, "");
   EXPECT_THAT(folder.names(), ElementsAre("scene.zix"));
@@ -167,9 +147,8 @@ TEST(SaveFailure, RelativePathStaysWhereItWasWhenTheDirectoryChanges) {
 TEST(SaveFailure, NameAsLongAsTheFileSystemAllows) {
   const ScratchFolder folder;
   const std::string name = std::string(246, 'x') + "\xC3\xA4.zix";
-  Scene_V1 scene("Model");
-  scene.saveTo(folder.programPath(name).c_str(), " ", true, true);
-  EXPECT_EQ(closeMessage(scene, folder.programPath(name)), "");
+  OpenScene scene(folder.programPath(name));
+  EXPECT_EQ(scene.close(), "");
   EXPECT_THAT(folder.names(), ElementsAre(name));
 }
 
