@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "host/portable_math.h"
+
 namespace loftbay::convert {
 
 namespace {
@@ -87,7 +89,7 @@ AxisAngle axisAngle(const Matrix3& rotation) {
   if (!(n > 0.0F)) return {{1.0F, 0.0F, 0.0F}, 0.0F};
   const float factor = reciprocalRoot(n);
   // The single-precision arc cosine of C libraries differs in the last bit; the narrowed double does not.
-  const auto half_angle = static_cast<float>(std::acos(static_cast<double>(w)));
+  const auto half_angle = static_cast<float>(portable::acos(static_cast<double>(w)));
   return {{v[0] * factor, v[1] * factor, v[2] * factor}, 2.0F * half_angle};
 }
 

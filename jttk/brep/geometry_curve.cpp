@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numbers>
 
+#include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
 
 namespace jttk::brep {
@@ -53,8 +54,8 @@ CurvePoint Geometry::at(const Curve& curve, double t) {
       return {f.origin + f.z * t, f.z};
     case CurveKind::Circle:
     case CurveKind::Ellipse: {
-      const double c = std::cos(t);
-      const double s = std::sin(t);
+      const double c = portable::cos(t);
+      const double s = portable::sin(t);
       return {f.origin + f.x * (curve.radius * c) + f.y * (curve.radius_2 * s),
               f.x * (-curve.radius * s) + f.y * (curve.radius_2 * c)};
     }
@@ -232,7 +233,8 @@ double Geometry::minimize(const Curve& curve, double guess, double accept,
 double Geometry::nearest(const Curve& curve, const Vec3& p, double guess, double accept) {
   const Frame& f = curve.frame;
   if (curve.kind == CurveKind::Line) return dot(p - f.origin, f.z);
-  if (curve.kind == CurveKind::Circle) return std::atan2(dot(p - f.origin, f.y), dot(p - f.origin, f.x));
+  if (curve.kind == CurveKind::Circle)
+    return portable::atan2(dot(p - f.origin, f.y), dot(p - f.origin, f.x));
   if (curve.kind == CurveKind::Trimmed) return nearest(this->curve(curve.basis), p, guess, accept);
   return minimize(curve, guess, accept, [&](double t) {
     CurvePoint r = at(curve, t);
@@ -358,11 +360,13 @@ FineCurve Geometry::makeFine(const Curve& curve) {
     // The frame comes back turned; the turn is spread over the curve.
     const Vec3 along = normalized(made.d[0]);
     const Vec3 last = made.across[n - 1];
-    const double turn = std::atan2(dot(cross(last, made.across[0]), along), dot(last, made.across[0]));
+    const double turn =
+        portable::atan2(dot(cross(last, made.across[0]), along), dot(last, made.across[0]));
     for (std::size_t i = 0; i < n; ++i) {
       const double a = turn * made.t[i] / made.t[n - 1];
       const Vec3 axis = normalized(made.d[i]);
-      made.across[i] = made.across[i] * std::cos(a) + cross(axis, made.across[i]) * std::sin(a);
+      made.across[i] = made.across[i] * portable::cos(a) +
+                       cross(axis, made.across[i]) * portable::sin(a);
     }
   }
   return made;

@@ -4,6 +4,7 @@
 #include <numbers>
 #include <numeric>
 
+#include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
 
 namespace jttk::brep {
@@ -14,8 +15,12 @@ constexpr std::size_t kMaximumGridPoints = 40000;
 constexpr int kMaximumSteps = 40;
 constexpr std::size_t kManyStarts = 24;
 
-Vec3 around(const Frame& f, double angle) { return f.x * std::cos(angle) + f.y * std::sin(angle); }
-Vec3 aroundTangent(const Frame& f, double angle) { return f.y * std::cos(angle) - f.x * std::sin(angle); }
+Vec3 around(const Frame& f, double angle) {
+  return f.x * portable::cos(angle) + f.y * portable::sin(angle);
+}
+Vec3 aroundTangent(const Frame& f, double angle) {
+  return f.y * portable::cos(angle) - f.x * portable::sin(angle);
+}
 
 // Turned by `angle` about the frame's z through its origin.
 Vec3 turned(const Frame& f, const Vec3& v, double c, double s) {
@@ -24,7 +29,9 @@ Vec3 turned(const Frame& f, const Vec3& v, double c, double s) {
   return f.x * (x * c - y * s) + f.y * (x * s + y * c) + f.z * dot(v, f.z);
 }
 
-double angleOf(const Frame& f, const Vec3& to) { return std::atan2(dot(to, f.y), dot(to, f.x)); }
+double angleOf(const Frame& f, const Vec3& to) {
+  return portable::atan2(dot(to, f.y), dot(to, f.x));
+}
 
 std::vector<double> gridPlaces(const std::vector<double>& knots, int degree, int point_count) {
   std::vector<double> distinct(knots.begin() + degree, knots.begin() + point_count + 1);
@@ -75,8 +82,8 @@ SurfacePoint Geometry::blendAt(const Surface& surface, Vec2 uv) {
     x = spine.frame.z;
   }
   const Vec3 y = cross(along, x);
-  const double cv = std::cos(uv.v);
-  const double sv = std::sin(uv.v);
+  const double cv = portable::cos(uv.v);
+  const double sv = portable::sin(uv.v);
   SurfacePoint point;
   const Vec3 out = x * cv + y * sv;
   point.p = c.p + out * surface.radius;
@@ -133,15 +140,15 @@ SurfacePoint Geometry::at(const Surface& surface, Vec2 uv) {
     case SurfaceKind::Sphere: {
       const double r = surface.radius;
       const Vec3 out = around(f, u);
-      const double c = std::cos(v);
-      const double s = std::sin(v);
+      const double c = portable::cos(v);
+      const double s = portable::sin(v);
       return {f.origin + out * (r * c) + f.z * (r * s), aroundTangent(f, u) * (r * c),
               (f.z * c - out * s) * r};
     }
     case SurfaceKind::Torus: {
       const Vec3 out = around(f, u);
-      const double c = std::cos(v);
-      const double s = std::sin(v);
+      const double c = portable::cos(v);
+      const double s = portable::sin(v);
       const double r = surface.radius + surface.radius_2 * c;
       return {f.origin + out * r + f.z * (surface.radius_2 * s), aroundTangent(f, u) * r,
               (f.z * c - out * s) * surface.radius_2};
@@ -159,8 +166,8 @@ SurfacePoint Geometry::at(const Surface& surface, Vec2 uv) {
     }
     case SurfaceKind::Spun: {
       const CurvePoint c = at(curve(surface.curve), u);
-      const double cv = std::cos(v);
-      const double sv = std::sin(v);
+      const double cv = portable::cos(v);
+      const double sv = portable::sin(v);
       const Vec3 arm = turned(f, c.p - f.origin, cv, sv);
       return {f.origin + arm, turned(f, c.d, cv, sv), cross(f.z, arm)};
     }
@@ -190,7 +197,7 @@ SurfaceDomain Geometry::domain(const Surface& surface) {
       if (surface.radius > surface.radius_2) {
         made.period_v = kTurn;
       } else {
-        const double end = std::acos(std::clamp(-surface.radius / surface.radius_2, -1.0, 1.0));
+        const double end = portable::acos(std::clamp(-surface.radius / surface.radius_2, -1.0, 1.0));
         made.v = {-end, end};
       }
       break;
@@ -454,7 +461,7 @@ double Geometry::invertBlend(const Surface& surface, const Vec3& p, const Vec2* 
   const SurfacePoint quarter = at(surface, {u, kTurn / 4});
   const Vec3 centre = zero.p + quarter.dv;  // which is -x * radius
   const Vec3 to = p - centre;
-  uv = {u, std::atan2(dot(to, zero.dv), -dot(to, quarter.dv))};
+  uv = {u, portable::atan2(dot(to, zero.dv), -dot(to, quarter.dv))};
   return distance(p, at(surface, uv).p);
 }
 
@@ -469,23 +476,23 @@ double Geometry::invert(const Surface& surface, const Vec3& p, const Vec2* guess
       return std::abs(h);
     case SurfaceKind::Cylinder:
       uv = {angleOf(f, to), h};
-      return std::abs(std::hypot(dot(to, f.x), dot(to, f.y)) - surface.radius);
+      return std::abs(portable::hypot(dot(to, f.x), dot(to, f.y)) - surface.radius);
     case SurfaceKind::Cone: {
-      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
+      const double rho = portable::hypot(dot(to, f.x), dot(to, f.y));
       const double c = std::abs(surface.cos_half_angle);
       const double s = surface.cos_half_angle > 0 ? surface.sin_half_angle : -surface.sin_half_angle;
       uv = {angleOf(f, to), ((rho - surface.radius) * s + h * c) * c};
       return std::abs((rho - surface.radius) * c - h * s);
     }
     case SurfaceKind::Sphere: {
-      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
-      uv = {angleOf(f, to), std::atan2(h, rho)};
-      return std::abs(std::hypot(rho, h) - surface.radius);
+      const double rho = portable::hypot(dot(to, f.x), dot(to, f.y));
+      uv = {angleOf(f, to), portable::atan2(h, rho)};
+      return std::abs(portable::hypot(rho, h) - surface.radius);
     }
     case SurfaceKind::Torus: {
-      const double rho = std::hypot(dot(to, f.x), dot(to, f.y));
-      uv = {angleOf(f, to), std::atan2(h, rho - surface.radius)};
-      return std::abs(std::hypot(rho - surface.radius, h) - surface.radius_2);
+      const double rho = portable::hypot(dot(to, f.x), dot(to, f.y));
+      uv = {angleOf(f, to), portable::atan2(h, rho - surface.radius)};
+      return std::abs(portable::hypot(rho - surface.radius, h) - surface.radius_2);
     }
     case SurfaceKind::BSpline:
     case SurfaceKind::Offset:

@@ -22,9 +22,19 @@ Pair sum(double a, double b) {
   return {high, (a - (high - b_part)) + (b - b_part)};
 }
 
+// Half of a double's bits, and the rest: the product of two halves is exact.
+Pair split(double a) {
+  const double shifted = a * (0x1p27 + 1);
+  const double high = shifted - (shifted - a);
+  return {high, a - high};
+}
+
+// Without std::fma: not every C library's rounds once.
 Pair product(double a, double b) {
   const double high = a * b;
-  return {high, std::fma(a, b, -high)};
+  const Pair x = split(a);
+  const Pair y = split(b);
+  return {high, x.low * y.low - (((high - x.high * y.high) - x.low * y.high) - x.high * y.low)};
 }
 
 // From the least to the most significant part; at most `Size` parts. Zeros are dropped.

@@ -3,7 +3,11 @@
 
 #include <cmath>
 
+#include "host/portable_math.h"
+
 namespace jttk::brep {
+
+namespace portable = loftbay::portable;
 
 struct Vec2 {
   double u = 0;
@@ -46,7 +50,7 @@ inline Vec3 anyAcross(const Vec3& a) {
 }
 // Angle between two directions, 0 to pi.
 inline double angleBetween(const Vec3& a, const Vec3& b) {
-  return std::atan2(length(cross(a, b)), dot(a, b));
+  return portable::atan2(length(cross(a, b)), dot(a, b));
 }
 
 }  // namespace jttk::brep

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "host/portable_math.h"
+
 namespace jttk {
 
 // Codes of angles are at most this long: the packed code of JT 10 has 6 bits besides two angles in 32.
@@ -23,11 +25,11 @@ class NormalDecoder {
     psi_.resize(std::size_t{limit_} + 1);
     const double steps = limit_;
     for (std::uint32_t code = 0; code <= limit_; ++code) {
-      const double tangent = std::tan(kGreatestPsi * (steps - code) / steps);
-      const double theta = std::asin(std::min(1.0, tangent));
+      const double tangent = loftbay::portable::tan(kGreatestPsi * (steps - code) / steps);
+      const double theta = loftbay::portable::asin(std::min(1.0, tangent));
       const double psi = kGreatestPsi * code / steps;
-      theta_[code] = {std::sin(theta), std::cos(theta)};
-      psi_[code] = {std::sin(psi), std::cos(psi)};
+      theta_[code] = {loftbay::portable::sin(theta), loftbay::portable::cos(theta)};
+      psi_[code] = {loftbay::portable::sin(psi), loftbay::portable::cos(psi)};
     }
   }
 

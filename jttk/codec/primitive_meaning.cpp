@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/portable_math.h"
 #include "jttk/codec/primitive_solid.h"
 
 namespace jttk {
@@ -153,8 +154,9 @@ struct Survey {
 void addTriangle(const Vector& a, const Vector& b, const Vector& c, Survey& survey) {
   const Vector u = {b[0] - a[0], b[1] - a[1], b[2] - a[2]};
   const Vector v = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
-  survey.area +=
-      std::hypot(u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]) / 2;
+  survey.area += loftbay::portable::hypot(u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
+                                          u[0] * v[1] - u[1] * v[0]) /
+                 2;
   // The tetrahedron to the origin.
   const double volume = (a[0] * (b[1] * c[2] - b[2] * c[1]) - a[1] * (b[0] * c[2] - b[2] * c[0]) +
                          a[2] * (b[0] * c[1] - b[1] * c[0])) /

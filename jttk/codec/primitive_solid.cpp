@@ -4,6 +4,8 @@
 #include <initializer_list>
 #include <numbers>
 
+#include "host/portable_math.h"
+
 namespace jttk {
 
 namespace {
@@ -34,7 +36,7 @@ class MeshWriter {
   std::uint32_t record(const Vector& normal) {
     const auto number = static_cast<std::uint32_t>(mesh_.normals.size() / 3);
     const Vector n = turned(normal);
-    const double length = std::hypot(n[0], n[1], n[2]);
+    const double length = loftbay::portable::hypot(n[0], n[1], n[2]);
     for (const double c : n) mesh_.normals.push_back(static_cast<float>(length > 0 ? c / length : 0));
     if (with_color_) {
       mesh_.colors.insert(mesh_.colors.end(), {solid_.color[0], solid_.color[1], solid_.color[2], 1.0F});
@@ -78,7 +80,7 @@ std::vector<std::array<double, 2>> circle(std::size_t sides) {
   std::vector<std::array<double, 2>> points(sides);
   for (std::size_t i = 0; i < sides; ++i) {
     const double angle = 2 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(sides);
-    points[i] = {std::cos(angle), std::sin(angle)};
+    points[i] = {loftbay::portable::cos(angle), loftbay::portable::sin(angle)};
   }
   points[sides / 4] = {0, 1};
   points[sides / 2] = {-1, 0};
@@ -186,8 +188,8 @@ void writeEllipsoid(const Solid& s, std::size_t sides, MeshWriter& out) {
   for (std::size_t ring = 1; ring <= rings; ++ring) {
     // Half a circle from pole to pole, in steps as long as those around.
     const double angle = std::numbers::pi * static_cast<double>(ring) / static_cast<double>(rings + 1);
-    const double level = 2 * ring == rings + 1 ? 0 : -std::cos(angle);
-    const double wide = 2 * ring == rings + 1 ? 1 : std::sin(angle);
+    const double level = 2 * ring == rings + 1 ? 0 : -loftbay::portable::cos(angle);
+    const double wide = 2 * ring == rings + 1 ? 1 : loftbay::portable::sin(angle);
     for (const auto& [cosine, sine] : around) add(wide * cosine, wide * sine, level);
   }
   add(0, 0, 1);

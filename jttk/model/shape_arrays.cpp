@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "host/portable_math.h"
 #include "jttk/model/concave.h"
 #include "jttk/model/strips.h"
 
@@ -178,7 +179,7 @@ ShapeArrays transformed(const ShapeArrays& arrays, const Matrix& m) {
     const double z = normals[i + 2];
     double turned[3];
     for (std::size_t k = 0; k < 3; ++k) turned[k] = sign * (x * c[k] + y * c[3 + k] + z * c[6 + k]);
-    const double length = std::hypot(turned[0], turned[1], turned[2]);
+    const double length = loftbay::portable::hypot(turned[0], turned[1], turned[2]);
     const double scale = length > 0 && std::isfinite(length) ? 1.0 / length : 0.0;
     for (std::size_t k = 0; k < 3; ++k) normals[i + k] = static_cast<float>(turned[k] * scale);
   }

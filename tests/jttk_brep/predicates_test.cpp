@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 
 namespace jttk::brep {
 namespace {
@@ -32,6 +33,22 @@ TEST(Predicates, OrientationNextToALineIsExact) {
     }
   }
   EXPECT_GT(wrong_when_rounded, 0) << "the case is not hard";
+}
+
+// All 53 bits of the coordinates are used, so that every product needs its second half, exactly.
+TEST(Predicates, OrientationOfCoordinatesOfFullWidthIsExact) {
+  std::mt19937_64 engine{7};
+  const double step = std::ldexp(1.0, -52);
+  const auto number = [&] { return static_cast<double>(engine() >> 13) * step; };  // below 1/2
+  for (int i = 0; i < 2000; ++i) {
+    const Vec2 from{number(), number()};
+    const Vec2 by{number() + step, number()};
+    const Vec2 middle{from.u + by.u, from.v + by.v};
+    const Vec2 end{from.u + 2 * by.u, from.v + 2 * by.v};
+    ASSERT_EQ(orient2d(from, middle, end), 0) << i;
+    ASSERT_GT(orient2d(from, middle, {end.u, end.v + step}), 0) << i;
+    ASSERT_LT(orient2d(from, middle, {end.u, end.v - step}), 0) << i;
+  }
 }
 
 TEST(Predicates, OrientationKeepsItsSignUnderRotationOfTheArguments) {
