@@ -30,9 +30,10 @@ int shapes(JtkHierarchy* part, int level) { return static_cast<JtkPart*>(part)->
 
 // The number of shapes of every level.
 std::vector<int> shapesOfLevels(JtkHierarchy* part) {
-  std::vector<int> result;
-  for (int level = 0; level < levels(part); ++level) result.push_back(shapes(part, level));
-  return result;
+  std::vector<int> counts(static_cast<std::size_t>(levels(part)));
+  for (std::size_t level = 0; level < counts.size(); ++level)
+    counts[level] = shapes(part, static_cast<int>(level));
+  return counts;
 }
 
 std::vector<float> firstVertices(JtkShape* shape) {
