@@ -173,8 +173,7 @@ class Sampler {
     } else if (basis.kind == CurveKind::Circle) {
       const double sweep = std::abs(to - from);
       const double r = basis.radius;
-      double step =
-          r > tolerances_.chord ? 2 * portable::acos(1 - tolerances_.chord / r) : std::numbers::pi;
+      double step = r > tolerances_.chord ? 2 * portable::acos(1 - tolerances_.chord / r) : std::numbers::pi;
       double angle_step = tolerances_.angle;
       if (tolerances_.minimum_edge > 0) angle_step = std::max(angle_step, tolerances_.minimum_edge / r);
       step = std::min(step, angle_step);

@@ -233,8 +233,7 @@ double Geometry::minimize(const Curve& curve, double guess, double accept,
 double Geometry::nearest(const Curve& curve, const Vec3& p, double guess, double accept) {
   const Frame& f = curve.frame;
   if (curve.kind == CurveKind::Line) return dot(p - f.origin, f.z);
-  if (curve.kind == CurveKind::Circle)
-    return portable::atan2(dot(p - f.origin, f.y), dot(p - f.origin, f.x));
+  if (curve.kind == CurveKind::Circle) return portable::atan2(dot(p - f.origin, f.y), dot(p - f.origin, f.x));
   if (curve.kind == CurveKind::Trimmed) return nearest(this->curve(curve.basis), p, guess, accept);
   return minimize(curve, guess, accept, [&](double t) {
     CurvePoint r = at(curve, t);
@@ -360,13 +359,11 @@ FineCurve Geometry::makeFine(const Curve& curve) {
     // The frame comes back turned; the turn is spread over the curve.
     const Vec3 along = normalized(made.d[0]);
     const Vec3 last = made.across[n - 1];
-    const double turn =
-        portable::atan2(dot(cross(last, made.across[0]), along), dot(last, made.across[0]));
+    const double turn = portable::atan2(dot(cross(last, made.across[0]), along), dot(last, made.across[0]));
     for (std::size_t i = 0; i < n; ++i) {
       const double a = turn * made.t[i] / made.t[n - 1];
       const Vec3 axis = normalized(made.d[i]);
-      made.across[i] = made.across[i] * portable::cos(a) +
-                       cross(axis, made.across[i]) * portable::sin(a);
+      made.across[i] = made.across[i] * portable::cos(a) + cross(axis, made.across[i]) * portable::sin(a);
     }
   }
   return made;

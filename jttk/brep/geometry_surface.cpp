@@ -15,9 +15,7 @@ constexpr std::size_t kMaximumGridPoints = 40000;
 constexpr int kMaximumSteps = 40;
 constexpr std::size_t kManyStarts = 24;
 
-Vec3 around(const Frame& f, double angle) {
-  return f.x * portable::cos(angle) + f.y * portable::sin(angle);
-}
+Vec3 around(const Frame& f, double angle) { return f.x * portable::cos(angle) + f.y * portable::sin(angle); }
 Vec3 aroundTangent(const Frame& f, double angle) {
   return f.y * portable::cos(angle) - f.x * portable::sin(angle);
 }
@@ -29,9 +27,7 @@ Vec3 turned(const Frame& f, const Vec3& v, double c, double s) {
   return f.x * (x * c - y * s) + f.y * (x * s + y * c) + f.z * dot(v, f.z);
 }
 
-double angleOf(const Frame& f, const Vec3& to) {
-  return portable::atan2(dot(to, f.y), dot(to, f.x));
-}
+double angleOf(const Frame& f, const Vec3& to) { return portable::atan2(dot(to, f.y), dot(to, f.x)); }
 
 std::vector<double> gridPlaces(const std::vector<double>& knots, int degree, int point_count) {
   std::vector<double> distinct(knots.begin() + degree, knots.begin() + point_count + 1);
