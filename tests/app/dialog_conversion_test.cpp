@@ -8,6 +8,7 @@
 #include "diag/trace_log.h"
 #include "samples/maker/write_jt.h"
 #include "tests/app/recorded_window.h"
+#include "tests/support/figures_model.h"
 #include "tests/zix/scratch_folder.h"
 #include "zix/reader.h"
 
@@ -24,27 +25,6 @@ constexpr int kOutput = 1004;
 constexpr int kIgnoreLines = 1009;
 constexpr int kIgnorePoints = 1010;
 
-// A part with a triangle, a line and two points.
-maker::Product figures() {
-  const auto shape = [](maker::ShapeKind kind, std::vector<std::uint32_t> starts) {
-    maker::Shape result;
-    result.kind = kind;
-    result.positions = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0}};
-    result.primitive_starts = std::move(starts);
-    for (std::uint32_t i = 0; i < result.primitive_starts.back(); ++i) result.corner_positions.push_back(i);
-    return result;
-  };
-  maker::Part part;
-  part.name = "figures";
-  part.lods = {{shape(maker::ShapeKind::Triangles, {0, 3}), shape(maker::ShapeKind::Polylines, {0, 2}),
-                shape(maker::ShapeKind::Points, {0, 1, 2})}};
-  maker::Product product;
-  product.name = "figures";
-  product.parts = {part};
-  product.root = maker::partRef(0);
-  return product;
-}
-
 class DialogConversion : public testing::Test {
  protected:
   DialogConversion() : saved_(diag::programSeams()) {
@@ -53,7 +33,7 @@ class DialogConversion : public testing::Test {
       boxes_.emplace_back(text);
     };
     diag::programSeams().toolkit_messages = &messages_;
-    maker::writeJtFile(figures(), {}, folder_.path() / "model.jt");
+    maker::writeJtFile(testing_support::figuresModel(), {}, folder_.path() / "model.jt");
     dialog_.OnInitDialog();
   }
   ~DialogConversion() override {

@@ -7,14 +7,10 @@ walk visits itself (tessellated on load). Lengths are metres, so the minimum edg
 import json
 import os
 import re
-import shutil
-import subprocess
-import tempfile
 import unittest
 
-SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
-LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
-ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
+from programs import SOURCE, ProgramTest
+
 JOINT = os.path.join(SOURCE, "samples", "flange_joint.jt")
 VARIABLE = "MERIDAN_JT_ULP_TESS_TOLERANCE"
 
@@ -102,22 +98,16 @@ def whole_log(set_line, minimum_edge):
                "obJt2Zix::Conversion completed."])
 
 
-class ExactGeometryOnly(unittest.TestCase):
+class ExactGeometryOnly(ProgramTest):
     maxDiff = None
 
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="loftbay-exact-")
-        self.addCleanup(shutil.rmtree, self.folder, True)
-        self.scene = os.path.join(self.folder, "joint.zix")
+        super().setUp()
+        self.scene = self.path("joint.zix")
 
     def convert(self, tolerance, *options):
-        env = {k: v for k, v in os.environ.items()
-               if not k.startswith("MERIDAN_") and k not in ("TEMP", "TMP", "USERPROFILE")}
-        env["MERIDAN_TEMP_PATH"] = os.path.join(self.folder, "work")
-        if tolerance is not None:
-            env[VARIABLE] = tolerance
-        result = subprocess.run([LOFTBAY, JOINT, self.scene, "--json", *options], capture_output=True, env=env,
-                                timeout=120)
+        result = self.run_program(JOINT, self.scene, "--json", *options,
+                                  environment={} if tolerance is None else {VARIABLE: tolerance})
         self.assertEqual(result.returncode, 0, result.stderr)
         report = json.loads(result.stdout)
         self.assertEqual(report["skipped"], [])
@@ -126,8 +116,7 @@ class ExactGeometryOnly(unittest.TestCase):
         return report, [re.sub(r"^.*?\] ", "", line) for line in lines]
 
     def triangles_by_shape(self):
-        info = json.loads(subprocess.run([ZIX, "info", self.scene, "--json"], capture_output=True).stdout)
-        return sorted(mesh["elements"] for mesh in info["meshes"])
+        return sorted(mesh["elements"] for mesh in self.zix_info(self.scene)["meshes"])
 
     def plain(self, lines):
         lines = [re.sub(r"\d+ Kb", "# Kb", line) for line in lines]

@@ -7,17 +7,13 @@ import pty
 import re
 import shutil
 import signal
-import stat
 import struct
 import subprocess
-import sys
-import tempfile
 import time
 import unittest
 
-SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
-LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
-ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
+from programs import LOFTBAY, SOURCE, ProgramTest
+
 SURVEY = os.path.join(SOURCE, "samples", "survey.jt")
 SAMPLE = sorted(glob.glob(os.path.join(SOURCE, "samples", "*.jt")))[0]
 
@@ -55,20 +51,10 @@ def assembly_file(references):
     return header + contents + segment
 
 
-class CliTest(unittest.TestCase):
+class CliTest(ProgramTest):
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="loftbay-cli-")
-        self.addCleanup(shutil.rmtree, self.folder, True)
+        super().setUp()
         self.out = self.path("out.zix")
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def run_program(self, *arguments, environment=None, **keywords):
-        env = {k: v for k, v in os.environ.items() if not k.startswith("MERIDAN_") and k not in ("TEMP", "TMP", "USERPROFILE")}
-        env["MERIDAN_TEMP_PATH"] = self.path("work")
-        env.update(environment or {})
-        return subprocess.run([LOFTBAY, *arguments], capture_output=True, env=env, timeout=120, **keywords)
 
     def write(self, name, content):
         with open(self.path(name), "wb") as file:
@@ -126,7 +112,7 @@ class Conversion(CliTest):
         result = self.run_program(SAMPLE, self.out)
         self.assertEqual((result.returncode, result.stdout), (0, b""), result.stderr)
         self.assertIn(b"triangles", result.stderr)
-        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+        self.assert_valid(self.out)
         self.assertEqual(self.leftovers(), [])
 
     def test_the_word_convert_may_be_given(self):
@@ -143,7 +129,7 @@ class Conversion(CliTest):
         self.assertEqual(report["schema_version"], 1)
         self.assertEqual((report["input"], report["output"], report["jt_version"]), (SAMPLE, self.out, "9.5"))
         self.assertEqual((report["skipped"], report["ok"]), ([], True))
-        info = json.loads(subprocess.run([ZIX, "info", self.out, "--json"], capture_output=True).stdout)
+        info = self.zix_info(self.out)
         counts = report["counts"]
         self.assertGreater(counts["triangles"], 0)
         for key in ("triangles", "lines", "points"):
@@ -171,7 +157,7 @@ class Conversion(CliTest):
                     self.assertEqual(counts["shapes"], 1 + lines + points)
                     self.assertEqual(any("lines are ignored" in note for note in report["notes"]), not lines)
                     self.assertEqual(any("points are ignored" in note for note in report["notes"]), not points)
-                    info = json.loads(subprocess.run([ZIX, "info", self.out, "--json"], capture_output=True).stdout)
+                    info = self.zix_info(self.out)
                     self.assertEqual((counts["lines"], counts["points"]),
                                      (info["totals"]["lines"], info["totals"]["points"]))
 
@@ -190,7 +176,7 @@ class Conversion(CliTest):
     def test_an_existing_scene_is_replaced(self):
         self.write("out.zix", b"old")
         self.assertEqual(self.run_program(SAMPLE, self.out).returncode, 0)
-        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+        self.assert_valid(self.out)
 
     def test_names_with_any_characters_and_a_backslash_work(self):
         for name in ("größe 模型 🚜", "odd\\name"):
@@ -327,7 +313,7 @@ class BadInput(CliTest):
         self.assertIn(b"bad.jt", result.stderr)
         self.assertIn(b"Unable to find root node.  Check file...", result.stderr)
         # The job saves what it has: a scene with its root only.
-        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+        self.assert_valid(self.out)
         self.assertEqual(self.leftovers(), ["bad.jt"])
 
     def test_an_empty_file(self):
@@ -344,7 +330,7 @@ class BadInput(CliTest):
                 result = self.run_program(source, self.out, "--json")
                 self.assertEqual(result.returncode, 1, result.stderr)
                 self.assertTrue(self.report(result)["skipped"])
-                self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+                self.assert_valid(self.out)
                 os.remove(source)
         self.assertEqual(self.leftovers(), [])
 
@@ -356,7 +342,7 @@ class BadInput(CliTest):
         if subprocess.run([*on_disk, "true"], capture_output=True).returncode != 0:
             self.skipTest("no disk of limited size can be made here")
         script = '"$0" "$1" "$2/out.zix"; echo "code $?"; ls -A "$2"'
-        environment = {**os.environ, "MERIDAN_TEMP_PATH": self.path("work")}
+        environment = self.environment()
         result = subprocess.run([*on_disk, "sh", "-c", script, LOFTBAY, SAMPLE, disk], capture_output=True, text=True,
                                 env=environment, timeout=120)
         self.assertEqual(result.stdout, "code 1\n", result.stderr)
@@ -384,7 +370,7 @@ class ManyFiles(CliTest):
     def convert(self, references, *options):
         self.model = self.write("model/main.jt", assembly_file(references))
         result = self.run_program(self.model, self.out, "--json", *options)
-        self.assertEqual(subprocess.run([ZIX, "validate", self.out], capture_output=True).returncode, 0)
+        self.assert_valid(self.out)
         return self.report(result)
 
     def test_references_are_followed_whatever_their_case_and_separators(self):
@@ -433,7 +419,7 @@ class Interrupted(CliTest):
         process = None
         for attempt in range(50):
             process = subprocess.Popen([LOFTBAY, SAMPLE, self.out], stderr=subprocess.DEVNULL,
-                                       env={**os.environ, "MERIDAN_TEMP_PATH": work})
+                                       env=self.environment({"MERIDAN_TEMP_PATH": work}))
             time.sleep(0.001 * (attempt % 10))
             process.send_signal(signal.SIGINT)
             code = process.wait(timeout=60)
@@ -500,7 +486,7 @@ class Batch(CliTest):
             shutil.copy(SAMPLE, models[-1])
         process = subprocess.Popen([LOFTBAY, *models, "--out-dir", self.out_dir, "--jobs", "2", "--json"],
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                   env={**os.environ, "MERIDAN_TEMP_PATH": self.path("work")})
+                                   env=self.environment())
         killed = False
         while process.poll() is None and not killed:
             for child in self.children_of(process.pid):
@@ -525,7 +511,7 @@ class Batch(CliTest):
         for name in scenes:
             self.assertTrue(name.endswith(".zix"), name)
             scene = os.path.join(self.out_dir, name)
-            self.assertEqual(subprocess.run([ZIX, "validate", scene], capture_output=True).returncode, 0)
+            self.assert_valid(scene)
 
     def test_inputs_that_would_share_an_output_are_refused_before_anything_runs(self):
         os.mkdir(self.path("other"))
@@ -547,7 +533,7 @@ class Batch(CliTest):
             models.append(self.path(f"model{number}.jt"))
             shutil.copy(SAMPLE, models[-1])
         process = subprocess.Popen([LOFTBAY, *models, "--out-dir", self.out_dir, "--jobs", "2", "--quiet"],
-                                   stderr=subprocess.DEVNULL, env={**os.environ, "MERIDAN_TEMP_PATH": self.path("work")})
+                                   stderr=subprocess.DEVNULL, env=self.environment())
         deadline = time.time() + 30
         while time.time() < deadline and not (os.path.isdir(self.out_dir) and os.listdir(self.out_dir)):
             time.sleep(0.002)
@@ -556,13 +542,13 @@ class Batch(CliTest):
         for name in os.listdir(self.out_dir):
             self.assertTrue(name.endswith(".zix"), name)
             scene = os.path.join(self.out_dir, name)
-            self.assertEqual(subprocess.run([ZIX, "validate", scene], capture_output=True).returncode, 0)
+            self.assert_valid(scene)
 
 
 class Terminal(CliTest):
     def run_at_terminal(self, environment):
         master, slave = pty.openpty()
-        env = {**os.environ, "MERIDAN_TEMP_PATH": self.path("work"), **environment}
+        env = self.environment(environment)
         process = subprocess.Popen([LOFTBAY, SAMPLE, self.out], stderr=slave, stdout=subprocess.DEVNULL, env=env)
         os.close(slave)
         output = b""

@@ -8,15 +8,12 @@ import glob
 import json
 import math
 import os
-import shutil
 import struct
 import subprocess
-import tempfile
 import unittest
 
-SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
-LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
-ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
+from programs import SOURCE, ZIX, ProgramTest
+
 SAMPLES = os.environ.get("LOFTBAY_JT_SAMPLES", os.path.join(SOURCE, "..", "shared", "jt-samples"))
 FILES = sorted(glob.glob(os.path.join(SAMPLES, "**", "*.jt"), recursive=True))
 
@@ -40,42 +37,33 @@ def signed_volume(triangles):
                for a, b, c in triangles) / 6
 
 
-def stl_area(path):
-    """Sum of the triangle areas, and how many triangles have no two corners at one place."""
-    with open(path, "rb") as file:
-        data = file.read()
-    (count,) = struct.unpack_from("<I", data, 80)
+def area_of(triangles):
     area = 0.0
-    proper = 0
-    for i in range(count):
-        values = struct.unpack_from("<12f", data, 84 + 50 * i)
-        a, b, c = values[3:6], values[6:9], values[9:12]
-        if a != b and b != c and a != c:
-            proper += 1
+    for a, b, c in triangles:
         u = [b[k] - a[k] for k in range(3)]
         v = [c[k] - a[k] for k in range(3)]
         cross = (u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0])
         area += math.sqrt(sum(x * x for x in cross)) / 2
-    return area, proper
+    return area
 
 
 @unittest.skipUnless(FILES, "skipped: tests on real JT files (no folder " + SAMPLES + ")")
-class RealFiles(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="loftbay-real-")
-        self.addCleanup(shutil.rmtree, self.folder, True)
-
+class RealFiles(ProgramTest):
     def expected(self, path):
         name = os.path.relpath(path, SAMPLES)[:-3] + ".json"
         with open(os.path.join(SAMPLES, "expected", name), encoding="utf-8") as file:
             return json.load(file)
 
     def convert(self, path, *options):
-        scene = os.path.join(self.folder, os.path.basename(path)[:-3] + ".zix")
-        env = {**os.environ, "MERIDAN_TEMP_PATH": os.path.join(self.folder, "work")}
-        result = subprocess.run([LOFTBAY, path, scene, "--json", *options], capture_output=True, env=env, timeout=300)
+        scene = self.path(os.path.basename(path)[:-3] + ".zix")
+        result = self.run_program(path, scene, "--json", *options, timeout=300)
         self.assertEqual(result.returncode, 0, result.stderr)
         return scene, json.loads(result.stdout)
+
+    def triangles_of(self, scene):
+        stl = scene[:-4] + ".stl"
+        subprocess.run([ZIX, "export", scene, stl], check=True, capture_output=True)
+        return stl_triangles(stl)
 
     def test_each_file_converts_without_a_loss_and_everything_is_in_place(self):
         for path in FILES:
@@ -84,17 +72,14 @@ class RealFiles(unittest.TestCase):
                 scene, report = self.convert(path)
                 self.assertEqual(report["skipped"], [])
                 self.assertEqual(report["counts"]["shapes"], placed["shapes"])
-                validated = subprocess.run([ZIX, "validate", scene], capture_output=True)
-                self.assertEqual(validated.returncode, 0, validated.stdout)
+                self.assert_valid(scene)
 
-                info = json.loads(subprocess.run([ZIX, "info", scene, "--json"], capture_output=True).stdout)
+                info = self.zix_info(scene)
                 size = max(b - a for a, b in zip(placed["bbox"][:3], placed["bbox"][3:]))
                 for ours, theirs in zip(info["bbox"], placed["bbox"]):
                     self.assertAlmostEqual(ours, theirs, delta=2e-5 * size)
 
-                stl = scene[:-4] + ".stl"
-                subprocess.run([ZIX, "export", scene, stl], check=True, capture_output=True)
-                area, _ = stl_area(stl)
+                area = area_of(self.triangles_of(scene))
                 self.assertAlmostEqual(area, placed["area"], delta=5e-4 * placed["area"])
 
     def test_without_merging_every_triangle_is_there(self):
@@ -114,10 +99,8 @@ class RealFiles(unittest.TestCase):
                 for options in ([], ["--exact-geometry"]):
                     scene, report = self.convert(path, *options)
                     self.assertEqual(report["skipped"], [])
-                    stl = scene[:-4] + ".stl"
-                    subprocess.run([ZIX, "export", scene, stl], check=True, capture_output=True)
-                    figures.append((stl_area(stl)[0], stl_triangles(stl)))
-                (area, facets), (exact_area, exact) = figures
+                    figures.append(self.triangles_of(scene))
+                facets, exact = figures
                 self.assertNotEqual(len(facets), len(exact))
                 edges = collections.Counter()
                 for a, b, c in exact:
@@ -125,7 +108,8 @@ class RealFiles(unittest.TestCase):
                 # Bodies may stand at one place twice: as often as an edge is there, so is its opposite.
                 unpaired = [edge for edge in edges if edges[edge] != edges[edge[1], edge[0]]]
                 self.assertEqual(unpaired, [])
-                self.assertAlmostEqual(exact_area, area, delta=5e-3 * area)
+                area = area_of(facets)
+                self.assertAlmostEqual(area_of(exact), area, delta=5e-3 * area)
                 volume = signed_volume(facets)
                 self.assertGreater(volume, 0)
                 self.assertAlmostEqual(signed_volume(exact), volume, delta=5e-3 * volume)
@@ -134,7 +118,7 @@ class RealFiles(unittest.TestCase):
         for path in FILES:
             with self.subTest(file=os.path.relpath(path, SAMPLES)):
                 expected = self.expected(path)
-                result = subprocess.run([LOFTBAY, "info", path, "--json"], capture_output=True, timeout=300)
+                result = self.run_program("info", path, "--json", timeout=300)
                 self.assertEqual(result.returncode, 0, result.stderr)
                 document = json.loads(result.stdout)
                 self.assertEqual(document["version"], expected["version"])

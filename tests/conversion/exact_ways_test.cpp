@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -24,6 +23,7 @@
 #include "samples/maker/flange_joint.h"
 #include "samples/maker/write_jt.h"
 #include "tests/jttk_brep/mesh_measures.h"
+#include "tests/support/sample_folder.h"
 #include "zix/reader.h"
 
 namespace {
@@ -227,14 +227,8 @@ std::vector<std::size_t> bodiesOf(const std::vector<Corners>& mesh, const Exact&
 class ExactWaysOfRealFiles : public ExactWays, public testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
-    fs::path samples;
-    if (const char* const given = std::getenv("LOFTBAY_JT_SAMPLES")) {
-      samples = given;
-    } else if (const char* const source = std::getenv("LOFTBAY_SOURCE_DIR")) {
-      samples = fs::path(source) / ".." / "shared" / "jt-samples";
-    }
-    path = samples / (std::string(GetParam()) + ".jt");
-    if (samples.empty() || !fs::exists(path)) {
+    path = loftbay::testing_support::sampleFolder() / (std::string(GetParam()) + ".jt");
+    if (!fs::exists(path)) {
       GTEST_SKIP() << "no sample files: set LOFTBAY_JT_SAMPLES to their folder";
     }
     std::ifstream stream(path, std::ios::binary);

@@ -129,6 +129,11 @@ class ToleranceSetting : public testing::Test {
     openTraceLog({});
     std::filesystem::remove(log_);
   }
+  // The variable has this value; null: there is none.
+  static void readWith(const char* value) {
+    setEnvironment("MERIDAN_JT_ULP_TESS_TOLERANCE", value);
+    readUlpTessTolerance();
+  }
   std::string log() const {
     std::ifstream file(log_);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -139,24 +144,21 @@ class ToleranceSetting : public testing::Test {
 constexpr const char* kLine = "[1:2:3, 4-5-2026] obJt2Zix::ULP : MERIDAN_JT_ULP_TESS_TOLERANCE is set.\n";
 
 TEST_F(ToleranceSetting, WithoutTheVariableNothingIsSetOrLogged) {
-  setEnvironment("MERIDAN_JT_ULP_TESS_TOLERANCE", nullptr);
-  readUlpTessTolerance();
+  readWith(nullptr);
   EXPECT_FALSE(UlpTessToleranceGiven);
   EXPECT_EQ(UlpTessTolerance, 0.02F);
   EXPECT_EQ(log(), "");
 }
 
 TEST_F(ToleranceSetting, TheVariableSetsValueAndFlagAndLogsOneLine) {
-  setEnvironment("MERIDAN_JT_ULP_TESS_TOLERANCE", "0.005");
-  readUlpTessTolerance();
+  readWith("0.005");
   EXPECT_TRUE(UlpTessToleranceGiven);
   EXPECT_EQ(UlpTessTolerance, 0.005F);
   EXPECT_EQ(log(), kLine);
 }
 
 TEST_F(ToleranceSetting, ATextThatIsNoNumberIsTakenAsZero) {
-  setEnvironment("MERIDAN_JT_ULP_TESS_TOLERANCE", "coarse");
-  readUlpTessTolerance();
+  readWith("coarse");
   EXPECT_TRUE(UlpTessToleranceGiven);
   EXPECT_EQ(UlpTessTolerance, 0.0F);
   EXPECT_EQ(log(), kLine);
@@ -164,8 +166,7 @@ TEST_F(ToleranceSetting, ATextThatIsNoNumberIsTakenAsZero) {
 
 #ifndef _WIN32  // an empty value unsets a variable there
 TEST_F(ToleranceSetting, AnEmptyVariableExists) {
-  setEnvironment("MERIDAN_JT_ULP_TESS_TOLERANCE", "");
-  readUlpTessTolerance();
+  readWith("");
   EXPECT_TRUE(UlpTessToleranceGiven);
   EXPECT_EQ(UlpTessTolerance, 0.0F);
 }

@@ -6,17 +6,10 @@
 #include "jttk/brep/tessellate.h"
 #include "jttk/brep/xt_geometry.h"
 #include "tests/jttk_brep/mesh_measures.h"
-#include "tests/jttk_brep/models.h"
+#include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
-
-Result<Bodies> read(const std::vector<std::byte>& data) {
-  Segment segment;
-  segment.unpacked = data;
-  segment.data = segment.unpacked;
-  return readXtBrep(segment, ByteOrder::Little);
-}
 
 struct Damage {
   const char* name;
@@ -33,7 +26,7 @@ TEST_P(BadFace, IsReportedAndTheRestComes) {
   if (GetParam().before) GetParam().before(model);
   model.finish();
   if (GetParam().after) GetParam().after(model);
-  const auto bodies = read(segmentOf(model));
+  const auto bodies = readBodies(model);
   ASSERT_TRUE(bodies) << bodies.error().text();
   const TessellatedBodies made = tessellate(*bodies, {});
   ASSERT_FALSE(made.losses.empty());
@@ -155,7 +148,7 @@ TEST(BadInput, EdgesOfNoLengthDoNotHurt) {
                {model.straight(c, d), true},
                {model.straight(d, a), true}}});
   model.finish();
-  const auto bodies = read(segmentOf(model));
+  const auto bodies = readBodies(model);
   ASSERT_TRUE(bodies);
   const TessellatedBodies made = tessellate(*bodies, {});
   EXPECT_TRUE(made.losses.empty());
@@ -169,7 +162,7 @@ TEST(BadInput, EveryTruncationIsAnErrorOrAModel) {
   for (std::size_t size = 0; size < stream.size(); ++size) {
     // Exactly so many bytes on the heap.
     const std::vector<std::byte> cut(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size));
-    const auto bodies = read(segmentAround(cut));
+    const auto bodies = readBodies(segmentAround(cut));
     EXPECT_FALSE(bodies) << size;
   }
 }
@@ -184,7 +177,7 @@ TEST(BadInput, EveryByteChangedGivesAnErrorOrAModel) {
   for (std::size_t i = 0; i < data.size(); i += 3) {
     std::vector<std::byte> changed = data;
     changed[i] ^= static_cast<std::byte>(i % 2 == 0 ? 0xff : 0x01);
-    const auto bodies = read(changed);
+    const auto bodies = readBodies(changed);
     if (!bodies) continue;
     ++read_anyway;
     const TessellatedBodies made = tessellate(*bodies, options);

@@ -4,7 +4,7 @@
 
 #include "jttk/brep/tessellate.h"
 #include "tests/jttk_brep/mesh_measures.h"
-#include "tests/jttk_brep/models.h"
+#include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
@@ -13,10 +13,7 @@ constexpr Vec3 kX{1, 0, 0};
 constexpr Vec3 kZ{0, 0, 1};
 
 Bodies read(const XtModel& model) {
-  Segment segment;
-  segment.unpacked = segmentOf(model);
-  segment.data = segment.unpacked;
-  auto bodies = readXtBrep(segment, ByteOrder::Little);
+  auto bodies = readBodies(model);
   EXPECT_TRUE(bodies) << bodies.error().text();
   return bodies ? *std::move(bodies) : Bodies();
 }
@@ -188,10 +185,7 @@ TEST(Bodies, TooManyUserFieldsAreDamage) {
   XtModel model = models::box(0.03, 0.02, 0.01);
   model.nodes().userFields(17, false);
   model.finish();
-  Segment segment;
-  segment.unpacked = segmentOf(model);
-  segment.data = segment.unpacked;
-  const auto bodies = readXtBrep(segment, ByteOrder::Little);
+  const auto bodies = readBodies(model);
   ASSERT_FALSE(bodies);
   EXPECT_NE(bodies.error().what.find("size of XT user fields is 17"), std::string::npos)
       << bodies.error().what;

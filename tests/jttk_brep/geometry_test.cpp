@@ -6,7 +6,7 @@
 #include <numbers>
 
 #include "jttk/brep/tessellate.h"
-#include "tests/jttk_brep/models.h"
+#include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
@@ -23,10 +23,7 @@ void expectNear(const Vec3& a, const Vec3& b, double tolerance) {
 Bodies bodiesOf(XtModel& model, XtModel::Id surface) {
   model.face(surface, false, {});
   model.finish();
-  Segment segment;
-  segment.unpacked = segmentOf(model);
-  segment.data = segment.unpacked;
-  const auto bodies = readXtBrep(segment, ByteOrder::Little);
+  const auto bodies = readBodies(model);
   EXPECT_TRUE(bodies) << bodies.error().text();
   return bodies ? *bodies : Bodies{};
 }

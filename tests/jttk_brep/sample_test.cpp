@@ -2,7 +2,6 @@
 // LOFTBAY_JT_SAMPLES, else it is looked for beside the project; without it the tests are skipped.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -16,18 +15,12 @@
 #include "jttk/codec/shape_lod.h"
 #include "tests/jttk_brep/mesh_distance.h"
 #include "tests/jttk_brep/mesh_measures.h"
+#include "tests/support/sample_folder.h"
 
 namespace jttk::brep {
 namespace {
 
-std::filesystem::path samples() {
-  if (const char* const folder = std::getenv("LOFTBAY_JT_SAMPLES")) return folder;
-  if (const char* const source = std::getenv("LOFTBAY_SOURCE_DIR")) {
-    return std::filesystem::path(source) / ".." / "shared" / "jt-samples";
-  }
-  return {};
-}
-
+using loftbay::testing_support::sampleFolder;
 std::vector<char> readFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -181,9 +174,9 @@ struct Part {
 class XtSamples : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    const std::filesystem::path folder = samples();
+    const std::filesystem::path folder = sampleFolder();
     const std::filesystem::path path = folder / (std::string(GetParam()) + ".jt");
-    if (folder.empty() || !std::filesystem::exists(path)) {
+    if (!std::filesystem::exists(path)) {
       GTEST_SKIP() << "no sample files: set LOFTBAY_JT_SAMPLES to their folder";
     }
     bytes_ = readFile(path);
@@ -228,6 +221,22 @@ class XtSamples : public testing::TestWithParam<const char*> {
     options.chord_tolerance_percent = percent;
     options.units_per_metre = unitsPerMetre(bodies, "millimeters").value_or(1000);
     return tessellate(bodies, options);
+  }
+
+  // Nothing is lost, and every body is closed and as large as before; `share` is the allowed relative
+  // difference.
+  static void expectSame(const TessellatedBodies& made, const TessellatedBodies& plain, double share) {
+    for (const TessellationLoss& loss : made.losses)
+      ADD_FAILURE() << "face " << loss.face << ": " << loss.reason;
+    ASSERT_EQ(made.bodies.size(), plain.bodies.size());
+    for (std::size_t b = 0; b < made.bodies.size(); ++b) {
+      const MeshMeasures m = measure(made.bodies[b].shape);
+      const MeshMeasures m_plain = measure(plain.bodies[b].shape);
+      EXPECT_EQ(m.open_edges, 0U);
+      EXPECT_EQ(m.against_normals, 0U);
+      EXPECT_NEAR(m.volume, m_plain.volume, share * m_plain.volume);
+      EXPECT_NEAR(m.area, m_plain.area, share * m_plain.area);
+    }
   }
 
   std::vector<char> bytes_;
@@ -328,16 +337,7 @@ TEST_P(XtSamples, EveryBodyIsClosedWithTolerantEdgesToo) {
     const TessellatedBodies plain = make(bodies, 0.08);
     const double metres = plain.diagonal / unitsPerMetre(bodies, "millimeters").value_or(1000);
     const TessellatedBodies made = make(withTolerantEdges(bodies, 1e-4 * metres), 0.08);
-    for (const TessellationLoss& loss : made.losses)
-      ADD_FAILURE() << "face " << loss.face << ": " << loss.reason;
-    for (std::size_t b = 0; b < made.bodies.size(); ++b) {
-      const MeshMeasures m = measure(made.bodies[b].shape);
-      const MeshMeasures m_plain = measure(plain.bodies[b].shape);
-      EXPECT_EQ(m.open_edges, 0U);
-      EXPECT_EQ(m.against_normals, 0U);
-      EXPECT_NEAR(m.volume, m_plain.volume, 0.005 * m_plain.volume);
-      EXPECT_NEAR(m.area, m_plain.area, 0.005 * m_plain.area);
-    }
+    expectSame(made, plain, 0.005);
   }
 }
 
@@ -345,16 +345,7 @@ TEST_P(XtSamples, SweptAndSpunSurfacesGiveTheSameBodies) {
   for (const Bodies& bodies : bodies_) {
     const TessellatedBodies plain = make(bodies, 0.08);
     const TessellatedBodies made = make(withSweptAndSpunSurfaces(bodies), 0.08);
-    for (const TessellationLoss& loss : made.losses)
-      ADD_FAILURE() << "face " << loss.face << ": " << loss.reason;
-    for (std::size_t b = 0; b < made.bodies.size(); ++b) {
-      const MeshMeasures m = measure(made.bodies[b].shape);
-      const MeshMeasures m_plain = measure(plain.bodies[b].shape);
-      EXPECT_EQ(m.open_edges, 0U);
-      EXPECT_EQ(m.against_normals, 0U);
-      EXPECT_NEAR(m.volume, m_plain.volume, 0.002 * m_plain.volume);
-      EXPECT_NEAR(m.area, m_plain.area, 0.002 * m_plain.area);
-    }
+    expectSame(made, plain, 0.002);
   }
 }
 

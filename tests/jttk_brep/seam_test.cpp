@@ -3,6 +3,7 @@
 
 #include "tests/jttk_brep/drilled_models.h"
 #include "tests/jttk_brep/mesh_measures.h"
+#include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
@@ -10,10 +11,7 @@ namespace {
 using models::Round;
 
 MeshMeasures tessellated(const XtModel& model, double percent, double& chord) {
-  Segment segment;
-  segment.unpacked = segmentOf(model);
-  segment.data = segment.unpacked;
-  const auto bodies = readXtBrep(segment, ByteOrder::Little);
+  const auto bodies = readBodies(model);
   EXPECT_TRUE(bodies) << bodies.error().text();
   if (!bodies) return {};
   TessellationOptions options;

@@ -5,7 +5,7 @@
 
 #include "jttk/brep/tessellate.h"
 #include "tests/jttk_brep/mesh_measures.h"
-#include "tests/jttk_brep/models.h"
+#include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
@@ -20,11 +20,8 @@ struct Outcome {
 
 Outcome run(XtModel model, const TessellationOptions& options = {}) {
   model.finish();
-  Segment segment;
-  segment.unpacked = segmentOf(model);
-  segment.data = segment.unpacked;
   Outcome outcome;
-  const auto bodies = readXtBrep(segment, ByteOrder::Little);
+  const auto bodies = readBodies(model);
   EXPECT_TRUE(bodies) << bodies.error().text();
   if (!bodies) return outcome;
   outcome.bodies = *bodies;
@@ -209,10 +206,7 @@ TEST(Solid, UnitScaleOfTheDataIsUsed) {
   XtModel model = models::box(0.0254, 0.0254, 0.0254);
   model.unitScale(0.0254);
   model.finish();
-  Segment segment;
-  segment.unpacked = segmentOf(model);
-  segment.data = segment.unpacked;
-  const auto bodies = readXtBrep(segment, ByteOrder::Little);
+  const auto bodies = readBodies(model);
   ASSERT_TRUE(bodies);
   TessellationOptions options;
   options.units_per_metre = *unitsPerMetre(*bodies, "Millimeters");

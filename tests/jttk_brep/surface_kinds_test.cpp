@@ -8,7 +8,7 @@
 
 #include "jttk/brep/tessellate.h"
 #include "tests/jttk_brep/mesh_measures.h"
-#include "tests/jttk_brep/models.h"
+#include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
@@ -68,10 +68,7 @@ double worstDistance(const ShapeGeometry& shape, const std::function<double(cons
 
 void expectSolid(XtModel model, const Truth& truth) {
   model.finish();
-  Segment segment;
-  segment.unpacked = segmentOf(model);
-  segment.data = segment.unpacked;
-  const auto bodies = readXtBrep(segment, ByteOrder::Little);
+  const auto bodies = readBodies(model);
   ASSERT_TRUE(bodies) << bodies.error().text();
   for (const double percent : {0.5, 0.08, 0.02}) {
     SCOPED_TRACE(testing::Message() << percent << " %");
@@ -379,10 +376,7 @@ TEST(SurfaceKind, FaceWithAHoleOnABlendNeedsNoSense) {
     for (auto& side : hole) side.forward = !side.forward;
     model.face(tube, reversed, {frame(0, 0.04, 1.5), hole});
     model.finish();
-    Segment segment;
-    segment.unpacked = segmentOf(model);
-    segment.data = segment.unpacked;
-    const auto bodies = readXtBrep(segment, ByteOrder::Little);
+    const auto bodies = readBodies(model);
     ASSERT_TRUE(bodies);
     const TessellatedBodies made = tessellate(*bodies, {});
     for (const TessellationLoss& loss : made.losses) ADD_FAILURE() << loss.reason;

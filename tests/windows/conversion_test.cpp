@@ -4,6 +4,7 @@
 #include <cwchar>
 
 #include "samples/maker/write_jt.h"
+#include "tests/support/figures_model.h"
 #include "tests/windows/desk.h"
 // After windows.h, whose types it uses.
 #include <shellapi.h>
@@ -109,30 +110,10 @@ TEST_F(Conversion, TellsOfAFailure) {
   EXPECT_FALSE(fs::exists(scene_));
 }
 
-// A model with a triangle, a line and two points.
-void writeFigures(const Path& file) {
-  const auto shape = [](maker::ShapeKind kind, std::vector<std::uint32_t> starts) {
-    maker::Shape result;
-    result.kind = kind;
-    result.positions = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0}};
-    result.primitive_starts = std::move(starts);
-    for (std::uint32_t i = 0; i < result.primitive_starts.back(); ++i) result.corner_positions.push_back(i);
-    return result;
-  };
-  maker::Part part;
-  part.name = "Figures";
-  part.lods = {{shape(maker::ShapeKind::Triangles, {0, 3}), shape(maker::ShapeKind::Polylines, {0, 2}),
-                shape(maker::ShapeKind::Points, {0, 1, 2})}};
-  maker::Product product;
-  product.name = "Figures";
-  product.parts = {part};
-  product.root = maker::partRef(0);
-  const auto bytes = maker::writeJtBytes(product, {});
-  write(file, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-}
-
 TEST_F(Conversion, LineAndPointShapesFollowTheIgnoreBoxesThroughTheRun) {
-  writeFigures(model_);
+  // A triangle, a line and two points.
+  const auto bytes = maker::writeJtBytes(testing_support::figuresModel(), {});
+  write(model_, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   Program program(options());
   const HWND window = program.mainWindow();
   const auto lines = [&] { return count(log(), "obJt2Zix::Write2DElements():Start"); };

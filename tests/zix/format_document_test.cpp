@@ -12,6 +12,7 @@
 namespace Orb::Zix {
 namespace {
 
+using loftbay::testing_support::addObject;
 using loftbay::testing_support::AnnotatedDump;
 using loftbay::testing_support::ScratchFolder;
 
@@ -60,12 +61,9 @@ TEST(FormatDocument, DumpOfATriangle) {
   scene.setApplicationInfo<double>("Loftbay", one);
   const std::string path = folder.programPath("scene.zix");
   scene.saveTo(path.c_str(), " ", true, true);
-  const auto root = scene.createObject(ObjectType::Node);
-  scene.setName(root, "root");
-  const auto part = scene.createObject(ObjectType::Node);
-  scene.setName(part, "part");
-  const auto moved = scene.createObject(ObjectType::Transform);
-  scene.setName(moved, "part_orb_2");
+  const auto root = addObject(scene, ObjectType::Node, "root");
+  const auto part = addObject(scene, ObjectType::Node, "part");
+  const auto moved = addObject(scene, ObjectType::Transform, "part_orb_2");
   scene.setTranslation(moved, 10, 0, 0);
   scene.setRotation(moved, 1, 0, 0, 0);
   scene.setScale(moved, 1, 1, 1);

@@ -18,6 +18,7 @@ namespace Orb::Zix {
 namespace {
 
 using loftbay::testing_support::addMaterial;
+using loftbay::testing_support::addObject;
 using loftbay::testing_support::addShape;
 using loftbay::testing_support::runProgram;
 using loftbay::testing_support::SampleMesh;
@@ -33,8 +34,7 @@ class Pictures : public ::testing::Test {
     Scene_V1 scene("Model");
     const std::string path = folder_.programPath(name);
     scene.saveTo(path.c_str(), " ", true, true);
-    const auto root = scene.createObject(ObjectType::Node);
-    scene.setName(root, "root");
+    const auto root = addObject(scene, ObjectType::Node, "root");
     fill(scene, root);
     scene.createDefaultViews(root);
     scene.closeFile(path.c_str());
@@ -303,8 +303,7 @@ TEST_F(Pictures, EqualScenesHaveNoDifferences) {
 TEST_F(Pictures, DiffNamesTheFirstDifferences) {
   const auto make = [&](const std::string& name, float x, const char* shape, float red) {
     return makeScene(name, [&](Scene_V1& s, const ObjectId& root) {
-      const auto part = s.createObject(ObjectType::Node);
-      s.setName(part, "part");
+      const auto part = addObject(s, ObjectType::Node, "part");
       const auto transform = s.createObject(ObjectType::Transform);
       s.setTranslation(transform, 0, x, 0);
       s.addComponent(root, part, transform);

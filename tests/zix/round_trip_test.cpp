@@ -14,6 +14,7 @@
 namespace Orb::Zix {
 namespace {
 
+using loftbay::testing_support::addObject;
 using loftbay::testing_support::fillSampleScene;
 using loftbay::testing_support::ScratchFolder;
 using loftbay::testing_support::writeSampleScene;
@@ -212,8 +213,7 @@ TEST_F(RoundTrip, OtherDimensionsKeepTheirTuples) {
 TEST_F(RoundTrip, SceneOfOneRootNodeIsComplete) {
   Scene_V1 scene("Model");
   scene.saveTo(path().c_str(), " ", true, true);
-  const auto root = scene.createObject(ObjectType::Node);
-  scene.setName(root, "empty");
+  const auto root = addObject(scene, ObjectType::Node, "empty");
   scene.createDefaultViews(root);
   scene.closeFile(path().c_str());
   const SceneFile file = reopen();

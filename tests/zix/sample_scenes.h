@@ -8,6 +8,14 @@
 
 namespace loftbay::testing_support {
 
+// An object with a name, in no tree yet.
+inline Orb::Zix::ObjectId addObject(Orb::Zix::Scene_V1& scene, Orb::Zix::ObjectType type,
+                                    const std::string& name) {
+  const auto id = scene.createObject(type);
+  scene.setName(id, name.c_str());
+  return id;
+}
+
 // A mesh as the converter makes it: shape, mesh, coordinates, two index arrays; with a material if asked.
 struct SampleMesh {
   Orb::Zix::MeshType type = Orb::Zix::MeshType::Triangles;
@@ -19,8 +27,7 @@ struct SampleMesh {
 inline Orb::Zix::ObjectId addShape(Orb::Zix::Scene_V1& scene, const Orb::Zix::ObjectId& parent,
                                    const std::string& name, const SampleMesh& sample) {
   using Orb::Zix::ObjectType;
-  const auto shape = scene.createObject(ObjectType::Shape);
-  scene.setName(shape, name.c_str());
+  const auto shape = addObject(scene, ObjectType::Shape, name);
   scene.addComponent(parent, shape);
   const auto mesh = scene.createObject(ObjectType::Mesh);
   scene.setMeshType(mesh, sample.type);
@@ -41,8 +48,7 @@ inline Orb::Zix::ObjectId addShape(Orb::Zix::Scene_V1& scene, const Orb::Zix::Ob
 inline void addMaterial(Orb::Zix::Scene_V1& scene, const Orb::Zix::ObjectId& mesh, float red, float green,
                         float blue, float transparency) {
   using Orb::Zix::ColorType;
-  const auto material = scene.createObject(Orb::Zix::ObjectType::Material);
-  scene.setName(material, "Material");
+  const auto material = addObject(scene, Orb::Zix::ObjectType::Material, "Material");
   scene.setMaterial(mesh, material);
   scene.setColor(material, ColorType::Diffuse, red, green, blue, transparency);
   scene.setColor(material, ColorType::Ambient, red / 2, green / 2, blue / 2, 1.0F);
@@ -66,22 +72,17 @@ inline SampleMesh square(float size) {
 //     Shape square_orb_2, Shape dots (points)
 inline void fillSampleScene(Orb::Zix::Scene_V1& scene) {
   using Orb::Zix::ObjectType;
-  const auto root = scene.createObject(ObjectType::Node);
-  scene.setName(root, "root");
-  const auto plate = scene.createObject(ObjectType::Node);
-  scene.setName(plate, "plate");
-  const auto placed = scene.createObject(ObjectType::Transform);
-  scene.setName(placed, "plate_orb_2");
+  const auto root = addObject(scene, ObjectType::Node, "root");
+  const auto plate = addObject(scene, ObjectType::Node, "plate");
+  const auto placed = addObject(scene, ObjectType::Transform, "plate_orb_2");
   scene.setTranslation(placed, 10, 20, 30);
   scene.setRotation(placed, 0, 0, 1, 1.5707964F);
   scene.setScale(placed, 2, 2, 2);
   scene.addComponent(root, plate, placed);
   addMaterial(scene, addShape(scene, plate, "square", square(1)), 0.75F, 0.5F, 0.25F, 0.0F);
   addShape(scene, plate, "path", {Orb::Zix::MeshType::Lines, {0, 0, 0, 1, 0, 0, 1, 1, 0}, {0, 1, 2}, {3}});
-  const auto mirror = scene.createObject(ObjectType::Node);
-  scene.setName(mirror, "mirror");
-  const auto mirrored = scene.createObject(ObjectType::Transform);
-  scene.setName(mirrored, "mirror_orb_2");
+  const auto mirror = addObject(scene, ObjectType::Node, "mirror");
+  const auto mirrored = addObject(scene, ObjectType::Transform, "mirror_orb_2");
   scene.setScale(mirrored, -1, -1, -1);
   scene.addComponent(root, mirror, mirrored);
   addMaterial(scene, addShape(scene, mirror, "square_orb_2", square(4)), 0.25F, 0.5F, 1.0F, 0.5F);

@@ -23,9 +23,7 @@ struct Objects {
   ObjectId indices = named(ObjectType::IndexArray, "numbers");
 
   ObjectId named(ObjectType type, const char* name) {
-    const ObjectId id = scene.createObject(type);
-    scene.setName(id, name);
-    return id;
+    return loftbay::testing_support::addObject(scene, type, name);
   }
 };
 

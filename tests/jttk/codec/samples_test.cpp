@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +17,7 @@
 #include "jttk/codec/shape_lod.h"
 #include "jttk/file/jt_file.h"
 #include "tests/jttk/support/shape_figures.h"
+#include "tests/support/sample_folder.h"
 
 namespace {
 
@@ -27,13 +27,8 @@ using jttk::ShapeGeometry;
 using jttk::testing::figuresOf;
 using jttk::testing::hex;
 using jttk::testing::ShapeFigures;
+using loftbay::testing_support::sampleFolder;
 using nlohmann::json;
-
-fs::path samplesFolder() {
-  if (const char* folder = std::getenv("LOFTBAY_JT_SAMPLES")) return folder;
-  const char* source = std::getenv("LOFTBAY_SOURCE_DIR");
-  return fs::path(source != nullptr ? source : ".") / ".." / "shared" / "jt-samples";
-}
 
 bool kindFits(PrimitiveKind kind, int major, const std::string& expected) {
   if (expected == "tristrip") {
@@ -174,7 +169,7 @@ void compareContents(const jttk::JtFile& file, const json& expected) {
 }
 
 TEST(Samples, everyShapeLodIsWhatAnIndependentDecoderFound) {
-  const fs::path folder = samplesFolder();
+  const fs::path folder = sampleFolder();
   if (!fs::is_directory(folder / "expected")) GTEST_SKIP() << "no JT sample files at " << folder;
   std::size_t files = 0;
   std::size_t shapes = 0;

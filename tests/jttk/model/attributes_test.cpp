@@ -7,6 +7,7 @@ namespace {
 
 using jttk::testing::GraphBuilder;
 using jttk::testing::Loaded;
+using jttk::testing::materialOf;
 using jttk::testing::moveOf;
 using jttk::testing::redOf;
 using jttk::testing::shapeOf;
@@ -24,6 +25,20 @@ GraphBuilder::Material red(float value, std::uint8_t state = 8, std::uint32_t in
   material.state = state;
   material.inhibited = inhibited;
   return material;
+}
+
+using GetColor = void (JtkMaterial::*)(float*&);
+
+std::vector<float> colorOf(JtkHierarchy* node, GetColor get) {
+  float* rgba = nullptr;
+  (materialOf(node)->*get)(rgba);
+  return {rgba, rgba + 4};
+}
+
+float shininessOf(JtkHierarchy* node) {
+  float shininess = 0;
+  materialOf(node)->getShininess(shininess);
+  return shininess;
 }
 
 // root (0): part (1) with shape (2); `attributes` hang on the nodes.
@@ -139,17 +154,10 @@ TEST(Materials, APartWithoutOneIsGreyWhereOthersHaveOne) {
   graph.material(20, red(0.25F));
   onePart(graph, {}, {20});
   const Loaded model(graph);
-  JtkMaterial* material = nullptr;
-  model.at({1})->getMaterial(material);
-  ASSERT_NE(material, nullptr);
-  float* rgba = nullptr;
-  material->getDiffuseColor(rgba);
-  EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.698F, 0.698F, 0.698F, 1));
-  material->getAmbientColor(rgba);
-  EXPECT_EQ(rgba[0], 0.698F);
-  float shininess = 0;
-  material->getShininess(shininess);
-  EXPECT_EQ(shininess, 128);
+  ASSERT_NE(materialOf(model.at({1})), nullptr);
+  EXPECT_THAT(colorOf(model.at({1}), &JtkMaterial::getDiffuseColor), ElementsAre(0.698F, 0.698F, 0.698F, 1));
+  EXPECT_EQ(colorOf(model.at({1}), &JtkMaterial::getAmbientColor)[0], 0.698F);
+  EXPECT_EQ(shininessOf(model.at({1})), 128);
   EXPECT_EQ(redOf(model.root()), -1);
 }
 
@@ -194,10 +202,7 @@ TEST(Materials, OnlyTheNearestAtOrBelowTheLevelOfDetailIsTheShapesOwn) {
   const auto redOfShape = [&](int index) {
     JtkMaterial* material = nullptr;
     shapeOf(model.root(), 0, index)->getShapeMaterial(material);
-    if (material == nullptr) return -1.0F;
-    float* rgba = nullptr;
-    material->getDiffuseColor(rgba);
-    return rgba[0];
+    return redOf(material);
   };
   EXPECT_EQ(redOfShape(0), 0.5F);
   EXPECT_EQ(redOfShape(1), 0.75F);
@@ -231,11 +236,7 @@ TEST(Materials, InhibitedFieldsComeFromAbove) {
   onePart(graph, {20}, {21});
   const Loaded model(graph);
   EXPECT_EQ(redOf(model.at({0})), 0.25F);
-  JtkMaterial* material = nullptr;
-  model.at({0})->getMaterial(material);
-  float shininess = 0;
-  material->getShininess(shininess);
-  EXPECT_EQ(shininess, 77);
+  EXPECT_EQ(shininessOf(model.at({0})), 77);
 }
 
 TEST(Materials, FieldsThatAreFinalFrom10OnStay) {
@@ -249,11 +250,7 @@ TEST(Materials, FieldsThatAreFinalFrom10OnStay) {
   onePart(graph, {20}, {21});
   const Loaded model(graph);
   EXPECT_EQ(redOf(model.at({0})), 0.25F);
-  JtkMaterial* material = nullptr;
-  model.at({0})->getMaterial(material);
-  float shininess = 0;
-  material->getShininess(shininess);
-  EXPECT_EQ(shininess, 77);
+  EXPECT_EQ(shininessOf(model.at({0})), 77);
 }
 
 TEST(Materials, In8ColoursCanBeStoredAsOneNumber) {
@@ -264,19 +261,11 @@ TEST(Materials, In8ColoursCanBeStoredAsOneNumber) {
   graph.partition(0, {1}).name("root");
   graph.part(1, {}).attributes({20});
   const Loaded model(graph);
-  JtkMaterial* found = nullptr;
-  model.root()->getMaterial(found);
-  ASSERT_NE(found, nullptr);
-  float* rgba = nullptr;
-  found->getAmbientColor(rgba);
-  EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.1F, 0.1F, 0.1F, 1));
-  found->getSpecularColor(rgba);
-  EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.2F, 0.25F, 0.2F, 1));
-  found->getEmissionColor(rgba);
-  EXPECT_THAT(std::vector<float>(rgba, rgba + 4), ElementsAre(0.3F, 0.3F, 0.3F, 1));
-  float shininess = 0;
-  found->getShininess(shininess);
-  EXPECT_EQ(shininess, 10);
+  ASSERT_NE(materialOf(model.root()), nullptr);
+  EXPECT_THAT(colorOf(model.root(), &JtkMaterial::getAmbientColor), ElementsAre(0.1F, 0.1F, 0.1F, 1));
+  EXPECT_THAT(colorOf(model.root(), &JtkMaterial::getSpecularColor), ElementsAre(0.2F, 0.25F, 0.2F, 1));
+  EXPECT_THAT(colorOf(model.root(), &JtkMaterial::getEmissionColor), ElementsAre(0.3F, 0.3F, 0.3F, 1));
+  EXPECT_EQ(shininessOf(model.root()), 10);
 }
 
 }  // namespace

@@ -14,6 +14,7 @@ namespace {
 using jttk::Guid;
 using jttk::testing::Bytes;
 using jttk::testing::GraphBuilder;
+using jttk::testing::Ids;
 using jttk::testing::Loaded;
 using jttk::testing::shapeOf;
 using ::testing::AllOf;
@@ -120,30 +121,46 @@ JtkTessParams* parameters(float chord_percent, float minimum_edge_length) {
                                             no_text, 0);
 }
 
+// Of the part, with these parameters.
+std::size_t triangles(const Loaded& model, JtkTessParams* values) {
+  const Result result(model.at({0}), values);
+  return meshOf(result.shape(), From::Arrays).triangles.size();
+}
+
 class ExactGeometry : public testing::Test {
  protected:
   ~ExactGeometry() override {
     jttk::settings().exact_geometry = false;
     JtkEntityFactory::fini();
   }
-  // A part with exact geometry and nothing else, below an assembly.
-  GraphBuilder alone(const Bytes& data, std::string_view units = "Millimeters") {
+  // A part, node 2, with exact geometry and these children, below an assembly.
+  static GraphBuilder exactPart(const Bytes& data, const Ids& children) {
     GraphBuilder graph;
     graph.partition(0, {1}).name("root");
     graph.metaData(1, {2}).name("assembly");
-    auto part = graph.part(2, {});
-    part.name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    if (!units.empty()) part.property("JT_PROP_MEASUREMENT_UNITS", units);
+    graph.part(2, children).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
     graph.exactGeometry(kSegment, data);
     return graph;
   }
-  // The same with one tetrahedron of facets.
-  GraphBuilder withFacets(const Bytes& data) {
+  // Nothing else in it.
+  static GraphBuilder alone(const Bytes& data, std::string_view units = "Millimeters") {
+    GraphBuilder graph = exactPart(data, {});
+    if (!units.empty()) GraphBuilder::NodeSettings(graph, 2).property("JT_PROP_MEASUREMENT_UNITS", units);
+    return graph;
+  }
+  // With one tetrahedron of facets.
+  static GraphBuilder withFacets(const Bytes& data) {
+    GraphBuilder graph = exactPart(data, {3});
+    graph.triStrips(3);
+    return graph;
+  }
+  // An instance in an assembly refers to the part.
+  static GraphBuilder instanced(const Bytes& data) {
     GraphBuilder graph;
     graph.partition(0, {1}).name("root");
     graph.metaData(1, {2}).name("assembly");
-    graph.part(2, {3}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    graph.triStrips(3);
+    graph.instance(2, 3).name("placed");
+    graph.part(3, {}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
     graph.exactGeometry(kSegment, data);
     return graph;
   }
@@ -215,36 +232,22 @@ TEST_F(ExactGeometry, WithoutAnyWordOnUnitsLengthsAreMillimetres) {
 
 TEST_F(ExactGeometry, TheChordToleranceIsThatOfTheParameters) {
   const Loaded model(alone(cylinder()));
-  const auto triangles = [&](JtkTessParams* values) {
-    const Result result(model.at({0}), values);
-    return meshOf(result.shape(), From::Arrays).triangles.size();
-  };
-  const std::size_t coarse = triangles(parameters(1.0F, 0));
-  EXPECT_LT(coarse, triangles(parameters(0.01F, 0)));
-  EXPECT_EQ(coarse, triangles(parameters(1.0F, 0)));
+  const std::size_t coarse = triangles(model, parameters(1.0F, 0));
+  EXPECT_LT(coarse, triangles(model, parameters(0.01F, 0)));
+  EXPECT_EQ(coarse, triangles(model, parameters(1.0F, 0)));
 }
 
 TEST_F(ExactGeometry, ValuesThatMakeNoSenseAreTheDefaults) {
   const Loaded model(alone(cylinder()));
-  const auto triangles = [&](JtkTessParams* values) {
-    const Result result(model.at({0}), values);
-    return meshOf(result.shape(), From::Arrays).triangles.size();
-  };
-  const std::size_t usual = triangles(nullptr);
-  EXPECT_EQ(triangles(parameters(-1, -1)), usual);
-  EXPECT_EQ(
-      triangles(parameters(std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN())),
-      usual);
+  const std::size_t usual = triangles(model, nullptr);
+  EXPECT_EQ(triangles(model, parameters(-1, -1)), usual);
+  EXPECT_EQ(triangles(model, parameters(std::numeric_limits<float>::quiet_NaN(),
+                                        std::numeric_limits<float>::quiet_NaN())),
+            usual);
 }
 
 TEST_F(ExactGeometry, APartThatAnInstanceRefersToOffersItAsLevelZero) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("root");
-  graph.metaData(1, {2}).name("assembly");
-  graph.instance(2, 3).name("placed");
-  graph.part(3, {}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-  graph.exactGeometry(kSegment, cylinder());
-  const Loaded model(graph);
+  const Loaded model(instanced(cylinder()));
   auto* part = static_cast<JtkPart*>(Loaded::target(model.at({0})));
   ASSERT_EQ(part->numShapeLODs(), 1);
   ASSERT_EQ(part->numShapes(0), 1);
@@ -258,18 +261,12 @@ TEST_F(ExactGeometry, APartThatAnInstanceRefersToOffersItAsLevelZero) {
 }
 
 TEST_F(ExactGeometry, InstancedPartsAreMadeWithTheParametersThatWereCreated) {
-  const auto triangles = [](float chord_percent) {
+  const auto trianglesAt = [](float chord_percent) {
     parameters(chord_percent, 0);
-    GraphBuilder graph;
-    graph.partition(0, {1}).name("root");
-    graph.metaData(1, {2});
-    graph.instance(2, 3).name("placed");
-    graph.part(3, {}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    graph.exactGeometry(kSegment, cylinder());
-    const Loaded model(graph);
+    const Loaded model(instanced(cylinder()));
     return meshOf(shapeOf(Loaded::target(model.at({0})), 0, 0), From::Arrays).triangles.size();
   };
-  EXPECT_LT(triangles(1.0F), triangles(0.01F));
+  EXPECT_LT(trianglesAt(1.0F), trianglesAt(0.01F));
 }
 
 TEST_F(ExactGeometry, FacetsOfTheFileAreUsedUnlessTheSettingSaysOtherwise) {
@@ -288,13 +285,9 @@ TEST_F(ExactGeometry, FacetsOfTheFileAreUsedUnlessTheSettingSaysOtherwise) {
 
 TEST_F(ExactGeometry, TheMaterialOfAllFacetsStaysWithThePart) {
   jttk::settings().exact_geometry = true;
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("root");
-  graph.metaData(1, {2}).name("assembly");
-  graph.part(2, {3}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+  GraphBuilder graph = exactPart(box(), {3});
   graph.triStrips(3).attributes({9});
   graph.material(9, {.diffuse = {0.25F, 0, 0, 1}});
-  graph.exactGeometry(kSegment, box());
   const Loaded model(graph);
   EXPECT_EQ(jttk::testing::redOf(model.at({0})), 0.25F);
 }
@@ -309,23 +302,15 @@ TEST_F(ExactGeometry, WhatCannotBeReadLeavesTheFacets) {
 }
 
 TEST_F(ExactGeometry, NullShapesShowNothing) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("root");
-  graph.metaData(1, {2});
-  graph.part(2, {3}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+  GraphBuilder graph = exactPart(box(), {3});
   graph.nullShape(3);
-  graph.exactGeometry(kSegment, box());
   const Loaded model(graph);
   EXPECT_NE(requires_(model.at({0})), 0);
 }
 
 TEST_F(ExactGeometry, WhatIsHiddenStaysHidden) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("root");
-  graph.metaData(1, {2});
-  graph.part(2, {3}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+  GraphBuilder graph = exactPart(box(), {3});
   graph.triStrips(3).flags(1);
-  graph.exactGeometry(kSegment, box());
   const Loaded model(graph);
   EXPECT_EQ(requires_(model.at({0})), 0);
   EXPECT_THAT(model.recorder.losses, IsEmpty());

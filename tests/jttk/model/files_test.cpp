@@ -8,6 +8,7 @@
 #include "jttk/model/file_finder.h"
 #include "jttk/settings.h"
 #include "tests/jttk/model/loaded.h"
+#include "tests/jttk/support/write_file.h"
 
 namespace {
 
@@ -33,10 +34,7 @@ class ManyFiles : public ::testing::Test {
   }
 
   void write(const std::string& name, const GraphBuilder& graph) const {
-    const auto bytes = graph.file();
-    fs::create_directories((folder_ / "model" / name).parent_path());
-    std::ofstream(folder_ / "model" / name, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    jttk::testing::writeFile(folder_ / "model" / name, graph.file());
   }
   // A file with one part of that name.
   void writePart(const std::string& name, const std::string& part) const {
@@ -66,6 +64,15 @@ class ManyFiles : public ::testing::Test {
     shapes_ = walked.shapes.size();
     return walked.nodes;
   }
+  // main.jt refers to these files: each is found, a part with one shape.
+  void expectFound(const std::vector<std::string>& references) {
+    writeMain(references);
+    std::vector<std::string> expected = {"assembly main"};
+    for (std::size_t i = 0; i < references.size(); ++i) expected.push_back("  part ref " + std::to_string(i));
+    EXPECT_EQ(tree(), expected);
+    EXPECT_EQ(shapes_, references.size());
+    EXPECT_THAT(recorder_.losses, IsEmpty());
+  }
 
   fs::path folder_;
   std::size_t shapes_ = 0;
@@ -76,35 +83,22 @@ class ManyFiles : public ::testing::Test {
 TEST_F(ManyFiles, AFileIsFoundInTheFolderNamedLikeTheAssemblyAndWithoutItsEnding) {
   writePart("main/bolt.jt", "bolt");
   writePart("nut.jt", "nut");
-  writeMain({"bolt.jt", "D:\\elsewhere\\Bolt.jt", "nut", "old/bolt"});
-  EXPECT_THAT(tree(),
-              ElementsAre("assembly main", "  part ref 0", "  part ref 1", "  part ref 2", "  part ref 3"));
-  EXPECT_EQ(shapes_, 4U);
-  EXPECT_THAT(recorder_.losses, IsEmpty());
+  expectFound({"bolt.jt", "D:\\elsewhere\\Bolt.jt", "nut", "old/bolt"});
 }
 
 TEST_F(ManyFiles, APartitionWithoutChildrenStandsForAnotherFileAndItsNameHolds) {
   writePart("parts/bolt.jt", "bolt");
-  writeMain({"parts/bolt.jt"});
-  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0"));
-  EXPECT_EQ(shapes_, 1U);
-  EXPECT_THAT(recorder_.losses, IsEmpty());
+  expectFound({"parts/bolt.jt"});
 }
 
 TEST_F(ManyFiles, SeparatorsLetterCaseAndALeadingDotDoNotMatter) {
   writePart("Parts/Sub/Bolt.JT", "bolt");
-  writeMain({"./Parts/Sub/Bolt.JT", "parts\\sub\\bolt.jt", ".\\PARTS/Sub//BOLT.jt"});
-  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0", "  part ref 1", "  part ref 2"));
-  EXPECT_EQ(shapes_, 3U);
-  EXPECT_THAT(recorder_.losses, IsEmpty());
+  expectFound({"./Parts/Sub/Bolt.JT", "parts\\sub\\bolt.jt", ".\\PARTS/Sub//BOLT.jt"});
 }
 
 TEST_F(ManyFiles, AFileThatHasMovedIsFoundByItsBareNameBesideTheReferringOne) {
   writePart("bolt.jt", "bolt");
-  writeMain({"C:\\work\\models\\bolt.jt", "/somewhere/else/Bolt.jt", "gone/bolt.jt"});
-  EXPECT_THAT(tree(), ElementsAre("assembly main", "  part ref 0", "  part ref 1", "  part ref 2"));
-  EXPECT_EQ(shapes_, 3U);
-  EXPECT_THAT(recorder_.losses, IsEmpty());
+  expectFound({"C:\\work\\models\\bolt.jt", "/somewhere/else/Bolt.jt", "gone/bolt.jt"});
 }
 
 TEST_F(ManyFiles, ReferencesAreSeenFromTheFileThatHoldsThem) {

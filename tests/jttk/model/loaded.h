@@ -11,6 +11,14 @@
 
 namespace jttk::testing {
 
+// A file of one part, node 1, with these children.
+inline GraphBuilder partOf(const Ids& children) {
+  GraphBuilder graph;
+  graph.partition(0, {1}).name("part");
+  graph.part(1, children);
+  return graph;
+}
+
 class Loaded {
  public:
   // `path` names the file only; it does not exist.
@@ -50,15 +58,23 @@ class Loaded {
   JtkHierarchy* root_ = nullptr;
 };
 
-// Red of the diffuse colour that a node answers; -1 when it has no material.
-inline float redOf(JtkHierarchy* node) {
+// Null when the node has none.
+inline JtkMaterial* materialOf(JtkHierarchy* node) {
   JtkMaterial* material = nullptr;
   node->getMaterial(material);
+  return material;
+}
+
+// Red of the diffuse colour; -1 without a material.
+inline float redOf(JtkMaterial* material) {
   if (material == nullptr) return -1;
   float* rgba = nullptr;
   material->getDiffuseColor(rgba);
   return rgba[0];
 }
+
+// Of the material that a node answers.
+inline float redOf(JtkHierarchy* node) { return redOf(materialOf(node)); }
 
 // Elements of a node's transform; empty when it has none.
 inline std::vector<float> transformOf(JtkHierarchy* node) {

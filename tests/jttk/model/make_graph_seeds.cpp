@@ -1,22 +1,16 @@
 // Writes the seeds of the fuzz targets of scene graphs and whole files: make_graph_seeds CORPUS_FOLDER.
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "tests/jttk/support/jt_graph.h"
+#include "tests/jttk/support/write_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace jttk::testing;
 using jttk::ByteOrder;
-
-void write(const fs::path& path, const Bytes& bytes) {
-  fs::create_directories(path.parent_path());
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
 
 // One of everything.
 GraphBuilder machine(const std::string& version, ByteOrder order) {
@@ -61,8 +55,8 @@ int main(int argc, char** argv) {
       Bytes segment{static_cast<std::byte>(number | (big ? 8U : 0U))};
       const Bytes body = graph.segment();
       segment.insert(segment.end(), body.begin(), body.end());
-      write(root / "scene_graph_fuzz" / name, segment);
-      write(root / "jt_file_fuzz" / name, graph.file());
+      writeFile(root / "scene_graph_fuzz" / name, segment);
+      writeFile(root / "jt_file_fuzz" / name, graph.file());
     }
   }
   return 0;

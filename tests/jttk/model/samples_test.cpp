@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -15,6 +14,7 @@
 #include "jttk/model/document.h"
 #include "jttk/model/properties.h"
 #include "tests/jttk/model/walk.h"
+#include "tests/support/sample_folder.h"
 
 namespace {
 
@@ -23,18 +23,13 @@ using jttk::Document;
 using jttk::Node;
 using jttk::NodeKind;
 using jttk::SceneGraph;
+using loftbay::testing_support::sampleFolder;
 using nlohmann::json;
-
-fs::path samplesFolder() {
-  if (const char* folder = std::getenv("LOFTBAY_JT_SAMPLES")) return folder;
-  const char* source = std::getenv("LOFTBAY_SOURCE_DIR");
-  return fs::path(source != nullptr ? source : ".") / ".." / "shared" / "jt-samples";
-}
 
 std::vector<fs::path> sampleFiles() {
   std::vector<fs::path> files;
-  if (!fs::exists(samplesFolder())) return files;
-  for (const auto& entry : fs::recursive_directory_iterator(samplesFolder())) {
+  if (!fs::exists(sampleFolder())) return files;
+  for (const auto& entry : fs::recursive_directory_iterator(sampleFolder())) {
     if (entry.path().extension() == ".jt") files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
@@ -42,8 +37,8 @@ std::vector<fs::path> sampleFiles() {
 }
 
 json expectedOf(const fs::path& file) {
-  const fs::path relative = fs::relative(file, samplesFolder());
-  std::ifstream stream((samplesFolder() / "expected" / relative).replace_extension(".json"));
+  const fs::path relative = fs::relative(file, sampleFolder());
+  std::ifstream stream((sampleFolder() / "expected" / relative).replace_extension(".json"));
   return json::parse(stream);
 }
 
@@ -149,7 +144,7 @@ void compareProperties(const SceneGraph& graph, const Node& node, const json& ex
 
 TEST(SampleFiles, SceneGraphsHoldWhatAnotherDecoderFound) {
   const auto files = sampleFiles();
-  if (files.empty()) GTEST_SKIP() << "no sample files in " << samplesFolder();
+  if (files.empty()) GTEST_SKIP() << "no sample files in " << sampleFolder();
   std::size_t nodes = 0;
   for (const fs::path& file : files) {
     SCOPED_TRACE(file.filename().string());
@@ -209,7 +204,7 @@ void compareMatrix(const json& expected, const jttk::testing::Matrix16& found) {
 // nameless part below it, which inherits that name.
 TEST(SampleFiles, PlacedShapesAreWhatAnotherDecoderFound) {
   const auto files = sampleFiles();
-  if (files.empty()) GTEST_SKIP() << "no sample files in " << samplesFolder();
+  if (files.empty()) GTEST_SKIP() << "no sample files in " << sampleFolder();
   for (const fs::path& file : files) {
     SCOPED_TRACE(file.filename().string());
     jttk::testing::Recorder recorder;
@@ -235,7 +230,7 @@ TEST(SampleFiles, PlacedShapesAreWhatAnotherDecoderFound) {
       EXPECT_EQ(wanted["kind"], "tristrip");
       EXPECT_EQ(found.type, JtkEntity::JtkTRISTRIPSET);
       EXPECT_EQ(wanted["triangles_nd"], found.triangles_nd);
-      const fs::path from = wanted.contains("file") ? samplesFolder() / wanted["file"] : file;
+      const fs::path from = wanted.contains("file") ? sampleFolder() / wanted["file"] : file;
       EXPECT_EQ(checksums.of(from, wanted["segment"]), found.checksum_nd);
     }
   }

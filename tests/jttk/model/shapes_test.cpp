@@ -18,6 +18,7 @@ using jttk::ShapeGeometry;
 using jttk::testing::Bytes;
 using jttk::testing::GraphBuilder;
 using jttk::testing::Loaded;
+using jttk::testing::partOf;
 using jttk::testing::shapeOf;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
@@ -26,6 +27,14 @@ using ::testing::IsEmpty;
 
 int levels(JtkHierarchy* part) { return static_cast<JtkPart*>(part)->numShapeLODs(); }
 int shapes(JtkHierarchy* part, int level) { return static_cast<JtkPart*>(part)->numShapes(level); }
+
+// The number of shapes of every level.
+std::vector<int> shapesOfLevels(JtkHierarchy* part) {
+  std::vector<int> counts(static_cast<std::size_t>(levels(part)));
+  for (std::size_t level = 0; level < counts.size(); ++level)
+    counts[level] = shapes(part, static_cast<int>(level));
+  return counts;
+}
 
 std::vector<float> firstVertices(JtkShape* shape) {
   float* arrays[2] = {};
@@ -38,18 +47,14 @@ std::vector<float> firstVertices(JtkShape* shape) {
 }
 
 TEST(Levels, AreTheChildrenOfTheLevelOfDetailNodeTheFinestFirst) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2});
+  GraphBuilder graph = partOf({2});
   graph.rangeLod(2, {3, 6});
   graph.group(3, {4, 5});
   graph.triStrips(4);
   graph.triStrips(5);
   graph.triStrips(6);
   const Loaded model(graph);
-  EXPECT_EQ(levels(model.root()), 2);
-  EXPECT_EQ(shapes(model.root(), 0), 2);
-  EXPECT_EQ(shapes(model.root(), 1), 1);
+  EXPECT_THAT(shapesOfLevels(model.root()), ElementsAre(2, 1));
   EXPECT_EQ(shapes(model.root(), 2), 0);
   EXPECT_EQ(shapes(model.root(), -1), 0);
   EXPECT_EQ(shapeOf(model.root(), 0, 2), nullptr);
@@ -57,21 +62,16 @@ TEST(Levels, AreTheChildrenOfTheLevelOfDetailNodeTheFinestFirst) {
 }
 
 TEST(Levels, ShapesWithoutALevelOfDetailNodeAreLevelZero) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2, 3});
+  GraphBuilder graph = partOf({2, 3});
   graph.triStrips(2);
   graph.group(3, {4});
   graph.triStrips(4);
   const Loaded model(graph);
-  EXPECT_EQ(levels(model.root()), 1);
-  EXPECT_EQ(shapes(model.root(), 0), 2);
+  EXPECT_THAT(shapesOfLevels(model.root()), ElementsAre(2));
 }
 
 TEST(Levels, OfSeveralLevelOfDetailNodesAreJoinedAndOfNestedOnesTheFinestCounts) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2, 6});
+  GraphBuilder graph = partOf({2, 6});
   graph.lod(2, {3, 5});
   graph.lod(3, {4, 5});
   graph.triStrips(4);
@@ -79,35 +79,27 @@ TEST(Levels, OfSeveralLevelOfDetailNodesAreJoinedAndOfNestedOnesTheFinestCounts)
   graph.rangeLod(6, {7});
   graph.triStrips(7);
   const Loaded model(graph);
-  EXPECT_EQ(levels(model.root()), 2);
-  EXPECT_EQ(shapes(model.root(), 0), 2);
-  EXPECT_EQ(shapes(model.root(), 1), 1);
+  EXPECT_THAT(shapesOfLevels(model.root()), ElementsAre(2, 1));
 }
 
 // Nothing else could be shown of it.
 TEST(Levels, EmptyLevelsInFrontOfTheFirstShapeDoNotCount) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2});
+  GraphBuilder graph = partOf({2});
   graph.rangeLod(2, {3, 4});
   graph.group(3, {});
   graph.triStrips(4);
   const Loaded model(graph);
-  EXPECT_EQ(levels(model.root()), 1);
-  EXPECT_EQ(shapes(model.root(), 0), 1);
+  EXPECT_THAT(shapesOfLevels(model.root()), ElementsAre(1));
 }
 
 TEST(Levels, AHiddenFinestLevelIsNotReplacedByAnother) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2});
+  GraphBuilder graph = partOf({2});
   graph.rangeLod(2, {3, 4});
   graph.group(3, {5}).flags(1);
   graph.triStrips(4);
   graph.triStrips(5);
   const Loaded model(graph);
-  EXPECT_EQ(levels(model.root()), 2);
-  EXPECT_EQ(shapes(model.root(), 0), 0);
+  EXPECT_THAT(shapesOfLevels(model.root()), ElementsAre(0, 1));
 }
 
 TEST(Levels, EverythingBelowAPartBelongsToIt) {
@@ -126,9 +118,7 @@ TEST(Levels, EverythingBelowAPartBelongsToIt) {
 }
 
 TEST(Levels, NullShapesAreShapesWithoutSets) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2});
+  GraphBuilder graph = partOf({2});
   graph.nullShape(2);
   const Loaded model(graph);
   JtkShape* shape = shapeOf(model.root(), 0, 0);
@@ -181,14 +171,11 @@ TEST(Shapes, ADamagedOneIsNullAndReportedOnceWithFileSegmentAndPlace) {
 }
 
 TEST(Shapes, AreNotDecodedBeforeTheyAreAskedFor) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2});
+  GraphBuilder graph = partOf({2});
   graph.setGeometry(Bytes(40));  // nothing that could be decoded
   graph.triStrips(2);
   const Loaded model(graph);
-  EXPECT_EQ(levels(model.root()), 1);
-  EXPECT_EQ(shapes(model.root(), 0), 1);
+  EXPECT_THAT(shapesOfLevels(model.root()), ElementsAre(1));
   EXPECT_THAT(model.recorder.losses, IsEmpty());
   EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
   EXPECT_EQ(model.recorder.losses.size(), 1U);
@@ -212,9 +199,7 @@ TEST(Shapes, OfAnInstancesTargetAreFreedWhenTheWalkLeavesTheInstance) {
 }
 
 TEST(Shapes, WithoutASegmentTheyAreReported) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2, 3});
+  GraphBuilder graph = partOf({2, 3});
   graph.emptyTriStrips(2);
   graph.emptyTriStrips(3).lateLoaded("JT_LLPROP_SHAPEIMPL", {9, 9, 9, {}}, 7);
   const Loaded model(graph);
@@ -328,9 +313,7 @@ TEST(Shapes, TypesFollowTheGeometryAndTheNode) {
 }
 
 TEST(Shapes, ArraysThatDoNotExistAreNullAndTheirCountsStay) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2});
+  GraphBuilder graph = partOf({2});
   graph.triStrips(2);
   const Loaded model(graph);
   JtkShape* shape = shapeOf(model.root(), 0, 0);

@@ -10,6 +10,7 @@ using jttk::Guid;
 using jttk::testing::GraphBuilder;
 using jttk::testing::Loaded;
 using jttk::testing::moveOf;
+using jttk::testing::partOf;
 using jttk::testing::redOf;
 using jttk::testing::shapeOf;
 using ::testing::ElementsAre;
@@ -38,9 +39,7 @@ TEST(UnusualFiles, AGroupOfAnUnknownKindHoldsItsChildren) {
 
 TEST(UnusualFiles, AShapeNodeOfAnUnknownKindIsWhatItsSegmentIs) {
   for (const Guid& kind : {kNobodysKind, kWireHarness}) {
-    GraphBuilder graph;
-    graph.partition(0, {1}).name("part");
-    graph.part(1, {2, 3});
+    GraphBuilder graph = partOf({2, 3});
     graph.triStrips(2);
     graph.unknownShape(3, kind).lateLoaded("JT_LLPROP_SHAPEIMPL", graph.shapeSegment(2), 7);
     const Loaded model(graph);
@@ -87,9 +86,7 @@ TEST(UnusualFiles, ANodeThatTheTableListsTwiceHasAllItsProperties) {
 }
 
 TEST(UnusualFiles, GeometryIsFoundUnderAnotherKeyToo) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2, 3});
+  GraphBuilder graph = partOf({2, 3});
   graph.triStrips(2);
   graph.emptyTriStrips(3)
       .lateLoaded("JT_LLPROP_METADATA", {1, 2, 3, {}}, 4)
@@ -102,9 +99,7 @@ TEST(UnusualFiles, GeometryIsFoundUnderAnotherKeyToo) {
 }
 
 TEST(UnusualFiles, AShapeThatCountsNothingNeedsNoGeometry) {
-  GraphBuilder graph;
-  graph.partition(0, {1}).name("part");
-  graph.part(1, {2});
+  GraphBuilder graph = partOf({2});
   graph.triStripsOfNothing(2);
   const Loaded model(graph);
   JtkShape* shape = shapeOf(model.root(), 0, 0);

@@ -1,22 +1,16 @@
 // Writes the seeds of the fuzz targets of container and shape codecs: make_seeds CORPUS_FOLDER.
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "tests/jttk/support/jt_shapes.h"
+#include "tests/jttk/support/write_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace jttk::testing;
 using jttk::PacketForm;
-
-void write(const fs::path& path, const Bytes& bytes) {
-  fs::create_directories(path.parent_path());
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
 
 // The fuzz targets of packets, topology and shapes take one byte first: the form.
 Bytes withForm(PacketForm form, const Bytes& bytes) {
@@ -27,7 +21,7 @@ std::string formName(PacketForm form) { return form == PacketForm::Jt10 ? "10" :
 
 void writePackets(const fs::path& folder, PacketForm form) {
   const auto save = [&](const char* name, const Bytes& bytes) {
-    write(folder / (name + formName(form)), withForm(form, bytes));
+    writeFile(folder / (name + formName(form)), withForm(form, bytes));
   };
   const Bytes plain = packetOf({5, -3, 100, 7, 7}, form);
   save("fixed", plain);
@@ -56,15 +50,15 @@ void writePackets(const fs::path& folder, PacketForm form) {
 void writeShapes(const fs::path& root, PacketForm form) {
   const std::string name = formName(form);
   const fs::path topology = root / "topology_fuzz";
-  write(topology / ("tetrahedron" + name), withForm(form, topologyBytes(tetrahedronSymbols(7), form)));
-  write(topology / ("cube" + name), withForm(form, topologyBytes(cubeSymbols(1), form)));
-  write(topology / ("triangle" + name), withForm(form, topologyBytes(triangleSymbols(), form)));
-  write(topology / ("bow_tie" + name), withForm(form, topologyBytes(bowTieSymbols(), form)));
+  writeFile(topology / ("tetrahedron" + name), withForm(form, topologyBytes(tetrahedronSymbols(7), form)));
+  writeFile(topology / ("cube" + name), withForm(form, topologyBytes(cubeSymbols(1), form)));
+  writeFile(topology / ("triangle" + name), withForm(form, topologyBytes(triangleSymbols(), form)));
+  writeFile(topology / ("bow_tie" + name), withForm(form, topologyBytes(bowTieSymbols(), form)));
   const fs::path shapes = root / "shape_lod_fuzz";
   ShapeOptions options;
   options.form = form;
   const auto save = [&](const char* shape, const jttk::Guid& kind, const Bytes& rep) {
-    write(shapes / (shape + name), withForm(form, shapeElement(kind, form, rep)));
+    writeFile(shapes / (shape + name), withForm(form, shapeElement(kind, form, rep)));
   };
   save("lossless", kTriStripSetId, topologicalRepData(tetrahedronSymbols(7), 4, 12, options));
   options.quantized = true;
@@ -80,7 +74,7 @@ void writeContainers(const fs::path& folder) {
   const Bytes stored = ByteBuilder().u32(0).u32(5).u8(1).text("abcd").result();
   const jttk::Guid other{7, 7, 7, {}};
   for (const char* version : {"8.1", "9.5", "10.0"}) {
-    write(folder / version, container(version, {{kSegmentId, 1, graph}, {other, 4, stored}}));
+    writeFile(folder / version, container(version, {{kSegmentId, 1, graph}, {other, 4, stored}}));
   }
 }
 

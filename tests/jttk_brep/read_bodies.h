@@ -1,0 +1,23 @@
+// From a model that a test wrote, or the bytes of its segment, to what the reader finds in them.
+#pragma once
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "jttk/brep/tessellate.h"
+#include "tests/jttk_brep/models.h"
+
+namespace jttk::brep {
+
+inline Result<Bodies> readBodies(std::vector<std::byte> data) {
+  Segment segment;
+  segment.unpacked = std::move(data);
+  segment.data = segment.unpacked;
+  return readXtBrep(segment, ByteOrder::Little);
+}
+
+// After finish().
+inline Result<Bodies> readBodies(const XtModel& model) { return readBodies(segmentOf(model)); }
+
+}  // namespace jttk::brep
