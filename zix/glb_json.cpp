@@ -4,6 +4,7 @@
 #include <cmath>
 #include <span>
 
+#include "host/portable_math.h"
 #include "zix/materials.h"
 #include "zix/placement.h"
 
@@ -111,10 +112,11 @@ class GlbJson {
     if (translation != std::array<double, 3>{0, 0, 0}) writeNumbers(json, "translation", translation);
     const double length = std::sqrt(axis[0] * axis[0] + axis[1] * axis[1] + axis[2] * axis[2]);
     if (length > 0 && transform.rotation_angle_rad != 0) {
-      const SineCosine half = sineCosine(static_cast<double>(transform.rotation_angle_rad) / 2);
-      const double factor = half.sine / length;
+      const double half_angle_rad = static_cast<double>(transform.rotation_angle_rad) / 2;
+      const double factor = loftbay::portable::sin(half_angle_rad) / length;
+      const double real_part = loftbay::portable::cos(half_angle_rad);
       writeNumbers(json, "rotation",
-                   std::array<double, 4>{axis[0] * factor, axis[1] * factor, axis[2] * factor, half.cosine});
+                   std::array<double, 4>{axis[0] * factor, axis[1] * factor, axis[2] * factor, real_part});
     }
     if (scale != std::array<double, 3>{1, 1, 1}) writeNumbers(json, "scale", scale);
   }

@@ -2,44 +2,11 @@
 
 #include <cmath>
 
+#include "host/portable_math.h"
+
 namespace Orb::Zix {
 
-SineCosine sineCosine(double angle_rad) {
-  if (!std::isfinite(angle_rad)) return {std::nan(""), std::nan("")};
-  // Far out, only the host-independence of the result matters; fmod is exact.
-  if (std::abs(angle_rad) > 1e5) angle_rad = std::fmod(angle_rad, 6.28318530717958647693);
-  // angle = turns * pi/2 + rest with |rest| <= pi/4. pi/2 in three parts of 33 bits, so that the first
-  // products are exact for every angle of a sensible size.
-  constexpr double kPart1 = 1.57079632673412561417e+00;
-  constexpr double kPart2 = 6.07710050630396597660e-11;
-  constexpr double kPart3 = 2.02226624879595063154e-21;
-  constexpr double kTwoOverPi = 6.36619772367581382433e-01;
-  const double turns = std::floor(angle_rad * kTwoOverPi + 0.5);
-  const double rest = ((angle_rad - turns * kPart1) - turns * kPart2) - turns * kPart3;
-  const double square = rest * rest;
-  // Taylor series from the small end; the terms after rest^19 are below the last bit.
-  double sine = 0;
-  double cosine = 0;
-  for (int n = 18; n >= 2; n -= 2) {
-    cosine = (1 + cosine) * -square / (n * (n - 1));
-    sine = (1 + sine) * -square / (n * (n + 1));
-  }
-  sine = rest + rest * sine;
-  cosine = 1 + cosine;
-  switch (static_cast<int>(std::fmod(turns, 4.0))) {
-    case 1:
-    case -3:
-      return {cosine, -sine};
-    case 2:
-    case -2:
-      return {-sine, -cosine};
-    case 3:
-    case -1:
-      return {-cosine, sine};
-    default:
-      return {sine, cosine};
-  }
-}
+namespace portable = loftbay::portable;
 
 Matrix multiply(const Matrix& outer, const Matrix& inner) {
   Matrix result;
@@ -59,15 +26,15 @@ Matrix placementMatrix(const format::TransformRecord& transform) {
   double y = static_cast<double>(transform.rotation_axis[1]);
   double z = static_cast<double>(transform.rotation_axis[2]);
   const double length = std::sqrt(x * x + y * y + z * z);
-  SineCosine turn{0, 1};
+  double c = 1;
+  double s = 0;
   if (length != 0) {
     x /= length;
     y /= length;
     z /= length;
-    turn = sineCosine(static_cast<double>(transform.rotation_angle_rad));
+    c = portable::cos(static_cast<double>(transform.rotation_angle_rad));
+    s = portable::sin(static_cast<double>(transform.rotation_angle_rad));
   }
-  const double c = turn.cosine;
-  const double s = turn.sine;
   const double d = 1 - c;
   const double sx = static_cast<double>(transform.scale[0]);
   const double sy = static_cast<double>(transform.scale[1]);

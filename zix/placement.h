@@ -1,6 +1,5 @@
 // Transforms as matrices: a point p is placed at rotation * (scale * p) + translation, and a child's
-// placement acts before its parent's. Double precision, and the same bits on every host: sine and cosine
-// are computed here, because the C libraries differ in their last place.
+// placement acts before its parent's. Double precision, and the same bits on every host.
 #pragma once
 
 #include <array>
@@ -35,11 +34,5 @@ Matrix placementMatrix(const format::TransformRecord& transform);
 
 // The box of the eight corners of `local`, placed; corners that are not finite are left out.
 void addPlacedBox(BoxD& world, const BoxF& local, const Matrix& matrix);
-
-struct SineCosine {
-  double sine;
-  double cosine;
-};
-SineCosine sineCosine(double angle_rad);
 
 }  // namespace Orb::Zix

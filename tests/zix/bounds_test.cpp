@@ -60,18 +60,6 @@ TEST(Bounds, AreEmptyWithoutAFinitePoint) {
   EXPECT_EQ(box.high, (std::array<float, 3>{1, 2, 0}));
 }
 
-TEST(SineCosine, IsThatOfTheLibraryUpToTheLastPlaces) {
-  for (double angle = -50; angle < 50; angle += 0.013) {
-    const SineCosine result = sineCosine(angle);
-    EXPECT_NEAR(result.sine, std::sin(angle), 4e-16) << angle;
-    EXPECT_NEAR(result.cosine, std::cos(angle), 4e-16) << angle;
-  }
-  EXPECT_EQ(sineCosine(0).sine, 0);
-  EXPECT_EQ(sineCosine(0).cosine, 1);
-  EXPECT_TRUE(std::isnan(sineCosine(std::numeric_limits<double>::infinity()).sine));
-  EXPECT_LE(std::abs(sineCosine(3e38).sine), 1.0001);
-}
-
 TEST(Placement, ScalesThenTurnsThenMoves) {
   format::TransformRecord transform = format::kIdentityTransform;
   transform.translation[0] = 10;
