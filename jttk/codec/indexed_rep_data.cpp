@@ -40,17 +40,20 @@ bool undoOtherPredictors(IndexLists& lists, std::uint32_t stored) {
   using Values = std::vector<std::int32_t>;
   constexpr std::array kCandidates = {Predictor::Null, Predictor::Lag1, Predictor::Stride1,
                                       Predictor::StripIndex};
-  std::array<std::array<Values, kCandidates.size()>, 3> tries;
-  const Values* const stored_lists[] = {&lists.groups, &lists.primitives, &lists.vertices};
-  for (std::size_t list = 0; list < tries.size(); ++list) {
-    tries[list].fill(*stored_lists[list]);
-    for (std::size_t i = 0; i < kCandidates.size(); ++i) undoPredictor(kCandidates[i], tries[list][i]);
-  }
-  for (Values& groups : tries[0]) {
+  const auto tries = [&](const Values& list) {
+    std::array<Values, kCandidates.size()> result;
+    result.fill(list);
+    for (std::size_t i = 0; i < kCandidates.size(); ++i) undoPredictor(kCandidates[i], result[i]);
+    return result;
+  };
+  auto all_groups = tries(lists.groups);
+  auto all_primitives = tries(lists.primitives);
+  auto all_vertices = tries(lists.vertices);
+  for (Values& groups : all_groups) {
     const std::uint32_t group_hash = hashOf(groups, 0);
-    for (Values& primitives : tries[1]) {
+    for (Values& primitives : all_primitives) {
       const std::uint32_t primitive_hash = hashOf(primitives, group_hash);
-      for (Values& vertices : tries[2]) {
+      for (Values& vertices : all_vertices) {
         if (hashOf(vertices, primitive_hash) != stored) continue;
         lists = {std::move(groups), std::move(primitives), std::move(vertices)};
         return true;
