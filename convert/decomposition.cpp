@@ -88,7 +88,7 @@ AxisAngle axisAngle(const Matrix3& rotation) {
   const float n = v[1] * v[1] + v[0] * v[0] + v[2] * v[2];
   if (!(n > 0.0F)) return {{1.0F, 0.0F, 0.0F}, 0.0F};
   const float factor = reciprocalRoot(n);
-  // The single-precision arc cosine of C libraries differs in the last bit; the narrowed double does not.
+  // In double and then narrowed: the same bits on every host.
   const auto half_angle = static_cast<float>(portable::acos(static_cast<double>(w)));
   return {{v[0] * factor, v[1] * factor, v[2] * factor}, 2.0F * half_angle};
 }

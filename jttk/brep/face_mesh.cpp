@@ -332,13 +332,16 @@ FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances
   if (made.problem.empty() && stretched.turnedCorners() == 0) return made;
   if (domain.stretch == Vec2{1, 1}) return made;
   // Long triangles do not suit this border.
-  std::vector<Vec3> other_points(points.begin(), points.begin() + static_cast<std::ptrdiff_t>(known_points));
-  Mesher plain(geometry, domain, tolerances, not_wanted, other_points, false);
+  const auto first_own = points.begin() + static_cast<std::ptrdiff_t>(known_points);
+  const std::vector<Vec3> own_points(first_own, points.end());
+  points.resize(known_points);
+  Mesher plain(geometry, domain, tolerances, not_wanted, points, false);
   FaceMesh other = plain.run();
-  const bool better = made.problem.empty() ? plain.turnedCorners() < stretched.turnedCorners() : true;
-  if (!other.problem.empty() || !better) return made;
-  points.swap(other_points);
-  return other;
+  const bool better = !made.problem.empty() || plain.turnedCorners() < stretched.turnedCorners();
+  if (other.problem.empty() && better) return other;
+  points.resize(known_points);
+  points.insert(points.end(), own_points.begin(), own_points.end());
+  return made;
 }
 
 }  // namespace jttk::brep

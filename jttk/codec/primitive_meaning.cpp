@@ -7,14 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "host/portable_math.h"
 #include "jttk/codec/primitive_solid.h"
+#include "jttk/codec/vector3.h"
 
 namespace jttk {
 
 namespace {
 
-using Vector = std::array<double, 3>;
 using Kind = Solid::Kind;
 
 // Parts of the stated box's extent along an axis: writers that make their boxes of coarse meshes, and
@@ -141,26 +140,20 @@ std::optional<Solid> solidOf(const Primitive& primitive, Reading reading, RealPa
 
 // Box, area and the moments of the volume up to the second order.
 struct Survey {
-  Vector low = {std::numeric_limits<double>::max(), std::numeric_limits<double>::max(),
-                std::numeric_limits<double>::max()};
-  Vector high = {std::numeric_limits<double>::lowest(), std::numeric_limits<double>::lowest(),
-                 std::numeric_limits<double>::lowest()};
+  Vector3 low = {std::numeric_limits<double>::max(), std::numeric_limits<double>::max(),
+                 std::numeric_limits<double>::max()};
+  Vector3 high = {std::numeric_limits<double>::lowest(), std::numeric_limits<double>::lowest(),
+                  std::numeric_limits<double>::lowest()};
   double area = 0;
   double volume = 0;
-  Vector first{};                  // about the origin that measure() is given
+  Vector3 first{};                 // about the origin that measure() is given
   std::array<double, 6> second{};  // xx yy zz xy yz zx
 };
 
-void addTriangle(const Vector& a, const Vector& b, const Vector& c, Survey& survey) {
-  const Vector u = {b[0] - a[0], b[1] - a[1], b[2] - a[2]};
-  const Vector v = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
-  survey.area += loftbay::portable::hypot(u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
-                                          u[0] * v[1] - u[1] * v[0]) /
-                 2;
+void addTriangle(const Vector3& a, const Vector3& b, const Vector3& c, Survey& survey) {
+  survey.area += length(cross(minus(b, a), minus(c, a))) / 2;
   // The tetrahedron to the origin.
-  const double volume = (a[0] * (b[1] * c[2] - b[2] * c[1]) - a[1] * (b[0] * c[2] - b[2] * c[0]) +
-                         a[2] * (b[0] * c[1] - b[1] * c[0])) /
-                        6;
+  const double volume = dot(a, cross(b, c)) / 6;
   survey.volume += volume;
   for (std::size_t k = 0; k < 3; ++k) survey.first[k] += volume * (a[k] + b[k] + c[k]) / 4;
   for (std::size_t k = 0; k < 6; ++k) {
@@ -172,13 +165,13 @@ void addTriangle(const Vector& a, const Vector& b, const Vector& c, Survey& surv
   }
 }
 
-void measure(const ShapeGeometry& mesh, const Vector& origin, Survey& survey) {
+void measure(const ShapeGeometry& mesh, const Vector3& origin, Survey& survey) {
   const auto point = [&](std::size_t corner) {
     const float* p = mesh.positions.data() + std::size_t{mesh.corner_positions[corner]} * 3;
-    return Vector{p[0] - origin[0], p[1] - origin[1], p[2] - origin[2]};
+    return Vector3{p[0] - origin[0], p[1] - origin[1], p[2] - origin[2]};
   };
   for (std::size_t i = 0; i + 1 < mesh.primitive_starts.size(); ++i) {
-    const Vector first = point(mesh.primitive_starts[i]);
+    const Vector3 first = point(mesh.primitive_starts[i]);
     for (std::size_t c = mesh.primitive_starts[i] + 1; c + 1 < mesh.primitive_starts[i + 1]; ++c) {
       addTriangle(first, point(c), point(c + 1), survey);
     }
@@ -356,7 +349,7 @@ class Chooser {
 
   const PrimitiveSet& set_;
   std::array<bool, kPrimitiveTypes> present_{};
-  Vector origin_{};
+  Vector3 origin_{};
   Candidates last_;
   Candidates first_;
   std::vector<Choice> agreeing_;

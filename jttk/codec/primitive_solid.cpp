@@ -5,17 +5,11 @@
 #include <numbers>
 
 #include "host/portable_math.h"
+#include "jttk/codec/vector3.h"
 
 namespace jttk {
 
 namespace {
-
-using Vector = std::array<double, 3>;
-
-Vector cross(const Vector& a, const Vector& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-Vector minus(const Vector& a, const Vector& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 
 // Puts points, normals and polygons of one solid behind those that are there.
 class MeshWriter {
@@ -28,15 +22,15 @@ class MeshWriter {
   // Numbered from 0 within the solid.
   void point(double x, double y, double z) {
     points_.push_back({x, y, z});
-    const Vector p = turned({x, y, z});
+    const Vector3 p = turned({x, y, z});
     for (std::size_t k = 0; k < 3; ++k) mesh_.positions.push_back(static_cast<float>(p[k] + solid_.place[k]));
   }
 
   // The record of a normal, which needs no length.
-  std::uint32_t record(const Vector& normal) {
+  std::uint32_t record(const Vector3& normal) {
     const auto number = static_cast<std::uint32_t>(mesh_.normals.size() / 3);
-    const Vector n = turned(normal);
-    const double length = loftbay::portable::hypot(n[0], n[1], n[2]);
+    const Vector3 n = turned(normal);
+    const double length = jttk::length(n);
     for (const double c : n) mesh_.normals.push_back(static_cast<float>(length > 0 ? c / length : 0));
     if (with_color_) {
       mesh_.colors.insert(mesh_.colors.end(), {solid_.color[0], solid_.color[1], solid_.color[2], 1.0F});
@@ -62,7 +56,7 @@ class MeshWriter {
   }
 
  private:
-  [[nodiscard]] Vector turned(const Vector& p) const {
+  [[nodiscard]] Vector3 turned(const Vector3& p) const {
     const Rotation& r = solid_.rotation;
     return {r[0] * p[0] + r[1] * p[1] + r[2] * p[2], r[3] * p[0] + r[4] * p[1] + r[5] * p[2],
             r[6] * p[0] + r[7] * p[1] + r[8] * p[2]};
@@ -72,7 +66,7 @@ class MeshWriter {
   bool with_color_;
   ShapeGeometry& mesh_;
   std::size_t first_position_;
-  std::vector<Vector> points_;
+  std::vector<Vector3> points_;
 };
 
 // Cosine and sine of every corner of a regular polygon; those on the axes are exact.
@@ -139,7 +133,7 @@ void writePrism(const Solid& s, MeshWriter& out) {
 
 void writeFrustum(const Solid& s, std::size_t sides, MeshWriter& out) {
   const auto around = circle(sides);
-  const Vector middle = {(s.low[0] + s.high[0]) / 2, (s.low[1] + s.high[1]) / 2, 0};
+  const Vector3 middle = {(s.low[0] + s.high[0]) / 2, (s.low[1] + s.high[1]) / 2, 0};
   const double a = (s.high[0] - s.low[0]) / 2;
   const double b = (s.high[1] - s.low[1]) / 2;
   for (const std::size_t end : {std::size_t{0}, std::size_t{1}}) {
@@ -173,8 +167,8 @@ void writeFrustum(const Solid& s, std::size_t sides, MeshWriter& out) {
 void writeEllipsoid(const Solid& s, std::size_t sides, MeshWriter& out) {
   const auto around = circle(sides);
   const std::size_t rings = sides / 2 - 1;
-  Vector middle{};
-  Vector radius{};
+  Vector3 middle{};
+  Vector3 radius{};
   for (std::size_t k = 0; k < 3; ++k) {
     middle[k] = (s.low[k] + s.high[k]) / 2;
     radius[k] = (s.high[k] - s.low[k]) / 2;

@@ -9,23 +9,17 @@
 #include <span>
 #include <utility>
 
+#include "jttk/codec/vector3.h"
+
 namespace jttk {
 
 namespace {
-
-using Vector = std::array<double, 3>;
 
 // Sines of smaller angles count as straight.
 constexpr double kStraight = 1e-9;
 // Tests of a point against a triangle: what a shape may take altogether, and for each of its corners.
 constexpr std::uint64_t kFreeTests = 20'000'000;
 constexpr std::uint64_t kTestsPerCorner = 64;
-
-Vector minus(const Vector& a, const Vector& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
-Vector cross(const Vector& a, const Vector& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-double dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 struct Point {
   double x = 0;
@@ -50,14 +44,14 @@ class EarCutter {
       const float* const p = &shape_.positions[std::size_t{position} * 3];
       places_.push_back({p[0], p[1], p[2]});
     }
-    Vector normal{};
+    Vector3 normal{};
     for (std::size_t i = 2; i < places_.size(); ++i) {
-      const Vector c = cross(minus(places_[i - 1], places_[0]), minus(places_[i], places_[0]));
+      const Vector3 c = cross(minus(places_[i - 1], places_[0]), minus(places_[i], places_[0]));
       for (std::size_t k = 0; k < 3; ++k) normal[k] += c[k];
     }
-    const double length = std::sqrt(dot(normal, normal));
-    if (!(length > 0) || !std::isfinite(length)) return false;
-    for (double& value : normal) value /= length;
+    const double size = length(normal);
+    if (!(size > 0) || !std::isfinite(size)) return false;
+    for (double& value : normal) value /= size;
     if (!hasInwardCorner(normal)) return false;
     project(normal);
     return true;
@@ -105,11 +99,11 @@ class EarCutter {
   }
 
  private:
-  [[nodiscard]] bool hasInwardCorner(const Vector& normal) const {
+  [[nodiscard]] bool hasInwardCorner(const Vector3& normal) const {
     const std::size_t count = places_.size();
     for (std::size_t i = 0; i < count; ++i) {
-      const Vector in = minus(places_[i], places_[(i + count - 1) % count]);
-      const Vector out = minus(places_[(i + 1) % count], places_[i]);
+      const Vector3 in = minus(places_[i], places_[(i + count - 1) % count]);
+      const Vector3 out = minus(places_[(i + 1) % count], places_[i]);
       const double turn = dot(cross(in, out), normal);
       if (turn < -kStraight * std::sqrt(dot(in, in) * dot(out, out))) return true;
     }
@@ -117,13 +111,13 @@ class EarCutter {
   }
 
   // Seen from where the normal points, so that the outline stays counter-clockwise.
-  void project(const Vector& normal) {
+  void project(const Vector3& normal) {
     const auto largest = std::max_element(normal.begin(), normal.end(),
                                           [](double a, double b) { return std::abs(a) < std::abs(b); });
     auto u = static_cast<std::size_t>(largest - normal.begin() + 1) % 3;
     auto v = (u + 1) % 3;
     if (*largest < 0) std::swap(u, v);
-    for (const Vector& place : places_) points_.push_back({place[u], place[v]});
+    for (const Vector3& place : places_) points_.push_back({place[u], place[v]});
   }
 
   [[nodiscard]] double areaAt(std::uint32_t i) const {
@@ -156,7 +150,7 @@ class EarCutter {
 
   const ShapeGeometry& shape_;
   std::uint64_t tests_;
-  std::vector<Vector> places_;
+  std::vector<Vector3> places_;
   std::vector<Point> points_;
   std::vector<std::uint32_t> next_, previous_;
   std::vector<std::uint32_t> inward_;
