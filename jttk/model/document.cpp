@@ -1,6 +1,7 @@
 #include "jttk/model/document.h"
 
 #include "jttk/model/labels.h"
+#include "jttk/model/roots.h"
 
 namespace jttk {
 
@@ -38,9 +39,7 @@ std::string Document::nearestLabel(std::uint32_t node) const {
 }
 
 bool Document::isReference(std::uint32_t index) const {
-  const Node& node = graph.nodes[index];
-  return node.kind == NodeKind::Partition && node.children.count == 0 && node.file_name != kNone &&
-         index != graph.root;
+  return standsForFile(graph.nodes[index]) && index != graph.root;
 }
 
 Result<std::unique_ptr<Document>> openDocument(const std::string& program_path) {

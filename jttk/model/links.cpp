@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "jttk/model/roots.h"
+
 namespace jttk {
 
 namespace {
@@ -12,11 +14,6 @@ struct Step {
   std::uint32_t node;
   std::uint32_t next_child;
 };
-
-std::string nodeText(const SceneGraph& graph, std::uint32_t index) {
-  const Node& node = graph.nodes[index];
-  return std::string(kindName(node.kind)) + " " + std::to_string(node.id);
-}
 
 class Linker {
  public:
@@ -55,7 +52,7 @@ class Linker {
     if (child == kMissingChild) {
       reportMissing(parent, graph_.child_ids[link]);
     } else if (visits_[child] == Visit::Open) {
-      report(parent, "the " + nodeText(graph_, parent) + " has the " + nodeText(graph_, child) +
+      report(parent, "the " + nodeText(graph_.nodes[parent]) + " has the " + nodeText(graph_.nodes[child]) +
                          ", which is above it, as a child; the circle is not followed");
       child = kCircularChild;
     } else if (visits_[child] == Visit::NotYet) {
@@ -74,7 +71,7 @@ class Linker {
       }
     }
     if ((node.flags & Node::kIgnored) != 0) return;
-    node.has_shapes = isShape(node.kind) || standsForFile(node, index);
+    node.has_shapes = isShape(node.kind) || (standsForFile(node) && index != graph_.root);
     if (node.kind == NodeKind::Switch) {
       const std::uint32_t selected = graph_.selectedChild(node);
       if (selected != kNone) add(node, selected);
@@ -82,11 +79,6 @@ class Linker {
       for (std::uint32_t i = 0; i < node.children.count; ++i)
         add(node, graph_.children[node.children.first + i]);
     }
-  }
-
-  [[nodiscard]] bool standsForFile(const Node& node, std::uint32_t index) const {
-    return node.kind == NodeKind::Partition && node.children.count == 0 && node.file_name != kNone &&
-           index != graph_.root;
   }
 
   void add(Node& node, std::uint32_t child_index) const {
@@ -118,7 +110,7 @@ class Linker {
     const auto unknown = std::lower_bound(
         graph_.unknown.begin(), graph_.unknown.end(), id,
         [](const UnknownElement& element, std::int32_t wanted) { return element.id < wanted; });
-    const std::string what = "the " + nodeText(graph_, parent) + " has a child " + std::to_string(id);
+    const std::string what = "the " + nodeText(graph_.nodes[parent]) + " has a child " + std::to_string(id);
     if (unknown == graph_.unknown.end() || unknown->id != id) {
       report(parent, what + ", but the file has no such node");
     } else {

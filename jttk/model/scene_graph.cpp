@@ -9,6 +9,7 @@
 #include "jttk/model/links.h"
 #include "jttk/model/nodes.h"
 #include "jttk/model/properties.h"
+#include "jttk/model/roots.h"
 
 namespace jttk {
 
@@ -49,23 +50,6 @@ IndexById indexNodes(SceneGraph& graph) {
         {"node id " + std::to_string(index[i].first) + " is used more than once; the first holds", 0});
   }
   return index;
-}
-
-// The first node is the root partition. Where it could not be read, another one that is nobody's child
-// stands in for it, so that what is below is not lost with it.
-std::uint32_t findRoot(const SceneGraph& graph) {
-  if (graph.nodes.front().kind == NodeKind::Partition) return 0;
-  std::vector<bool> is_child(graph.nodes.size());
-  for (const std::uint32_t child : graph.children) {
-    if (child < graph.nodes.size()) is_child[child] = true;
-  }
-  std::uint32_t first_free = kNone;
-  for (std::uint32_t i = 0; i < graph.nodes.size(); ++i) {
-    if (is_child[i]) continue;
-    if (graph.nodes[i].kind == NodeKind::Partition) return i;
-    if (first_free == kNone) first_free = i;
-  }
-  return first_free == kNone ? 0 : first_free;
 }
 
 }  // namespace
@@ -115,6 +99,7 @@ Result<SceneGraph> readSceneGraph(const Segment& segment, Version version, ByteO
   }
   graph.root = findRoot(graph);
   linkNodes(graph);
+  reportUnreachable(graph);
   return graph;
 }
 
