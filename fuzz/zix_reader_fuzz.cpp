@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "fuzz/zix_repair.h"
+#include "host/shown_text.h"
 #include "zix/scene_meshes.h"
-#include "zix/shown_text.h"
 #include "zix/validate.h"
 
 namespace {
@@ -19,7 +19,7 @@ void readEverything(const SceneFile& scene) {
   std::uint64_t sink = scene.modelName().size() + scene.application().size() + scene.saveText().size();
   for (std::size_t i = 0; i < scene.viewCount(); ++i) sink += scene.viewName(i).size();
   for (std::uint32_t i = 0; i < scene.objectCount(); ++i) {
-    sink += shownText(scene.name(i)).size();
+    sink += loftbay::host::shownText(scene.name(i)).size();
     for (const std::uint32_t child : scene.children(i)) {
       if (scene.object(child).parent != i) std::abort();
     }

@@ -11,12 +11,12 @@
 
 #include "fuzz/zix_repair.h"
 #include "host/path.h"
+#include "host/shown_text.h"
 #include "zix/export.h"
 #include "zix/reader.h"
 #include "zix/render.h"
 #include "zix/scene_diff.h"
 #include "zix/scene_info.h"
-#include "zix/shown_text.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const auto tell : {writeInfoText, writeInfoJson, writeTree}) {
     std::string told;
     tell(*scene, [&](std::string_view text) { told += text; });
-    if (!isValidUtf8(told)) std::abort();
+    if (!loftbay::host::isValidUtf8(told)) std::abort();
   }
   for (const char* view : {"iso", "top"}) {
     if (const auto camera = findCamera(*scene, view))

@@ -1,8 +1,8 @@
 #include "jttk/inspect.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
-#include <set>
 
 #include "diag/program_seams.h"
 #include "host/path.h"
@@ -74,6 +74,13 @@ std::string typeName(SegmentType type) {
   return "type " + std::to_string(number);
 }
 
+// Whether the toolkit reads segments of this type.
+bool isRead(SegmentType type) {
+  return type == SegmentType::SceneGraph || type == SegmentType::Shape || type == SegmentType::XtBrep ||
+         type == SegmentType::MultiXtBrep ||
+         (type >= SegmentType::ShapeLod0 && type <= SegmentType::ShapeLod9);
+}
+
 std::string compressionName(const JtFile& file, const TocEntry& entry) {
   const Result<Segment> segment = file.segment(entry);
   if (!segment) return "unreadable";
@@ -101,8 +108,42 @@ void describeContainer(const Document& document, FileDescription& file) {
   file.duplicate_entries = jt.duplicateEntries();
   std::map<std::pair<SegmentType, std::string>, std::size_t> counts;
   for (const TocEntry& entry : jt.contents()) ++counts[{entry.type, compressionName(jt, entry)}];
-  for (const auto& [key, count] : counts) file.segments.push_back({typeName(key.first), key.second, count});
+  for (const auto& [key, count] : counts)
+    file.segments.push_back({typeName(key.first), key.second, count, isRead(key.first)});
   for (const UnknownElement& element : document.graph.unknown) ++file.unknown[element.kind.text()];
+}
+
+void countUnread(const Document& document, FileDescription& file) {
+  for (const TocEntry& entry : document.file->contents()) {
+    if (!isRead(entry.type)) ++file.unread_segments[typeName(entry.type)];
+  }
+}
+
+// The box that the root of a file states, where it is one.
+std::optional<std::array<float, 6>> statedBox(const SceneGraph& graph) {
+  if (graph.root >= graph.nodes.size() || graph.nodes[graph.root].figures == kNone) return std::nullopt;
+  const auto& box = graph.figures[graph.nodes[graph.root].figures].box;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const float low = box[axis];
+    const float high = box[axis + 3];
+    if (!std::isfinite(low) || !std::isfinite(high) || low > high) return std::nullopt;
+  }
+  return box;
+}
+
+void listProperties(const Document& document, FileDescription& file) {
+  const SceneGraph& graph = document.graph;
+  const std::string path = loftbay::host::toHostPath(document.path);
+  for (std::uint32_t i = 0; i < graph.nodes.size(); ++i) {
+    const Node& node = graph.nodes[i];
+    if (node.properties.count == 0) continue;
+    NodeProperties& listed = file.properties.emplace_back(
+        NodeProperties{path, node.id, kindName(node.kind), document.label(i), {}});
+    for (std::uint32_t k = 0; k < node.properties.count; ++k) {
+      const Property& property = graph.properties[node.properties.first + k];
+      listed.texts.emplace_back(graph.text(property.key), graph.text(property.value));
+    }
+  }
 }
 
 const char* shapeName(JtkEntity::TypeID type) {
@@ -179,7 +220,7 @@ class TreeLister {
     node.kind = "assembly";
     node.has_material = hasMaterial(&assembly);
     takeUnits(assembly.product(), node);
-    node.listed_before = wasListed(assembly.product());
+    findBefore(assembly.product(), node);
     if (node.listed_before) return;
     for (int i = assembly.numChildren(); i-- > 0;) steps_.push_back({assembly.getChild(i), depth + 1});
   }
@@ -188,7 +229,7 @@ class TreeLister {
     node.kind = "part";
     node.has_material = part.hasMaterialInForce();
     takeUnits(part.product(), node);
-    node.listed_before = wasListed(part.product());
+    findBefore(part.product(), node);
     if (node.listed_before) return;
     node.levels.resize(static_cast<std::size_t>(part.numShapeLODs()));
     // Asked so that a part whose exact geometry cannot be tessellated is named among the losses.
@@ -200,6 +241,8 @@ class TreeLister {
         // Exact geometry that takes the place of shapes becomes strips.
         const NodeKind kind = places[i].ref.data().kind;
         shape.kind = kindName(isShape(kind) ? kind : NodeKind::TriStripSet);
+        shape.is_exact = !isShape(kind);
+        shape.stated_triangles = statedTriangles(places[i].ref);
         if (options_.decode_shapes) decode(part, level, i, shape);
         node.levels[level].push_back(std::move(shape));
       }
@@ -207,11 +250,20 @@ class TreeLister {
     }
   }
 
+  static std::optional<std::size_t> statedTriangles(const NodeRef& ref) {
+    const Node& node = ref.data();
+    if (node.kind != NodeKind::TriStripSet || node.figures == kNone) return std::nullopt;
+    const std::int32_t most = ref.document().graph.figures[node.figures].polygon_count[1];
+    if (most < 0) return std::nullopt;
+    return static_cast<std::size_t>(most);
+  }
+
   static void decode(PartObject& part, std::size_t level, std::size_t index, ShapeDescription& description) {
     JtkShape* shape = nullptr;
     part.getShape(shape, static_cast<int>(level), static_cast<int>(index));
     description.kind.clear();
     if (shape == nullptr) return;
+    description.decoded = true;
     description.kind = shapeName(shape->typeID());
     const ShapeGeometry& geometry = static_cast<ShapeObject*>(shape)->arrays()->geometry;
     description.sets = geometry.primitiveCount();
@@ -232,9 +284,13 @@ class TreeLister {
     }
   }
 
-  bool wasListed(const Product& product) {
+  // `node` is the last of the tree so far.
+  void findBefore(const Product& product, NodeDescription& node) {
     const NodeRef top = product.top();
-    return top.node != kNone && !listed_.insert({&top.document(), top.node}).second;
+    if (top.node == kNone) return;
+    const auto [before, is_new] = listed_.try_emplace({&top.document(), top.node}, file_.tree.size() - 1);
+    node.listed_before = !is_new;
+    if (!is_new) node.first_listed = before->second;
   }
 
   void takeUnits(const Product& product, NodeDescription& node) {
@@ -248,7 +304,7 @@ class TreeLister {
   FileDescription& file_;
   const DescribeOptions& options_;
   std::vector<Step> steps_;
-  std::set<std::pair<const Document*, std::uint32_t>> listed_;
+  std::map<std::pair<const Document*, std::uint32_t>, std::size_t> listed_;  // place in the tree
 };
 
 }  // namespace
@@ -265,16 +321,23 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
       Document shell;
       shell.file = std::move(*container);
       describeContainer(shell, file);
+      countUnread(shell, file);
     }
     return file;
   }
   file.loaded = true;
   describeContainer(**document, file);
+  file.box = statedBox((*document)->graph);
   JtkHierarchy* root = Model::create(std::move(*document));
   root->ref();
   TreeLister(file, options).run(root);
-  for (const std::string& path : dynamic_cast<ModelNode&>(*root).model().library().otherFiles()) {
+  const Library& library = dynamic_cast<ModelNode&>(*root).model().library();
+  for (const std::string& path : library.otherFiles()) {
     file.files.push_back(loftbay::host::toHostPath(path));
+  }
+  for (const Document* each : library.documents()) {
+    countUnread(*each, file);
+    if (options.properties) listProperties(*each, file);
   }
   root->unref();
   return file;

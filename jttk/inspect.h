@@ -5,17 +5,24 @@
 //   for (const auto& node : file.tree) …
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace jttk {
 
 struct ShapeDescription {
   std::string kind;  // "tri-strip set", "polyline set", …; empty when it could not be read
-  // Only with decode_shapes:
+  // What the scene graph says of a tri-strip set: exact in 8.x, an upper bound in later versions.
+  std::optional<std::size_t> stated_triangles;
+  // Exact geometry that takes the place of shapes: how many triangles become of it depends on the tolerances.
+  bool is_exact = false;
+  bool decoded = false;       // only with decode_shapes, and where that was possible; then:
   std::size_t sets = 0;       // strips, lines or point groups
   std::size_t triangles = 0;  // degenerate ones too
   std::size_t lines = 0;      // segments of polylines
@@ -31,6 +38,7 @@ struct NodeDescription {
   bool has_material = false;  // of parts: a grey one that only stands in does not count
   // Contents of assemblies and parts that were listed before are not listed again.
   bool listed_before = false;
+  std::size_t first_listed = 0;                       // where that is in the tree, when it was listed before
   std::string units;                                  // as stored; empty when the node states none
   std::vector<std::vector<ShapeDescription>> levels;  // of parts, the finest first
 };
@@ -39,6 +47,16 @@ struct SegmentDescription {
   std::string type;         // "scene graph", "shape, level 0", …
   std::string compression;  // "none", "stored", "zlib", "lzma"; "unreadable" when it does not unpack
   std::size_t count = 0;
+  bool is_read = true;  // whether anything of such segments can reach whoever walks the model
+};
+
+// The texts that hang on one node of a file's graph.
+struct NodeProperties {
+  std::string file;  // host form
+  std::int32_t id = 0;
+  std::string kind;                                        // "partition", "part", …
+  std::string name;                                        // as people see it; empty when the node has none
+  std::vector<std::pair<std::string, std::string>> texts;  // key and text in file order; keys may come twice
 };
 
 struct Loss {
@@ -54,10 +72,14 @@ struct FileDescription {
   std::string header_text;  // without padding
   std::string units;        // the topmost that is not `Unknown`; lower case; empty when there is none
   std::size_t duplicate_entries = 0;
-  std::vector<SegmentDescription> segments;    // of this file, by type and compression
+  std::vector<SegmentDescription> segments;  // of this file, by type and compression
+  // Types of segments that nothing is read of, over all files of the model: how many.
+  std::map<std::string, std::size_t> unread_segments;
+  std::optional<std::array<float, 6>> box;     // min x y z, max x y z as the root states it
   std::vector<std::string> files;              // other files of the model that were opened, host form
   std::vector<NodeDescription> tree;           // depth first
   bool tree_is_cut = false;                    // it has more nodes than were asked for
+  std::vector<NodeProperties> properties;      // only when asked for; of nodes that have any, in file order
   std::map<std::string, std::size_t> unknown;  // kinds (GUID) of elements that are not known: how many
   std::vector<Loss> losses;
   std::vector<std::string> notes;
@@ -65,6 +87,7 @@ struct FileDescription {
 
 struct DescribeOptions {
   bool decode_shapes = false;
+  bool properties = false;
   std::size_t max_nodes = 1'000'000;
 };
 

@@ -3,10 +3,10 @@
 #include <cmath>
 #include <vector>
 
+#include "host/shown_text.h"
 #include "zix/export.h"
 #include "zix/output_file.h"
 #include "zix/scene_meshes.h"
-#include "zix/shown_text.h"
 
 namespace Orb::Zix {
 
@@ -78,7 +78,9 @@ ExportResult exportObj(const SceneFile& scene, std::string_view program_path) {
   for (const PlacedMesh& placed : placedMeshes(scene)) {
     const MeshArrays mesh = meshArrays(scene, placed.mesh);
     const std::uint32_t shape = scene.object(placed.mesh).parent;
-    out.text("o ").text(shownText(scene.name(shape == format::kNone ? placed.mesh : shape))).text("\n");
+    out.text("o ")
+        .text(loftbay::host::shownText(scene.name(shape == format::kNone ? placed.mesh : shape)))
+        .text("\n");
     writePoints(out, mesh, placed.world, is_finite);
     const bool mirrors = mesh.type == MeshType::Triangles && placed.world.mirrors();
     const std::uint64_t before = summary.written;

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "zix/shown_text.h"
+#include "host/shown_text.h"
 
 namespace Orb::Zix {
 
@@ -80,7 +80,7 @@ void JsonWriter::raw(std::string_view value) {
 void JsonWriter::appendQuoted(std::string_view value) {
   constexpr std::string_view kDigits = "0123456789abcdef";
   buffer_ += '"';
-  for (const char c : validUtf8(value)) {
+  for (const char c : loftbay::host::validUtf8(value)) {
     const auto byte = static_cast<unsigned char>(c);
     if (c == '"' || c == '\\') {
       buffer_ += '\\';

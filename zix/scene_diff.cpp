@@ -8,9 +8,9 @@
 #include <optional>
 #include <type_traits>
 
+#include "host/shown_text.h"
 #include "zix/object_names.h"
 #include "zix/scene_meshes.h"
-#include "zix/shown_text.h"
 
 namespace Orb::Zix {
 
@@ -58,7 +58,7 @@ class Diff {
     if (first > 0) text = "…";
     for (std::size_t i = first; i < stack_.size(); ++i) {
       text += text.empty() ? "" : "/";
-      text += shownText(a_.name(stack_[i].a));
+      text += loftbay::host::shownText(a_.name(stack_[i].a));
     }
     return text + ": ";
   }
@@ -83,7 +83,9 @@ class Diff {
   }
 
   void compareTexts(const std::string& what, std::string_view a, std::string_view b) {
-    if (a != b) report(what + " is \"" + shownText(a) + "\" and \"" + shownText(b) + "\"");
+    if (a != b)
+      report(what + " is \"" + loftbay::host::shownText(a) + "\" and \"" + loftbay::host::shownText(b) +
+             "\"");
   }
 
   void compareCounts(const std::string& what, std::uint64_t a, std::uint64_t b) {

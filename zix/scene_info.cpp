@@ -4,10 +4,10 @@
 #include <map>
 #include <vector>
 
+#include "host/shown_text.h"
 #include "zix/json_writer.h"
 #include "zix/object_names.h"
 #include "zix/scene_meshes.h"
-#include "zix/shown_text.h"
 
 namespace Orb::Zix {
 
@@ -197,11 +197,13 @@ std::string boxText(const Box<T>& box) {
 
 void writeLines(const SceneFile& scene, const SceneFacts& facts, const TextSink& print) {
   print("format version     " + formatVersion(scene) + "\n");
-  print("application        " + shownText(scene.application()) + "\n");
+  print("application        " + loftbay::host::shownText(scene.application()) + "\n");
   print("application value  " + shortNumber(scene.applicationValue()) + "\n");
-  print("model              " + shownText(scene.modelName()) + "\n");
+  print("model              " + loftbay::host::shownText(scene.modelName()) + "\n");
   print("root               " +
-        (scene.root() == format::kNone ? std::string("(none)") : shownText(scene.name(scene.root()))) + "\n");
+        (scene.root() == format::kNone ? std::string("(none)")
+                                       : loftbay::host::shownText(scene.name(scene.root()))) +
+        "\n");
   std::string objects;
   for (auto type = kObjectTypes.rbegin(); type != kObjectTypes.rend(); ++type) {
     objects +=
@@ -213,13 +215,13 @@ void writeLines(const SceneFile& scene, const SceneFacts& facts, const TextSink&
   print("bounds             " + boxText(facts.bounds) + "\n");
   std::string views;
   for (std::size_t i = 0; i < scene.viewCount(); ++i) {
-    views += (views.empty() ? "" : ", ") + shownText(scene.viewName(i));
+    views += (views.empty() ? "" : ", ") + loftbay::host::shownText(scene.viewName(i));
   }
   print("views              " + (views.empty() ? std::string("(none)") : views) + "\n");
   print("meshes             " + std::to_string(facts.meshes.size()) + "\n");
   for (const MeshFacts& mesh : facts.meshes) {
     const std::uint32_t shape = scene.object(mesh.placed.mesh).parent;
-    print("  \"" + (shape == format::kNone ? std::string() : shownText(scene.name(shape))) +
+    print("  \"" + (shape == format::kNone ? std::string() : loftbay::host::shownText(scene.name(shape))) +
           "\": " + std::to_string(mesh.whole_elements) + " " + meshTypeName(mesh.arrays.type) + ", " +
           std::to_string(mesh.arrays.pointCount()) + " points in its array, bounds " + boxText(mesh.bounds) +
           "\n");

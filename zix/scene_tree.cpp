@@ -1,10 +1,10 @@
 // One line per object.
 #include <algorithm>
 
+#include "host/shown_text.h"
 #include "zix/object_names.h"
 #include "zix/scene_info.h"
 #include "zix/scene_meshes.h"
-#include "zix/shown_text.h"
 #include "zix/tree_walk.h"
 
 namespace Orb::Zix {
@@ -18,7 +18,7 @@ std::string lineOf(const SceneFile& scene, std::uint32_t object, std::size_t lev
   std::string line(2 * std::min(level, kDeepestIndent), ' ');
   if (level > kDeepestIndent) line += "[level " + std::to_string(level) + "] ";
   line += objectTypeName(scene.type(object));
-  line += " \"" + shownText(scene.name(object)) + "\"";
+  line += " \"" + loftbay::host::shownText(scene.name(object)) + "\"";
   if (scene.object(object).placement != format::kNone) line += " placed";
   if (scene.type(object) == ObjectType::Mesh) {
     const MeshArrays mesh = meshArrays(scene, object);

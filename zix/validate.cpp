@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/shown_text.h"
 #include "zix/scene_meshes.h"
-#include "zix/shown_text.h"
 #include "zix/structure_check.h"
 
 namespace Orb::Zix {
@@ -77,7 +77,7 @@ class Validator {
   void checkObjects() {
     for (std::uint32_t i = 0; i < scene_.objectCount(); ++i) {
       const format::ObjectRecord object = scene_.object(i);
-      if (!isValidUtf8(scene_.name(i)))
+      if (!loftbay::host::isValidUtf8(scene_.name(i)))
         warn("NAME_NOT_UTF8", 0, describe(i) + " has a name that is no UTF-8");
       const auto type = static_cast<ObjectType>(object.type);
       const bool belongs_in_tree = type == ObjectType::Shape || type == ObjectType::Mesh ||
@@ -132,7 +132,7 @@ class Validator {
   }
 
   [[nodiscard]] std::string describe(std::uint32_t number) const {
-    return "object " + std::to_string(number) + " '" + shownText(scene_.name(number)) + "'";
+    return "object " + std::to_string(number) + " '" + loftbay::host::shownText(scene_.name(number)) + "'";
   }
 
   const SceneFile& scene_;

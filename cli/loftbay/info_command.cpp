@@ -7,8 +7,10 @@
 #include "cli/arguments.h"
 #include "cli/console.h"
 #include "cli/json_text.h"
+#include "cli/loftbay/file_summary.h"
 #include "cli/program.h"
 #include "host/path.h"
+#include "host/shown_text.h"
 #include "jttk/inspect.h"
 
 namespace loftbay::cli {
@@ -16,6 +18,7 @@ namespace loftbay::cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using host::shownText;
 
 constexpr int kSchemaVersion = 1;
 
@@ -111,19 +114,19 @@ void printNode(const jttk::NodeDescription& node) {
   std::string facts;
   if (node.has_transform) facts += ", placed";
   if (node.has_material) facts += ", material";
-  if (!node.units.empty()) facts += ", " + node.units;
+  if (!node.units.empty()) facts += ", " + shownText(node.units);
   if (node.listed_before) facts += ", see above";
-  print(fmt::format("{}{} \"{}\"{}\n", indent, node.kind, node.name, facts));
+  print(fmt::format("{}{} \"{}\"{}\n", indent, node.kind, shownText(node.name), facts));
   for (std::size_t i = 0; i < node.levels.size(); ++i) {
     print(fmt::format("{}  level {}: {}\n", indent, i, shapesText(node.levels[i])));
   }
 }
 
 void printText(const std::string& input, const jttk::FileDescription& file) {
-  print(fmt::format("{}\n", input));
+  print(fmt::format("{}\n", shownText(input)));
   if (file.major != 0) {
     print(fmt::format("JT {}, {}-endian{}\n", versionOf(file), file.big_endian ? "big" : "little",
-                      file.units.empty() ? "" : ", units " + file.units));
+                      file.units.empty() ? "" : ", units " + shownText(file.units)));
   }
   if (!file.segments.empty()) print("Segments:\n");
   for (const auto& segment : file.segments) {
@@ -133,7 +136,7 @@ void printText(const std::string& input, const jttk::FileDescription& file) {
   if (file.duplicate_entries > 0)
     print(fmt::format("  {} repeated entries in the contents\n", file.duplicate_entries));
   if (!file.files.empty()) print("Other files:\n");
-  for (const auto& name : file.files) print(fmt::format("  {}\n", name));
+  for (const auto& name : file.files) print(fmt::format("  {}\n", shownText(name)));
   if (!file.tree.empty()) print("Tree:\n");
   for (const auto& node : file.tree) printNode(node);
   if (file.tree_is_cut) print("  … (cut)\n");
@@ -141,42 +144,129 @@ void printText(const std::string& input, const jttk::FileDescription& file) {
   for (const auto& [kind, count] : file.unknown) print(fmt::format("  {:>6}  {}\n", count, kind));
   if (!file.losses.empty()) print("Cannot be converted:\n");
   for (const auto& loss : file.losses) {
-    print(loss.part.empty() ? fmt::format("  {}\n", loss.reason)
-                            : fmt::format("  {}: {}\n", loss.part, loss.reason));
+    print(fmt::format("  {}\n", shownText(loss.part.empty() ? loss.reason : loss.part + ": " + loss.reason)));
   }
   if (!file.notes.empty()) print("Notes:\n");
-  for (const auto& note : file.notes) print(fmt::format("  {}\n", note));
+  for (const auto& note : file.notes) print(fmt::format("  {}\n", shownText(note)));
+}
+
+std::string failureOf(const jttk::FileDescription& file) {
+  return file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
+}
+
+Json propertiesJson(const std::string& input, const jttk::FileDescription& file) {
+  Json nodes = Json::array();
+  for (const auto& node : file.properties) {
+    Json texts = Json::array();
+    for (const auto& [key, text] : node.texts) texts.push_back({{"key", key}, {"text", text}});
+    nodes.push_back({{"file", node.file},
+                     {"id", node.id},
+                     {"kind", node.kind},
+                     {"name", node.name.empty() ? Json(nullptr) : Json(node.name)},
+                     {"properties", std::move(texts)}});
+  }
+  Json document = {{"schema_version", kSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
+  if (!file.loaded) document["error"] = failureOf(file);
+  document["nodes"] = std::move(nodes);
+  return document;
+}
+
+void printProperties(const jttk::FileDescription& file) {
+  const std::string* shown_file = nullptr;
+  for (const auto& node : file.properties) {
+    if (shown_file == nullptr || *shown_file != node.file) print(shownText(node.file) + "\n");
+    shown_file = &node.file;
+    print(fmt::format("  {} {} \"{}\"\n", node.kind, node.id, shownText(node.name)));
+    for (const auto& [key, text] : node.texts)
+      print(fmt::format("    {} = {}\n", shownText(key), shownText(text)));
+  }
+}
+
+struct InfoOptions {
+  std::vector<std::string> inputs;
+  bool json = false;
+  bool summary = false;
+  bool stated = false;
+  bool properties = false;
+};
+
+void declare(CLI::App& app, InfoOptions& options) {
+  app.footer(
+      "Exit codes: 0 done, 1 a file cannot be loaded or something in it cannot be read, 2 wrong usage.");
+  app.set_version_flag("--version", "loftbay " LOFTBAY_VERSION);
+  app.add_option("IN.jt", options.inputs, "the JT file; with --summary several")->required();
+  app.add_flag("--json", options.json,
+               "one JSON document on standard output; with --summary an array with an object for each file");
+  app.add_flag(
+      "--summary", options.summary,
+      "one line for each file: unit, size as the file states it, parts placed and unique, triangles of "
+      "all placed parts by level, what is in the file and will not be converted");
+  app.add_flag(
+      "--stated", options.stated,
+      "with --summary: no shape is decoded; triangles are what the file states (exact in 8.x, an upper "
+      "bound in later versions), and shapes that cannot be read are not found");
+  app.add_flag("--properties", options.properties, "the properties of every node instead: keys and texts");
+}
+
+// Why the options make no sense; empty when they do.
+std::string complaint(const InfoOptions& options) {
+  if (options.summary && options.properties) return "--summary and --properties exclude each other";
+  if (options.stated && !options.summary) return "--stated goes with --summary";
+  if (options.inputs.size() > 1 && !options.summary) return "several files go with --summary";
+  return {};
+}
+
+bool summariseFiles(const InfoOptions& options) {
+  bool sound = true;
+  Json documents = Json::array();
+  SummaryTable table;
+  for (const std::string& input : options.inputs) {
+    const auto file = jttk::describeFile(host::toProgramPath(input), {.decode_shapes = !options.stated});
+    sound = sound && file.loaded && file.losses.empty();
+    if (options.json) {
+      documents.push_back(summaryJson(input, file));
+    } else {
+      table.add(input, file);
+    }
+  }
+  if (options.json) {
+    printJson(documents);
+  } else {
+    print(table.text());
+  }
+  return sound;
+}
+
+bool describe(const InfoOptions& options) {
+  const std::string& input = options.inputs.front();
+  const auto file = jttk::describeFile(
+      host::toProgramPath(input), {.decode_shapes = !options.properties, .properties = options.properties});
+  if (options.json) {
+    printJson(options.properties ? propertiesJson(input, file) : toJson(input, file));
+  } else if (options.properties) {
+    printProperties(file);
+  } else {
+    printText(input, file);
+  }
+  if (!options.json && !file.loaded) complain("loftbay", input + ": " + failureOf(file));
+  return file.loaded && file.losses.empty();
 }
 
 }  // namespace
 
 int infoCommand(const std::vector<std::string>& arguments) {
-  std::string input;
-  bool json = false;
+  InfoOptions options;
   CLI::App app(
       "Tells what a JT file holds: version, segments, tree, levels of detail, shapes, what cannot be "
       "converted.",
       "loftbay info");
-  app.footer(
-      "Exit codes: 0 done, 1 the file cannot be loaded or something in it cannot be read, 2 wrong usage.");
-  app.set_version_flag("--version", "loftbay " LOFTBAY_VERSION);
-  app.add_option("IN.jt", input, "the JT file")->required();
-  app.add_flag("--json", json, "one JSON document on standard output");
+  declare(app, options);
   if (const auto code = parseArguments(app, arguments)) return *code;
-
-  const auto file = jttk::describeFile(host::toProgramPath(input), {.decode_shapes = true});
-  if (json) {
-    printJson(toJson(input, file));
-  } else {
-    printText(input, file);
-    if (!file.loaded) {
-      complain(
-          "loftbay",
-          input + ": " + (file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason));
-    }
-  }
+  if (const std::string reason = complaint(options); !reason.empty())
+    return wrongUsage("loftbay info", reason);
+  const bool sound = options.summary ? summariseFiles(options) : describe(options);
   const bool written = finishOutput("loftbay");
-  return written && file.loaded && file.losses.empty() ? kDone : kFailed;
+  return written && sound ? kDone : kFailed;
 }
 
 }  // namespace loftbay::cli

@@ -7,8 +7,8 @@
 
 #include "cli/closest_match.h"
 #include "cli/zix/open_scene.h"
+#include "host/shown_text.h"
 #include "zix/png.h"
-#include "zix/shown_text.h"
 
 namespace loftbay::cli {
 
@@ -45,10 +45,11 @@ int refuseView(const SceneFile& scene, const std::string& name) {
   const auto names = viewNames(scene);
   std::string known;
   for (const std::string& one : names)
-    known += fmt::format("{}{}", known.empty() ? "" : ", ", shownText(one));
+    known += fmt::format("{}{}", known.empty() ? "" : ", ", host::shownText(one));
   const auto match = closestMatch(name, names);
   return refuseUsage(fmt::format("there is no view '{}'{}; the views are {}", name,
-                                 match ? fmt::format("; did you mean '{}'?", shownText(*match)) : "", known));
+                                 match ? fmt::format("; did you mean '{}'?", host::shownText(*match)) : "",
+                                 known));
 }
 
 }  // namespace

@@ -79,6 +79,14 @@ std::vector<std::string> Library::otherFiles() const {
   return paths;
 }
 
+std::vector<const Document*> Library::documents() const {
+  std::vector<const Document*> all = {mainWay()->document};
+  for (const auto& [canonical, document] : documents_) {
+    if (document && document.get() != mainWay()->document) all.push_back(document.get());
+  }
+  return all;
+}
+
 void Library::tellDamage(Document& document) {
   SceneGraph& graph = document.graph;
   has_materials_ = has_materials_ || graph.has_materials;

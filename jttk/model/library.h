@@ -36,6 +36,8 @@ class Library {
   void setNamesGiven() { names_given_ = true; }
   // The paths of the files that were opened besides the main one.
   [[nodiscard]] std::vector<std::string> otherFiles() const;
+  // All files that were opened so far, the main one first.
+  [[nodiscard]] std::vector<const Document*> documents() const;
 
  private:
   struct Reference {

@@ -10,7 +10,7 @@
 #include "tests/zix/run_program.h"
 #include "tests/zix/sample_scenes.h"
 #include "tests/zix/scratch_folder.h"
-#include "zix/shown_text.h"
+#include "host/shown_text.h"
 
 namespace loftbay {
 namespace {
@@ -135,17 +135,17 @@ TEST_F(ZixTool, NamesOfAnyBytesAreShownOnOneLineOfValidUtf8) {
   writeScene("odd.zix", testing_support::square(1), all_bytes);
   EXPECT_THAT(zix({"validate", path("odd.zix")}).out, HasSubstr("warning NAME_NOT_UTF8"));
   const std::string tree = zix({"tree", path("odd.zix")}).out;
-  EXPECT_TRUE(Orb::Zix::isValidUtf8(tree));
+  EXPECT_TRUE(loftbay::host::isValidUtf8(tree));
   EXPECT_EQ(std::count(tree.begin(), tree.end(), '\n'), 3);
   EXPECT_THAT(tree, HasSubstr("\\x09\\x0A\\x0B"));
-  EXPECT_TRUE(Orb::Zix::isValidUtf8(zix({"info", path("odd.zix")}).out));
+  EXPECT_TRUE(loftbay::host::isValidUtf8(zix({"info", path("odd.zix")}).out));
   // The parser refuses what is no UTF-8.
   const auto json = nlohmann::json::parse(zix({"info", "--json", path("odd.zix")}).out);
   const std::string shape = json["meshes"][0]["shape"];
   EXPECT_EQ(shape.substr(0, 0x7F), all_bytes.substr(0, 0x7F));
   EXPECT_EQ(shape.size(), 0x7F + 128 * 3U) << "one U+FFFD for each byte from 0x80 on";
   writeScene("b.zix", testing_support::square(1), "plain");
-  EXPECT_TRUE(Orb::Zix::isValidUtf8(zix({"diff", path("odd.zix"), path("b.zix")}).out));
+  EXPECT_TRUE(loftbay::host::isValidUtf8(zix({"diff", path("odd.zix"), path("b.zix")}).out));
   EXPECT_EQ(zix({"export", path("odd.zix"), path("odd.glb")}).code, 0);
   const std::string glb = folder_.read("odd.glb");
   std::uint32_t json_size = 0;
@@ -153,7 +153,7 @@ TEST_F(ZixTool, NamesOfAnyBytesAreShownOnOneLineOfValidUtf8) {
   EXPECT_EQ(nlohmann::json::parse(glb.substr(20, json_size))["nodes"][1]["name"], shape);
   EXPECT_EQ(zix({"export", path("odd.zix"), path("odd.obj")}).code, 0);
   const std::string obj = folder_.read("odd.obj");
-  EXPECT_TRUE(Orb::Zix::isValidUtf8(obj));
+  EXPECT_TRUE(loftbay::host::isValidUtf8(obj));
   EXPECT_EQ(std::count(obj.begin(), obj.end(), '\n'), 8) << "comment, name, four points, two triangles";
 }
 

@@ -83,6 +83,30 @@ TEST(Inspect, DecodesShapesWhenAskedAndTellsWhatFailed) {
   EXPECT_THAT(file.losses[0].reason, HasSubstr("segment "));
 }
 
+TEST(Inspect, TellsWhereRepeatedContentsWereListed) {
+  const FileDescription file = describe(machine());
+  ASSERT_TRUE(file.tree[4].listed_before);
+  EXPECT_EQ(file.tree[4].first_listed, 2U);
+  EXPECT_FALSE(file.tree[2].listed_before);
+}
+
+TEST(Inspect, ListsTheTextsOfNodesWhenAsked) {
+  EXPECT_THAT(describe(machine()).properties, IsEmpty());
+  const FileDescription file = describe(machine(), {.properties = true});
+  ASSERT_EQ(file.properties.size(), 6U);
+  EXPECT_EQ(file.properties[1].id, 1);
+  EXPECT_EQ(file.properties[1].kind, "assembly");
+  EXPECT_EQ(file.properties[1].name, "");
+  EXPECT_THAT(file.properties[1].texts, ElementsAre(std::pair("JT_PROP_MEASUREMENT_UNITS", "Millimeters")));
+  EXPECT_EQ(file.properties[0].name, "machine");
+  EXPECT_THAT(file.properties[0].file, HasSubstr("loftbay_inspect_test.jt"));
+}
+
+TEST(Inspect, TellsSegmentsThatNothingReads) {
+  EXPECT_THAT(describe(machine()).unread_segments, IsEmpty());
+  for (const auto& segment : describe(machine()).segments) EXPECT_TRUE(segment.is_read) << segment.type;
+}
+
 TEST(Inspect, ATreeCanBeCut) {
   const FileDescription file = describe(machine(), {.max_nodes = 3});
   EXPECT_EQ(file.tree.size(), 3U);

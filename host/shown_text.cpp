@@ -1,8 +1,8 @@
-#include "zix/shown_text.h"
+#include "host/shown_text.h"
 
 #include <cstddef>
 
-namespace Orb::Zix {
+namespace loftbay::host {
 
 namespace {
 
@@ -58,18 +58,27 @@ std::string validUtf8(std::string_view text) {
 
 std::string shownText(std::string_view text) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
+  const std::string valid = validUtf8(text);
   std::string result;
-  for (const char c : validUtf8(text)) {
-    const auto byte = static_cast<unsigned char>(c);
+  result.reserve(valid.size());
+  const auto escape = [&](unsigned code) {
+    result += "\\x";
+    result += kDigits[code >> 4U];
+    result += kDigits[code & 15U];
+  };
+  for (std::size_t i = 0; i < valid.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(valid[i]);
+    const auto next = i + 1 < valid.size() ? static_cast<unsigned char>(valid[i + 1]) : 0U;
     if (byte < 0x20 || byte == 0x7F) {
-      result += "\\x";
-      result += kDigits[byte >> 4U];
-      result += kDigits[byte & 15U];
+      escape(byte);
+    } else if (byte == 0xC2 && next < 0xA0) {  // U+0080 .. U+009F
+      escape(next);
+      ++i;
     } else {
-      result += c;
+      result += valid[i];
     }
   }
   return result;
 }
 
-}  // namespace Orb::Zix
+}  // namespace loftbay::host

@@ -1,0 +1,285 @@
+"""`loftbay info --summary` and `--properties`: what they count and how they print it."""
+
+import json
+import os
+import shutil
+import struct
+import unittest
+
+from programs import SOURCE, ProgramTest
+
+SAMPLES = os.path.join(SOURCE, "samples")
+ENGINE = os.path.join(SAMPLES, "beam_engine.jt")
+SURVEY = os.path.join(SAMPLES, "survey.jt")
+JOINT = os.path.join(SAMPLES, "flange_joint.jt")
+
+
+def guid(text):
+    """The bytes of a type id in a little-endian file."""
+    return bytes.fromhex(text)
+
+
+PARTITION = guid("3e10dd10c82ad1119b6b0080c7bb5997")
+PART = guid("447235cefb38d111a506006097bdc6e1")
+END = b"\xff" * 16
+TEXT_ATOM = guid("6e10dd10c82ad1119b6b0080c7bb5997")
+
+
+class GraphFile:
+    """A JT 9.5 file that holds nothing but a scene graph."""
+
+    def __init__(self):
+        self.nodes = b""
+        self.atoms = b""
+        self.table = {}
+        self.next_id = 1000
+        self.more_segments = 0  # of product manufacturing information, all in one place
+
+    @staticmethod
+    def element(kind, base, number, body):
+        element = kind + bytes([base]) + struct.pack("<i", number) + body
+        return struct.pack("<I", len(element)) + element
+
+    @staticmethod
+    def group(children):
+        return struct.pack("<hII", 1, 0, 0) + struct.pack("<hI", 1, len(children)) + struct.pack(
+            f"<{len(children)}i", *children)
+
+    def partition(self, number, children, box=(0,) * 6):
+        body = self.group(children) + struct.pack("<II", 0, 0)
+        body += struct.pack("<6f", *box) + bytes(4 + 6 * 4)
+        self.nodes += self.element(PARTITION, 1, number, body)
+
+    def part(self, number):
+        body = self.group([]) + struct.pack("<hhi", 1, 1, 0)
+        self.nodes += self.element(PART, 1, number, body)
+
+    def text(self, text):
+        """An atom; its id."""
+        number = self.next_id
+        self.next_id += 1
+        units = text.encode("utf-16-le", "surrogatepass")
+        body = struct.pack("<hIhI", 1, 0, 1, len(units) // 2) + units
+        self.atoms += self.element(TEXT_ATOM, 5, number, body)
+        return number
+
+    def property(self, node, key, text):
+        self.table.setdefault(node, []).append((self.text(key), self.text(text)))
+
+    def bytes(self):
+        end = struct.pack("<I", 16) + END
+        graph = self.nodes + end + self.atoms + end
+        graph += struct.pack("<hI", 1, len(self.table))
+        for node, pairs in self.table.items():
+            graph += struct.pack("<i", node)
+            graph += b"".join(struct.pack("<ii", *pair) for pair in pairs) + struct.pack("<i", 0)
+        data = struct.pack("<IIB", 0, len(graph) + 1, 1) + graph  # stored plainly
+        segment_id = bytes(range(16))
+        segment = segment_id + struct.pack("<II", 1, 24 + len(data)) + data
+        header = b"Version 9.5 JT".ljust(79) + b"\n" + bytes(5) + struct.pack("<I", 105) + segment_id
+        count = 1 + self.more_segments
+        place = 105 + 4 + 28 * count
+        contents = struct.pack("<I", count) + segment_id + struct.pack("<III", place, len(segment), 1 << 24)
+        more = b""
+        for number in range(self.more_segments):
+            other_id = bytes([number + 1] * 16)
+            other = other_id + struct.pack("<II", 3, 24 + 8) + bytes(8)
+            contents += other_id + struct.pack("<III", place + len(segment) + len(more), len(other), 3 << 24)
+            more += other
+        return header + contents + segment + more
+
+
+class InfoTest(ProgramTest):
+    def write(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content)
+        return self.path(name)
+
+    def summary(self, *arguments, code=0):
+        result = self.run_program("info", "--summary", "--json", *arguments)
+        self.assertEqual((result.returncode, result.stderr), (code, b""))
+        return json.loads(result.stdout)
+
+
+def parts_by_hand(document):
+    """Parts placed and unique and their triangles at level 0, counted by walking the tree that info prints."""
+    tree = document["tree"]
+    first = {}
+
+    def walk(at):
+        """Placed parts and triangles at and below a node, and where the next one that is no deeper stands."""
+        node = tree[at]
+        parts, triangles, after = 0, 0, at + 1
+        if node["kind"] == "part":
+            parts = 1
+            triangles = sum(shape["triangles"] for shape in (node["levels"] or [[]])[0])
+        while after < len(tree) and tree[after]["depth"] > node["depth"]:
+            below, more, after = walk(after)
+            parts += below
+            triangles += more
+        key = (node["kind"], node["name"])
+        if node["listed_before"]:
+            parts, triangles = first[key]
+        else:
+            first.setdefault(key, (parts, triangles))
+        return parts, triangles, after
+
+    parts, triangles, _ = walk(0)
+    unique = sum(1 for node in tree if node["kind"] == "part" and not node["listed_before"])
+    return parts, unique, triangles
+
+
+class Summary(InfoTest):
+    def test_counts_what_the_tree_holds_and_a_conversion_makes(self):
+        document = json.loads(self.run_program("info", ENGINE, "--json").stdout)
+        parts, unique, triangles = parts_by_hand(document)
+        self.assertGreater(parts, unique)
+        (row,) = self.summary(ENGINE)
+        self.assertEqual(row["parts"], {"placed": parts, "unique": unique})
+        level = row["levels"][0]
+        self.assertEqual(level["triangles_placed"], triangles)
+        self.assertLess(level["triangles_unique"], triangles)
+        self.assertEqual({k: v > 0 for k, v in level["shapes"].items()},
+                         {"decoded": True, "tessellated": False, "stated": False, "not_counted": False})
+        report = json.loads(self.run_program(ENGINE, self.path("out.zix"), "--json").stdout)
+        self.assertEqual(report["counts"]["triangles"], triangles)
+        self.assertLess(row["levels"][1]["triangles_placed"], triangles)
+        self.assertEqual((row["version"], row["units"], row["bytes"]), ("9.5", "millimeters", os.path.getsize(ENGINE)))
+        # Turned parts are boxed again on the way up: what is stated is never smaller than the scene.
+        box = self.zix_info(self.path("out.zix"))["bbox"]
+        for axis in range(3):
+            self.assertGreaterEqual(row["size"][axis], (box[axis + 3] - box[axis]) * 0.999)
+            self.assertLess(row["size"][axis], (box[axis + 3] - box[axis]) * 1.2)
+
+    def test_the_table_has_a_line_for_each_file_in_their_order(self):
+        result = self.run_program("info", "--summary", SURVEY, ENGINE, JOINT)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        heading, *rows = result.stdout.decode().splitlines()
+        self.assertEqual(heading.split("  ")[0], "FILE")
+        self.assertEqual([row.split()[0] for row in rows], [SURVEY, ENGINE, JOINT])
+        documents = self.summary(SURVEY, ENGINE, JOINT)
+        for row, document in zip(rows, documents):
+            self.assertEqual(document["input"], row.split()[0])
+            self.assertEqual(row[heading.index("PARTS"):].split()[0], str(document["parts"]["placed"]))
+            self.assertEqual(row[heading.index("UNIQUE"):].split()[0], str(document["parts"]["unique"]))
+            self.assertEqual(row[heading.index("TRIANGLES"):].split()[0],
+                             str(document["levels"][0]["triangles_placed"]))
+        self.assertIn("1 point set, 1 polyline set", rows[0])
+        self.assertIn("(tessellated)", rows[2])
+
+    def test_triangles_as_stated_need_no_shape(self):
+        # The first shape's type id is spoilt: it cannot be decoded, but the graph still states its triangles.
+        with open(ENGINE, "rb") as file:
+            content = bytearray(file.read())
+        content[content.find(guid("ab10dd10c82ad1119b6b0080c7bb5997"))] ^= 0xFF
+        damaged = self.write("damaged.jt", content)
+        (sound,) = self.summary(ENGINE)
+        (stated,) = self.summary("--stated", damaged)
+        self.assertEqual([level["triangles_placed"] for level in stated["levels"]],
+                         [level["triangles_placed"] for level in sound["levels"]])
+        for level in stated["levels"]:
+            self.assertEqual((level["shapes"]["decoded"], level["shapes"]["not_counted"]), (0, 0))
+            self.assertGreater(level["shapes"]["stated"], 0)
+        table = self.run_program("info", "--summary", "--stated", damaged).stdout.decode()
+        self.assertIn("(stated)", table)
+        # Decoded, the shape is found to be damaged: told, and its number is the stated one.
+        (decoded,) = self.summary(damaged, code=1)
+        self.assertEqual(len(decoded["cannot_be_converted"]), 1)
+        self.assertEqual(sum(level["shapes"]["stated"] for level in decoded["levels"]), 1)
+
+    def test_triangles_of_exact_geometry_are_not_guessed(self):
+        (row,) = self.summary("--stated", JOINT)
+        self.assertGreater(row["levels"][0]["shapes"]["not_counted"], 0)
+        self.assertIn("0+", self.run_program("info", "--summary", "--stated", JOINT).stdout.decode())
+
+    def test_one_file_that_cannot_be_read_costs_only_its_own_row(self):
+        bad = self.write("bad.jt", b"nonsense")
+        rows = self.summary(bad, ENGINE, code=1)
+        self.assertEqual([row["loaded"] for row in rows], [False, True])
+        self.assertIn("bad.jt", rows[0]["error"])
+        self.assertEqual((rows[0]["parts"], rows[0]["levels"], rows[0]["size"]), ({"placed": 0, "unique": 0}, [], None))
+        result = self.run_program("info", "--summary", bad, self.path("missing.jt"), ENGINE)
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(len(result.stdout.splitlines()), 4)
+
+    def test_nodes_that_share_each_other_many_levels_deep_are_counted_without_walking(self):
+        for levels, placed in ((40, 2 ** 40), (80, 2 ** 64 - 1)):
+            graph = GraphFile()
+            for level in range(levels):
+                graph.partition(level, [level + 1, level + 1])
+            graph.part(levels)
+            (row,) = self.summary(self.write("deep.jt", graph.bytes()))
+            self.assertEqual(row["parts"], {"placed": placed, "unique": 1})
+
+    def test_what_will_not_be_converted_is_told_by_type(self):
+        (row,) = self.summary(ENGINE)
+        self.assertEqual(row["not_converted"], [])
+        (row,) = self.summary(SURVEY)
+        self.assertEqual(row["not_converted"], [{"what": "point set", "count": 1}, {"what": "polyline set", "count": 1}])
+        graph = GraphFile()
+        graph.part(0)
+        graph.more_segments = 3
+        (row,) = self.summary(self.write("pmi.jt", graph.bytes()))
+        self.assertEqual(row["not_converted"], [{"what": "product manufacturing information", "count": 3}])
+        self.assertIn(b"3 product manufacturing information",
+                      self.run_program("info", "--summary", self.path("pmi.jt")).stdout)
+
+    def test_wrong_use_is_told(self):
+        for arguments in ((ENGINE, SURVEY), ("--summary", "--properties", ENGINE), ("--stated", ENGINE), ("--summary",)):
+            result = self.run_program("info", *arguments)
+            self.assertEqual((result.returncode, result.stdout), (2, b""), arguments)
+            self.assertIn(b"loftbay info: ", result.stderr)
+
+
+class Properties(InfoTest):
+    def test_every_text_of_the_graph_by_node(self):
+        graph = GraphFile()
+        graph.partition(0, [1])
+        graph.partition(1, [])
+        texts = [("JT_PROP_NAME", "W\u00e4lzlager \u8ef8\u53d7 \U0001f527.asm;0;0:"), ("Werkstoff::", "C45"), ("Werkstoff::", "S355")]
+        for key, text in texts:
+            graph.property(0, key, text)
+        graph.property(1, "empty", "")
+        model = self.write("w.jt", graph.bytes())
+        result = self.run_program("info", "--properties", "--json", model)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        document = json.loads(result.stdout.decode("utf-8"))
+        self.assertEqual((document["input"], document["loaded"]), (model, True))
+        nodes = document["nodes"]
+        self.assertEqual([(node["file"], node["id"], node["kind"]) for node in nodes],
+                         [(model, 0, "partition"), (model, 1, "partition")])
+        self.assertEqual([(entry["key"], entry["text"]) for entry in nodes[0]["properties"]], texts)
+        self.assertEqual(nodes[0]["name"], "W\u00e4lzlager \u8ef8\u53d7 \U0001f527")
+        self.assertEqual(nodes[1]["properties"], [{"key": "empty", "text": ""}])
+        text = self.run_program("info", "--properties", model).stdout.decode("utf-8")
+        self.assertIn("    Werkstoff:: = C45\n    Werkstoff:: = S355\n", text)
+        self.assertIn("  partition 0 \"W\u00e4lzlager \u8ef8\u53d7 \U0001f527\"\n", text)
+
+    def test_the_files_that_a_model_refers_to_are_listed_too(self):
+        document = json.loads(self.run_program("info", "--properties", "--json", ENGINE).stdout)
+        names = {entry["text"] for node in document["nodes"] for entry in node["properties"]}
+        self.assertTrue(any(text.startswith("Flywheel") for text in names))
+        # A file whose root is a reference to the engine.
+        shutil.copy(ENGINE, self.path("engine.jt"))
+        graph = GraphFile()
+        name = "engine.jt".encode("utf-16-le")
+        graph.partition(0, [1])
+        body = graph.group([]) + struct.pack("<II", 0, len(name) // 2) + name + bytes(6 * 4 + 4 + 6 * 4)
+        graph.nodes += graph.element(PARTITION, 1, 1, body)
+        graph.property(0, "own", "text")
+        model = self.write("top.jt", graph.bytes())
+        above = json.loads(self.run_program("info", "--properties", "--json", model).stdout)["nodes"]
+        self.assertEqual(above[0]["properties"], [{"key": "own", "text": "text"}])
+        self.assertEqual(len(above), 1 + len(document["nodes"]))
+        self.assertEqual({node["file"] for node in above[1:]}, {self.path("engine.jt")})
+
+    def test_a_file_that_cannot_be_read_gives_1_and_a_document_all_the_same(self):
+        bad = self.write("bad.jt", b"nonsense")
+        result = self.run_program("info", "--properties", "--json", bad)
+        document = json.loads(result.stdout)
+        self.assertEqual((result.returncode, document["loaded"], document["nodes"]), (1, False, []))
+        self.assertIn("bad.jt", document["error"])
+
+
+if __name__ == "__main__":
+    unittest.main()
