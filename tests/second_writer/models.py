@@ -1,0 +1,204 @@
+"""Random product models: writes one into a File and says what a reader has to find in it."""
+
+import collections
+import math
+
+from container import LOD_0, SHAPE, Figures, File
+from meshes import random_mesh
+from packets import Packets
+from shape import Options, ShapeWriter
+
+IDENTITY = [1.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0]
+
+
+def multiply(a, b):
+    """Row vectors: `a` is applied first."""
+    return [sum(a[4 * i + k] * b[4 * k + j] for k in range(4)) for i in range(4) for j in range(4)]
+
+
+def random_matrix(rng):
+    """A turn, sometimes a scale or a mirror image before it, and a shift."""
+    x, y, z = (rng.gauss(0, 1) for _ in range(3))
+    length = math.sqrt(x * x + y * y + z * z)
+    x, y, z = x / length, y / length, z / length
+    angle = rng.choice((0.0, math.pi / 2, rng.uniform(0.1, 3.0)))
+    c, s = math.cos(angle), math.sin(angle)
+    d = 1 - c
+    turn = [c + d * x * x, d * x * y + s * z, d * x * z - s * y, d * x * y - s * z, c + d * y * y, d * y * z + s * x,
+            d * x * z + s * y, d * y * z - s * x, c + d * z * z]
+    scale = rng.choice(((1, 1, 1), (1, 1, 1), (25.4, 25.4, 25.4), (2, 3, 0.5), (-1, 1, 1)))
+    m = [0.0] * 16
+    for i in range(3):
+        for j in range(3):
+            m[4 * i + j] = turn[3 * i + j] * scale[i]
+        m[12 + i] = rng.choice((0.0, rng.uniform(-50, 50)))
+    m[15] = 1.0
+    return m
+
+
+class Placed:
+    """A shape where it is met: names on the way down, (points, polygons), the matrix to the world, the material."""
+
+    def __init__(self, path, name, mesh, matrix, material):
+        self.path, self.name, self.mesh, self.matrix, self.material = path, name, mesh, matrix, material
+
+
+class _Item:
+    """A part, an assembly or an instance; several instances can share their `children`."""
+
+    def __init__(self, node, matrix, material, name=None):
+        self.node, self.matrix, self.material, self.name = node, matrix, material, name
+        self.shapes, self.children, self.is_instance = None, [], False
+
+
+class Model:
+    """`data` has the file's bytes, `placed` the shapes in walking order, `seen` counts what is special in it."""
+
+    def __init__(self, version, rng):
+        self.rng, self.version = rng, version
+        self.file = File(version, rng, stored=rng.random() < 0.15)
+        self.packets = Packets(rng, version)
+        self.seen = collections.Counter()
+        self._written = []
+        self._names, self.root_name = 0, "Model"
+        root = self.file.new_id()
+        self.totals = Figures()
+        # Parts need no material of their own where the top assembly has one.
+        self._inherit = rng.random() < 0.4
+        top = self._assembly(0) if self._inherit or rng.random() < 0.8 else self._part(top=True)
+        self.file.partition(root, [top.node], [], "model.jt", self.totals)
+        self.file.set_property(root, "JT_PROP_NAME", "Model.asm;1;0:")
+        self.placed = []
+        self._first_material = {}
+        self._place(top, [], IDENTITY, None)
+        self.data = self.file.save()
+        self.seen.update(self.packets.used)
+
+    def _name(self, node, kind, suffix):
+        self._names += 1
+        name = self.rng.choice(("%s %d", "%s.%d", "%s-%d\u00e9\u4e2d")) % (kind, self._names)
+        self.file.set_property(node, "JT_PROP_NAME", name + suffix)
+        return name
+
+    def _material(self):
+        colours = [tuple(self.rng.randrange(256) / 256 for _ in range(4)) for _ in range(4)]
+        shininess = float(self.rng.randrange(1, 129))
+        return (*colours, shininess), self.file.material(*colours, shininess)
+
+    def _attributes(self, chance_transform, chance_material):
+        matrix = material = None
+        ids = []
+        if self.rng.random() < chance_transform:
+            matrix = random_matrix(self.rng)
+            ids.append(self.file.transform(matrix))
+        if self.rng.random() < 0.1:
+            ids.append(self.file.unknown_attribute())
+        if self.rng.random() < chance_material:
+            material, attribute = self._material()
+            ids.append(attribute)
+        return matrix, material, ids
+
+    def _part(self, instanced=False, top=False):
+        node = self.file.new_id()
+        matrix, material, ids = self._attributes(0 if instanced else 0.6, 0.5 if self._inherit else 1)
+        name = self.root_name if top else self._name(node, "part", ".part;3;1:")
+        part = _Item(node, matrix, material, name)
+        range_lod = self.file.new_id()
+        levels, part.shapes = [], None
+        for level in range(self.rng.choice((1, 1, 2))):
+            group = self.file.new_id()
+            shapes = [self._shape(level) for _ in range(self.rng.choice((1, 1, 2, 3)))]
+            self.file.group(group, [node for node, _, _ in shapes], [])
+            levels.append(group)
+            part.shapes = part.shapes or [(mesh, own) for _, mesh, own in shapes]
+        self.file.range_lod(range_lod, levels, [])
+        self.file.number_property(node, "weight::", self.rng.randrange(100))
+        self.file.part(node, [range_lod], ids)
+        return part
+
+    def _shape(self, level):
+        """Answers the node, (points, polygons) as a reader gets them, and the shape's own material."""
+        if self._written and self.rng.random() < 0.1:
+            mesh, segment, options, figures = self.rng.choice(self._written)
+        else:
+            mesh, segment, options, figures = self._segment(level)
+            self._written.append((mesh, segment, options, figures))
+        material, attribute = self._material() if self.rng.random() < 0.3 else (None, None)
+        node = self.file.new_id()
+        self.file.shape(node, [] if attribute is None else [attribute], segment, options, figures)
+        return node, mesh, material
+
+    def _segment(self, level):
+        rng = self.rng
+        options = Options(polygon_set=rng.random() < 0.35, normal_bits=rng.choice((None, 0, 4, 8, 13)),
+                          coordinate_bits=rng.choice((0, 0, 0, 14, 17, 20, 24, 32)), vertex_flags=rng.random() < 0.2,
+                          texture_bits=rng.choice((None, None, None, 0, 10)), pinch=rng.random() < 0.3,
+                          colour=rng.choice((None, None, (3, 8, 0), (4, 6, 0), (3, 0, 0), (4, 8, 1))))
+        points, polygons, groups = random_mesh(rng, options.polygon_set)
+        writer = ShapeWriter(self.packets, rng, self.version)
+        data = writer.write(points, polygons, groups, options)
+        self.seen.update(writer.seen)
+        stored = [writer.stored[i] for i in range(len(points))]
+        columns = list(zip(*stored))
+        figures = Figures((*map(min, columns), *map(max, columns)), area(stored, polygons), len(points),
+                          sum(len(p) - 2 for p in polygons))
+        return (stored, polygons), self.file.add_shape(data, rng.choice((SHAPE, LOD_0 + level))), options, figures
+
+    def _assembly(self, depth, instanced=False):
+        node = self.file.new_id()
+        # The top node's name is the partition's; assemblies below an instance are placed by it alone.
+        matrix, material, ids = self._attributes(0 if depth == 0 or instanced else 0.5,
+                                                 1 if depth == 0 and self._inherit else 0.2)
+        name = self._name(node, "assembly", ".asm;1;2:") if depth > 0 else self.root_name
+        assembly = _Item(node, matrix, material, name)
+        count = self.rng.randint(1, 2)
+        for _ in range(count):
+            kind = self.rng.choice(("part", "part", "instances", "assembly"))
+            if kind == "part" or depth >= 2:
+                assembly.children.append(self._part())
+            elif kind == "assembly":
+                assembly.children.append(self._assembly(depth + 1, instanced))
+            else:
+                shared = self._part(True) if self.rng.random() < 0.5 else self._assembly(depth + 1, True)
+                assembly.children += [self._instance(shared) for _ in range(self.rng.randint(1, 3))]
+        self.file.meta_data(node, [c.node for c in assembly.children], ids)
+        return assembly
+
+    def _instance(self, shared):
+        node = self.file.new_id()
+        matrix, material, ids = self._attributes(0.8, 0.2)
+        item = _Item(node, matrix, material, self._name(node, "occurrence", ".part;1;7:"))
+        item.children, item.is_instance = [shared], True
+        self.file.instance(node, shared.node, ids)
+        return item
+
+    def _place(self, item, path, matrix, material, instance=None):
+        """`instance` is the one that names `item` directly."""
+        matrix = multiply(item.matrix, matrix) if item.matrix else matrix
+        material = item.material or material
+        if item.shapes is None:
+            for child in item.children:
+                self._place(child, path + [item.name], matrix, material, item if item.is_instance else None)
+            return
+        if instance is None:
+            # A part that is not an instance's own gets what its name got first.
+            material = self._first_material.setdefault(item.name, material)
+            if item.matrix:
+                path = path + [item.name]
+        name = instance.name if instance else item.name
+        for mesh, own in item.shapes:
+            self.placed.append(Placed(path, name, mesh, matrix, own or material))
+
+
+def area(points, polygons):
+    total = 0.0
+    for p in polygons:
+        x = y = z = 0.0
+        for i in range(1, len(p) - 1):
+            a, b, c = points[p[0]], points[p[i]], points[p[i + 1]]
+            u, v = [q - r for q, r in zip(b, a)], [q - r for q, r in zip(c, a)]
+            x += u[1] * v[2] - u[2] * v[1]
+            y += u[2] * v[0] - u[0] * v[2]
+            z += u[0] * v[1] - u[1] * v[0]
+        total += math.sqrt(x * x + y * y + z * z) / 2
+    return total
