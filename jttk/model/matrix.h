@@ -28,4 +28,19 @@ inline double determinant3(const Matrix& m) {
          m[2] * (m[4] * m[9] - m[5] * m[8]);
 }
 
+// Of the upper left 3 x 3: the inverse transpose times the determinant. They exist for singular matrices too,
+// and their direction is right once the determinant's sign is put back.
+inline std::array<double, 9> cofactors3(const Matrix& m) {
+  return {m[5] * m[10] - m[6] * m[9], m[6] * m[8] - m[4] * m[10], m[4] * m[9] - m[5] * m[8],
+          m[2] * m[9] - m[1] * m[10], m[0] * m[10] - m[2] * m[8], m[1] * m[8] - m[0] * m[9],
+          m[1] * m[6] - m[2] * m[5],  m[2] * m[4] - m[0] * m[6],  m[0] * m[5] - m[1] * m[4]};
+}
+
+// The same transform with 1 as element 15, by which the other elements are divided. Unchanged where that
+// cannot be done (0, or no finite number), and where it is 1 but for rounding.
+[[nodiscard]] Matrix homogenised(const Matrix& matrix);
+
+// Why nothing can be placed by the matrix as it stands ("flattens …"); null when it can.
+[[nodiscard]] const char* faultOf(const Matrix& matrix);
+
 }  // namespace jttk

@@ -1,6 +1,8 @@
 #include "jttk/model/model.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "host/path.h"
 #include "jttk/codec/shape_lod.h"
@@ -8,6 +10,7 @@
 #include "jttk/model/hierarchy.h"
 #include "jttk/model/part.h"
 #include "jttk/model/properties.h"
+#include "jttk/model/roots.h"
 #include "jttk/settings.h"
 
 namespace jttk {
@@ -77,6 +80,28 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node) {
   return geometry;
 }
 
+// NaN has no order, and would equal every other number: the largest number takes its place.
+Matrix makeComparable(const Matrix& matrix) {
+  Matrix comparable = matrix;
+  for (double& element : comparable) {
+    if (std::isnan(element)) element = std::numeric_limits<double>::max();
+  }
+  return comparable;
+}
+
+// How many corners have a coordinate that is no finite number.
+std::size_t cornersWithoutPlace(const ShapeGeometry& geometry) {
+  const auto is_number = [](float value) { return std::isfinite(value); };
+  const auto& positions = geometry.positions;
+  if (std::all_of(positions.begin(), positions.end(), is_number)) return 0;
+  const auto has_no_place = [&](std::uint32_t corner) {
+    const auto first = positions.begin() + 3 * static_cast<std::ptrdiff_t>(corner);
+    return !std::all_of(first, first + 3, is_number);
+  };
+  return static_cast<std::size_t>(
+      std::count_if(geometry.corner_positions.begin(), geometry.corner_positions.end(), has_no_place));
+}
+
 }  // namespace
 
 JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
@@ -133,7 +158,7 @@ JtkHierarchy* Model::place(NodeRef ref, Met met, const Inherited& inherited) {
                     met,
                     inherited.material,
                     inherited.transform_is_final,
-                    inherited.transform == nullptr ? kIdentity : *inherited.transform};
+                    inherited.transform == nullptr ? kIdentity : makeComparable(*inherited.transform)};
   if (const auto known = parts_.find(key); known != parts_.end()) return known->second;
   JtkHierarchy* object = hold(make(ref, met, inherited));
   if (object->typeID() == JtkEntity::JtkPART) parts_.emplace(key, object);
@@ -167,11 +192,37 @@ bool Model::applyAttributes(NodeRef ref, Inherited& inherited, Matrix& matrix) {
     }
     if (attribute.kind != AttributeKind::Transform || (attribute.state & Attribute::kIgnore) != 0) continue;
     if (inherited.transform_is_final && (attribute.state & Attribute::kForce) == 0) continue;
-    matrix = graph.transforms[attribute.value] * matrix;
+    checkTransform(ref, index);
+    matrix = homogenised(graph.transforms[attribute.value] * matrix);
     any = true;
     if ((attribute.state & Attribute::kFinal) != 0) inherited.transform_is_final = true;
   }
   return any;
+}
+
+void Model::checkTransform(NodeRef ref, std::uint32_t attribute) {
+  Document& document = ref.document();
+  if (!document.checked_transforms.insert(attribute).second) return;
+  const Attribute& transform = document.graph.attributes[attribute];
+  const char* fault = faultOf(document.graph.transforms[transform.value]);
+  if (fault == nullptr) return;
+  library_.lost(document.nearestLabel(ref.node),
+                loftbay::host::toHostPath(document.path) + ": scene graph: the transform " +
+                    std::to_string(transform.id) + " of the " + nodeText(ref.data()) + " " + fault);
+}
+
+void Model::checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry) {
+  const std::size_t corners = cornersWithoutPlace(geometry);
+  if (corners == 0) return;
+  Document& document = shape.document();
+  if (!document.reported_coordinates.insert(shape.node).second) return;
+  const std::uint32_t entry = geometryEntry(document, shape.data());
+  const std::string segment =
+      entry == kNone ? "" : "segment " + document.graph.late_loaded[entry].segment.text() + ": ";
+  library_.lost(part_name, loftbay::host::toHostPath(document.path) + ": " + segment +
+                               nodeText(shape.data()) + ": " + std::to_string(corners) + " of " +
+                               std::to_string(geometry.corner_positions.size()) +
+                               " corners have coordinates that are no finite numbers");
 }
 
 const Matrix* Model::keep(const Matrix& matrix) { return &matrices_.emplace_back(matrix); }
@@ -213,6 +264,7 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
   if (!geometry->facts.unread_attributes.empty()) {
     noteUnread(shape, part_name, geometry->facts.unread_attributes);
   }
+  checkCoordinates(shape, part_name, *geometry);
   auto arrays = std::make_shared<const ShapeArrays>(makeShapeArrays(std::move(*geometry), shape.data().kind));
   cache_.keep(key, arrays);
   return arrays;

@@ -79,7 +79,7 @@ class Model {
     Met met;
     MaterialStates::State material;
     bool transform_is_final;
-    Matrix transform;
+    Matrix transform;  // comparable: see makeComparable
     bool operator<(const PartKey& other) const {
       return std::tie(document, node, met, material, transform_is_final, transform) <
              std::tie(other.document, other.node, other.met, other.material, other.transform_is_final,
@@ -89,6 +89,9 @@ class Model {
 
   // Tells, once for each shape, that attributes of its vertices could not be read.
   void noteUnread(NodeRef shape, const std::string& part_name, const std::string& reason);
+  // Tells, once for each, of a transform that places nothing well, and of coordinates that are no numbers.
+  void checkTransform(NodeRef ref, std::uint32_t attribute);
+  void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
   JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
   JtkHierarchy* hold(JtkHierarchy* object);
 

@@ -121,14 +121,6 @@ void turnOver(ShapeGeometry& geometry) {
   geometry.corner_records = std::move(turned.records);
 }
 
-// Cofactors of the upper left 3 x 3: the inverse transpose times the determinant. They exist for singular
-// matrices too, and their direction is right once the determinant's sign is put back.
-std::array<double, 9> cofactors(const Matrix& m) {
-  return {m[5] * m[10] - m[6] * m[9], m[6] * m[8] - m[4] * m[10], m[4] * m[9] - m[5] * m[8],
-          m[2] * m[9] - m[1] * m[10], m[0] * m[10] - m[2] * m[8], m[1] * m[8] - m[0] * m[9],
-          m[1] * m[6] - m[2] * m[5],  m[2] * m[4] - m[0] * m[6],  m[0] * m[5] - m[1] * m[4]};
-}
-
 }  // namespace
 
 std::size_t ShapeArrays::sizeBytes() const {
@@ -170,7 +162,7 @@ ShapeArrays transformed(const ShapeArrays& arrays, const Matrix& m) {
     }
   }
   const bool mirrors = determinant3(m) < 0;
-  const std::array<double, 9> c = cofactors(m);
+  const std::array<double, 9> c = cofactors3(m);
   const double sign = mirrors ? -1.0 : 1.0;
   std::vector<float>& normals = result.geometry.normals;
   for (std::size_t i = 0; i + 2 < normals.size(); i += 3) {

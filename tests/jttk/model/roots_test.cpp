@@ -81,8 +81,8 @@ TEST(Root, WhereItsElementIsLostWhatStoodBelowItTakesItsPlace) {
   addPart(graph, 10, "wheel");
   const Loaded model(graph);
   EXPECT_THAT(model.tree(), ElementsAre("assembly machine", "  part gone", "  part wheel"));
-  EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("the assembly 1 is taken for the root"),
-                                                 HasSubstr("was not found")));
+  EXPECT_THAT(model.recorder.losses,
+              ElementsAre(HasSubstr("the assembly 1 is taken for the root"), HasSubstr("was not found")));
 }
 
 TEST(Unreachable, ShapesAndReferencesAreToldWithTheirIds) {
