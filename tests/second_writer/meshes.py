@@ -89,8 +89,18 @@ def quads(rng):
                     for i in range(m) for j in range(n) if rng.random() < 0.9 or j == 0]
 
 
+def plates(rng):
+    """Squares with a hole: polygons that go to the hole and back along one edge, so that two corners are met twice."""
+    n, number, polygons = rng.randint(1, 3), {}, []
+    for i in range(n):
+        for j in range(n):
+            corners = [(0, 0), (6, 0), (6, 6), (0, 6), (0, 0), (2, 2), (2, 4), (4, 4), (4, 2), (2, 2)]
+            polygons.append([number.setdefault((6.0 * i + x, 6.0 * j + y, 0.0), len(number)) for x, y in corners])
+    return list(number), polygons
+
+
 TRIANGLES = (sphere, torus, sheet, sheet, soup, fan)
-POLYGONS = (prism, prism, quads)
+POLYGONS = (prism, prism, quads, plates)
 
 
 def _used(points, polygons):

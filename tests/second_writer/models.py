@@ -16,7 +16,16 @@ def multiply(a, b):
     return [sum(a[4 * i + k] * b[4 * k + j] for k in range(4)) for i in range(4) for j in range(4)]
 
 
-def random_matrix(rng):
+def transformed(point, m):
+    return tuple(sum((*point, 1)[k] * m[4 * k + i] for k in range(4)) for i in range(3))
+
+
+def mirrors(m):
+    a, b, c = m[0:3], m[4:7], m[8:11]
+    return sum(a[i] * (b[i - 2] * c[i - 1] - b[i - 1] * c[i - 2]) for i in range(3)) < 0
+
+
+def random_matrix(rng, reach=50):
     """A turn, sometimes a scale or a mirror image before it, and a shift."""
     x, y, z = (rng.gauss(0, 1) for _ in range(3))
     length = math.sqrt(x * x + y * y + z * z)
@@ -31,16 +40,31 @@ def random_matrix(rng):
     for i in range(3):
         for j in range(3):
             m[4 * i + j] = turn[3 * i + j] * scale[i]
-        m[12 + i] = rng.choice((0.0, rng.uniform(-50, 50)))
+        m[12 + i] = rng.choice((0.0, rng.uniform(-reach, reach)))
     m[15] = 1.0
     return m
 
 
 class Placed:
-    """A shape where it is met: names on the way down, (points, polygons), the matrix to the world, the material."""
+    """A shape where it is met: names on the way down, the matrix from its part to the world, the material.
 
-    def __init__(self, path, name, mesh, matrix, material):
-        self.path, self.name, self.mesh, self.matrix, self.material = path, name, mesh, matrix, material
+    The coordinates are those of the part; `exact` says that the file has them as they are.
+    """
+
+    def __init__(self, path, name, shape, matrix, material):
+        self.path, self.name, self.matrix, self.material = path, name, matrix, material
+        self.points, self.polygons, self.exact = shape.points, shape.polygons, shape.inner == IDENTITY
+        if not self.exact:
+            self.points = [transformed(p, shape.inner) for p in self.points]
+        if mirrors(shape.inner):
+            self.polygons = [p[::-1] for p in self.polygons]
+
+
+class Shape:
+    """`points` as a reader gets them, `polygons`, and `inner`, the matrix from the shape to its part."""
+
+    def __init__(self, points, polygons):
+        self.points, self.polygons, self.inner, self.material = points, polygons, IDENTITY, None
 
 
 class _Item:
@@ -103,30 +127,44 @@ class Model:
         matrix, material, ids = self._attributes(0 if instanced else 0.6, 0.5 if self._inherit else 1)
         name = self.root_name if top else self._name(node, "part", ".part;3;1:")
         part = _Item(node, matrix, material, name)
-        range_lod = self.file.new_id()
-        levels, part.shapes = [], None
+        # What stands below the part moves the coordinates themselves.
+        below, below_ids = self._inner()
+        range_lod, levels = self.file.new_id(), []
         for level in range(self.rng.choice((1, 1, 2))):
             group = self.file.new_id()
+            inner, group_ids = self._inner()
             shapes = [self._shape(level) for _ in range(self.rng.choice((1, 1, 2, 3)))]
-            self.file.group(group, [node for node, _, _ in shapes], [])
+            for _, shape in shapes:
+                shape.inner = multiply(multiply(shape.inner, inner), below)
+            self.file.group(group, [node for node, _ in shapes], group_ids)
             levels.append(group)
-            part.shapes = part.shapes or [(mesh, own) for _, mesh, own in shapes]
-        self.file.range_lod(range_lod, levels, [])
+            part.shapes = part.shapes or [shape for _, shape in shapes]
+        self.file.range_lod(range_lod, levels, below_ids)
         self.file.number_property(node, "weight::", self.rng.randrange(100))
         self.file.part(node, [range_lod], ids)
         return part
 
+    def _inner(self):
+        if self.rng.random() > 0.05:
+            return IDENTITY, []
+        matrix = random_matrix(self.rng, 0.05)
+        return matrix, [self.file.transform(matrix)]
+
     def _shape(self, level):
-        """Answers the node, (points, polygons) as a reader gets them, and the shape's own material."""
+        """Answers the node and the Shape; a segment can be another shape's too."""
         if self._written and self.rng.random() < 0.1:
-            mesh, segment, options, figures = self.rng.choice(self._written)
+            points, polygons, *stored = self.rng.choice(self._written)
         else:
-            mesh, segment, options, figures = self._segment(level)
-            self._written.append((mesh, segment, options, figures))
-        material, attribute = self._material() if self.rng.random() < 0.3 else (None, None)
+            points, polygons, *stored = self._segment(level)
+            self._written.append((points, polygons, *stored))
+        shape = Shape(points, polygons)
+        shape.inner, ids = self._inner()
+        if self.rng.random() < 0.3:
+            shape.material, attribute = self._material()
+            ids = ids + [attribute]
         node = self.file.new_id()
-        self.file.shape(node, [] if attribute is None else [attribute], segment, options, figures)
-        return node, mesh, material
+        self.file.shape(node, ids, *stored)
+        return node, shape
 
     def _segment(self, level):
         rng = self.rng
@@ -142,7 +180,7 @@ class Model:
         columns = list(zip(*stored))
         figures = Figures((*map(min, columns), *map(max, columns)), area(stored, polygons), len(points),
                           sum(len(p) - 2 for p in polygons))
-        return (stored, polygons), self.file.add_shape(data, rng.choice((SHAPE, LOD_0 + level))), options, figures
+        return stored, polygons, self.file.add_shape(data, rng.choice((SHAPE, LOD_0 + level))), options, figures
 
     def _assembly(self, depth, instanced=False):
         node = self.file.new_id()
@@ -186,8 +224,8 @@ class Model:
             if item.matrix:
                 path = path + [item.name]
         name = instance.name if instance else item.name
-        for mesh, own in item.shapes:
-            self.placed.append(Placed(path, name, mesh, matrix, own or material))
+        for shape in item.shapes:
+            self.placed.append(Placed(path, name, shape, matrix, shape.material or material))
 
 
 def area(points, polygons):

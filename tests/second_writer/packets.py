@@ -121,6 +121,10 @@ class Packets:
                 end += 1
             self._change_width(out, need - width, delta_bits)
             width = need
+            if self.rng.random() < 0.02:
+                # An empty run.
+                out.put(0, run_bits)
+                self._change_width(out, 0, delta_bits)
             out.put(end - at, run_bits)
             for d in deltas[at:end]:
                 out.put(d, width)
@@ -150,14 +154,16 @@ class Packets:
         self.rng.shuffle(inside)
         entries = [[v, counts[v]] for v in inside]
         out_of_band = [v for v in values if v in outside]
-        if out_of_band:
-            entries.insert(self.rng.randrange(len(entries) + 1), [None, len(out_of_band)])
+        # An escape may be listed that never occurs.
+        escape = bool(out_of_band) or self.rng.random() < 0.1
+        if escape:
+            entries.insert(self.rng.randrange(len(entries) + 1), [None, max(1, len(out_of_band))])
         total = sum(n for _, n in entries)
         if total > 8000:
             for entry in entries:
                 entry[1] = max(1, entry[1] * 8000 // total)
         rest = b""
-        if self.version < 10 or out_of_band:
+        if self.version < 10 or escape:
             rest = self._packet(out_of_band, depth + 1)
         return b"\3" + self._arithmetic_code(values, entries) + self._contexts(entries) + rest
 
@@ -220,12 +226,12 @@ class Packets:
             return b"\4\0" + self._packet(values, depth + 1)
         bias = min(values)
         span = (max(values) - bias).bit_length()
-        if span < 2:
+        if span < 1:
             return None
-        chop = self.rng.randint(1, span - 1)
+        chop = self.rng.randint(1, span)
         low_bits = span - chop
         lsb = [signed(v - bias & (1 << low_bits) - 1) for v in values]
-        msb = [v - bias >> low_bits for v in values]
+        msb = [signed(v - bias >> low_bits) for v in values]
         return (struct.pack("<BBiB", 4, chop, bias, span) + self._packet(msb, depth + 1)
                 + self._packet(lsb, depth + 1))
 

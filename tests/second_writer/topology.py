@@ -170,6 +170,10 @@ class Coder:
         v = self.rings.polys[p][i]
         return (self.rings.slot[p][i] - self.first_slot[v]) % len(self.rings.rings[v])
 
+    def _is_known(self, p, i):
+        v = self.rings.polys[p][i]
+        return v in self.first_slot and self._ring_slot(p, i) in self.filled[v]
+
     def _fill(self, p, i):
         v, slot = self.rings.polys[p][i], self._ring_slot(p, i)
         assert slot not in self.filled[v]
@@ -273,6 +277,10 @@ class Coder:
             ring = r.rings[v]
             slot = (self._ring_slot(p, here) - step) % len(ring)
             if slot not in self.filled[v]:
+                break
+            # The poly across the edge can be this one, and not know yet which vert is at the edge's other end.
+            q, j = ring[(self.first_slot[v] + slot) % len(ring)]
+            if not self._is_known(q, (j - step) % len(r.polys[q])):
                 break
             self._fill(p, after)
             found += 1
