@@ -68,14 +68,20 @@ def normal_codes(normal, bits):
     return sextant, octant, min(top - 1, max(0, theta)), psi
 
 
+def colour_of(key):
+    """Four numbers from 0 to 1 for the records of a key: red, green, blue, alpha, or hue, saturation and so on."""
+    return [(37 * key + 11 * i) % 101 / 100 for i in range(4)]
+
+
 class Options:
     """How a shape is stored; `None` leaves an attribute out."""
 
     def __init__(self, coordinate_bits=0, normal_bits=None, colour=None, texture_bits=None, vertex_flags=False,
-                 polygon_set=False, pinch=False):
+                 polygon_set=False, pinch=False, flat=False):
         self.coordinate_bits, self.normal_bits, self.colour = coordinate_bits, normal_bits, colour
         self.texture_bits, self.vertex_flags, self.polygon_set = texture_bits, vertex_flags, polygon_set
-        self.pinch = pinch
+        # Whether holes that meet in a point are joined there; whether every polygon has attributes of its own.
+        self.pinch, self.flat = pinch, flat
 
     @property
     def bindings(self):
@@ -108,7 +114,8 @@ class ShapeWriter:
         rings = Rings(polygons, self.rng, options.pinch)
         normals = facet_normals(points, polygons)
         # Polygons that meet in a vert share a record where they have the same key: all of them, or those of a group.
-        keys = self.rng.choice(([0] * len(polygons), groups, range(len(polygons))))
+        own = range(len(polygons))
+        keys = own if options.flat else self.rng.choice(([0] * len(polygons), groups, own))
 
         def record_of(polygon, corner):
             return (keys[polygon], normals[polygon]) if options.attributes else None
@@ -170,7 +177,7 @@ class ShapeWriter:
         if o.normal_bits is not None:
             out += self._normals([r[1] for r in records])
         if o.colour is not None:
-            out += self._colours(len(records))
+            out += self._colours([colour_of(r[0]) for r in records])
         if o.texture_bits is not None:
             out += self._texture(len(records))
         if o.vertex_flags:
@@ -220,16 +227,15 @@ class ShapeWriter:
             return out + self._codes([joined], NULL)
         return out + self._codes([list(c) for c in zip(*codes)], NULL)
 
-    def _colours(self, count):
+    def _colours(self, values):
         components, bits, hsv = self.options.colour
-        values = [[self.rng.random() for _ in range(4)] for _ in range(count)]
-        out = struct.pack("<iBB", count, components, bits)
+        out = struct.pack("<iBB", len(values), components, bits)
         if bits == 0:
             return out + self._columns([[v[i] for v in values] for i in range(components)], NULL)
         out += struct.pack("<B", hsv)
         if hsv:
             out += struct.pack("<4B", bits, bits, bits, bits)
-            codes = [[self.rng.randrange(1 << bits) for _ in values] for _ in range(4)]
+            codes = [[round(v[i] * ((1 << bits) - 1)) for v in values] for i in range(4)]
         else:
             quantisers = [Quantiser([v[i] for v in values], bits) for i in range(4)]
             out += b"".join(q.pack() for q in quantisers)
