@@ -82,7 +82,7 @@ class obJt2Zix {
   bool ReadJtPart(JtkPart* node);
   void tessellatePart(JtkPart* part, const std::string& name);
   void writePartShapes(JtkPart* part, const std::string& name);
-  void writeInstancedPart(JtkInstance* instance, JtkPart* part);
+  void writeInstancedPart(JtkInstance* instance, const std::string& name, JtkPart* part);
   // Hangs a node's object under `parent`, with a Transform object where there is a transform.
   void attachWithTransform(JtkHierarchy* node, const Orb::Zix::ObjectId& parent,
                            const Orb::Zix::ObjectId& object, JtkTransform* transform);

@@ -33,15 +33,17 @@ constexpr std::array<Wording, static_cast<std::size_t>(Dropped::kCount)> kWordin
      "before "
      "them",
      false, ""},
-    {"instanced part lost its own transformation", "instanced parts lost their own transformation", false,
-     ""},
     {"instance refers to a part without shapes in the first level of detail and gives no geometry",
      "instances refer to parts without shapes in the first level of detail and give no geometry", false, ""},
     {"part has no shapes in the first level of detail and gives no geometry",
      "parts have no shapes in the first level of detail and give no geometry", false, ""},
-    {"tessellated part gave more than one result; only the first was converted",
-     "tessellated parts gave more than one result; only the first of each was converted", false, ""},
     {"transformation lost its shear", "transformations lost their shear", false, ""},
+    {"shape has triangles that lost their area because vertices that print alike were merged; --no-optimize "
+     "keeps it",
+     "shapes have triangles that lost their area because vertices that print alike were merged; "
+     "--no-optimize "
+     "keeps it",
+     true, "triangles"},
 }};
 
 }  // namespace

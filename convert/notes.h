@@ -1,5 +1,6 @@
 // Collects what the converter's rules and the user's options leave out of a scene, and tells the observer
-// once at the end of the job: one note per kind, with counts and the first few names.
+// once at the end of the job: one note per kind, with counts and the first few names. Nothing is asked of the
+// toolkit for a note's sake.
 #pragma once
 
 #include <array>
@@ -16,18 +17,17 @@ enum class Dropped {
   SameNamePart,              // a part that got the geometry of an earlier part of its name
   SubAssemblyTransform,      // inside an instanced assembly
   SubAssemblyTransformKept,  // the same, but behind an inner instance, where it is used again
-  InstancedPartTransform,    // a part's own transform where an instance refers to it
   InstanceWithoutShapes,     // an instanced part without shapes in the first level of detail
   PartWithoutShapes,         // a part without shapes in the first level of detail
-  TessellationResult,        // results after the first one
   Shear,                     // of a transform
+  FlattenedTriangles,        // by the merging of vertices, in one shape
   kCount,
 };
 
 class Notes {
  public:
   // One more of a kind, in the part or node `name`. `amount` is a figure that the kind's text shows
-  // (polylines or point groups of a shape); names are kept for the first few only.
+  // (polylines, point groups or triangles of a shape); names are kept for the first few only.
   void add(Dropped kind, std::string_view name, std::int64_t amount = 1);
 
   void meshWritten() { ++meshes_; }

@@ -6,8 +6,6 @@
 // inside its handler. `materialStack` grows at parts and instances that have a material and shrinks by one
 // at each leave of an assembly or instance; its depth does not follow the tree exactly, and scenes depend
 // on that.
-#include <algorithm>
-#include <array>
 #include <stdexcept>
 
 #include "convert/held.h"
@@ -47,14 +45,6 @@ JtkMaterial* materialOf(JtkHierarchy* node) {
   JtkMaterial* material = nullptr;
   node->getMaterial(material);
   return material;
-}
-
-// Whether a transform that is left out would have moved anything.
-bool movesAnything(JtkTransform* transform) {
-  constexpr std::array<float, 16> kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-  float* elements = nullptr;
-  if (transform != nullptr) transform->getMatrixElements(elements);
-  return elements != nullptr && !std::equal(kIdentity.begin(), kIdentity.end(), elements);
 }
 
 void count(Counted kind) { diag::programSeams().observer->counted(kind, 1); }
@@ -140,7 +130,8 @@ void obJt2Zix::attachWithTransform(JtkHierarchy* node, const ObjectId& parent, c
 
 bool obJt2Zix::ReadJtAssembly(JtkAssembly* node) {
   WriteTraceLog("obJt2Zix::ReadJtAssembly():Start");
-  WriteTraceLog(text("obJt2Zix::ReadJtAssembly(): Name : ", nameOf(node)));
+  const std::string name = nameOf(node);
+  WriteTraceLog(text("obJt2Zix::ReadJtAssembly(): Name : ", name));
   const ObjectId object = scene.createObject(ObjectType::Node);
   count(Counted::Nodes);
   scene.setName(object, MakeUniqueName(nameOf(node).c_str()).c_str());
@@ -151,10 +142,10 @@ bool obJt2Zix::ReadJtAssembly(JtkAssembly* node) {
     WriteTraceLog("obJt2Zix::ReadJtAssembly():Assembly has got Transformation");
     // An assembly that is reached through an instance is placed by the instance alone.
     if (inInstancedAssembly) {
-      if (movesAnything(transform)) notes.add(Dropped::SubAssemblyTransform, nameOf(node));
+      notes.add(Dropped::SubAssemblyTransform, name);
       transform = nullptr;
-    } else if (nested_walks > 0 && movesAnything(transform)) {
-      notes.add(Dropped::SubAssemblyTransformKept, nameOf(node));
+    } else if (nested_walks > 0) {
+      notes.add(Dropped::SubAssemblyTransformKept, name);
     }
   }
   attachWithTransform(node, parent, object, transform);
@@ -166,7 +157,8 @@ bool obJt2Zix::ReadJtAssembly(JtkAssembly* node) {
 
 bool obJt2Zix::ReadJtInstance(JtkInstance* node) {
   WriteTraceLog("obJt2Zix::ReadJtInstance():Start");
-  WriteTraceLog(text("obJt2Zix::ReadJtInstance(): Name : ", nameOf(node)));
+  const std::string name = nameOf(node);
+  WriteTraceLog(text("obJt2Zix::ReadJtInstance(): Name : ", name));
   JtkHierarchy* const referenced = node->getReferencedNode();
   const auto type = referenced->typeID();
 
@@ -181,7 +173,7 @@ bool obJt2Zix::ReadJtInstance(JtkInstance* node) {
 
   if (type == JtkEntity::JtkPART) {
     WriteTraceLog("obJt2Zix::ReadJtInstance():Instance Type = JtkEntity::JtkPART");
-    writeInstancedPart(node, static_cast<JtkPart*>(referenced));
+    writeInstancedPart(node, name, static_cast<JtkPart*>(referenced));
   } else if (type == JtkEntity::JtkASSEMBLY) {
     WriteTraceLog("obJt2Zix::ReadJtInstance():Instance Type = JtkEntity::JtkASSEMBLY");
     walkInstancedAssembly(referenced);
@@ -192,11 +184,10 @@ bool obJt2Zix::ReadJtInstance(JtkInstance* node) {
 
 // The shapes of the finest level under the instance's object and name. The part gets no object and no
 // transform of its own here, and is not tessellated.
-void obJt2Zix::writeInstancedPart(JtkInstance* instance, JtkPart* part) {
-  if (movesAnything(transformOf(part))) notes.add(Dropped::InstancedPartTransform, nameOf(instance));
+void obJt2Zix::writeInstancedPart(JtkInstance* instance, const std::string& name, JtkPart* part) {
   const int shapes = part->numShapeLODs() < 1 ? 0 : part->numShapes(0);
   if (shapes < 1) {
-    notes.add(Dropped::InstanceWithoutShapes, nameOf(instance));
+    notes.add(Dropped::InstanceWithoutShapes, name);
     return;
   }
   for (int index = 0; index < shapes; ++index) {
@@ -284,7 +275,6 @@ void obJt2Zix::tessellatePart(JtkPart* part, const std::string& name) {
     if (!failed) observer.lost(name, "the tessellation of the part gave no shape");
     return;
   }
-  if (results->length() > 1) notes.add(Dropped::TessellationResult, name);
   const HeldResult held_shape(shape);
   writeTessellatedPart(shape, name.c_str());
   WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - End");

@@ -5,6 +5,7 @@
 // linear probing and grow with the number of distinct entries, not with the input.
 #include "geometry/duplicate_vertices.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 
@@ -136,6 +137,21 @@ void removeDuplicateVertices(const std::vector<Point>& points, std::vector<Point
   for (std::uint32_t& index : indices) {
     if (index < remap.size()) index = remap[index];
   }
+}
+
+std::size_t trianglesOfThreePoints(const std::vector<Point>& points, std::span<const std::uint32_t> indices) {
+  const auto differ = [&](std::uint32_t a, std::uint32_t b) {
+    return a != b && std::bit_cast<Bits>(points[a]) != std::bit_cast<Bits>(points[b]);
+  };
+  std::size_t triangles = 0;
+  for (; indices.size() >= 3; indices = indices.subspan(3)) {
+    const std::uint32_t a = indices[0];
+    const std::uint32_t b = indices[1];
+    const std::uint32_t c = indices[2];
+    if (std::max({a, b, c}) >= points.size()) continue;
+    if (differ(a, b) && differ(b, c) && differ(c, a)) ++triangles;
+  }
+  return triangles;
 }
 
 }  // namespace loftbay::geometry

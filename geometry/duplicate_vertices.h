@@ -1,6 +1,7 @@
 // Merges vertices whose positions print alike at six significant digits.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -27,5 +28,9 @@ inline const float* floatsOf(const std::vector<Point>& points) {
 void removeDuplicateVertices(const std::vector<Point>& points, std::vector<Point>& unique,
                              std::span<std::uint32_t> indices, const std::vector<Point>& companion,
                              std::vector<Point>& unique_companion);
+
+// How many triangles, of three indices each, have three corners whose bits differ. Those with an index that
+// has no point do not count.
+std::size_t trianglesOfThreePoints(const std::vector<Point>& points, std::span<const std::uint32_t> indices);
 
 }  // namespace loftbay::geometry

@@ -81,7 +81,11 @@ void obJt2Zix::writeSurface(JtkShape* shape, const char* shape_name, int primiti
   WriteTraceLog(text(kPrefix, ":Polylength is done"));
   observer.counted(Counted::Triangles, indices.size() / kTriangle);
 
+  const auto wholeTriangles = [&] { return geometry::trianglesOfThreePoints(arrays.coordinates, indices); };
+  const std::size_t whole_before = optimize ? wholeTriangles() : 0;
   mergeVertices(kPrefix, arrays, indices);
+  const std::size_t lost = optimize ? whole_before - wholeTriangles() : 0;
+  if (lost != 0) notes.add(Dropped::FlattenedTriangles, shape_name, static_cast<std::int64_t>(lost));
   const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Triangles, arrays.coordinates, indices, lengths);
   endShape(kPrefix, shape, writeMesh(kPrefix, shape_name, contents));
 }

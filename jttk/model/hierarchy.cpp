@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/path.h"
+#include "jttk/model/part.h"
 
 namespace jttk {
 
@@ -107,6 +108,8 @@ JtkHierarchy* InstanceObject::getReferencedNode() {
     ++inherited.instance_depth;
     model_.countPlace();
     referenced_ = model_.place({ref.way, target}, Met::AsTarget, inherited);
+    const auto* part = dynamic_cast<const PartObject*>(referenced_);
+    if (part != nullptr && part->isMoved()) model_.noteOwnTransform(name());
   }
   return referenced_;
 }

@@ -1,6 +1,7 @@
 // The nodes that the interface hands out.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <string>
@@ -21,6 +22,9 @@ class TransformObject final : public Typed<JtkTransform, JtkEntity::JtkTRANSFORM
     for (std::size_t i = 0; i < elements_.size(); ++i) elements_[i] = static_cast<float>(matrix[i]);
   }
   void getMatrixElements(float*& elements) override { elements = elements_.data(); }
+  [[nodiscard]] bool moves() const {
+    return !std::equal(elements_.begin(), elements_.end(), kIdentity.begin());
+  }
 
  private:
   std::array<float, 16> elements_{};
@@ -44,6 +48,8 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
   void getMaterial(JtkMaterial*& material) override {
     material = model_.materials().material(materialState());
   }
+  // Whether it has a transform that moves something.
+  [[nodiscard]] bool isMoved() const { return transform_ != nullptr && transform_->moves(); }
   void wasLeft() override { model_.releaseShapes(); }
   [[nodiscard]] Model& model() override { return model_; }
 

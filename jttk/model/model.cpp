@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "diag/program_seams.h"
 #include "host/path.h"
 #include "jttk/codec/shape_lod.h"
 #include "jttk/model/exact_geometry.h"
@@ -15,7 +16,11 @@
 
 namespace jttk {
 
+namespace diag = loftbay::diag;
+
 namespace {
+
+constexpr std::size_t kNamesShown = 5;  // in a note about many
 
 bool isShapeSegment(const Document& document, const LateLoaded& entry) {
   const TocEntry* listed = document.file->find(entry.segment);
@@ -127,6 +132,11 @@ Model::Model(std::unique_ptr<Document> main)
     : library_(std::move(main), settings().allow_outside), cache_(settings().shape_cache_bytes) {}
 
 Model::~Model() {
+  try {
+    tellOwnTransforms();
+  } catch (...) {
+    // Without memory for it there is no note.
+  }
   for (JtkHierarchy* object : objects_) object->unref();
 }
 
@@ -223,6 +233,23 @@ void Model::checkCoordinates(NodeRef shape, const std::string& part_name, const 
                                nodeText(shape.data()) + ": " + std::to_string(corners) + " of " +
                                std::to_string(geometry.corner_positions.size()) +
                                " corners have coordinates that are no finite numbers");
+}
+
+void Model::noteOwnTransform(const std::string& instance) {
+  ++own_transforms_;
+  if (own_transform_names_.size() < kNamesShown && std::ranges::count(own_transform_names_, instance) == 0)
+    own_transform_names_.push_back(instance);
+}
+
+void Model::tellOwnTransforms() const {
+  if (own_transforms_ == 0) return;
+  std::string text = std::to_string(own_transforms_);
+  text += own_transforms_ == 1 ? " instanced part lost its own transformation"
+                               : " instanced parts lost their own transformation";
+  for (std::size_t i = 0; i < own_transform_names_.size(); ++i)
+    text += (i == 0 ? ": " : ", ") + own_transform_names_[i];
+  if (own_transform_names_.size() == kNamesShown && own_transforms_ > kNamesShown) text += ", …";
+  diag::programSeams().observer->note(text);
 }
 
 const Matrix* Model::keep(const Matrix& matrix) { return &matrices_.emplace_back(matrix); }

@@ -64,6 +64,9 @@ class Model {
 
   // The decoded arrays of a shape node; null when it is damaged, which is told once.
   std::shared_ptr<const ShapeArrays> shapeArrays(NodeRef shape, const std::string& part_name);
+  // An instance whose part has a transform of its own. Told when the model ends, with a count: whoever
+  // places a part by its instance does not see that transform.
+  void noteOwnTransform(const std::string& instance);
   // A shape that holds its arrays until the next releaseShapes.
   void holds(ShapeObject* shape) { holding_.push_back(shape); }
   // The same for what was made of exact geometry.
@@ -92,6 +95,7 @@ class Model {
   // Tells, once for each, of a transform that places nothing well, and of coordinates that are no numbers.
   void checkTransform(NodeRef ref, std::uint32_t attribute);
   void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
+  void tellOwnTransforms() const;
   JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
   JtkHierarchy* hold(JtkHierarchy* object);
 
@@ -104,6 +108,8 @@ class Model {
   std::vector<ShapeObject*> holding_;
   std::vector<ExactGeometry*> holding_exact_;
   std::size_t places_ = 0;
+  std::size_t own_transforms_ = 0;
+  std::vector<std::string> own_transform_names_;  // the first few
 };
 
 // What all nodes of a model have in common behind the interface.
