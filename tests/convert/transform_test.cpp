@@ -325,6 +325,14 @@ TEST(AxisAngle, AngleMayExceedPi) {
   EXPECT_NEAR(result.angle_rad, 3.3161256F, 1e-5F);
 }
 
+// A real part beyond 1 has no angle, and none is made up.
+TEST(AxisAngle, ARealPartBeyondOneIsNotCutToOne) {
+  const float d = 1.000001F;
+  const auto result = axisAngle({{{d, 0, 0}, {0, d, -0.01F}, {0, 0.01F, d}}});
+  EXPECT_TRUE(std::isnan(result.angle_rad)) << result.angle_rad;
+  EXPECT_EQ(result.axis, (Vector3{1, 0, 0}));
+}
+
 TEST(AxisAngle, FollowsTheStatedPrecisionBitForBit) {
   // Half a degree about z in single precision; expected from the same steps, written out here.
   const float c = 0.99996192F;

@@ -153,6 +153,15 @@ TEST_F(Traversal, AfterAnInstancedAssemblyTransformsCountAgain) {
   EXPECT_EQ(count(observer.notes, "kept its transformation"), 0U);
 }
 
+TEST_F(Traversal, AnInstanceInsideAnInstancedAssemblyKeepsItsTransform) {
+  auto& inner = product.instance("inner", product.part("bolt", {&triangle()}));
+  inner.transform = translation(7, 8, 9);
+  auto& sub = product.assembly("sub", {&inner});
+  convertTree(product.assembly("root", {&product.instance("outer", sub)}));
+  EXPECT_EQ(sceneLines("setTranslation"), "setTranslation(#6, 7, 8, 9)\n");
+  EXPECT_EQ(sceneLines("addComponent(#4, #5"), "addComponent(#4, #5, #6)\n");
+}
+
 TEST_F(Traversal, AnIdentityIsATransformToo) {
   auto& part = product.part("p", {&triangle()});
   part.transform = kIdentity;
@@ -283,6 +292,44 @@ TEST_F(Traversal, AnInstancedAssemblysMaterialIsInForceBelowIt) {
   EXPECT_EQ(logLines("WriteMaterial():Start"), "obJt2Zix::WriteMaterial():Start\n");
 }
 
+// The same inside of an instanced assembly as outside of it.
+TEST_F(Traversal, LeavingANodeOfANestedWalkPopsAMaterialToo) {
+  auto& bolt = product.part("bolt", {&triangle()});
+  bolt.material = &product.material();
+  auto& sub =
+      product.assembly("sub", {&product.instance("red bolt", bolt), &product.part("plain", {&triangle()})});
+  convertTree(product.assembly("root", {&product.instance("i", sub)}));
+  EXPECT_EQ(logLines("WriteMaterial():Start"), "obJt2Zix::WriteMaterial():Start\n");  // of the bolt alone
+}
+
+TEST_F(Traversal, AnInstanceWhosePartHasNoMaterialWearsWhatIsInForce) {
+  auto& red = product.part("red", {&triangle()});
+  red.material = &product.material();
+  auto& plain = product.part("plain", {&triangle()});
+  convertTree(product.assembly(
+      "root", {&red, &product.instance("wears red's", plain), &product.instance("none left", plain)}));
+  EXPECT_EQ(sceneLines("setMaterial"), "setMaterial(#4, #8)\nsetMaterial(#11, #15)\n");
+}
+
+TEST_F(Traversal, TheFirstPartOfANameIsAskedWhetherItNeedsTessellation) {
+  auto& first = product.part("block", {&triangle(1)});
+  convertTree(product.assembly("root", {&first, &product.tessellatedPart("block", {&triangle(2)})}));
+  EXPECT_EQ(logLines("ULP - "), "");
+  EXPECT_EQ(logLines("partNumShapes"),
+            "obJt2Zix::ReadJtPart(): partNumShapes : 1\nobJt2Zix::ReadJtPart(): partNumShapes : 1\n");
+}
+
+TEST_F(Traversal, TheFirstPartOfANameIsTessellatedForALaterOne) {
+  auto& first = product.tessellatedPart("block", {&triangle(1)});
+  auto& later = product.tessellatedPart("block", {&triangle(2)});
+  auto& regular = product.part("block", {&triangle(3)});
+  convertTree(product.assembly("root", {&first, &later, &regular}));
+  EXPECT_EQ(sceneLines("setValues<float>"),
+            "setValues<float>(#5, 3: 1 0 0, 2 0 0, 1 1 0)\n"
+            "setValues<float>(#11, 3: 1 0 0, 2 0 0, 1 1 0)\n"
+            "setValues<float>(#17, 3: 1 0 0, 2 0 0, 1 1 0)\n");
+}
+
 TEST_F(Traversal, AHandlerWithAnEmptyStackEndsTheConversion) {
   toolkit().root = &product.assembly("root");
   toolkit().leaves_before_walk = 1;
@@ -337,6 +384,36 @@ TEST_F(Traversal, APopAtTheMarkedDepthDisarmsTheMarkAndPopsAsEver) {
   EXPECT_EQ(job.unwindMark, -1);
   EXPECT_EQ(job.parentStack.size(), 1U);
   EXPECT_EQ(sceneLines("addComponent(#2, #4)"), "addComponent(#2, #4)\n");
+}
+
+// A transform's object and a part's own object come off the stack in the same way.
+TEST_F(Traversal, TheMarkIsSeenWhenATransformIsPopped) {
+  auto& inner = product.assembly("inner");
+  inner.transform = translation(1, 2, 3);
+  toolkit().before_enter = [&](JtkEntity* node) {
+    if (node != &inner) return;
+    convert::activeConverter->unwindPending = true;
+    convert::activeConverter->unwindMark = 4;  // root, outer, inner and its transform
+  };
+  toolkit().root = &product.assembly("outer", {&inner});
+  bool success = false;
+  const convert::obJt2Zix job("part.jt", "o.zix", &success, true);
+  EXPECT_FALSE(job.unwindPending);
+  EXPECT_EQ(job.unwindMark, -1);
+}
+
+TEST_F(Traversal, TheMarkIsSeenWhenAPartIsPopped) {
+  auto& part = product.part("p", {&triangle()});
+  part.transform = translation(1, 2, 3);
+  toolkit().before_enter = [&](JtkEntity* /*node*/) {
+    convert::activeConverter->unwindPending = true;
+    convert::activeConverter->unwindMark = 2;  // root and the part
+  };
+  toolkit().root = &part;
+  bool success = false;
+  const convert::obJt2Zix job("part.jt", "o.zix", &success, true);
+  EXPECT_FALSE(job.unwindPending);
+  EXPECT_EQ(job.unwindMark, -1);
 }
 
 TEST_F(Traversal, AMarkAtAnotherDepthStaysArmed) {

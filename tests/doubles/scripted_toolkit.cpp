@@ -17,6 +17,7 @@ std::map<const JtkRefCounted*, std::string>& labels() {
 }
 
 void called(std::string text) {
+  toolkit().all_calls.push_back(text);
   toolkit().calls.push_back(std::move(text));
   callOrder() += 'T';
 }
@@ -97,6 +98,12 @@ void give(const std::vector<float>& values, float*& array, int& count) {
 
 }  // namespace
 
+void asked(const JtkRefCounted* object, const std::string& what) {
+  toolkit().all_calls.push_back(labelOf(object) + ": " + what);
+}
+
+void setLabel(const JtkRefCounted* object, const std::string& label) { labels()[object] = label; }
+
 Elements translation(float x, float y, float z) {
   Elements elements = kIdentity;
   elements[12] = x;
@@ -142,11 +149,20 @@ void Material::getSpecularColor(float*& rgba) {
   if (has_colors) rgba = specular.data();
 }
 
-int Shape::getPrimitiveSetCount() const { return claimed_sets.value_or(static_cast<int>(sets.size())); }
+int Shape::getPrimitiveSetCount() const {
+  asked(this, "getPrimitiveSetCount");
+  if (!first_counts.empty()) {
+    const int count = first_counts.front();
+    first_counts.erase(first_counts.begin());
+    return count;
+  }
+  return claimed_sets.value_or(static_cast<int>(sets.size()));
+}
 
 int Shape::getPrimitiveSetArrays(int set_index, float*& vertices, int& vertex_count, float*& normals,
                                  int& normal_count, float*& colors, int& color_count,
                                  float*& texture_coordinates, int& texture_coordinate_count) {
+  asked(this, "getPrimitiveSetArrays(" + std::to_string(set_index) + ")");
   if (vertex_count != -1 || normal_count != -1 || color_count != -1 || texture_coordinate_count != -1)
     called("getPrimitiveSetArrays with counts that are not preset to -1");
   if (set_index < 0 || static_cast<std::size_t>(set_index) >= sets.size()) return 0;
@@ -172,6 +188,7 @@ int Shape::getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_
 }
 
 void Shape::getShapeMaterial(JtkMaterial*& out) {
+  asked(this, "getShapeMaterial");
   if (material != nullptr) out = material;
 }
 
@@ -182,6 +199,7 @@ Part& Part::shapes(std::initializer_list<Shape*> list) {
 }
 
 void Part::getShape(JtkShape*& shape, int level, int index) {
+  asked(this, "getShape(" + std::to_string(level) + ", " + std::to_string(index) + ")");
   shape = levels[static_cast<std::size_t>(level)][static_cast<std::size_t>(index)];
 }
 
@@ -243,6 +261,7 @@ Material& Product::material() { return keep(std::make_unique<Material>()); }
 
 Shape& Product::shape(JtkEntity::TypeID type, std::vector<std::vector<float>> sets) {
   auto& shape = keep(std::make_unique<Shape>());
+  labels()[&shape] = "shape";
   shape.type = type;
   for (auto& vertices : sets) {
     Set set;
@@ -298,12 +317,14 @@ void JtkString::getString(char*& buffer, int& length) const {
 }
 
 bool JtkEntity::isOfSubType(TypeID type) const {
+  loftbay::doubles::asked(this, "isOfSubType(" + std::to_string(type) + ")");
   if (type == JtkSHAREABLE) return typeID() != JtkENTITY;
   return type == typeID() || type == JtkENTITY;
 }
 
 JtkEntity* JtkEntityList::operator[](int index) const {
-  return index >= 0 && index < length() ? at(index) : nullptr;
+  loftbay::doubles::asked(this, "[" + std::to_string(index) + "]");
+  return index >= 0 ? at(index) : nullptr;
 }
 
 void JtkEntityFactory::init(kernelOption kernel, environmentOption environment, const char* text) {

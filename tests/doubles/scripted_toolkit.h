@@ -7,7 +7,9 @@
 //   toolkit().root = &p.assembly("pump", {&bolt, &p.instance("second bolt", bolt)});
 //
 // All objects belong to the Product; reference counts are written down and keep nothing alive. Calls that
-// change the toolkit's state stand in `toolkit().calls`, reference counts as "ref(bolt)".
+// change the toolkit's state stand in `toolkit().calls`, reference counts as "ref(bolt)". Every call,
+// questions included, stands in `toolkit().all_calls`, with the name of the object that was asked: "bolt:
+// getTransform".
 #pragma once
 
 #include <array>
@@ -39,6 +41,7 @@ struct Toolkit {
   std::function<void(JtkEntity*)> before_enter;
 
   std::vector<std::string> calls;
+  std::vector<std::string> all_calls;
   std::ostringstream messages;  // what was posted to JtkERRORS
   int buffers_handed_out = 0;   // text buffers of getString
   int buffers_released = 0;
@@ -48,6 +51,10 @@ Toolkit& toolkit();
 void resetToolkit();
 // The calls, one per line.
 std::string toolkitCalls();
+// Writes down a question that is asked of an object.
+void asked(const JtkRefCounted* object, const std::string& what);
+// What an object is written down as.
+void setLabel(const JtkRefCounted* object, const std::string& label);
 
 class Material final : public JtkMaterial {
  public:
@@ -72,7 +79,10 @@ class Transform final : public JtkTransform {
   std::optional<Elements> elements;  // empty: a transform that has no elements
   [[nodiscard]] TypeID typeID() const override { return JtkTRANSFORM; }
   [[nodiscard]] int isOfType(TypeID type) const override { return type == JtkTRANSFORM ? 1 : 0; }
-  void getMatrixElements(float*& out) override { out = elements ? elements->data() : nullptr; }
+  void getMatrixElements(float*& out) override {
+    asked(this, "getMatrixElements");
+    out = elements ? elements->data() : nullptr;
+  }
 };
 
 // One primitive set: three floats per entry.
@@ -89,10 +99,15 @@ class Shape final : public JtkShape {
   TypeID type = JtkTRISTRIPSET;
   std::vector<Set> sets;
   std::optional<int> claimed_sets;  // instead of the true count
+  // Answers to the first questions for the count; the one behind them is that of `claimed_sets` or the truth.
+  mutable std::vector<int> first_counts;
   Material* material = nullptr;
 
   [[nodiscard]] TypeID typeID() const override { return type; }
-  [[nodiscard]] int isOfType(TypeID asked) const override { return asked == type ? 1 : 0; }
+  [[nodiscard]] int isOfType(TypeID asked_type) const override {
+    asked(this, "isOfType(" + std::to_string(asked_type) + ")");
+    return asked_type == type ? 1 : 0;
+  }
   [[nodiscard]] int getPrimitiveSetCount() const override;
   int getPrimitiveSetArrays(int set_index, float*& vertices, int& vertex_count, float*& normals,
                             int& normal_count, float*& colors, int& color_count, float*& texture_coordinates,
@@ -112,15 +127,27 @@ class NodeOf : public Kind {
   Material* material = nullptr;
   int material_queries = 0;
 
-  [[nodiscard]] JtkEntity::TypeID typeID() const override { return type_id; }
-  [[nodiscard]] int isOfType(JtkEntity::TypeID type) const override { return type == type_id ? 1 : 0; }
-  JtkString getName() override { return JtkString(name.c_str()); }
+  [[nodiscard]] JtkEntity::TypeID typeID() const override {
+    asked(this, "typeID");
+    return type_id;
+  }
+  [[nodiscard]] int isOfType(JtkEntity::TypeID type) const override {
+    asked(this, "isOfType(" + std::to_string(type) + ")");
+    return type == type_id ? 1 : 0;
+  }
+  JtkString getName() override {
+    asked(this, "getName");
+    return JtkString(name.c_str());
+  }
   void getTransform(JtkTransform*& out) override {
+    asked(this, "getTransform");
     if (!transform && !transform_without_elements) return;
     transform_object_.elements = transform;
+    setLabel(&transform_object_, name + "'s transform");
     out = &transform_object_;
   }
   void getMaterial(JtkMaterial*& out) override {
+    asked(this, "getMaterial");
     ++material_queries;
     if (material != nullptr) out = material;
   }
@@ -141,7 +168,10 @@ class Assembly final : public NodeOf<JtkAssembly, JtkEntity::JtkASSEMBLY> {
 class Instance final : public NodeOf<JtkInstance, JtkEntity::JtkINSTANCE> {
  public:
   JtkHierarchy* referenced = nullptr;
-  [[nodiscard]] JtkHierarchy* getReferencedNode() override { return referenced; }
+  [[nodiscard]] JtkHierarchy* getReferencedNode() override {
+    asked(this, "getReferencedNode");
+    return referenced;
+  }
 };
 
 // A node of no kind that the converter knows.
@@ -153,10 +183,16 @@ class ResultList final : public JtkEntityList {
   TypeID type = JtkENTITYLIST;  // JtkENTITY: may not be held
   [[nodiscard]] TypeID typeID() const override { return type; }
   [[nodiscard]] int isOfType(TypeID asked) const override { return asked == type ? 1 : 0; }
-  [[nodiscard]] int length() const override { return static_cast<int>(elements.size()); }
+  [[nodiscard]] int length() const override {
+    asked(this, "length");
+    return static_cast<int>(elements.size());
+  }
 
  protected:
-  [[nodiscard]] JtkEntity* at(int index) const override { return elements[static_cast<std::size_t>(index)]; }
+  [[nodiscard]] JtkEntity* at(int index) const override {
+    const auto position = static_cast<std::size_t>(index);
+    return position < elements.size() ? elements[position] : nullptr;
+  }
 };
 
 class Part final : public NodeOf<JtkPart, JtkEntity::JtkPART> {
@@ -170,12 +206,19 @@ class Part final : public NodeOf<JtkPart, JtkEntity::JtkPART> {
   // Puts shapes into level 0.
   Part& shapes(std::initializer_list<Shape*> list);
 
-  [[nodiscard]] int numShapeLODs() override { return static_cast<int>(levels.size()); }
+  [[nodiscard]] int numShapeLODs() override {
+    asked(this, "numShapeLODs");
+    return static_cast<int>(levels.size());
+  }
   [[nodiscard]] int numShapes(int level) override {
+    asked(this, "numShapes(" + std::to_string(level) + ")");
     return static_cast<int>(levels[static_cast<std::size_t>(level)].size());
   }
   void getShape(JtkShape*& shape, int level, int index) override;
-  [[nodiscard]] int requiresTessellation() override { return needs_tessellation ? 1 : 0; }
+  [[nodiscard]] int requiresTessellation() override {
+    asked(this, "requiresTessellation");
+    return needs_tessellation ? 1 : 0;
+  }
   int tessellate(JtkTessParams* parameters, JtkEntityList*& list) override;
 };
 

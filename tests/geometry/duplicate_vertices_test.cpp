@@ -122,6 +122,17 @@ TEST(RemoveDuplicateVertices, AnIndexWithoutAPointAndFewCompanionsDoNoHarm) {
   EXPECT_EQ(result.companions.size(), 1U);
 }
 
+TEST(TrianglesOfThreePoints, CountsCornersThatDifferByTheirBits) {
+  const std::vector<Point> points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 0}, {-0.0F, 0, 0}};
+  EXPECT_EQ(trianglesOfThreePoints(points, Indices{0, 1, 2}), 1U);
+  EXPECT_EQ(trianglesOfThreePoints(points, Indices{0, 4, 2, 1, 2, 0}), 2U);
+  EXPECT_EQ(trianglesOfThreePoints(points, Indices{0, 3, 1}), 0U);
+  EXPECT_EQ(trianglesOfThreePoints(points, Indices{0, 1, 3}), 0U);
+  EXPECT_EQ(trianglesOfThreePoints(points, Indices{1, 0, 3}), 0U);
+  EXPECT_EQ(trianglesOfThreePoints(points, Indices{2, 1, 2}), 0U);
+  EXPECT_EQ(trianglesOfThreePoints(points, Indices{0, 1, 5}), 0U);  // there is no such point
+}
+
 TEST(RemoveDuplicateVertices, RandomMeshesEqualTheLiteralRule) {
   std::mt19937 random(1);
   std::uniform_real_distribution<float> values(-100, 100);

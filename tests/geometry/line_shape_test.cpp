@@ -37,6 +37,23 @@ TEST_F(LineShape, EmptySetsLeaveLengthsOfZeroAtTheEnd) {
             "setValues<unsigned int>(#6, 3: 3 2 0)\n");
 }
 
+TEST_F(LineShape, ANegativeVertexCountIsALengthAsItIs) {
+  auto& shape = product.countedSets(JtkEntity::JtkLINESTRIPSET, {2, 0, 3});
+  shape.sets[1].claimed_vertices = -1;
+  convertShape(shape, false);
+  EXPECT_EQ(values(),
+            "setValues<unsigned int>(#5, 5: 0 1 2 3 4)\n"
+            "setValues<unsigned int>(#6, 3: 2 4294967295 3)\n");
+}
+
+TEST_F(LineShape, TheSetCountIsAskedForAgainAfterEverySet) {
+  auto& shape = product.countedSets(JtkEntity::JtkLINESTRIPSET, {2, 3, 4});
+  shape.first_counts = {2, 2, 2, 2};  // to both writers, before the first and after it
+  convertShape(shape, false);
+  EXPECT_EQ(logLines("Coord Size"), "obJt2Zix::Write2DElements(): Coord Size  = 9\n");
+  EXPECT_EQ(sceneLines("setValues<unsigned int>(#6"), "setValues<unsigned int>(#6, 2: 2 3)\n");
+}
+
 TEST_F(LineShape, WithoutOptimizeTheNormalSizeIsZeroWhateverTheSetsHold) {
   auto& shape = product.countedSets(JtkEntity::JtkLINESTRIPSET, {2});
   shape.sets[0].normals = {0, 0, 1, 0, 0, 1};

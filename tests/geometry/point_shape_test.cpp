@@ -39,6 +39,14 @@ TEST_F(PointShape, SetsWithoutPointsGiveAMeshWithEmptyArrays) {
             "setValues<unsigned int>(#6, 0:)\n");
 }
 
+TEST_F(PointShape, TheSetCountIsAskedForAgainAfterEverySet) {
+  auto& shape = product.countedSets(JtkEntity::JtkPOINTSET, {2, 3});
+  shape.first_counts = {1, 1, 1};  // to both writers, and before the first set
+  convertShape(shape, false);
+  EXPECT_EQ(logLines("No of Prims"), "obJt2Zix::WritePointElements(): No of Prims = 1\n");
+  EXPECT_EQ(logLines("Coord Size"), "obJt2Zix::WritePointElements(): Coord Size  = 5\n");
+}
+
 TEST_F(PointShape, LogsCoordinatesAndColoursButNoNormals) {
   auto& shape = product.points({{1, 1, 1}});
   shape.sets[0].colors = {1, 0, 0};

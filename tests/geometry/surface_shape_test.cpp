@@ -74,6 +74,36 @@ TEST_F(SurfaceShape, AnEmptySetCountsAsAStripButHasNoLength) {
   EXPECT_EQ(logLines("No of Prims"), "obJt2Zix::WriteShape(): No of Prims = 3\n");
 }
 
+// Only a count of 0 is passed over.
+TEST_F(SurfaceShape, ANegativeVertexCountIsAStripThatMakesNothingAndMovesOnByTwo) {
+  auto& shape = product.countedSets(JtkEntity::JtkTRISTRIPSET, {3, 0, 3});
+  shape.sets[1].claimed_vertices = -1;
+  convertShape(shape);
+  EXPECT_EQ(values(),
+            "setValues<unsigned int>(#5, 6: 2 0 1 7 5 6)\n"
+            "setValues<unsigned int>(#6, 0:)\n");
+}
+
+// The count is asked for again after every set; the lengths keep to the first answer.
+TEST_F(SurfaceShape, ASetThatAppearsWhileTheShapeIsReadIsRead) {
+  auto& shape = product.countedSets(JtkEntity::JtkTRISTRIPSET, {3, 3, 4});
+  shape.first_counts = {2, 2, 2};
+  convertShape(shape);
+  EXPECT_EQ(logLines("No of Prims"), "obJt2Zix::WriteShape(): No of Prims = 2\n");
+  EXPECT_EQ(logLines("Coord Size"), "obJt2Zix::WriteShape(): Coord Size  = 10\n");
+  EXPECT_EQ(values(),
+            "setValues<unsigned int>(#5, 6: 2 0 1 5 3 4)\n"
+            "setValues<unsigned int>(#6, 6: 3 3 3 3 3 3)\n");
+}
+
+TEST_F(SurfaceShape, ASetThatIsGoneWhileTheShapeIsReadIsNotRead) {
+  auto& shape = product.countedSets(JtkEntity::JtkTRISTRIPSET, {3, 3, 4});
+  shape.first_counts = {3, 3};
+  shape.claimed_sets = 1;
+  convertShape(shape);
+  EXPECT_EQ(logLines("Coord Size"), "obJt2Zix::WriteShape(): Coord Size  = 3\n");
+}
+
 TEST_F(SurfaceShape, ANegativeTriangleCountGivesNoLengths) {
   convertShape(product.countedSets(JtkEntity::JtkTRISTRIPSET, {1, 1, 1}));
   EXPECT_EQ(values(), "setValues<unsigned int>(#5, 0:)\nsetValues<unsigned int>(#6, 0:)\n");

@@ -59,6 +59,19 @@ TEST_F(TessellatedPart, WithoutAMaterialItWearsTheBuiltInOne) {
   EXPECT_EQ(sceneLines("setColor(#7, Diffuse"), "setColor(#7, Diffuse, 0.698, 0.698, 0.698, 0)\n");
 }
 
+TEST_F(TessellatedPart, TheLastMaterialOfSeveralIsInForce) {
+  auto& first = product.part("first", {&product.countedSets(JtkEntity::JtkTRISTRIPSET, {3})});
+  first.material = &product.material();
+  auto& block = product.tessellatedPart("block", {&product.countedSets(JtkEntity::JtkTRISTRIPSET, {3})});
+  block.material = &product.material();
+  block.material->diffuse = {0, 1, 0, 1};
+  toolkit().root = &product.assembly("root", {&first, &block});
+  EXPECT_TRUE(convert());
+  EXPECT_EQ(logLines("diffuseColor"),
+            "obJt2Zix::WriteMaterial():diffuseColor : 0.5 0.25 0.125\n"
+            "obJt2Zix::WriteMaterial():diffuseColor : 0 1 0\n");
+}
+
 TEST_F(TessellatedPart, TheShapesOwnMaterialIsNotAskedFor) {
   auto& shape = product.countedSets(JtkEntity::JtkTRISTRIPSET, {3});
   shape.material = &product.material();
@@ -90,6 +103,14 @@ TEST_F(TessellatedPart, SetsWithoutATriangleDoNoHarm) {
   convertShape(shape);
   EXPECT_EQ(sceneLines("setValues<float>"), "setValues<float>(#4, 4: 0 0 10, 1 0.5 9, 2 1 8, 3 1.5 7)\n");
   EXPECT_EQ(sceneLines("setValues<unsigned int>(#5"), "setValues<unsigned int>(#5, 3: 2 1 3)\n");
+}
+
+// Every set counts by its vertices less two, also those that make no triangle.
+TEST_F(TessellatedPart, LengthsFollowTheVerticesAndNotTheTrianglesMade) {
+  convertStrips({1, 5});
+  EXPECT_EQ(values(),
+            "setValues<unsigned int>(#5, 9: 2 1 3 2 3 4 4 3 5)\n"
+            "setValues<unsigned int>(#6, 2: 3 3)\n");
 }
 
 TEST_F(TessellatedPart, DoesNotMergeVertices) {
