@@ -6,9 +6,11 @@
 
 namespace {
 
+using jttk::testing::Bytes;
 using jttk::testing::GraphBuilder;
 using jttk::testing::Ids;
 using jttk::testing::Loaded;
+using jttk::testing::Recorder;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -100,6 +102,33 @@ TEST(ProductStructure, InstancesShareWhatTheyReferTo) {
   EXPECT_THAT(Loaded(graph).tree(), ElementsAre("assembly root", "  instance wheel", "  =assembly wheel",
                                                 "    part bolt", "  instance wheel", "  =assembly wheel",
                                                 "    part bolt", "  instance bolt", "  =part bolt"));
+}
+
+// Told when the model ends: whoever places parts by their instances does not see it.
+TEST(ProductStructure, InstancedPartsWithATransformOfTheirOwnAreNoted) {
+  GraphBuilder graph;
+  graph.partition(0, {1}).name("root");
+  graph.metaData(1, {2, 3, 4, 5});
+  graph.move(20, 1, 2, 3);
+  graph.move(21, 0, 0, 0);
+  graph.instance(2, 6).name("first");
+  graph.instance(3, 7).name("of one that stays");
+  graph.instance(4, 6).name("second");
+  graph.instance(5, 8).name("of an assembly");
+  graph.part(6, {}).name("moved").attributes({20});
+  graph.part(7, {}).name("still").attributes({21});
+  graph.metaData(8, {9}).name("assembly").attributes({20});
+  graph.part(9, {}).name("no instance").attributes({20});
+  const Bytes bytes = graph.file();
+  const Recorder recorder;
+  auto document = jttk::openDocument("folder\\machine.jt", bytes);
+  ASSERT_TRUE(document);
+  JtkHierarchy* const root = jttk::Model::create(std::move(*document));
+  root->ref();
+  jttk::testing::walk(root);
+  EXPECT_THAT(recorder.notes, IsEmpty());
+  root->unref();
+  EXPECT_THAT(recorder.notes, ElementsAre("2 instanced parts lost their own transformation: first, second"));
 }
 
 TEST(ProductStructure, AGroupOrPartitionThatAnInstanceRefersToIsAnAssembly) {
