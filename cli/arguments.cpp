@@ -1,8 +1,7 @@
 #include "cli/arguments.h"
 
-#include <cstdio>
-
 #include "cli/closest_match.h"
+#include "cli/console.h"
 #include "cli/program.h"
 
 namespace loftbay::cli {
@@ -35,7 +34,7 @@ std::optional<std::string> unknownOption(const CLI::App& app, const std::vector<
 }  // namespace
 
 int wrongUsage(const std::string& program, const std::string& message) {
-  std::fprintf(stderr, "%s: %s\nTry '%s --help'.\n", program.c_str(), message.c_str(), program.c_str());
+  sayLines(program + ": " + message + "\nTry '" + program + " --help'.\n");
   return kWrongUsage;
 }
 

@@ -12,6 +12,7 @@
 #endif
 
 #include "cli/program.h"
+#include "host/shown_text.h"
 #include "zix/interrupted_write.h"
 
 namespace loftbay::cli {
@@ -52,13 +53,22 @@ void exitOnInterrupt() {
 
 #endif
 
-void print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+namespace {
+int output_error = 0;  // of the first write to standard output that failed
+}
+
+void print(std::string_view text) {
+  // What follows a failure would leave a hole, and nobody may be reading any more.
+  if (std::ferror(stdout) != 0) return;
+  errno = 0;
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) output_error = errno;
+}
 
 bool finishOutput(std::string_view program) {
   errno = 0;
   const bool flushed = std::fflush(stdout) == 0;
   if (flushed && std::ferror(stdout) == 0) return true;
-  const int error = errno;
+  const int error = output_error != 0 ? output_error : errno;
   // Whoever closed the pipe does not want to read about it.
   if (error != EPIPE) {
     complain(program,
@@ -67,12 +77,21 @@ bool finishOutput(std::string_view program) {
   return false;
 }
 
+void say(std::string_view line) {
+  const std::string shown = host::shownText(line) + "\n";
+  std::fwrite(shown.data(), 1, shown.size(), stderr);
+}
+
+void sayLines(std::string_view lines) {
+  for (std::size_t end = lines.find('\n'); end != std::string_view::npos; end = lines.find('\n')) {
+    say(lines.substr(0, end));
+    lines.remove_prefix(end + 1);
+  }
+  if (!lines.empty()) say(lines);
+}
+
 void complain(std::string_view program, std::string_view text) {
-  std::string line(program);
-  line += ": ";
-  line += text;
-  line += '\n';
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  say(std::string(program) + ": " + std::string(text));
 }
 
 }  // namespace loftbay::cli

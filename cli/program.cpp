@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "cli/console.h"
 #include "host/file.h"
 
 #ifdef _WIN32
@@ -17,9 +18,9 @@ int runProgramCaught(const char* program_name, const std::vector<std::string>& a
   try {
     return runProgram(arguments);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", program_name, error.what());
+    complain(program_name, error.what());
   } catch (...) {
-    std::fprintf(stderr, "%s: unknown error\n", program_name);
+    complain(program_name, "unknown error");
   }
   return kFailed;
 }

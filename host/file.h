@@ -17,7 +17,8 @@ struct FileCloser {
 };
 using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 
-// `fopen`; null when the file cannot be opened. Files that are opened for writing or appending can be read
+// `fopen`; null when the file cannot be opened or is no regular file: opening a named pipe would wait for its
+// other end, and opening a device can do anything. Files that are opened for writing or appending can be read
 // and written by other processes at the same time. Mode "r" fails for a directory on every host.
 FilePointer openFile(std::string_view program_path, const char* mode);
 

@@ -43,10 +43,21 @@ bool removeWritable(const std::string& path) {
 }  // namespace
 
 FilePointer openFile(std::string_view program_path, const char* mode) {
-  FilePointer file(std::fopen(toHostPath(program_path).c_str(), mode));
-  if (!file) return file;
+  const std::string path = toHostPath(program_path);
+  // Asked first, because opening alone can already do something to a device, and to whoever reads a pipe.
   struct stat status {};
-  if (fstat(fileno(file.get()), &status) != 0 || S_ISDIR(status.st_mode)) file.reset();
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return nullptr;
+  const bool empties = mode[0] == 'w';
+  const int how = mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | (empties ? 0 : O_APPEND);
+  // Another file may have taken its place: this never waits, and is asked again.
+  const int descriptor = ::open(path.c_str(), how | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+  if (descriptor < 0) return nullptr;
+  FilePointer file;
+  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+      (!empties || ftruncate(descriptor, 0) == 0)) {
+    file.reset(fdopen(descriptor, mode));
+  }
+  if (!file) close(descriptor);
   return file;
 }
 
@@ -96,7 +107,7 @@ std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::s
     return std::optional<MappedFile>();
   };
   // O_NONBLOCK: opening a named pipe must not wait for a writer.
-  const int file = ::open(toHostPath(program_path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  const int file = ::open(toHostPath(program_path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (file < 0) return fail(errno);
   struct stat status {};
   void* start = nullptr;
@@ -104,7 +115,9 @@ std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::s
   if (fstat(file, &status) != 0) {
     error = errno;
   } else if (!S_ISREG(status.st_mode)) {
-    error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    *reason = S_ISDIR(status.st_mode) ? std::strerror(EISDIR) : "Not a regular file";
+    close(file);
+    return std::nullopt;
   } else if (status.st_size > 0) {
     start = mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ, MAP_PRIVATE, file, 0);
     if (start == MAP_FAILED) error = errno;

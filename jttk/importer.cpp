@@ -2,6 +2,7 @@
 
 #include "diag/program_seams.h"
 #include "host/path.h"
+#include "host/shown_text.h"
 #include "jttk/file/jt_file.h"
 #include "jttk/model/document.h"
 #include "jttk/model/model.h"
@@ -17,7 +18,7 @@ JtkEntity* Importer::importFile(const JtkString& path) {
     const std::string reason =
         loftbay::host::toHostPath(path.text()) + ": " + (error.offset == 0 ? error.what : error.text());
     diag::programSeams().observer->lost(path.text(), reason);
-    JtkInfo::post(JtkInfo::JtkERRORS) << reason << '\n';
+    JtkInfo::post(JtkInfo::JtkERRORS) << loftbay::host::shownText(reason) << '\n';
     return nullptr;
   }
   const Version version = (*document)->file->version();

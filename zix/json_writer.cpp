@@ -80,12 +80,18 @@ void JsonWriter::raw(std::string_view value) {
 void JsonWriter::appendQuoted(std::string_view value) {
   constexpr std::string_view kDigits = "0123456789abcdef";
   buffer_ += '"';
-  for (const char c : loftbay::host::validUtf8(value)) {
-    const auto byte = static_cast<unsigned char>(c);
+  const std::string valid = loftbay::host::validUtf8(value);
+  for (std::size_t i = 0; i < valid.size(); ++i) {
+    const char c = valid[i];
+    auto byte = static_cast<unsigned char>(c);
+    // U+0080 .. U+009F, which a terminal takes for commands.
+    const bool is_c1 =
+        byte == 0xC2 && i + 1 < valid.size() && static_cast<unsigned char>(valid[i + 1]) < 0xA0;
+    if (is_c1) byte = static_cast<unsigned char>(valid[++i]);
     if (c == '"' || c == '\\') {
       buffer_ += '\\';
       buffer_ += c;
-    } else if (byte < 0x20 || byte == 0x7F) {
+    } else if (byte < 0x20 || byte == 0x7F || is_c1) {
       buffer_ += "\\u00";
       buffer_ += kDigits[byte >> 4U];
       buffer_ += kDigits[byte & 15U];

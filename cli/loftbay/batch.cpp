@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "cli/arguments.h"
+#include "cli/console.h"
 #include "cli/json_text.h"
 #include "cli/loftbay/report.h"
 #include "cli/program.h"
@@ -79,7 +80,7 @@ Outcome convertOne(const Batch& batch, const std::string& program, const std::st
     return withoutReport(input, output, "the conversion could not be started: " + child.reason);
   if (child.crashed) {
     removeLeftovers(output, child.process_id);
-    fmt::print(stderr, "loftbay: {}: the conversion {}\n", input, child.reason);
+    complain("loftbay", input + ": the conversion " + child.reason);
     return withoutReport(input, output, "the conversion " + child.reason);
   }
   Json report = Json::parse(child.output, nullptr, false);
@@ -145,7 +146,7 @@ int runBatch(const Batch& batch) {
   std::error_code error;
   std::filesystem::create_directories(hostPath(batch.out_dir), error);
   if (error) {
-    fmt::print(stderr, "loftbay: {}: {}\n", batch.out_dir, error.message());
+    complain("loftbay", batch.out_dir + ": " + error.message());
     return kPathRefused;
   }
   passInterruptsOn();
@@ -159,10 +160,10 @@ int runBatch(const Batch& batch) {
   }
   if (batch.json) printJson(reports);
   if (!batch.quiet || failed > 0) {
-    fmt::print(stderr, "{} converted, {} failed\n", outcomes.size() - failed, failed);
+    say(fmt::format("{} converted, {} failed", outcomes.size() - failed, failed));
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
       if (outcomes[i].exit_code != kDone)
-        fmt::print(stderr, "failed: {} (code {})\n", batch.inputs[i], outcomes[i].exit_code);
+        say(fmt::format("failed: {} (code {})", batch.inputs[i], outcomes[i].exit_code));
     }
   }
   if (host::childrenInterrupted()) return kInterrupted;

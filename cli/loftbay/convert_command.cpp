@@ -111,14 +111,14 @@ int runSingle(const Parsed& parsed) {
   SingleConversion conversion(parsed.files[0], parsed.files[1], options, report);
   conversion.run();
   const std::string place = options.in_batch ? parsed.files[0] + ": " : "";
-  for (const auto& line : conversion.untoldLosses())
-    fmt::print(stderr, "loftbay: {}{}\n", place, oneLine(line));
+  for (const auto& line : conversion.untoldLosses()) complain("loftbay", place + oneLine(line));
   if (!options.quiet) {
-    for (const auto& note : report.notes) fmt::print(stderr, "{}note: {}\n", place, oneLine(note));
+    for (const auto& note : report.notes) say(place + "note: " + oneLine(note));
     if (report.exit_code == kDone || report.counts.nodes > 0) {
-      fmt::print(stderr, "{}: {} shapes, {} triangles in {:.2f} s{}\n", parsed.files[1], report.counts.shapes,
-                 report.counts.triangles, report.seconds,
-                 report.skipped.empty() ? "" : fmt::format("; {} not converted", report.skipped.size()));
+      say(fmt::format(
+          "{}: {} shapes, {} triangles in {:.2f} s{}", parsed.files[1], report.counts.shapes,
+          report.counts.triangles, report.seconds,
+          report.skipped.empty() ? "" : fmt::format("; {} not converted", report.skipped.size())));
     }
   }
   if (options.json) printJson(toJson(report));

@@ -1,6 +1,7 @@
 #include "cli/loftbay/message_stream.h"
 
-#include <cstdio>
+#include "cli/console.h"
+#include "host/shown_text.h"
 
 namespace loftbay::cli {
 
@@ -11,10 +12,24 @@ int MessageStream::overflow(int c) {
 }
 
 std::streamsize MessageStream::xsputn(const char* text, std::streamsize size) {
-  const auto count = static_cast<std::size_t>(size);
-  said_.append(text, count);
-  std::fwrite(text, 1, count, stderr);
+  line_.append(text, static_cast<std::size_t>(size));
+  for (auto end = line_.find('\n'); end != std::string::npos; end = line_.find('\n')) {
+    const std::string line = line_.substr(0, end);
+    line_.erase(0, end + 1);
+    markTold(line);
+    say(line);
+  }
   return size;
 }
+
+MessageStream::~MessageStream() {
+  if (!line_.empty()) say(line_);
+}
+
+bool MessageStream::told(std::string_view text) const {
+  return said_.find(host::shownText(text)) != std::string::npos;
+}
+
+void MessageStream::markTold(std::string_view text) { said_ += host::shownText(text) + "\n"; }
 
 }  // namespace loftbay::cli

@@ -92,7 +92,9 @@ void ReportObserver::drawProgress() {
   const std::int64_t now = nowMs();
   if (now - last_drawn_ms_ < kProgressIntervalMs) return;
   last_drawn_ms_ = now;
-  fmt::print(stderr, "\r{} shapes, {} triangles", report_.counts.shapes, report_.counts.triangles);
+  const std::string line =
+      fmt::format("\r{} shapes, {} triangles", report_.counts.shapes, report_.counts.triangles);
+  std::fputs(line.c_str(), stderr);
   std::fflush(stderr);
   drawn_ = true;
 }

@@ -1,12 +1,11 @@
 #include "cli/loftbay/single_conversion.h"
 
-#include <fmt/core.h>
-
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
 
+#include "cli/console.h"
 #include "cli/program.h"
 #include "convert/job.h"
 #include "convert/path_validation.h"
@@ -89,7 +88,7 @@ void SingleConversion::fillSeams() {
     observer_.clearProgress();
     box_shown_ = true;
     const std::string line = oneLine(text);
-    fmt::print(stderr, "{}{}\n", options_.in_batch ? input_ + ": " : "", line);
+    say((options_.in_batch ? input_ + ": " : "") + line);
   };
   seams.toolkit_messages = &messages_.stream();
   seams.startup_failures = &std::cerr;
@@ -98,7 +97,7 @@ void SingleConversion::fillSeams() {
 
 void SingleConversion::complain(const std::string& text) {
   observer_.clearProgress();
-  fmt::print(stderr, "loftbay: {}: {}\n", input_, oneLine(text));
+  cli::complain("loftbay", input_ + ": " + oneLine(text));
 }
 
 int SingleConversion::convert() {

@@ -3,6 +3,7 @@
 #include "cli/console.h"
 #include "cli/zix/command.h"
 #include "host/path.h"
+#include "host/shown_text.h"
 
 namespace loftbay::cli {
 
@@ -15,7 +16,7 @@ int runValidate(const Invocation& call) {
   if (report.truncated()) {
     print("only the first " + std::to_string(report.messages.size()) + " findings are listed\n");
   }
-  print(call.operands[0] + ": " + (report.error_count == 0 ? "valid" : "damaged") + ", " +
+  print(host::shownText(call.operands[0]) + ": " + (report.error_count == 0 ? "valid" : "damaged") + ", " +
         std::to_string(report.error_count) + " errors, " + std::to_string(report.warning_count) +
         " warnings\n");
   return report.error_count == 0 ? kDone : kFailed;

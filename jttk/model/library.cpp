@@ -3,6 +3,7 @@
 #include "diag/program_seams.h"
 #include "host/directory.h"
 #include "host/path.h"
+#include "host/shown_text.h"
 #include "jttk/jttk.h"
 
 namespace jttk {
@@ -107,7 +108,8 @@ void Library::tellDamage(Document& document) {
 
 void Library::lost(const std::string& part, const std::string& reason) {
   diag::programSeams().observer->lost(part, reason);
-  JtkInfo::post(JtkInfo::JtkERRORS) << part << ": " << reason << '\n';
+  // A line break in a name would begin a line that looks like a message of its own.
+  JtkInfo::post(JtkInfo::JtkERRORS) << host::shownText(part + ": " + reason) << '\n';
 }
 
 void Library::note(const std::string& text) { diag::programSeams().observer->note(text); }

@@ -7,10 +7,10 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "host/shown_text.h"
 #include "tests/zix/run_program.h"
 #include "tests/zix/sample_scenes.h"
 #include "tests/zix/scratch_folder.h"
-#include "host/shown_text.h"
 
 namespace loftbay {
 namespace {
