@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -47,8 +48,45 @@ bool changeDirectory(std::string_view program_path);
 // directories come in host form: pass them through toProgramPath.
 std::optional<std::string> environmentVariable(const char* name);
 
-// A file mapped read-only. The view lives as long as the object; moving the object keeps it valid.
-// An empty file maps to an empty view.
+// A regular file that is read by place, with no position of its own: several threads may read one object.
+// A file that shrinks meanwhile, and a device that fails, are errors of a read, never signals.
+class ReadOnlyFile {
+ public:
+  // On failure the result is empty and `*reason` holds the system's reason ("No such file or directory",
+  // "Is a directory", …).
+  static std::optional<ReadOnlyFile> open(std::string_view program_path, std::string* reason);
+
+  ReadOnlyFile(ReadOnlyFile&& other) noexcept;
+  ReadOnlyFile& operator=(ReadOnlyFile&& other) noexcept;
+  ReadOnlyFile(const ReadOnlyFile&) = delete;
+  ReadOnlyFile& operator=(const ReadOnlyFile&) = delete;
+  ~ReadOnlyFile();
+
+  // In bytes, when the file was opened.
+  [[nodiscard]] std::uint64_t size() const noexcept { return size_; }
+
+  // Fills `buffer` with the bytes from `offset` on. False where not all of them could be read, and `*reason`
+  // says why: the system's reason, or where the file ends. The buffer's contents are unspecified then.
+  [[nodiscard]] bool readAt(std::uint64_t offset, std::span<std::byte> buffer, std::string* reason) const;
+
+ private:
+  friend class MappedFile;
+  static constexpr std::intptr_t kNoHandle = -1;
+
+  ReadOnlyFile(std::intptr_t handle, std::uint64_t size) noexcept : handle_(handle), size_(size) {}
+  void close() noexcept;
+  // One call of the system, which may give fewer bytes than asked for. The number of bytes that came, 0 at
+  // the end of the file, or an empty optional and a reason.
+  std::optional<std::size_t> readSome(std::uint64_t offset, std::span<std::byte> buffer,
+                                      std::string* reason) const;
+
+  std::intptr_t handle_ = kNoHandle;
+  std::uint64_t size_ = 0;
+};
+
+// A file mapped read-only. A file that shrinks while it is mapped, and a device that fails, end the process
+// with a signal where their bytes are used: only for files that nobody else writes; see ReadOnlyFile. The
+// view lives as long as the object; moving the object keeps it valid. An empty file maps to an empty view.
 class MappedFile {
  public:
   // On failure the result is empty and `*reason` holds the system's reason ("No such file or directory",

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <utility>
 #include <vector>
 
 #include "host/path.h"
@@ -101,30 +103,57 @@ std::optional<std::string> environmentVariable(const char* name) {
   return std::string(value);
 }
 
-std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::string* reason) {
-  const auto fail = [&](int error) {
-    *reason = std::strerror(error);
-    return std::optional<MappedFile>();
-  };
+std::optional<ReadOnlyFile> ReadOnlyFile::open(std::string_view program_path, std::string* reason) {
   // O_NONBLOCK: opening a named pipe must not wait for a writer.
   const int file = ::open(toHostPath(program_path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (file < 0) return fail(errno);
-  struct stat status {};
-  void* start = nullptr;
-  int error = 0;
-  if (fstat(file, &status) != 0) {
-    error = errno;
-  } else if (!S_ISREG(status.st_mode)) {
-    *reason = S_ISDIR(status.st_mode) ? std::strerror(EISDIR) : "Not a regular file";
-    close(file);
+  if (file < 0) {
+    *reason = std::strerror(errno);
     return std::nullopt;
-  } else if (status.st_size > 0) {
-    start = mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ, MAP_PRIVATE, file, 0);
-    if (start == MAP_FAILED) error = errno;
   }
-  close(file);
-  if (error != 0) return fail(error);
-  return MappedFile({static_cast<const std::byte*>(start), static_cast<std::size_t>(status.st_size)});
+  ReadOnlyFile result(file, 0);
+  struct stat status {};
+  if (fstat(file, &status) != 0) {
+    *reason = std::strerror(errno);
+    return std::nullopt;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    *reason = S_ISDIR(status.st_mode) ? std::strerror(EISDIR) : "Not a regular file";
+    return std::nullopt;
+  }
+  result.size_ = static_cast<std::uint64_t>(status.st_size);
+  return result;
+}
+
+void ReadOnlyFile::close() noexcept {
+  if (handle_ != kNoHandle) ::close(static_cast<int>(std::exchange(handle_, kNoHandle)));
+}
+
+std::optional<std::size_t> ReadOnlyFile::readSome(std::uint64_t offset, std::span<std::byte> buffer,
+                                                  std::string* reason) const {
+  // No file has bytes there; as a signed number the offset would be negative.
+  if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return 0;
+  while (true) {
+    const ssize_t amount =
+        pread(static_cast<int>(handle_), buffer.data(), buffer.size(), static_cast<off_t>(offset));
+    if (amount >= 0) return static_cast<std::size_t>(amount);
+    if (errno == EINTR) continue;
+    *reason = std::strerror(errno);
+    return std::nullopt;
+  }
+}
+
+std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::string* reason) {
+  const auto file = ReadOnlyFile::open(program_path, reason);
+  if (!file) return std::nullopt;
+  if (file->size() == 0) return MappedFile({});
+  const auto size = static_cast<std::size_t>(file->size());
+  // The mapping keeps the file; the handle is not needed any longer.
+  void* const start = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, static_cast<int>(file->handle_), 0);
+  if (start == MAP_FAILED) {
+    *reason = std::strerror(errno);
+    return std::nullopt;
+  }
+  return MappedFile({static_cast<const std::byte*>(start), size});
 }
 
 void MappedFile::unmap() noexcept {

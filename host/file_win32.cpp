@@ -5,14 +5,24 @@
 #include <share.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 #include "host/long_path.h"
 #include "host/path.h"
 #include "host/wide_text.h"
 
 namespace loftbay::host {
+
+namespace {
+
+std::string lastReason() { return std::system_category().message(static_cast<int>(GetLastError())); }
+
+HANDLE fromHandle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
+
+}  // namespace
 
 FilePointer openFile(std::string_view program_path, const char* mode) {
   const std::wstring wide_mode(mode, mode + std::char_traits<char>::length(mode));
@@ -53,37 +63,69 @@ std::optional<std::string> environmentVariable(const char* name) {
   return utf8(value);
 }
 
-std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::string* reason) {
-  const auto fail = [&](DWORD error) {
-    *reason = std::system_category().message(static_cast<int>(error));
-    return std::optional<MappedFile>();
-  };
+std::optional<ReadOnlyFile> ReadOnlyFile::open(std::string_view program_path, std::string* reason) {
   const std::wstring path = toSystemPath(program_path);
   const DWORD attributes = GetFileAttributesW(path.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) return fail(GetLastError());
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    *reason = lastReason();
+    return std::nullopt;
+  }
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
     *reason = "Is a directory";
     return std::nullopt;
   }
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return fail(GetLastError());
-  LARGE_INTEGER size{};
-  DWORD error = GetFileSizeEx(file, &size) != 0 ? ERROR_SUCCESS : GetLastError();
-  const void* start = nullptr;
-  if (error == ERROR_SUCCESS && size.QuadPart > 0) {
-    const HANDLE mapping = CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
-    if (mapping == nullptr) {
-      error = GetLastError();
-    } else {
-      start = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
-      if (start == nullptr) error = GetLastError();
-      CloseHandle(mapping);
-    }
+  if (file == INVALID_HANDLE_VALUE) {
+    *reason = lastReason();
+    return std::nullopt;
   }
-  CloseHandle(file);
-  if (error != ERROR_SUCCESS) return fail(error);
-  return MappedFile({static_cast<const std::byte*>(start), static_cast<std::size_t>(size.QuadPart)});
+  ReadOnlyFile result(reinterpret_cast<std::intptr_t>(file), 0);
+  if (GetFileType(file) != FILE_TYPE_DISK) {
+    *reason = "Not a regular file";
+    return std::nullopt;
+  }
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(file, &size) == 0) {
+    *reason = lastReason();
+    return std::nullopt;
+  }
+  result.size_ = static_cast<std::uint64_t>(size.QuadPart);
+  return result;
+}
+
+void ReadOnlyFile::close() noexcept {
+  if (handle_ != kNoHandle) CloseHandle(fromHandle(std::exchange(handle_, kNoHandle)));
+}
+
+std::optional<std::size_t> ReadOnlyFile::readSome(std::uint64_t offset, std::span<std::byte> buffer,
+                                                  std::string* reason) const {
+  // A call takes 32 bits of a length.
+  const auto asked = static_cast<DWORD>(std::min(buffer.size(), std::size_t{1} << 30));
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
+  DWORD amount = 0;
+  if (ReadFile(fromHandle(handle_), buffer.data(), asked, &amount, &place) != 0) return amount;
+  if (GetLastError() == ERROR_HANDLE_EOF) return 0;
+  *reason = lastReason();
+  return std::nullopt;
+}
+
+std::optional<MappedFile> MappedFile::open(std::string_view program_path, std::string* reason) {
+  const auto file = ReadOnlyFile::open(program_path, reason);
+  if (!file) return std::nullopt;
+  if (file->size() == 0) return MappedFile({});
+  const HANDLE mapping = CreateFileMappingW(fromHandle(file->handle_), nullptr, PAGE_READONLY, 0, 0, nullptr);
+  if (mapping == nullptr) {
+    *reason = lastReason();
+    return std::nullopt;
+  }
+  const void* const start = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
+  if (start == nullptr) *reason = lastReason();
+  CloseHandle(mapping);
+  if (start == nullptr) return std::nullopt;
+  return MappedFile({static_cast<const std::byte*>(start), static_cast<std::size_t>(file->size())});
 }
 
 void MappedFile::unmap() noexcept {

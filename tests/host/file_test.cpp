@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "host/path.h"
 #include "host/process.h"
@@ -30,6 +34,55 @@ class FileTest : public testing::Test {
 TEST_F(FileTest, ADirectoryDoesNotOpenForReading) {
   EXPECT_TRUE(makeDirectory(programPath("sub")));
   EXPECT_EQ(openFile(programPath("sub"), "r"), nullptr);
+}
+
+TEST_F(FileTest, ReadsByPlace) {
+  std::ofstream(folder_ / "a.bin", std::ios::binary) << "abcdef";
+  std::string reason;
+  const auto file = ReadOnlyFile::open(programPath("a.bin"), &reason);
+  ASSERT_TRUE(file.has_value()) << reason;
+  EXPECT_EQ(file->size(), 6U);
+  std::array<std::byte, 2> bytes{};
+  ASSERT_TRUE(file->readAt(4, bytes, &reason)) << reason;
+  EXPECT_EQ(bytes[1], std::byte{'f'});
+  ASSERT_TRUE(file->readAt(0, bytes, &reason)) << reason;
+  EXPECT_EQ(bytes[0], std::byte{'a'});
+  EXPECT_TRUE(file->readAt(6, {}, &reason));
+}
+
+TEST_F(FileTest, AFileThatShrinksIsAnErrorOfTheRead) {
+  std::ofstream(folder_ / "a.bin", std::ios::binary) << std::string(100000, 'x');
+  std::string reason;
+  const auto file = ReadOnlyFile::open(programPath("a.bin"), &reason);
+  ASSERT_TRUE(file.has_value()) << reason;
+  std::vector<std::byte> bytes(file->size());
+  EXPECT_FALSE(file->readAt(1, bytes, &reason));
+  EXPECT_EQ(reason, "the file ends at or before byte 100000");
+#ifndef _WIN32  // there nobody can shorten a file that is open
+  std::filesystem::resize_file(folder_ / "a.bin", 10);
+  EXPECT_FALSE(file->readAt(0, bytes, &reason));
+  EXPECT_EQ(reason, "the file ends at or before byte 10; it had 100000 bytes when it was opened");
+  EXPECT_FALSE(file->readAt(50000, bytes, &reason));
+  EXPECT_EQ(reason, "the file ends at or before byte 50000; it had 100000 bytes when it was opened");
+#endif
+}
+
+TEST_F(FileTest, NoFileHasBytesBeyondEveryFilesEnd) {
+  std::ofstream(folder_ / "a.bin", std::ios::binary) << "abc";
+  std::string reason;
+  const auto file = ReadOnlyFile::open(programPath("a.bin"), &reason);
+  ASSERT_TRUE(file.has_value()) << reason;
+  std::array<std::byte, 1> bytes{};
+  EXPECT_FALSE(file->readAt(~std::uint64_t{0}, bytes, &reason));
+  EXPECT_FALSE(reason.empty());
+}
+
+TEST_F(FileTest, TellsWhyAFileCannotBeRead) {
+  std::string reason;
+  EXPECT_FALSE(ReadOnlyFile::open(programPath("missing.bin"), &reason).has_value());
+  EXPECT_FALSE(reason.empty());
+  EXPECT_FALSE(ReadOnlyFile::open(toProgramPath(folder_.string()), &reason).has_value());
+  EXPECT_EQ(reason, "Is a directory");
 }
 
 TEST_F(FileTest, MapsAFileAndTellsWhyItCannot) {
