@@ -2,12 +2,17 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 namespace jttk {
 
 struct Settings {
   // Follow references to files outside the folder of the file that the user named.
   bool allow_outside = false;
+  // Where else files that a model refers to are looked for, in this order (program paths). They are never
+  // outside.
+  std::vector<std::string> search_folders;
   // Parts whose exact geometry can be read are tessellated even where the file has facets of them.
   bool exact_geometry = false;
   // Memory for decoded shapes that are kept for the next use, in bytes.

@@ -12,6 +12,7 @@
 #include "cli/console.h"
 #include "cli/json_text.h"
 #include "cli/loftbay/batch.h"
+#include "cli/loftbay/search_dirs.h"
 #include "cli/loftbay/single_conversion.h"
 #include "cli/program.h"
 
@@ -66,6 +67,7 @@ void declare(CLI::App& app, Parsed& parsed) {
   app.add_option("--tess-tolerance", parsed.tolerance, "minimum edge length for parts tessellated on load");
   app.add_flag("--allow-outside", parsed.options.allow_outside,
                "follow references to files outside the model's folder");
+  addSearchDirs(app, parsed.options.search_dirs);
   app.add_option("--work-dir", parsed.options.work_dir, "base folder of the log");
   app.add_option("--out-dir", parsed.out_dir,
                  "convert every JT file into this folder, which is made if need be");
@@ -89,6 +91,7 @@ std::string complaint(const CLI::App& app, Parsed& parsed) {
     parsed.options.tess_tolerance = numberOf(parsed.tolerance);
     if (!parsed.options.tess_tolerance) return "--tess-tolerance: '" + parsed.tolerance + "' is not a number";
   }
+  if (std::string reason = complaintOfSearchDirs(parsed.options.search_dirs); !reason.empty()) return reason;
   if (app.count("--out-dir") > 0) {
     if (parsed.out_dir.empty()) return "--out-dir: the name of a folder is missing";
     if (parsed.files.empty()) return "no JT file is named";
@@ -139,6 +142,7 @@ int runSeveral(const Parsed& parsed) {
   if (parsed.options.points) shared.emplace_back("--points");
   if (parsed.options.exact_geometry) shared.emplace_back("--exact-geometry");
   if (parsed.options.allow_outside) shared.emplace_back("--allow-outside");
+  for (const auto& folder : parsed.options.search_dirs) shared.insert(shared.end(), {"--search-dir", folder});
   if (parsed.options.work_dir) shared.insert(shared.end(), {"--work-dir", *parsed.options.work_dir});
   if (parsed.options.quiet) shared.emplace_back("--quiet");
   const int code = runBatch(batch);

@@ -15,6 +15,7 @@ struct ConvertOptions {
   bool points = false;          // convert points
   bool exact_geometry = false;  // instead of the file's facets, where it can be read
   bool allow_outside = false;
+  std::vector<std::string> search_dirs;  // where else referenced files may lie
   std::optional<std::string> work_dir;
   bool json = false;
   bool quiet = false;

@@ -8,6 +8,7 @@
 #include "cli/console.h"
 #include "cli/json_text.h"
 #include "cli/loftbay/file_summary.h"
+#include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
 #include "host/path.h"
 #include "host/shown_text.h"
@@ -261,7 +262,12 @@ int infoCommand(const std::vector<std::string>& arguments) {
       "converted.",
       "loftbay info");
   declare(app, options);
+  std::vector<std::string> search_dirs;
+  addSearchDirs(app, search_dirs);
   if (const auto code = parseArguments(app, arguments)) return *code;
+  if (const std::string reason = complaintOfSearchDirs(search_dirs); !reason.empty())
+    return wrongUsage("loftbay", reason);
+  setSearchDirs(search_dirs);
   if (const std::string reason = complaint(options); !reason.empty())
     return wrongUsage("loftbay info", reason);
   const bool sound = options.summary ? summariseFiles(options) : describe(options);

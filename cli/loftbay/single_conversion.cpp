@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "cli/console.h"
+#include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
 #include "convert/job.h"
 #include "convert/path_validation.h"
@@ -136,6 +137,7 @@ void SingleConversion::prepareProcess() {
   convert::ignorePoints = !options_.points;
   jttk::settings().exact_geometry = options_.exact_geometry;
   jttk::settings().allow_outside = options_.allow_outside;
+  setSearchDirs(options_.search_dirs);
 }
 
 }  // namespace loftbay::cli

@@ -1,10 +1,12 @@
 #include "jttk/model/file_finder.h"
 
 #include <algorithm>
-#include <optional>
+#include <filesystem>
 
 #include "host/directory.h"
 #include "host/file.h"
+#include "host/path.h"
+#include "jttk/model/name_key.h"
 
 namespace jttk {
 
@@ -15,7 +17,9 @@ namespace {
 constexpr char kSeparator = '\\';
 constexpr std::string_view kEnding = ".jt";
 
-// Components of a reference; `/` separates like `\`.
+bool isSeparator(char c) { return c == '/' || c == kSeparator; }
+
+// Folder and file names of a reference; `/` separates like `\`.
 std::vector<std::string> components(std::string_view reference) {
   std::vector<std::string> names;
   std::string name;
@@ -24,7 +28,7 @@ std::vector<std::string> components(std::string_view reference) {
     name.clear();
   };
   for (const char c : reference) {
-    if (c == '/' || c == kSeparator) {
+    if (isSeparator(c)) {
       finish();
     } else {
       name += c;
@@ -34,32 +38,32 @@ std::vector<std::string> components(std::string_view reference) {
   return names;
 }
 
-bool isAbsolute(std::string_view reference) {
-  const bool drive = reference.size() > 1 && reference[1] == ':';
-  return drive || (!reference.empty() && (reference.front() == '/' || reference.front() == kSeparator));
+bool isDirectory(const std::string& program_path) {
+  std::error_code error;
+  return std::filesystem::is_directory(host::toFileSystemPath(program_path), error);
 }
 
-// Capital letters of two UTF-8 bytes: the Latin ones with accents, Greek and Cyrillic.
-unsigned foldCodePoint(unsigned code) {
-  if (code >= 0xc0 && code <= 0xde && code != 0xd7) return code + 0x20;
-  // Capitals of the extended Latin letters are even in some stretches and odd in others; 0x130 and 0x131 are
-  // no pair.
-  if ((code >= 0x100 && code <= 0x12f) || (code >= 0x132 && code <= 0x137)) return code | 1U;
-  if (code >= 0x139 && code <= 0x148) return code + (code & 1U);
-  if (code >= 0x14a && code <= 0x177) return code | 1U;
-  if (code == 0x178) return 0xff;
-  if (code >= 0x179 && code <= 0x17e) return code + (code & 1U);
-  if (code == 0x386) return 0x3ac;
-  if (code >= 0x388 && code <= 0x38a) return code + 0x25;
-  if (code == 0x38c) return 0x3cc;
-  if (code == 0x38e || code == 0x38f) return code + 0x3f;
-  if (code >= 0x391 && code <= 0x3a9 && code != 0x3a2) return code + 0x20;
-  if (code >= 0x400 && code <= 0x40f) return code + 0x50;
-  if (code >= 0x410 && code <= 0x42f) return code + 0x20;
-  return code;
+std::string withEnding(std::string name) {
+  name.resize(name.find_last_not_of(' ') + 1);
+  return name.append(kEnding);
+}
+
+std::string withSeparator(std::string folder) {
+  if (folder.empty() || folder.back() != kSeparator) folder += kSeparator;
+  return folder;
 }
 
 }  // namespace
+
+StatedName statedName(std::string_view reference) {
+  const bool drive = reference.size() > 1 && reference[1] == ':';
+  StatedName stated;
+  if (drive || (!reference.empty() && isSeparator(reference.front()))) {
+    stated.kind = StatedName::Kind::Absolute;
+  }
+  stated.names = components(drive ? reference.substr(2) : reference);
+  return stated;
+}
 
 std::string folderOf(std::string_view program_path) {
   const auto last = program_path.rfind(kSeparator);
@@ -71,66 +75,88 @@ std::string_view baseName(std::string_view program_path) {
   return program_path.substr(program_path.rfind(kSeparator) + 1);
 }
 
-std::string foldCase(std::string_view utf8) {
-  std::string folded;
-  folded.reserve(utf8.size());
-  for (std::size_t i = 0; i < utf8.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(utf8[i]);
-    if (byte < 0x80) {
-      folded += static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + 0x20 : byte);
-    } else if (byte >= 0xc2 && byte < 0xe0 && i + 1 < utf8.size()) {
-      const unsigned code = (byte & 0x1fU) << 6U | (static_cast<unsigned char>(utf8[++i]) & 0x3fU);
-      const unsigned lower = foldCodePoint(code);
-      folded += static_cast<char>(0xc0U | lower >> 6U);
-      folded += static_cast<char>(0x80U | (lower & 0x3fU));
-    } else {
-      folded += utf8[i];
+FileFinder::FileFinder(std::string_view model_path, bool allow_outside,
+                       std::vector<std::string> search_folders)
+    : search_folders_(std::move(search_folders)), allow_outside_(allow_outside) {
+  top_folders_ = foldersOf(model_path);
+  for (const auto& folders : {top_folders_, search_folders_}) {
+    for (const std::string& folder : folders) {
+      if (const auto canonical = host::canonicalPath(folder)) inside_.push_back(withSeparator(*canonical));
     }
   }
-  return folded;
 }
 
-FileFinder::FileFinder(std::string_view model_path, bool allow_outside) : allow_outside_(allow_outside) {
-  const auto add = [&](const std::optional<std::string>& folder) {
-    if (folder) model_folders_.push_back(folder->back() == kSeparator ? *folder : *folder + kSeparator);
+// The folder of a file as it is named and, where that is another, the one where it really lies.
+std::vector<std::string> FileFinder::foldersOf(std::string_view path) {
+  std::vector<std::string> folders = {folderOf(path)};
+  const auto named = host::canonicalPath(folders.front());
+  const auto real = host::canonicalPath(path);
+  if (real && folderOf(*real) != named) folders.push_back(folderOf(*real));
+  return folders;
+}
+
+std::vector<FileFinder::Attempt> FileFinder::attempts(std::string_view referring_path,
+                                                      const StatedName& stated) const {
+  const std::vector<std::string>& names = stated.names;
+  const bool is_relative = stated.kind == StatedName::Kind::Relative;
+  const std::vector<std::string> here = foldersOf(referring_path);
+  const auto after_climbing = std::find(names.rbegin(), names.rend(), "..").base() - names.begin();
+  const auto longest = std::max<std::ptrdiff_t>(after_climbing, is_relative ? 1 : 0);
+  const auto size = static_cast<std::ptrdiff_t>(names.size());
+  std::vector<Attempt> attempts;
+  const auto addTails = [&](const std::string& folder, std::ptrdiff_t from, std::ptrdiff_t end) {
+    for (std::ptrdiff_t i = from; i < end; ++i) {
+      attempts.push_back({folder, {names.begin() + i, names.end()}, true});
+    }
   };
-  add(host::canonicalPath(folderOf(model_path)));
-  if (const auto model = host::canonicalPath(model_path)) add(host::canonicalPath(folderOf(*model)));
+  if (is_relative) {
+    for (const std::string& folder : here) attempts.push_back({folder, names, false});
+    for (const std::string& folder : top_folders_) attempts.push_back({folder, names, false});
+  }
+  for (const std::string& folder : top_folders_) addTails(folder, longest, size - 1);
+  // The bare name; parts are usually kept in a folder that is named like their assembly.
+  const std::string_view file = baseName(referring_path);
+  const std::string own_folder(file.substr(0, file.rfind('.')));
+  const bool is_tail = !is_relative || size > 1;
+  for (const std::string& folder : here) {
+    attempts.push_back({folder, {names.back()}, is_tail});
+    attempts.push_back({folder, {own_folder, names.back()}, is_tail});
+  }
+  for (const std::string& folder : top_folders_) attempts.push_back({folder, {names.back()}, is_tail});
+  for (const std::string& folder : search_folders_) {
+    if (is_relative) attempts.push_back({folder, names, false});
+    addTails(folder, longest, size);
+  }
+  return attempts;
 }
 
 FileFinder::Found FileFinder::find(std::string_view referring_path, std::string_view reference) {
-  Found found = findWithEnding(referring_path, reference);
-  if (!found.path.empty()) return found;
-  const auto real_path = host::canonicalPath(referring_path);
-  if (!real_path) return found;
-  return better(findWithEnding(*real_path, reference), found);
-}
-
-// The first of two searches, unless nothing came of it; that a file was refused is remembered.
-FileFinder::Found FileFinder::better(Found later, const Found& before) {
-  if (later.path.empty()) later.refused = later.refused || before.refused;
-  return later;
-}
-
-FileFinder::Found FileFinder::findWithEnding(std::string_view referring_path, std::string_view reference) {
-  Found found = findFrom(referring_path, reference);
-  if (!found.path.empty() || foldCase(reference).ends_with(kEnding)) return found;
-  return better(findFrom(referring_path, std::string(reference).append(kEnding)), found);
-}
-
-FileFinder::Found FileFinder::findFrom(std::string_view referring_path, std::string_view reference) {
-  const std::vector<std::string> names = components(reference);
-  if (names.empty()) return {};
-  const std::string folder = folderOf(referring_path);
-  Found found = isAbsolute(reference) ? check(std::string(reference)) : check(resolve(folder, names));
-  if (found.path.empty()) found = better(check(resolve(folder, {names.back()})), found);
-  if (found.path.empty()) {
-    // Parts are usually kept in a folder that is named like their assembly.
-    const std::string_view file = baseName(referring_path);
-    const std::string own_folder(file.substr(0, file.rfind('.')));
-    found = better(check(resolve(folder, {own_folder, names.back()})), found);
+  const StatedName stated = statedName(reference);
+  if (stated.names.empty() || stated.names.back() == "..") return {};
+  const bool has_ending = nameKey(stated.names.back()).ends_with(kEnding);
+  bool refused = false;
+  const auto isFound = [&](const Found& found) {
+    refused = refused || found.refused;
+    return !found.path.empty();
+  };
+  if (stated.kind == StatedName::Kind::Absolute) {
+    if (const Found found = check(std::string(reference)); isFound(found)) return found;
+    if (const Found found = check(withEnding(std::string(reference))); !has_ending && isFound(found)) {
+      return found;
+    }
   }
-  return found;
+  for (Attempt& attempt : attempts(referring_path, stated)) {
+    Found found = check(resolve(attempt.folder, attempt.names));
+    if (!isFound(found) && !has_ending) {
+      attempt.names.back() = withEnding(attempt.names.back());
+      found = check(resolve(attempt.folder, attempt.names));
+      static_cast<void>(isFound(found));
+    }
+    if (found.path.empty()) continue;
+    found.by_tail = attempt.by_tail;
+    return found;
+  }
+  return {{}, {}, refused, false};
 }
 
 std::string FileFinder::resolve(std::string folder, const std::vector<std::string>& names) {
@@ -142,7 +168,7 @@ std::string FileFinder::resolve(std::string folder, const std::vector<std::strin
       continue;
     }
     const auto& existing = listing(folder);
-    const auto match = existing.find(foldCase(name));
+    const auto match = existing.find(nameKey(name));
     if (match == existing.end()) return {};
     folder += kSeparator + match->second;
   }
@@ -153,24 +179,24 @@ const std::map<std::string, std::string>& FileFinder::listing(const std::string&
   const auto [entry, is_new] = listings_.try_emplace(folder);
   if (is_new) {
     auto names = host::listDirectory(folder).value_or(std::vector<std::string>());
-    // Of two that differ in letter case only the same one on every host, whatever order the system lists in.
+    // Of two with one key the same one on every host, whatever order the system lists in.
     std::sort(names.begin(), names.end());
-    for (std::string& name : names) entry->second.try_emplace(foldCase(name), name);
+    for (std::string& name : names) entry->second.try_emplace(nameKey(name), name);
   }
   return entry->second;
 }
 
 bool FileFinder::isInside(const std::string& canonical) const {
-  return std::any_of(model_folders_.begin(), model_folders_.end(),
+  return std::any_of(inside_.begin(), inside_.end(),
                      [&](const std::string& folder) { return canonical.starts_with(folder); });
 }
 
 FileFinder::Found FileFinder::check(const std::string& path) const {
   if (path.empty()) return {};
   const auto canonical = host::canonicalPath(path);
-  if (!canonical) return {};
-  if (!allow_outside_ && !isInside(*canonical)) return {{}, {}, true};
-  return {path, *canonical, false};
+  if (!canonical || isDirectory(path)) return {};
+  if (!allow_outside_ && !isInside(*canonical)) return {{}, {}, true, false};
+  return {path, *canonical, false, false};
 }
 
 }  // namespace jttk

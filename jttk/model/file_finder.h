@@ -1,43 +1,65 @@
-// Finds the files that an assembly refers to: relative to the referring file, whatever separators and letter
-// case the reference uses, and never outside the folder of the model unless that is allowed.
+// Finds the files that an assembly refers to, whatever separators, letter case and form of accents the
+// reference uses, and never outside the folder of the model and the search folders unless that is allowed.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "jttk/model/name_key.h"
+
 namespace jttk {
+
+// A reference as its text alone tells it, before any system call.
+struct StatedName {
+  enum class Kind : std::uint8_t { Relative, Absolute };
+  Kind kind = Kind::Relative;
+  std::vector<std::string> names;  // folders and the file; no drive, no `.`
+};
+[[nodiscard]] StatedName statedName(std::string_view reference);
 
 class FileFinder {
  public:
-  // `model_path`: the file that the user named, in program form.
-  FileFinder(std::string_view model_path, bool allow_outside);
+  // `model_path`: the file that the user named. Paths in program form. Search folders count as inside.
+  FileFinder(std::string_view model_path, bool allow_outside, std::vector<std::string> search_folders = {});
 
   struct Found {
     std::string path;       // as it is opened; empty when nothing was found
     std::string canonical;  // the same file always has the same
     bool refused = false;   // a file was found, but it lies outside
+    bool by_tail = false;   // the first names of the reference were left out to find it
   };
-  // `reference`: the text in the file. Tried: the reference seen from the referring file's folder (exactly,
-  // then with any letter case), then its bare name in that folder and in the one there that is named like the
-  // referring file; then all this with ".jt" behind a reference that does not end so; where the referring
-  // file was named through a link, the same again from where it really lies.
+  // `reference`: the text in the file. Tried in this order, each exactly and then by nameKey, and with ".jt"
+  // behind a reference that does not end so:
+  //   the reference as stated, seen from the referring file's folder, then from the model's;
+  //   its tails below the model's folder, the longest first;
+  //   its bare name beside the referring file, and there in the folder that is named like that file;
+  //   each search folder: the reference as stated, then its tails.
+  // Where a file was named through a link, where it really lies counts after where it was named. What is
+  // refused as stated may still be found by a tail.
   Found find(std::string_view referring_path, std::string_view reference);
 
  private:
-  Found findWithEnding(std::string_view referring_path, std::string_view reference);
-  Found findFrom(std::string_view referring_path, std::string_view reference);
-  static Found better(Found later, const Found& before);
-  // `names` seen from `folder`, letter case ignored where there is no exact match.
+  struct Attempt {
+    std::string folder;
+    std::vector<std::string> names;
+    bool by_tail;
+  };
+  static std::vector<std::string> foldersOf(std::string_view path);
+  [[nodiscard]] std::vector<Attempt> attempts(std::string_view referring_path,
+                                              const StatedName& stated) const;
+  // `names` seen from `folder`; empty when there is nothing.
   std::string resolve(std::string folder, const std::vector<std::string>& names);
-  // Names in a folder by their lower case form.
+  // Names in a folder by their keys.
   const std::map<std::string, std::string>& listing(const std::string& folder);
   [[nodiscard]] bool isInside(const std::string& canonical) const;
   Found check(const std::string& path) const;
 
-  // Canonical, with the separator at the end: where the model was named, and where it really lies.
-  std::vector<std::string> model_folders_;
+  std::vector<std::string> top_folders_;  // of the model
+  std::vector<std::string> search_folders_;
+  std::vector<std::string> inside_;  // canonical, with the separator at the end
   bool allow_outside_;
   std::map<std::string, std::map<std::string, std::string>> listings_;
 };
@@ -46,7 +68,5 @@ class FileFinder {
 std::string folderOf(std::string_view program_path);
 // The text behind the last separator.
 std::string_view baseName(std::string_view program_path);
-// Lower case, for comparing names: Latin (with its accents), Greek and Cyrillic letters.
-std::string foldCase(std::string_view utf8);
 
 }  // namespace jttk

@@ -11,7 +11,8 @@ namespace jttk {
 namespace host = loftbay::host;
 namespace diag = loftbay::diag;
 
-Library::Library(std::unique_ptr<Document> main, bool allow_outside) : finder_(main->path, allow_outside) {
+Library::Library(std::unique_ptr<Document> main, bool allow_outside, std::vector<std::string> search_folders)
+    : finder_(main->path, allow_outside, std::move(search_folders)) {
   Document* document = main.get();
   // Bytes without a file have no canonical path; the empty key cannot be met again.
   documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
@@ -47,6 +48,7 @@ Document* Library::open(const Reference& reference) {
   const FileFinder::Found found = finder_.find(from.path, text);
   std::string reason;
   if (!found.path.empty()) {
+    if (found.by_tail) noteTail(from, text, found.path);
     if (Document* document = load(found.path, found.canonical, reason)) return document;
   } else if (found.refused) {
     reason = "\"" + text + "\" lies outside the folder of the model and is not read";
@@ -55,6 +57,18 @@ Document* Library::open(const Reference& reference) {
   }
   lost(from.nearestLabel(reference.node), host::toHostPath(from.path) + ": " + reason);
   return nullptr;
+}
+
+void Library::noteTail(const Document& from, const std::string& reference, const std::string& path) {
+  constexpr std::size_t kMostNotes = 20;
+  if (noted_tails_.size() > kMostNotes || !noted_tails_.emplace(&from, reference).second) return;
+  const std::string file = host::toHostPath(from.path);
+  if (noted_tails_.size() > kMostNotes) {
+    note(file + ": more files are not where they are stated to be, and were found by the end of their names");
+  } else {
+    note(file + ": \"" + reference + "\" is not where it is stated to be; " + host::toHostPath(path) +
+         " was read");
+  }
 }
 
 Document* Library::load(const std::string& path, const std::string& canonical, std::string& reason) {

@@ -5,6 +5,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -18,7 +19,7 @@ namespace jttk {
 class Library {
  public:
   // `main`: the file that the user named. Tells what is wrong with it.
-  Library(std::unique_ptr<Document> main, bool allow_outside);
+  Library(std::unique_ptr<Document> main, bool allow_outside, std::vector<std::string> search_folders);
 
   [[nodiscard]] const FileWay* mainWay() const { return &ways_.front(); }
   // The way on to the file that a partition stands for. Null when it is missing, refused, unreadable or in
@@ -50,6 +51,7 @@ class Library {
 
   Document* open(const Reference& reference);
   Document* load(const std::string& path, const std::string& canonical, std::string& reason);
+  void noteTail(const Document& from, const std::string& reference, const std::string& path);
   void tellDamage(Document& document);
 
   FileFinder finder_;
@@ -59,6 +61,7 @@ class Library {
   std::map<Reference, bool> told_circles_;
   std::deque<FileWay> ways_;
   std::map<std::pair<Document*, const FileWay*>, const FileWay*> known_ways_;
+  std::set<std::pair<const Document*, std::string>> noted_tails_;
   bool has_materials_ = false;
   bool names_given_ = false;
 };

@@ -129,7 +129,8 @@ JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
 }
 
 Model::Model(std::unique_ptr<Document> main)
-    : library_(std::move(main), settings().allow_outside), cache_(settings().shape_cache_bytes) {}
+    : library_(std::move(main), settings().allow_outside, settings().search_folders),
+      cache_(settings().shape_cache_bytes) {}
 
 Model::~Model() {
   try {

@@ -405,6 +405,31 @@ class ManyFiles(CliTest):
                 self.assertGreaterEqual(allowed["counts"]["nodes"], report["counts"]["nodes"])
                 self.assertTrue(allowed["ok"])
 
+    def test_search_folders_count_in_conversions_batches_and_info(self):
+        library = self.path("library")
+        os.makedirs(os.path.join(library, "parts"))
+        shutil.copy(SURVEY, os.path.join(library, "parts", "hill.jt"))
+        os.makedirs(self.path("empty"))
+        model = self.write("model.jt", assembly_file(["C:\\old\\parts\\HILL.jt  "]))
+        folders = ["--search-dir", self.path("empty"), "--search-dir", library]
+        self.assertEqual(self.run_program(model, self.out, *folders[:2]).returncode, 1)
+        result = self.run_program(model, self.out, *folders, "--json")
+        report = self.report(result)
+        self.assertEqual((result.returncode, report["skipped"]), (0, []), result.stderr)
+        self.assertGreater(report["counts"]["triangles"], 0)
+        self.assertTrue(any("hill.jt was read" in note for note in report["notes"]), report["notes"])
+        result = self.run_program(*folders, model, "--out-dir", self.path("scenes"))
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(self.run_program("info", model).returncode, 1)
+        self.assertEqual(self.run_program("info", *folders, model).returncode, 0)
+
+    def test_a_search_folder_that_does_not_exist_is_wrong_usage(self):
+        for command in ([SAMPLE, self.path("new.zix")], ["info", SAMPLE]):
+            result = self.run_program(*command, "--search-dir", self.path("none"))
+            self.assertEqual(result.returncode, 2)
+            self.assertIn(b"none' is not a folder", result.stderr)
+        self.assertFalse(os.path.exists(self.path("new.zix")))
+
     def test_info_lists_the_other_files_and_what_is_missing(self):
         self.convert(["Parts/Engine.jt", "gone.jt"])
         document = json.loads(self.run_program("info", self.model, "--json").stdout)

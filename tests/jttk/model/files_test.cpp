@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using jttk::testing::GraphBuilder;
 using jttk::testing::Recorder;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -256,6 +257,146 @@ TEST_F(ManyFiles, TheVersionIsTold) {
   EXPECT_EQ(major, 10);
   EXPECT_EQ(minor, 3);
   importer->unref();
+}
+
+// A file of that name that is no model: whoever takes it loses the part.
+class Tails : public ManyFiles {
+ protected:
+  void writeBad(const std::string& name) const {
+    fs::create_directories((folder_ / "model" / name).parent_path());
+    std::ofstream(folder_ / "model" / name) << "this is no model";
+  }
+};
+
+TEST_F(Tails, TheLongestThatExistsBelowTheModelsFolderIsTakenAndNoted) {
+  writePart("old/parts/bolt.jt", "bolt");
+  writeBad("parts/bolt.jt");
+  writeBad("bolt.jt");
+  expectFound({"C:\\models\\old\\parts\\bolt.jt", "/srv/old/Parts/bolt", "../lib/old/parts/BOLT.jt"});
+  ASSERT_EQ(recorder_.notes.size(), 3U);
+  EXPECT_THAT(recorder_.notes[0],
+              AllOf(HasSubstr("\"C:\\models\\old\\parts\\bolt.jt\" is not where it is stated to be"),
+                    HasSubstr("bolt.jt was read")));
+}
+
+TEST_F(Tails, AreSeenFromTheTopModelsFolder) {
+  writePart("parts/bolt.jt", "bolt");
+  GraphBuilder sub;
+  sub.partition(0, {1, 2}).name("sub");
+  sub.partition(1, {}, "D:\\x\\parts\\bolt.jt").name("bolt");
+  sub.partition(2, {}, "parts/bolt.jt").name("again");
+  write("sub/sub.jt", sub);
+  writeMain({"sub/sub.jt", "sub/sub.jt"});
+  (void)tree();
+  EXPECT_EQ(shapes_, 4U);
+  EXPECT_THAT(recorder_.losses, IsEmpty());
+}
+
+TEST_F(Tails, OfANameThatIsRefusedAreTried) {
+  writePart("../parts/bolt.jt", "outside");
+  writePart("parts/bolt.jt", "bolt");
+  expectFound({(folder_ / "parts" / "bolt.jt").string(), "../parts/bolt.jt"});
+  EXPECT_EQ(recorder_.notes.size(), 2U);
+}
+
+TEST_F(Tails, AsStatedComesFirstAndIsNotNoted) {
+  writePart("parts/bolt.jt", "bolt");
+  writeBad("bolt.jt");
+  fs::create_directories(folder_ / "model" / "nut");  // a folder is no file
+  writePart("nut.jt", "nut");
+  expectFound({"parts/bolt.jt", (folder_ / "model" / "parts" / "bolt.jt").string(), "nut"});
+  EXPECT_THAT(recorder_.notes, IsEmpty());
+}
+
+TEST_F(Tails, AreNotedUpToANumber) {
+  writePart("bolt.jt", "bolt");
+  std::vector<std::string> references;
+  for (int i = 0; i < 50; ++i) references.push_back("C:\\" + std::to_string(i) + "\\bolt.jt");
+  expectFound(references);
+  ASSERT_EQ(recorder_.notes.size(), 21U);
+  EXPECT_THAT(recorder_.notes.back(), HasSubstr("more files"));
+}
+
+TEST_F(ManyFiles, BlanksAtTheEndDoNotMatter) {
+  writePart("parts/bolt.jt", "bolt");
+  expectFound({"parts/bolt.jt  ", "parts /bolt.jt", "parts/bolt  "});
+}
+
+// The reference has one character for the a with dots, the file's name a letter and its dots; and back.
+TEST_F(ManyFiles, ComposedAndDecomposedLettersAreTheSame) {
+  writePart("Geha\xcc\x88use.jt", "case");
+  writePart("\xc3\x84rmel.jt", "sleeve");
+  expectFound({"Geh\xe4use.jt", "GEH\xc4USE.JT", "\xe4rmel.jt"});
+}
+
+class SearchFolders : public Tails {
+ protected:
+  void search(const std::vector<std::string>& folders) const {
+    jttk::settings().search_folders.clear();
+    for (const std::string& folder : folders) {
+      fs::create_directories(folder_ / folder);
+      jttk::settings().search_folders.push_back(loftbay::host::toProgramPath((folder_ / folder).string()));
+    }
+  }
+};
+
+TEST_F(SearchFolders, AreTriedInOrderAfterTheModelsFolderAsStatedThenByTails) {
+  writePart("../first/parts/bolt.jt", "bolt");
+  writeBad("../first/bolt.jt");
+  writeBad("../second/parts/bolt.jt");
+  writePart("../second/nut.jt", "nut");
+  writePart("pin.jt", "pin");
+  writeBad("../first/pin.jt");
+  search({"first", "second"});
+  expectFound({"parts/bolt.jt", "C:\\x\\parts\\BOLT", "nut.jt", "old/nut.jt", "pin.jt"});
+  EXPECT_THAT(recorder_.notes, ElementsAre(HasSubstr("C:\\x\\parts\\BOLT"), HasSubstr("old/nut.jt")));
+}
+
+TEST_F(SearchFolders, AreInside) {
+  writePart("../library/bolt.jt", "bolt");
+  const std::string absolute = (folder_ / "library" / "bolt.jt").string();
+  search({"other"});
+  writeMain({absolute});
+  (void)tree();
+  EXPECT_THAT(recorder_.losses, ElementsAre(HasSubstr("lies outside")));
+  recorder_.losses.clear();
+  search({"library"});
+  expectFound({absolute, "../library/bolt.jt"});
+}
+
+TEST(StatedName, IsToldByItsTextAlone) {
+  using Kind = jttk::StatedName::Kind;
+  EXPECT_EQ(jttk::statedName("a/b.jt").kind, Kind::Relative);
+  EXPECT_THAT(jttk::statedName("./a\\\\b.jt").names, ElementsAre("a", "b.jt"));
+  for (const char* absolute : {"C:\\a\\b.jt", "/a/b.jt", "\\a\\b.jt", "c:/a/b.jt"}) {
+    EXPECT_EQ(jttk::statedName(absolute).kind, Kind::Absolute) << absolute;
+    EXPECT_THAT(jttk::statedName(absolute).names, ElementsAre("a", "b.jt")) << absolute;
+  }
+}
+
+TEST(NameKey, IsOneForAllFormsOfAName) {
+  using jttk::nameKey;
+  for (const auto& [composed, decomposed] : {std::pair{"\u00c4", "A\u0308"},
+                                             {"\u017c", "Z\u0307"},
+                                             {"\u01d6", "u\u0308\u0304"},
+                                             {"\u1ead", "a\u0323\u0302"},
+                                             {"\u00e2\u0323", "a\u0323\u0302"},
+                                             {"\u03ac", "\u0391\u0301"},
+                                             {"\u0439", "\u0418\u0306"},
+                                             {"\u304c", "\u304b\u3099"},
+                                             {"\uac01", "\u1100\u1161\u11a8"},
+                                             {"\ud55c", "\u1112\u1161\u11ab"},
+                                             {"\uac00", "\u1100\u1161"},
+                                             {"bolt.jt", "BOLT.jt \t"}}) {
+    EXPECT_EQ(nameKey(composed), nameKey(decomposed)) << composed;
+  }
+  EXPECT_NE(nameKey("\u00e4"), nameKey("a"));
+  EXPECT_NE(nameKey("\u00e4"), nameKey("\u00e1"));
+  EXPECT_NE(nameKey("a b"), nameKey("ab"));
+  EXPECT_EQ(nameKey("\xff\xc3"), "\xff\xc3");
+  EXPECT_EQ(nameKey("\xe2\x82"), "\xe2\x82");
+  EXPECT_EQ(nameKey("\U0001f529"), "\U0001f529");
+  EXPECT_EQ(nameKey("  "), "");
 }
 
 TEST(FoldCase, KnowsLatinGreekAndCyrillicLetters) {
