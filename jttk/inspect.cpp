@@ -95,7 +95,7 @@ void describeContainer(const Document& document, FileDescription& file) {
 
 void countUnread(const Document& document, FileDescription& file) {
   for (const TocEntry& entry : document.file->contents()) {
-    if (!isRead(entry.type)) ++file.unread_segments[typeName(entry.type)];
+    if (!isRead(entry.type)) ++file.unread_segments[segmentTypeName(entry.type)];
   }
 }
 
