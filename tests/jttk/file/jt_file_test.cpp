@@ -240,7 +240,9 @@ TEST(JtFile, noTruncationCrashes) {
       const auto segment = (*file)->segment(entry);
       const bool lacks_no_data = whole.size() - size <= 4;  // the checksum
       EXPECT_EQ(segment.has_value(), lacks_no_data) << size;
-      if (segment) EXPECT_THAT(segment->note, HasSubstr("checksum"));
+      if (segment) {
+        EXPECT_THAT(segment->note, HasSubstr("checksum"));
+      }
     }
   }
 }
