@@ -23,10 +23,13 @@ struct Document {
   std::unordered_set<std::uint32_t> reported;
   // Shape nodes of which it has been told that attributes (normals, colours, …) could not be read.
   std::unordered_set<std::uint32_t> reported_attributes;
-  // Transforms (of SceneGraph::attributes) that have been looked at, and shape nodes of which it has been told
-  // that coordinates are no numbers.
+  // Transforms (of SceneGraph::attributes) that have been looked at, and shape nodes of which it has been
+  // told that coordinates are no numbers.
   std::unordered_set<std::uint32_t> checked_transforms;
   std::unordered_set<std::uint32_t> reported_coordinates;
+  // Shape nodes that were told as doubtful but are handed out, and those whose coordinates gave a note.
+  std::unordered_set<std::uint32_t> reported_doubts;
+  std::unordered_set<std::uint32_t> noted_coordinates;
   // Segments of exact geometry whose losses have been told.
   std::set<Guid> reported_segments;
 
