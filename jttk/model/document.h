@@ -24,14 +24,17 @@ struct Document {
   std::unordered_set<std::uint32_t> reported;
   // Shape nodes of which it has been told that attributes (normals, colours, …) could not be read.
   std::unordered_set<std::uint32_t> reported_attributes;
-  // Transforms (of SceneGraph::attributes) that have been looked at, and shape nodes of which it has been told
-  // that coordinates are no numbers.
+  // Transforms (of SceneGraph::attributes) that have been looked at, and shape nodes of which it has been
+  // told that coordinates are no numbers.
   std::unordered_set<std::uint32_t> checked_transforms;
   std::unordered_set<std::uint32_t> reported_coordinates;
   // What is told of the file when it is opened: how its scene graph was found, and read all the same.
   std::vector<std::string> notes;
   // Segments that were read although something was wrong with them, which has been noted.
   std::set<Guid> noted_segments;
+  // Shape nodes that were told as doubtful but are handed out, and those whose coordinates gave a note.
+  std::unordered_set<std::uint32_t> reported_doubts;
+  std::unordered_set<std::uint32_t> noted_coordinates;
   // Segments of exact geometry whose losses have been told.
   std::set<Guid> reported_segments;
 
