@@ -41,6 +41,7 @@ enum class SegmentType : std::uint32_t {
   Lwpa = 24,
   MultiXtBrep = 30,
   Information = 31,
+  StepBrep = 33,
 };
 
 struct TocEntry {

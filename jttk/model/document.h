@@ -27,6 +27,11 @@ struct Document {
   // that coordinates are no numbers.
   std::unordered_set<std::uint32_t> checked_transforms;
   std::unordered_set<std::uint32_t> reported_coordinates;
+  // Shape nodes whose vertex colours have been counted.
+  std::unordered_set<std::uint32_t> counted_colors;
+  // Part nodes that are shown by another level than the wanted one, and that lose colours: counted once.
+  std::unordered_set<std::uint32_t> told_levels;
+  std::unordered_set<std::uint32_t> told_colors;
   // Segments of exact geometry whose losses have been told.
   std::set<Guid> reported_segments;
 

@@ -11,6 +11,7 @@
 
 #include "jttk/model/document.h"
 #include "jttk/model/file_finder.h"
+#include "jttk/model/model_notes.h"
 #include "jttk/model/product.h"
 
 namespace jttk {
@@ -28,6 +29,10 @@ class Library {
   // Something of the model is lost: to the observer and to the toolkit's message stream.
   void lost(const std::string& part, const std::string& reason);
   void note(const std::string& text);
+
+  // What is told at the end of the model.
+  [[nodiscard]] ModelNotes& notes() { return notes_; }
+  void tellNotes();
 
   // True when any file that was opened so far has a material on a node.
   [[nodiscard]] bool hasMaterials() const { return has_materials_; }
@@ -59,6 +64,7 @@ class Library {
   std::map<Reference, bool> told_circles_;
   std::deque<FileWay> ways_;
   std::map<std::pair<Document*, const FileWay*>, const FileWay*> known_ways_;
+  ModelNotes notes_;
   bool has_materials_ = false;
   bool names_given_ = false;
 };
