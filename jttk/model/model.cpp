@@ -69,11 +69,12 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node) {
   const SceneGraph& graph = document.graph;
   const std::uint32_t entry = geometryEntry(document, node);
   const std::string what = std::string(kindName(node.kind)) + " " + std::to_string(node.id);
-  if (entry == kNone && countsNothing(graph, node)) return ShapeGeometry{};
   if (entry == kNone) {
-    const LateLoaded* unread = unreadGeometry(document, node);
-    if (unread == nullptr) return fail(what + " has no geometry segment", 0);
-    return fail("segment " + unread->segment.text() + ": " + unreadText(segmentType(document, *unread)), 0);
+    if (const LateLoaded* unread = unreadGeometry(document, node)) {
+      return fail("segment " + unread->segment.text() + ": " + unreadText(segmentType(document, *unread)), 0);
+    }
+    if (countsNothing(graph, node)) return ShapeGeometry{};
+    return fail(what + " has no geometry segment", 0);
   }
   const Guid& id = graph.late_loaded[entry].segment;
   const std::string place = "segment " + id.text();

@@ -101,7 +101,9 @@ void PartObject::tellUnreadGeometry() {
     left.pop_back();
     if (!isShown(graph, index) || !visited.insert(index).second) continue;
     const Node& node = graph.nodes[index];
-    const LateLoaded* unread = isShape(node.kind) ? nullptr : unreadGeometry(document, node);
+    // Other shapes tell it themselves.
+    const bool tells = !isShape(node.kind) || node.kind == NodeKind::NullShape;
+    const LateLoaded* unread = tells ? unreadGeometry(document, node) : nullptr;
     if (unread != nullptr && document.reported_segments.insert(unread->segment).second) {
       model_.library().lost(name(), loftbay::host::toHostPath(document.path) + ": segment " +
                                         unread->segment.text() + ": " +
