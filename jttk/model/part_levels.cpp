@@ -48,10 +48,8 @@ void PartObject::chooseFirstLevel() {
   // Facets are not looked at where they are not wanted.
   const auto has_shapes = [](const auto& level) { return !level.empty(); };
   const bool any_shape = std::any_of(levels_->begin(), levels_->end(), has_shapes);
-  if (exact_is_known && settings().exact_geometry &&
-      exact_.arrays(latestTessValues(), name(), box(), any_shape)) {
-    return;
-  }
+  const bool exact_is_wanted = exact_is_known && settings().exact_geometry;
+  if (exact_is_wanted && exact_.arrays(latestTessValues(), name(), box(), any_shape)) return;
   std::vector<std::size_t> order;
   for (std::size_t i = wanted; i < count; ++i) order.push_back(i);
   for (std::size_t i = wanted; i-- > 0;) order.push_back(i);
@@ -69,6 +67,12 @@ void PartObject::chooseFirstLevel() {
   }
   level_zero_yields_ = false;
   if (exact_is_known && exact_.arrays(latestTessValues(), name(), box(), false)) return;
+  // Of exact geometry beside shapes a note was told, which is not enough when they show nothing.
+  const NodeRef top = product_.top();
+  if (exact_is_wanted && any_shape && top.document().told_levels.insert(top.node).second) {
+    model_.library().lost(name(), loftbay::host::toHostPath(top.document().path) +
+                                      ": neither the exact geometry nor any level of detail can be shown");
+  }
   const auto with_shapes = std::find_if(levels_->begin(), levels_->end(), has_shapes);
   if (with_shapes != levels_->end()) levels_->erase(levels_->begin(), with_shapes);
 }

@@ -151,6 +151,20 @@ TEST_F(FirstLevel, ExactGeometryThatIsReadComesBeforeCoarserLevels) {
   }
 }
 
+TEST_F(FirstLevel, DamagedExactGeometryBesideShapesThatShowNothingIsALoss) {
+  for (const bool wanted : {true, false}) {
+    jttk::settings().exact_geometry = wanted;
+    GraphBuilder graph = withLevels({Holds::EmptyMesh, Holds::NullShape});
+    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+    graph.exactGeometry(kSegment, Bytes(20));
+    const Loaded model(graph);
+    for (int twice = 0; twice < 2; ++twice) {
+      EXPECT_EQ(static_cast<JtkPart*>(model.root())->requiresTessellation(), 0);
+    }
+    EXPECT_EQ(model.recorder.losses.size(), 1U);
+  }
+}
+
 TEST_F(FirstLevel, IsDecodedOnceWhateverTheCacheHolds) {
   jttk::settings().shape_cache_bytes = 0;
   GraphBuilder graph = withLevels({Holds::Shapes, Holds::Shapes});
