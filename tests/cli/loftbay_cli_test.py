@@ -640,8 +640,9 @@ class Info(CliTest):
         result = self.run_program("info", model, "--json")
         self.assertEqual(result.returncode, 1)
         losses = json.loads(result.stdout)["cannot_be_converted"]
-        self.assertEqual(len(losses), 1)
+        self.assertEqual(len(losses), 2)
         self.assertIn("are not known", losses[0]["reason"])
+        self.assertIn("level of detail 0 cannot be read; level 1 is shown instead", losses[1]["reason"])
         text = self.run_program("info", model)
         self.assertEqual(text.returncode, 1)
         self.assertIn(b"Cannot be converted:", text.stdout)
