@@ -213,7 +213,7 @@ class TreeLister {
     if (node.listed_before) return;
     node.levels.resize(static_cast<std::size_t>(part.numShapeLODs()));
     // Asked so that a part whose exact geometry cannot be tessellated is named among the losses.
-    if (part.numShapes(0) == 0 && options_.decode_shapes) (void)part.requiresTessellation();
+    if (options_.decode_shapes) (void)part.requiresTessellation();
     for (std::size_t level = 0; level < node.levels.size(); ++level) {
       const auto& places = part.levels()[level];
       for (std::size_t i = 0; i < places.size(); ++i) {

@@ -2,11 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
-#include <cstdint>
 
 namespace jttk {
+
+inline constexpr std::uint32_t kFinestLevel = 0;
+inline constexpr std::uint32_t kCoarsestLevel = 0xffffffffU;
 
 struct Settings {
   // Follow references to files outside the folder of the file that the user named.
@@ -16,6 +19,9 @@ struct Settings {
   std::vector<std::string> search_folders;
   // Parts whose exact geometry can be read are tessellated even where the file has facets of them.
   bool exact_geometry = false;
+  // The level of detail that parts are shown in: 0 is the finest, a number beyond the last level the last.
+  // Where that level gives no geometry, the next coarser one that does is taken, else the next finer one.
+  std::uint32_t level_of_detail = kFinestLevel;
   // Memory for decoded shapes that are kept for the next use, in bytes.
   std::size_t shape_cache_bytes = std::size_t{64} << 20U;
   // The most nodes that are placed in one model (a few nodes that share each other many levels deep can stand

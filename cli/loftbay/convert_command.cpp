@@ -49,6 +49,7 @@ struct Parsed {
   ConvertOptions options;
   std::vector<std::string> files;
   std::string tolerance;
+  std::string level;
   std::string out_dir;
   std::size_t jobs = 0;
   bool no_optimize = false;
@@ -64,6 +65,8 @@ void declare(CLI::App& app, Parsed& parsed) {
   app.add_flag("--points", parsed.options.points, "convert points too");
   app.add_flag("--exact-geometry", parsed.options.exact_geometry,
                "tessellate exact geometry also where the file has facets of it");
+  app.add_option("--lod", parsed.level,
+                 "level of detail: finest (as without it), coarsest, or a number from 0, the finest");
   app.add_option("--tess-tolerance", parsed.tolerance, "minimum edge length for parts tessellated on load");
   app.add_flag("--allow-outside", parsed.options.allow_outside,
                "follow references to files outside the model's folder");
@@ -85,6 +88,15 @@ std::optional<float> numberOf(const std::string& text) {
   return static_cast<float>(value);
 }
 
+std::optional<std::uint32_t> levelOf(const std::string& text) {
+  if (text == "finest") return jttk::kFinestLevel;
+  if (text == "coarsest") return jttk::kCoarsestLevel;
+  std::uint32_t level = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), level);
+  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  return level;
+}
+
 // Why the command line makes no sense; empty when it does.
 std::string complaint(const CLI::App& app, Parsed& parsed) {
   if (app.count("--tess-tolerance") > 0) {
@@ -92,6 +104,11 @@ std::string complaint(const CLI::App& app, Parsed& parsed) {
     if (!parsed.options.tess_tolerance) return "--tess-tolerance: '" + parsed.tolerance + "' is not a number";
   }
   if (std::string reason = complaintOfSearchDirs(parsed.options.search_dirs); !reason.empty()) return reason;
+  if (app.count("--lod") > 0) {
+    const std::optional<std::uint32_t> level = levelOf(parsed.level);
+    if (!level) return "--lod: '" + parsed.level + "' is not finest, coarsest or a number from 0";
+    parsed.options.level_of_detail = *level;
+  }
   if (app.count("--out-dir") > 0) {
     if (parsed.out_dir.empty()) return "--out-dir: the name of a folder is missing";
     if (parsed.files.empty()) return "no JT file is named";
@@ -141,6 +158,7 @@ int runSeveral(const Parsed& parsed) {
   if (parsed.options.lines) shared.emplace_back("--lines");
   if (parsed.options.points) shared.emplace_back("--points");
   if (parsed.options.exact_geometry) shared.emplace_back("--exact-geometry");
+  if (!parsed.level.empty()) shared.insert(shared.end(), {"--lod", parsed.level});
   if (parsed.options.allow_outside) shared.emplace_back("--allow-outside");
   for (const auto& folder : parsed.options.search_dirs) shared.insert(shared.end(), {"--search-dir", folder});
   if (parsed.options.work_dir) shared.insert(shared.end(), {"--work-dir", *parsed.options.work_dir});

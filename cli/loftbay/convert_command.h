@@ -1,9 +1,12 @@
 // `loftbay convert`: JT files into Zix scenes.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "jttk/settings.h"
 
 namespace loftbay::cli {
 
@@ -14,6 +17,7 @@ struct ConvertOptions {
   bool lines = false;           // convert lines
   bool points = false;          // convert points
   bool exact_geometry = false;  // instead of the file's facets, where it can be read
+  std::uint32_t level_of_detail = jttk::kFinestLevel;
   bool allow_outside = false;
   std::vector<std::string> search_dirs;  // where else referenced files may lie
   std::optional<std::string> work_dir;

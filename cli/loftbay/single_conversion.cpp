@@ -136,6 +136,7 @@ void SingleConversion::prepareProcess() {
   convert::ignoreLines = !options_.lines;
   convert::ignorePoints = !options_.points;
   jttk::settings().exact_geometry = options_.exact_geometry;
+  jttk::settings().level_of_detail = options_.level_of_detail;
   jttk::settings().allow_outside = options_.allow_outside;
   setSearchDirs(options_.search_dirs);
 }

@@ -91,6 +91,7 @@ bool holdsGeometry(SegmentType type) {
     case SegmentType::Ulp:
     case SegmentType::Lwpa:
     case SegmentType::MultiXtBrep:
+    case SegmentType::StepBrep:
       return true;
     default:
       return isShapeSegment(type);
@@ -122,6 +123,8 @@ std::string segmentTypeName(SegmentType type) {
       return "LWPA";
     case SegmentType::MultiXtBrep:
       return "XT boundary representations";
+    case SegmentType::StepBrep:
+      return "STEP boundary representation";
     case SegmentType::Information:
       return "information";
     default:

@@ -29,6 +29,7 @@ enum class SegmentType : std::uint32_t {
   Lwpa = 24,
   MultiXtBrep = 30,
   Information = 31,
+  StepBrep = 33,
 };
 
 [[nodiscard]] constexpr bool isShapeSegment(SegmentType type) {

@@ -18,14 +18,17 @@ constexpr Guid common(std::uint32_t first) {
 
 constexpr Guid kTransform = common(0x10dd1083);
 constexpr Guid kMaterial = common(0x10dd1030);
+constexpr Guid kInfiniteLight = common(0x10dd1028);
+constexpr Guid kPointLight = common(0x10dd1045);
+constexpr Guid kTextureImage = common(0x10dd1073);
 constexpr std::array kOthers = {
-    common(0x10dd1014),                                                                  // draw style
-    common(0x10dd1096),                                                                  // light set
-    common(0x10dd1028),                                                                  // infinite light
-    common(0x10dd1045),                                                                  // point light
+    common(0x10dd1014),  // draw style
+    common(0x10dd1096),  // light set
+    kInfiniteLight,
+    kPointLight,
     common(0x10dd10c4),                                                                  // line style
     Guid{0x8d57c010, 0xe5cb, 0x11d4, {0x84, 0x0e, 0x00, 0xa0, 0xd2, 0x18, 0x2f, 0x9d}},  // point style
-    common(0x10dd1073),                                                                  // texture image
+    kTextureImage,
 };
 
 // Data flags of 8.x materials: with the first set, each of the others says that a colour is stored as one
@@ -110,6 +113,10 @@ std::optional<AttributeKind> attributeKind(const Guid& guid) {
   if (std::find(kOthers.begin(), kOthers.end(), guid) != kOthers.end()) return AttributeKind::Other;
   return std::nullopt;
 }
+
+bool isLight(const Guid& guid) { return guid == kInfiniteLight || guid == kPointLight; }
+
+bool isTexture(const Guid& guid) { return guid == kTextureImage; }
 
 bool readAttribute(Element& element, AttributeKind kind, Version version, SceneGraph& graph) {
   ByteReader& body = element.body;

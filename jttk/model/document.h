@@ -35,6 +35,11 @@ struct Document {
   // Shape nodes that were told as doubtful but are handed out, and those whose coordinates gave a note.
   std::unordered_set<std::uint32_t> reported_doubts;
   std::unordered_set<std::uint32_t> noted_coordinates;
+  // Shape nodes whose vertex colours have been counted.
+  std::unordered_set<std::uint32_t> counted_colors;
+  // Part nodes that are shown by another level than the wanted one, and that lose colours: counted once.
+  std::unordered_set<std::uint32_t> told_levels;
+  std::unordered_set<std::uint32_t> told_colors;
   // Segments of exact geometry whose losses have been told.
   std::set<Guid> reported_segments;
 

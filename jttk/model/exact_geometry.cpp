@@ -14,44 +14,9 @@ namespace {
 constexpr double kMillimetres = 1000;
 constexpr std::size_t kMaxToldFaces = 100;  // of one segment
 
-bool isExactGeometry(std::int32_t segment_type) {
-  switch (static_cast<SegmentType>(segment_type)) {
-    case SegmentType::JtBrep:
-    case SegmentType::XtBrep:
-    case SegmentType::Ulp:
-    case SegmentType::Lwpa:
-    case SegmentType::MultiXtBrep:
-      return true;
-    default:
-      return false;
-  }
-}
-
 bool canBeRead(std::int32_t segment_type) {
   const auto type = static_cast<SegmentType>(segment_type);
   return type == SegmentType::XtBrep || type == SegmentType::MultiXtBrep;
-}
-
-const char* typeName(std::int32_t segment_type) {
-  switch (static_cast<SegmentType>(segment_type)) {
-    case SegmentType::JtBrep:
-      return "JT B-Rep";
-    case SegmentType::Ulp:
-      return "ULP";
-    case SegmentType::Lwpa:
-      return "LWPA";
-    default:
-      return "an unknown kind";
-  }
-}
-
-// What stands in the table of contents counts, then what the node says.
-std::int32_t typeOf(const Document& document, const LateLoaded& entry) {
-  if (const TocEntry* listed = document.file->find(entry.segment)) {
-    return static_cast<std::int32_t>(listed->type);
-  }
-  if (document.graph.text(entry.key) == kXtBrepKey) return static_cast<std::int32_t>(SegmentType::XtBrep);
-  return entry.segment_type;
 }
 
 template <typename T>
@@ -111,6 +76,56 @@ ShapeGeometry withOddStrips(ShapeGeometry geometry) {
 
 }  // namespace
 
+bool isGeometryOfItsOwn(std::int32_t segment_type) {
+  switch (static_cast<SegmentType>(segment_type)) {
+    case SegmentType::SceneGraph:
+    case SegmentType::Pmi:
+    case SegmentType::MetaData:
+    case SegmentType::Wireframe:
+    case SegmentType::Stt:
+    case SegmentType::Information:
+      return false;
+    default:
+      return segment_type < static_cast<std::int32_t>(SegmentType::Shape) ||
+             segment_type > static_cast<std::int32_t>(SegmentType::ShapeLod9);
+  }
+}
+
+// What stands in the table of contents counts, then what the node says.
+std::int32_t segmentType(const Document& document, const LateLoaded& entry) {
+  if (const TocEntry* listed = document.file->find(entry.segment)) {
+    return static_cast<std::int32_t>(listed->type);
+  }
+  if (document.graph.text(entry.key) == kXtBrepKey) return static_cast<std::int32_t>(SegmentType::XtBrep);
+  return entry.segment_type;
+}
+
+const LateLoaded* unreadGeometry(const Document& document, const Node& node) {
+  for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
+    const LateLoaded& entry = document.graph.late_loaded[node.late_loaded.first + i];
+    if (isGeometryOfItsOwn(segmentType(document, entry))) return &entry;
+  }
+  return nullptr;
+}
+
+std::string unreadText(std::int32_t segment_type) {
+  switch (static_cast<SegmentType>(segment_type)) {
+    case SegmentType::JtBrep:
+      return "exact geometry of this kind (JT B-Rep) cannot be read";
+    case SegmentType::XtBrep:
+    case SegmentType::MultiXtBrep:
+      return "exact geometry (XT B-Rep) cannot be read at this place";
+    case SegmentType::Ulp:
+      return "exact geometry of this kind (ULP) cannot be read";
+    case SegmentType::Lwpa:
+      return "exact geometry of this kind (LWPA) cannot be read";
+    case SegmentType::StepBrep:
+      return "exact geometry of this kind (STEP B-Rep) cannot be read";
+    default:
+      return "a segment of this kind (type " + std::to_string(segment_type) + ") cannot be read";
+  }
+}
+
 struct ExactGeometry::Losses {
   struct Loss {
     const Found* found;
@@ -126,15 +141,19 @@ ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : 
     const Node& node = ref.data();
     for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
       const LateLoaded& entry = document.graph.late_loaded[node.late_loaded.first + i];
-      const std::int32_t type = typeOf(document, entry);
+      const std::int32_t type = segmentType(document, entry);
       const auto is_known = [&](const Found& f) { return f.id == entry.segment && f.node.way == ref.way; };
-      if (!isExactGeometry(type) || std::any_of(segments_.begin(), segments_.end(), is_known)) continue;
+      if (!isGeometryOfItsOwn(type) || std::any_of(segments_.begin(), segments_.end(), is_known)) continue;
       segments_.push_back({ref, entry.segment, type});
     }
   }
   // Beside the kind that can be read, the others tell the same geometry once more.
   const auto is_other = [](const Found& f) { return !canBeRead(f.type); };
   if (!std::all_of(segments_.begin(), segments_.end(), is_other)) std::erase_if(segments_, is_other);
+}
+
+bool ExactGeometry::isOfAReadableKind() const {
+  return !segments_.empty() && canBeRead(segments_.front().type);
 }
 
 std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& values,
@@ -216,9 +235,7 @@ ShapeGeometry ExactGeometry::triangles(const Found& found, const brep::Bodies& b
 }
 
 Result<std::vector<brep::Bodies>> ExactGeometry::read(const Found& found) {
-  if (!canBeRead(found.type)) {
-    return fail(std::string("exact geometry of this kind (") + typeName(found.type) + ") cannot be read", 0);
-  }
+  if (!canBeRead(found.type)) return fail(unreadText(found.type), 0);
   const JtFile& file = *found.node.document().file;
   const TocEntry* listed = file.find(found.id);
   if (listed == nullptr) return fail("is not in the table of contents", 0);

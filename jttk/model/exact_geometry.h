@@ -12,6 +12,15 @@
 
 namespace jttk {
 
+// Whether segments of a type hold geometry that is no shape's: exact geometry of any kind, and what nobody
+// knows.
+[[nodiscard]] bool isGeometryOfItsOwn(std::int32_t segment_type);
+[[nodiscard]] std::int32_t segmentType(const Document& document, const LateLoaded& entry);
+// The first such segment that hangs on the node; null when there is none.
+[[nodiscard]] const LateLoaded* unreadGeometry(const Document& document, const Node& node);
+// Why a segment of such a type gives nothing.
+[[nodiscard]] std::string unreadText(std::int32_t segment_type);
+
 class ExactGeometry {
  public:
   // `chain`: the nodes that are the part, which hold the segments; it outlives this object.
@@ -19,6 +28,9 @@ class ExactGeometry {
 
   // Whether the part has segments of exact geometry, of whatever kind.
   [[nodiscard]] bool exists() const { return !segments_.empty(); }
+
+  // Whether the segments are of a kind that can be read; if they can be is known when they are asked for.
+  [[nodiscard]] bool isOfAReadableKind() const;
 
   // The part as strips, the first triangle of each counter-clockwise seen from outside, each with an odd
   // number of corners: read backwards, such a strip turns over. Null when nothing can be made. `box` is the

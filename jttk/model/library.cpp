@@ -21,6 +21,7 @@ Library::Library(std::unique_ptr<Document> main, bool allow_outside, std::vector
   documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
   ways_.push_back({document, nullptr});
   tellDamage(*document);
+  notes_.addFile(*document);
 }
 
 const FileWay* Library::follow(NodeRef partition) {
@@ -81,6 +82,7 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
     if (document) {
       entry->second = std::move(*document);
       tellDamage(*entry->second);
+      notes_.addFile(*entry->second);
     } else {
       failures_[canonical] = host::toHostPath(path) + ": " + document.error().text();
     }
@@ -154,6 +156,10 @@ void Library::lost(const std::string& part, const std::string& reason) {
   diag::programSeams().observer->lost(part, reason);
   // A line break in a name would begin a line that looks like a message of its own.
   JtkInfo::post(JtkInfo::JtkERRORS) << host::shownText(part + ": " + reason) << '\n';
+}
+
+void Library::tellNotes() {
+  for (const std::string& text : notes_.sentences()) note(text);
 }
 
 void Library::note(const std::string& text) { diag::programSeams().observer->note(text); }

@@ -12,6 +12,7 @@
 
 #include "jttk/model/document.h"
 #include "jttk/model/file_finder.h"
+#include "jttk/model/model_notes.h"
 #include "jttk/model/product.h"
 
 namespace jttk {
@@ -31,6 +32,10 @@ class Library {
   void note(const std::string& text);
   // The note of a segment that was read, if it has one and it is the first time.
   void noteSegment(Document& document, const Segment& segment);
+
+  // What is told at the end of the model.
+  [[nodiscard]] ModelNotes& notes() { return notes_; }
+  void tellNotes();
 
   // True when any file that was opened so far has a material on a node.
   [[nodiscard]] bool hasMaterials() const { return has_materials_; }
@@ -65,6 +70,7 @@ class Library {
   std::deque<FileWay> ways_;
   std::map<std::pair<Document*, const FileWay*>, const FileWay*> known_ways_;
   std::set<std::pair<const Document*, std::string>> noted_tails_;
+  ModelNotes notes_;
   bool has_materials_ = false;
   bool names_given_ = false;
 };

@@ -81,8 +81,13 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node, MemoryB
   const SceneGraph& graph = document.graph;
   const std::uint32_t entry = geometryEntry(document, node);
   const std::string what = std::string(kindName(node.kind)) + " " + std::to_string(node.id);
-  if (entry == kNone && countsNothing(graph, node)) return ShapeGeometry{};
-  if (entry == kNone) return fail(what + " has no geometry segment", 0);
+  if (entry == kNone) {
+    if (const LateLoaded* unread = unreadGeometry(document, node)) {
+      return fail("segment " + unread->segment.text() + ": " + unreadText(segmentType(document, *unread)), 0);
+    }
+    if (countsNothing(graph, node)) return ShapeGeometry{};
+    return fail(what + " has no geometry segment", 0);
+  }
   const Guid& id = graph.late_loaded[entry].segment;
   const std::string place = "segment " + id.text();
   const TocEntry* listed = document.file->find(id);
@@ -157,6 +162,7 @@ Model::Model(std::unique_ptr<Document> main)
 Model::~Model() {
   try {
     tellOwnTransforms();
+    library_.tellNotes();
   } catch (...) {
     // Without memory for it there is no note.
   }
@@ -324,9 +330,15 @@ std::shared_ptr<const ShapeArrays> Model::countMemory(ShapeArrays arrays, std::u
           }};
 }
 
+bool Model::isPlaceholder(NodeRef shape) {
+  const Document& document = shape.document();
+  return geometryEntry(document, shape.data()) == kNone && unreadGeometry(document, shape.data()) != nullptr;
+}
+
 std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::string& part_name) {
   Document& document = shape.document();
   if (document.reported.contains(shape.node)) return nullptr;
+  if (latest_ && latest_document_ == &document && latest_node_ == shape.node) return latest_;
   const ShapeCache::Key key{&document, shape.node, 0, 0};
   if (auto kept = cache_.find(key)) return kept;
   const std::uint64_t before = memory_->taken();
@@ -344,12 +356,19 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
   }
   tellFacts(shape, part_name, geometry->facts);
   checkCoordinates(shape, part_name, *geometry);
+  if (!geometry->colors.empty() && document.counted_colors.insert(shape.node).second) {
+    library_.notes().add(ModelNotes::Kind::VertexColors, 1);
+  }
   auto arrays = countMemory(makeShapeArrays(std::move(*geometry), shape.data().kind), before);
   cache_.keep(key, arrays);
+  latest_document_ = &document;
+  latest_node_ = shape.node;
+  latest_ = arrays;
   return arrays;
 }
 
 void Model::releaseShapes() {
+  latest_.reset();
   for (ShapeObject* shape : holding_) shape->release();
   holding_.clear();
   for (ExactGeometry* exact : holding_exact_) exact->release();

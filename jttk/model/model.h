@@ -62,11 +62,15 @@ class Model {
   // True when any node of the model has a material. Opens files until one is found.
   bool hasMaterials();
 
-  // The decoded arrays of a shape node; null when it is damaged, which is told once.
+  // The decoded arrays of a shape node; null when it is damaged, which is told once. The latest ones are kept
+  // until the next releaseShapes, however large they are: whoever looks at a shape before he asks for it does
+  // not pay twice.
   std::shared_ptr<const ShapeArrays> shapeArrays(NodeRef shape, const std::string& part_name);
   // An instance whose part has a transform of its own. Told when the model ends, with a count: whoever
   // places a part by its instance does not see that transform.
   void noteOwnTransform(const std::string& instance);
+  // Whether a shape node has no shape segment but one of a kind that is not read.
+  [[nodiscard]] static bool isPlaceholder(NodeRef shape);
   // A shape that holds its arrays until the next releaseShapes.
   void holds(ShapeObject* shape) { holding_.push_back(shape); }
   // The same for what was made of exact geometry.
@@ -113,6 +117,9 @@ class Model {
   std::deque<Matrix> matrices_;
   std::vector<JtkHierarchy*> objects_;
   std::map<PartKey, JtkHierarchy*> parts_;
+  const Document* latest_document_ = nullptr;
+  std::uint32_t latest_node_ = kNone;
+  std::shared_ptr<const ShapeArrays> latest_;
   std::vector<ShapeObject*> holding_;
   std::vector<ExactGeometry*> holding_exact_;
   std::size_t places_ = 0;

@@ -150,26 +150,23 @@ const std::vector<Level>& PartObject::levels() {
   if (product_.content.node != kNone) {
     Collector collector(model_, *levels_);
     collector.run(product_, below_);
-    if (!collector.hidesFinest()) dropEmptyLevels();
+    if (collector.hidesFinest()) {
+      // What is hidden is not to be seen, in no other form either.
+      levels_->erase(levels_->begin(), levels_->begin() + static_cast<std::ptrdiff_t>(wantedLevel(*levels_)));
+    } else {
+      chooseFirstLevel();
+    }
   }
   // Whoever comes from an instance never asks for tessellation and takes level 0 as it is.
   if (met_ == Met::AsTarget && wantsExactGeometry() && exactArrays()) offerExactGeometry();
   if (levels_->empty()) noteWireframe();
+  if (!exact_.exists() && levelZeroIsEmpty() && !hidesItsShapes()) tellUnreadGeometry();
   return *levels_;
-}
-
-// Some files have nothing in their finest level: its place was meant for exact geometry. Where that cannot be
-// had, the first level with shapes is the finest.
-void PartObject::dropEmptyLevels() {
-  const auto with_shapes =
-      std::find_if(levels_->begin(), levels_->end(), [](const Level& level) { return !level.empty(); });
-  if (with_shapes == levels_->begin() || with_shapes == levels_->end()) return;
-  if (exact_.exists() && exact_.arrays(latestTessValues(), name(), box(), true)) return;
-  levels_->erase(levels_->begin(), with_shapes);
 }
 
 // Null shapes are shapes that show nothing.
 bool PartObject::levelZeroIsEmpty() const {
+  if (level_zero_yields_) return !*level_zero_yields_;
   if (levels_->empty()) return true;
   const Level& level = levels_->front();
   return std::all_of(level.begin(), level.end(),
@@ -223,6 +220,7 @@ const float* PartObject::box() {
 }
 
 void PartObject::offerExactGeometry() {
+  noteOneColor();
   if (levels_->empty()) levels_->emplace_back();
   Level& level = levels_->front();
   ShapePlace place;
@@ -275,7 +273,9 @@ void PartObject::getShape(JtkShape*& shape, int level, int index) {
 
 int PartObject::requiresTessellation() {
   static_cast<void>(levels());
-  return !offers_exact_ && wantsExactGeometry() && exactArrays() ? 1 : 0;
+  if (offers_exact_ || !wantsExactGeometry() || !exactArrays()) return 0;
+  noteOneColor();
+  return 1;
 }
 
 int PartObject::tessellate(JtkTessParams* parameters, JtkEntityList*& results) {

@@ -46,7 +46,13 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   // Whether level 0 has nothing to show, or what it has is not wanted.
   [[nodiscard]] bool wantsExactGeometry();
   [[nodiscard]] bool levelZeroIsEmpty() const;
-  void dropEmptyLevels();
+  // Decides which level is handed out first (part_levels.cpp), by decoding as much as that takes.
+  void chooseFirstLevel();
+  struct Tried;
+  bool yields(std::size_t level, Tried& tried);
+  void tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried);
+  void tellUnreadGeometry();
+  void noteOneColor();
   [[nodiscard]] bool hidesItsShapes() const;
   std::shared_ptr<const ShapeArrays> exactArrays(const TessValues& values);
   [[nodiscard]] const float* box();
@@ -58,7 +64,12 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   std::optional<std::vector<std::vector<ShapePlace>>> levels_;
   ExactGeometry exact_;
   bool offers_exact_ = false;  // level 0 is the exact geometry
+  // Whether level 0 gives any geometry, where that had to be found out.
+  std::optional<bool> level_zero_yields_;
   std::optional<std::array<float, 6>> box_;
 };
+
+// The level that the settings ask for, as an index of these levels; 0 where there are none.
+[[nodiscard]] std::size_t wantedLevel(const std::vector<std::vector<PartObject::ShapePlace>>& levels);
 
 }  // namespace jttk

@@ -10,6 +10,7 @@ namespace jttk {
 inline constexpr std::string_view kNameKey = "JT_PROP_NAME";
 inline constexpr std::string_view kUnitsKey = "JT_PROP_MEASUREMENT_UNITS";
 inline constexpr std::string_view kXtBrepKey = "JT_LLPROP_XTBREP";
+inline constexpr std::string_view kPmiKey = "JT_LLPROP_PMI";
 inline constexpr std::string_view kShapeKey = "JT_LLPROP_SHAPEIMPL";
 
 // An atom that nodes may refer to; numbers and dates are known by id only.

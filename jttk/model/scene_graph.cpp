@@ -27,6 +27,8 @@ void readGraphElements(ByteReader& reader, Version version, SceneGraph& graph,
         graph.addDamage(kNone, element.body.error().in(kindName(*kind) + place));
       }
     } else if (const auto attribute = attributeKind(element.kind)) {
+      graph.lights += isLight(element.kind) ? 1U : 0U;
+      graph.textures += isTexture(element.kind) ? 1U : 0U;
       if (!readAttribute(element, *attribute, version, graph)) {
         graph.addDamage(kNone, element.body.error().in("attribute" + place));
       }

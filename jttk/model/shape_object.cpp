@@ -65,11 +65,11 @@ bool ShapeObject::acquire() {
   return true;
 }
 
-ShapeObject::Set ShapeObject::set(int index) {
-  if (index < 0 || index >= primitive_count_ || !acquire()) return {0, 0};
+std::optional<ShapeObject::Set> ShapeObject::set(int index) {
+  if (index < 0 || index >= primitive_count_ || !acquire()) return std::nullopt;
   const auto& starts = arrays_->geometry.primitive_starts;
   const std::size_t first = starts[static_cast<std::size_t>(index)];
-  return {first, starts[static_cast<std::size_t>(index) + 1] - first};
+  return Set{first, starts[static_cast<std::size_t>(index) + 1] - first};
 }
 
 int ShapeObject::getPrimitiveSetArrays(int set_index, float*& vertices, int& vertex_count, float*& normals,
@@ -78,9 +78,9 @@ int ShapeObject::getPrimitiveSetArrays(int set_index, float*& vertices, int& ver
   colors = nullptr;
   texture_coordinates = nullptr;
   if (copyGeometry(set_index, false, vertices, vertex_count, normals, normal_count) == 0) return 0;
-  const auto [first, count] = set(set_index);
+  const auto [first, count] = *set(set_index);
   const ShapeGeometry& geometry = arrays_->geometry;
-  if (geometry.corner_records.empty()) return 1;
+  if (count == 0 || geometry.corner_records.empty()) return 1;
   const std::uint32_t* records = geometry.corner_records.data() + first;
   if (!geometry.colors.empty()) {
     colors = gather(geometry.colors, 4, records, count);
@@ -102,11 +102,13 @@ int ShapeObject::copyGeometry(int set_index, bool backwards, float*& vertices, i
                               float*& normals, int& normal_count) {
   vertices = nullptr;
   normals = nullptr;
-  const auto [first, count] = set(set_index);
-  if (count == 0) return 0;
+  const std::optional<Set> found = set(set_index);
+  if (!found) return 0;
+  const auto [first, count] = *found;
+  vertex_count = static_cast<int>(count);
+  if (count == 0) return 1;
   const ShapeGeometry& geometry = arrays_->geometry;
   vertices = gather(geometry.positions, 3, geometry.corner_positions.data() + first, count);
-  vertex_count = static_cast<int>(count);
   if (!geometry.normals.empty() && !geometry.corner_records.empty()) {
     normals = gather(geometry.normals, 3, geometry.corner_records.data() + first, count);
     normal_count = static_cast<int>(count);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "jttk/model/model.h"
@@ -38,12 +39,13 @@ class ShapeObject final : public JtkShape {
   [[nodiscard]] const ShapeArrays* arrays() const { return arrays_.get(); }
 
  private:
+  // A stretch of the corners.
   struct Set {
     std::size_t first;
     std::size_t count;
   };
-  // Empty when there is no such set.
-  Set set(int index);
+  // Nothing when there is no such set.
+  std::optional<Set> set(int index);
   void takeFacts();
   int copyGeometry(int set_index, bool backwards, float*& vertices, int& vertex_count, float*& normals,
                    int& normal_count);

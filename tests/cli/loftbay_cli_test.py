@@ -107,7 +107,26 @@ class Usage(CliTest):
         self.assertFalse(os.path.exists(self.out))
 
 
+    def test_a_level_of_detail_must_be_a_number_or_one_of_two_words(self):
+        for text in ("fine", "-1", "1.5", "", "99999999999"):
+            result = self.run_program(SAMPLE, self.out, f"--lod={text}")
+            self.assertEqual(result.returncode, 2, text)
+            self.assertFalse(os.path.exists(self.out))
+        self.assertIn(b"--lod", self.run_program("--help").stdout)
+
+
 class Conversion(CliTest):
+    def test_a_level_of_detail_is_converted_in_a_batch_too(self):
+        triangles = {}
+        for level in ("finest", "0", "1", "coarsest", "9"):
+            report = self.report(self.run_program(SAMPLE, self.out, "--json", "--lod", level))
+            triangles[level] = report["counts"]["triangles"]
+            batch = self.run_program(SAMPLE, "--out-dir", self.folder, "--json", "--lod", level)
+            self.assertEqual(json.loads(batch.stdout)[0]["counts"]["triangles"], triangles[level])
+        self.assertEqual(triangles["finest"], triangles["0"])
+        self.assertLess(triangles["1"], triangles["0"])
+        self.assertEqual({triangles["coarsest"], triangles["9"]}, {triangles["1"]})
+
     def test_converts_and_tells_it_on_standard_error_only(self):
         result = self.run_program(SAMPLE, self.out)
         self.assertEqual((result.returncode, result.stdout), (0, b""), result.stderr)
@@ -646,8 +665,9 @@ class Info(CliTest):
         result = self.run_program("info", model, "--json")
         self.assertEqual(result.returncode, 1)
         losses = json.loads(result.stdout)["cannot_be_converted"]
-        self.assertEqual(len(losses), 1)
+        self.assertEqual(len(losses), 2)
         self.assertIn("are not known", losses[0]["reason"])
+        self.assertIn("level of detail 0 cannot be read; level 1 is shown instead", losses[1]["reason"])
         text = self.run_program("info", model)
         self.assertEqual(text.returncode, 1)
         self.assertIn(b"Cannot be converted:", text.stdout)

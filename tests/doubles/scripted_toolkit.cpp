@@ -181,6 +181,7 @@ int Shape::getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_
   called("getPrimitiveSetGeometry(" + std::to_string(set_index) + ")");
   if (set_index < 0 || static_cast<std::size_t>(set_index) >= sets.size()) return 0;
   const Set& set = sets[static_cast<std::size_t>(set_index)];
+  vertex_count = 0;
   give(set.vertices, vertices, vertex_count);
   if (set.claimed_vertices) vertex_count = *set.claimed_vertices;
   give(set.normals, normals, normal_count);

@@ -49,6 +49,11 @@ class Loaded {
     if (node->typeID() != JtkEntity::JtkINSTANCE) return node;
     return static_cast<JtkInstance*>(node)->getReferencedNode();
   }
+  // The end of the model, at which notes are told that count something.
+  void close() {
+    if (root_ != nullptr) root_->unref();
+    root_ = nullptr;
+  }
   [[nodiscard]] std::vector<std::string> tree() const { return walk(root_).nodes; }
 
   Recorder recorder;

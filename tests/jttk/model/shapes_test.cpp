@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "host/path.h"
+#include "jttk/model/part.h"
 #include "jttk/model/shape_arrays.h"
 #include "jttk/model/shape_object.h"
 #include "jttk/settings.h"
@@ -332,6 +333,39 @@ TEST(Shapes, ArraysThatDoNotExistAreNullAndTheirCountsStay) {
   EXPECT_EQ(shape->getPrimitiveSetArrays(shape->getPrimitiveSetCount(), arrays[0], counts[0], arrays[1],
                                          counts[1], arrays[2], counts[2], arrays[3], counts[3]),
             0);
+}
+
+TEST(Shapes, ASetWithoutVerticesIsThereAndCountsNothing) {
+  GraphBuilder graph = partOf({});
+  const Loaded model(graph);
+  ShapeArrays arrays;
+  arrays.type = JtkEntity::JtkTRISTRIPSET;
+  arrays.geometry.positions = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+  arrays.geometry.normals = {0, 0, 1};
+  arrays.geometry.primitive_starts = {0, 0, 3};
+  arrays.geometry.corner_positions = {0, 1, 2};
+  arrays.geometry.corner_records = {0, 0, 0};
+  jttk::ShapeObject shape(static_cast<jttk::PartObject*>(model.root())->model(),
+                          std::make_shared<const ShapeArrays>(arrays));
+  for (const int set : {0, 1, 2}) {
+    float* a[4] = {};
+    int counts[4] = {-1, -1, -1, -1};
+    const int exists = set < 2 ? 1 : 0;
+    const int vertices = set == 0 ? 0 : set == 1 ? 3 : -1;
+    EXPECT_EQ(
+        shape.getPrimitiveSetArrays(set, a[0], counts[0], a[1], counts[1], a[2], counts[2], a[3], counts[3]),
+        exists);
+    EXPECT_EQ(counts[0], vertices) << set;
+    EXPECT_EQ(a[0] != nullptr, vertices > 0);
+    EXPECT_EQ(a[1] != nullptr, vertices > 0);
+    EXPECT_THAT(std::vector<int>(counts + 2, counts + 4), ElementsAre(-1, -1));
+    for (const float* array : a) delete[] array;
+    counts[0] = -1;
+    EXPECT_EQ(shape.getPrimitiveSetGeometry(set, a[0], counts[0], a[1], counts[1]), exists);
+    EXPECT_EQ(counts[0], vertices) << set;
+    delete[] a[0];
+    delete[] a[1];
+  }
 }
 
 TEST(Shapes, AreReadAgainAfterTheTraverserHasLeftThePart) {

@@ -1,0 +1,46 @@
+// What a model holds and the scene has no place for, and what stands in for something else: counted while the
+// model is read, and told at its end, each once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace jttk {
+
+struct Document;
+
+class ModelNotes {
+ public:
+  enum class Kind : std::uint8_t {
+    Pmi,                // segments of product manufacturing information
+    VertexColors,       // shapes
+    Textures,           // texture images
+    Lights,             // infinite and point lights
+    Layers,             // properties of nodes
+    CoarserLevel,       // parts that are shown by another level because the wanted one is empty
+    CoarserThanUnread,  // parts that are shown by facets because their exact geometry is of no kind that is
+                        // read
+    SeveralColors,      // parts whose facets had several colours, and whose exact geometry has one
+  };
+
+  void add(Kind kind, std::size_t count) { entries_[static_cast<std::size_t>(kind)].count += count; }
+  // `name`: of what it happened to; the first few are told.
+  void add(Kind kind, const std::string& name);
+  // What the file of `document` says as a whole. Once for each file.
+  void addFile(const Document& document);
+
+  // One sentence for each kind that was met.
+  [[nodiscard]] std::vector<std::string> sentences() const;
+
+ private:
+  static constexpr std::size_t kKinds = 8;
+  struct Entry {
+    std::size_t count = 0;
+    std::vector<std::string> names;
+  };
+  Entry entries_[kKinds];
+};
+
+}  // namespace jttk

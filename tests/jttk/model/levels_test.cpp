@@ -1,0 +1,280 @@
+// Which level of detail is handed out as the first, what is told of it, and what is told of things that the
+// scene has no place for.
+#include <gmock/gmock.h>
+
+#include "jttk/inspect.h"
+#include "jttk/model/part.h"
+#include "jttk/settings.h"
+#include "tests/jttk/model/loaded.h"
+#include "tests/jttk/support/jt_shapes.h"
+#include "tests/jttk_brep/models.h"
+
+namespace {
+
+using jttk::Guid;
+using jttk::testing::Bytes;
+using jttk::testing::GraphBuilder;
+using jttk::testing::Ids;
+using jttk::testing::Loaded;
+using jttk::testing::partOf;
+using jttk::testing::shapeOf;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr Guid kSegment{7, 1, 2, {}};
+
+Bytes box() {
+  auto model = jttk::brep::models::box(0.02, 0.03, 0.05);
+  model.finish();
+  return jttk::brep::segmentOf(model);
+}
+
+class FirstLevel : public testing::Test {
+ protected:
+  ~FirstLevel() override { jttk::settings() = {}; }
+
+  enum class Holds { Nothing, NullShape, EmptyMesh, Damage, Ulp, Shapes };
+  // A part, node 1, with a level of one group for each of `levels`; group k has k + 1 shapes, so that the
+  // number of shapes tells which level it was.
+  static GraphBuilder withLevels(const std::vector<Holds>& levels) {
+    Ids groups;
+    for (std::size_t k = 0; k < levels.size(); ++k) groups.push_back(static_cast<int>(10 + k));
+    GraphBuilder graph = partOf({2});
+    graph.rangeLod(2, groups);
+    int id = 100;
+    for (std::size_t k = 0; k < levels.size(); ++k) {
+      Ids shapes;
+      for (std::size_t i = 0; i <= k && levels[k] != Holds::Nothing; ++i) {
+        shapes.push_back(id);
+        add(graph, id++, levels[k]);
+      }
+      graph.group(groups[k], shapes);
+    }
+    return graph;
+  }
+  static void add(GraphBuilder& graph, int id, Holds what) {
+    switch (what) {
+      case Holds::Nothing:
+        break;
+      case Holds::NullShape:
+        graph.nullShape(id);
+        break;
+      case Holds::EmptyMesh:
+        graph.triStripsOfNothing(id);
+        break;
+      case Holds::Damage:
+        graph.emptyTriStrips(id).lateLoaded("JT_LLPROP_SHAPEIMPL", {9, 9, 9, {}}, 7);
+        break;
+      case Holds::Ulp:
+        graph.emptyTriStrips(id).lateLoaded("JT_LLPROP_ULP", {8, 8, 8, {}}, 20);
+        break;
+      case Holds::Shapes:
+        graph.triStrips(id);
+        break;
+    }
+  }
+  // The number of shapes of every level.
+  static std::vector<int> levelsOf(JtkHierarchy* node) {
+    auto* part = static_cast<JtkPart*>(node);
+    std::vector<int> counts;
+    for (int level = 0; level < part->numShapeLODs(); ++level) counts.push_back(part->numShapes(level));
+    return counts;
+  }
+};
+
+TEST_F(FirstLevel, IsTheFirstOneWithGeometryAndEmptyOnesBeforeItAreNoted) {
+  for (const Holds empty : {Holds::Nothing, Holds::NullShape, Holds::EmptyMesh}) {
+    Loaded model(withLevels({empty, empty, Holds::Shapes, Holds::Shapes}));
+    EXPECT_THAT(levelsOf(model.root()), ElementsAre(3, 4));
+    EXPECT_NE(shapeOf(model.root(), 0, 0), nullptr);
+    model.close();
+    EXPECT_THAT(model.recorder.losses, IsEmpty());
+    EXPECT_THAT(
+        model.recorder.notes,
+        ElementsAre("1 part is shown by another level of detail because the wanted one is empty: part"));
+  }
+}
+
+TEST_F(FirstLevel, AStepDownBecauseOfDamageIsALoss) {
+  Loaded model(withLevels({Holds::Damage, Holds::Shapes}));
+  EXPECT_THAT(levelsOf(model.root()), ElementsAre(2));
+  model.close();
+  EXPECT_THAT(
+      model.recorder.losses,
+      ElementsAre(AllOf(HasSubstr("part: "), HasSubstr("is not in the table of contents")),
+                  AllOf(HasSubstr("part: "), HasSubstr("machine.jt: level of detail 0 cannot be read; "
+                                                       "level 1 is shown instead"))));
+  EXPECT_THAT(model.recorder.notes, IsEmpty());
+}
+
+TEST_F(FirstLevel, ALevelWithOneGoodShapeStays) {
+  GraphBuilder graph = partOf({2});
+  graph.rangeLod(2, {3, 6});
+  graph.group(3, {4, 5});
+  add(graph, 4, Holds::Damage);
+  add(graph, 5, Holds::Shapes);
+  graph.triStrips(6);
+  Loaded model(graph);
+  EXPECT_THAT(levelsOf(model.root()), ElementsAre(2, 1));
+  EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
+  EXPECT_NE(shapeOf(model.root(), 0, 1), nullptr);
+  model.close();
+  EXPECT_EQ(model.recorder.losses.size(), 1U);
+}
+
+TEST_F(FirstLevel, APlaceholderForGeometryThatIsNotReadIsNotedWhereFacetsStandIn) {
+  Loaded model(withLevels({Holds::Ulp, Holds::Shapes}));
+  EXPECT_THAT(levelsOf(model.root()), ElementsAre(2));
+  model.close();
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
+  EXPECT_THAT(model.recorder.notes,
+              ElementsAre(HasSubstr("exact geometry is of a kind that is not read: part")));
+}
+
+TEST_F(FirstLevel, WhereNothingYieldsTheLossNamesTheKind) {
+  const Loaded model(withLevels({Holds::Ulp}));
+  EXPECT_THAT(levelsOf(model.root()), ElementsAre(1));
+  EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
+  EXPECT_THAT(model.recorder.losses, ElementsAre(AllOf(HasSubstr("part: "), HasSubstr("ULP"))));
+}
+
+TEST_F(FirstLevel, ExactGeometryThatIsReadComesBeforeCoarserLevels) {
+  for (const Holds first : {Holds::NullShape, Holds::Damage}) {
+    GraphBuilder graph = withLevels({first, Holds::Shapes});
+    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+    graph.exactGeometry(kSegment, box());
+    const Loaded model(graph);
+    EXPECT_EQ(static_cast<JtkPart*>(model.root())->requiresTessellation(), 1);
+    EXPECT_EQ(model.recorder.losses.size(), first == Holds::Damage ? 1U : 0U);
+  }
+}
+
+TEST_F(FirstLevel, DamagedExactGeometryBesideShapesThatShowNothingIsALoss) {
+  for (const bool wanted : {true, false}) {
+    jttk::settings().exact_geometry = wanted;
+    GraphBuilder graph = withLevels({Holds::EmptyMesh, Holds::NullShape});
+    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+    graph.exactGeometry(kSegment, Bytes(20));
+    const Loaded model(graph);
+    for (int twice = 0; twice < 2; ++twice) {
+      EXPECT_EQ(static_cast<JtkPart*>(model.root())->requiresTessellation(), 0);
+    }
+    EXPECT_EQ(model.recorder.losses.size(), 1U);
+  }
+}
+
+TEST_F(FirstLevel, IsDecodedOnceWhateverTheCacheHolds) {
+  jttk::settings().shape_cache_bytes = 0;
+  GraphBuilder graph = withLevels({Holds::Shapes, Holds::Shapes});
+  const Loaded model(graph);
+  auto* part = static_cast<jttk::PartObject*>(model.root());
+  EXPECT_THAT(levelsOf(part), ElementsAre(1, 2));
+  const auto decoded = part->model().shapeArrays(part->levels()[0][0].ref, "part");
+  EXPECT_EQ(static_cast<jttk::ShapeObject*>(shapeOf(part, 0, 0))->arrays(), decoded.get());
+  // And it is not kept for longer than the part is visited.
+  const std::weak_ptr<const jttk::ShapeArrays> watched = decoded;
+  EXPECT_EQ(decoded.use_count(), 3);
+  part->wasLeft();
+  EXPECT_EQ(decoded.use_count(), 1);
+}
+
+TEST_F(FirstLevel, TheSettingNamesALevelAndTheLastStandsForAllBeyondIt) {
+  for (const auto& [wanted, shapes] :
+       {std::pair{0U, 1}, {1U, 2}, {2U, 3}, {7U, 3}, {jttk::kCoarsestLevel, 3}}) {
+    jttk::settings().level_of_detail = wanted;
+    Loaded model(withLevels({Holds::Shapes, Holds::Shapes, Holds::Shapes}));
+    EXPECT_EQ(levelsOf(model.root()).front(), shapes) << wanted;
+    model.close();
+    EXPECT_THAT(model.recorder.losses, IsEmpty());
+    EXPECT_THAT(model.recorder.notes, IsEmpty());
+  }
+}
+
+TEST_F(FirstLevel, FromAnEmptyLevelTheSettingGoesToCoarserOnesThenToFinerOnes) {
+  jttk::settings().level_of_detail = 1;
+  const auto first = [](const std::vector<Holds>& levels) {
+    const Loaded model(withLevels(levels));
+    return levelsOf(model.root()).front();
+  };
+  EXPECT_EQ(first({Holds::Shapes, Holds::NullShape, Holds::Nothing, Holds::Shapes}), 4);
+  EXPECT_EQ(first({Holds::Shapes, Holds::Shapes, Holds::Nothing}), 2);
+  EXPECT_EQ(first({Holds::Shapes, Holds::NullShape, Holds::Nothing}), 1);
+}
+
+// Whatever a part's only geometry is, it is told by name: also what hangs below the part, and to who asks for
+// a description.
+TEST(UnreadGeometry, IsALossThatNamesTheType) {
+  for (const auto& [type, name] :
+       {std::pair{20, "ULP"}, {24, "LWPA"}, {2, "JT B-Rep"}, {33, "STEP B-Rep"}, {77, "type 77"}}) {
+    for (const int node : {1, 2, 3}) {
+      GraphBuilder graph = partOf({2});
+      graph.group(2, {3});
+      graph.nullShape(3);
+      GraphBuilder::NodeSettings(graph, node).lateLoaded("JT_LLPROP_OTHER", kSegment, type);
+      const Loaded model(graph);
+      auto* part = static_cast<JtkPart*>(model.root());
+      static_cast<void>(part->requiresTessellation());
+      static_cast<void>(part->numShapeLODs());
+      EXPECT_THAT(model.recorder.losses, ElementsAre(AllOf(HasSubstr("part: "), HasSubstr(name)))) << node;
+    }
+  }
+}
+
+TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
+  jttk::testing::ShapeOptions colors;
+  colors.bindings = 0x12;
+  constexpr Guid kLight{0x10dd1028, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+  constexpr Guid kTexture{0x10dd1073, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+  GraphBuilder graph = partOf({2, 3});
+  graph.setGeometry(jttk::testing::shapeElement(
+      jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9,
+      jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, colors)));
+  graph.triStrips(2).property("JT_LAYER", "7").property("Player::", "one");
+  graph.triStrips(3).property("JT_PROP_LAYER_FILTER", "7");
+  graph.element(20, kLight, Bytes(1));
+  graph.element(21, kTexture, Bytes(1));
+  graph.element(22, kTexture, Bytes(1));
+  GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kSegment, 3).attributes({20, 21, 22});
+  graph.lateSegment(kSegment, 3, Bytes(4));
+  Loaded model(graph);
+  for (int twice = 0; twice < 2; ++twice) {
+    for (const int i : {0, 1}) EXPECT_NE(shapeOf(model.root(), 0, i), nullptr);
+    static_cast<jttk::PartObject*>(model.root())->wasLeft();
+  }
+  EXPECT_THAT(model.recorder.notes, IsEmpty());
+  model.close();
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
+  EXPECT_THAT(model.recorder.notes,
+              ElementsAre("1 segment of product manufacturing information (PMI) is not converted",
+                          "2 shapes have vertex colours, which are not converted",
+                          "2 texture images are not converted", "1 light is not converted",
+                          "2 properties name layers; layers and layer filters are not converted"));
+}
+
+TEST(Dropped, ColoursOfFacetsThatExactGeometryReplacesAreNoted) {
+  jttk::settings().exact_geometry = true;
+  for (const bool different : {true, false}) {
+    GraphBuilder graph = partOf({2, 3});
+    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+    graph.exactGeometry(kSegment, box());
+    graph.material(20, {.diffuse = {0.25F, 0, 0, 1}});
+    graph.material(21, {.diffuse = {different ? 0.5F : 0.25F, 0, 0, 1}});
+    graph.triStrips(2).attributes({20});
+    graph.triStrips(3).attributes({21});
+    Loaded model(graph);
+    for (int twice = 0; twice < 2; ++twice) {
+      EXPECT_EQ(static_cast<JtkPart*>(model.root())->requiresTessellation(), 1);
+    }
+    model.close();
+    EXPECT_EQ(model.recorder.notes.size(), different ? 1U : 0U);
+    if (different) {
+      EXPECT_THAT(model.recorder.notes,
+                  ElementsAre(HasSubstr("1 part has facets of several colours, and the exact geometry")));
+    }
+  }
+  jttk::settings() = {};
+}
+
+}  // namespace
