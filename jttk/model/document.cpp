@@ -19,7 +19,7 @@ Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::un
   }
   const Result<Segment> segment = jt.segment(*entry);
   const std::string place = "segment " + entry->id.text();
-  if (!segment) return tl::unexpected<Error>(segment.error().in(place));
+  if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
   Result<SceneGraph> graph = readSceneGraph(*segment, jt.version(), jt.byteOrder());
   if (!graph) return tl::unexpected<Error>(graph.error().in(place));
   document->graph = std::move(*graph);

@@ -4,6 +4,7 @@
 #include "host/directory.h"
 #include "host/path.h"
 #include "host/shown_text.h"
+#include "jttk/brep/tessellate.h"
 #include "jttk/jttk.h"
 
 namespace jttk {
@@ -16,7 +17,7 @@ Library::Library(std::unique_ptr<Document> main, bool allow_outside) : finder_(m
   // Bytes without a file have no canonical path; the empty key cannot be met again.
   documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
   ways_.push_back({document, nullptr});
-  tellDamage(*document);
+  tellOpened(*document);
 }
 
 const FileWay* Library::follow(NodeRef partition) {
@@ -63,7 +64,7 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
     auto document = openDocument(path);
     if (document) {
       entry->second = std::move(*document);
-      tellDamage(*entry->second);
+      tellOpened(*entry->second);
     } else {
       failures_[canonical] = host::toHostPath(path) + ": " + document.error().text();
     }
@@ -86,6 +87,26 @@ std::vector<const Document*> Library::documents() const {
     if (document && document.get() != mainWay()->document) all.push_back(document.get());
   }
   return all;
+}
+
+void Library::tellOpened(Document& document) {
+  diag::programSeams().observer->opened(host::toHostPath(document.path));
+  tellUnit(document.graph);
+  tellDamage(document);
+}
+
+// The root's unit is the model's; where it states none, what is nearest to the top of the file.
+void Library::tellUnit(const SceneGraph& graph) {
+  const auto tell = [&](const Node& node) {
+    const std::string& name = graph.text(node.units);
+    const auto metres = brep::metresOfUnit(name);
+    if (!metres || unit_told_) return;
+    unit_told_ = true;
+    diag::programSeams().observer->unit(name, *metres);
+  };
+  if (unit_told_) return;
+  if (graph.root < graph.nodes.size()) tell(graph.nodes[graph.root]);
+  for (const Node& node : graph.nodes) tell(node);
 }
 
 void Library::tellDamage(Document& document) {

@@ -50,6 +50,9 @@ class Library {
 
   Document* open(const Reference& reference);
   Document* load(const std::string& path, const std::string& canonical, std::string& reason);
+  // Tells the observer that a file was opened, and what is wrong with it.
+  void tellOpened(Document& document);
+  void tellUnit(const SceneGraph& graph);
   void tellDamage(Document& document);
 
   FileFinder finder_;
@@ -60,6 +63,7 @@ class Library {
   std::deque<FileWay> ways_;
   std::map<std::pair<Document*, const FileWay*>, const FileWay*> known_ways_;
   bool has_materials_ = false;
+  bool unit_told_ = false;
   bool names_given_ = false;
 };
 

@@ -76,7 +76,7 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node) {
   const TocEntry* listed = document.file->find(id);
   if (listed == nullptr) return fail(place + ": is not in the table of contents", 0);
   const Result<Segment> segment = document.file->segment(*listed);
-  if (!segment) return tl::unexpected<Error>(segment.error().in(place));
+  if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
   std::vector<StatedExtent> stated;
   if (node.kind == NodeKind::PrimitiveSet) stated = statedExtents(graph, node);
   Result<ShapeGeometry> geometry =
