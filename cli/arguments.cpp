@@ -1,5 +1,7 @@
 #include "cli/arguments.h"
 
+#include <algorithm>
+
 #include "cli/closest_match.h"
 #include "cli/console.h"
 #include "cli/program.h"
@@ -32,6 +34,21 @@ std::optional<std::string> unknownOption(const CLI::App& app, const std::vector<
 }
 
 }  // namespace
+
+std::vector<std::string> givenOptions(const CLI::App& app, const std::vector<std::string_view>& except) {
+  std::vector<std::string> words;
+  for (const CLI::Option* option : app.get_options()) {
+    if (option->count() == 0 || option->get_lnames().empty() || option->get_group().empty()) continue;
+    const std::string name = "--" + option->get_lnames().front();
+    if (std::find(except.begin(), except.end(), name) != except.end()) continue;
+    if (option->get_items_expected_max() == 0) {
+      words.push_back(name);
+    } else {
+      for (const std::string& value : option->results()) words.push_back(name + "=" + value);
+    }
+  }
+  return words;
+}
 
 int wrongUsage(const std::string& program, const std::string& message) {
   sayLines(program + ": " + message + "\nTry '" + program + " --help'.\n");

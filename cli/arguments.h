@@ -14,6 +14,10 @@ namespace loftbay::cli {
 // or wrong usage explained.
 std::optional<int> parseArguments(CLI::App& app, const std::vector<std::string>& arguments);
 
+// The options that the command line had, each as one word ("--name" or "--name=value"), in the order of their
+// declaration. Those named in `except` and hidden ones are left out.
+std::vector<std::string> givenOptions(const CLI::App& app, const std::vector<std::string_view>& except);
+
 // Prints "program: message" and a hint at --help on standard error; gives the code of wrong usage.
 int wrongUsage(const std::string& program, const std::string& message);
 

@@ -1,14 +1,19 @@
 #include "cli/console.h"
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 #ifdef _WIN32
 #include <windows.h>
 #else
+#include <fcntl.h>
 #include <unistd.h>
-#include <csignal>
 #endif
 
 #include "cli/program.h"
@@ -17,39 +22,152 @@
 
 namespace loftbay::cli {
 
+namespace {
+
+// Never destroyed: the thread that runs it may outlive main.
+std::function<void()>& lastWords() {
+  static auto* const words = new std::function<void()>;
+  return *words;
+}
+
+}  // namespace
+
 #ifdef _WIN32
 
-void exitOnInterrupt() {
+namespace {
+
+struct FoundConsole {
+  bool mode_changed = false;
+  DWORD mode = 0;
+  UINT code_page = 0;  // 0: there is no console
+};
+
+FoundConsole& foundConsole() {
+  static FoundConsole found;
+  return found;
+}
+
+}  // namespace
+
+void exitOnInterrupt(std::function<void()> last_words) {
+  lastWords() = std::move(last_words);
+  // The system calls this on a thread of its own.
   SetConsoleCtrlHandler(
       [](DWORD) -> BOOL {
+        if (lastWords()) lastWords()();
         Orb::Zix::removeInterruptedWrites();
+        putConsoleBack();
         ExitProcess(kInterrupted);
       },
       TRUE);
+}
+
+void callOnInterrupt(void (*handler)(int)) {
+  std::signal(SIGINT, handler);
+  std::signal(SIGTERM, handler);
+}
+
+void setUpConsole() {
+  foundConsole().code_page = GetConsoleOutputCP();
+  SetConsoleOutputCP(CP_UTF8);
+}
+
+void putConsoleBack() noexcept {
+  const FoundConsole& found = foundConsole();
+  if (found.mode_changed) SetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), found.mode);
+  if (found.code_page != 0) SetConsoleOutputCP(found.code_page);
+}
+
+bool consoleTakesEscapes() {
+  HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
+  DWORD mode = 0;
+  if (GetConsoleMode(console, &mode) == 0) return false;
+  if ((mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0) return true;
+  if (SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) == 0) return false;
+  foundConsole().mode = mode;
+  foundConsole().mode_changed = true;
+  return true;
 }
 
 #else
 
 namespace {
 
+constexpr unsigned kSecondsForLastWords = 5;
+constexpr std::array kInterrupts = {SIGINT, SIGTERM, SIGHUP};
+
+int wake_up[2] = {-1, -1};  // a pipe from the handler to the thread of the last words
+
 extern "C" void endInterrupted(int) {
   Orb::Zix::removeInterruptedWrites();
   _exit(kInterrupted);
 }
 
+extern "C" void wakeUp(int) {
+  const int error = errno;
+  alarm(kSecondsForLastWords);
+  if (write(wake_up[1], "", 1) < 0) endInterrupted(0);
+  errno = error;
+}
+
+void handle(int signal, void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
+  sigemptyset(&action.sa_mask);
+  sigaction(signal, &action, nullptr);
+}
+
+void speakWhenWoken() {
+  char byte = 0;
+  while (read(wake_up[0], &byte, 1) < 0 && errno == EINTR) {
+  }
+  lastWords()();
+  endInterrupted(0);
+}
+
+// False when the system gives no pipe or no thread.
+bool startSpeaker() {
+  if (pipe(wake_up) != 0) return false;
+  for (const int end : wake_up) fcntl(end, F_SETFD, FD_CLOEXEC);
+  // No signal may interrupt the thread that tells of it.
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  bool started = true;
+  try {
+    std::thread(speakWhenWoken).detach();
+  } catch (const std::system_error&) {
+    started = false;
+  }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return started;
+}
+
 }  // namespace
 
-void exitOnInterrupt() {
-  struct sigaction action {};
-  action.sa_handler = endInterrupted;
-  sigemptyset(&action.sa_mask);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+void exitOnInterrupt(std::function<void()> last_words) {
+  lastWords() = std::move(last_words);
+  const bool speaks = lastWords() && startSpeaker();
+  if (speaks) handle(SIGALRM, endInterrupted);
+  callOnInterrupt(speaks ? wakeUp : endInterrupted);
+}
+
+void callOnInterrupt(void (*handler)(int)) {
+  for (const int signal : kInterrupts) {
     struct sigaction before {};
     // A shell starts background jobs with these ignored; that stays so.
     if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
-    sigaction(signal, &action, nullptr);
+    handle(signal, handler);
   }
 }
+
+void setUpConsole() {}
+
+void putConsoleBack() noexcept {}
+
+bool consoleTakesEscapes() { return true; }
 
 #endif
 

@@ -1,18 +1,21 @@
-// wmain() of the console programs on Windows: wide arguments become UTF-8, the console shows UTF-8, and
-// standard output keeps its bytes.
+// wmain() of the console programs on Windows: wide arguments become UTF-8, the console shows UTF-8 while
+// the program runs, and standard output keeps its bytes.
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
 
 #include <cstdio>
 
+#include "cli/console.h"
 #include "cli/program.h"
 #include "host/wide_text.h"
 
 int wmain(int argc, wchar_t** argv) {
-  SetConsoleOutputCP(CP_UTF8);
+  loftbay::cli::setUpConsole();
   _setmode(_fileno(stdout), _O_BINARY);
   std::vector<std::string> arguments;
   for (int i = 1; i < argc; ++i) arguments.push_back(loftbay::host::utf8(argv[i]));
-  return loftbay::cli::runProgramCaught(LOFTBAY_PROGRAM, arguments);
+  const int code = loftbay::cli::runProgramCaught(LOFTBAY_PROGRAM, arguments);
+  loftbay::cli::putConsoleBack();
+  return code;
 }

@@ -31,7 +31,8 @@ bool standardErrorIsTerminal() {
 #else
   const bool terminal = isatty(fileno(stderr)) == 1;
 #endif
-  return terminal && !host::environmentVariable("NO_COLOR") && host::environmentVariable("TERM") != "dumb";
+  return terminal && !host::environmentVariable("NO_COLOR") && host::environmentVariable("TERM") != "dumb" &&
+         consoleTakesEscapes();
 }
 
 }  // namespace loftbay::cli

@@ -21,7 +21,8 @@ int runProgram(const std::vector<std::string>& arguments);
 // runProgram with the last catch: an exception becomes a message on standard error and code 1.
 int runProgramCaught(const char* program_name, const std::vector<std::string>& arguments);
 
-// True when standard error is a terminal that may be drawn on (not with NO_COLOR set or TERM=dumb).
+// True when standard error is a terminal that may be drawn on (not with NO_COLOR set or TERM=dumb) and obeys
+// escape sequences.
 bool standardErrorIsTerminal();
 
 }  // namespace loftbay::cli

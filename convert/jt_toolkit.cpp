@@ -7,6 +7,7 @@
 #include "diag/program_seams.h"
 #include "diag/tolerance.h"
 #include "diag/trace_log.h"
+#include "host/path.h"
 
 namespace loftbay::convert {
 
@@ -41,7 +42,7 @@ bool obJt2Zix::InitializeJt() {
   if (probe == nullptr) {
     WriteTraceLog("obJt2Zix::InitializeJt():End - The JT toolkit gives no importer");
     *diag::programSeams().startup_failures << "The JT toolkit gives no importer." << std::endl;
-    diag::programSeams().observer->lost(inputPath, "the JT toolkit could not be started");
+    diag::programSeams().observer->lost(host::toHostPath(inputPath), "the JT toolkit could not be started");
     notes.nothingWasRead();
     return false;
   }
@@ -78,7 +79,7 @@ bool obJt2Zix::ReadJt() {
   if (importer == nullptr) {
     WriteTraceLog("obJt2Zix::ReadJt():The JT toolkit gives no importer");
     JtkInfo::post(JtkInfo::JtkERRORS) << "The JT toolkit gives no importer." << std::endl;
-    diag::programSeams().observer->lost(inputPath, "the JT toolkit gives no importer");
+    diag::programSeams().observer->lost(host::toHostPath(inputPath), "the JT toolkit gives no importer");
     notes.nothingWasRead();
   } else {
     const Held held_importer(importer);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <optional>
 
 #include "diag/trace_log.h"
 #include "host/file.h"
@@ -20,8 +21,9 @@ double outOfRange(std::string_view number, char exponent_mark) {
   return tiny || fraction ? 0.0 : std::numeric_limits<double>::infinity();
 }
 
-double magnitude(std::string_view number) {
-  if (number.starts_with('-')) return 0.0;  // a second sign is no number
+// The number that a text without a sign begins with; empty when it begins with none.
+std::optional<double> magnitude(std::string_view number) {
+  if (number.starts_with('-')) return std::nullopt;  // a second sign is no number
   double value = 0.0;
   const char* const end = number.data() + number.size();
   if (number.starts_with("0x") || number.starts_with("0X")) {
@@ -42,7 +44,7 @@ double magnitude(std::string_view number) {
   if (error == std::errc()) return value;
   if (error == std::errc::result_out_of_range)
     return outOfRange({number.data(), static_cast<std::size_t>(stop - number.data())}, 'e');
-  return 0.0;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -52,9 +54,11 @@ bool UlpTessToleranceGiven = false;
 
 double numberFromText(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-  if (text.starts_with('+')) return magnitude(text.substr(1));
-  if (text.starts_with('-')) return -magnitude(text.substr(1));
-  return magnitude(text);
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  const auto value = magnitude(text);
+  if (!value) return 0.0;
+  return negative ? -*value : *value;
 }
 
 void setUlpTessTolerance(float tolerance) {

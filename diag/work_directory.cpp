@@ -1,5 +1,7 @@
 #include "diag/work_directory.h"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "diag/build_info.h"
@@ -73,11 +75,25 @@ bool SelectWorkDirectory(std::string logFileName, const std::optional<std::strin
 bool selectOwnWorkDirectory(std::string logFileName, const std::optional<std::string>& base_override) {
   const std::string dated = datedName(findBaseDirectory(base_override));
   std::string directory = dated;
+  bool made = false;
   // Making a directory succeeds for one process only. A name that neither exists nor can be made ends the
   // search: the base directory is not there.
-  for (int number = 2; !host::makeDirectory(directory) && host::pathExists(directory); ++number)
+  for (int number = 2; !(made = host::makeDirectory(directory)) && host::pathExists(directory); ++number)
     directory = text(dated, "-", number);
   placeLog(std::move(directory), logFileName);
+  return made;
+}
+
+bool canHoldWorkDirectory(const std::string& base) {
+  host::makeDirectory(base);
+  const std::string dated = datedName(base) + "-try";
+  std::string directory = dated;
+  for (int number = 2; !host::makeDirectory(directory); ++number) {
+    if (!host::pathExists(directory)) return false;
+    directory = text(dated, "-", number);
+  }
+  std::error_code error;
+  std::filesystem::remove(host::toFileSystemPath(directory), error);
   return true;
 }
 

@@ -17,8 +17,13 @@ namespace loftbay::diag {
 bool SelectWorkDirectory(std::string logFileName, const std::optional<std::string>& base_override = {});
 
 // The same with a directory that no other process has: where the dated name is taken, "-2", "-3", … is put
-// behind it. For programs of which several may start in one second.
+// behind it. For programs of which several may start in one second. False when the directory could not be
+// made.
 bool selectOwnWorkDirectory(std::string logFileName, const std::optional<std::string>& base_override = {});
+
+// Whether a work directory could be made in `base`, which is made itself where it does not exist. Leaves
+// nothing else behind.
+bool canHoldWorkDirectory(const std::string& base);
 
 // Tries to make `base` + "\Loftbay-<year>-<month>-<day>-<hour>-<minute>-<second>" and returns that path,
 // whether it could be made or not.

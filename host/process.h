@@ -7,8 +7,9 @@
 namespace loftbay::host {
 
 struct MemoryCounters {
-  std::uint64_t working_set_bytes = 0;       // resident now
-  std::uint64_t peak_working_set_bytes = 0;  // the most that was ever resident
+  std::uint64_t working_set_bytes = 0;  // resident now
+  // The most that was ever resident of this process itself, never less than what is resident now.
+  std::uint64_t peak_working_set_bytes = 0;
 };
 
 // Empty when the system does not answer.

@@ -4,23 +4,51 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 #include "host/file.h"
 
 namespace loftbay::host {
 
+namespace {
+
+// Kilobytes. Belongs to the program image; the figure of getrusage outlives exec, so that a small child of a
+// large parent would state the parent's.
+std::optional<std::uint64_t> highWaterMark() {
+  const FilePointer status(std::fopen("/proc/self/status", "r"));
+  if (!status) return std::nullopt;
+  std::array<char, 256> line{};
+  unsigned long long kilobytes = 0;
+  while (std::fgets(line.data(), line.size(), status.get()) != nullptr) {
+    if (std::sscanf(line.data(), "VmHWM: %llu kB", &kilobytes) == 1) return kilobytes;
+  }
+  return std::nullopt;
+}
+
+// For systems that keep no such mark.
+std::optional<std::uint64_t> largestEver() {
+  rusage usage{};
+  if (getrusage(RUSAGE_SELF, &usage) != 0) return std::nullopt;
+  return static_cast<std::uint64_t>(usage.ru_maxrss);
+}
+
+}  // namespace
+
 std::optional<MemoryCounters> processMemory() {
-  // Second figure of statm: resident pages. getrusage gives the peak in kilobytes on Linux.
+  // Second figure of statm: resident pages.
   unsigned long long total_pages = 0;
   unsigned long long resident_pages = 0;
   const FilePointer statm(std::fopen("/proc/self/statm", "r"));
   if (!statm || std::fscanf(statm.get(), "%llu %llu", &total_pages, &resident_pages) != 2)
     return std::nullopt;
-  rusage usage{};
-  if (getrusage(RUSAGE_SELF, &usage) != 0) return std::nullopt;
-  return MemoryCounters{resident_pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)),
-                        static_cast<std::uint64_t>(usage.ru_maxrss) * 1024};
+  auto peak = highWaterMark();
+  if (!peak) peak = largestEver();
+  if (!peak) return std::nullopt;
+  const std::uint64_t resident = resident_pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  // The system takes the two figures at two moments, and counts them in a rounded way.
+  return MemoryCounters{resident, std::max(resident, *peak * 1024)};
 }
 
 }  // namespace loftbay::host

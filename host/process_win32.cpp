@@ -5,6 +5,8 @@
 // After windows.h, whose types it uses.
 #include <psapi.h>
 
+#include <algorithm>
+
 namespace loftbay::host {
 
 std::optional<MemoryCounters> processMemory() {
@@ -13,7 +15,8 @@ std::optional<MemoryCounters> processMemory() {
                            sizeof counters) == 0) {
     return std::nullopt;
   }
-  return MemoryCounters{counters.WorkingSetSize, counters.PeakWorkingSetSize};
+  return MemoryCounters{counters.WorkingSetSize,
+                        std::max(counters.WorkingSetSize, counters.PeakWorkingSetSize)};
 }
 
 }  // namespace loftbay::host

@@ -15,9 +15,9 @@ JtkEntity* Importer::importFile(const JtkString& path) {
   Result<std::unique_ptr<Document>> document = openDocument(path.text());
   if (!document) {
     const Error& error = document.error();
-    const std::string reason =
-        loftbay::host::toHostPath(path.text()) + ": " + (error.offset == 0 ? error.what : error.text());
-    diag::programSeams().observer->lost(path.text(), reason);
+    const std::string file = loftbay::host::toHostPath(path.text());
+    const std::string reason = file + ": " + (error.offset == 0 ? error.what : error.text());
+    diag::programSeams().observer->lost(file, reason);
     JtkInfo::post(JtkInfo::JtkERRORS) << loftbay::host::shownText(reason) << '\n';
     return nullptr;
   }

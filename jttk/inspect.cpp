@@ -295,7 +295,8 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
   Result<std::unique_ptr<Document>> document = openDocument(program_path);
   if (!document) {
     const Error& error = document.error();
-    file.losses.push_back({program_path, loftbay::host::toHostPath(program_path) + ": " + error.text()});
+    const std::string path = loftbay::host::toHostPath(program_path);
+    file.losses.push_back({path, path + ": " + error.text()});
     // The container may be sound where the scene graph is not.
     if (auto container = JtFile::open(program_path)) {
       Document shell;

@@ -5,6 +5,7 @@
 #include "diag/memory_report.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
+#include "host/path.h"
 
 namespace loftbay::convert {
 
@@ -26,7 +27,7 @@ bool obJt2Zix::WriteZix() {
   WriteTraceLog(text("obJt2Zix::WriteZix():b4 Writing ZIX:Memory Usage: ", diag::memoryUsageReport()));
   const auto failed = [this](const char* reason) {
     diag::programSeams().showMessageBox("Failed to save", diag::BoxIcon::None);
-    diag::programSeams().observer->lost(outputPath, reason);
+    diag::programSeams().observer->lost(host::toHostPath(outputPath), reason);
   };
   try {
     scene.createDefaultViews(rootId);

@@ -1,6 +1,6 @@
 #include "app/win32/message_box.h"
 
-#include <windows.h>
+#include <utility>
 
 #include "app/application.h"
 #include "host/wide_text.h"
@@ -8,6 +8,8 @@
 namespace loftbay::app::win32 {
 
 namespace {
+
+HWND box_owner = nullptr;
 
 UINT style(diag::BoxIcon icon) {
   switch (icon) {
@@ -23,8 +25,10 @@ UINT style(diag::BoxIcon icon) {
 
 }  // namespace
 
+HWND setMessageBoxOwner(HWND owner) { return std::exchange(box_owner, owner); }
+
 void showMessageBox(std::string_view text, diag::BoxIcon icon) {
-  MessageBoxW(GetActiveWindow(), host::wide(text).c_str(), host::wide(applicationName()).c_str(),
+  MessageBoxW(box_owner, host::wide(text).c_str(), host::wide(applicationName()).c_str(),
               MB_OK | style(icon));
 }
 

@@ -4,6 +4,7 @@
 
 #include "app/win32/dpi.h"
 #include "app/win32/file_dialog.h"
+#include "app/win32/message_box.h"
 #include "host/wide_text.h"
 
 namespace loftbay::app::win32 {
@@ -41,8 +42,10 @@ ModalDialog::~ModalDialog() {
 
 int ModalDialog::run(Dialog& dialog, HWND owner) {
   dialog_ = &dialog;
+  const HWND owner_of_boxes = setMessageBoxOwner(owner);
   const INT_PTR result = DialogBoxParamW(program(), resourceName(dialog.templateId()), owner, &procedure,
                                          reinterpret_cast<LPARAM>(this));
+  setMessageBoxOwner(owner_of_boxes);
   dialog_->attach(nullptr);
   return static_cast<int>(result);
 }
@@ -52,6 +55,7 @@ INT_PTR CALLBACK ModalDialog::procedure(HWND window, UINT message, WPARAM wparam
     auto* const created = reinterpret_cast<ModalDialog*>(lparam);
     SetWindowLongPtrW(window, DWLP_USER, lparam);
     created->window_ = window;
+    setMessageBoxOwner(window);
     created->dialog_->attach(created);
     created->limitEditTexts();
     return created->dialog_->OnInitDialog() ? TRUE : FALSE;

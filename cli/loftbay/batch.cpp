@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -42,19 +41,52 @@ std::string comparable(std::string name) {
   return name;
 }
 
-struct Outcome {
+// How one file of the batch ended.
+struct Ending {
   int exit_code = kFailed;
+  bool started = true;
   Json report;
 };
 
-// What stands in the array for a file whose process gave no report of its own.
-Outcome withoutReport(const std::string& input, const std::string& output, const std::string& reason) {
+ConversionReport reportOf(const Batch& batch, const std::string& input, const std::string& error) {
   ConversionReport report;
   report.input = input;
-  report.output = output;
+  report.output = batchOutput(input, batch.out_dir);
+  report.options = batch.shared_options;
+  report.error = error;
+  return report;
+}
+
+// What stands in the array for a file whose process gave no report of its own.
+Ending withoutReport(const Batch& batch, const std::string& input, const std::string& reason) {
+  complain("loftbay", input + ": " + reason);
+  ConversionReport report = reportOf(batch, input, reason);
   report.exit_code = kFailed;
+  report.outcome = Outcome::Failed;
   report.skipped.push_back({input, reason});
-  return {kFailed, toJson(report)};
+  return {kFailed, true, toJson(report)};
+}
+
+Ending interrupted(const Batch& batch, const std::string& input, bool started) {
+  ConversionReport report = reportOf(
+      batch, input, started ? "interrupted" : "the batch was interrupted before this file was started");
+  report.exit_code = kInterrupted;
+  report.outcome = Outcome::Interrupted;
+  return {kInterrupted, started, toJson(report)};
+}
+
+// Nothing can be converted for this reason.
+int refuseAll(const Batch& batch, const std::string& reason) {
+  complain("loftbay", reason);
+  Json reports = Json::array();
+  for (const auto& input : batch.inputs) {
+    ConversionReport report = reportOf(batch, input, reason);
+    report.exit_code = kPathRefused;
+    report.outcome = Outcome::Refused;
+    reports.push_back(toJson(report));
+  }
+  if (batch.json) printJson(reports);
+  return kPathRefused;
 }
 
 // A process that crashed could not remove its unfinished scene.
@@ -70,51 +102,65 @@ void removeLeftovers(const std::string& output, std::uint64_t process_id) {
   }
 }
 
-Outcome convertOne(const Batch& batch, const std::string& program, const std::string& input) {
+Ending convertOne(const Batch& batch, const std::string& program, const std::string& input) {
   const std::string output = batchOutput(input, batch.out_dir);
   std::vector<std::string> arguments = {"convert", "--in-batch", "--json"};
   arguments.insert(arguments.end(), batch.shared_options.begin(), batch.shared_options.end());
+  if (batch.quiet) arguments.emplace_back("--quiet");
   arguments.insert(arguments.end(), {"--", input, output});
   const auto child = host::runChild(program, arguments);
-  if (!child.started)
-    return withoutReport(input, output, "the conversion could not be started: " + child.reason);
+  if (!child.started) {
+    if (host::childrenInterrupted()) return interrupted(batch, input, false);
+    return withoutReport(batch, input, "the conversion could not be started: " + child.reason);
+  }
   if (child.crashed) {
     removeLeftovers(output, child.process_id);
-    complain("loftbay", input + ": the conversion " + child.reason);
-    return withoutReport(input, output, "the conversion " + child.reason);
+    // It had not come so far as to end by itself.
+    if (host::childrenInterrupted()) return interrupted(batch, input, true);
+    return withoutReport(batch, input, "the conversion " + child.reason);
   }
   Json report = Json::parse(child.output, nullptr, false);
   if (report.is_discarded()) {
-    return withoutReport(input, output, fmt::format("the conversion ended with code {}", child.exit_code));
+    return withoutReport(batch, input, fmt::format("the conversion ended with code {}", child.exit_code));
   }
-  return {child.exit_code, std::move(report)};
+  return {child.exit_code, true, std::move(report)};
 }
 
 // Runs the conversions, `jobs` at a time, in input order.
-std::vector<Outcome> convertAll(const Batch& batch) {
+std::vector<Ending> convertAll(const Batch& batch) {
   const std::string program = host::ownProgram();
-  std::vector<Outcome> outcomes(batch.inputs.size());
+  std::vector<Ending> endings(batch.inputs.size());
   std::atomic<std::size_t> next{0};
   const auto work = [&] {
     for (std::size_t i = next++; i < batch.inputs.size(); i = next++) {
-      outcomes[i] =
-          host::childrenInterrupted()
-              ? withoutReport(batch.inputs[i], batchOutput(batch.inputs[i], batch.out_dir), "interrupted")
-              : convertOne(batch, program, batch.inputs[i]);
+      endings[i] = host::childrenInterrupted() ? interrupted(batch, batch.inputs[i], false)
+                                               : convertOne(batch, program, batch.inputs[i]);
     }
   };
   std::vector<std::jthread> workers;
   for (std::size_t i = 1; i < std::min(batch.jobs, batch.inputs.size()); ++i) workers.emplace_back(work);
   work();
   workers.clear();
-  return outcomes;
+  return endings;
 }
 
 extern "C" void passInterruptOn(int) { host::interruptChildren(); }
 
-void passInterruptsOn() {
-  std::signal(SIGINT, passInterruptOn);
-  std::signal(SIGTERM, passInterruptOn);
+void printSummary(const Batch& batch, const std::vector<Ending>& endings) {
+  const auto count = [&](auto&& is) { return std::count_if(endings.begin(), endings.end(), is); };
+  const auto converted = count([](const Ending& ending) { return ending.exit_code == kDone; });
+  const auto not_started = count([](const Ending& ending) { return !ending.started; });
+  const auto failed = static_cast<std::ptrdiff_t>(endings.size()) - converted - not_started;
+  if (batch.quiet && failed + not_started == 0) return;
+  say(fmt::format("{} converted, {} failed{}", converted, failed,
+                  not_started > 0 ? fmt::format(", {} not started", not_started) : ""));
+  for (std::size_t i = 0; i < endings.size(); ++i) {
+    if (!endings[i].started) {
+      say("not started: " + batch.inputs[i]);
+    } else if (endings[i].exit_code != kDone) {
+      say(fmt::format("failed: {} (code {})", batch.inputs[i], endings[i].exit_code));
+    }
+  }
 }
 
 // The two inputs that would be written to one output.
@@ -145,29 +191,18 @@ int runBatch(const Batch& batch) {
   }
   std::error_code error;
   std::filesystem::create_directories(hostPath(batch.out_dir), error);
-  if (error) {
-    complain("loftbay", batch.out_dir + ": " + error.message());
-    return kPathRefused;
-  }
-  passInterruptsOn();
-  const auto outcomes = convertAll(batch);
+  if (error) return refuseAll(batch, batch.out_dir + ": " + error.message());
+  callOnInterrupt(passInterruptOn);
+  const auto endings = convertAll(batch);
 
-  std::size_t failed = 0;
   Json reports = Json::array();
-  for (const auto& outcome : outcomes) {
-    if (outcome.exit_code != kDone) ++failed;
-    reports.push_back(outcome.report);
-  }
+  for (const auto& ending : endings) reports.push_back(ending.report);
   if (batch.json) printJson(reports);
-  if (!batch.quiet || failed > 0) {
-    say(fmt::format("{} converted, {} failed", outcomes.size() - failed, failed));
-    for (std::size_t i = 0; i < outcomes.size(); ++i) {
-      if (outcomes[i].exit_code != kDone)
-        say(fmt::format("failed: {} (code {})", batch.inputs[i], outcomes[i].exit_code));
-    }
-  }
+  printSummary(batch, endings);
   if (host::childrenInterrupted()) return kInterrupted;
-  return failed == 0 ? kDone : kFailed;
+  const bool all_done = std::all_of(endings.begin(), endings.end(),
+                                    [](const Ending& ending) { return ending.exit_code == kDone; });
+  return all_done ? kDone : kFailed;
 }
 
 }  // namespace loftbay::cli

@@ -12,7 +12,7 @@ struct Batch {
   std::vector<std::string> inputs;          // host form, as given
   std::string out_dir;                      // host form; made when it does not exist
   std::size_t jobs = 1;                     // processes at a time
-  std::vector<std::string> shared_options;  // passed on to every process
+  std::vector<std::string> shared_options;  // passed on to every process, and told in the reports
   bool json = false;
   bool quiet = false;
 };
@@ -21,8 +21,8 @@ struct Batch {
 std::string batchOutput(const std::string& input, const std::string& out_dir);
 
 // Runs the batch; prints the reports as one JSON array in input order (with `json`) and a summary on
-// standard error. 0 when every file gave 0; 2 when two inputs would share an output (then nothing runs); 130
-// when interrupted; else 1.
+// standard error. 0 when every file gave 0; 2 when two inputs would share an output, 3 when the output folder
+// cannot be made (then nothing runs); 130 when interrupted; else 1.
 int runBatch(const Batch& batch);
 
 }  // namespace loftbay::cli

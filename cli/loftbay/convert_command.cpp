@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <thread>
 
 #include "cli/arguments.h"
@@ -15,6 +17,8 @@
 #include "cli/loftbay/search_dirs.h"
 #include "cli/loftbay/single_conversion.h"
 #include "cli/program.h"
+#include "diag/work_directory.h"
+#include "host/path.h"
 
 namespace loftbay::cli {
 
@@ -51,7 +55,7 @@ struct Parsed {
   std::string tolerance;
   std::string level;
   std::string out_dir;
-  std::size_t jobs = 0;
+  std::int64_t jobs = 0;
   bool no_optimize = false;
 };
 
@@ -97,6 +101,15 @@ std::optional<std::uint32_t> levelOf(const std::string& text) {
   return level;
 }
 
+// A folder that the user names on the command line for the log must do.
+std::string workDirComplaint(const Parsed& parsed) {
+  const auto& folder = parsed.options.work_dir;
+  if (!folder || parsed.options.in_batch) return {};
+  if (folder->empty()) return "--work-dir: the name of a folder is missing";
+  if (diag::canHoldWorkDirectory(host::toProgramPath(*folder))) return {};
+  return "--work-dir: no folder can be made in '" + *folder + "'";
+}
+
 // Why the command line makes no sense; empty when it does.
 std::string complaint(const CLI::App& app, Parsed& parsed) {
   if (app.count("--tess-tolerance") > 0) {
@@ -113,7 +126,7 @@ std::string complaint(const CLI::App& app, Parsed& parsed) {
     if (parsed.out_dir.empty()) return "--out-dir: the name of a folder is missing";
     if (parsed.files.empty()) return "no JT file is named";
     if (app.count("--jobs") > 0 && parsed.jobs < 1) return "--jobs: at least 1";
-    return {};
+    return workDirComplaint(parsed);
   }
   if (app.count("--jobs") > 0) return "--jobs goes with --out-dir";
   if (parsed.files.size() != 2) {
@@ -121,26 +134,35 @@ std::string complaint(const CLI::App& app, Parsed& parsed) {
                                                : "more than two file names without --out-dir") +
            "\nUsage: " + kUsage;
   }
-  return {};
+  return workDirComplaint(parsed);
+}
+
+// The text on standard error, except what was told while the conversion ran.
+void printResult(const Parsed& parsed, const SingleConversion& conversion, const ConversionReport& report) {
+  const std::string& input = parsed.files[0];
+  const bool in_batch = parsed.options.in_batch;
+  const auto ofInput = [&](const std::string& text) { return in_batch ? inBatch(input, text) : text; };
+  for (const auto& line : conversion.untoldLosses()) complain("loftbay", ofInput(oneLine(line)));
+  if (parsed.options.quiet) return;
+  for (const auto& note : report.notes) say(ofInput("note: " + oneLine(note)));
+  if (report.exit_code == kDone || report.counts.nodes > 0) {
+    say(fmt::format("{}: {} shapes, {} triangles in {:.2f} s{}", in_batch ? input : parsed.files[1],
+                    report.counts.shapes, report.counts.triangles, report.seconds,
+                    report.skipped.empty() ? "" : fmt::format("; {} not converted", report.skipped.size())));
+  }
 }
 
 int runSingle(const Parsed& parsed) {
-  exitOnInterrupt();
   const ConvertOptions& options = parsed.options;
-  ConversionReport report;
-  SingleConversion conversion(parsed.files[0], parsed.files[1], options, report);
+  // Never destroyed: an interrupt tells of them on a thread of its own, also while the program ends.
+  auto& report = *new ConversionReport;
+  auto& conversion = *new SingleConversion(parsed.files[0], parsed.files[1], options, report);
+  std::function<void()> last_words;
+  if (options.json) last_words = [&conversion] { printJson(toJson(conversion.interrupt())); };
+  exitOnInterrupt(std::move(last_words));
   conversion.run();
-  const std::string place = options.in_batch ? parsed.files[0] + ": " : "";
-  for (const auto& line : conversion.untoldLosses()) complain("loftbay", place + oneLine(line));
-  if (!options.quiet) {
-    for (const auto& note : report.notes) say(place + "note: " + oneLine(note));
-    if (report.exit_code == kDone || report.counts.nodes > 0) {
-      say(fmt::format(
-          "{}: {} shapes, {} triangles in {:.2f} s{}", parsed.files[1], report.counts.shapes,
-          report.counts.triangles, report.seconds,
-          report.skipped.empty() ? "" : fmt::format("; {} not converted", report.skipped.size())));
-    }
-  }
+  conversion.end();
+  printResult(parsed, conversion, report);
   if (options.json) printJson(toJson(report));
   return finishOutput("loftbay") || report.exit_code != kDone ? report.exit_code : kFailed;
 }
@@ -149,20 +171,11 @@ int runSeveral(const Parsed& parsed) {
   Batch batch;
   batch.inputs = parsed.files;
   batch.out_dir = parsed.out_dir;
-  batch.jobs = parsed.jobs > 0 ? parsed.jobs : std::max(1U, std::thread::hardware_concurrency());
+  batch.jobs = parsed.jobs > 0 ? static_cast<std::size_t>(parsed.jobs)
+                               : std::max(1U, std::thread::hardware_concurrency());
   batch.json = parsed.options.json;
   batch.quiet = parsed.options.quiet;
-  auto& shared = batch.shared_options;
-  if (parsed.no_optimize) shared.emplace_back("--no-optimize");
-  if (!parsed.tolerance.empty()) shared.insert(shared.end(), {"--tess-tolerance", parsed.tolerance});
-  if (parsed.options.lines) shared.emplace_back("--lines");
-  if (parsed.options.points) shared.emplace_back("--points");
-  if (parsed.options.exact_geometry) shared.emplace_back("--exact-geometry");
-  if (!parsed.level.empty()) shared.insert(shared.end(), {"--lod", parsed.level});
-  if (parsed.options.allow_outside) shared.emplace_back("--allow-outside");
-  for (const auto& folder : parsed.options.search_dirs) shared.insert(shared.end(), {"--search-dir", folder});
-  if (parsed.options.work_dir) shared.insert(shared.end(), {"--work-dir", *parsed.options.work_dir});
-  if (parsed.options.quiet) shared.emplace_back("--quiet");
+  batch.shared_options = parsed.options.given;
   const int code = runBatch(batch);
   return finishOutput("loftbay") || code != kDone ? code : kFailed;
 }
@@ -177,6 +190,7 @@ int convertCommand(const std::vector<std::string>& arguments) {
   if (const std::string reason = complaint(app, parsed); !reason.empty())
     return wrongUsage("loftbay", reason);
   parsed.options.optimize = !parsed.no_optimize;
+  parsed.options.given = givenOptions(app, {"--json", "--quiet", "--out-dir", "--jobs"});
   return parsed.out_dir.empty() ? runSingle(parsed) : runSeveral(parsed);
 }
 

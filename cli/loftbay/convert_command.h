@@ -23,7 +23,8 @@ struct ConvertOptions {
   std::optional<std::string> work_dir;
   bool json = false;
   bool quiet = false;
-  bool in_batch = false;  // this process converts one file of a batch: its messages name the file
+  std::vector<std::string> given;  // the options that decide what comes out, as they were given
+  bool in_batch = false;           // this process converts one file of a batch: its messages name the file
 };
 
 // Parses the arguments of `convert` and runs it: one file in this process, several with a process each. The

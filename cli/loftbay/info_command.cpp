@@ -8,6 +8,7 @@
 #include "cli/console.h"
 #include "cli/json_text.h"
 #include "cli/loftbay/file_summary.h"
+#include "cli/loftbay/report.h"
 #include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
 #include "host/path.h"
@@ -148,7 +149,7 @@ void printText(const std::string& input, const jttk::FileDescription& file) {
   for (const auto& text : file.unreadable_segments) print(fmt::format("  {}\n", shownText(text)));
   if (!file.losses.empty()) print("Cannot be converted:\n");
   for (const auto& loss : file.losses) {
-    print(fmt::format("  {}\n", shownText(loss.part.empty() ? loss.reason : loss.part + ": " + loss.reason)));
+    print(fmt::format("  {}\n", shownText(lossText(loss.part, loss.reason))));
   }
   if (!file.notes.empty()) print("Notes:\n");
   for (const auto& note : file.notes) print(fmt::format("  {}\n", shownText(note)));
@@ -256,7 +257,7 @@ bool describe(const InfoOptions& options) {
   } else {
     printText(input, file);
   }
-  if (!options.json && !file.loaded) complain("loftbay", input + ": " + failureOf(file));
+  if (!options.json && !file.loaded) complain("loftbay", lossText(input, failureOf(file)));
   return isWhole(file);
 }
 

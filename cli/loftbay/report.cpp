@@ -9,7 +9,7 @@ namespace loftbay::cli {
 
 namespace {
 
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 constexpr std::int64_t kProgressIntervalMs = 100;
 
 std::int64_t nowMs() {
@@ -43,6 +43,32 @@ std::uint64_t& countOf(ConversionCounts& counts, diag::Counted kind) {
   return counts.vertices_written;
 }
 
+const char* nameOf(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::Ok:
+      return "ok";
+    case Outcome::Partial:
+      return "partial";
+    case Outcome::Failed:
+      return "failed";
+    case Outcome::Refused:
+      return "refused";
+    case Outcome::Interrupted:
+      break;
+  }
+  return "interrupted";
+}
+
+nlohmann::ordered_json toJson(const std::optional<Unit>& unit) {
+  if (!unit) return nullptr;
+  return {{"name", unit->name}, {"metres", unit->metres}};
+}
+
+nlohmann::ordered_json toJson(const std::optional<SceneBytes>& bytes) {
+  if (!bytes) return nullptr;
+  return {{"arrays", bytes->arrays}, {"records", bytes->total - bytes->arrays}, {"total", bytes->total}};
+}
+
 }  // namespace
 
 nlohmann::ordered_json toJson(const ConversionReport& report) {
@@ -70,23 +96,51 @@ nlohmann::ordered_json toJson(const ConversionReport& report) {
             {"vertices_written", counts.vertices_written}}},
           {"skipped", skipped},
           {"notes", Json(report.notes)},
-          {"log", report.log.empty() ? Json(nullptr) : Json(report.log)}};
+          {"log", report.log.empty() ? Json(nullptr) : Json(report.log)},
+          {"outcome", nameOf(report.outcome)},
+          {"exit_code", report.exit_code},
+          {"error", report.error ? Json(*report.error) : Json(nullptr)},
+          {"options", Json(report.options)},
+          {"files", Json(report.files)},
+          {"unit", toJson(report.unit)},
+          {"bytes", toJson(report.bytes)}};
+}
+
+std::string lossText(std::string_view part, std::string_view reason) {
+  if (part.empty() || reason.starts_with(std::string(part) + ": ")) return std::string(reason);
+  return fmt::format("{}: {}", part, reason);
 }
 
 void ReportObserver::counted(diag::Counted kind, std::uint64_t amount) {
+  const auto held = lock();
   countOf(report_.counts, kind) += amount;
   if (show_progress_ && kind == diag::Counted::Shapes) drawProgress();
 }
 
+void ReportObserver::opened(std::string_view path) {
+  const auto held = lock();
+  report_.files.emplace_back(path);
+}
+
+void ReportObserver::unit(std::string_view name, double metres) {
+  const auto held = lock();
+  report_.unit = Unit{std::string(name), metres};
+}
+
 void ReportObserver::jtVersion(int major, int minor) {
+  const auto held = lock();
   report_.jt_version = fmt::format("{}.{}", major, minor);
 }
 
 void ReportObserver::lost(std::string_view part, std::string_view reason) {
+  const auto held = lock();
   report_.skipped.push_back({std::string(part), std::string(reason)});
 }
 
-void ReportObserver::note(std::string_view text) { report_.notes.emplace_back(text); }
+void ReportObserver::note(std::string_view text) {
+  const auto held = lock();
+  report_.notes.emplace_back(text);
+}
 
 void ReportObserver::drawProgress() {
   const std::int64_t now = nowMs();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -30,20 +31,50 @@ struct Loss {
   std::string reason;
 };
 
+// How a conversion ended.
+enum class Outcome {
+  Ok,
+  Partial,  // the scene is there, and something of the model is missing
+  Failed,
+  Refused,  // a path was refused; nothing was converted
+  Interrupted,
+};
+
+struct Unit {
+  std::string name;   // as the file states it
+  double metres = 1;  // the length of one
+};
+
+// Of a scene file.
+struct SceneBytes {
+  std::uint64_t arrays = 0;
+  std::uint64_t total = 0;
+};
+
 struct ConversionReport {
   std::string input;   // as the user gave it
   std::string output;  // as the user gave it
   int exit_code = 0;
+  Outcome outcome = Outcome::Ok;
+  std::optional<std::string> error;  // why there is no usable scene
+  std::vector<std::string> options;  // that the user gave, each as one word
+  std::vector<std::string> files;    // every JT file that was opened
+  std::optional<Unit> unit;
+  std::optional<SceneBytes> bytes;  // none: there is no scene file
   std::optional<std::string> jt_version;
   double seconds = 0;
   std::uint64_t peak_rss_kb = 0;
   ConversionCounts counts;
   std::vector<Loss> skipped;
   std::vector<std::string> notes;
-  std::string log;  // the log file's path in host form; empty when no log was begun
+  std::string log;  // the log file's path in host form; empty when there is none
 };
 
+// The document that docs/report.schema.json describes.
 nlohmann::ordered_json toJson(const ConversionReport& report);
+
+// "PART: REASON", without the part where the reason names it already.
+std::string lossText(std::string_view part, std::string_view reason);
 
 // Fills a report, and shows progress on a terminal: a line that is redrawn at most ten times a second.
 class ReportObserver : public diag::Observer {
@@ -52,7 +83,13 @@ class ReportObserver : public diag::Observer {
       : report_(report), show_progress_(show_progress) {}
   ~ReportObserver() override { clearProgress(); }
 
+  // Held by whoever reads or changes the report while the conversion runs: an interrupt reads it on a thread
+  // of its own.
+  [[nodiscard]] std::unique_lock<std::mutex> lock() { return std::unique_lock(mutex_); }
+
   void counted(diag::Counted kind, std::uint64_t amount) override;
+  void opened(std::string_view path) override;
+  void unit(std::string_view name, double metres) override;
   void jtVersion(int major, int minor) override;
   void lost(std::string_view part, std::string_view reason) override;
   void note(std::string_view text) override;
@@ -63,6 +100,7 @@ class ReportObserver : public diag::Observer {
  private:
   void drawProgress();
 
+  std::mutex mutex_;
   ConversionReport& report_;
   bool show_progress_;
   bool drawn_ = false;

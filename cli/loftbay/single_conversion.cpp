@@ -1,9 +1,8 @@
 #include "cli/loftbay/single_conversion.h"
 
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
+#include <utility>
 
 #include "cli/console.h"
 #include "cli/loftbay/search_dirs.h"
@@ -13,9 +12,11 @@
 #include "diag/tolerance.h"
 #include "diag/trace_log.h"
 #include "diag/work_directory.h"
+#include "host/file.h"
 #include "host/path.h"
 #include "host/process.h"
 #include "jttk/settings.h"
+#include "zix/reader.h"
 
 namespace loftbay::cli {
 
@@ -28,6 +29,20 @@ bool sameFile(const std::string& input, const std::string& output) {
   const auto in = host::toFileSystemPath(host::toProgramPath(input));
   const auto out = host::toFileSystemPath(host::toProgramPath(output));
   return !input.empty() && (in == out || std::filesystem::equivalent(in, out, error));
+}
+
+// None when there is no scene, or one that cannot be read.
+std::optional<SceneBytes> sceneBytes(const std::string& program_path) {
+  const auto scene = Orb::Zix::SceneFile::open(program_path);
+  if (!scene) return std::nullopt;
+  SceneBytes bytes;
+  bytes.total = scene->bytes().size();
+  for (std::size_t i = 0; i < scene->chunks().size(); ++i) {
+    const auto chunk = scene->chunks()[i];
+    if (chunk.type == Orb::Zix::format::kFloatArrayChunk || chunk.type == Orb::Zix::format::kIndexArrayChunk)
+      bytes.arrays += chunk.size;
+  }
+  return bytes;
 }
 
 // Puts the program's own seams back when the conversion is over.
@@ -52,33 +67,73 @@ std::string oneLine(std::string_view text) {
   return line;
 }
 
+std::string inBatch(const std::string& input, std::string text) {
+  const std::string front = input + ": ";
+  for (auto at = text.find(front); at != std::string::npos; at = text.find(front, at)) {
+    if (at == 0 || text[at - 1] == ' ') {
+      text.erase(at, front.size());
+    } else {
+      ++at;  // the end of a longer name
+    }
+  }
+  return front + text;
+}
+
 SingleConversion::SingleConversion(std::string input, std::string output, const ConvertOptions& options,
                                    ConversionReport& report)
     : input_(std::move(input)),
       output_(std::move(output)),
       options_(options),
       report_(report),
-      observer_(report, !options.quiet && !options.in_batch && standardErrorIsTerminal()) {}
-
-int SingleConversion::run() {
-  const auto start = std::chrono::steady_clock::now();
+      observer_(report, !options.quiet && !options.in_batch && standardErrorIsTerminal()) {
   report_.input = input_;
   report_.output = output_;
+  report_.options = options_.given;
+}
+
+int SingleConversion::run() {
   const SavedSeams restored_at_end;
   fillSeams();
-  report_.exit_code = convert();
+  const int code = convert();
+  messages_.endLine();
+  startup_failures_.endLine();
   observer_.clearProgress();
-  if (report_.exit_code == kDone && !report_.skipped.empty()) report_.exit_code = kFailed;
-  report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  if (const auto memory = host::processMemory()) report_.peak_rss_kb = memory->peak_working_set_bytes / 1024;
+  const auto held = observer_.lock();
+  report_.exit_code = code;
+  finishReport();
+  if (code != kPathRefused) report_.bytes = sceneBytes(host::toProgramPath(output_));
   return report_.exit_code;
 }
+
+void SingleConversion::finishReport() {
+  if (report_.exit_code == kFailed) report_.outcome = Outcome::Failed;
+  if (report_.exit_code == kDone && !report_.skipped.empty()) {
+    report_.exit_code = kFailed;
+    report_.outcome = report_.files.empty() ? Outcome::Failed : Outcome::Partial;
+  }
+  if (report_.outcome == Outcome::Failed && !report_.error) {
+    report_.error = report_.skipped.empty() ? "the conversion failed" : report_.skipped.front().reason;
+  }
+  report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  if (const auto memory = host::processMemory()) report_.peak_rss_kb = memory->peak_working_set_bytes / 1024;
+  if (!host::pathExists(diag::logPath())) report_.log.clear();
+}
+
+ConversionReport SingleConversion::interrupt() {
+  observer_.lock().release();
+  report_.exit_code = kInterrupted;
+  report_.outcome = Outcome::Interrupted;
+  report_.error = "interrupted";
+  finishReport();
+  return report_;
+}
+
+void SingleConversion::end() { observer_.lock().release(); }
 
 std::vector<std::string> SingleConversion::untoldLosses() const {
   std::vector<std::string> lines;
   for (const auto& loss : report_.skipped) {
-    if (messages_.told(loss.reason)) continue;
-    lines.push_back(loss.part.empty() ? loss.reason : loss.part + ": " + loss.reason);
+    if (!messages_.told(loss.reason)) lines.push_back(lossText(loss.part, loss.reason));
   }
   return lines;
 }
@@ -86,48 +141,83 @@ std::vector<std::string> SingleConversion::untoldLosses() const {
 void SingleConversion::fillSeams() {
   auto& seams = diag::programSeams();
   seams.showMessageBox = [this](std::string_view text, diag::BoxIcon) {
-    observer_.clearProgress();
     box_shown_ = true;
     const std::string line = oneLine(text);
-    say((options_.in_batch ? input_ + ": " : "") + line);
+    fail(line);
+    tell(line);
   };
   seams.toolkit_messages = &messages_.stream();
-  seams.startup_failures = &std::cerr;
+  seams.startup_failures = &startup_failures_.stream();
   seams.observer = &observer_;
+}
+
+void SingleConversion::tell(const std::string& text) {
+  observer_.clearProgress();
+  say(options_.in_batch ? inBatch(input_, text) : text);
 }
 
 void SingleConversion::complain(const std::string& text) {
   observer_.clearProgress();
-  cli::complain("loftbay", input_ + ": " + oneLine(text));
+  cli::complain("loftbay", inBatch(input_, oneLine(text)));
+}
+
+void SingleConversion::fail(std::string reason) {
+  const auto held = observer_.lock();
+  if (!report_.error) report_.error = std::move(reason);
 }
 
 int SingleConversion::convert() {
-  if (sameFile(input_, output_)) {
-    complain("input and output are the same file");
-    return kPathRefused;
-  }
   const std::string input = host::toProgramPath(input_);
   const std::string output = host::toProgramPath(output_);
-  prepareProcess();
-  if (!convert::validatePaths(input, output)) return kPathRefused;
+  if (sameFile(input_, output_)) {
+    fail("input and output are the same file");
+    complain(*report_.error);
+  } else {
+    prepareProcess();
+  }
+  if (report_.error || !pathsAreAccepted(input, output)) {
+    const auto held = observer_.lock();
+    report_.outcome = Outcome::Refused;
+    return kPathRefused;
+  }
 
   bool success = false;
   try {
     const convert::obJt2Zix job(input.c_str(), output.c_str(), &success, options_.optimize);
   } catch (const std::exception& error) {
-    complain(error.what());
-    report_.skipped.push_back({input_, error.what()});
-    messages_.markTold(error.what());
+    const std::string reason = error.what();
+    complain(reason);
+    fail(reason);
+    observer_.lost(input_, reason);
+    messages_.markTold(reason);
     return kFailed;
   }
   return success && !box_shown_ ? kDone : kFailed;
 }
 
+// The dialog's own message, behind the path that it is about.
+bool SingleConversion::pathsAreAccepted(const std::string& input, const std::string& output) {
+  std::string message;
+  auto& show = diag::programSeams().showMessageBox;
+  const auto shown_otherwise = show;
+  show = [&](std::string_view text, diag::BoxIcon) { message = oneLine(text); };
+  const bool accepted = convert::validatePaths(input, output);
+  show = shown_otherwise;
+  if (accepted) return true;
+  std::string path;
+  if (!input.empty() && !output.empty()) {
+    const bool input_is_good = convert::isInputExtension(input) &&
+                               (!convert::isOutputExtension(output) || host::openFile(input, "r"));
+    path = input_is_good ? output_ : input_;
+  }
+  const std::string line = lossText(path, message);
+  fail(line);
+  tell(line);
+  return false;
+}
+
 void SingleConversion::prepareProcess() {
-  std::optional<std::string> base;
-  if (options_.work_dir) base = host::toProgramPath(*options_.work_dir);
-  diag::selectOwnWorkDirectory(kLogFileName, base);
-  report_.log = host::toHostPath(diag::logPath());
+  chooseWorkDirectory();
   if (options_.tess_tolerance) {
     diag::setUlpTessTolerance(*options_.tess_tolerance);
   } else {
@@ -139,6 +229,19 @@ void SingleConversion::prepareProcess() {
   jttk::settings().level_of_detail = options_.level_of_detail;
   jttk::settings().allow_outside = options_.allow_outside;
   setSearchDirs(options_.search_dirs);
+}
+
+void SingleConversion::chooseWorkDirectory() {
+  std::optional<std::string> base;
+  if (options_.work_dir) base = host::toProgramPath(*options_.work_dir);
+  const bool made = diag::selectOwnWorkDirectory(kLogFileName, base);
+  if (!made) {
+    observer_.note("no log is written: the folder " + host::toHostPath(diag::workDirectory()) +
+                   " cannot be made");
+    return;
+  }
+  const auto held = observer_.lock();
+  report_.log = host::toHostPath(diag::logPath());
 }
 
 }  // namespace loftbay::cli

@@ -2,6 +2,7 @@
 // runs the job, and fills the report. A process does this once.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -20,24 +21,42 @@ class SingleConversion {
   // The exit code, which the report has too.
   int run();
 
+  // The report of a conversion that ends here and now, from another thread. The conversion's own thread stops
+  // at its next step for good. Does not return once `end` was called.
+  ConversionReport interrupt();
+  // What happens from here on is told in full: `interrupt` comes too late.
+  void end();
+
   // Losses that no message on standard error has told yet, a line each.
   [[nodiscard]] std::vector<std::string> untoldLosses() const;
 
  private:
   void fillSeams();
   int convert();
+  bool pathsAreAccepted(const std::string& input, const std::string& output);
   void prepareProcess();
-  // A line on standard error that names the input.
+  void chooseWorkDirectory();
+  // A line on standard error; in a batch it begins with the input.
+  void tell(const std::string& text);
+  // The same, from the program itself.
   void complain(const std::string& text);
+  // Why the conversion did not give a usable scene.
+  void fail(std::string reason);
+  void finishReport();
 
   std::string input_;
   std::string output_;
   ConvertOptions options_;
   ConversionReport& report_;
   ReportObserver observer_;
-  MessageStream messages_;
+  MessageStream messages_{[this](const std::string& line) { tell(line); }};
+  MessageStream startup_failures_{[this](const std::string& line) { tell(line); }};
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   bool box_shown_ = false;
 };
+
+// `text` as a line of a batch: the input first, and nowhere else.
+std::string inBatch(const std::string& input, std::string text);
 
 // A line break in it becomes a blank.
 std::string oneLine(std::string_view text);

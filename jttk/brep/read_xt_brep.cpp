@@ -12,25 +12,25 @@ namespace {
 
 struct Unit {
   std::string_view name;
-  double per_metre;
+  double metres;
 };
 
 // The names that the property uses, lower case, without the plural's s.
-constexpr std::array<Unit, 15> kUnits = {{{"micron", 1e6},
-                                          {"micrometer", 1e6},
-                                          {"millimeter", 1000},
-                                          {"centimeter", 100},
-                                          {"decimeter", 10},
+constexpr std::array<Unit, 15> kUnits = {{{"micron", 1e-6},
+                                          {"micrometer", 1e-6},
+                                          {"millimeter", 1e-3},
+                                          {"centimeter", 0.01},
+                                          {"decimeter", 0.1},
                                           {"meter", 1},
-                                          {"decameter", 0.1},
-                                          {"hectometer", 0.01},
-                                          {"kilometer", 1e-3},
-                                          {"mil", 1 / 0.0000254},
-                                          {"inch", 1 / 0.0254},
-                                          {"feet", 1 / 0.3048},
-                                          {"foot", 1 / 0.3048},
-                                          {"yard", 1 / 0.9144},
-                                          {"mile", 1 / 1609.344}}};
+                                          {"decameter", 10},
+                                          {"hectometer", 100},
+                                          {"kilometer", 1000},
+                                          {"mil", 0.0000254},
+                                          {"inch", 0.0254},
+                                          {"feet", 0.3048},
+                                          {"foot", 0.3048},
+                                          {"yard", 0.9144},
+                                          {"mile", 1609.344}}};
 
 std::string plainName(std::string_view text) {
   std::string name;
@@ -69,13 +69,19 @@ Result<std::vector<Bodies>> readMultiXtBrep(const Segment& segment, ByteOrder or
   return all;
 }
 
-std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units) {
-  if (bodies.units_per_metre) return bodies.units_per_metre;
+std::optional<double> metresOfUnit(std::string_view measurement_units) {
   const std::string name = plainName(measurement_units);
   for (const Unit& unit : kUnits) {
-    if (name == unit.name) return unit.per_metre;
+    if (name == unit.name) return unit.metres;
   }
   return std::nullopt;
+}
+
+std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units) {
+  if (bodies.units_per_metre) return bodies.units_per_metre;
+  const auto metres = metresOfUnit(measurement_units);
+  if (!metres) return std::nullopt;
+  return 1 / *metres;
 }
 
 std::optional<double> unitsPerMetreFromBox(const Bodies& bodies, const float box[6]) {
@@ -92,10 +98,9 @@ std::optional<double> unitsPerMetreFromBox(const Bodies& bodies, const float box
   if (!std::isfinite(ratio) || !(ratio > 0)) return std::nullopt;
   const Unit* best = &kUnits[0];
   for (const Unit& unit : kUnits) {
-    if (std::abs(std::log(ratio / unit.per_metre)) < std::abs(std::log(ratio / best->per_metre)))
-      best = &unit;
+    if (std::abs(std::log(ratio * unit.metres)) < std::abs(std::log(ratio * best->metres))) best = &unit;
   }
-  return best->per_metre;
+  return 1 / best->metres;
 }
 
 }  // namespace jttk::brep

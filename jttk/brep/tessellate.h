@@ -27,6 +27,10 @@ Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order);
 // one that cannot be read to its end.
 Result<std::vector<Bodies>> readMultiXtBrep(const Segment& segment, ByteOrder order);
 
+// The length in metres of the unit that a property JT_PROP_MEASUREMENT_UNITS names ("Millimeters", any letter
+// case); empty when the name is not known.
+std::optional<double> metresOfUnit(std::string_view measurement_units);
+
 // JT length units per metre for a part. What the data say themselves comes first; then
 // `measurement_units`, the part's property JT_PROP_MEASUREMENT_UNITS (any letter case; empty: not known);
 // nothing when neither tells, then `lengthRatio` can.

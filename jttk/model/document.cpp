@@ -24,7 +24,7 @@ Result<SceneGraph> readToItsEnd(const Segment& segment, Version version, ByteOrd
 Result<SceneGraph> readGraph(const TocEntry& entry, Document& document) {
   const JtFile& jt = *document.file;
   const Result<Segment> segment = jt.segment(entry);
-  if (!segment) return tl::unexpected<Error>(segment.error().in(placeOf(entry)));
+  if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
   Result<SceneGraph> graph = readToItsEnd(*segment, jt.version(), jt.byteOrder());
   if (!graph) return tl::unexpected<Error>(graph.error().in(placeOf(entry)));
   if (!segment->note.empty()) document.notes.push_back(placeOf(entry) + ": " + segment->note);

@@ -181,7 +181,9 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
       before = found;
       if (!is_new) continue;
       std::string place = loftbay::host::toHostPath(document.path);
-      place.append(": segment ").append(found->id.text()).append(": ").append(reason);
+      // A segment that cannot be read at all is named by its reason.
+      const std::string segment = "segment " + found->id.text() + ": ";
+      place.append(": ").append(reason.starts_with(segment) ? "" : segment).append(reason);
       if (quietly && !arrays_) {
         model_.library().note(
             std::string(part_name).append(": the facets of the file are used: ").append(place));

@@ -6,6 +6,7 @@
 #include "host/directory.h"
 #include "host/path.h"
 #include "host/shown_text.h"
+#include "jttk/brep/tessellate.h"
 #include "jttk/jttk.h"
 #include "jttk/model/unused_geometry.h"
 
@@ -20,8 +21,7 @@ Library::Library(std::unique_ptr<Document> main, bool allow_outside, std::vector
   // Bytes without a file have no canonical path; the empty key cannot be met again.
   documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
   ways_.push_back({document, nullptr});
-  tellDamage(*document);
-  notes_.addFile(*document);
+  tellOpened(*document);
 }
 
 const FileWay* Library::follow(NodeRef partition) {
@@ -81,8 +81,7 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
     auto document = openDocument(path);
     if (document) {
       entry->second = std::move(*document);
-      tellDamage(*entry->second);
-      notes_.addFile(*entry->second);
+      tellOpened(*entry->second);
     } else {
       failures_[canonical] = host::toHostPath(path) + ": " + document.error().text();
     }
@@ -126,6 +125,27 @@ void Library::tellContainer(const Document& document) {
          (cut.size() > kMostListed ? ", …" : ""));
   }
   if (const auto unused = tellUnusedGeometry(document)) lost(document.nearestLabel(kNone), place + *unused);
+}
+
+void Library::tellOpened(Document& document) {
+  diag::programSeams().observer->opened(host::toHostPath(document.path));
+  tellUnit(document.graph);
+  tellDamage(document);
+  notes_.addFile(document);
+}
+
+// The root's unit is the model's; where it states none, what is nearest to the top of the file.
+void Library::tellUnit(const SceneGraph& graph) {
+  const auto tell = [&](const Node& node) {
+    const std::string& name = graph.text(node.units);
+    const auto metres = brep::metresOfUnit(name);
+    if (!metres || unit_told_) return;
+    unit_told_ = true;
+    diag::programSeams().observer->unit(name, *metres);
+  };
+  if (unit_told_) return;
+  if (graph.root < graph.nodes.size()) tell(graph.nodes[graph.root]);
+  for (const Node& node : graph.nodes) tell(node);
 }
 
 void Library::tellDamage(Document& document) {

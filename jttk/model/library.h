@@ -59,6 +59,9 @@ class Library {
   Document* open(const Reference& reference);
   Document* load(const std::string& path, const std::string& canonical, std::string& reason);
   void noteTail(const Document& from, const std::string& reference, const std::string& path);
+  // Tells the observer that a file was opened, and what is wrong with it.
+  void tellOpened(Document& document);
+  void tellUnit(const SceneGraph& graph);
   void tellDamage(Document& document);
   void tellContainer(const Document& document);
 
@@ -72,6 +75,7 @@ class Library {
   std::set<std::pair<const Document*, std::string>> noted_tails_;
   ModelNotes notes_;
   bool has_materials_ = false;
+  bool unit_told_ = false;
   bool names_given_ = false;
 };
 

@@ -93,7 +93,7 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node, MemoryB
   const TocEntry* listed = document.file->find(id);
   if (listed == nullptr) return fail(place + ": is not in the table of contents", 0);
   const Result<Segment> segment = document.file->segment(*listed);
-  if (!segment) return tl::unexpected<Error>(segment.error().in(place));
+  if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
   const std::vector<StatedExtent> stated = statedExtents(graph, node);
   Result<ShapeGeometry> geometry =
       decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), {stated, &memory});

@@ -18,7 +18,7 @@ SURVEY = os.path.join(SOURCE, "samples", "survey.jt")
 SAMPLE = sorted(glob.glob(os.path.join(SOURCE, "samples", "*.jt")))[0]
 
 REPORT_KEYS = ["schema_version", "input", "output", "ok", "jt_version", "seconds", "peak_rss_kb", "counts",
-               "skipped", "notes", "log"]
+               "skipped", "notes", "log", "outcome", "exit_code", "error", "options", "files", "unit", "bytes"]
 COUNT_KEYS = ["nodes", "transforms", "shapes", "meshes", "materials", "triangles", "lines", "points",
               "vertices_read", "vertices_written"]
 
@@ -145,7 +145,7 @@ class Conversion(CliTest):
     def test_the_report_is_one_document_and_counts_as_zix_info_does(self):
         result = self.run_program(SAMPLE, self.out, "--json")
         report = self.report(result)
-        self.assertEqual(report["schema_version"], 1)
+        self.assertEqual(report["schema_version"], 2)
         self.assertEqual((report["input"], report["output"], report["jt_version"]), (SAMPLE, self.out, "9.5"))
         self.assertEqual((report["skipped"], report["ok"]), ([], True))
         info = self.zix_info(self.out)
@@ -275,34 +275,41 @@ class RefusedPaths(CliTest):
         result = self.run_program(*arguments, "--json")
         self.assertEqual(result.returncode, code)
         report = self.report(result)
-        self.assertEqual(result.stderr.decode().splitlines()[0], message)
-        self.assertEqual(report["counts"]["nodes"], 0)
+        self.assertEqual(result.stderr.decode().splitlines(), [message])
+        self.assertEqual((report["outcome"], report["exit_code"], report["error"]), ("refused", 3, message))
+        self.assertEqual((report["counts"]["nodes"], report["files"], report["bytes"]), (0, [], None))
         return report
 
     def test_a_missing_input(self):
-        self.check(3, "Error:Input file is not found.", self.path("missing.jt"), self.out)
+        missing = self.path("missing.jt")
+        report = self.check(3, missing + ": Error:Input file is not found.", missing, self.out)
+        self.assertIsNone(report["log"], "nothing was written")
         self.assertFalse(os.path.exists(self.out))
 
     def test_a_folder_as_input(self):
         os.mkdir(self.path("folder.jt"))
-        self.check(3, "Error:Input file is not found.", self.path("folder.jt"), self.out)
+        self.check(3, self.path("folder.jt: Error:Input file is not found."), self.path("folder.jt"), self.out)
 
     def test_other_extensions(self):
-        self.check(3, "Error:Unsupported input format.", self.write("a.txt", b""), self.out)
-        self.check(3, "Error:Unsupported output format.", SAMPLE, self.path("out.zixx"))
+        self.check(3, self.path("a.txt: Error:Unsupported input format."), self.write("a.txt", b""), self.out)
+        self.check(3, self.path("out.zixx: Error:Unsupported output format."), SAMPLE, self.path("out.zixx"))
+        # The formats come first.
+        missing = self.path("missing.jt")
+        self.check(3, self.path("out.zixx: Error:Unsupported output format."), missing, self.path("out.zixx"))
 
     def test_empty_texts(self):
         self.check(3, "Please specify the input file.", "", self.out)
         self.check(3, "Please specify the output file.", SAMPLE, "")
 
     def test_a_missing_output_folder_is_not_created(self):
-        self.check(3, "Error:Output directory is not available.", SAMPLE, self.path("missing/out.zix"))
+        output = self.path("missing/out.zix")
+        self.check(3, output + ": Error:Output directory is not available.", SAMPLE, output)
         self.assertFalse(os.path.exists(self.path("missing")))
 
     def test_an_output_that_cannot_be_written_is_logged(self):
         os.mkdir(self.path("dir.zix"))
         message = "Permission denied for writing the ZIX file. Please verify whether you have the write permission."
-        report = self.check(3, message, SAMPLE, self.path("dir.zix"))
+        report = self.check(3, self.path("dir.zix: ") + message, SAMPLE, self.path("dir.zix"))
         with open(report["log"], encoding="utf-8") as file:
             self.assertEqual([line.split("] ", 1)[1] for line in file.read().splitlines()], [message])
 
@@ -568,7 +575,11 @@ class Batch(CliTest):
         self.assertFalse(os.path.exists(self.out_dir))
 
     def test_jobs_must_be_a_positive_number_and_goes_with_a_folder(self):
-        self.assertEqual(self.run_program(*self.models, "--out-dir", self.out_dir, "--jobs", "0").returncode, 2)
+        for jobs in ("0", "-1", "-99999999999", "two"):
+            result = self.run_program(*self.models, "--out-dir", self.out_dir, "--jobs", jobs)
+            self.assertEqual((result.returncode, result.stdout), (2, b""), jobs)
+            self.assertIn(b"--jobs", result.stderr)
+        self.assertFalse(os.path.exists(self.out_dir))
         self.assertEqual(self.run_program(self.models[0], self.out, "--jobs", "2").returncode, 2)
 
     def test_an_interrupt_ends_the_batch_with_130_and_leaves_nothing_half_written(self):

@@ -7,9 +7,14 @@ import subprocess
 import tempfile
 import unittest
 
+import schema
+
 SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
 LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
 ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
+
+with open(os.path.join(SOURCE, "docs", "report.schema.json"), encoding="utf-8") as file:
+    REPORT_SCHEMA = json.load(file)
 
 
 class ProgramTest(unittest.TestCase):
@@ -28,8 +33,25 @@ class ProgramTest(unittest.TestCase):
         return {**kept, "MERIDAN_TEMP_PATH": self.path("work"), **(more or {})}
 
     def run_program(self, *arguments, environment=None, timeout=120, **keywords):
-        return subprocess.run([LOFTBAY, *arguments], capture_output=True, env=self.environment(environment),
-                              timeout=timeout, **keywords)
+        result = subprocess.run([LOFTBAY, *arguments], capture_output=True, env=self.environment(environment),
+                                timeout=timeout, **keywords)
+        if "--json" in arguments and arguments[0] != "info" and result.stdout:
+            self.check_reports(result.stdout)
+        return result
+
+    def check_reports(self, output):
+        """The one document on standard output is as its schema says; its reports, one or several, as a list."""
+        document = json.loads(output.decode("utf-8"))
+        self.assertEqual(schema.faults(document, REPORT_SCHEMA), [])
+        reports = document if isinstance(document, list) else [document]
+        for report in reports:
+            codes = {"ok": (0,), "partial": (1,), "failed": (1,), "refused": (3,), "interrupted": (130,)}
+            self.assertIn(report["exit_code"], codes[report["outcome"]])
+            self.assertEqual(report["ok"], report["exit_code"] == 0)
+            self.assertEqual(report["error"] is None, report["outcome"] in ("ok", "partial"))
+            if report["bytes"] is not None:
+                self.assertEqual(report["bytes"]["arrays"] + report["bytes"]["records"], report["bytes"]["total"])
+        return reports
 
     def zix_info(self, scene):
         return json.loads(subprocess.run([ZIX, "info", scene, "--json"], capture_output=True).stdout)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "host/path.h"
 #include "tests/doubles/job_fixture.h"
 
 namespace loftbay::doubles {
@@ -65,8 +66,8 @@ TEST_F(Job, FailingToolkitStartGivesFalseAndNoCloseButTheCompletedLine) {
   EXPECT_EQ(sceneLines("createObject"), "");
   EXPECT_EQ(linesWith(toolkitCalls(), "fini"), "");
   EXPECT_EQ(startup_failures.str(), "The JT toolkit gives no importer.\n");
-  EXPECT_EQ(observer.losses,
-            (std::vector<std::string>{"C:\\models\\part.jt: the JT toolkit could not be started"}));
+  EXPECT_EQ(observer.losses, (std::vector<std::string>{host::toHostPath(input_path) +
+                                                       ": the JT toolkit could not be started"}));
   EXPECT_THAT(observer.notes, testing::IsEmpty());
 }
 
@@ -84,7 +85,8 @@ TEST_F(Job, SceneThatFailsToSaveGivesTrue) {
   letSceneThrow("closeFile");
   EXPECT_TRUE(convert());
   EXPECT_THAT(boxes, testing::ElementsAre("None: Failed to save"));
-  EXPECT_EQ(observer.losses, (std::vector<std::string>{"C:\\out\\scene.zix: planned failure of closeFile"}));
+  EXPECT_EQ(observer.losses,
+            (std::vector<std::string>{host::toHostPath(output_path) + ": planned failure of closeFile"}));
 }
 
 TEST_F(Job, SwallowsWhateverSaveToThrows) {

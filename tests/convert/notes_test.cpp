@@ -1,6 +1,7 @@
 // What the observer is told: counts, and what options and rules leave out.
 #include <gmock/gmock.h>
 
+#include "host/path.h"
 #include "tests/doubles/job_fixture.h"
 
 namespace loftbay::doubles {

@@ -47,8 +47,17 @@ TEST(NumberFromText, IgnoresWhatFollows) {
 }
 
 TEST(NumberFromText, IsZeroWithoutANumber) {
-  for (const char* const text : {"", " ", "fine", "--1", "+-1", "-+1", ".", "e5", "-", "+"})
+  for (const char* const text :
+       {"", " ", "fine", "--1", "+-1", "-+1", ".", "e5", "-", "+", "-fine", "-.", "-e5"}) {
     EXPECT_EQ(numberFromText(text), 0.0) << text;
+    // A sign counts only where a number follows.
+    EXPECT_FALSE(std::signbit(numberFromText(text))) << text;
+  }
+}
+
+TEST(NumberFromText, KeepsTheSignOfAZeroThatIsThere) {
+  for (const char* const text : {"-0", "-0.0mm", "-0x", "-0xg", "-1e-999"})
+    EXPECT_TRUE(std::signbit(numberFromText(text))) << text;
 }
 
 TEST(NumberFromText, ReadsHexadecimalNumbers) {

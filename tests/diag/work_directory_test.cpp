@@ -134,6 +134,18 @@ TEST_F(WorkDirectory, AnOwnDirectoryUnderAMissingBaseEndsTheSearch) {
 }
 
 #ifndef _WIN32
+TEST_F(WorkDirectory, ABaseIsTriedAndLeftAsItIs) {
+  EXPECT_TRUE(canHoldWorkDirectory(programPath("a")));
+  EXPECT_TRUE(canHoldWorkDirectory(programPath("new")));
+  EXPECT_TRUE(exists("new"));
+  EXPECT_FALSE(exists(std::string("a/") + kName + "-try"));
+  EXPECT_FALSE(canHoldWorkDirectory(programPath("not") + "\\there"));
+  // The folder is somebody's own.
+  EXPECT_EQ(MakeDatedDirectory(programPath("a")), programPath("a") + "\\" + kName);
+  EXPECT_TRUE(selectOwnWorkDirectory("Loftbay_Log.txt", programPath("a")));
+  EXPECT_FALSE(selectOwnWorkDirectory("Loftbay_Log.txt", programPath("not") + "\\there"));
+}
+
 TEST_F(WorkDirectory, WithoutTheFourVariablesTmpdirDecides) {
   setEnvironment("TMPDIR", hostPath("c"));
   SelectWorkDirectory("Loftbay_Log.txt");

@@ -109,6 +109,19 @@ TEST_F(Validation, ABareOutputNameMeansTheCurrentDirectory) {
   EXPECT_TRUE(fs::exists(folder_ / L"bare.zix"));
 }
 
+TEST_F(Validation, ABoxBelongsToTheDialogAlsoWhileAnotherProgramIsInFront) {
+  const HWND window = program_.mainWindow();
+  const HWND other = CreateWindowExW(0, L"Static", L"another program", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10,
+                                     10, 200, 100, nullptr, nullptr, nullptr, nullptr);
+  activate(other);
+  PostMessageW(window, WM_COMMAND, kTranslate, 0);
+  const HWND box = program_.waitForSecondWindow("the box");
+  EXPECT_EQ(GetWindow(box, GW_OWNER), window);
+  EXPECT_EQ(IsWindowEnabled(window), 0) << "a second conversion could be started below the box";
+  EXPECT_EQ(program_.closeMessageBox().text, L"Please specify the input file.");
+  DestroyWindow(other);
+}
+
 TEST_F(Validation, ACorrectedPathConverts) {
   expectRefused(folder_ / L"missing.jt", scene_, L"Error:Input file is not found.");
   type(item(program_.mainWindow(), kInput), model_.wstring());

@@ -399,6 +399,52 @@ TEST(NameKey, IsOneForAllFormsOfAName) {
   EXPECT_EQ(nameKey("  "), "");
 }
 
+TEST_F(ManyFiles, EveryFileThatIsOpenedIsToldOnceAsTheHostWritesIt) {
+  writePart("sub/bolt.jt", "bolt");
+  std::ofstream(folder_ / "model" / "bad.jt") << "this is no model";
+  writeMain({"sub/bolt.jt", "bad.jt", "gone.jt", "sub/BOLT.jt"});
+  tree();
+  const auto host = [&](const char* name) {
+    return loftbay::host::toHostPath(loftbay::host::toProgramPath((folder_ / "model").string()) + "\\" +
+                                     name);
+  };
+  EXPECT_THAT(recorder_.files, ElementsAre(host("main.jt"), host("sub\\bolt.jt")));
+}
+
+TEST_F(ManyFiles, AFileThatIsNoModelIsLostUnderItsPathAsTheHostWritesIt) {
+  std::ofstream(folder_ / "model" / "bad.jt") << "this is no model";
+  tree("model/bad.jt");
+  const std::string path =
+      loftbay::host::toHostPath(loftbay::host::toProgramPath((folder_ / "model" / "bad.jt").string()));
+  EXPECT_THAT(recorder_.losses, ElementsAre(::testing::StartsWith(path + ": " + path + ": ")));
+  EXPECT_THAT(recorder_.files, IsEmpty());
+}
+
+TEST_F(ManyFiles, TheUnitOfTheTopmostFileThatStatesOneIsTold) {
+  const auto part = [&](const std::string& file, const char* root_unit, const char* part_unit) {
+    GraphBuilder graph;
+    auto root = graph.partition(0, {1}).name("part");
+    if (root_unit != nullptr) root.property("JT_PROP_MEASUREMENT_UNITS", root_unit);
+    auto node = graph.part(1, {2});
+    if (part_unit != nullptr) node.property("JT_PROP_MEASUREMENT_UNITS", part_unit);
+    graph.triStrips(2);
+    write(file, graph);
+  };
+  const auto told = [&](const std::string& file) {
+    recorder_.units.clear();
+    tree("model/" + file);
+    return recorder_.units;
+  };
+  part("root.jt", "Inches", "Millimeters");
+  EXPECT_THAT(told("root.jt"), ElementsAre("Inches 0.025400"));
+  part("part.jt", "Unknown", "Feet");
+  EXPECT_THAT(told("part.jt"), ElementsAre("Feet 0.304800"));
+  part("none.jt", nullptr, nullptr);
+  EXPECT_THAT(told("none.jt"), IsEmpty());
+  writeMain({"none.jt", "part.jt", "root.jt"});
+  EXPECT_THAT(told("main.jt"), ElementsAre("Feet 0.304800"));
+}
+
 TEST(FoldCase, KnowsLatinGreekAndCyrillicLetters) {
   EXPECT_EQ(jttk::foldCase("Bolt 7.JT"), "bolt 7.jt");
   EXPECT_EQ(jttk::foldCase("GEH\xc3\x84USE"), "geh\xc3\xa4use");

@@ -171,6 +171,19 @@ TEST(Shapes, ADamagedOneIsNullAndReportedOnceWithFileSegmentAndPlace) {
   EXPECT_THAT(model.recorder.messages(), HasSubstr(graph.shapeSegment(6).text()));
 }
 
+TEST(Shapes, ASegmentThatCannotBeReadIsNamedOnce) {
+  constexpr jttk::Guid kTooShort{7, 7, 7, {7}};
+  GraphBuilder graph = partOf({2});
+  graph.lateSegment(kTooShort, 6, {});
+  graph.unknownShape(2, {9, 9, 9, {9}}).lateLoaded("JT_LLPROP_SHAPEIMPL", kTooShort, 6);
+  const Loaded model(graph);
+  EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
+  ASSERT_EQ(model.recorder.losses.size(), 1U);
+  const std::string segment = "segment " + kTooShort.text() + ": ";
+  EXPECT_THAT(model.recorder.losses[0], HasSubstr(segment));
+  EXPECT_THAT(model.recorder.losses[0], Not(HasSubstr(segment + segment)));
+}
+
 TEST(Shapes, AreNotDecodedBeforeTheyAreAskedFor) {
   GraphBuilder graph = partOf({2});
   graph.setGeometry(Bytes(40));  // nothing that could be decoded

@@ -42,6 +42,10 @@ class Recorder final : public loftbay::diag::Observer {
  public:
   Recorder();
   ~Recorder() override;
+  void opened(std::string_view path) override { files.emplace_back(path); }
+  void unit(std::string_view name, double metres) override {
+    units.push_back(std::string(name) + " " + std::to_string(metres));
+  }
   void jtVersion(int major, int minor) override { version = {major, minor}; }
   void lost(std::string_view part, std::string_view reason) override {
     losses.push_back(std::string(part) + ": " + std::string(reason));
@@ -50,6 +54,8 @@ class Recorder final : public loftbay::diag::Observer {
 
   std::vector<std::string> losses;
   std::vector<std::string> notes;
+  std::vector<std::string> files;  // that were opened
+  std::vector<std::string> units;  // "name metres"
   std::pair<int, int> version;
   std::string messages() const { return messages_.str(); }
 
