@@ -38,42 +38,6 @@ class Listener final : public diag::Observer {
   std::ostream nowhere_{nullptr};
 };
 
-std::string typeName(SegmentType type) {
-  const auto number = static_cast<std::uint32_t>(type);
-  switch (type) {
-    case SegmentType::SceneGraph:
-      return "scene graph";
-    case SegmentType::JtBrep:
-      return "JT boundary representation";
-    case SegmentType::Pmi:
-      return "product manufacturing information";
-    case SegmentType::MetaData:
-      return "meta data";
-    case SegmentType::Shape:
-      return "shape";
-    case SegmentType::XtBrep:
-      return "XT boundary representation";
-    case SegmentType::Wireframe:
-      return "wireframe";
-    case SegmentType::Ulp:
-      return "ULP";
-    case SegmentType::Stt:
-      return "STT";
-    case SegmentType::Lwpa:
-      return "LWPA";
-    case SegmentType::MultiXtBrep:
-      return "XT boundary representations";
-    case SegmentType::Information:
-      return "information";
-    default:
-      break;
-  }
-  if (type >= SegmentType::ShapeLod0 && type <= SegmentType::ShapeLod9) {
-    return "shape, level " + std::to_string(number - static_cast<std::uint32_t>(SegmentType::ShapeLod0));
-  }
-  return "type " + std::to_string(number);
-}
-
 // Whether the toolkit reads segments of this type.
 bool isRead(SegmentType type) {
   return type == SegmentType::SceneGraph || type == SegmentType::Shape || type == SegmentType::XtBrep ||
@@ -81,8 +45,7 @@ bool isRead(SegmentType type) {
          (type >= SegmentType::ShapeLod0 && type <= SegmentType::ShapeLod9);
 }
 
-std::string compressionName(const JtFile& file, const TocEntry& entry) {
-  const Result<Segment> segment = file.segment(entry);
+const char* compressionName(const Result<Segment>& segment) {
   if (!segment) return "unreadable";
   switch (segment->compression) {
     case Compression::None:
@@ -94,7 +57,15 @@ std::string compressionName(const JtFile& file, const TocEntry& entry) {
     case Compression::Lzma:
       return "lzma";
   }
-  return {};
+  return "";
+}
+
+void listCutOff(const JtFile& jt, const std::string& path, std::vector<std::string>& unreadable) {
+  for (const TocEntry* entry : jt.cutOff()) {
+    unreadable.push_back(loftbay::host::toHostPath(path) + ": segment " + entry->id.text() + " (" +
+                         segmentTypeName(entry->type) +
+                         ") lies behind the end of the file or goes beyond it");
+  }
 }
 
 void describeContainer(const Document& document, FileDescription& file) {
@@ -106,16 +77,25 @@ void describeContainer(const Document& document, FileDescription& file) {
   const auto last = file.header_text.find_last_not_of(" \r\n\t\0");
   file.header_text.resize(last == std::string::npos ? 0 : last + 1);
   file.duplicate_entries = jt.duplicateEntries();
+  const std::vector<const TocEntry*> cut = jt.cutOff();
+  listCutOff(jt, document.path, file.unreadable_segments);
   std::map<std::pair<SegmentType, std::string>, std::size_t> counts;
-  for (const TocEntry& entry : jt.contents()) ++counts[{entry.type, compressionName(jt, entry)}];
-  for (const auto& [key, count] : counts)
-    file.segments.push_back({typeName(key.first), key.second, count, isRead(key.first)});
+  for (const TocEntry& entry : jt.contents()) {
+    const Result<Segment> segment = jt.segment(entry);
+    ++counts[{entry.type, compressionName(segment)}];
+    if (segment || std::find(cut.begin(), cut.end(), &entry) != cut.end()) continue;
+    file.unreadable_segments.push_back(loftbay::host::toHostPath(document.path) + ": " +
+                                       segment.error().text());
+  }
+  for (const auto& [key, count] : counts) {
+    file.segments.push_back({segmentTypeName(key.first), key.second, count, isRead(key.first)});
+  }
   for (const UnknownElement& element : document.graph.unknown) ++file.unknown[element.kind.text()];
 }
 
 void countUnread(const Document& document, FileDescription& file) {
   for (const TocEntry& entry : document.file->contents()) {
-    if (!isRead(entry.type)) ++file.unread_segments[typeName(entry.type)];
+    if (!isRead(entry.type)) ++file.unread_segments[segmentTypeName(entry.type)];
   }
 }
 
@@ -319,6 +299,7 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
     // The container may be sound where the scene graph is not.
     if (auto container = JtFile::open(program_path)) {
       Document shell;
+      shell.path = program_path;
       shell.file = std::move(*container);
       describeContainer(shell, file);
       countUnread(shell, file);
@@ -334,6 +315,7 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
   const Library& library = dynamic_cast<ModelNode&>(*root).model().library();
   for (const std::string& path : library.otherFiles()) {
     file.files.push_back(loftbay::host::toHostPath(path));
+    if (const auto other = JtFile::open(path)) listCutOff(**other, path, file.unreadable_segments);
   }
   for (const Document* each : library.documents()) {
     countUnread(*each, file);

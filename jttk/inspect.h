@@ -81,6 +81,9 @@ struct FileDescription {
   bool tree_is_cut = false;                    // it has more nodes than were asked for
   std::vector<NodeProperties> properties;      // only when asked for; of nodes that have any, in file order
   std::map<std::string, std::size_t> unknown;  // kinds (GUID) of elements that are not known: how many
+  // Segments that do not unpack, and those that the end of their file cuts off; of the file itself and of the
+  // other files of the model. They need not be lost: not every segment is converted.
+  std::vector<std::string> unreadable_segments;
   std::vector<Loss> losses;
   std::vector<std::string> notes;
 };

@@ -85,6 +85,7 @@ Json toJson(const std::string& input, const jttk::FileDescription& file) {
   document["tree"] = std::move(tree);
   document["tree_is_cut"] = file.tree_is_cut;
   document["unknown_elements"] = file.unknown;
+  document["unreadable_segments"] = file.unreadable_segments;
   document["cannot_be_converted"] = std::move(losses);
   document["notes"] = file.notes;
   return document;
@@ -143,12 +144,18 @@ void printText(const std::string& input, const jttk::FileDescription& file) {
   if (file.tree_is_cut) print("  … (cut)\n");
   if (!file.unknown.empty()) print("Elements that are not known, and skipped:\n");
   for (const auto& [kind, count] : file.unknown) print(fmt::format("  {:>6}  {}\n", count, kind));
+  if (!file.unreadable_segments.empty()) print("Segments that cannot be read:\n");
+  for (const auto& text : file.unreadable_segments) print(fmt::format("  {}\n", shownText(text)));
   if (!file.losses.empty()) print("Cannot be converted:\n");
   for (const auto& loss : file.losses) {
     print(fmt::format("  {}\n", shownText(loss.part.empty() ? loss.reason : loss.part + ": " + loss.reason)));
   }
   if (!file.notes.empty()) print("Notes:\n");
   for (const auto& note : file.notes) print(fmt::format("  {}\n", shownText(note)));
+}
+
+bool isWhole(const jttk::FileDescription& file) {
+  return file.loaded && file.losses.empty() && file.unreadable_segments.empty();
 }
 
 std::string failureOf(const jttk::FileDescription& file) {
@@ -223,7 +230,7 @@ bool summariseFiles(const InfoOptions& options) {
   SummaryTable table;
   for (const std::string& input : options.inputs) {
     const auto file = jttk::describeFile(host::toProgramPath(input), {.decode_shapes = !options.stated});
-    sound = sound && file.loaded && file.losses.empty();
+    sound = isWhole(file) && sound;
     if (options.json) {
       documents.push_back(summaryJson(input, file));
     } else {
@@ -250,7 +257,7 @@ bool describe(const InfoOptions& options) {
     printText(input, file);
   }
   if (!options.json && !file.loaded) complain("loftbay", input + ": " + failureOf(file));
-  return file.loaded && file.losses.empty();
+  return isWhole(file);
 }
 
 }  // namespace

@@ -15,9 +15,18 @@ constexpr std::size_t kSmallestBuffer = 4096;
 // Scene graphs and meta data pack to about a quarter.
 constexpr std::size_t kUsualRatio = 4;
 
+constexpr std::size_t kMostFirstSize = std::size_t{4} << 20;
+
+constexpr std::size_t kHeaderBytes = 2;
+constexpr std::size_t kChecksumBytes = 4;
+constexpr const char* kEndsTooEarly = "the zlib stream ends too early";
+constexpr const char* kDoesNotInflate = "the zlib stream does not inflate: ";
+
+// The deflate data inside of a zlib stream, without header and checksum: so their end is seen even where the
+// checksum is cut off.
 class InflateStream {
  public:
-  InflateStream() noexcept { ready_ = inflateInit(&stream) == Z_OK; }
+  InflateStream() noexcept { ready_ = inflateInit2(&stream, -MAX_WBITS) == Z_OK; }
   ~InflateStream() {
     if (ready_) inflateEnd(&stream);
   }
@@ -31,7 +40,40 @@ class InflateStream {
   bool ready_ = false;
 };
 
+// Null when it is a header that can be read.
+const char* headerFault(std::span<const std::byte> packed) {
+  const auto method = std::to_integer<unsigned>(packed[0]);
+  const auto flags = std::to_integer<unsigned>(packed[1]);
+  if ((method * 256 + flags) % 31 != 0) return "incorrect header check";
+  if ((method & 15U) != Z_DEFLATED) return "unknown compression method";
+  if ((method >> 4U) > 7) return "invalid window size";
+  if ((flags & 32U) != 0) return "it needs a dictionary";
+  return nullptr;
+}
+
+uLong checksumOf(std::span<const std::byte> bytes) {
+  uLong sum = adler32(0, nullptr, 0);
+  while (!bytes.empty()) {
+    const auto part = bytes.first(std::min(bytes.size(), kMaximumStep));
+    sum = adler32(sum, reinterpret_cast<const Bytef*>(part.data()), static_cast<uInt>(part.size()));
+    bytes = bytes.subspan(part.size());
+  }
+  return sum;
+}
+
+// Whether what is there of the stored checksum (the highest byte first) is that of the data.
+bool agrees(std::span<const std::byte> stored, uLong sum) {
+  for (std::size_t i = 0; i < stored.size(); ++i) {
+    if (std::to_integer<uLong>(stored[i]) != ((sum >> (24 - 8 * i)) & 255U)) return false;
+  }
+  return true;
+}
+
 }  // namespace
+
+std::size_t firstUnpackedSize(std::size_t packed_bytes, std::size_t usual_ratio) {
+  return std::clamp(std::min(packed_bytes, kMostFirstSize) * usual_ratio, kSmallestBuffer, kMostFirstSize);
+}
 
 bool growUnpacked(std::vector<std::byte>& buffer, std::size_t first_size, std::size_t limit_bytes) {
   if (buffer.size() > limit_bytes) return false;
@@ -45,15 +87,16 @@ bool growUnpacked(std::vector<std::byte>& buffer, std::size_t first_size, std::s
 }
 
 Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, std::uint64_t offset,
-                                           std::size_t limit_bytes) {
+                                           std::size_t limit_bytes, bool* lacks_checksum) {
+  if (packed.size() < kHeaderBytes) return fail(kEndsTooEarly, offset + packed.size());
+  if (const char* fault = headerFault(packed)) return fail(std::string(kDoesNotInflate) + fault, offset);
   InflateStream inflater;
   if (!inflater.ready()) return fail("the zlib stream cannot be unpacked: no memory", offset);
   z_stream& z = inflater.stream;
   std::vector<std::byte> output;
-  std::size_t fed = 0;
+  std::size_t fed = kHeaderBytes;
   std::size_t written = 0;
-  const std::size_t first_size =
-      std::max(kSmallestBuffer, std::min(packed.size(), kMaximumStep) * kUsualRatio);
+  const std::size_t first_size = firstUnpackedSize(packed.size(), kUsualRatio);
   for (;;) {
     if (written == output.size() && !growUnpacked(output, first_size, limit_bytes)) {
       return fail("the zlib stream unpacks to more than " + std::to_string(limit_bytes) + " bytes", offset);
@@ -70,16 +113,20 @@ Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, st
     written += out_step - z.avail_out;
     if (status == Z_STREAM_END) break;
     if (status == Z_OK && (z.avail_out == 0 || fed < packed.size())) continue;
-    if (status == Z_OK || status == Z_BUF_ERROR) {
-      return fail("the zlib stream ends too early", offset + fed);
-    }
-    return fail(std::string("the zlib stream does not inflate: ") + (z.msg != nullptr ? z.msg : "damaged"),
-                offset + fed);
+    if (status == Z_OK || status == Z_BUF_ERROR) return fail(kEndsTooEarly, offset + fed);
+    return fail(kDoesNotInflate + std::string(z.msg != nullptr ? z.msg : "damaged"), offset + fed);
   }
   if (written > limit_bytes) {
     return fail("the zlib stream unpacks to more than " + std::to_string(limit_bytes) + " bytes", offset);
   }
   output.resize(written);
+  const auto stored = packed.subspan(fed, std::min(kChecksumBytes, packed.size() - fed));
+  if (!agrees(stored, checksumOf(output))) {
+    return fail(kDoesNotInflate + std::string("incorrect data check"), offset + fed + stored.size());
+  }
+  const bool is_cut_off = stored.size() < kChecksumBytes;
+  if (is_cut_off && lacks_checksum == nullptr) return fail(kEndsTooEarly, offset + packed.size());
+  if (lacks_checksum != nullptr) *lacks_checksum = is_cut_off;
   return output;
 }
 

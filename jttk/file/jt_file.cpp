@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::size_t kHeaderTextBytes = 80;
 constexpr std::string_view kHeaderMark = "Version";
-constexpr std::size_t kSegmentHeaderBytes = 24;
 constexpr Version kFirstVersion{8, 0};
 constexpr int kLastMajor = 10;
 
@@ -47,7 +46,7 @@ std::string_view trimmed(std::string_view text) {
 
 // Scene graph, B-reps, PMI, meta data and everything newer than shapes begin with a compression prefix;
 // shape segments never do.
-bool mayHavePrefix(SegmentType type) { return type < SegmentType::Shape || type > SegmentType::ShapeLod9; }
+bool mayHavePrefix(SegmentType type) { return !isShapeSegment(type); }
 
 // Types whose prefix has been seen or is published. For others a prefix that makes no sense means that
 // there is none.
@@ -97,26 +96,36 @@ Compression compressionOf(std::uint32_t flag, std::uint32_t algorithm, std::span
 
 struct Prefix {
   Compression compression = Compression::None;
-  std::span<const std::byte> packed;
-  std::uint64_t offset = 0;
-  std::size_t missing_bytes = 0;  // of what the prefix states
+  std::span<const std::byte> reach;  // what follows the prefix
+  std::size_t stated_bytes = 0;      // of `reach`, as far as it goes
+  std::size_t missing_bytes = 0;     // of what the prefix states
+  bool exceeds_segment = false;      // the prefix states more than the segment does
+  std::uint64_t offset = 0;          // of `reach`
+
+  [[nodiscard]] std::span<const std::byte> stated() const { return reach.first(stated_bytes); }
 };
 
-// I32 flag, I32 length, U8 algorithm; the length counts the algorithm byte.
-Result<Prefix> readPrefix(ByteReader reader) {
+// I32 flag, I32 length, U8 algorithm; the length counts the algorithm byte. A length of 0 says nothing: the
+// segment's own counts, of which `segment_bytes` are stated from the prefix on.
+Result<Prefix> readPrefix(ByteReader reader, std::size_t segment_bytes) {
+  constexpr std::size_t kPrefixBytes = 9;
   Prefix prefix;
   const std::uint32_t flag = reader.u32("compression flag");
   const std::uint64_t length_offset = reader.offset();
   const std::int32_t length = reader.i32("compressed length");
   const std::uint8_t algorithm = reader.u8("compression algorithm");
   if (!reader.ok()) return reader.unexpected();
-  if (length < 1) return fail("compressed length is " + std::to_string(length), length_offset);
-  const std::size_t size = static_cast<std::size_t>(length) - 1;
-  const std::size_t present = std::min(size, reader.remaining());
-  prefix.missing_bytes = size - present;
   prefix.offset = reader.offset();
-  prefix.packed = reader.take(present, "compressed data");
-  prefix.compression = compressionOf(flag, algorithm, prefix.packed);
+  prefix.reach = reader.take(reader.remaining(), "compressed data");
+  prefix.compression = compressionOf(flag, algorithm, prefix.reach);
+  if (length < 0 && prefix.compression == Compression::Stored) {
+    return fail("compressed length is " + std::to_string(length), length_offset);
+  }
+  const std::size_t left = segment_bytes - std::min(segment_bytes, kPrefixBytes);
+  const std::size_t size = length < 1 ? left : static_cast<std::size_t>(length) - 1;
+  prefix.exceeds_segment = size > left;
+  prefix.stated_bytes = std::min(size, prefix.reach.size());
+  prefix.missing_bytes = size - prefix.stated_bytes;
   return prefix;
 }
 
@@ -127,10 +136,72 @@ bool beginsWithElement(ByteReader reader) {
   return reader.ok() && length >= kSmallestElement && static_cast<std::size_t>(length) <= reader.remaining();
 }
 
-Error cutOff(const Prefix& prefix) {
-  return {"compressed data are " + std::to_string(prefix.packed.size() + prefix.missing_bytes) +
-              " bytes, but only " + std::to_string(prefix.packed.size()) + " are left in the segment",
+Error tooShort(const Prefix& prefix) {
+  return {"compressed data are " + std::to_string(prefix.stated_bytes + prefix.missing_bytes) +
+              " bytes, but only " + std::to_string(prefix.stated_bytes) + " are left in the segment",
           prefix.offset};
+}
+
+// Data that are not packed are elements, one after the other, as far as anything is known of them.
+class Elements {
+ public:
+  // `stated_bytes`: at most as many as `reach` has.
+  Elements(std::span<const std::byte> reach, std::size_t stated_bytes, ByteOrder order) : reach_(reach) {
+    constexpr std::int32_t kSmallest = 16;
+    ByteReader reader(reach, order);
+    while (reader.offset() < stated_bytes) {
+      const std::uint64_t start = reader.offset();
+      const std::int32_t length = reader.i32("element length");
+      if (!reader.ok() || length < kSmallest) return;  // the end, or something else
+      if (static_cast<std::size_t>(length) > reader.remaining()) {
+        is_cut_off_ = !isEndMark(reader);
+        return;
+      }
+      reader.skip(static_cast<std::size_t>(length), "element");
+      if (start < stated_bytes) end_ = static_cast<std::size_t>(reader.offset());
+    }
+  }
+
+  // `stated_bytes`, or more where they would cut an element off.
+  [[nodiscard]] std::span<const std::byte> data(std::size_t stated_bytes) const {
+    return reach_.first(std::max(stated_bytes, end_));
+  }
+  // Whether an element goes beyond `reach`.
+  [[nodiscard]] bool isCutOff() const { return is_cut_off_; }
+
+ private:
+  // The mark behind the last element, of which nobody misses anything.
+  static bool isEndMark(ByteReader reader) {
+    const auto rest = reader.take(reader.remaining(), "element");
+    return std::all_of(rest.begin(), rest.end(), [](std::byte b) { return b == std::byte{0xff}; });
+  }
+
+  std::span<const std::byte> reach_;
+  std::size_t end_ = 0;  // of the last whole element
+  bool is_cut_off_ = false;
+};
+
+struct Unpacked {
+  std::vector<std::byte> bytes;
+  bool lacks_checksum = false;
+};
+
+Result<Unpacked> unpack(Compression compression, std::span<const std::byte> packed, std::uint64_t offset) {
+  Unpacked unpacked;
+  auto bytes = compression == Compression::Zlib
+                   ? inflateZlib(packed, offset, kMaximumUnpackedBytes, &unpacked.lacks_checksum)
+                   : unpackLzma(packed, offset, kMaximumUnpackedBytes, &unpacked.lacks_checksum);
+  if (!bytes) return tl::unexpected<Error>(bytes.error());
+  unpacked.bytes = std::move(*bytes);
+  return unpacked;
+}
+
+// The stream says where it ends. Where it does not, what follows the stated bytes is something else, and they
+// may still hold all data.
+Result<Unpacked> unpack(const Prefix& prefix) {
+  auto unpacked = unpack(prefix.compression, prefix.reach, prefix.offset);
+  if (unpacked || prefix.stated_bytes == prefix.reach.size()) return unpacked;
+  return unpack(prefix.compression, prefix.stated(), prefix.offset);
 }
 
 }  // namespace
@@ -156,8 +227,16 @@ Result<std::unique_ptr<JtFile>> JtFile::fromBytes(std::span<const std::byte> byt
   std::unique_ptr<JtFile> file(new JtFile);
   const auto contents_offset = file->readHeader(bytes);
   if (!contents_offset) return tl::unexpected<Error>(contents_offset.error());
-  const auto read = file->readContents(*contents_offset);
-  if (!read) return tl::unexpected<Error>(read.error());
+  auto contents = readContents(bytes, file->order_, *contents_offset, file->hasWideOffsets());
+  if (!contents) return tl::unexpected<Error>(contents.error());
+  file->contents_ = std::move(*contents);
+  file->starts_.push_back(*contents_offset);
+  const auto& entries = file->contents_.entries;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    file->by_id_.emplace(entries[i].id, i);
+    file->starts_.push_back(entries[i].offset);
+  }
+  std::sort(file->starts_.begin(), file->starts_.end());
   return file;
 }
 
@@ -198,93 +277,62 @@ Result<std::uint64_t> JtFile::readHeader(std::span<const std::byte> bytes) {
   return contents_offset;
 }
 
-Result<void> JtFile::readContents(std::uint64_t offset) {
-  ByteReader toc(bytes_.subspan(static_cast<std::size_t>(offset)), order_, offset);
-  const bool wide_offsets = hasWideOffsets();
-  const std::size_t entry_size = wide_offsets ? 32 : 28;
-  const std::uint32_t entries = toc.count("table of contents", entry_size);
-  contents_.reserve(entries);
-  for (std::uint32_t i = 0; i < entries; ++i) {
-    TocEntry entry;
-    entry.id = toc.guid("contents entry");
-    entry.offset = wide_offsets ? toc.u64("contents entry") : toc.u32("contents entry");
-    entry.length_bytes = toc.u32("contents entry");
-    entry.type = static_cast<SegmentType>(toc.u32("contents entry") >> 24);
-    if (entry.type == SegmentType{}) entry.type = storedType(entry);
-    // Some writers list a segment twice.
-    const auto [known, is_new] = by_id_.emplace(entry.id, contents_.size());
-    if (is_new) {
-      contents_.push_back(entry);
-      continue;
-    }
-    ++duplicate_entries_;
-    TocEntry& first = contents_[known->second];
-    if (first.offset >= bytes_.size() && entry.offset < bytes_.size()) first = entry;
-  }
-  if (!toc.ok()) return toc.unexpected();
-  return {};
-}
-
-// The type as the segment's own header states it.
-SegmentType JtFile::storedType(const TocEntry& entry) const {
-  if (entry.offset >= bytes_.size()) return {};
-  ByteReader header(bytes_.subspan(static_cast<std::size_t>(entry.offset)), order_, entry.offset);
-  header.skip(sizeof(Guid), "segment header");
-  return static_cast<SegmentType>(header.u32("segment header"));
-}
-
 const TocEntry* JtFile::sceneGraph() const {
   if (const TocEntry* named = find(scene_graph_id_)) return named;
   const auto is_graph = [](const TocEntry& entry) { return entry.type == SegmentType::SceneGraph; };
-  const auto found = std::find_if(contents_.begin(), contents_.end(), is_graph);
-  return found == contents_.end() ? nullptr : &*found;
+  const auto found = std::find_if(contents_.entries.begin(), contents_.entries.end(), is_graph);
+  return found == contents_.entries.end() ? nullptr : &*found;
 }
 
 const TocEntry* JtFile::find(const Guid& id) const {
   const auto found = by_id_.find(id);
-  return found == by_id_.end() ? nullptr : &contents_[found->second];
+  return found == by_id_.end() ? nullptr : &contents_.entries[found->second];
 }
 
 // The segment's length stands in the table and in its own header. Where they differ the longer one holds, and
 // in a file that is cut off what there is of it: whoever reads the data sees whether something is missing.
-Result<std::span<const std::byte>> JtFile::segmentBytes(const TocEntry& entry) const {
-  const auto outside = [&] {
+Result<JtFile::Extent> JtFile::extentOf(const TocEntry& entry) const {
+  const auto header = readSegmentHeader(bytes_, order_, entry.offset);
+  if (!header) {
     return fail(std::to_string(entry.length_bytes) + " bytes at byte " + std::to_string(entry.offset) +
                     " lie outside of the file (" + std::to_string(bytes_.size()) + " bytes)",
                 entry.offset);
-  };
-  if (entry.offset >= bytes_.size()) return outside();
-  const auto rest = bytes_.subspan(static_cast<std::size_t>(entry.offset));
-  if (rest.size() < kSegmentHeaderBytes) return outside();
-  ByteReader header(rest, order_, entry.offset);
-  const Guid stored_id = header.guid("segment header");
-  const std::uint32_t stored_type = header.u32("segment header");
-  const std::uint32_t stored_length = header.u32("segment header");
-  const bool same_shape =
-      stored_type == static_cast<std::uint32_t>(entry.type) && stored_length == entry.length_bytes;
-  if (stored_id != entry.id && !same_shape) {
-    return fail("its header names another segment, " + stored_id.text(), entry.offset);
   }
-  const std::size_t length = std::max(entry.length_bytes, stored_id == entry.id ? stored_length : 0U);
-  if (length < kSegmentHeaderBytes) return fail("is shorter than a segment header", entry.offset);
-  return rest.first(std::min(length, rest.size()));
+  const bool same_id = header->id == entry.id;
+  if (!same_id && header->type != entry.type) {
+    return fail("its header names another segment, " + header->id.text(), entry.offset);
+  }
+  const auto rest = bytes_.subspan(static_cast<std::size_t>(entry.offset));
+  std::size_t until_next = rest.size();
+  const auto next = std::upper_bound(starts_.begin(), starts_.end(), entry.offset);
+  if (next != starts_.end() && *next < bytes_.size()) {
+    until_next = std::max(kSegmentHeaderBytes, static_cast<std::size_t>(*next - entry.offset));
+  }
+  Extent extent;
+  const std::size_t stated = std::max(entry.length_bytes, same_id ? header->length_bytes : 0U);
+  // A length without room for the header says nothing.
+  extent.stated_bytes = stated < kSegmentHeaderBytes ? until_next : std::min(stated, rest.size());
+  extent.reach = rest.first(std::min(std::max(until_next, extent.stated_bytes), rest.size()));
+  return extent;
 }
 
 Result<Segment> JtFile::segment(const TocEntry& entry) const {
   const std::string place = "segment " + entry.id.text();
-  const auto whole = segmentBytes(entry);
-  if (!whole) return tl::unexpected<Error>(whole.error().in(place));
+  const auto extent = extentOf(entry);
+  if (!extent) return tl::unexpected<Error>(extent.error().in(place));
   Segment segment;
   segment.id = entry.id;
   segment.type = entry.type;
-  segment.data = whole->subspan(kSegmentHeaderBytes);
+  segment.reach = extent->reach.subspan(kSegmentHeaderBytes);
   segment.base_offset = entry.offset + kSegmentHeaderBytes;
+  const std::size_t stated = extent->stated_bytes - kSegmentHeaderBytes;
+  segment.data = Elements(segment.reach, stated, order_).data(stated);
   if (!mayHavePrefix(entry.type)) return segment;
 
-  const ByteReader data(segment.data, order_, segment.base_offset);
-  const auto prefix = readPrefix(data);
+  const auto prefix = readPrefix(ByteReader(segment.reach, order_, segment.base_offset), stated);
   const bool packed = prefix && prefix->compression != Compression::Stored;
-  if (!prefix || (!packed && prefix->missing_bytes > 0)) {
+  if (!prefix || (!packed && prefix->exceeds_segment)) {
+    const ByteReader data(segment.reach, order_, segment.base_offset);
     if (!mustHavePrefix(entry.type) || beginsWithElement(data)) return segment;
     if (!prefix) return tl::unexpected<Error>(prefix.error().in(place));
   }
@@ -292,20 +340,52 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
     // An unknown type whose first bytes happen to look like a prefix is handed out whole.
     if (!mustHavePrefix(entry.type)) return segment;
     segment.compression = Compression::Stored;
-    segment.data = prefix->packed;
+    segment.reach = prefix->reach;
+    segment.data = Elements(prefix->reach, prefix->stated_bytes, order_).data(prefix->stated_bytes);
     segment.base_offset = prefix->offset;
     return segment;
   }
-  auto unpacked = prefix->compression == Compression::Zlib ? inflateZlib(prefix->packed, prefix->offset)
-                                                           : unpackLzma(prefix->packed, prefix->offset);
+  auto unpacked = unpack(*prefix);
   if (!unpacked) {
-    return tl::unexpected<Error>((prefix->missing_bytes > 0 ? cutOff(*prefix) : unpacked.error()).in(place));
+    return tl::unexpected<Error>(
+        (prefix->missing_bytes > 0 ? tooShort(*prefix) : unpacked.error()).in(place));
   }
   segment.compression = prefix->compression;
-  segment.unpacked = std::move(*unpacked);
+  if (unpacked->lacks_checksum) {
+    segment.note = "the checksum of its compressed data is cut off; the data are all there, but not checked";
+  }
+  segment.unpacked = std::move(unpacked->bytes);
   segment.data = segment.unpacked;
+  segment.reach = segment.data;
   segment.base_offset = 0;
   return segment;
+}
+
+bool JtFile::goesBeyondEnd(const TocEntry& entry) const {
+  const auto header = readSegmentHeader(bytes_, order_, entry.offset);
+  if (!header) return true;
+  std::uint64_t length = entry.length_bytes;
+  if (header->id == entry.id) length = std::min<std::uint64_t>(length, header->length_bytes);
+  return entry.offset + length > bytes_.size();
+}
+
+std::vector<const TocEntry*> JtFile::cutOff() const {
+  // Where a file is cut off there is one segment that is there in part; this many are looked into.
+  std::size_t lookups = 4;
+  const auto is_whole = [&](const TocEntry& entry) {
+    if (!readSegmentHeader(bytes_, order_, entry.offset) || lookups == 0) return false;
+    --lookups;
+    const auto read = segment(entry);
+    if (!read) return false;
+    // Whoever reads a scene graph tells what is missing of it.
+    if (!read->unpacked.empty() || entry.type == SegmentType::SceneGraph) return true;
+    return !Elements(read->reach, read->reach.size(), order_).isCutOff();
+  };
+  std::vector<const TocEntry*> cut;
+  for (const TocEntry& entry : contents_.entries) {
+    if (goesBeyondEnd(entry) && !is_whole(entry)) cut.push_back(&entry);
+  }
+  return cut;
 }
 
 }  // namespace jttk

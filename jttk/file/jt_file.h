@@ -16,6 +16,7 @@
 
 #include "host/file.h"
 #include "jttk/file/byte_reader.h"
+#include "jttk/file/contents.h"
 #include "jttk/file/error.h"
 
 namespace jttk {
@@ -24,30 +25,6 @@ struct Version {
   int major = 0;
   int minor = 0;
   friend auto operator<=>(const Version&, const Version&) = default;  // NOLINT(modernize-use-nullptr)
-};
-
-enum class SegmentType : std::uint32_t {
-  SceneGraph = 1,
-  JtBrep = 2,
-  Pmi = 3,
-  MetaData = 4,
-  Shape = 6,
-  ShapeLod0 = 7,  // .. 16 = level 9
-  ShapeLod9 = 16,
-  XtBrep = 17,
-  Wireframe = 18,
-  Ulp = 20,
-  Stt = 23,
-  Lwpa = 24,
-  MultiXtBrep = 30,
-  Information = 31,
-};
-
-struct TocEntry {
-  Guid id;
-  std::uint64_t offset = 0;        // of the segment's header, from the start of the file
-  std::uint32_t length_bytes = 0;  // header included
-  SegmentType type{};
 };
 
 enum class Compression : std::uint8_t { None, Stored, Zlib, Lzma };
@@ -61,6 +38,10 @@ struct Segment {
   std::span<const std::byte> data;
   std::uint64_t base_offset = 0;    // of `data` in the file when it is a view, else 0
   std::vector<std::byte> unpacked;  // empty when `data` is a view into the file
+  // `data` and what follows them up to the next listed segment or the end of the file, where they are a view:
+  // for readers that know the data's end better than the lengths that the file states.
+  std::span<const std::byte> reach;
+  std::string note;  // what was wrong although all data are there; empty when nothing was
 
   Segment() = default;
   Segment(Segment&&) = default;  // moving a vector keeps its storage, so `data` stays valid
@@ -83,25 +64,37 @@ class JtFile {
   [[nodiscard]] const std::string& headerText() const noexcept { return header_text_; }
   [[nodiscard]] const Guid& sceneGraphId() const noexcept { return scene_graph_id_; }
   // In file order, repeated entries once.
-  [[nodiscard]] std::span<const TocEntry> contents() const noexcept { return contents_; }
+  [[nodiscard]] std::span<const TocEntry> contents() const noexcept { return contents_.entries; }
   // How many entries of the file's table were repetitions.
-  [[nodiscard]] std::size_t duplicateEntries() const noexcept { return duplicate_entries_; }
+  [[nodiscard]] std::size_t duplicateEntries() const noexcept { return contents_.duplicates; }
+  // Where the table and the segments' headers contradict each other, and what was made of it.
+  [[nodiscard]] std::span<const std::string> contradictions() const noexcept {
+    return contents_.contradictions;
+  }
+  // Segments that lie behind the end of the file or go beyond it, by what both lengths state. One whose data
+  // are there nevertheless is none of them.
+  [[nodiscard]] std::vector<const TocEntry*> cutOff() const;
   // The scene graph's entry: the one that the header names or, where the table does not list that, the first
   // of its type. Null when there is none.
   [[nodiscard]] const TocEntry* sceneGraph() const;
   // Null when there is no such segment.
   [[nodiscard]] const TocEntry* find(const Guid& id) const;
-  // Reads and unpacks one segment.
+  // Reads and unpacks one segment. Lengths are not trusted: packed data end where their stream ends, others
+  // behind the last element that begins within the stated length, as far as the file has the bytes.
   [[nodiscard]] Result<Segment> segment(const TocEntry& entry) const;
 
  private:
   JtFile() = default;
   // The result is the place of the table of contents, which lies in the file.
   Result<std::uint64_t> readHeader(std::span<const std::byte> bytes);
-  Result<void> readContents(std::uint64_t offset);
   [[nodiscard]] bool hasWideOffsets() const noexcept { return version_.major >= 10; }
-  [[nodiscard]] SegmentType storedType(const TocEntry& entry) const;
-  [[nodiscard]] Result<std::span<const std::byte>> segmentBytes(const TocEntry& entry) const;
+  // A segment with its header: by the lengths that are stated, and up to what follows in the file.
+  struct Extent {
+    std::size_t stated_bytes = 0;
+    std::span<const std::byte> reach;
+  };
+  [[nodiscard]] Result<Extent> extentOf(const TocEntry& entry) const;
+  [[nodiscard]] bool goesBeyondEnd(const TocEntry& entry) const;
 
   std::optional<loftbay::host::MappedFile> mapping_;
   std::span<const std::byte> bytes_;
@@ -109,9 +102,9 @@ class JtFile {
   ByteOrder order_ = ByteOrder::Little;
   std::string header_text_;
   Guid scene_graph_id_;
-  std::vector<TocEntry> contents_;
+  Contents contents_;
   std::map<Guid, std::size_t> by_id_;
-  std::size_t duplicate_entries_ = 0;
+  std::vector<std::uint64_t> starts_;  // of segments and of the table of contents, sorted
 };
 
 }  // namespace jttk

@@ -7,6 +7,45 @@ namespace jttk {
 
 namespace {
 
+std::string placeOf(const TocEntry& entry) { return "segment " + entry.id.text(); }
+
+// The lengths that the file states may end before the graph does.
+Result<SceneGraph> readToItsEnd(const Segment& segment, Version version, ByteOrder order) {
+  Result<SceneGraph> graph = readSceneGraph(segment, version, order);
+  if ((graph && !graph->is_cut_off) || segment.reach.size() <= segment.data.size()) return graph;
+  Segment longer;
+  longer.data = segment.reach;
+  longer.base_offset = segment.base_offset;
+  Result<SceneGraph> whole = readSceneGraph(longer, version, order);
+  const bool is_better = whole && (!graph || !whole->is_cut_off);
+  return is_better ? std::move(whole) : std::move(graph);
+}
+
+Result<SceneGraph> readGraph(const TocEntry& entry, Document& document) {
+  const JtFile& jt = *document.file;
+  const Result<Segment> segment = jt.segment(entry);
+  if (!segment) return tl::unexpected<Error>(segment.error().in(placeOf(entry)));
+  Result<SceneGraph> graph = readToItsEnd(*segment, jt.version(), jt.byteOrder());
+  if (!graph) return tl::unexpected<Error>(graph.error().in(placeOf(entry)));
+  if (!segment->note.empty()) document.notes.push_back(placeOf(entry) + ": " + segment->note);
+  return graph;
+}
+
+// Where the file's header names a segment that holds no graph, one that the table of contents calls a graph.
+Result<SceneGraph> readAnyGraph(const TocEntry& named, Document& document) {
+  Result<SceneGraph> graph = readGraph(named, document);
+  if (graph) return graph;
+  for (const TocEntry& entry : document.file->contents()) {
+    if (entry.type != SegmentType::SceneGraph || entry.id == named.id) continue;
+    Result<SceneGraph> other = readGraph(entry, document);
+    if (!other) continue;
+    document.notes.push_back("the scene graph of " + placeOf(entry) +
+                             " is used; that which the header names cannot be read: " + graph.error().text());
+    return other;
+  }
+  return graph;
+}
+
 Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::unique_ptr<JtFile>> file) {
   if (!file) return tl::unexpected<Error>(file.error());
   auto document = std::make_unique<Document>();
@@ -17,11 +56,8 @@ Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::un
   if (entry == nullptr) {
     return fail("the table of contents does not list the scene graph segment " + jt.sceneGraphId().text(), 0);
   }
-  const Result<Segment> segment = jt.segment(*entry);
-  const std::string place = "segment " + entry->id.text();
-  if (!segment) return tl::unexpected<Error>(segment.error().in(place));
-  Result<SceneGraph> graph = readSceneGraph(*segment, jt.version(), jt.byteOrder());
-  if (!graph) return tl::unexpected<Error>(graph.error().in(place));
+  Result<SceneGraph> graph = readAnyGraph(*entry, *document);
+  if (!graph) return tl::unexpected<Error>(graph.error());
   document->graph = std::move(*graph);
   return document;
 }

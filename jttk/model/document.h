@@ -6,6 +6,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 #include "jttk/file/jt_file.h"
 #include "jttk/model/scene_graph.h"
@@ -27,6 +28,10 @@ struct Document {
   // that coordinates are no numbers.
   std::unordered_set<std::uint32_t> checked_transforms;
   std::unordered_set<std::uint32_t> reported_coordinates;
+  // What is told of the file when it is opened: how its scene graph was found, and read all the same.
+  std::vector<std::string> notes;
+  // Segments that were read although something was wrong with them, which has been noted.
+  std::set<Guid> noted_segments;
   // Segments of exact geometry whose losses have been told.
   std::set<Guid> reported_segments;
 

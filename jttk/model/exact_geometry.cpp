@@ -224,6 +224,7 @@ Result<std::vector<brep::Bodies>> ExactGeometry::read(const Found& found) {
   if (listed == nullptr) return fail("is not in the table of contents", 0);
   const Result<Segment> segment = file.segment(*listed);
   if (!segment) return tl::unexpected<Error>(segment.error());
+  model_.library().noteSegment(found.node.document(), *segment);
   if (static_cast<SegmentType>(found.type) == SegmentType::MultiXtBrep) {
     return brep::readMultiXtBrep(*segment, file.byteOrder());
   }

@@ -40,7 +40,7 @@ class ExactGeometry {
   std::shared_ptr<const ShapeArrays> make(const TessValues& values, const float* box, Losses& losses);
   ShapeGeometry triangles(const Found& found, const brep::Bodies& bodies, const TessValues& values,
                           const float* box, Losses& losses) const;
-  static Result<std::vector<brep::Bodies>> read(const Found& found);
+  Result<std::vector<brep::Bodies>> read(const Found& found);
   [[nodiscard]] double unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const;
 
   Model& model_;

@@ -1,10 +1,13 @@
 #include "jttk/model/library.h"
 
+#include <algorithm>
+
 #include "diag/program_seams.h"
 #include "host/directory.h"
 #include "host/path.h"
 #include "host/shown_text.h"
 #include "jttk/jttk.h"
+#include "jttk/model/unused_geometry.h"
 
 namespace jttk {
 
@@ -102,6 +105,27 @@ std::vector<const Document*> Library::documents() const {
   return all;
 }
 
+// What is wrong with the file round the scene graph.
+void Library::tellContainer(const Document& document) {
+  const JtFile& jt = *document.file;
+  const std::string place = host::toHostPath(document.path) + ": ";
+  for (const std::string& text : jt.contradictions()) note(place + text);
+  for (const std::string& text : document.notes) note(place + text);
+  for (const std::string& text : document.graph.notes) note(place + "scene graph: " + text);
+  constexpr std::size_t kMostListed = 5;
+  const std::vector<const TocEntry*> cut = jt.cutOff();
+  std::string ids;
+  for (std::size_t i = 0; i < std::min(cut.size(), kMostListed); ++i) {
+    ids += (i == 0 ? "" : ", ") + cut[i]->id.text() + " (" + segmentTypeName(cut[i]->type) + ")";
+  }
+  if (!cut.empty()) {
+    note(place + "the file is cut off: " + std::to_string(cut.size()) + " of " +
+         std::to_string(jt.contents().size()) + " segments lie behind its end or go beyond it: " + ids +
+         (cut.size() > kMostListed ? ", …" : ""));
+  }
+  if (const auto unused = tellUnusedGeometry(document)) lost(document.nearestLabel(kNone), place + *unused);
+}
+
 void Library::tellDamage(Document& document) {
   SceneGraph& graph = document.graph;
   has_materials_ = has_materials_ || graph.has_materials;
@@ -118,6 +142,12 @@ void Library::tellDamage(Document& document) {
   for (const std::uint32_t node : graph.ignored) {
     note(file + ": \"" + document.nearestLabel(node) + "\" is marked as not shown and was left out");
   }
+  tellContainer(document);
+}
+
+void Library::noteSegment(Document& document, const Segment& segment) {
+  if (segment.note.empty() || !document.noted_segments.insert(segment.id).second) return;
+  note(host::toHostPath(document.path) + ": segment " + segment.id.text() + ": " + segment.note);
 }
 
 void Library::lost(const std::string& part, const std::string& reason) {

@@ -29,6 +29,8 @@ class Library {
   // Something of the model is lost: to the observer and to the toolkit's message stream.
   void lost(const std::string& part, const std::string& reason);
   void note(const std::string& text);
+  // The note of a segment that was read, if it has one and it is the first time.
+  void noteSegment(Document& document, const Segment& segment);
 
   // True when any file that was opened so far has a material on a node.
   [[nodiscard]] bool hasMaterials() const { return has_materials_; }
@@ -53,6 +55,7 @@ class Library {
   Document* load(const std::string& path, const std::string& canonical, std::string& reason);
   void noteTail(const Document& from, const std::string& reference, const std::string& path);
   void tellDamage(Document& document);
+  void tellContainer(const Document& document);
 
   FileFinder finder_;
   std::map<std::string, std::unique_ptr<Document>> documents_;  // by canonical path; null: cannot be read

@@ -30,6 +30,36 @@ void readAtom(Element& element, Version version, SceneGraph& graph, Atom& atom) 
   }
 }
 
+bool sayTheSame(const Atom& a, const Atom& b, const SceneGraph& graph) {
+  return a.kind == b.kind && graph.text(a.text) == graph.text(b.text) && a.segment == b.segment;
+}
+
+// Of atoms with the same id the first holds. Which segment is a node's is then in doubt, and told where a
+// node is met that has it; anything else is no more than a property.
+void reconcile(std::vector<Atom>& atoms, SceneGraph& graph) {
+  constexpr std::size_t kMostListed = 5;
+  std::size_t count = 0;
+  std::string ids;
+  for (std::size_t first = 0, i = 1; i < atoms.size(); ++i) {
+    if (atoms[i].id != atoms[first].id) {
+      first = i;
+      continue;
+    }
+    if (!sayTheSame(atoms[first], atoms[i], graph)) atoms[first].rival = atoms[i].segment;
+    if (++count <= kMostListed) ids += (count == 1 ? "" : ", ") + std::to_string(atoms[i].id);
+  }
+  if (count == 0) return;
+  graph.notes.push_back(std::to_string(count) + (count == 1 ? " property atom has" : " property atoms have") +
+                        " the id of another one; the first of each id holds: " + ids +
+                        (count > kMostListed ? ", …" : ""));
+}
+
+// Whether losing the segment for another would cost geometry.
+bool mayBeGeometry(const Atom& atom) {
+  const auto type = static_cast<SegmentType>(atom.segment_type);
+  return type != SegmentType::Pmi && type != SegmentType::MetaData;
+}
+
 const Atom* findAtom(const std::vector<Atom>& atoms, std::int32_t id) {
   const auto found = std::lower_bound(atoms.begin(), atoms.end(), id,
                                       [](const Atom& atom, std::int32_t wanted) { return atom.id < wanted; });
@@ -85,6 +115,7 @@ std::vector<Atom> readAtoms(ByteReader& reader, Version version, SceneGraph& gra
   }
   if (!reader.ok()) graph.addDamage(kNone, reader.error().in("properties"));
   std::stable_sort(atoms.begin(), atoms.end(), [](const Atom& a, const Atom& b) { return a.id < b.id; });
+  reconcile(atoms, graph);
   return atoms;
 }
 
@@ -95,7 +126,8 @@ void readPropertyTable(ByteReader& reader, const std::vector<Atom>& atoms,
   std::size_t budget = reader.remaining() / 8;  // as many as the table can hold
   const std::uint32_t count = reader.count("property table", 8);
   for (std::uint32_t i = 0; i < count && reader.ok(); ++i) {
-    const std::uint32_t index = findNode(node_by_id, reader.i32("node id"));
+    const std::int32_t node_id = reader.i32("node id");
+    const std::uint32_t index = findNode(node_by_id, node_id);
     Node unlisted;  // a table entry for an id that is no node is read and dropped
     Node& node = index == kNone ? unlisted : graph.nodes[index];
     const auto properties = static_cast<std::uint32_t>(graph.properties.size());
@@ -109,10 +141,21 @@ void readPropertyTable(ByteReader& reader, const std::vector<Atom>& atoms,
       const Atom* key = findAtom(atoms, key_id);
       const Atom* value = findAtom(atoms, value_id);
       // Atoms that do not exist occur in good files: what wrote them has dropped a property.
-      if (key != nullptr && value != nullptr) hang(node, *key, *value, graph);
+      if (key == nullptr || value == nullptr) continue;
+      hang(node, *key, *value, graph);
+      if (value->kind == Atom::Kind::Segment && value->rival != Guid{} && mayBeGeometry(*value)) {
+        graph.addDamage(index, {"property atom " + std::to_string(value_id) +
+                                    " is there twice, with segment " + value->segment.text() +
+                                    " and with segment " + value->rival.text() + "; the first is used",
+                                0});
+      }
     }
     node.properties = {properties, static_cast<std::uint32_t>(graph.properties.size()) - properties};
     node.late_loaded = {late_loaded, static_cast<std::uint32_t>(graph.late_loaded.size()) - late_loaded};
+    if (index != kNone) continue;
+    for (std::size_t k = late_loaded; k < graph.late_loaded.size(); ++k) {
+      graph.stray_references.push_back({node_id, node.name, graph.late_loaded[k].segment});
+    }
   }
   if (!reader.ok()) graph.addDamage(kNone, reader.error().in("property table"));
 }

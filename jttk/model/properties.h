@@ -20,6 +20,7 @@ struct Atom {
   std::uint32_t text = kNone;  // of SceneGraph::strings
   Guid segment;
   std::int32_t segment_type = 0;
+  Guid rival;  // the segment of another atom with the same id
 };
 
 // Reads the atoms up to the end-of-elements mark, sorted by id. What cannot be read goes to the graph's

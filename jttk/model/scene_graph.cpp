@@ -23,6 +23,7 @@ void readGraphElements(ByteReader& reader, Version version, SceneGraph& graph,
     const std::string place = " element " + std::to_string(element.id);
     if (const auto kind = nodeKind(element.kind)) {
       if (!readNode(element, *kind, version, graph, attribute_ids)) {
+        graph.unread_nodes.push_back(element.id);
         graph.addDamage(kNone, element.body.error().in(kindName(*kind) + place));
       }
     } else if (const auto attribute = attributeKind(element.kind)) {
@@ -97,6 +98,7 @@ Result<SceneGraph> readSceneGraph(const Segment& segment, Version version, ByteO
     const std::vector<Atom> atoms = readAtoms(reader, version, graph);
     if (reader.ok()) readPropertyTable(reader, atoms, node_by_id, graph);
   }
+  graph.is_cut_off = !reader.ok();
   graph.root = findRoot(graph);
   linkNodes(graph);
   reportUnreachable(graph);

@@ -120,6 +120,13 @@ struct LateLoaded {
   std::int32_t segment_type = 0;
 };
 
+// A segment that the property table hangs on what is no node.
+struct StrayReference {
+  std::int32_t node_id = 0;
+  std::uint32_t name = kNone;  // of SceneGraph::strings
+  Guid segment;
+};
+
 // Something that could not be read; the rest of the graph stands.
 struct GraphDamage {
   std::uint32_t node = kNone;  // the node it belongs to, where there is one
@@ -150,8 +157,12 @@ struct SceneGraph {
   std::vector<LateLoaded> late_loaded;
   std::vector<std::string> strings;
   std::vector<UnknownElement> unknown;
-  std::vector<GraphDamage> damage;     // at most kMaxDamage entries
-  std::size_t unlisted_damage = 0;     // how many more there were
+  std::vector<GraphDamage> damage;         // at most kMaxDamage entries
+  std::size_t unlisted_damage = 0;         // how many more there were
+  std::vector<std::string> notes;          // what is not as it should be and costs nothing
+  bool is_cut_off = false;                 // the segment ends before the graph does, or cannot be followed
+  std::vector<std::int32_t> unread_nodes;  // ids of nodes that are damaged
+  std::vector<StrayReference> stray_references;
   std::vector<std::uint32_t> ignored;  // nodes that were left out because of their flag
   // Of every node the nearest named node at or above it on the first way that leads to it, depth first.
   std::vector<std::uint32_t> nearest_named;

@@ -73,7 +73,7 @@ class GraphFile:
         more = b""
         for number in range(self.more_segments):
             other_id = bytes([number + 1] * 16)
-            other = other_id + struct.pack("<II", 3, 24 + 8) + bytes(8)
+            other = other_id + struct.pack("<IIIIB", 3, 24 + 9, 0, 1, 1)  # nothing, stored plainly
             contents += other_id + struct.pack("<III", place + len(segment) + len(more), len(other), 3 << 24)
             more += other
         return header + contents + segment + more

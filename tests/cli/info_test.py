@@ -150,6 +150,20 @@ class Summary(InfoTest):
         self.assertIn(b"3 product manufacturing information",
                       self.run_program("info", "--summary", self.path("pmi.jt")).stdout)
 
+    def test_a_segment_that_cannot_be_read_gives_exit_code_1(self):
+        graph = GraphFile()
+        graph.partition(0, [1])
+        graph.part(1)
+        graph.more_segments = 1
+        content = graph.bytes()
+        self.assertEqual(self.run_program("info", self.write("sound.jt", content)).returncode, 0)
+        result = self.run_program("info", self.write("cut.jt", content[:-12]), "--json")
+        self.assertEqual(result.returncode, 1, result.stderr)
+        document = json.loads(result.stdout)
+        self.assertTrue(document["loaded"])
+        self.assertIn("product manufacturing information", document["unreadable_segments"][0])
+        self.assertIn("the file is cut off: 1 of 2 segments", document["notes"][0])
+
     def test_wrong_use_is_told(self):
         for arguments in ((ENGINE, SURVEY), ("--summary", "--properties", ENGINE), ("--stated", ENGINE), ("--summary",)):
             result = self.run_program("info", *arguments)

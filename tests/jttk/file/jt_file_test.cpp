@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <lzma.h>
 
+#include <cstring>
 #include <memory>
 
 #include "tests/jttk/support/jt_shapes.h"
@@ -234,8 +236,181 @@ TEST(JtFile, noTruncationCrashes) {
     std::copy_n(whole.begin(), size, exact.get());
     const auto file = JtFile::fromBytes({exact.get(), size});
     if (!file) continue;
-    for (const auto& entry : (*file)->contents()) EXPECT_FALSE((*file)->segment(entry).has_value()) << size;
+    for (const auto& entry : (*file)->contents()) {
+      const auto segment = (*file)->segment(entry);
+      const bool lacks_no_data = whole.size() - size <= 4;  // the checksum
+      EXPECT_EQ(segment.has_value(), lacks_no_data) << size;
+      if (segment) {
+        EXPECT_THAT(segment->note, HasSubstr("checksum"));
+      }
+    }
   }
+}
+
+Bytes xzOf(const Bytes& plain) {
+  Bytes packed(lzma_stream_buffer_bound(plain.size()));
+  std::size_t size = 0;
+  lzma_easy_buffer_encode(1, LZMA_CHECK_CRC32, nullptr, reinterpret_cast<const std::uint8_t*>(plain.data()),
+                          plain.size(), reinterpret_cast<std::uint8_t*>(packed.data()), &size, packed.size());
+  packed.resize(size);
+  return packed;
+}
+
+// Adds to a number of four bytes.
+void add(Bytes& bytes, std::size_t at, int difference) {
+  std::uint32_t value = 0;
+  std::memcpy(&value, bytes.data() + at, sizeof value);
+  value += static_cast<std::uint32_t>(difference);
+  std::memcpy(bytes.data() + at, &value, sizeof value);
+}
+
+constexpr std::size_t kPrefix9 = kHeader9 + 24;  // where there is one segment
+constexpr Guid kOther{7, 7, 7, {}};
+
+// A file of one segment that is packed with zlib, or with LZMA.
+Bytes packedFile(const Bytes& plain, bool lzma) {
+  const Bytes data = lzma ? prefixed(3, 3, xzOf(plain)) : prefixed(2, 2, zlibOf(plain));
+  return container("9.5", {{kSegmentId, kSceneGraph, data}});
+}
+
+TEST(JtFile, aStreamEndsWhereItEndsWhateverTheLengthsSay) {
+  const Bytes plain = textBytes(std::string(500, 'a') + "scene graph");
+  for (const int variant : {0, 1, 2, 3, 4, 5, 6, 7}) {
+    for (const int cut : {1, 2, 4, 9, 20}) {
+      Bytes bytes = packedFile(plain, (variant & 1) != 0);
+      if ((variant & 2) != 0) {
+        add(bytes, kEntry9 + 20, -cut);
+        add(bytes, kHeader9 + 20, -cut);
+      }
+      if ((variant & 4) != 0) add(bytes, kPrefix9 + 4, -cut);
+      const auto file = JtFile::fromBytes(bytes);
+      const auto segment = (*file)->segment((*file)->contents()[0]);
+      ASSERT_TRUE(segment.has_value()) << segment.error().text();
+      EXPECT_EQ(Bytes(segment->data.begin(), segment->data.end()), plain);
+      EXPECT_EQ(segment->note, "");
+      EXPECT_THAT((*file)->cutOff(), ::testing::IsEmpty());
+    }
+  }
+}
+
+TEST(JtFile, aStreamWhoseChecksumIsCutOffIsReadWithANote) {
+  const Bytes plain = textBytes("scene graph");
+  Bytes packed = zlibOf(plain);
+  packed.pop_back();
+  const Bytes next = container(
+      "9.5", {{kSegmentId, kSceneGraph, prefixed(2, 2, packed)}, {kOther, kShapeLod0, textBytes("abc")}});
+  Bytes prefix = prefixed(2, 2, packed);
+  const Bytes junk = textBytes("junk");  // in no segment
+  prefix.insert(prefix.end(), junk.begin(), junk.end());
+  Bytes unlisted = container("9.5", {{kSegmentId, kSceneGraph, prefix}});
+  add(unlisted, kEntry9 + 20, -4);
+  add(unlisted, kHeader9 + 20, -4);
+  for (const Bytes& bytes : {next, unlisted}) {
+    const auto file = JtFile::fromBytes(bytes);
+    const auto segment = (*file)->segment((*file)->contents()[0]);
+    ASSERT_TRUE(segment.has_value()) << segment.error().text();
+    EXPECT_EQ(Bytes(segment->data.begin(), segment->data.end()), plain);
+    EXPECT_THAT(segment->note, HasSubstr("checksum"));
+  }
+}
+
+TEST(JtFile, aLengthOf0SaysNothing) {
+  const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(0).text("more").result();
+  Bytes bytes = container("9.5", {{kSegmentId, kSceneGraph, prefixed(0, 1, element)}});
+  add(bytes, kPrefix9 + 4, -static_cast<int>(element.size() + 1));
+  for (const bool everywhere : {false, true}) {
+    if (everywhere) {
+      add(bytes, kEntry9 + 20, -static_cast<int>(element.size() + 9 + 24));
+      add(bytes, kHeader9 + 20, -static_cast<int>(element.size() + 9 + 24));
+    }
+    const auto file = JtFile::fromBytes(bytes);
+    const auto segment = (*file)->segment((*file)->contents()[0]);
+    ASSERT_TRUE(segment.has_value()) << segment.error().text();
+    EXPECT_EQ(Bytes(segment->data.begin(), segment->data.end()), element);
+  }
+}
+
+TEST(JtFile, anElementIsWholeWhateverTheLengthSays) {
+  const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(7).result();
+  Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, element}});
+  add(bytes, kEntry9 + 20, -3);
+  add(bytes, kHeader9 + 20, -3);
+  const auto file = JtFile::fromBytes(bytes);
+  const auto segment = (*file)->segment((*file)->contents()[0]);
+  EXPECT_EQ(segment->data.size(), element.size());
+}
+
+// The entries of a file with segments a, b, c name them as `ids` says.
+Bytes misnamed(const std::vector<Guid>& ids) {
+  const Guid names[] = {kSegmentId, kOther, {8, 8, 8, {}}};
+  std::vector<ContainerSegment> segments;
+  const char* texts[] = {"a", "bb", "ccc"};
+  for (std::size_t i = 0; i < ids.size(); ++i)
+    segments.push_back({names[i], kShapeLod0, textBytes(texts[i])});
+  Bytes bytes = container("9.5", segments);
+  for (std::size_t i = 0; i < ids.size(); ++i) std::memcpy(&bytes[kEntry9 + 28 * i], &ids[i], sizeof(Guid));
+  return bytes;
+}
+
+std::string textOf(const JtFile& file, const Guid& id) {
+  const jttk::TocEntry* entry = file.find(id);
+  if (entry == nullptr) return "not listed";
+  const auto segment = file.segment(*entry);
+  if (!segment) return segment.error().what;
+  return {reinterpret_cast<const char*>(segment->data.data()), segment->data.size()};
+}
+
+TEST(JtFile, ofTwoIdsOfASegmentThatOfItsHeaderCountsWhereItIsListed) {
+  const Guid third{8, 8, 8, {}};
+  const Bytes swapped = misnamed({kOther, kSegmentId});
+  const auto file = JtFile::fromBytes(swapped);
+  EXPECT_EQ(textOf(**file, kSegmentId), "a");
+  EXPECT_EQ(textOf(**file, kOther), "bb");
+  ASSERT_EQ((*file)->contradictions().size(), 2U);
+  EXPECT_THAT((*file)->contradictions()[0], HasSubstr("the header counts"));
+
+  const Bytes chain = misnamed({kOther, third, kSegmentId});
+  const auto chained = JtFile::fromBytes(chain);
+  EXPECT_EQ(textOf(**chained, kSegmentId), "a");
+  EXPECT_EQ(textOf(**chained, kOther), "bb");
+  EXPECT_EQ(textOf(**chained, third), "ccc");
+  EXPECT_EQ((*chained)->contradictions().size(), 3U);
+}
+
+TEST(JtFile, anIdThatOnlyTheTableKnowsCounts) {
+  const Bytes bytes = misnamed({kSegmentId, Guid{9, 9, 9, {}}});
+  const auto file = JtFile::fromBytes(bytes);
+  EXPECT_EQ(textOf(**file, {9, 9, 9, {}}), "bb");
+  ASSERT_EQ((*file)->contradictions().size(), 1U);
+  EXPECT_THAT((*file)->contradictions()[0], HasSubstr("the table counts"));
+}
+
+TEST(JtFile, ofTwoPlacesOfASegmentThatWithItsHeaderIsUsed) {
+  const Guid nobody{9, 9, 9, {}};
+  Bytes bytes = misnamed({kOther, kOther});  // nobody's is listed first as the other
+  std::memcpy(&bytes[kEntry9 + 56], &nobody, sizeof(Guid));
+  const auto file = JtFile::fromBytes(bytes);
+  EXPECT_EQ(textOf(**file, kOther), "bb");
+  EXPECT_EQ((*file)->contents().size(), 1U);
+  EXPECT_EQ((*file)->contradictions().size(), 2U);
+}
+
+TEST(JtFile, segmentsThatTheEndOfTheFileCutsOffAreListed) {
+  const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(7).result();
+  const Bytes whole = container("9.5", {{kSegmentId, kShapeLod0, element}, {kOther, kShapeLod0, element}});
+  const auto cutAt = [&](std::size_t missing) {
+    const Bytes bytes(whole.begin(), whole.end() - static_cast<std::ptrdiff_t>(missing));
+    const auto file = JtFile::fromBytes(bytes);
+    return (*file)->cutOff().size();
+  };
+  EXPECT_EQ(cutAt(0), 0U);
+  EXPECT_EQ(cutAt(1), 1U);
+  EXPECT_EQ(cutAt(element.size() + 24), 1U);
+  EXPECT_EQ(cutAt(element.size() + 25), 2U);
+  Bytes longer = whole;  // the lengths are one too large, the element is there
+  add(longer, kEntry9 + 28 + 20, 1);
+  const auto file = JtFile::fromBytes(longer);
+  EXPECT_THAT((*file)->cutOff(), ::testing::IsEmpty());
 }
 
 TEST(JtFile, aFileThatDoesNotExistIsAnErrorWithTheReason) {

@@ -68,6 +68,23 @@ TEST(InflateZlib, everyTruncationIsAnError) {
   }
 }
 
+TEST(InflateZlib, aChecksumThatIsCutOffCostsNothingWhereThatIsAskedFor) {
+  const Bytes packed = zlibOf(sampleText());
+  for (std::size_t missing = 0; missing <= 4; ++missing) {
+    const Bytes prefix(packed.begin(), packed.end() - static_cast<std::ptrdiff_t>(missing));
+    bool lacks_checksum = false;
+    EXPECT_EQ(inflateZlib(prefix, 0, jttk::kMaximumUnpackedBytes, &lacks_checksum).value(), sampleText());
+    EXPECT_EQ(lacks_checksum, missing > 0) << missing;
+  }
+  const Bytes data_cut(packed.begin(), packed.end() - 5);
+  bool lacks_checksum = false;
+  EXPECT_FALSE(inflateZlib(data_cut, 0, jttk::kMaximumUnpackedBytes, &lacks_checksum).has_value());
+  Bytes wrong(packed.begin(), packed.end() - 2);
+  wrong.back() ^= std::byte{1};
+  EXPECT_THAT(inflateZlib(wrong, 0, jttk::kMaximumUnpackedBytes, &lacks_checksum).error().what,
+              HasSubstr("incorrect data check"));
+}
+
 TEST(InflateZlib, damageIsAnError) {
   Bytes packed = zlibOf(sampleText());
   packed[0] = std::byte{0x12};
@@ -95,6 +112,34 @@ TEST(UnpackLzma, everyTruncationIsAnError) {
     const Bytes prefix(packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
     ASSERT_FALSE(unpackLzma(prefix, 0).has_value()) << size;
   }
+}
+
+// Behind the data: padding (up to 3 bytes), checksum (8), index (8 or 12), footer (12).
+TEST(UnpackLzma, whatFollowsTheDataOfAnXzStreamMayBeCutOffWhereThatIsAskedFor) {
+  const Bytes packed = xzOf(sampleText());
+  for (std::size_t missing = 0; missing <= 28; ++missing) {
+    const Bytes prefix(packed.begin(), packed.end() - static_cast<std::ptrdiff_t>(missing));
+    bool lacks_checksum = false;
+    const auto result = unpackLzma(prefix, 0, jttk::kMaximumUnpackedBytes, &lacks_checksum);
+    ASSERT_TRUE(result.has_value()) << missing;
+    EXPECT_EQ(*result, sampleText());
+    EXPECT_EQ(lacks_checksum, missing > 0) << missing;
+  }
+  for (std::size_t size = 0; size + 40 < packed.size(); ++size) {
+    const Bytes prefix(packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
+    bool lacks_checksum = false;
+    ASSERT_FALSE(unpackLzma(prefix, 0, jttk::kMaximumUnpackedBytes, &lacks_checksum).has_value()) << size;
+  }
+}
+
+TEST(UnpackLzma, theEndMarkOfABareStreamThatStatesItsSizeMayBeCutOff) {
+  Bytes packed = bareLzmaOf(sampleText());
+  bool lacks_checksum = false;
+  Bytes cut(packed.begin(), packed.end() - 1);
+  EXPECT_FALSE(unpackLzma(cut, 0, jttk::kMaximumUnpackedBytes, &lacks_checksum).has_value());
+  for (std::size_t i = 0; i < 8; ++i) cut[5 + i] = static_cast<std::byte>(sampleText().size() >> (8 * i));
+  EXPECT_EQ(unpackLzma(cut, 0, jttk::kMaximumUnpackedBytes, &lacks_checksum).value(), sampleText());
+  EXPECT_TRUE(lacks_checksum);
 }
 
 TEST(UnpackLzma, theLimitIsExact) {

@@ -113,6 +113,24 @@ TEST(Inspect, ATreeCanBeCut) {
   EXPECT_TRUE(file.tree_is_cut);
 }
 
+TEST(Inspect, SegmentsThatCannotBeReadAreListedThoughNobodyNeedsThem) {
+  GraphBuilder graph = machine();
+  EXPECT_THAT(describe(graph).unreadable_segments, IsEmpty());
+  graph.lateSegment({5, 5, 5, {}}, 4, {});
+  const fs::path path = fs::temp_directory_path() / "loftbay_inspect_cut_test.jt";
+  auto bytes = graph.file();
+  bytes.resize(bytes.size() - 50);                                 // of the second shape, a coarser level
+  bytes[80 + 1 + 4 + 4 + 16 + 4 + 28 + 16 + 3] = std::byte{0x7f};  // the meta data lie behind the end
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  const FileDescription file = describeFile(loftbay::host::toProgramPath(path.string()));
+  fs::remove(path);
+  EXPECT_TRUE(file.loaded);
+  EXPECT_THAT(file.losses, IsEmpty());
+  EXPECT_THAT(file.unreadable_segments,
+              ElementsAre(HasSubstr(jttk::Guid{5, 5, 5, {}}.text()), HasSubstr("shape, level 0")));
+}
+
 TEST(Inspect, AFileThatCannotBeReadHasALoss) {
   const FileDescription file = describeFile("no such file.jt");
   EXPECT_FALSE(file.loaded);

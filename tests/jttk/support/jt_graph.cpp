@@ -311,6 +311,11 @@ void GraphBuilder::writeAtoms(OrderedBytes& atoms, OrderedBytes& table) const {
       if (major_ >= 9) value.i32(1);
       if (major_ == 9) value.i32(1);
       table.i32(addAtom(kLateLoaded, value.result()));
+      if (rival_ == Guid{}) continue;
+      --next;
+      OrderedBytes other(order_);
+      other.guid(rival_).i32(property.segment_type).i32(1).i32(1);
+      addAtom(kLateLoaded, other.result());
     }
     table.i32(0);
   }

@@ -99,6 +99,8 @@ class GraphBuilder {
   }
   // The property table lists every node once for each of its properties.
   void splitPropertyTable() { split_table_ = true; }
+  // Every late loaded atom is followed by another one with the same id, which names this segment.
+  void rivalAtoms(const Guid& segment) { rival_ = segment; }
 
   // Row-major; only elements that differ from the identity are stored.
   void transform(std::int32_t id, const std::array<double, 16>& elements, std::uint8_t state = 8);
@@ -167,6 +169,7 @@ class GraphBuilder {
   std::uint32_t base_attribute_version_ = 1;
   bool palette_index_ = false;
   bool split_table_ = false;
+  Guid rival_;
 };
 
 }  // namespace jttk::testing

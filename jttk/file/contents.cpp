@@ -1,0 +1,166 @@
+#include "jttk/file/contents.h"
+
+#include <map>
+#include <set>
+
+namespace jttk {
+namespace {
+
+// How far an entry can be trusted, the best last.
+enum class Trust : std::uint8_t { OutsideOfFile, TableOnly, HeaderOnly, Both };
+
+struct Candidate {
+  TocEntry entry;
+  Trust trust = Trust::OutsideOfFile;
+};
+
+class Reconciler {
+ public:
+  Reconciler(std::span<const std::byte> file, ByteOrder order) : file_(file), order_(order) {}
+
+  Contents run(const std::vector<TocEntry>& table) {
+    for (const TocEntry& entry : table) listed_.insert(entry.id);
+    for (const TocEntry& entry : table) add(entry);
+    for (const Candidate& candidate : candidates_) contents_.entries.push_back(candidate.entry);
+    if (untold_ > 0) {
+      contents_.contradictions.push_back(std::to_string(untold_) +
+                                         " more entries of the table of contents contradict their segments");
+    }
+    return std::move(contents_);
+  }
+
+ private:
+  void add(const TocEntry& listed) {
+    const Candidate candidate = judge(listed);
+    const auto [known, is_new] = by_id_.emplace(candidate.entry.id, candidates_.size());
+    if (is_new) {
+      candidates_.push_back(candidate);
+      return;
+    }
+    Candidate& first = candidates_[known->second];
+    const bool is_better = candidate.trust > first.trust;
+    // What is no repetition has been told as a contradiction.
+    if (listed.id == candidate.entry.id) {
+      ++contents_.duplicates;
+      const TocEntry& holds = is_better ? candidate.entry : first.entry;
+      if (first.entry.offset != candidate.entry.offset) {
+        tell("the table of contents lists segment " + listed.id.text() + " more than once, at byte " +
+             std::to_string(first.entry.offset) + " and at byte " + std::to_string(candidate.entry.offset) +
+             "; the one at byte " + std::to_string(holds.offset) + " is used");
+      }
+    }
+    if (is_better) first = candidate;
+  }
+
+  Candidate judge(TocEntry entry) {
+    const auto header = readSegmentHeader(file_, order_, entry.offset);
+    if (!header) return {entry, Trust::OutsideOfFile};
+    if (entry.type == SegmentType{}) entry.type = header->type;
+    if (header->id == entry.id) return {entry, Trust::Both};
+    const bool is_listed = listed_.contains(header->id);
+    tell("the table of contents lists segment " + entry.id.text() + " at byte " +
+         std::to_string(entry.offset) + ", whose header says " + header->id.text() +
+         (is_listed ? ": the header counts" : ", which is not listed: the table counts"));
+    if (!is_listed) return {entry, Trust::TableOnly};
+    return {{header->id, entry.offset, header->length_bytes, header->type}, Trust::HeaderOnly};
+  }
+
+  void tell(std::string text) {
+    if (contents_.contradictions.size() < Contents::kMaxContradictions) {
+      contents_.contradictions.push_back(std::move(text));
+    } else {
+      ++untold_;
+    }
+  }
+
+  std::span<const std::byte> file_;
+  ByteOrder order_;
+  std::set<Guid> listed_;
+  std::vector<Candidate> candidates_;
+  std::map<Guid, std::size_t> by_id_;  // index into candidates_
+  std::size_t untold_ = 0;
+  Contents contents_;
+};
+
+}  // namespace
+
+bool holdsGeometry(SegmentType type) {
+  switch (type) {
+    case SegmentType::JtBrep:
+    case SegmentType::XtBrep:
+    case SegmentType::Ulp:
+    case SegmentType::Lwpa:
+    case SegmentType::MultiXtBrep:
+      return true;
+    default:
+      return isShapeSegment(type);
+  }
+}
+
+std::string segmentTypeName(SegmentType type) {
+  const auto number = static_cast<std::uint32_t>(type);
+  switch (type) {
+    case SegmentType::SceneGraph:
+      return "scene graph";
+    case SegmentType::JtBrep:
+      return "JT boundary representation";
+    case SegmentType::Pmi:
+      return "product manufacturing information";
+    case SegmentType::MetaData:
+      return "meta data";
+    case SegmentType::Shape:
+      return "shape";
+    case SegmentType::XtBrep:
+      return "XT boundary representation";
+    case SegmentType::Wireframe:
+      return "wireframe";
+    case SegmentType::Ulp:
+      return "ULP";
+    case SegmentType::Stt:
+      return "STT";
+    case SegmentType::Lwpa:
+      return "LWPA";
+    case SegmentType::MultiXtBrep:
+      return "XT boundary representations";
+    case SegmentType::Information:
+      return "information";
+    default:
+      break;
+  }
+  if (type >= SegmentType::ShapeLod0 && type <= SegmentType::ShapeLod9) {
+    return "shape, level " + std::to_string(number - static_cast<std::uint32_t>(SegmentType::ShapeLod0));
+  }
+  return "type " + std::to_string(number);
+}
+
+std::optional<SegmentHeader> readSegmentHeader(std::span<const std::byte> file, ByteOrder order,
+                                               std::uint64_t offset) {
+  if (offset >= file.size() || file.size() - offset < kSegmentHeaderBytes) return std::nullopt;
+  ByteReader reader(file.subspan(static_cast<std::size_t>(offset), kSegmentHeaderBytes), order, offset);
+  SegmentHeader header;
+  header.id = reader.guid("segment header");
+  header.type = static_cast<SegmentType>(reader.u32("segment header"));
+  header.length_bytes = reader.u32("segment header");
+  return header;
+}
+
+Result<Contents> readContents(std::span<const std::byte> file, ByteOrder order, std::uint64_t offset,
+                              bool wide) {
+  ByteReader toc(file.subspan(static_cast<std::size_t>(offset)), order, offset);
+  const std::size_t entry_size = wide ? 32 : 28;
+  const std::uint32_t entries = toc.count("table of contents", entry_size);
+  std::vector<TocEntry> table;
+  table.reserve(entries);
+  for (std::uint32_t i = 0; i < entries; ++i) {
+    TocEntry entry;
+    entry.id = toc.guid("contents entry");
+    entry.offset = wide ? toc.u64("contents entry") : toc.u32("contents entry");
+    entry.length_bytes = toc.u32("contents entry");
+    entry.type = static_cast<SegmentType>(toc.u32("contents entry") >> 24);
+    table.push_back(entry);
+  }
+  if (!toc.ok()) return toc.unexpected();
+  return Reconciler(file, order).run(table);
+}
+
+}  // namespace jttk

@@ -1,0 +1,75 @@
+// The table of contents of a JT file: which segment lies where. A segment's id, type and length stand in its
+// own header once more; where the two contradict each other, the rules below decide.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+enum class SegmentType : std::uint32_t {
+  SceneGraph = 1,
+  JtBrep = 2,
+  Pmi = 3,
+  MetaData = 4,
+  Shape = 6,
+  ShapeLod0 = 7,  // .. 16 = level 9
+  ShapeLod9 = 16,
+  XtBrep = 17,
+  Wireframe = 18,
+  Ulp = 20,
+  Stt = 23,
+  Lwpa = 24,
+  MultiXtBrep = 30,
+  Information = 31,
+};
+
+[[nodiscard]] constexpr bool isShapeSegment(SegmentType type) {
+  return type >= SegmentType::Shape && type <= SegmentType::ShapeLod9;
+}
+// Facets and exact geometry; not wireframes, which show the edges of what is there anyway.
+[[nodiscard]] bool holdsGeometry(SegmentType type);
+
+// "scene graph", "shape, level 0", …; of an unknown type its number.
+[[nodiscard]] std::string segmentTypeName(SegmentType type);
+
+struct TocEntry {
+  Guid id;
+  std::uint64_t offset = 0;        // of the segment's header, from the start of the file
+  std::uint32_t length_bytes = 0;  // header included
+  SegmentType type{};
+};
+
+inline constexpr std::size_t kSegmentHeaderBytes = 24;
+
+struct SegmentHeader {
+  Guid id;
+  SegmentType type{};
+  std::uint32_t length_bytes = 0;  // header included
+};
+
+// The header of the segment at `offset` of the file; nothing where the file has no room for it.
+std::optional<SegmentHeader> readSegmentHeader(std::span<const std::byte> file, ByteOrder order,
+                                               std::uint64_t offset);
+
+struct Contents {
+  // In file order, each segment once. An id that a header states counts where the table lists it, else the
+  // table's.
+  std::vector<TocEntry> entries;
+  std::size_t duplicates = 0;               // entries that repeat another one
+  std::vector<std::string> contradictions;  // one text each, and one for those beyond kMaxContradictions
+  static constexpr std::size_t kMaxContradictions = 20;
+};
+
+// `offset`: where the table lies in the file; `wide`: offsets of 64 bits. Fails when the table is cut off.
+Result<Contents> readContents(std::span<const std::byte> file, ByteOrder order, std::uint64_t offset,
+                              bool wide);
+
+}  // namespace jttk
