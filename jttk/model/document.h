@@ -24,8 +24,8 @@ struct Document {
   std::unordered_set<std::uint32_t> reported;
   // Shape nodes of which it has been told that attributes (normals, colours, …) could not be read.
   std::unordered_set<std::uint32_t> reported_attributes;
-  // Transforms (of SceneGraph::attributes) that have been looked at, and shape nodes of which it has been told
-  // that coordinates are no numbers.
+  // Transforms (of SceneGraph::attributes) that have been looked at, and shape nodes of which it has been
+  // told that coordinates are no numbers.
   std::unordered_set<std::uint32_t> checked_transforms;
   std::unordered_set<std::uint32_t> reported_coordinates;
   // What is told of the file when it is opened: how its scene graph was found, and read all the same.
