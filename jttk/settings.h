@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,9 @@ struct Settings {
   // The most nodes that are placed in one model (a few nodes that share each other many levels deep can stand
   // for more places than any machine could visit). What is beyond is reported and left out.
   std::size_t max_placed_nodes = 5'000'000;
+  // Bytes that the decoders of shapes may ask for at one time, with the decoded arrays that are still held. A
+  // shape that would take more is reported and left out.
+  std::uint64_t max_memory_bytes = std::uint64_t{8} << 30U;
 };
 
 Settings& settings();

@@ -39,17 +39,19 @@ void exchangePredictor(Predictor from, std::span<std::int32_t> values) {
 
 }  // namespace
 
-Result<void> ComponentArrays::readCodes(const char* what, std::uint32_t components, Predictor usual) {
+Result<void> ComponentArrays::readCodes(const char* what, std::uint32_t components, Predictor usual,
+                                        HashRule rule) {
   values_.resize(components);
   for (auto& values : values_) {
     auto done = packets_.readExactly(reader_, what, usual, count_, values);
     if (!done) return done;
   }
-  return checkHash(what, usual);
+  return checkHash(what, usual, rule);
 }
 
-Result<void> ComponentArrays::readFloatBits(const char* what, std::uint32_t components, Predictor usual) {
-  if (packets_.form() == PacketForm::Jt10) return readCodes(what, components, usual);
+Result<void> ComponentArrays::readFloatBits(const char* what, std::uint32_t components, Predictor usual,
+                                            HashRule rule) {
+  if (packets_.form() == PacketForm::Jt10) return readCodes(what, components, usual, rule);
   auto done = readFloatParts(what, components, usual);
   if (!done) return done;
   reader_.skip(sizeof(std::uint32_t), what);
@@ -75,13 +77,19 @@ Result<void> ComponentArrays::readFloatParts(const char* what, std::uint32_t com
   return {};
 }
 
-Result<void> ComponentArrays::checkHash(const char* what, Predictor usual) {
+void ComponentArrays::exchangePredictors(Predictor from) {
+  for (auto& values : values_) exchangePredictor(from, values);
+}
+
+Result<void> ComponentArrays::checkHash(const char* what, Predictor usual, HashRule rule) {
   const std::uint64_t start = reader_.offset();
   const std::uint32_t stored = reader_.u32(what);
   if (!reader_.ok()) return reader_.unexpected();
-  if (hash() == stored) return {};
-  for (auto& values : values_) exchangePredictor(usual, values);
-  if (hash() == stored) return {};
+  hash_agrees_ = hash() == stored;
+  if (hash_agrees_ || rule == HashRule::Ignore) return {};
+  exchangePredictors(usual);
+  hash_agrees_ = hash() == stored;
+  if (hash_agrees_) return {};
   return fail(std::string(what) + " do not agree with their hash", start);
 }
 

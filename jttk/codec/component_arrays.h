@@ -13,6 +13,9 @@
 
 namespace jttk {
 
+// What becomes of values that do not agree with their hash.
+enum class HashRule : std::uint8_t { MustAgree, Ignore };
+
 // The components of one array, each `count` values, one after the other: what is hashed, and what floats are
 // made of.
 class ComponentArrays {
@@ -22,10 +25,16 @@ class ComponentArrays {
 
   // Reads `components` packets of codes, then the hash. Not all writers predict alike: where the hash does
   // not agree after `usual`, the other one of Null and Lag1 is taken if it makes it agree.
-  Result<void> readCodes(const char* what, std::uint32_t components, Predictor usual);
+  Result<void> readCodes(const char* what, std::uint32_t components, Predictor usual,
+                         HashRule rule = HashRule::MustAgree);
   // Reads the float bits of `components` components, then the hash. JT 10: the hash decides as above. JT 9:
   // what the hash is taken over is not known; instead the four bits that are stored twice must agree.
-  Result<void> readFloatBits(const char* what, std::uint32_t components, Predictor usual);
+  Result<void> readFloatBits(const char* what, std::uint32_t components, Predictor usual,
+                             HashRule rule = HashRule::MustAgree);
+  // Whether what was read agrees with its hash. False also where it is not known what that is taken over.
+  [[nodiscard]] bool hashAgrees() const noexcept { return hash_agrees_; }
+  // From the values after `from` to those after the other one of Null and Lag1.
+  void exchangePredictors(Predictor from);
 
   // Codes or float bits of one component.
   [[nodiscard]] std::span<const std::int32_t> component(std::uint32_t index) const noexcept {
@@ -34,12 +43,13 @@ class ComponentArrays {
 
  private:
   Result<void> readFloatParts(const char* what, std::uint32_t components, Predictor usual);
-  Result<void> checkHash(const char* what, Predictor usual);
+  Result<void> checkHash(const char* what, Predictor usual, HashRule rule);
   [[nodiscard]] std::uint32_t hash() const noexcept;
 
   ByteReader& reader_;
   Int32PacketReader& packets_;
   std::uint32_t count_;
+  bool hash_agrees_ = false;
   std::vector<std::vector<std::int32_t>> values_;
 };
 

@@ -6,6 +6,7 @@
 
 #include "jttk/codec/lookup2.h"
 #include "jttk/codec/rep_data.h"
+#include "jttk/codec/stated_box.h"
 #include "jttk/codec/vertex_records.h"
 
 namespace jttk {
@@ -63,8 +64,12 @@ bool undoOtherPredictors(IndexLists& lists, std::uint32_t stored) {
   return false;
 }
 
+void addDoubt(const char* what, std::uint64_t offset, ShapeFacts& facts) {
+  if (facts.doubt.empty()) facts.doubt = Error{what, offset}.text();
+}
+
 Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, std::uint64_t most_values,
-                       IndexLists& lists) {
+                       IndexLists& lists, ShapeFacts& facts) {
   const std::uint64_t start = reader.offset();
   const std::uint32_t groups = reader.count("number of groups", 0);
   const std::uint32_t primitives = reader.count("number of primitives", 0);
@@ -81,8 +86,10 @@ Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, std::uint
   const std::uint32_t stored = reader.u32("hash of the index lists");
   if (!reader.ok()) return reader.unexpected();
   if (hashOf(lists.vertices, hashOf(lists.primitives, hashOf(lists.groups, 0))) == stored) return {};
-  if (undoOtherPredictors(lists, stored)) return {};
-  return fail("the index lists do not agree with their hash", hash_offset);
+  if (!undoOtherPredictors(lists, stored)) {
+    addDoubt("the index lists do not agree with their hash", hash_offset, facts);
+  }
+  return {};
 }
 
 // Primitives must follow each other through the list. Entries that belong to none are taken out of it.
@@ -110,7 +117,8 @@ Result<void> setPrimitives(IndexLists& lists, std::uint64_t offset, ShapeGeometr
 
 // The coordinate of each record: the k-th coordinate serves the next lengths[k] records.
 Result<std::vector<std::uint32_t>> readRecordPositions(ByteReader& reader, Int32PacketReader& packets,
-                                                       std::uint32_t records, std::uint32_t& unique) {
+                                                       std::uint32_t records, std::uint32_t& unique,
+                                                       ShapeFacts& facts) {
   const std::uint64_t start = reader.offset();
   unique = reader.count("number of coordinates", 0);
   if (!reader.ok()) return reader.unexpected();
@@ -120,8 +128,12 @@ Result<std::vector<std::uint32_t>> readRecordPositions(ByteReader& reader, Int32
   if (!done) return tl::unexpected<Error>(done.error());
   const std::uint32_t stored = reader.u32("hash of the run lengths");
   if (!reader.ok()) return reader.unexpected();
-  if (hashOf(lengths, 0) != stored)
-    return fail("the coordinate run lengths do not agree with their hash", start);
+  if (hashOf(lengths, 0) != stored) {
+    addDoubt("the coordinate run lengths do not agree with their hash", start, facts);
+  }
+  if (auto taken = packets.memory().take(records, sizeof(std::uint32_t), start); !taken) {
+    return tl::unexpected<Error>(taken.error());
+  }
   std::vector<std::uint32_t> positions;
   positions.reserve(records);
   for (std::uint32_t i = 0; i < unique; ++i) {
@@ -156,21 +168,20 @@ Result<void> setCorners(const std::vector<std::int32_t>& entries,
 
 }  // namespace
 
-Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, PrimitiveKind kind) {
+Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, PrimitiveKind kind,
+                                           const ShapeContext& context) {
   const std::uint64_t start = reader.offset();
   const std::uint64_t most_values = plausibleShapeValues(reader.remaining());
-  Int32PacketReader packets(form, most_values);
+  Int32PacketReader packets(form, most_values, context.memory);
   ShapeGeometry shape;
   shape.kind = kind;
   IndexLists lists;
-  auto done = readLists(reader, packets, most_values, lists);
+  auto done = readLists(reader, packets, most_values, lists, shape.facts);
   if (!done) return tl::unexpected<Error>(done.error());
   done = setPrimitives(lists, start, shape);
   if (!done) return tl::unexpected<Error>(done.error());
-  shape.facts.topology_hash_checked = true;
-
-  VertexArrayReader arrays(reader, packets);
-  done = arrays.readHeader(shape.facts);
+  VertexArrayReader header(reader, packets);
+  done = header.readHeader(shape.facts);
   if (!done) return tl::unexpected<Error>(done.error());
   const std::uint64_t records_offset = reader.offset();
   const std::uint32_t records = reader.count("number of vertex records", 0);
@@ -179,12 +190,18 @@ Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, 
   std::vector<std::uint32_t> record_positions;
   if (records > 0) {
     std::uint32_t unique = 0;
-    auto positions = readRecordPositions(reader, packets, records, unique);
+    auto positions = readRecordPositions(reader, packets, records, unique, shape.facts);
     if (!positions) return tl::unexpected<Error>(positions.error());
     record_positions = std::move(*positions);
+    VertexArrayReader arrays(reader, packets,
+                             shape.facts.doubt.empty() ? statedBox(context.stated) : nullptr);
     done = arrays.readCoordinates(unique, shape);
-    if (done) done = arrays.readAttributes(records, shape);
     if (!done) return tl::unexpected<Error>(done.error());
+    arrays.readAttributes(records, shape);
+  }
+  shape.facts.topology_hash_checked = shape.facts.doubt.empty();
+  if (auto taken = packets.memory().take(lists.vertices.size(), 2 * sizeof(std::uint32_t), start); !taken) {
+    return tl::unexpected<Error>(taken.error());
   }
   done = setCorners(lists.vertices, record_positions, start, shape);
   if (!done) return tl::unexpected<Error>(done.error());

@@ -29,14 +29,22 @@ enum class Codec : std::uint8_t { Null = 0, BitLength = 1, Huffman = 2, Arithmet
 
 using Values = std::vector<std::int32_t>;
 
-Result<std::size_t> readValueCount(ByteReader& in, std::size_t maximum_count) {
+struct Limits {
+  std::size_t values;
+  MemoryBudget& memory;
+};
+
+// The number of values, for which memory has been taken.
+Result<std::size_t> readValueCount(ByteReader& in, const Limits& limits) {
   const std::uint64_t offset = in.offset();
   const std::int32_t count = in.i32("value count");
   if (!in.ok()) return in.unexpected();
-  if (count < 0 || static_cast<std::uint32_t>(count) > maximum_count) {
-    return fail(std::to_string(count) + " values in a packet that may hold " + std::to_string(maximum_count),
+  if (count < 0 || static_cast<std::uint32_t>(count) > limits.values) {
+    return fail(std::to_string(count) + " values in a packet that may hold " + std::to_string(limits.values),
                 offset);
   }
+  auto taken = limits.memory.take(static_cast<std::uint32_t>(count), sizeof(std::int32_t), offset);
+  if (!taken) return tl::unexpected(taken.error());
   return static_cast<std::size_t>(count);
 }
 
@@ -47,10 +55,10 @@ struct CodeTextHeader {
   std::size_t symbol_count = 0;  // the value count unless there are two tables
 };
 
-Result<CodeTextHeader> readCodeTextHeader(ByteReader& in, std::size_t maximum_count, bool has_symbol_count) {
+Result<CodeTextHeader> readCodeTextHeader(ByteReader& in, const Limits& limits, bool has_symbol_count) {
   CodeTextHeader header;
   header.bit_count = in.count("code text length", 0);
-  const Result<std::size_t> value_count = readValueCount(in, maximum_count);
+  const Result<std::size_t> value_count = readValueCount(in, limits);
   if (!value_count) return tl::unexpected(value_count.error());
   header.value_count = *value_count;
   header.symbol_count = *value_count;
@@ -82,15 +90,12 @@ Result<BitReader> readCodeText(ByteReader& in, std::uint32_t bit_count) {
   return BitReader(words, in.order(), bit_count);
 }
 
-Result<void> decodeNull(ByteReader& in, std::size_t maximum_count, Values& values) {
-  const std::uint64_t offset = in.offset();
-  const std::uint32_t count = in.count("value count", 4);
-  if (!in.ok()) return in.unexpected();
-  if (count > maximum_count) {
-    return fail(std::to_string(count) + " values in a packet that may hold " + std::to_string(maximum_count),
-                offset);
-  }
-  values.resize(count);
+Result<void> decodeNull(ByteReader& in, const Limits& limits, Values& values) {
+  // Against the bytes first, which its failure is about then.
+  if (ByteReader ahead = in; ahead.count("value count", 4) == 0 && !ahead.ok()) return ahead.unexpected();
+  const Result<std::size_t> count = readValueCount(in, limits);
+  if (!count) return tl::unexpected(count.error());
+  values.resize(*count);
   for (std::int32_t& value : values) value = in.i32("value");
   return {};
 }
@@ -119,9 +124,9 @@ const char* decodeBitLengths(BitReader& bits, std::span<std::int32_t> values) {
   return bits.consumed() == bits.length() ? nullptr : "the values do not end where the code text does";
 }
 
-Result<void> decodeBitLength(ByteReader& in, std::size_t maximum_count, Values& values) {
+Result<void> decodeBitLength(ByteReader& in, const Limits& limits, Values& values) {
   const std::uint64_t offset = in.offset();
-  const Result<CodeTextHeader> header = readCodeTextHeader(in, maximum_count, false);
+  const Result<CodeTextHeader> header = readCodeTextHeader(in, limits, false);
   if (!header) return tl::unexpected(header.error());
   if (header->value_count > header->bit_count) {
     return fail(
@@ -177,7 +182,11 @@ const char* decodeHuffman(const ProbabilityContextsMk1& contexts, std::size_t sy
     return decoders[context].empty() ? kNoEntry : decoders[context].decode(bits);
   });
   if (problem != nullptr) return problem;
-  return bits.consumed() == bits.length() ? nullptr : "the values do not end where the code text does";
+  if (bits.consumed() == bits.length()) return nullptr;
+  // A code of one symbol needs no bits; some writers spend one on each value none the less.
+  const bool one_symbol = contexts.table_count == 1 && contexts.tables[0].entries.size() == 1;
+  if (one_symbol && bits.length() == symbol_count) return nullptr;
+  return "the values do not end where the code text does";
 }
 
 // A table with more occurrences than the quick decoder takes: where each entry ends in 0 .. total.
@@ -229,14 +238,15 @@ const char* decodeArithmetic(const ProbabilityContextsMk1& contexts, std::size_t
                                                                            : "the code text ends too early";
 }
 
-Result<void> decodePacket(ByteReader& in, std::size_t maximum_count, int depth, Values& values);
+Result<void> decodePacket(ByteReader& in, const Limits& limits, int depth, Values& values);
 
-Result<void> readOutOfBand(ByteReader& in, std::size_t maximum_count, int depth, Values& out_of_band) {
-  const Result<std::size_t> count = readValueCount(in, maximum_count);
+Result<void> readOutOfBand(ByteReader& in, const Limits& limits, int depth, Values& out_of_band) {
+  const Result<std::size_t> count = readValueCount(in, limits);
   if (!count) return tl::unexpected(count.error());
   if (*count == 0) return {};
   const std::uint64_t offset = in.offset();
-  if (Result<void> read = decodePacket(in, *count, depth + 1, out_of_band); !read) return read;
+  if (Result<void> read = decodePacket(in, {*count, limits.memory}, depth + 1, out_of_band); !read)
+    return read;
   if (out_of_band.size() == *count) return {};
   return fail(
       std::to_string(out_of_band.size()) + " values where " + std::to_string(*count) + " are announced",
@@ -244,16 +254,16 @@ Result<void> readOutOfBand(ByteReader& in, std::size_t maximum_count, int depth,
 }
 
 // Huffman and arithmetic packets are laid out alike.
-Result<void> decodeSymbolPacket(ByteReader& in, Codec codec, std::size_t maximum_count, int depth,
+Result<void> decodeSymbolPacket(ByteReader& in, Codec codec, const Limits& limits, int depth,
                                 Values& values) {
   const Result<ProbabilityContextsMk1> contexts = readProbabilityContextsMk1(in);
   if (!contexts) return tl::unexpected(contexts.error());
   Values out_of_band;
-  if (Result<void> read = readOutOfBand(in, maximum_count, depth, out_of_band); !read) {
+  if (Result<void> read = readOutOfBand(in, limits, depth, out_of_band); !read) {
     return tl::unexpected(read.error().in("out-of-band values"));
   }
   const std::uint64_t offset = in.offset();
-  const Result<CodeTextHeader> header = readCodeTextHeader(in, maximum_count, contexts->table_count == 2);
+  const Result<CodeTextHeader> header = readCodeTextHeader(in, limits, contexts->table_count == 2);
   if (!header) return tl::unexpected(header.error());
   Result<BitReader> bits = readCodeText(in, header->bit_count);
   if (!bits) return tl::unexpected(bits.error());
@@ -266,7 +276,7 @@ Result<void> decodeSymbolPacket(ByteReader& in, Codec codec, std::size_t maximum
   return {};
 }
 
-Result<void> decodePacket(ByteReader& in, std::size_t maximum_count, int depth, Values& values) {
+Result<void> decodePacket(ByteReader& in, const Limits& limits, int depth, Values& values) {
   const std::uint64_t offset = in.offset();
   if (depth > kMaximumDepth) return fail("packets are nested too deeply", offset);
   values.clear();
@@ -274,21 +284,47 @@ Result<void> decodePacket(ByteReader& in, std::size_t maximum_count, int depth, 
   if (!in.ok()) return in.unexpected();
   switch (codec) {
     case Codec::Null:
-      return decodeNull(in, maximum_count, values);
+      return decodeNull(in, limits, values);
     case Codec::BitLength:
-      return decodeBitLength(in, maximum_count, values);
+      return decodeBitLength(in, limits, values);
     case Codec::Huffman:
     case Codec::Arithmetic:
-      return decodeSymbolPacket(in, codec, maximum_count, depth, values);
+      return decodeSymbolPacket(in, codec, limits, depth, values);
   }
   return fail("codec " + std::to_string(static_cast<unsigned>(codec)) + " is not known", offset);
+}
+
+Result<void> skipPacket(ByteReader& in, int depth) {
+  if (depth > kMaximumDepth) return fail("packets are nested too deeply", in.offset());
+  const auto codec = static_cast<Codec>(in.u8("codec"));
+  if (codec > Codec::Arithmetic) in.setFailed("codec", "is not known");
+  if (codec == Codec::Null) {
+    in.skip(std::size_t{in.count("value count", 4)} * 4, "values");
+  } else {
+    bool two_tables = false;
+    if (codec != Codec::BitLength) {
+      const Result<ProbabilityContextsMk1> contexts = readProbabilityContextsMk1(in);
+      if (!contexts) return tl::unexpected(contexts.error());
+      two_tables = contexts->table_count == 2;
+      if (in.i32("out-of-band count") != 0) {
+        if (Result<void> skipped = skipPacket(in, depth + 1); !skipped) return skipped;
+      }
+    }
+    in.skip((two_tables ? 3 : 2) * sizeof(std::int32_t), "code text header");
+    in.skip(std::size_t{in.count("code text word count", 4)} * 4, "code text");
+  }
+  if (!in.ok()) return in.unexpected();
+  return {};
 }
 
 }  // namespace
 
 Result<void> decodeInt32PacketMk1(ByteReader& in, std::size_t maximum_count,
-                                  std::vector<std::int32_t>& values) {
-  return decodePacket(in, maximum_count, 0, values);
+                                  std::vector<std::int32_t>& values, MemoryBudget* memory) {
+  MemoryBudget unlimited;
+  return decodePacket(in, {maximum_count, memory != nullptr ? *memory : unlimited}, 0, values);
 }
+
+Result<void> skipInt32PacketMk1(ByteReader& in) { return skipPacket(in, 0); }
 
 }  // namespace jttk

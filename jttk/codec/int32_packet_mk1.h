@@ -8,6 +8,7 @@
 
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
+#include "jttk/file/memory_budget.h"
 
 namespace jttk {
 
@@ -16,8 +17,12 @@ namespace jttk {
 //                  found before memory is taken. Packets can hold many values in next to no bytes.
 //   values         replaced by the packet's values (its memory is used again). No predictor is applied.
 //                  After a failure its contents are of no use.
+//   memory         where the memory for the values is taken from; null: without a limit.
 // Packets in packets are followed to a fixed depth.
 Result<void> decodeInt32PacketMk1(ByteReader& in, std::size_t maximum_count,
-                                  std::vector<std::int32_t>& values);
+                                  std::vector<std::int32_t>& values, MemoryBudget* memory = nullptr);
+
+// Goes behind the packet at `in` without decoding its values, whatever these are.
+Result<void> skipInt32PacketMk1(ByteReader& in);
 
 }  // namespace jttk

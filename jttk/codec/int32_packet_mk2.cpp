@@ -60,6 +60,7 @@ Result<void> Int32PacketReader::readPacket(ByteReader& reader, std::uint32_t max
                 start);
   }
   if (count > budget_) return fail("the packets of one shape hold too many values", start);
+  if (auto taken = memory().take(count, sizeof(std::int32_t), start); !taken) return taken;
   budget_ -= count;
   const auto codec = static_cast<Codec>(reader.u8("packet codec"));
   if (!reader.ok()) return reader.unexpected();
@@ -90,9 +91,10 @@ Result<void> Int32PacketReader::readNull(ByteReader& reader, std::vector<std::in
   const std::uint64_t start = reader.offset();
   const std::uint32_t size = reader.count("plain packet", 0);
   if (!reader.ok()) return reader.unexpected();
-  // Given in words by the published layout; in bytes is read as well.
+  // Given in words by the published layout. In bytes or, as the other codecs have it, in bits is read as
+  // well.
   const std::size_t bytes = values.size() * sizeof(std::int32_t);
-  if (size != values.size() && size != bytes) {
+  if (size != values.size() && size != bytes && size != std::uint64_t{bytes} * 8) {
     return fail("a plain packet of " + std::to_string(values.size()) + " values states a size of " +
                     std::to_string(size),
                 start);

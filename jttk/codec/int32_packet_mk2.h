@@ -8,6 +8,7 @@
 #include "jttk/codec/shape_limits.h"
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
+#include "jttk/file/memory_budget.h"
 
 namespace jttk {
 
@@ -15,11 +16,15 @@ namespace jttk {
 enum class PacketForm : std::uint8_t { Jt9, Jt10 };
 
 // Reads the packets of one shape. Three of the codecs can state any number of equal values in no bits at all;
-// `value_budget` is how many values the packets may hold together, nested ones included.
+// `value_budget` is how many values the packets may hold together, nested ones included. Memory is taken from
+// `memory`, which outlives the reader; null: without a limit.
 class Int32PacketReader {
  public:
-  explicit Int32PacketReader(PacketForm form, std::uint64_t value_budget = kGenerousShapeValues) noexcept
-      : form_(form), budget_(value_budget) {}
+  explicit Int32PacketReader(PacketForm form, std::uint64_t value_budget = kGenerousShapeValues,
+                             MemoryBudget* memory = nullptr) noexcept
+      : form_(form), budget_(value_budget), memory_(memory) {}
+  Int32PacketReader(const Int32PacketReader&) = delete;
+  Int32PacketReader& operator=(const Int32PacketReader&) = delete;
 
   // Reads one packet into `values`, whose old contents are lost. `what` names the array in messages. A packet
   // that holds more than `maximum_count` values is an error.
@@ -30,6 +35,8 @@ class Int32PacketReader {
                            std::vector<std::int32_t>& values);
 
   [[nodiscard]] PacketForm form() const noexcept { return form_; }
+  // Where what is made of the values takes its memory from, too.
+  [[nodiscard]] MemoryBudget& memory() noexcept { return memory_ != nullptr ? *memory_ : unlimited_; }
 
  private:
   Result<void> readPacket(ByteReader& reader, std::uint32_t maximum_count, std::vector<std::int32_t>& values,
@@ -41,6 +48,8 @@ class Int32PacketReader {
 
   PacketForm form_;
   std::uint64_t budget_;
+  MemoryBudget* memory_;
+  MemoryBudget unlimited_;
 };
 
 }  // namespace jttk

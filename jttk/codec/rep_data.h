@@ -10,8 +10,10 @@
 namespace jttk {
 
 // `reader` stands at the representation; what follows it is left unread.
-Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm form);
+Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm form,
+                                               const ShapeContext& context = {});
 // `kind`: Polylines or Points.
-Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, PrimitiveKind kind);
+Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, PrimitiveKind kind,
+                                           const ShapeContext& context = {});
 
 }  // namespace jttk

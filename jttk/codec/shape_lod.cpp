@@ -11,6 +11,7 @@
 #include "jttk/codec/primitive_set.h"
 #include "jttk/codec/rep_data.h"
 #include "jttk/codec/shape_lod_8.h"
+#include "jttk/codec/stated_box.h"
 
 namespace jttk {
 namespace {
@@ -100,21 +101,23 @@ Result<ByteReader> openInnerElement10(ByteReader& body) {
   return inner->body;
 }
 
-Result<ShapeGeometry> decodeRepData(ByteReader& reader, const Guid& kind, PacketForm form) {
+Result<ShapeGeometry> decodeRepData(ByteReader& reader, const Guid& kind, PacketForm form,
+                                    const ShapeContext& context) {
   if (!reader.ok()) return reader.unexpected();
-  if (kind == kPolylineSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Polylines);
-  if (kind == kPointSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Points);
-  return decodeTopologicalRepData(reader, form);
+  if (kind == kPolylineSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Polylines, context);
+  if (kind == kPointSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Points, context);
+  return decodeTopologicalRepData(reader, form, context);
 }
 
-Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version version) {
+Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version version,
+                                const ShapeContext& context) {
   if (version.major == 9) {
     skipFrontMatter9(body);
-    return decodeRepData(body, kind, PacketForm::Jt9);
+    return decodeRepData(body, kind, PacketForm::Jt9, context);
   }
   auto inner = openInnerElement10(body);
   if (!inner) return tl::unexpected<Error>(inner.error());
-  return decodeRepData(*inner, kind, PacketForm::Jt10);
+  return decodeRepData(*inner, kind, PacketForm::Jt10, context);
 }
 
 Result<ShapeGeometry> decodePrimitives(const ByteReader& body, Version version,
@@ -126,20 +129,35 @@ Result<ShapeGeometry> decodePrimitives(const ByteReader& body, Version version,
   return mesh;
 }
 
+// Where no hash vouches for the coordinates, the box at least should have room for them.
+void compareWithBox(ShapeGeometry& shape, std::span<const StatedExtent> stated, std::uint64_t offset) {
+  const std::array<float, 6>* box = statedBox(stated);
+  if (box == nullptr || shape.facts.coordinate_hash_checked || !shape.facts.coordinate_note.empty()) return;
+  if (liesInBox(shape, *box)) return;
+  shape.facts.coordinate_note =
+      Error{"coordinates lie outside of the box that the node states", offset}.text();
+}
+
 }  // namespace
 
 Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
-                                     std::span<const StatedExtent> stated) {
+                                     const ShapeContext& context) {
   ByteReader reader(segment.data, order, segment.base_offset);
   const auto element = findShape(reader);
   if (!element) return tl::unexpected<Error>(element.error().in("shape"));
   const Guid& kind = element->kind;
   if (kind == kNullShape) return ShapeGeometry{};
-  if (isPrimitiveSet(kind)) return decodePrimitives(element->body, version, stated);
+  if (isPrimitiveSet(kind)) return decodePrimitives(element->body, version, context.stated);
+  const std::uint64_t offset = element->body.offset();
   // Errors of 8.x name the kind already.
-  if (version.major < 9) return decodeShapeLod8(element->body, kind);
-  auto shape = decodeSet(element->body, kind, version);
+  if (version.major < 9) {
+    auto shape = decodeShapeLod8(element->body, kind, context.memory);
+    if (shape) compareWithBox(*shape, context.stated, offset);
+    return shape;
+  }
+  auto shape = decodeSet(element->body, kind, version, context);
   if (!shape) return tl::unexpected<Error>(shape.error().in(nameOf(kind)));
+  compareWithBox(*shape, context.stated, offset);
   return shape;
 }
 

@@ -12,6 +12,7 @@
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
 #include "jttk/file/jt_file.h"
+#include "jttk/file/memory_budget.h"
 
 namespace jttk {
 
@@ -31,8 +32,17 @@ struct ShapeFacts {
   std::uint32_t components = 0;  // connected components of the topology coder
   std::uint32_t covers = 0;      // polygons that close holes and are not part of the shape
   bool topology_hash_checked = false;
+  // The coordinates agree with their hash. Not for all layouts it is known what the hash is taken over.
+  bool coordinate_hash_checked = false;
+  // Distance of neighbouring codes of the coordinates; 0 where they are floats.
+  std::array<float, 3> coordinate_steps{};
   // Why attributes (normals, colours, …) that the shape has are not among its records; empty when all are.
   std::string unread_attributes;
+  // Why it is open whether the faces or lines are right; empty as a rule. The geometry is sound as such: its
+  // indices are in range and its faces closed.
+  std::string doubt;
+  // What is odd about the coordinates but does not cost the shape; empty as a rule.
+  std::string coordinate_note;
   // Of a primitive set: bit 0 boxes, 1 cylinders, 2 pyramids, 3 spheres, 4 prisms.
   std::uint32_t solid_types = 0;
 };
@@ -71,9 +81,16 @@ struct StatedExtent {
   float area = 0;
 };
 
-// Decodes the one shape LOD element of a shape segment (types 6 to 16). `stated`: what is known of the shape
-// from outside, the nearest first; only primitive sets need it (see primitive_meaning.h).
+struct ShapeContext {
+  // What is known of the shape from outside, the nearest first. Primitive sets need it (see
+  // primitive_meaning.h); of others the first box is a witness of the coordinates.
+  std::span<const StatedExtent> stated;
+  // Where the decoder takes its memory from; null: without a limit.
+  MemoryBudget* memory = nullptr;
+};
+
+// Decodes the one shape LOD element of a shape segment (types 6 to 16).
 Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
-                                     std::span<const StatedExtent> stated = {});
+                                     const ShapeContext& context = {});
 
 }  // namespace jttk

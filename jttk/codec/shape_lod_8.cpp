@@ -89,7 +89,7 @@ Result<void> readPrimitiveStarts(ByteReader& in, Context& context, std::vector<s
     starts.push_back(static_cast<std::uint32_t>(start));
     before = start;
   }
-  if (static_cast<std::size_t>(before) > context.values_left) {
+  if (static_cast<std::size_t>(before) > std::min(context.values_left, context.most_corners)) {
     return fail("primitive list: " + std::to_string(before) + " corners are more than the element can hold",
                 offset);
   }
@@ -97,11 +97,13 @@ Result<void> readPrimitiveStarts(ByteReader& in, Context& context, std::vector<s
   return {};
 }
 
-Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind) {
+Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind, MemoryBudget& memory) {
   ShapeGeometry geometry;
   geometry.kind = kind;
   Context context;
   context.values_left = plausibleShapeValues(in.remaining());
+  context.most_corners = plausibleShapeCorners(in.remaining());
+  context.memory = &memory;
   const Result<Bindings> bindings = readHeader(in, geometry.facts);
   if (!bindings) return tl::unexpected(bindings.error());
   context.bindings = *bindings;
@@ -125,7 +127,7 @@ Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind) {
 Result<void> shape8::readValues(ByteReader& in, Context& context, std::size_t maximum_count,
                                 Predictor predictor, const char* what, std::vector<std::int32_t>& values) {
   const std::size_t limit = std::min(maximum_count, context.values_left);
-  if (Result<void> read = decodeInt32PacketMk1(in, limit, values); !read) {
+  if (Result<void> read = decodeInt32PacketMk1(in, limit, values, context.memory); !read) {
     return tl::unexpected(read.error().in(what));
   }
   context.values_left -= values.size();
@@ -133,12 +135,14 @@ Result<void> shape8::readValues(ByteReader& in, Context& context, std::size_t ma
   return {};
 }
 
-Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind) {
+Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind, MemoryBudget* memory) {
   if (kind == kNullShape) return ShapeGeometry{};
   const std::optional<Kind> vertex_shape = vertexShapeKind(kind);
   if (!vertex_shape)
     return fail("shape LOD element " + kind.text() + ": not supported", element_body.offset());
-  Result<ShapeGeometry> geometry = decodeVertexShape(element_body, vertex_shape->primitives);
+  MemoryBudget unlimited;
+  Result<ShapeGeometry> geometry =
+      decodeVertexShape(element_body, vertex_shape->primitives, memory != nullptr ? *memory : unlimited);
   if (!geometry) return tl::unexpected(geometry.error().in(vertex_shape->name));
   return geometry;
 }

@@ -8,7 +8,8 @@
 namespace jttk {
 
 // `element_body`: the bytes of the element after its GUID and base type byte. `kind`: that GUID. Bytes behind
-// what the element holds are ignored.
-Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind);
+// what the element holds are ignored. `memory`: where memory is taken from; null: without a limit.
+Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind,
+                                      MemoryBudget* memory = nullptr);
 
 }  // namespace jttk

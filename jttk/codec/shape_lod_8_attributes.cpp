@@ -111,6 +111,15 @@ void spread(std::span<const Origin> origins, Binding binding, std::size_t stride
   records = std::move(result);
 }
 
+// Records of corners; where corners get records of their own, a facet has up to three of them.
+Result<void> takeMemory(const Context& context, const ShapeGeometry& geometry, bool per_vertex_only,
+                        std::uint64_t offset) {
+  constexpr std::size_t kOfOwnRecords =
+      3 * (sizeof(Origin) + 3 * sizeof(std::uint32_t) + kColorFloats * 3 * sizeof(float));
+  return context.memory->take(geometry.corner_positions.size(),
+                              per_vertex_only ? sizeof(std::uint32_t) : kOfOwnRecords, offset);
+}
+
 }  // namespace
 
 Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry) {
@@ -133,7 +142,6 @@ Result<void> spreadAttributes(const Context& context, std::uint64_t offset, Shap
     if (attribute.binding != Binding::None && found != needed) {
       const std::string reason = std::string(attribute.name) + ": " + std::to_string(found) + " where " +
                                  std::to_string(needed) + " are needed";
-      if (attribute.binding == Binding::Vertex) return fail(reason, offset);
       geometry.facts.unread_attributes = reason;
       attribute.binding = Binding::None;
       attribute.records = {};
@@ -144,6 +152,7 @@ Result<void> spreadAttributes(const Context& context, std::uint64_t offset, Shap
         per_vertex_only && (attribute.binding == Binding::None || attribute.binding == Binding::Vertex);
   }
   if (!any) return {};
+  if (auto taken = takeMemory(context, geometry, per_vertex_only, offset); !taken) return taken;
   if (per_vertex_only) {
     geometry.corner_records = geometry.corner_positions;
     return {};

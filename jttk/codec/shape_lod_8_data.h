@@ -9,6 +9,7 @@
 #include "jttk/codec/shape_lod.h"
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
+#include "jttk/file/memory_budget.h"
 
 namespace jttk::shape8 {
 
@@ -27,6 +28,9 @@ struct Context {
   Bindings bindings;
   // How many values the packets of this element that are still to come may hold together.
   std::size_t values_left = 0;
+  // The same for corners.
+  std::size_t most_corners = 0;
+  MemoryBudget* memory = nullptr;  // never null
 };
 
 // Reads a packet of `maximum_count` values at most, undoes the predictor, and takes the values off what is
@@ -35,7 +39,8 @@ Result<void> readValues(ByteReader& in, Context& context, std::size_t maximum_co
                         const char* what, std::vector<std::int32_t>& values);
 
 // Quantised coordinates and attributes, one per vertex, and an index per corner. Attributes that belong to
-// facets or primitives are left as stored: see spreadAttributes.
+// facets or primitives are left as stored: see spreadAttributes. Attributes that cannot be read are left out,
+// and the facts say so.
 Result<void> readLossy(ByteReader& in, Context& context, ShapeGeometry& geometry);
 
 // Plain floats, a record per corner.
@@ -43,9 +48,8 @@ Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geome
 
 // Gives each corner its attribute record. When all attributes belong to vertices, records are numbered as
 // positions are. Otherwise every corner gets a record of its own, and strips and lines whose facets carry
-// attributes are taken apart into triangles and line segments. Fails when the number of attributes is not
-// that of the vertices they belong to. How facets and primitives are counted no file has shown, so attributes
-// of these are dropped then, and the facts say so.
+// attributes are taken apart into triangles and line segments. Attributes whose number is not that of what
+// they belong to are dropped, and the facts say so.
 Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry);
 
 }  // namespace jttk::shape8

@@ -2,6 +2,7 @@
 // zlib. A record is texture coordinates, colour, normal, as far as they are bound, and the position last.
 // Where attributes that do not belong to vertices are, and whether a colour may have an alpha, no file has
 // shown; the size of the records tells.
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <optional>
@@ -52,7 +53,7 @@ struct Block {
 
 // I32 size, I32 packed size, then a zlib stream; a packed size that is not positive is that of plain bytes,
 // turned negative.
-Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes) {
+Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes, MemoryBudget& memory) {
   const std::uint64_t offset = in.offset();
   const std::uint32_t size = in.count("size of the vertex records", 0);
   const std::int64_t stored = in.i32("packed size of the vertex records");
@@ -61,6 +62,8 @@ Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes) {
     return fail("vertex records: " + std::to_string(size) + " bytes are more than the element can hold",
                 offset);
   }
+  // The records themselves, and the arrays that are made of them.
+  if (auto taken = memory.take(size, 3, offset); !taken) return tl::unexpected(taken.error());
   Block block;
   const std::uint64_t packed_offset = in.offset();
   const std::span<const std::byte> bytes =
@@ -132,8 +135,9 @@ Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geome
   const std::uint64_t offset = in.offset();
   std::optional<std::size_t> listed_corners;
   if (!geometry.primitive_starts.empty()) listed_corners = geometry.primitive_starts.back();
-  const std::size_t most_corners = listed_corners.value_or(context.values_left);
-  const Result<Block> block = readBlock(in, most_corners * kMostRecordFloats * kFloatBytes);
+  const std::size_t most_corners =
+      listed_corners.value_or(std::min(context.values_left, context.most_corners));
+  const Result<Block> block = readBlock(in, most_corners * kMostRecordFloats * kFloatBytes, *context.memory);
   if (!block) return tl::unexpected(block.error());
   const std::size_t size = block->bytes.size();
   const std::optional<RecordLayout> layout = layoutOf(context.bindings, size, listed_corners);

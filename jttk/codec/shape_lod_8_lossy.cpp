@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "jttk/codec/hsv.h"
+#include "jttk/codec/int32_packet_mk1.h"
 #include "jttk/codec/normals.h"
 #include "jttk/codec/predictors.h"
 #include "jttk/codec/quantizer.h"
@@ -61,7 +62,11 @@ Result<void> readQuantized(ByteReader& in, Context& context, const UniformQuanti
   const std::uint64_t offset = in.offset();
   if (Result<void> read = readComponent(in, context, records.count, Predictor::Lag1, what, codes); !read)
     return read;
-  records.values.resize(records.count * records.stride);
+  if (component == 0) {
+    auto taken = context.memory->take(records.count, records.stride * sizeof(float), offset);
+    if (!taken) return taken;
+    records.values.resize(records.count * records.stride);
+  }
   const Dequantizer dequantize(quantizer);
   std::uint32_t greatest = 0;
   std::size_t place = component;
@@ -98,8 +103,13 @@ Result<void> readPositions(ByteReader& in, Context& context, ShapeGeometry& geom
   const Result<std::size_t> count = readCount(in, context.values_left, "vertex count");
   if (!count) return tl::unexpected(count.error());
   constexpr std::array kNames = {"x codes", "y codes", "z codes"};
+  // Without vertices nothing else follows.
+  if (*count == 0) return {};
   Records records{geometry.positions, *count, 3};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
+    const double range = static_cast<double>(quantizers[i].maximum) - quantizers[i].minimum;
+    geometry.facts.coordinate_steps[i] =
+        static_cast<float>(range / std::max(1.0, quantizers[i].largestCode()));
     if (Result<void> read = readQuantized(in, context, quantizers[i], i, kNames[i], codes, records); !read)
       return read;
   }
@@ -170,6 +180,58 @@ Result<void> readColors(ByteReader& in, Context& context, std::vector<float>& co
   return {};
 }
 
+// An attribute as it is laid out: plain fields, a count, and packets.
+struct AttributeLayout {
+  std::size_t field_bytes;
+  std::size_t packets;
+};
+
+// Reads an attribute with `read`. What cannot be read is passed over, because nothing is made of attributes
+// in the end but what follows them is needed; then its binding is none. Fails where it cannot be passed over.
+template <typename Read>
+Result<void> readAttribute(ByteReader& in, ShapeFacts& facts, Binding& binding, const AttributeLayout& layout,
+                           std::vector<float>& values, Read read) {
+  const ByteReader start = in;
+  const Result<void> done = read();
+  if (done) return {};
+  in = start;
+  in.skip(layout.field_bytes + sizeof(std::int32_t), "attribute");
+  for (std::size_t i = 0; i < layout.packets; ++i) {
+    if (!skipInt32PacketMk1(in)) return done;
+  }
+  facts.unread_attributes = done.error().text();
+  binding = Binding::None;
+  values = {};
+  return {};
+}
+
+constexpr std::size_t kQuantizerBytes = 2 * sizeof(float) + 1;
+constexpr AttributeLayout kNormalLayout{1, 4};
+constexpr AttributeLayout kTextureLayout{2 * kQuantizerBytes, 2};
+constexpr AttributeLayout kRgbLayout{1 + 4 * kQuantizerBytes, 4};
+constexpr AttributeLayout kHsvLayout{1 + 4, 4};
+
+Result<void> readAttributes(ByteReader& in, Context& context, ShapeGeometry& geometry, Values& scratch) {
+  Bindings& bindings = context.bindings;
+  ShapeFacts& facts = geometry.facts;
+  Result<void> done;
+  if (bindings.normal != Binding::None) {
+    done = readAttribute(in, facts, bindings.normal, kNormalLayout, geometry.normals,
+                         [&] { return readNormals(in, context, geometry.normals); });
+  }
+  if (done && bindings.texture != Binding::None) {
+    done = readAttribute(in, facts, bindings.texture, kTextureLayout, geometry.texture_coordinates, [&] {
+      return readTextureCoordinates(in, context, geometry.texture_coordinates, scratch);
+    });
+  }
+  if (done && bindings.color != Binding::None) {
+    const bool hsv = ByteReader(in).u8("HSV flag") != 0;
+    done = readAttribute(in, facts, bindings.color, hsv ? kHsvLayout : kRgbLayout, geometry.colors,
+                         [&] { return readColors(in, context, geometry.colors, scratch); });
+  }
+  return done;
+}
+
 // One vertex per corner.
 Result<void> readIndices(ByteReader& in, Context& context, ShapeGeometry& geometry, Values& indices) {
   const std::uint64_t offset = in.offset();
@@ -188,6 +250,7 @@ Result<void> readIndices(ByteReader& in, Context& context, ShapeGeometry& geomet
     }
   }
   const std::size_t vertex_count = geometry.positions.size() / 3;
+  if (auto taken = context.memory->take(indices.size(), sizeof(std::uint32_t), offset); !taken) return taken;
   geometry.corner_positions.reserve(indices.size());
   for (const std::int32_t stored : indices) {
     const auto index = static_cast<std::uint32_t>(stored);
@@ -206,16 +269,13 @@ Result<void> readIndices(ByteReader& in, Context& context, ShapeGeometry& geomet
 Result<void> readLossy(ByteReader& in, Context& context, ShapeGeometry& geometry) {
   Values scratch;
   if (Result<void> read = readPositions(in, context, geometry, scratch); !read) return read;
-  if (context.bindings.normal != Binding::None) {
-    if (Result<void> read = readNormals(in, context, geometry.normals); !read) return read;
+  const bool corners = !geometry.primitive_starts.empty() && geometry.primitive_starts.back() > 0;
+  if (geometry.positions.empty() && !corners) {
+    geometry.primitive_starts.clear();
+    context.bindings = {};
+    return {};
   }
-  if (context.bindings.texture != Binding::None) {
-    if (Result<void> read = readTextureCoordinates(in, context, geometry.texture_coordinates, scratch); !read)
-      return read;
-  }
-  if (context.bindings.color != Binding::None) {
-    if (Result<void> read = readColors(in, context, geometry.colors, scratch); !read) return read;
-  }
+  if (Result<void> read = readAttributes(in, context, geometry, scratch); !read) return read;
   return readIndices(in, context, geometry, scratch);
 }
 

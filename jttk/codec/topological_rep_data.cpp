@@ -1,7 +1,12 @@
 // Topologically compressed: the topology's arrays, then the vertex arrays.
+//
+// Of hashes that do not agree one can be borne. Where it is the topology's, the mesh is doubtful, but may be
+// right as far as it can be told: its arrays fit each other to the last symbol. Where it is the coordinates',
+// the box that the node states is a second witness. Both together are too much.
 #include <string>
 
 #include "jttk/codec/rep_data.h"
+#include "jttk/codec/stated_box.h"
 #include "jttk/codec/topology.h"
 #include "jttk/codec/vertex_records.h"
 
@@ -17,23 +22,40 @@ tl::unexpected<Error> countMismatch(const char* what, std::uint32_t stated, std:
       offset);
 }
 
+// The mesh, and in `facts` what is known of its hash.
+Result<Topology> readTopology(ByteReader& reader, Int32PacketReader& packets, ShapeFacts& facts) {
+  const std::uint64_t start = reader.offset();
+  const TopologyLimits limits{plausibleShapeCorners(reader.remaining()), &packets.memory()};
+  const std::uint64_t before = limits.memory->taken();
+  const auto symbols = readTopologySymbols(reader, packets);
+  if (!symbols) return tl::unexpected<Error>(symbols.error());
+  const std::string doubt = "the topology arrays do not agree with their hash";
+  auto mesh = decodeTopology(*symbols, packets.form(), start, limits);
+  if (!mesh && !symbols->hash_agrees) {
+    return fail(doubt + ", and there is no mesh in them: " + mesh.error().what, symbols->hash_offset);
+  }
+  if (!mesh) return mesh;
+  facts.topology_hash_checked = symbols->hash_agrees;
+  if (!symbols->hash_agrees) facts.doubt = Error{doubt, symbols->hash_offset}.text();
+  const std::size_t kept =
+      mesh->corner_vertices.size() + mesh->corner_records.size() + mesh->polygon_starts.size();
+  limits.memory->giveBackTo(before, kept * sizeof(std::uint32_t));
+  return mesh;
+}
+
 }  // namespace
 
-Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm form) {
-  const std::uint64_t start = reader.offset();
+Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm form,
+                                               const ShapeContext& context) {
   const std::uint64_t most_values = plausibleShapeValues(reader.remaining());
-  Int32PacketReader packets(form, most_values);
-  Topology topology;
-  {
-    const auto symbols = readTopologySymbols(reader, packets);
-    if (!symbols) return tl::unexpected<Error>(symbols.error());
-    auto mesh = decodeTopology(*symbols, form, start, most_values);
-    if (!mesh) return tl::unexpected<Error>(mesh.error());
-    topology = std::move(*mesh);
-  }
+  Int32PacketReader packets(form, most_values, context.memory);
   ShapeGeometry shape;
   shape.kind = PrimitiveKind::Polygons;
-  VertexArrayReader arrays(reader, packets);
+  auto read = readTopology(reader, packets, shape.facts);
+  if (!read) return tl::unexpected<Error>(read.error());
+  Topology& topology = *read;
+  VertexArrayReader arrays(reader, packets,
+                           shape.facts.topology_hash_checked ? statedBox(context.stated) : nullptr);
   auto done = arrays.readHeader(shape.facts);
   if (!done) return tl::unexpected<Error>(done.error());
   const std::uint64_t counts_offset = reader.offset();
@@ -42,22 +64,20 @@ Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm fo
   if (!reader.ok()) return reader.unexpected();
   if (vertices != topology.vertices)
     return countMismatch("vertices", vertices, topology.vertices, counts_offset);
-  if (vertices > 0) {
-    done = arrays.readCoordinates(vertices, shape);
-    if (!done) return tl::unexpected<Error>(done.error());
-  }
+  // Arrays follow only where there are vertices, whatever the bindings say.
+  if (vertices == 0) return shape;
+  done = arrays.readCoordinates(vertices, shape);
+  if (!done) return tl::unexpected<Error>(done.error());
   // Without a record for every corner the attributes are of no use, but the mesh is.
   const bool records_fit = topology.records_fit && records == topology.records;
   if (records_fit) {
-    done = arrays.readAttributes(records, shape);
-    if (!done) return tl::unexpected<Error>(done.error());
+    arrays.readAttributes(records, shape);
   } else {
     shape.facts.unread_attributes =
         countMismatch("vertex attributes", records, topology.records, counts_offset).value().text();
   }
   shape.facts.components = topology.components;
   shape.facts.covers = topology.covers;
-  shape.facts.topology_hash_checked = true;
   shape.primitive_starts = std::move(topology.polygon_starts);
   shape.corner_positions = std::move(topology.corner_vertices);
   if (records_fit && records > 0) shape.corner_records = std::move(topology.corner_records);

@@ -60,14 +60,14 @@ class TopologyDecoder {
   TopologyDecoder(const TopologySymbols& symbols, PacketForm form) : symbols_(symbols), form_(form) {}
 
   // Each of these is false after a mistake in the data; reason() says which.
-  bool prepare(std::uint64_t maximum_corners);
+  bool prepare(const TopologyLimits& limits, std::uint64_t offset);
   bool run();
   Topology takeResult();
-  [[nodiscard]] const char* reason() const noexcept { return reason_; }
+  [[nodiscard]] const std::string& reason() const noexcept { return reason_; }
 
  private:
-  bool wrong(const char* reason) noexcept {
-    reason_ = reason;
+  bool wrong(std::string reason) {
+    reason_ = std::move(reason);
     return false;
   }
   bool addPolygon(std::uint32_t& polygon);
@@ -81,6 +81,7 @@ class TopologyDecoder {
   bool addVertex(std::uint32_t polygon, std::uint32_t corner, std::uint32_t degree);
   void readMask(Vertex& vertex);
   bool split(std::uint32_t polygon, std::uint32_t corner);
+  [[nodiscard]] bool isCover(std::size_t polygon) const;
   [[nodiscard]] std::uint32_t degreeContext(const Polygon& polygon) const;
   std::uint32_t nextActive();
   bool checkAllUsed();
@@ -88,7 +89,7 @@ class TopologyDecoder {
 
   const TopologySymbols& symbols_;
   PacketForm form_;
-  const char* reason_ = "";
+  std::string reason_;
 
   std::vector<Polygon> polygons_;
   std::vector<Corner> corners_;
@@ -109,7 +110,7 @@ class TopologyDecoder {
 
 // Sizes are known before the first symbol is used: every corner sits in one slot, so there are as many slots
 // as corners, and both arrays get their final size here.
-bool TopologyDecoder::prepare(std::uint64_t maximum_corners) {
+bool TopologyDecoder::prepare(const TopologyLimits& limits, std::uint64_t offset) {
   std::uint64_t corner_count = 0;
   for (const std::int32_t valence : symbols_.valences) {
     if (valence < 1) return wrong("a polygon without corners");
@@ -125,11 +126,21 @@ bool TopologyDecoder::prepare(std::uint64_t maximum_corners) {
     }
   }
   if (slot_count != corner_count) return wrong("degrees and valences do not add up to the same");
-  if (corner_count > maximum_corners) return wrong("more corners than a shape may have");
+  if (corner_count > std::min(limits.maximum_corners, kMaximumShapeCorners))
+    return wrong("more corners than its bytes can stand for");
   if (!symbols_.flags.empty() && symbols_.flags.size() != symbols_.valences.size())
     return wrong("not one flag per polygon");
   if (symbols_.split_positions.size() != symbols_.split_offsets.size())
     return wrong("not one position per split");
+  if (limits.memory != nullptr) {
+    constexpr std::size_t kPerCorner = sizeof(Corner) + sizeof(Slot) + 2 * sizeof(std::uint32_t);
+    constexpr std::size_t kPerPolygon = sizeof(Polygon) + sizeof(std::uint32_t);
+    constexpr std::size_t kPerVertex = sizeof(Vertex) + sizeof(std::uint32_t);
+    auto taken = limits.memory->take(corner_count, kPerCorner, offset);
+    if (taken) taken = limits.memory->take(symbols_.valences.size(), kPerPolygon, offset);
+    if (taken) taken = limits.memory->take(vertex_count, kPerVertex, offset);
+    if (!taken) return wrong(taken.error().what);
+  }
   try {
     polygons_.reserve(symbols_.valences.size());
     vertices_.reserve(vertex_count);
@@ -397,6 +408,12 @@ void TopologyDecoder::assignRecords(std::vector<std::uint32_t>& corner_records) 
   }
 }
 
+// The groups say it once more, for writers that leave the flags out.
+bool TopologyDecoder::isCover(std::size_t polygon) const {
+  if (!symbols_.flags.empty()) return symbols_.flags[polygon] != 0;
+  return polygon < symbols_.groups.size() && symbols_.groups[polygon] < 0;
+}
+
 Topology TopologyDecoder::takeResult() {
   Topology mesh;
   mesh.vertices = static_cast<std::uint32_t>(vertices_.size());
@@ -412,7 +429,7 @@ Topology TopologyDecoder::takeResult() {
     mesh.polygon_starts.push_back(0);
   }
   for (std::size_t i = 0; i < polygons_.size(); ++i) {
-    if (!symbols_.flags.empty() && symbols_.flags[i] != 0) {
+    if (isCover(i)) {
       ++mesh.covers;
       continue;
     }
@@ -433,10 +450,10 @@ Topology TopologyDecoder::takeResult() {
 }  // namespace
 
 Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset,
-                                std::uint64_t maximum_corners) {
+                                const TopologyLimits& limits) {
   TopologyDecoder decoder(symbols, form);
-  if (!decoder.prepare(std::min(maximum_corners, kMaximumShapeCorners)) || !decoder.run())
-    return fail(std::string("topology: ") + decoder.reason(), offset);
+  if (!decoder.prepare(limits, offset) || !decoder.run())
+    return fail("topology: " + decoder.reason(), offset);
   return decoder.takeResult();
 }
 

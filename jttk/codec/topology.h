@@ -16,15 +16,13 @@
 namespace jttk {
 
 inline constexpr std::size_t kTopologyContexts = 8;
-// Corners of one shape, covers included.
-inline constexpr std::uint64_t kMaximumShapeCorners = std::uint64_t{1} << 25;
 
 // The arrays as stored, after prediction.
 struct TopologySymbols {
   std::vector<std::int32_t> degrees[kTopologyContexts];  // slots of a new vertex; 0 = split
   std::vector<std::int32_t> valences;                    // corners of a polygon
-  std::vector<std::int32_t> groups;                      // a number per polygon, of no use to a reader
-  std::vector<std::int32_t> flags;                       // per polygon: not 0 = cover; empty = none is
+  std::vector<std::int32_t> groups;                      // a number per polygon; negative = cover
+  std::vector<std::int32_t> flags;                       // per polygon: not 0 = cover; empty = see the groups
   // Bit s of a vertex's mask: a new attribute record begins at slot s. The last context is for degrees above
   // 8 and is cut in two or three arrays.
   std::vector<std::int32_t> masks[kTopologyContexts];
@@ -33,9 +31,12 @@ struct TopologySymbols {
   std::vector<std::uint32_t> wide_mask_words;  // masks of degrees above 64, ceil(degree / 32) words each
   std::vector<std::int32_t> split_offsets;     // how far back in the list of open vertices
   std::vector<std::int32_t> split_positions;   // slot of that vertex
+  // Whether the hash that is stored behind the arrays is theirs, and where it stands.
+  bool hash_agrees = true;
+  std::uint64_t hash_offset = 0;
 };
 
-// Reads the arrays and checks them against the hash that is stored behind them.
+// Reads the arrays. A hash that is not theirs is no failure: see hash_agrees.
 Result<TopologySymbols> readTopologySymbols(ByteReader& reader, Int32PacketReader& packets);
 
 // The hash over all arrays, in the order in which they are stored.
@@ -56,9 +57,13 @@ struct Topology {
 inline constexpr std::uint32_t kNoTopologyRecord = 0xffffffffU;
 
 // `offset`: where the arrays came from, for messages. All symbols must be used up, all slots be filled. One
-// large valence stands for as many corners, so arrays of few values do not bound the mesh: `maximum_corners`
-// does, kMaximumShapeCorners at most.
+// large valence stands for as many corners, so arrays of few values do not bound the mesh: the limits do. The
+// memory of the result stays taken.
+struct TopologyLimits {
+  std::uint64_t maximum_corners = kFreeShapeCorners;  // kMaximumShapeCorners at most
+  MemoryBudget* memory = nullptr;                     // null: without a limit
+};
 Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset,
-                                std::uint64_t maximum_corners = kMaximumShapeCorners);
+                                const TopologyLimits& limits = {});
 
 }  // namespace jttk

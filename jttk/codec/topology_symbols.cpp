@@ -8,7 +8,8 @@
 namespace jttk {
 namespace {
 
-constexpr auto kMaximumCount = static_cast<std::uint32_t>(kMaximumShapeCorners);
+// The value budget of the packets is the limit; a count has no more than this.
+constexpr std::uint32_t kMaximumCount = 0x7fffffff;
 
 const char* const kDegreeNames[kTopologyContexts] = {
     "degrees, context 0", "degrees, context 1", "degrees, context 2", "degrees, context 3",
@@ -84,12 +85,10 @@ Result<TopologySymbols> readTopologySymbols(ByteReader& reader, Int32PacketReade
   TopologySymbols symbols;
   const auto done = readArrays(reader, packets, symbols);
   if (!done) return tl::unexpected<Error>(done.error());
-  const std::uint64_t hash_offset = reader.offset();
+  symbols.hash_offset = reader.offset();
   const std::uint32_t stored_hash = reader.u32("topology hash");
   if (!reader.ok()) return reader.unexpected();
-  if (topologyHash(symbols, packets.form()) != stored_hash) {
-    return fail("the topology arrays do not agree with their hash", hash_offset);
-  }
+  symbols.hash_agrees = topologyHash(symbols, packets.form()) == stored_hash;
   return symbols;
 }
 

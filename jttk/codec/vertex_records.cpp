@@ -13,6 +13,7 @@
 #include "jttk/codec/hsv.h"
 #include "jttk/codec/normals.h"
 #include "jttk/codec/quantizer.h"
+#include "jttk/codec/stated_box.h"
 
 namespace jttk {
 namespace {
@@ -70,16 +71,23 @@ void floatsInto(std::span<const std::int32_t> bits, float* first, std::size_t st
   for (std::size_t i = 0; i < bits.size(); ++i) first[i * stride] = std::bit_cast<float>(bits[i]);
 }
 
-Result<void> makeRoom(std::vector<float>& values, std::size_t count, float fill, const ByteReader& reader) {
+}  // namespace
+
+struct VertexArrayReader::CoordinateLayout {
+  std::uint32_t count = 0;
+  std::uint32_t components = 0;
+  std::array<UniformQuantizer, kFloatsPerPoint> quantizers;
+};
+
+Result<void> VertexArrayReader::makeRoom(std::vector<float>& values, std::size_t count, float fill) {
+  if (auto taken = packets_.memory().take(count, sizeof(float), reader_.offset()); !taken) return taken;
   try {
     values.assign(count, fill);
   } catch (const std::bad_alloc&) {
-    return fail("no memory for " + std::to_string(count) + " numbers", reader.offset());
+    return fail("no memory for " + std::to_string(count) + " numbers", reader_.offset());
   }
   return {};
 }
-
-}  // namespace
 
 Result<void> VertexArrayReader::readHeader(ShapeFacts& facts) {
   facts.bindings = reader_.u64("vertex bindings");
@@ -94,56 +102,91 @@ Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeomet
   if (header->components < 2 || header->components > kMaximumCoordinateComponents) {
     return fail("coordinates with " + std::to_string(header->components) + " components", reader_.offset());
   }
-  std::array<UniformQuantizer, kFloatsPerPoint> quantizers;
+  CoordinateLayout layout{count, header->components, {}};
   std::uint32_t bits = 0;
-  for (auto& quantizer : quantizers) {
+  for (auto& quantizer : layout.quantizers) {
     const auto read = readQuantizer(reader_, "coordinates");
     if (!read) return tl::unexpected<Error>(read.error());
     quantizer = *read;
     bits |= quantizer.bits;
   }
-  ComponentArrays arrays(reader_, packets_, count);
-  const auto read = [&](bool lossless) {
-    shape.facts.lossless = lossless;
-    return lossless ? arrays.readFloatBits("coordinates", header->components, Predictor::Lag1)
-                    : arrays.readCodes("coordinates", header->components, Predictor::Lag1);
-  };
   // Quantisers of no bits are those of floats or, where all vertices lie in one place, of codes.
   const bool lossless = bits == 0 && shape.facts.quantization_bits[0] == 0;
   const ByteReader before = reader_;
-  auto done = read(lossless);
-  if (!done && bits == 0) {
+  auto done = readCoordinatesAs(layout, lossless, false, shape);
+  const auto tryAgain = [&](bool as_floats, bool box_decides) {
+    const ByteReader failed = reader_;
     reader_ = before;
-    if (auto other = read(!lossless)) done = other;
-  }
-  if (!done) return done;
-  done = makeRoom(shape.positions, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
-  if (!done) return done;
-  // Missing ones are 0. A fourth one, which has no quantiser, is dropped.
-  for (std::uint32_t i = 0; i < std::min(header->components, kFloatsPerPoint); ++i) {
-    float* const first = shape.positions.data() + i;
-    if (shape.facts.lossless) {
-      floatsInto(arrays.component(i), first, kFloatsPerPoint);
+    auto other = readCoordinatesAs(layout, as_floats, box_decides, shape);
+    if (other) {
+      done = other;
     } else {
-      dequantizeInto(arrays.component(i), quantizers[i], first, kFloatsPerPoint);
+      reader_ = failed;
     }
+  };
+  if (!done && bits == 0) tryAgain(!lossless, false);
+  if (!done && box_ != nullptr) tryAgain(lossless, true);
+  return done;
+}
+
+Result<void> VertexArrayReader::readCoordinatesAs(const CoordinateLayout& layout, bool lossless,
+                                                  bool box_decides, ShapeGeometry& shape) {
+  constexpr const char* kWhat = "coordinates";
+  const HashRule rule = box_decides ? HashRule::Ignore : HashRule::MustAgree;
+  const TemporaryMemory temporary(packets_.memory(), shape.positions);
+  ComponentArrays arrays(reader_, packets_, layout.count);
+  const std::uint64_t start = reader_.offset();
+  auto done = lossless ? arrays.readFloatBits(kWhat, layout.components, Predictor::Lag1, rule)
+                       : arrays.readCodes(kWhat, layout.components, Predictor::Lag1, rule);
+  if (done) done = makeRoom(shape.positions, std::size_t{layout.count} * kFloatsPerPoint, 0.0F);
+  if (!done) return done;
+  shape.facts.lossless = lossless;
+  shape.facts.coordinate_steps = {};
+  shape.facts.coordinate_hash_checked = arrays.hashAgrees();
+  // Missing ones are 0. A fourth one, which has no quantiser, is dropped.
+  const auto fill = [&] {
+    for (std::uint32_t i = 0; i < std::min(layout.components, kFloatsPerPoint); ++i) {
+      float* const first = shape.positions.data() + i;
+      const UniformQuantizer& quantizer = layout.quantizers[i];
+      if (lossless) {
+        floatsInto(arrays.component(i), first, kFloatsPerPoint);
+      } else {
+        dequantizeInto(arrays.component(i), quantizer, first, kFloatsPerPoint);
+        shape.facts.coordinate_steps[i] =
+            static_cast<float>((static_cast<double>(quantizer.maximum) - quantizer.minimum) /
+                               std::max(1.0, quantizer.largestCode()));
+      }
+    }
+  };
+  fill();
+  if (!box_decides) return {};
+  // Without the hash either predictor may be meant.
+  const auto fits = [&] { return fillsBox(shape.positions, shape.facts.coordinate_steps, *box_); };
+  if (!fits()) {
+    arrays.exchangePredictors(Predictor::Lag1);
+    fill();
+    if (!fits()) return fail("coordinates do not fill the box that the node states", start);
   }
+  shape.facts.coordinate_note =
+      Error{"coordinates do not agree with their hash, but fill the box that the node states", start}.text();
   return {};
 }
 
-// Nothing is made of colours, texture coordinates and flags, and the layouts of some are known from hearsay
-// only: one that cannot be read costs itself and those behind it, not the shape.
-Result<void> VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometry& shape) {
+// Nothing is made of attributes in the end, and the layouts of some are known from hearsay only: one that
+// cannot be read costs itself and those behind it, not the shape.
+void VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometry& shape) {
   const std::uint64_t present = shape.facts.bindings;
   Result<void> done;
-  if ((present & bindings::kNormals) != 0) done = readNormals(count, shape.normals);
-  if (!done) return done;
   const auto keep = [&](auto& values) {
     if (done) return;
     shape.facts.unread_attributes = done.error().text();
     values = {};
   };
-  if ((present & bindings::kColors) != 0) {
+  if ((present & bindings::kNormals) != 0) {
+    done = readNormals(count, shape.normals);
+    keep(shape.normals);
+  }
+  if (done && (present & bindings::kColors) != 0) {
     done = readColors(count, shape.colors);
     keep(shape.colors);
   }
@@ -158,10 +201,10 @@ Result<void> VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometr
     done = readVertexFlags(count, shape.vertex_flags);
     keep(shape.vertex_flags);
   }
-  return {};
 }
 
 Result<void> VertexArrayReader::readNormals(std::uint32_t count, std::vector<float>& normals) {
+  const TemporaryMemory temporary(packets_.memory(), normals);
   const auto header = readArrayHeader(reader_, "normals", count, true);
   if (!header) return tl::unexpected<Error>(header.error());
   if (header->components != kFloatsPerPoint) {
@@ -174,7 +217,7 @@ Result<void> VertexArrayReader::readNormals(std::uint32_t count, std::vector<flo
   ComponentArrays arrays(reader_, packets_, count);
   auto done = arrays.readFloatBits("normals", header->components, Predictor::Null);
   if (!done) return done;
-  done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
+  done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F);
   if (!done) return done;
   for (std::uint32_t i = 0; i < header->components; ++i) {
     floatsInto(arrays.component(i), normals.data() + i, kFloatsPerPoint);
@@ -186,12 +229,13 @@ Result<void> VertexArrayReader::readNormals(std::uint32_t count, std::vector<flo
 // code, the sextant uppermost.
 Result<void> VertexArrayReader::readPackedNormals(std::uint32_t bits, std::uint32_t count,
                                                   std::vector<float>& normals) {
+  const TemporaryMemory temporary(packets_.memory(), normals);
   const std::uint64_t start = reader_.offset();
   const bool packed = packets_.form() == PacketForm::Jt10;
   ComponentArrays arrays(reader_, packets_, count);
   auto done = arrays.readCodes("normals", packed ? 1 : 4, Predictor::Null);
   if (!done) return done;
-  done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
+  done = makeRoom(normals, std::size_t{count} * kFloatsPerPoint, 0.0F);
   if (!done) return done;
   const NormalDecoder decoder(bits);
   const std::uint32_t angle_mask = (1U << bits) - 1;
@@ -207,6 +251,7 @@ Result<void> VertexArrayReader::readPackedNormals(std::uint32_t bits, std::uint3
 }
 
 Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<float>& colors) {
+  const TemporaryMemory temporary(packets_.memory(), colors);
   const auto header = readArrayHeader(reader_, "colours", count, true);
   if (!header) return tl::unexpected<Error>(header.error());
   if (header->components < 3 || header->components > kColorComponents) {
@@ -214,7 +259,7 @@ Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<floa
   }
   ComponentArrays arrays(reader_, packets_, count);
   // Alpha is 1 where it is not stored.
-  auto done = makeRoom(colors, std::size_t{count} * kColorComponents, 1.0F, reader_);
+  auto done = makeRoom(colors, std::size_t{count} * kColorComponents, 1.0F);
   if (!done) return done;
   if (header->bits == 0) {
     done = arrays.readFloatBits("colours", header->components, Predictor::Lag1);
@@ -253,6 +298,7 @@ Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<floa
 }
 
 Result<void> VertexArrayReader::readTextureCoordinates(std::uint32_t count, std::vector<float>& coordinates) {
+  const TemporaryMemory temporary(packets_.memory(), coordinates);
   const auto header = readArrayHeader(reader_, "texture coordinates", count, true);
   if (!header) return tl::unexpected<Error>(header.error());
   if (header->components < 1 || header->components > kMaximumTextureComponents) {
@@ -270,7 +316,7 @@ Result<void> VertexArrayReader::readTextureCoordinates(std::uint32_t count, std:
                   ? arrays.readFloatBits("texture coordinates", header->components, Predictor::Lag1)
                   : arrays.readCodes("texture coordinates", header->components, Predictor::Null);
   if (!done) return done;
-  done = makeRoom(coordinates, std::size_t{count} * kFloatsPerPoint, 0.0F, reader_);
+  done = makeRoom(coordinates, std::size_t{count} * kFloatsPerPoint, 0.0F);
   if (!done) return done;
   for (std::uint32_t i = 0; i < header->components && i < kFloatsPerPoint; ++i) {
     if (header->bits == 0) {

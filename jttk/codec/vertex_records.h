@@ -2,6 +2,7 @@
 // array is stored on its own, quantised or as float bits, with a hash behind it.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -26,20 +27,26 @@ inline constexpr std::uint64_t kAuxiliaryFields = std::uint64_t{1} << 63;
 // entries and, where the rule is known, that its hash is right.
 class VertexArrayReader {
  public:
-  VertexArrayReader(ByteReader& reader, Int32PacketReader& packets) noexcept
-      : reader_(reader), packets_(packets) {}
+  // `box`: where coordinates that do not agree with their hash may still be confirmed; null: nowhere.
+  VertexArrayReader(ByteReader& reader, Int32PacketReader& packets,
+                    const std::array<float, 6>* box = nullptr) noexcept
+      : reader_(reader), packets_(packets), box_(box) {}
 
   // U64 bindings and four bytes of quantisation, in front of the arrays.
   Result<void> readHeader(ShapeFacts& facts);
-  // Positions, for `count` vertices; says in `facts` whether they were lossless.
+  // Positions, for `count` vertices; says in `facts` whether they were lossless. Those that do not agree with
+  // their hash stay where they fill the box, and facts.coordinate_note says so.
   Result<void> readCoordinates(std::uint32_t count, ShapeGeometry& shape);
   // Everything that `shape.facts.bindings` names besides coordinates, for `count` records. Texture channels
-  // above the first are read and dropped. Auxiliary fields come last and are left unread. Fails
-  // when the normals cannot be read; where another array cannot, it and those behind it stay empty, and
-  // shape.facts.unread_attributes says why.
-  Result<void> readAttributes(std::uint32_t count, ShapeGeometry& shape);
+  // above the first are read and dropped. Auxiliary fields come last and are left unread. An array that
+  // cannot be read stays empty, and so do those behind it; shape.facts.unread_attributes says why.
+  void readAttributes(std::uint32_t count, ShapeGeometry& shape);
 
  private:
+  struct CoordinateLayout;
+  Result<void> readCoordinatesAs(const CoordinateLayout& layout, bool lossless, bool box_decides,
+                                 ShapeGeometry& shape);
+  Result<void> makeRoom(std::vector<float>& values, std::size_t count, float fill);
   Result<void> readNormals(std::uint32_t count, std::vector<float>& normals);
   Result<void> readPackedNormals(std::uint32_t bits, std::uint32_t count, std::vector<float>& normals);
   Result<void> readColors(std::uint32_t count, std::vector<float>& colors);
@@ -48,6 +55,7 @@ class VertexArrayReader {
 
   ByteReader& reader_;
   Int32PacketReader& packets_;
+  const std::array<float, 6>* box_;
 };
 
 }  // namespace jttk

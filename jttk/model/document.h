@@ -32,6 +32,9 @@ struct Document {
   std::vector<std::string> notes;
   // Segments that were read although something was wrong with them, which has been noted.
   std::set<Guid> noted_segments;
+  // Shape nodes that were told as doubtful but are handed out, and those whose coordinates gave a note.
+  std::unordered_set<std::uint32_t> reported_doubts;
+  std::unordered_set<std::uint32_t> noted_coordinates;
   // Segments of exact geometry whose losses have been told.
   std::set<Guid> reported_segments;
 

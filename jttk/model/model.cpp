@@ -53,18 +53,30 @@ bool isTheOnlyShape(const SceneGraph& graph, const Node& shape) {
   return graph.transforms.empty() && std::none_of(graph.nodes.begin(), graph.nodes.end(), is_other);
 }
 
-// What the scene graph says about a shape: its own figures; where it is alone, those of the root too.
+// Whether the node moves its own geometry. Then it is open on which side of the move its box is.
+bool movesItself(const SceneGraph& graph, const Node& node) {
+  for (std::uint32_t i = 0; i < node.attributes.count; ++i) {
+    const std::uint32_t index = graph.node_attributes[node.attributes.first + i];
+    if (index != kNone && graph.attributes[index].kind == AttributeKind::Transform) return true;
+  }
+  return false;
+}
+
+// What the scene graph says about a shape: its own figures; of a primitive set that is alone, those of the
+// root too.
 std::vector<StatedExtent> statedExtents(const SceneGraph& graph, const Node& node) {
+  if (node.kind != NodeKind::PrimitiveSet && movesItself(graph, node)) return {};
   std::vector<StatedExtent> stated;
   const auto add = [&](std::uint32_t index) {
     if (index != kNone) stated.push_back({graph.figures[index].box, graph.figures[index].area});
   };
   add(node.figures);
-  if (isTheOnlyShape(graph, node)) add(graph.nodes[graph.root].figures);
+  if (node.kind == NodeKind::PrimitiveSet && isTheOnlyShape(graph, node))
+    add(graph.nodes[graph.root].figures);
   return stated;
 }
 
-Result<ShapeGeometry> decode(const Document& document, const Node& node) {
+Result<ShapeGeometry> decode(const Document& document, const Node& node, MemoryBudget& memory) {
   if (node.kind == NodeKind::NullShape) return ShapeGeometry{};
   const SceneGraph& graph = document.graph;
   const std::uint32_t entry = geometryEntry(document, node);
@@ -77,11 +89,13 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node) {
   if (listed == nullptr) return fail(place + ": is not in the table of contents", 0);
   const Result<Segment> segment = document.file->segment(*listed);
   if (!segment) return tl::unexpected<Error>(segment.error().in(place));
-  std::vector<StatedExtent> stated;
-  if (node.kind == NodeKind::PrimitiveSet) stated = statedExtents(graph, node);
+  const std::vector<StatedExtent> stated = statedExtents(graph, node);
   Result<ShapeGeometry> geometry =
-      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), stated);
+      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), {stated, &memory});
   if (!geometry) return tl::unexpected<Error>(geometry.error().in(place));
+  for (std::string* text : {&geometry->facts.doubt, &geometry->facts.coordinate_note}) {
+    if (!text->empty()) text->insert(0, place + ": ");
+  }
   return geometry;
 }
 
@@ -107,6 +121,13 @@ std::size_t cornersWithoutPlace(const ShapeGeometry& geometry) {
       std::count_if(geometry.corner_positions.begin(), geometry.corner_positions.end(), has_no_place));
 }
 
+// Strips are made of polygons with several arrays of what every triangle has, for as long as it takes.
+Result<void> takeStripMemory(const ShapeGeometry& geometry, MemoryBudget& memory) {
+  if (geometry.kind != PrimitiveKind::Polygons) return {};
+  constexpr std::uint64_t kBytesPerCorner = 24;
+  return memory.take(geometry.corner_positions.size(), kBytesPerCorner, 0);
+}
+
 }  // namespace
 
 JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
@@ -130,6 +151,7 @@ JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
 
 Model::Model(std::unique_ptr<Document> main)
     : library_(std::move(main), settings().allow_outside, settings().search_folders),
+      memory_(std::make_shared<MemoryBudget>(settings().max_memory_bytes)),
       cache_(settings().shape_cache_bytes) {}
 
 Model::~Model() {
@@ -261,19 +283,45 @@ bool Model::hasMaterials() {
   return library_.hasMaterials();
 }
 
-void Model::noteUnread(NodeRef shape, const std::string& part_name, const std::string& reason) {
-  constexpr std::size_t kMostNotes = 20;  // of one file, as all its shapes are usually alike
+void Model::tellFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts) {
   Document& document = shape.document();
-  if (document.reported_attributes.size() > kMostNotes) return;
-  if (!document.reported_attributes.insert(shape.node).second) return;
-  const std::string file = loftbay::host::toHostPath(document.path);
-  if (document.reported_attributes.size() > kMostNotes) {
-    library_.note(file + ": more shapes were read without some of their vertex attributes");
+  if (!facts.doubt.empty() && document.reported_doubts.insert(shape.node).second) {
+    library_.lost(part_name, loftbay::host::toHostPath(document.path) + ": " + facts.doubt +
+                                 "; the shape is doubtful, and is kept");
+  }
+  if (!facts.coordinate_note.empty()) {
+    noteShape(shape, part_name, document.noted_coordinates, facts.coordinate_note,
+              "have coordinates that are in doubt");
+  }
+  if (!facts.unread_attributes.empty()) {
+    noteShape(shape, part_name, document.reported_attributes,
+              "was read without some of its vertex attributes: " + facts.unread_attributes,
+              "were read without some of their vertex attributes");
+  }
+}
+
+void Model::noteShape(NodeRef shape, const std::string& part_name, std::unordered_set<std::uint32_t>& told,
+                      const std::string& text, const char* of_more) {
+  constexpr std::size_t kMostNotes = 20;  // of one file, as all its shapes are usually alike
+  if (told.size() > kMostNotes || !told.insert(shape.node).second) return;
+  const std::string file = loftbay::host::toHostPath(shape.document().path);
+  if (told.size() > kMostNotes) {
+    library_.note(file + ": more shapes " + of_more);
     return;
   }
   library_.note(file + ": \"" + part_name + "\": " + kindName(shape.data().kind) + " " +
-                std::to_string(shape.data().id) +
-                " was read without some of its vertex attributes: " + reason);
+                std::to_string(shape.data().id) + " " + text);
+}
+
+std::shared_ptr<const ShapeArrays> Model::countMemory(ShapeArrays arrays, std::uint64_t before) {
+  auto counted = std::make_unique<const ShapeArrays>(std::move(arrays));
+  const std::uint64_t size = counted->sizeBytes();
+  memory_->giveBackTo(before, size);
+  const std::uint64_t held = memory_->taken() - before;
+  return {counted.release(), [memory = memory_, held](const ShapeArrays* gone) {
+            memory->giveBack(held);
+            delete gone;
+          }};
 }
 
 std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::string& part_name) {
@@ -281,19 +329,22 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
   if (document.reported.contains(shape.node)) return nullptr;
   const ShapeCache::Key key{&document, shape.node, 0, 0};
   if (auto kept = cache_.find(key)) return kept;
-  Result<ShapeGeometry> geometry = decode(document, shape.data());
+  const std::uint64_t before = memory_->taken();
+  Result<ShapeGeometry> geometry = decode(document, shape.data(), *memory_);
+  if (geometry) {
+    if (auto taken = takeStripMemory(*geometry, *memory_); !taken) geometry = tl::unexpected(taken.error());
+  }
   if (!geometry) {
+    memory_->giveBackTo(before);
     document.reported.insert(shape.node);
     const Error& error = geometry.error();
     library_.lost(part_name, loftbay::host::toHostPath(document.path) + ": " +
                                  (error.offset == 0 ? error.what : error.text()));
     return nullptr;
   }
-  if (!geometry->facts.unread_attributes.empty()) {
-    noteUnread(shape, part_name, geometry->facts.unread_attributes);
-  }
+  tellFacts(shape, part_name, geometry->facts);
   checkCoordinates(shape, part_name, *geometry);
-  auto arrays = std::make_shared<const ShapeArrays>(makeShapeArrays(std::move(*geometry), shape.data().kind));
+  auto arrays = countMemory(makeShapeArrays(std::move(*geometry), shape.data().kind), before);
   cache_.keep(key, arrays);
   return arrays;
 }

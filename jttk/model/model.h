@@ -90,17 +90,25 @@ class Model {
     }
   };
 
-  // Tells, once for each shape, that attributes of its vertices could not be read.
-  void noteUnread(NodeRef shape, const std::string& part_name, const std::string& reason);
   // Tells, once for each, of a transform that places nothing well, and of coordinates that are no numbers.
   void checkTransform(NodeRef ref, std::uint32_t attribute);
   void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
   void tellOwnTransforms() const;
+  // Tells, once for each shape, what is odd about it.
+  void tellFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts);
+  // Takes a place in `told`, which holds nodes of the shape's file.
+  void noteShape(NodeRef shape, const std::string& part_name, std::unordered_set<std::uint32_t>& told,
+                 const std::string& text, const char* of_more);
+  // `arrays` with their memory, which goes back when nobody holds them any more. `before`: what was taken
+  // before they were decoded.
+  std::shared_ptr<const ShapeArrays> countMemory(ShapeArrays arrays, std::uint64_t before);
   JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
   JtkHierarchy* hold(JtkHierarchy* object);
 
   Library library_;
   MaterialStates materials_;
+  // Shared with the arrays that may outlive the model.
+  std::shared_ptr<MemoryBudget> memory_;
   ShapeCache cache_;
   std::deque<Matrix> matrices_;
   std::vector<JtkHierarchy*> objects_;

@@ -68,8 +68,8 @@ TEST(Int32PacketMk2, anEmptyPacketIsItsCountAlone) {
   EXPECT_EQ(decode(ByteBuilder().u32(0).result(), PacketForm::Jt9).value(), Values{});
 }
 
-TEST(Int32PacketMk2, plainValuesStateTheirSizeInWordsOrBytes) {
-  for (const std::uint32_t size : {2U, 8U}) {
+TEST(Int32PacketMk2, plainValuesStateTheirSizeInWordsBytesOrBits) {
+  for (const std::uint32_t size : {2U, 8U, 64U}) {
     const Bytes bytes = ByteBuilder().u32(2).u8(0).u32(size).i32(-5).i32(70000).result();
     EXPECT_EQ(decode(bytes, PacketForm::Jt9).value(), (Values{-5, 70000}));
   }
@@ -324,6 +324,23 @@ TEST(Int32PacketMk2, everyTruncationIsAnError) {
       jttk::Int32PacketReader packets(PacketForm::Jt9);
       Values values;
       EXPECT_FALSE(packets.read(reader, "values", Predictor::Null, kPlenty, values).has_value()) << size;
+    }
+  }
+}
+
+// Two million equal values in no bits take what the budget has, or nothing.
+TEST(Int32PacketMk2, memoryIsTakenFromTheBudget) {
+  const Bytes bytes = ByteBuilder().u32(1U << 21U).u8(1).u32(13).u32(0).result();
+  for (const bool enough : {true, false}) {
+    jttk::MemoryBudget memory((std::uint64_t{4} << 21U) - (enough ? 0 : 1));
+    jttk::ByteReader reader(bytes);
+    jttk::Int32PacketReader packets(PacketForm::Jt9, std::uint64_t{1} << 27U, &memory);
+    Values values;
+    const auto read = packets.read(reader, "values", Predictor::Null, 1U << 22U, values);
+    EXPECT_EQ(read.has_value(), enough);
+    EXPECT_EQ(memory.taken(), enough ? std::uint64_t{4} << 21U : 0U);
+    if (!read) {
+      EXPECT_THAT(read.error().what, HasSubstr("more memory is asked for than the limit of 8388607 bytes"));
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 #include "jttk/codec/lookup2.h"
@@ -36,12 +37,13 @@ using ::testing::HasSubstr;
 
 constexpr PacketForm kForms[] = {PacketForm::Jt9, PacketForm::Jt10};
 
-jttk::Result<ShapeGeometry> decode(std::span<const std::byte> element, PacketForm form) {
+jttk::Result<ShapeGeometry> decode(std::span<const std::byte> element, PacketForm form,
+                                   const jttk::ShapeContext& context = {}) {
   jttk::Segment segment;
   segment.type = jttk::SegmentType::ShapeLod0;
   segment.data = element;
   return jttk::decodeShapeLod(segment, form == PacketForm::Jt10 ? jttk::Version{10, 0} : jttk::Version{9, 5},
-                              jttk::ByteOrder::Little);
+                              jttk::ByteOrder::Little, context);
 }
 
 std::string errorOf(const Bytes& element, PacketForm form) {
@@ -200,7 +202,7 @@ TEST(ShapeLod, theSizeOfAnElementLimitsItsValuesAndCorners) {
   digon.groups = {0, 0};
   digon.flags = {0, 0};
   digon.wide_mask_words = {};
-  EXPECT_THAT(error(digon, 2), HasSubstr("more corners than a shape may have"));
+  EXPECT_THAT(error(digon, 2), HasSubstr("more corners than its bytes can stand for"));
 }
 
 TEST(ShapeLod, listsAreLimitedByTheSizeOfTheElement) {
@@ -238,19 +240,14 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
       for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(flat->positions[3 * i + axis], axis == 2 ? 0.5F : 0.0F);
     }
   }
-  EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, PacketForm::Jt9,
-                                   [] {
-                                     const ShapeOptions options{PacketForm::Jt9, true, 0x0a};
-                                     Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, options);
-                                     // The normals' header: 12 entries, 3 components, 2 bits.
-                                     const Bytes header = ByteBuilder().u32(12).u8(3).u8(2).result();
-                                     const auto at =
-                                         std::search(rep.begin(), rep.end(), header.begin(), header.end());
-                                     *(at + 5) = std::byte{33};
-                                     return rep;
-                                   }()),
-                      PacketForm::Jt9),
-              HasSubstr("normals of 33 bits"));
+  // Of normals they are no more than the normals' own affair.
+  Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, {PacketForm::Jt9, true, 0x0a});
+  const Bytes header = ByteBuilder().u32(12).u8(3).u8(2).result();
+  *(std::search(rep.begin(), rep.end(), header.begin(), header.end()) + 5) = std::byte{33};
+  const auto shape = decode(shapeElement(kTriStripSetId, PacketForm::Jt9, rep), PacketForm::Jt9);
+  ASSERT_TRUE(shape.has_value()) << shape.error().text();
+  EXPECT_THAT(shape->facts.unread_attributes, HasSubstr("normals of 33 bits"));
+  EXPECT_TRUE(shape->normals.empty());
 }
 
 TEST(ShapeLod, withoutRecordsCornersHaveNone) {
@@ -300,6 +297,159 @@ TEST(ShapeLod, aDamagedArrayIsFoundByItsHash) {
   // The last byte of the hash of the coordinates, in front of the two bytes at the end.
   element[element.size() - 3] ^= std::byte{1};
   EXPECT_EQ(errorOf(element, PacketForm::Jt9), "tri-strip set: coordinates do not agree with their hash");
+}
+
+// The bytes of a tetrahedron whose hash at the end of the coordinates is wrong, and its box.
+constexpr std::array<float, 6> kTetrahedronBox = {0, 0, 0.5F, 3, 6, 9.5F};
+Bytes withWrongCoordinateHash(PacketForm form, bool quantized) {
+  Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {form, quantized, 0x02});
+  rep.back() ^= std::byte{1};
+  return shapeElement(kTriStripSetId, form, rep);
+}
+
+TEST(ShapeLod, coordinatesThatFillTheStatedBoxNeedNoHash) {
+  for (const PacketForm form : kForms) {
+    const Bytes element = withWrongCoordinateHash(form, true);
+    const auto decodeIn = [&](std::array<float, 6> box) {
+      const jttk::StatedExtent stated[] = {{box, 0}};
+      return decode(element, form, {stated, nullptr});
+    };
+    const auto shape = decodeIn(kTetrahedronBox);
+    ASSERT_TRUE(shape.has_value()) << shape.error().text();
+    expectPositions(*shape, 4);
+    EXPECT_THAT(shape->facts.coordinate_note, HasSubstr("do not agree with their hash, but fill the box"));
+    EXPECT_EQ(shape->facts.doubt, "");
+    EXPECT_FALSE(shape->facts.coordinate_hash_checked);
+    for (std::size_t side = 0; side < 6; ++side) {
+      for (const float move : {-1.5F, 1.5F}) {
+        // The steps are 1, 2 and 3.
+        std::array<float, 6> box = kTetrahedronBox;
+        box[side] += move * static_cast<float>(1 + side % 3);
+        EXPECT_FALSE(decodeIn(box).has_value()) << side << ' ' << move;
+        box[side] -= move * static_cast<float>(1 + side % 3) / 2;
+        EXPECT_TRUE(decodeIn(box).has_value()) << side << ' ' << move;
+      }
+    }
+    // A box that says nothing is no witness.
+    EXPECT_FALSE(decodeIn({}).has_value());
+    EXPECT_FALSE(decodeIn({3, 6, 9.5F, 0, 0, 0.5F}).has_value());
+  }
+}
+
+TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
+  const Bytes element =
+      shapeElement(kTriStripSetId, PacketForm::Jt9,
+                   topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::Jt9, false, 0x02}));
+  std::array<float, 6> box = kTetrahedronBox;
+  const auto note = [&] {
+    const jttk::StatedExtent stated[] = {{box, 0}};
+    const auto shape = decode(element, PacketForm::Jt9, {stated, nullptr});
+    return shape ? shape->facts.coordinate_note : shape.error().text();
+  };
+  EXPECT_EQ(note(), "");
+  box[3] = 100;  // of the whole part
+  EXPECT_EQ(note(), "");
+  box[4] = 5.9F;
+  EXPECT_THAT(note(), HasSubstr("coordinates lie outside of the box that the node states"));
+}
+
+TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
+  for (const PacketForm form : kForms) {
+    const std::size_t hash_end = jttk::testing::topologyBytes(tetrahedronSymbols(0), form).size();
+    Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {form, true, 0x02});
+    rep[hash_end - 1] ^= std::byte{1};
+    const auto shape = decode(shapeElement(kTriStripSetId, form, rep), form);
+    ASSERT_TRUE(shape.has_value()) << shape.error().text();
+    EXPECT_EQ(shape->primitiveCount(), 4U);
+    EXPECT_THAT(shape->facts.doubt, HasSubstr("the topology arrays do not agree with their hash (at byte"));
+    EXPECT_FALSE(shape->facts.topology_hash_checked);
+    // Both hashes are too much, whatever the box says.
+    rep.back() ^= std::byte{1};
+    const jttk::StatedExtent stated[] = {{kTetrahedronBox, 0}};
+    EXPECT_FALSE(decode(shapeElement(kTriStripSetId, form, rep), form, {stated, nullptr}).has_value());
+    // So is a mesh that is none.
+    jttk::TopologySymbols open = tetrahedronSymbols(0);
+    open.degrees[0].front() = 4;
+    rep = topologicalRepData(open, 4, 0, {form, true, 0x02});
+    rep[jttk::testing::topologyBytes(open, form).size() - 1] ^= std::byte{1};
+    EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, form, rep), form),
+                HasSubstr("do not agree with their hash, and there is no mesh in them"));
+  }
+}
+
+TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
+  for (const PacketForm form : kForms) {
+    const Bytes rep = jttk::testing::polylineRepData(form);
+    const auto usual = decode(shapeElement(kPolylineSetId, form, rep), form);
+    ASSERT_TRUE(usual.has_value());
+    // The hash stands in front of bindings of 64 bits, which begin with 0x12 or the like.
+    bool found = false;
+    for (std::size_t at = 12; at + 12 < rep.size() && !found; ++at) {
+      Bytes changed = rep;
+      changed[at] ^= std::byte{1};
+      const auto shape = decode(shapeElement(kPolylineSetId, form, changed), form);
+      if (!shape || shape->facts.doubt.find("index lists") == std::string::npos) continue;
+      if (shape->corner_positions != usual->corner_positions) continue;
+      found = true;
+      EXPECT_EQ(shape->positions, usual->positions);
+      EXPECT_FALSE(shape->facts.topology_hash_checked);
+    }
+    EXPECT_TRUE(found);
+  }
+}
+
+// The normals come last: their hash, and in front of it their codes.
+TEST(ShapeLod, normalsThatCannotBeReadCostThemselvesOnly) {
+  for (const PacketForm form : kForms) {
+    const ShapeOptions options{form, true, 0x0a};
+    const Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, options);
+    const std::size_t start = topologicalRepData(tetrahedronSymbols(7), 4, 12, {form, true, 0x02}).size();
+    const auto with = [&](std::size_t place) {
+      Bytes changed = rep;
+      changed[place] ^= std::byte{1};
+      return shapeElement(kTriStripSetId, form, changed);
+    };
+    // Count, components, hash.
+    for (const std::size_t place : {start, start + 4, rep.size() - 1}) {
+      const auto shape = decode(with(place), form);
+      ASSERT_TRUE(shape.has_value()) << shape.error().text();
+      EXPECT_THAT(shape->facts.unread_attributes, HasSubstr("normals")) << place - start;
+      EXPECT_TRUE(shape->normals.empty());
+      EXPECT_EQ(shape->primitiveCount(), 4U);
+      expectPositions(*shape, 4);
+    }
+  }
+}
+
+// Arrays follow only where there are vertices.
+TEST(ShapeLod, anEmptySetIsNotDamagedWhateverItsBindingsName) {
+  for (const PacketForm form : kForms) {
+    ByteBuilder rep;
+    rep.bytes(jttk::testing::topologyBytes({}, form)).u64(0x7a).u32(0).u32(0);
+    const auto shape = decode(shapeElement(kTriStripSetId, form, rep.result()), form);
+    ASSERT_TRUE(shape.has_value()) << shape.error().text();
+    EXPECT_EQ(shape->primitiveCount(), 0U);
+    EXPECT_EQ(shape->facts.unread_attributes, "");
+  }
+}
+
+TEST(ShapeLod, whatDoesNotFitTheMemoryBudgetIsRefused) {
+  for (const PacketForm form : kForms) {
+    const Bytes element =
+        shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, {form, true, 0x25a}));
+    jttk::MemoryBudget enough(100'000);
+    ASSERT_TRUE(decode(element, form, {{}, &enough}).has_value());
+    EXPECT_GT(enough.taken(), 0U);
+    // Attributes may be missing before the mesh is.
+    bool refused = false;
+    for (std::uint64_t limit = 0; limit < 1000 && !refused; limit += 10) {
+      jttk::MemoryBudget little(limit);
+      const auto shape = decode(element, form, {{}, &little});
+      EXPECT_LE(little.taken(), limit);
+      refused = !shape && shape.error().what.find("more memory") != std::string::npos;
+    }
+    EXPECT_TRUE(refused);
+  }
 }
 
 Bytes tetrahedron(std::uint32_t vertices, std::uint32_t records, const ShapeOptions& options) {

@@ -21,6 +21,7 @@ using jttk::TopologySymbols;
 using jttk::testing::bowTieSymbols;
 using jttk::testing::Bytes;
 using jttk::testing::cubeSymbols;
+using jttk::testing::polygonSymbols;
 using jttk::testing::tetrahedronSymbols;
 using jttk::testing::topologyBytes;
 using jttk::testing::triangleSymbols;
@@ -279,9 +280,42 @@ TEST(TopologySymbols, areReadInFileOrderAndCheckedAgainstTheirHash) {
 
     bytes.back() ^= std::byte{1};
     ByteReader damaged(bytes);
-    EXPECT_THAT(jttk::readTopologySymbols(damaged, packets).error().what,
-                HasSubstr("do not agree with their hash"));
+    EXPECT_TRUE(symbols->hash_agrees);
+    const auto doubtful = jttk::readTopologySymbols(damaged, packets);
+    ASSERT_TRUE(doubtful.has_value()) << doubtful.error().text();
+    EXPECT_FALSE(doubtful->hash_agrees);
+    EXPECT_EQ(doubtful->hash_offset, bytes.size() - 4);
   }
+}
+
+TEST(Topology, withoutFlagsTheGroupsTellTheCovers) {
+  TopologySymbols symbols = bowTieSymbols();
+  symbols.groups.assign(symbols.valences.size(), 3);
+  for (std::size_t i = 0; i < symbols.flags.size(); ++i) {
+    if (symbols.flags[i] != 0) symbols.groups[i] = -1;
+  }
+  const auto flagged = decode(symbols);
+  symbols.flags.clear();
+  const auto grouped = decode(symbols);
+  ASSERT_TRUE(flagged.has_value() && grouped.has_value());
+  EXPECT_EQ(flagged->covers, 1U);
+  EXPECT_EQ(grouped->covers, 1U);
+  EXPECT_EQ(grouped->corner_vertices, flagged->corner_vertices);
+  // Flags say it where there are any.
+  symbols.flags.assign(symbols.valences.size(), 0);
+  EXPECT_EQ(decode(symbols)->covers, 0U);
+}
+
+TEST(Topology, memoryIsTakenFromTheBudgetBeforeAllocating) {
+  const TopologySymbols symbols = polygonSymbols(1000);
+  jttk::MemoryBudget enough(1 << 20);
+  EXPECT_TRUE(jttk::decodeTopology(symbols, PacketForm::Jt9, 0, {5000, &enough}).has_value());
+  EXPECT_GE(enough.taken(), 2000 * 16U);
+  jttk::MemoryBudget little(20'000);
+  const auto refused = jttk::decodeTopology(symbols, PacketForm::Jt9, 0, {5000, &little});
+  ASSERT_FALSE(refused.has_value());
+  EXPECT_THAT(refused.error().what, HasSubstr("more memory is asked for than the limit of 20000 bytes"));
+  EXPECT_FALSE(jttk::decodeTopology(symbols, PacketForm::Jt9, 0, {1999, &enough}).has_value());
 }
 
 }  // namespace

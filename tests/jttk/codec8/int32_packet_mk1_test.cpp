@@ -155,6 +155,14 @@ TEST(Int32PacketMk1Huffman, oneSymbolTakesNoBits) {
   EXPECT_EQ(decode(symbolPacket(kHuffman, {{{4, 9, -3}}}, Values{}, Bits(), 9)), Values(9, -3));
 }
 
+TEST(Int32PacketMk1Huffman, oneSymbolMayTakeABitEach) {
+  const std::vector<std::vector<Entry>> one = {{{4, 9, -3}}};
+  EXPECT_EQ(decode(symbolPacket(kHuffman, one, Values{}, Bits("000000000"), 9)), Values(9, -3));
+  EXPECT_EQ(decode(symbolPacket(kHuffman, one, Values{}, Bits("111111111"), 9)), Values(9, -3));
+  EXPECT_THAT(errorOf(symbolPacket(kHuffman, one, Values{}, Bits("00000000"), 9)), HasSubstr("do not end"));
+  EXPECT_THAT(errorOf(symbolPacket(kHuffman, one, Values{}, Bits("0000000000"), 9)), HasSubstr("do not end"));
+}
+
 TEST(Int32PacketMk1Huffman, textIsUsedUpExactly) {
   EXPECT_THAT(errorOf(symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00 01 11"), 2)),
               HasSubstr("do not end"));
@@ -375,6 +383,23 @@ TEST(Int32PacketMk1, outOfBandPacketHoldsWhatIsAnnounced) {
   EXPECT_THAT(errorOf(announced(1)), HasSubstr("2 values in a packet that may hold 1"));
   EXPECT_THAT(errorOf(announced(3)), HasSubstr("2 values where 3 are announced"));
   EXPECT_THAT(errorOf(announced(-1)), HasSubstr("-1 values"));
+}
+
+TEST(Int32PacketMk1, packetsAreSkippedWhateverTheirValues) {
+  Bytes bad_code = symbolPacket(kHuffman, kFourEqual, Values{5, 6}, Bits("10 10 10"), 3);
+  EXPECT_NE(errorOf(bad_code), "");
+  for (const Bytes& packet : {nullPacket(Values{1, 2}), bitLengthPacket(Bits("1111"), 4), bad_code,
+                              symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00"), 1)}) {
+    Bytes two = packet;
+    two.u8(77);
+    ByteReader reader = two.reader();
+    EXPECT_TRUE(skipInt32PacketMk1(reader).has_value());
+    EXPECT_EQ(reader.u8("behind"), 77U);
+    for (std::size_t size = 0; size < packet.size(); ++size) {
+      ByteReader cut(std::span(packet.data()).first(size));
+      EXPECT_FALSE(skipInt32PacketMk1(cut).has_value()) << size;
+    }
+  }
 }
 
 }  // namespace

@@ -207,7 +207,8 @@ TEST(ShapeLod8Attributes, primitivesShareOneAndVerticesKeepTheirs) {
 TEST(ShapeLod8Attributes, countIsThatOfWhatTheyBelongTo) {
   LossyShape shape = quad();
   shape.normals = {{5, 1}, {3, 7}, {127, 127}, {0, 0}};
-  EXPECT_THAT(errorOf(lossyBody(shape)), HasSubstr("normals: 2 where 4 are needed"));
+  EXPECT_EQ(decode(lossyBody(shape), test::kTriStripSet).facts.unread_attributes,
+            "normals: 2 where 4 are needed");
   shape.normal_binding = 2;
   EXPECT_EQ(decode(lossyBody(shape), test::kTriStripSet).facts.unread_attributes, "");
 }
@@ -222,6 +223,68 @@ TEST(ShapeLod8Attributes, ofFacetsAndPrimitivesInAnotherNumberAreDropped) {
   EXPECT_THAT(decoded.normals, IsEmpty());
   EXPECT_THAT(decoded.corner_records, IsEmpty());
   EXPECT_THAT(decoded.corner_positions, ElementsAre(0, 1, 2, 3));
+}
+
+// The indices behind them are needed, so they are passed over.
+TEST(ShapeLod8Attributes, thatCannotBeReadAreDropped) {
+  const auto expectWithout = [](const LossyShape& shape, const char* reason) {
+    const ShapeGeometry decoded = decode(lossyBody(shape), test::kTriStripSet);
+    EXPECT_THAT(decoded.facts.unread_attributes, HasSubstr(reason));
+    EXPECT_THAT(decoded.corner_positions, ElementsAre(0, 1, 2, 3));
+    EXPECT_THAT(decoded.positions, ElementsAre(0, -1, 5, 1, 1, 5, 2, -1, 5, 3, 1, 5));
+    return decoded;
+  };
+  LossyShape shape = quad();
+  shape.normals[0][2] = 6;
+  EXPECT_THAT(expectWithout(shape, "the codes of normal 2 are out of range").normals, IsEmpty());
+  shape = quad();
+  shape.normals[2].pop_back();
+  expectWithout(shape, "theta codes: 3 values, 4 expected");
+  shape = quad();
+  for (Values& codes : shape.normals) codes.pop_back();
+  expectWithout(shape, "normals: 3 where 4 are needed");
+  shape = quad();
+  shape.normal_bits = 14;
+  expectWithout(shape, "angles of 14 bits");
+
+  shape = quad();
+  shape.texture_binding = 1;
+  shape.texture_ranges = {{0, 1, 33}, {0, 3, 2}};
+  shape.texture = {{0, 1, 0, 1}, {0, 1, 2, 3}};
+  shape.color_binding = 1;
+  shape.color_ranges = {{0, 1, 1}, {0, 1, 1}, {0, 3, 2}, {0, 1, 1}};
+  shape.colors = {{0, 1, 0, 1}, {1, 1, 0, 0}, {0, 1, 2, 3}, {1, 1, 1, 0}};
+  const ShapeGeometry decoded = expectWithout(shape, "is more than 32");
+  EXPECT_THAT(decoded.texture_coordinates, IsEmpty());
+  EXPECT_EQ(decoded.normals.size(), 12U);
+  EXPECT_EQ(decoded.colors.size(), 16U);
+  shape.texture_ranges[0].bits = 1;
+  for (const bool hsv : {false, true}) {
+    shape.hsv = hsv;
+    shape.colors[3].push_back(9);
+    EXPECT_THAT(expectWithout(shape, "alpha codes").colors, IsEmpty());
+  }
+}
+
+// Arrays follow only where there are vertices.
+TEST(ShapeLod8Lossy, nothingNeedsNoArraysWhateverItsBindings) {
+  test::Bytes body = test::shapeHeader(20, 1, 1, 1, {}, ByteOrder::Little);
+  test::addRanges(body, {{0, 3, 2}, {-1, 1, 1}, {5, 5, 8}});
+  body.i32(0);
+  const ShapeGeometry decoded = decode(body, test::kTriStripSet);
+  EXPECT_THAT(decoded.corner_positions, IsEmpty());
+  EXPECT_EQ(decoded.facts.unread_attributes, "");
+}
+
+TEST(ShapeLod8Lossy, memoryIsTakenFromTheBudget) {
+  const auto body = lossyBody(quad());
+  MemoryBudget enough(1000);
+  EXPECT_TRUE(decodeShapeLod8(body.reader(), test::kTriStripSet, &enough).has_value());
+  EXPECT_GT(enough.taken(), 0U);
+  MemoryBudget little(40);
+  const auto refused = decodeShapeLod8(body.reader(), test::kTriStripSet, &little);
+  ASSERT_FALSE(refused.has_value());
+  EXPECT_THAT(refused.error().what, HasSubstr("more memory is asked for than the limit of 40 bytes"));
 }
 
 }  // namespace

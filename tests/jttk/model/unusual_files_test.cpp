@@ -1,6 +1,7 @@
 // What files of other writers may hold, each once: the model is the same as if it were written as usual.
 #include <gmock/gmock.h>
 
+#include "jttk/settings.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/jt_shapes.h"
 
@@ -13,6 +14,7 @@ using jttk::testing::moveOf;
 using jttk::testing::partOf;
 using jttk::testing::redOf;
 using jttk::testing::shapeOf;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -182,6 +184,89 @@ TEST(UnusualFiles, APartitionWithChildrenNeedsNothingBehindThem) {
     EXPECT_THAT(read->damage, IsEmpty()) << version;
     EXPECT_EQ(read->nodes.size(), 2U);
   }
+}
+
+// Two tri-strip sets, the first with a changed representation.
+GraphBuilder withRepData(const jttk::testing::Bytes& rep) {
+  GraphBuilder graph = partOf({2, 3});
+  const jttk::testing::ShapeOptions options;
+  const auto element = [&](const jttk::testing::Bytes& data) {
+    return jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9, data);
+  };
+  graph.setGeometry(element(rep));
+  graph.triStrips(2);
+  graph.setGeometry(
+      element(jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options)));
+  graph.triStrips(3);
+  return graph;
+}
+
+// It is told once, however often the shape is asked for.
+TEST(UnusualFiles, ADoubtfulMeshIsHandedOutAndTold) {
+  jttk::testing::Bytes rep = jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(0), 4, 0,
+                                                               {jttk::PacketForm::Jt9, false, 2});
+  rep[jttk::testing::topologyBytes(jttk::testing::tetrahedronSymbols(0), jttk::PacketForm::Jt9).size() - 1] ^=
+      std::byte{1};
+  const Loaded model(withRepData(rep));
+  for (int i = 0; i < 2; ++i) {
+    JtkShape* shape = shapeOf(model.root(), 0, i);
+    ASSERT_NE(shape, nullptr);
+    EXPECT_GT(shape->getPrimitiveSetCount(), 0);
+    static_cast<void>(shapeOf(model.root(), 0, i));
+  }
+  EXPECT_THAT(model.recorder.losses,
+              ElementsAre(AllOf(HasSubstr("machine.jt: segment "), HasSubstr("tri-strip set"),
+                                HasSubstr("the topology arrays do not agree with their hash (at byte "),
+                                HasSubstr("the shape is doubtful, and is kept"))));
+  EXPECT_THAT(model.recorder.notes, IsEmpty());
+}
+
+TEST(UnusualFiles, CoordinatesThatOnlyTheBoxConfirmsAreNoted) {
+  jttk::testing::Bytes rep = jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(0), 4, 0,
+                                                               {jttk::PacketForm::Jt9, true, 2});
+  rep.back() ^= std::byte{1};
+  for (const bool moved : {false, true}) {
+    GraphBuilder graph = withRepData(rep);
+    // Where the shape's own node moves it, its box may be the moved one: then it is no witness.
+    graph.move(20, 1, 2, 3);
+    if (moved) GraphBuilder::NodeSettings(graph, 2).attributes({20});
+    const Loaded model(graph);
+    EXPECT_EQ(shapeOf(model.root(), 0, 0) == nullptr, moved);
+    EXPECT_NE(shapeOf(model.root(), 0, 1), nullptr);
+    EXPECT_EQ(model.recorder.losses.size(), moved ? 1U : 0U);
+    if (moved) continue;
+    EXPECT_THAT(model.recorder.notes,
+                ElementsAre(HasSubstr("coordinates do not agree with their hash, but fill the box")));
+  }
+}
+
+TEST(UnusualFiles, CoordinatesOutsideOfTheBoxAreNotedWhereNoHashIsKnown) {
+  GraphBuilder graph = partOf({2});
+  graph.setShapeBox({0, 0, 0, 1, 1, 1});
+  graph.triStrips(2);
+  const Loaded model(graph);
+  EXPECT_NE(shapeOf(model.root(), 0, 0), nullptr);
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
+  EXPECT_THAT(model.recorder.notes, ElementsAre(HasSubstr("coordinates lie outside of the box")));
+}
+
+TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
+  const std::uint64_t usual = jttk::settings().max_memory_bytes;
+  jttk::settings().max_memory_bytes = 20'000;
+  const auto large = jttk::testing::topologicalRepData(jttk::testing::polygonSymbols(1000), 1000, 0,
+                                                       {jttk::PacketForm::Jt9, true, 2});
+  {
+    const Loaded model(withRepData(large));
+    EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
+    // What the others took goes back, so that any number of them fits one after the other.
+    for (int i = 0; i < 100; ++i) EXPECT_NE(shapeOf(model.root(), 0, 1), nullptr);
+    EXPECT_THAT(model.recorder.losses,
+                ElementsAre(HasSubstr("more memory is asked for than the limit of 20000")));
+  }
+  jttk::settings().max_memory_bytes = usual;
+  const Loaded model(withRepData(large));
+  EXPECT_NE(shapeOf(model.root(), 0, 0), nullptr);
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
 }
 
 }  // namespace

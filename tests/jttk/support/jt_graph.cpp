@@ -164,8 +164,8 @@ Bytes GraphBuilder::shapeBody(bool counts) const {
   if (major_ < 10) {
     for (int i = 0; i < 6; ++i) out.f32(0);  // reserved box
   }
-  for (int i = 0; i < 6; ++i) out.f32(static_cast<float>(i));  // box
-  out.f32(1.5F);                                               // area
+  for (const float side : shape_box_) out.f32(side);
+  out.f32(1.5F);  // area
   for (const std::int32_t count : {1, 2, 3, 4, 5, 6}) out.i32(counts ? count : 0);
   out.i32(0).f32(1);
   return out.result();

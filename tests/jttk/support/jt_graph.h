@@ -127,6 +127,8 @@ class GraphBuilder {
   void lateSegment(const Guid& segment, std::uint32_t type, const Bytes& data) {
     late_[segment] = {type, data};
   }
+  // The box that shape nodes state from here on; at first that of the tetrahedron of triStrips.
+  void setShapeBox(const std::array<float, 6>& box) { shape_box_ = box; }
   // Takes the place of the geometry of all shapes that are added from here on.
   void setGeometry(Bytes element) { geometry_ = std::move(element); }
 
@@ -166,6 +168,7 @@ class GraphBuilder {
   std::map<std::int32_t, Bytes> shapes_;
   std::map<Guid, std::pair<std::uint32_t, Bytes>> late_;  // type and data
   Bytes geometry_;
+  std::array<float, 6> shape_box_ = {0, 0, 0.5F, 3, 6, 9.5F};
   std::uint32_t base_attribute_version_ = 1;
   bool palette_index_ = false;
   bool split_table_ = false;

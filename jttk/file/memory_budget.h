@@ -1,0 +1,64 @@
+// Counts the bytes that decoders ask for, so that what a file may cost is bounded by a number that the user
+// can set and not by the machine: equal input gives equal results everywhere. Who makes an array takes its
+// bytes first; who has used arrays up gives theirs back.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+class MemoryBudget {
+ public:
+  static constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
+
+  explicit MemoryBudget(std::uint64_t limit_bytes = kUnlimited) noexcept : limit_(limit_bytes) {}
+
+  // Takes what `count` things of `size` bytes each need. Fails, and takes nothing, where that is more than is
+  // left; `offset` goes into the message.
+  Result<void> take(std::uint64_t count, std::uint64_t size, std::uint64_t offset) {
+    const std::uint64_t left = limit_ - taken_;
+    if (size != 0 && count > left / size) {
+      return fail("more memory is asked for than the limit of " + std::to_string(limit_) + " bytes leaves",
+                  offset);
+    }
+    taken_ += count * size;
+    return {};
+  }
+  // Back to what was taken at an earlier time, and `kept` bytes of what was taken since.
+  void giveBackTo(std::uint64_t earlier, std::uint64_t kept = 0) noexcept {
+    const std::uint64_t since = taken_ > earlier ? taken_ - earlier : 0;
+    taken_ -= since > kept ? since - kept : 0;
+  }
+  void giveBack(std::uint64_t bytes) noexcept { taken_ -= bytes < taken_ ? bytes : taken_; }
+
+  [[nodiscard]] std::uint64_t taken() const noexcept { return taken_; }
+  [[nodiscard]] std::uint64_t limit() const noexcept { return limit_; }
+
+ private:
+  std::uint64_t limit_;
+  std::uint64_t taken_ = 0;
+};
+
+// Gives back at its end what was taken during its life, but for the bytes that `kept` has then.
+template <typename Values>
+class TemporaryMemory {
+ public:
+  TemporaryMemory(MemoryBudget& budget, const Values& kept) noexcept
+      : budget_(budget), kept_(kept), before_(budget.taken()) {}
+  ~TemporaryMemory() {
+    budget_.giveBackTo(before_, std::uint64_t{kept_.capacity()} * sizeof(typename Values::value_type));
+  }
+  TemporaryMemory(const TemporaryMemory&) = delete;
+  TemporaryMemory& operator=(const TemporaryMemory&) = delete;
+
+ private:
+  MemoryBudget& budget_;
+  const Values& kept_;
+  std::uint64_t before_;
+};
+
+}  // namespace jttk
