@@ -157,6 +157,7 @@ Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, By
   }
   auto shape = decodeSet(element->body, kind, version, context);
   if (!shape) return tl::unexpected<Error>(shape.error().in(nameOf(kind)));
+  if (!shape->facts.doubt.empty()) shape->facts.doubt.insert(0, std::string(nameOf(kind)) + ": ");
   compareWithBox(*shape, context.stated, offset);
   return shape;
 }

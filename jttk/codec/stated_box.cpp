@@ -28,6 +28,10 @@ std::array<double, kAxes> slack(const std::array<float, 3>& steps, const std::ar
   return result;
 }
 
+bool isPlace(const float* point) {
+  return std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
+}
+
 // Outermost places that a point may have.
 struct Limits {
   std::array<double, kAxes> least;
@@ -91,9 +95,10 @@ bool liesInBox(const ShapeGeometry& shape, const std::array<float, 6>& box) {
   const Limits limits(shape.facts.coordinate_steps, box);
   // Points that no corner uses may lie anywhere; there are none as a rule.
   if (allWithin(shape.positions, limits)) return true;
-  return std::all_of(
-      shape.corner_positions.begin(), shape.corner_positions.end(),
-      [&](std::uint32_t position) { return limits.hold(&shape.positions[std::size_t{position} * kAxes]); });
+  return std::all_of(shape.corner_positions.begin(), shape.corner_positions.end(), [&](std::uint32_t corner) {
+    const float* const point = &shape.positions[std::size_t{corner} * kAxes];
+    return limits.hold(point) || !isPlace(point);
+  });
 }
 
 }  // namespace jttk

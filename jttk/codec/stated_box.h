@@ -19,7 +19,8 @@ const std::array<float, 6>* statedBox(std::span<const StatedExtent> stated);
 bool fillsBox(std::span<const float> positions, const std::array<float, 3>& steps,
               const std::array<float, 6>& box);
 
-// Whether all points that corners of the shape use lie in the box, within a step.
+// Whether all points that corners of the shape use lie in the box, within a step. Those that are no finite
+// numbers are passed over.
 bool liesInBox(const ShapeGeometry& shape, const std::array<float, 6>& box);
 
 }  // namespace jttk

@@ -290,7 +290,7 @@ void Model::tellFacts(NodeRef shape, const std::string& part_name, const ShapeFa
                                  "; the shape is doubtful, and is kept");
   }
   if (!facts.coordinate_note.empty()) {
-    noteShape(shape, part_name, document.noted_coordinates, facts.coordinate_note,
+    noteShape(shape, part_name, document.noted_coordinates, "has odd coordinates: " + facts.coordinate_note,
               "have coordinates that are in doubt");
   }
   if (!facts.unread_attributes.empty()) {
