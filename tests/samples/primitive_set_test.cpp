@@ -58,7 +58,8 @@ jttk::Result<ShapeGeometry> decode(const Shape& shape, const Options& wanted) {
   const jttk::StatedExtent stated[] = {
       {{f.min.x, f.min.y, f.min.z, f.max.x, f.max.y, f.max.z}, static_cast<float>(f.area)}};
   return jttk::decodeShapeLod(segment, {options.major(), 0},
-                              options.big_endian ? jttk::ByteOrder::Big : jttk::ByteOrder::Little, stated);
+                              options.big_endian ? jttk::ByteOrder::Big : jttk::ByteOrder::Little,
+                              {stated, nullptr});
 }
 
 struct Vector {
