@@ -186,15 +186,15 @@ TEST(UnusualFiles, APartitionWithChildrenNeedsNothingBehindThem) {
   }
 }
 
-// Two tri-strip sets, the first with a changed representation.
-GraphBuilder withRepData(const jttk::testing::Bytes& rep) {
+// Two tri-strip sets, the first with a changed representation and with these attributes.
+GraphBuilder withRepData(const jttk::testing::Bytes& rep, const jttk::testing::Ids& attributes = {}) {
   GraphBuilder graph = partOf({2, 3});
   const jttk::testing::ShapeOptions options;
   const auto element = [&](const jttk::testing::Bytes& data) {
     return jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9, data);
   };
   graph.setGeometry(element(rep));
-  graph.triStrips(2);
+  graph.triStrips(2).attributes(attributes);
   graph.setGeometry(
       element(jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options)));
   graph.triStrips(3);
@@ -226,10 +226,9 @@ TEST(UnusualFiles, CoordinatesThatOnlyTheBoxConfirmsAreNoted) {
                                                                {jttk::PacketForm::Jt9, true, 2});
   rep.back() ^= std::byte{1};
   for (const bool moved : {false, true}) {
-    GraphBuilder graph = withRepData(rep);
     // Where the shape's own node moves it, its box may be the moved one: then it is no witness.
+    GraphBuilder graph = withRepData(rep, moved ? jttk::testing::Ids{20} : jttk::testing::Ids{});
     graph.move(20, 1, 2, 3);
-    if (moved) GraphBuilder::NodeSettings(graph, 2).attributes({20});
     const Loaded model(graph);
     EXPECT_EQ(shapeOf(model.root(), 0, 0) == nullptr, moved);
     EXPECT_NE(shapeOf(model.root(), 0, 1), nullptr);
