@@ -158,7 +158,12 @@ int runSingle(const Parsed& parsed) {
   auto& report = *new ConversionReport;
   auto& conversion = *new SingleConversion(parsed.files[0], parsed.files[1], options, report);
   std::function<void()> last_words;
-  if (options.json) last_words = [&conversion] { printJson(toJson(conversion.interrupt())); };
+  if (options.json) {
+    last_words = [&conversion] {
+      printJson(toJson(conversion.interrupt()));
+      finishOutput("loftbay");
+    };
+  }
   exitOnInterrupt(std::move(last_words));
   conversion.run();
   conversion.end();

@@ -33,7 +33,8 @@ class SpecialFiles(ProgramTest):
     def test_as_input_of_a_conversion(self):
         for path in self.special("in.jt"):
             result = self.run_any(LOFTBAY, path, self.path("out.zix"))
-            self.assertEqual((result.returncode, result.stderr), (3, b"Error:Input file is not found.\n"), path)
+            self.assertEqual((result.returncode, result.stderr),
+                             (3, path.encode() + b": Error:Input file is not found.\n"))
             self.assertFalse(os.path.exists(self.path("out.zix")))
 
     def test_as_output_of_a_conversion(self):
