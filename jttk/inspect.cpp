@@ -211,11 +211,16 @@ class TreeLister {
     takeUnits(part.product(), node);
     findBefore(part.product(), node);
     if (node.listed_before) return;
-    node.levels.resize(static_cast<std::size_t>(part.numShapeLODs()));
+    // Which level is the first to yield geometry only decoding tells.
+    const auto stated = options_.decode_shapes ? decltype(part.statedLevels())() : part.statedLevels();
+    const auto& levels = options_.decode_shapes ? part.levels() : stated;
+    if (!options_.decode_shapes && levels.empty() && part.hasExactGeometry())
+      node.levels.push_back({exactShape()});
+    node.levels.resize(std::max(levels.size(), node.levels.size()));
     // Asked so that a part whose exact geometry cannot be tessellated is named among the losses.
     if (options_.decode_shapes) (void)part.requiresTessellation();
-    for (std::size_t level = 0; level < node.levels.size(); ++level) {
-      const auto& places = part.levels()[level];
+    for (std::size_t level = 0; level < levels.size(); ++level) {
+      const auto& places = levels[level];
       for (std::size_t i = 0; i < places.size(); ++i) {
         ShapeDescription shape;
         // Exact geometry that takes the place of shapes becomes strips.
@@ -228,6 +233,14 @@ class TreeLister {
       }
       part.wasLeft();
     }
+  }
+
+  // What stands for exact geometry that was not tessellated.
+  static ShapeDescription exactShape() {
+    ShapeDescription shape;
+    shape.kind = kindName(NodeKind::TriStripSet);
+    shape.is_exact = true;
+    return shape;
   }
 
   static std::optional<std::size_t> statedTriangles(const NodeRef& ref) {

@@ -144,6 +144,12 @@ void PartObject::getMaterial(JtkMaterial*& material) {
   if (material == nullptr && model_.hasMaterials()) material = model_.materials().grey();
 }
 
+std::vector<Level> PartObject::statedLevels() {
+  std::vector<Level> stated;
+  if (product_.content.node != kNone) Collector(model_, stated).run(product_, below_);
+  return stated;
+}
+
 const std::vector<Level>& PartObject::levels() {
   if (levels_) return *levels_;
   levels_.emplace();

@@ -38,6 +38,10 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
     ShapeObject* object = nullptr;
   };
   [[nodiscard]] const std::vector<std::vector<ShapePlace>>& levels();
+  // Whether exact geometry that can be read belongs to the part.
+  [[nodiscard]] bool hasExactGeometry() const { return exact_.exists(); }
+  // The levels as the file states them, without a look at what they yield; made anew at each call.
+  [[nodiscard]] std::vector<std::vector<ShapePlace>> statedLevels();
   // Strips of the exact geometry, made with the parameters that were created last; null when there are none.
   std::shared_ptr<const ShapeArrays> exactArrays() { return exactArrays(latestTessValues()); }
 

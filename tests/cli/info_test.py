@@ -107,10 +107,12 @@ class Summary(InfoTest):
             self.assertGreater(level["shapes"]["stated"], 0)
         table = self.run_program("info", "--summary", "--stated", damaged).stdout.decode()
         self.assertIn("(stated)", table)
-        # Decoded, the shape is found to be damaged: told, and its number is the stated one.
+        # Decoded, the shape is found to be damaged: told, and so is the coarser level that takes its place.
         (decoded,) = self.summary(damaged, code=1)
-        self.assertEqual(len(decoded["cannot_be_converted"]), 1)
-        self.assertEqual(sum(level["shapes"]["stated"] for level in decoded["levels"]), 1)
+        reasons = [loss["reason"] for loss in decoded["cannot_be_converted"]]
+        self.assertEqual(len(reasons), 2)
+        self.assertIn("are not known", reasons[0])
+        self.assertIn("level 1 is shown instead", reasons[1])
 
     def test_triangles_of_exact_geometry_are_not_guessed(self):
         (row,) = self.summary("--stated", JOINT)

@@ -155,7 +155,8 @@ TEST_F(NotesTest, AnEmptySceneIsNeverSilent) {
 TEST_F(NotesTest, AnUnsavedSceneIsALossWithTheReason) {
   letSceneThrow("createDefaultViews", 1, Throws::Number);
   convertTree(product.part("p", {&triangle()}));
-  EXPECT_THAT(observer.losses, ElementsAre("C:\\out\\scene.zix: the scene could not be saved"));
+  EXPECT_THAT(observer.losses,
+              ElementsAre(host::toHostPath("C:\\out\\scene.zix") + ": the scene could not be saved"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The scene's root and its save.
 #include <gmock/gmock.h>
 
+#include "host/path.h"
 #include "tests/doubles/job_fixture.h"
 
 namespace loftbay::doubles {
@@ -23,7 +24,8 @@ TEST_F(SceneSetup, FailingViewsShowTheBoxAndSkipTheClose) {
   EXPECT_TRUE(convert());
   EXPECT_THAT(boxes, ElementsAre("None: Failed to save"));
   EXPECT_EQ(sceneLines("closeFile"), "");
-  EXPECT_THAT(observer.losses, ElementsAre("C:\\out\\scene.zix: planned failure of createDefaultViews"));
+  EXPECT_THAT(observer.losses, ElementsAre(host::toHostPath("C:\\out\\scene.zix") +
+                                           ": planned failure of createDefaultViews"));
 }
 
 TEST_F(SceneSetup, AFailingCloseThatThrowsNoTextIsStillALoss) {

@@ -78,6 +78,7 @@ GraphBuilder twoParts() {
   graph.setGeometry(jttk::testing::shapeElement(
       jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9,
       jttk::testing::topologicalRepData(jttk::testing::cubeSymbols(7), 8, 24, {})));
+  graph.setShapeBox({0, 0, 0.5F, 7, 14, 21.5F});
   graph.triStrips(5);
   return graph;
 }
