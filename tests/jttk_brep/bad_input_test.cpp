@@ -133,6 +133,61 @@ INSTANTIATE_TEST_SUITE_P(
                nullptr, "ends nowhere"}),
     [](const testing::TestParamInfo<Damage>& damage) { return damage.param.name; });
 
+// A straight tube with two loops round it. What is read of a blend must be a tube of one radius, or the face
+// is lost: any other surface would be a guess.
+struct BlendCase {
+  const char* name;
+  double ranges[2];
+  bool has_spine;
+  const char* reason;  // null: it comes
+};
+
+class BlendFields : public testing::TestWithParam<BlendCase> {};
+
+TEST_P(BlendFields, AreATubeOrTheFaceIsLost) {
+  const BlendCase& c = GetParam();
+  constexpr double kRadius = 0.005;
+  XtModel model;
+  model.asSheet();
+  const Vec3 x{1, 0, 0};
+  const auto tube = model.blend(model.circle({}, {0, 0, 1}, x, 0.02), 0, 0, 1);
+  for (std::size_t k = 0; k < 2; ++k) model.nodes().number(tube, "range", c.ranges[k], k);
+  if (!c.has_spine) model.nodes().pointer(tube, "spine", 0);
+  // The outer quarter above the spine: from the top of the tube to its outermost circle.
+  const int top = model.edge(model.circle({0, 0, kRadius}, {0, 0, 1}, x, 0.02), -1, -1);
+  const int out = model.edge(model.circle({}, {0, 0, 1}, x, 0.02 + kRadius), -1, -1);
+  model.face(tube, false, {{{out, true}}, {{top, false}}});
+  model.finish();
+  const auto bodies = readBodies(model);
+  ASSERT_TRUE(bodies) << bodies.error().text();
+  const TessellatedBodies made = tessellate(*bodies, {});
+  const MeshMeasures m = measure(made.bodies.at(0).shape);
+  if (c.reason != nullptr) {
+    ASSERT_EQ(made.losses.size(), 1U);
+    EXPECT_NE(made.losses[0].reason.find(c.reason), std::string::npos) << made.losses[0].reason;
+    EXPECT_EQ(m.triangles, 0U);
+    return;
+  }
+  for (const TessellationLoss& loss : made.losses) ADD_FAILURE() << loss.reason;
+  // The quarter's length times the way of its centroid.
+  const double pi = std::acos(-1.0);
+  const double area = 2 * pi * (20 * 5 * pi / 2 + 25);
+  EXPECT_NEAR(m.area, area, 0.005 * area);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Brep, BlendFields,
+    testing::Values(BlendCase{"OneRadius", {0.005, 0.005}, true, nullptr},
+                    BlendCase{"ToTheOtherSideOfBoth", {-0.005, -0.005}, true, nullptr},
+                    BlendCase{"ToTheOtherSideOfOne", {0.005, -0.005}, true, nullptr},
+                    BlendCase{"OneIsNotSet", {0.005, -3.14158e13}, true, nullptr},
+                    BlendCase{"TwoRadii", {0.005, 0.006}, true, "a blend of changing radius"},
+                    BlendCase{"NoRadius", {0, 0}, true, "a blend without a radius"},
+                    BlendCase{"NotANumber", {std::nan(""), 0.005}, true, "a blend without a radius"},
+                    BlendCase{"TooLarge", {1e12, 1e12}, true, "a blend without a radius"},
+                    BlendCase{"NoSpine", {0.005, 0.005}, false, "a blend without a spine"}),
+    [](const testing::TestParamInfo<BlendCase>& blend) { return blend.param.name; });
+
 TEST(BadInput, EdgesOfNoLengthDoNotHurt) {
   // A corner of the box's top twice, joined by an edge without length.
   XtModel model;

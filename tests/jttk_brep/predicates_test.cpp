@@ -76,7 +76,32 @@ TEST(Predicates, CircleNextToItsBorderIsExact) {
   EXPECT_EQ(inCircle(a, b, c, {far, far - 5}), 0);
   EXPECT_GT(inCircle(a, b, c, {far, std::nextafter(far - 5, far)}), 0);
   EXPECT_LT(inCircle(a, b, c, {far, std::nextafter(far - 5, 0.0)}), 0);
-  EXPECT_GT(inCircle(a, b, c, {far + 0.0, far + std::nextafter(-5.0, 0.0)}), -1);
+}
+
+// The grid of doubles next to a point of that circle. In steps of the grid, the square of the distance from
+// the centre differs from that of the radius by i^2 + k^2 - 10 k / step: the sign of k tells, and on the
+// tangent itself all but the point are outside.
+TEST(Predicates, CircleNextToItsBorderIsExactWhereRoundingIsNot) {
+  const double far = 1048576;
+  const double step = std::nextafter(far, 2 * far) - far;
+  const Vec2 a{far + 5, far};
+  const Vec2 b{far + 3, far + 4};
+  const Vec2 c{far - 4, far + 3};
+  int wrong_when_rounded = 0;
+  for (int i = -8; i <= 8; ++i) {
+    for (int k = -8; k <= 8; ++k) {
+      const Vec2 p{far + i * step, far - 5 + k * step};
+      const int expected = k != 0 ? k : i != 0 ? -1 : 0;
+      ASSERT_EQ(signOf(inCircle(a, b, c, p)), signOf(expected)) << i << " " << k;
+      const auto lift = [&](const Vec2& q) { return (q.u - p.u) * (q.u - p.u) + (q.v - p.v) * (q.v - p.v); };
+      const auto across = [&](const Vec2& q, const Vec2& r) {
+        return (q.u - p.u) * (r.v - p.v) - (q.v - p.v) * (r.u - p.u);
+      };
+      const double rounded = lift(a) * across(b, c) + lift(b) * across(c, a) + lift(c) * across(a, b);
+      if (signOf(rounded) != signOf(expected)) ++wrong_when_rounded;
+    }
+  }
+  EXPECT_GT(wrong_when_rounded, 0) << "the case is not hard";
 }
 
 TEST(Predicates, CircleKeepsItsSignUnderRotationOfTheArguments) {

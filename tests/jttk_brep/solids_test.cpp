@@ -1,66 +1,25 @@
 // Small solids from bytes to triangles: closed, the right way round, of the right size.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <numbers>
+#include <utility>
+#include <vector>
 
-#include "jttk/brep/tessellate.h"
-#include "tests/jttk_brep/mesh_measures.h"
-#include "tests/jttk_brep/read_bodies.h"
+#include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
 
-struct Outcome {
-  Bodies bodies;
-  TessellatedBodies made;
-  MeshMeasures measures;
-};
-
-Outcome run(XtModel model, const TessellationOptions& options = {}) {
-  model.finish();
-  Outcome outcome;
-  const auto bodies = readBodies(model);
-  EXPECT_TRUE(bodies) << bodies.error().text();
-  if (!bodies) return outcome;
-  outcome.bodies = *bodies;
-  outcome.made = tessellate(outcome.bodies, options);
-  for (const TessellationLoss& loss : outcome.made.losses)
-    ADD_FAILURE() << "face " << loss.face << ": " << loss.reason;
-  EXPECT_EQ(outcome.made.bodies.size(), 1U);
-  if (!outcome.made.bodies.empty()) outcome.measures = measure(outcome.made.bodies[0].shape);
-  return outcome;
-}
-
-// In mm; `share` is the allowed relative difference.
-void expectClosed(const Outcome& outcome, double volume, double area, double share = 0.005) {
-  EXPECT_GT(outcome.measures.triangles, 0U);
-  EXPECT_EQ(outcome.measures.open_edges, 0U);
-  EXPECT_EQ(outcome.measures.bad_normals, 0U);
-  EXPECT_EQ(outcome.measures.against_normals, 0U);
-  EXPECT_NEAR(outcome.measures.volume, volume, volume * share);
-  EXPECT_NEAR(outcome.measures.area, area, area * share);
-}
-
-// The greatest distance of points all over the triangles from what `distance` measures, in mm.
-template <typename Distance>
-double farthest(const ShapeGeometry& shape, const Distance& distance) {
-  double worst = 0;
-  for (std::size_t t = 0; t + 1 < shape.primitive_starts.size(); ++t) {
-    Vec3 p[3];
-    for (std::size_t k = 0; k < 3; ++k) {
-      const std::uint32_t q = shape.corner_positions[shape.primitive_starts[t] + k];
-      p[k] = {double{shape.positions[3 * q]}, double{shape.positions[3 * q + 1]},
-              double{shape.positions[3 * q + 2]}};
-    }
-    for (int i = 0; i <= 6; ++i) {
-      for (int k = 0; i + k <= 6; ++k) {
-        worst = std::max(worst, distance((p[0] * i + p[1] * k + p[2] * (6 - i - k)) * (1.0 / 6)));
-      }
-    }
-  }
-  return worst;
+// The mean of `f` over 0 to 1, by a fine sum.
+template <typename Function>
+double mean(const Function& f) {
+  constexpr int kSteps = 20000;
+  double sum = 0;
+  for (int i = 0; i < kSteps; ++i) sum += f((i + 0.5) / kSteps);
+  return sum / kSteps;
 }
 
 TEST(Solid, BoxHasTwelveTriangles) {
@@ -133,23 +92,127 @@ TEST(Solid, PlateWithHoles) {
 
 TEST(Solid, HoleInTheSideOfACylinder) {
   const Outcome o = run(models::drilledCylinder(0.01, 0.03, 0.004));
-  // The pocket: from x = 0 to the side, over a disk.
-  double pocket = 0;
-  const int n = 2000;
-  for (int i = 0; i < n; ++i) {
-    const double y = 4 * (2 * (i + 0.5) / n - 1);
-    pocket += std::sqrt(100 - y * y) * 2 * std::sqrt(16 - y * y) * 8 / n;
-  }
-  expectClosed(o, kPi * 100 * 30 - pocket, o.measures.area);
+  // The pocket goes from x = 0 to the side, over a disk of radius 4.
+  const double pocket = mean([](double t) {
+    const double y = 4 * (2 * t - 1);
+    return 8 * std::sqrt(100 - y * y) * 2 * std::sqrt(16 - y * y);
+  });
+  const double window = mean([](double t) {
+    const double y = 4 * (2 * t - 1);
+    return 8 * 10 / std::sqrt(100 - y * y) * 2 * std::sqrt(16 - y * y);
+  });
+  const double wall = mean([](double t) {
+    const double y = 4 * std::cos(2 * kPi * t);
+    return 2 * kPi * 4 * std::sqrt(100 - y * y);
+  });
+  const double ends = 2 * kPi * 100 + kPi * 16;
+  expectClosed(o, kPi * 100 * 30 - pocket, 2 * kPi * 10 * 30 - window + wall + ends, 0.002);
 }
 
+// Basis function i of degree 3 over the knots 0 0 0 0 1 2 3 4 4 4 4, by its definition.
+double basis(int i, int degree, double t) {
+  const auto knot = [](int k) { return std::clamp(k - 3.0, 0.0, 4.0); };
+  if (degree == 0) return t >= knot(i) && t < knot(i + 1) ? 1 : 0;
+  double sum = 0;
+  if (knot(i + degree) > knot(i))
+    sum += (t - knot(i)) / (knot(i + degree) - knot(i)) * basis(i, degree - 1, t);
+  if (knot(i + degree + 1) > knot(i + 1)) {
+    sum += (knot(i + degree + 1) - t) / (knot(i + degree + 1) - knot(i + 1)) * basis(i + 1, degree - 1, t);
+  }
+  return sum;
+}
+
+// The patch of 40 x 40 mm as a height over x and y: both depend on one parameter each.
+class Patch {
+ public:
+  Patch() {
+    for (int s = 0; s <= kSteps; ++s) {
+      Weights& w = table_[static_cast<std::size_t>(s)];
+      for (int i = 0; i < 7; ++i) {
+        w.of[static_cast<std::size_t>(i)] = basis(i, 3, (4 - 1e-12) * s / kSteps);
+        w.x += w.of[static_cast<std::size_t>(i)] * place(i);
+      }
+    }
+  }
+  [[nodiscard]] double height(double x, double y) const {
+    const auto across = weightsAt(x);
+    const auto along = weightsAt(y);
+    double z = 0;
+    for (int i = 1; i < 6; ++i) {
+      for (int k = 1; k < 6; ++k) {
+        z += across[static_cast<std::size_t>(i)] * along[static_cast<std::size_t>(k)] *
+             bump_[static_cast<std::size_t>(i)] * bump_[static_cast<std::size_t>(k)];
+      }
+    }
+    return z;
+  }
+  // A distance along z by this is the distance from the surface.
+  [[nodiscard]] double steepness(double x, double y) const {
+    constexpr double kStep = 0.05;
+    const double dx = (height(x + kStep, y) - height(x - kStep, y)) / (2 * kStep);
+    const double dy = (height(x, y + kStep) - height(x, y - kStep)) / (2 * kStep);
+    return std::sqrt(1 + dx * dx + dy * dy);
+  }
+
+ private:
+  static constexpr int kSteps = 4000;
+  struct Weights {
+    double x = 0;
+    std::array<double, 7> of{};
+  };
+
+  static double place(int i) { return 20 * (i / 3.0 - 1); }
+
+  [[nodiscard]] std::array<double, 7> weightsAt(double x) const {
+    auto above = std::upper_bound(table_.begin(), table_.end(), x,
+                                  [](double value, const Weights& w) { return value < w.x; });
+    above = std::clamp(above, table_.begin() + 1, table_.end() - 1);
+    const Weights& low = *(above - 1);
+    const double share = (x - low.x) / (above->x - low.x);
+    std::array<double, 7> between{};
+    for (std::size_t i = 0; i < 7; ++i) between[i] = low.of[i] * (1 - share) + above->of[i] * share;
+    return between;
+  }
+
+  std::vector<Weights> table_ = std::vector<Weights>(kSteps + 1);
+  // Roots of the bump's 10 mm, so that two of them make a height.
+  std::array<double, 7> bump_ = [] {
+    std::array<double, 7> made{};
+    for (int i = 0; i < 7; ++i) made[static_cast<std::size_t>(i)] = std::sqrt(10.0) * std::cos(place(i) / 20);
+    return made;
+  }();
+};
+
 TEST(Solid, SplinePatchKeepsItsTolerance) {
-  const Outcome o = run(models::splinePatch(0.02, 0.01));
-  EXPECT_EQ(o.measures.against_normals, 0U);
-  // Open only along its border, which is straight.
-  EXPECT_EQ(o.measures.open_edges, 4U);
-  EXPECT_GT(o.measures.triangles, 50U);
-  EXPECT_GT(o.measures.area, 1600);
+  const Patch patch;
+  double area = 0;
+  constexpr int kSteps = 100;
+  for (int i = 0; i < kSteps; ++i) {
+    for (int k = 0; k < kSteps; ++k) {
+      area += patch.steepness(40 * (i + 0.5) / kSteps - 20, 40 * (k + 0.5) / kSteps - 20) * 1600 /
+              (kSteps * kSteps);
+    }
+  }
+  for (const double percent : {0.3, 0.08}) {
+    SCOPED_TRACE(percent);
+    TessellationOptions options;
+    options.chord_tolerance_percent = percent;
+    const Outcome o = run(models::splinePatch(0.02, 0.01), options);
+    EXPECT_EQ(o.measures.against_normals, 0U);
+    // Open only along its border, which is straight.
+    EXPECT_EQ(o.measures.open_edges, 4U);
+    EXPECT_NEAR(o.measures.area, area, 0.002 * area);
+    const ShapeGeometry& shape = o.made.bodies[0].shape;
+    EXPECT_LE(farthest(shape,
+                       [&](const Vec3& p) {
+                         return std::abs(p.z - patch.height(p.x, p.y)) / patch.steepness(p.x, p.y);
+                       }),
+              o.made.chord_tolerance);
+    // It covers its square once.
+    ShapeGeometry shadow = shape;
+    for (std::size_t i = 2; i < shadow.positions.size(); i += 3) shadow.positions[i] = 0;
+    EXPECT_NEAR(measure(shadow).area, 1600, 1e-2);
+  }
 }
 
 TEST(Solid, SpunFaceFromPoleToPole) {
@@ -174,7 +237,9 @@ TEST(Solid, TolerantEdgesTakeTheCurveOfOneSide) {
 
 TEST(Solid, EllipticRod) {
   const Outcome o = run(models::ellipticRod(0.02, 0.005, 0.01));
-  expectClosed(o, kPi * 20 * 5 * 10, o.measures.area);
+  const double around = mean(
+      [](double t) { return 2 * kPi * std::hypot(20 * std::sin(2 * kPi * t), 5 * std::cos(2 * kPi * t)); });
+  expectClosed(o, kPi * 20 * 5 * 10, around * 10 + 2 * kPi * 20 * 5, 0.002);
 }
 
 TEST(Solid, SplineCylinderClosedInU) {
@@ -188,15 +253,19 @@ TEST(Solid, AllModelsStayClosedAtEveryTolerance) {
       TessellationOptions options;
       options.chord_tolerance_percent = percent;
       options.minimum_edge_length = minimum_edge;
-      for (const auto& make :
-           {+[] { return models::cylinder(0.01, 0.03, false); },
-            +[] { return models::drilledCylinder(0.01, 0.03, 0.004); },
-            +[] { return models::cone(0.01, 0.02); }, +[] { return models::wholeSphere(0.01); },
-            +[] { return models::wholeTorus(0.02, 0.005); }, +[] { return models::spunSpindle(0.01, 0.02); },
-            +[] { return models::plateWithHoles(0.1, 0.03, 0.005, 0.008, 5); }}) {
+      const std::vector<std::pair<XtModel (*)(), double>> solids{
+          {+[] { return models::cylinder(0.01, 0.03, false); }, kPi * 3000},
+          {+[] { return models::cone(0.01, 0.02); }, kPi * 2000 / 3},
+          {+[] { return models::wholeSphere(0.01); }, kPi * 4000 / 3},
+          {+[] { return models::wholeTorus(0.02, 0.005); }, kPi * kPi * 1000},
+          {+[] { return models::plateWithHoles(0.1, 0.03, 0.005, 0.008, 5); }, 15000 - kPi * 1600},
+          {+[] { return models::drilledCylinder(0.01, 0.03, 0.004); }, 8932.39},
+          {+[] { return models::spunSpindle(0.01, 0.02); }, kPi * 5400 / 7}};
+      for (const auto& [make, volume] : solids) {
         const Outcome o = run(make(), options);
         EXPECT_EQ(o.measures.open_edges, 0U);
-        EXPECT_GT(o.measures.volume, 0);
+        // All of the surface may be off by the chord at most.
+        EXPECT_NEAR(o.measures.volume, volume, o.measures.area * o.made.chord_tolerance + 1e-4 * volume);
       }
     }
   }

@@ -238,6 +238,21 @@ TEST_F(ExactGeometry, TheChordToleranceIsThatOfTheParameters) {
   EXPECT_EQ(coarse, triangles(model, parameters(1.0F, 0)));
 }
 
+// A cylinder of radius 10: 20 degrees of it are 3.5 long.
+TEST_F(ExactGeometry, TheMinimumEdgeIsThatOfTheParametersEachTime) {
+  const auto ofOne = [](float minimum_edge) {
+    const Loaded model(alone(cylinder()));
+    return triangles(model, parameters(1.0F, minimum_edge));
+  };
+  const std::size_t without = ofOne(0);
+  const std::size_t with = ofOne(8);
+  EXPECT_LT(with, without);
+  const Loaded model(alone(cylinder()));
+  EXPECT_EQ(triangles(model, parameters(1.0F, 0)), without);
+  EXPECT_EQ(triangles(model, parameters(1.0F, 8)), with);
+  EXPECT_EQ(triangles(model, parameters(1.0F, 0)), without);
+}
+
 TEST_F(ExactGeometry, ValuesThatMakeNoSenseAreTheDefaults) {
   const Loaded model(alone(cylinder()));
   const std::size_t usual = triangles(model, nullptr);

@@ -1,0 +1,212 @@
+// The nearest point of a surface against a search over a fine grid of it: near its borders, its poles and
+// where it comes near itself.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <numbers>
+#include <random>
+
+#include "jttk/brep/geometry.h"
+#include "tests/jttk_brep/read_bodies.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+constexpr Vec3 kX{1, 0, 0};
+constexpr Vec3 kZ{0, 0, 1};
+
+// A face on the surface brings it into Bodies.
+Bodies bodiesOf(XtModel& model, XtModel::Id surface) {
+  model.face(surface, false, {});
+  model.finish();
+  const auto bodies = readBodies(model);
+  EXPECT_TRUE(bodies) << bodies.error().text();
+  return bodies ? *bodies : Bodies{};
+}
+
+class Nearest {
+ public:
+  explicit Nearest(const Bodies& bodies)
+      : geometry_(bodies, 1e-9),
+        surface_(bodies.surfaces[static_cast<std::size_t>(bodies.faces[0].surface)]) {}
+
+  [[nodiscard]] Geometry& geometry() { return geometry_; }
+  [[nodiscard]] const Surface& surface() const { return surface_; }
+
+  Vec3 at(Vec2 uv) { return geometry_.at(surface_, uv).p; }
+
+  // The points of a grid over the domain.
+  void makeGrid(Range u, Range v, int steps) {
+    for (int i = 0; i <= steps; ++i) {
+      for (int k = 0; k <= steps; ++k) {
+        grid_.push_back(at({u.low + u.size() * i / steps, v.low + v.size() * k / steps}));
+      }
+    }
+  }
+
+  // No point of the grid is nearer than what was found, and what was found is where it is said to be.
+  void expectBest(const Vec3& p, const Vec2* guess, double accept = 0) {
+    Vec2 uv;
+    const double found = geometry_.invert(surface_, p, guess, accept, uv);
+    EXPECT_NEAR(distance(at(uv), p), found, 1e-12);
+    double best = std::numeric_limits<double>::infinity();
+    for (const Vec3& q : grid_) best = std::min(best, distance(p, q));
+    EXPECT_LE(found, best + 1e-9) << "for " << p.x << " " << p.y << " " << p.z;
+    const SurfaceDomain box = geometry_.domain(surface_);
+    if (!(box.period_u > 0)) {
+      EXPECT_GE(uv.u, box.u.low);
+      EXPECT_LE(uv.u, box.u.high);
+    }
+    if (!(box.period_v > 0)) {
+      EXPECT_GE(uv.v, box.v.low);
+      EXPECT_LE(uv.v, box.v.high);
+    }
+  }
+
+ private:
+  Geometry geometry_;
+  const Surface& surface_;
+  std::vector<Vec3> grid_;
+};
+
+// A sheet of 40 x 50 mm whose waves differ in height.
+XtModel::Id waves(XtModel& model) {
+  std::vector<double> net;
+  for (int i = 0; i < 5; ++i) {
+    for (int k = 0; k < 6; ++k) {
+      net.insert(net.end(), {0.01 * i, 0.01 * k, 0.012 * std::sin(i * 2.1) * std::cos(k * 1.7)});
+    }
+  }
+  return model.splineSurface(3, 2, 5, 6, false, net, {0, 0.4, 1}, {4, 1, 4}, {-2, 1, 2, 3, 7},
+                             {3, 1, 1, 1, 3});
+}
+
+// Points in the sheet's box and somewhat outside of it: many have their foot on a border or in a corner.
+void expectFeet(const Bodies& bodies, bool from_a_guess) {
+  Nearest nearest(bodies);
+  nearest.makeGrid({0, 1}, {-2, 7}, 200);
+  std::mt19937_64 engine{3};
+  const auto number = [&](double low, double high) {
+    return low + (high - low) * static_cast<double>(engine() >> 11) * 0x1p-53;
+  };
+  for (int i = 0; i < 400; ++i) {
+    const Vec3 p{number(-0.01, 0.05), number(-0.01, 0.06), number(-0.004, 0.004)};
+    const Vec2 guess{number(0, 1), number(-2, 7)};
+    nearest.expectBest(p, from_a_guess ? &guess : nullptr);
+  }
+}
+
+TEST(Inversion, FindsTheNearestPlaceOfASheetWithBorders) {
+  XtModel model;
+  expectFeet(bodiesOf(model, waves(model)), false);
+}
+
+TEST(Inversion, ABadGuessDoesNotMislead) {
+  XtModel model;
+  expectFeet(bodiesOf(model, waves(model)), true);
+}
+
+TEST(Inversion, AGuessThatLeadsNearEnoughIsTaken) {
+  XtModel model;
+  const Bodies bodies = bodiesOf(model, waves(model));
+  Nearest nearest(bodies);
+  for (int i = 1; i < 20; ++i) {
+    const Vec2 there{i / 20.0, -2 + 9 * i / 20.0};
+    const Vec2 guess{there.u + 0.01, there.v - 0.05};
+    Vec2 uv;
+    EXPECT_LE(nearest.geometry().invert(nearest.surface(), nearest.at(there), &guess, 1e-9, uv), 1e-9);
+    EXPECT_NEAR(uv.u, there.u, 1e-5);
+    EXPECT_NEAR(uv.v, there.v, 1e-5);
+  }
+}
+
+// The sheet moved along its normals, bent sharper by that.
+TEST(Inversion, FindsTheNearestPlaceOfAnOffset) {
+  for (const double offset : {0.001, -0.001}) {
+    XtModel model;
+    const Bodies bodies = bodiesOf(model, model.offset(waves(model), offset));
+    Nearest nearest(bodies);
+    for (int i = 0; i <= 30; ++i) {
+      for (int k = 0; k <= 30; ++k) {
+        const Vec2 there{i / 30.0, -2 + 9 * k / 30.0};
+        const Vec2 far{1 - there.u, 5 - there.v};
+        for (const Vec2* guess : {static_cast<const Vec2*>(nullptr), &far}) {
+          Vec2 uv;
+          EXPECT_LE(nearest.geometry().invert(nearest.surface(), nearest.at(there), guess, 1e-9, uv), 1e-8)
+              << there.u << " " << there.v;
+        }
+      }
+    }
+  }
+}
+
+// On the axis any angle is right: the one of the guess is kept, so that a loop through a pole does not jump.
+TEST(Inversion, KeepsTheAngleOfTheGuessOnTheAxis) {
+  XtModel model;
+  const auto profile = model.splineCurve(2, 3, false, {0, 0, 0, 0.01, 0, 0.01, 0, 0, 0.03}, {0, 1}, {3, 3});
+  const Bodies bodies = bodiesOf(model, model.spun(profile, {}, kZ));
+  Nearest nearest(bodies);
+  for (int i = 0; i < 12; ++i) {
+    const Vec2 guess{0.9, 0.5 * i};
+    Vec2 uv;
+    EXPECT_LE(nearest.geometry().invert(nearest.surface(), {0, 0, 0.03}, &guess, 1e-9, uv), 1e-9);
+    EXPECT_NEAR(uv.u, 1, 1e-6);
+    EXPECT_NEAR(uv.v, guess.v, 1e-12);
+  }
+}
+
+// A half angle beyond 90 degrees has a cosine below zero: the same cone, its slope the other way.
+TEST(Inversion, OfConesWhoseCosineIsBelowZero) {
+  for (const double angle : {0.4, -0.4, kPi - 0.4, 0.4 - kPi}) {
+    SCOPED_TRACE(angle);
+    XtModel model;
+    const Bodies bodies = bodiesOf(model, model.cone({0.1, 0.2, 0.3}, kZ, kX, 0.02, angle));
+    Nearest nearest(bodies);
+    for (int i = 0; i < 12; ++i) {
+      for (const double v : {-0.01, 0.0, 0.015}) {
+        const Vec2 there{0.5 * i, v};
+        const double r = 0.02 + v * std::tan(angle);
+        const Vec3 out{std::cos(there.u), std::sin(there.u), 0};
+        const Vec3 p = Vec3{0.1, 0.2, 0.3} + out * r + kZ * v;
+        const Vec3 normal = normalized(out - kZ * std::tan(angle));
+        for (const double off : {0.0, 0.001, -0.001}) {
+          Vec2 uv;
+          EXPECT_NEAR(nearest.geometry().invert(nearest.surface(), p + normal * off, nullptr, 0, uv),
+                      std::abs(off), 1e-12);
+          EXPECT_NEAR(wrapNear(uv.u, there.u, 2 * kPi), there.u, 1e-9);
+          EXPECT_NEAR(uv.v, there.v, 1e-9);
+        }
+      }
+    }
+  }
+}
+
+// A spine that comes near itself: the point on the tube belongs to the arm that is one radius away, not to
+// the one where a guess leads.
+TEST(Inversion, OfABlendIsOnTheTubeAroundTheNearestArmOfItsSpine) {
+  XtModel model;
+  constexpr double kTube = 0.001;
+  const auto spine =
+      model.splineCurve(3, 3, false, {0, 0, 0, 0.06, 0, 0, 0.06, 0.02, 0, 0, 0.02, 0}, {0, 1}, {4, 4});
+  const Bodies bodies = bodiesOf(model, model.blend(spine, 0, 0, kTube));
+  Nearest nearest(bodies);
+  const Curve& curve = bodies.curves[static_cast<std::size_t>(nearest.surface().curve)];
+  for (int i = 1; i < 20; ++i) {
+    const double t = i / 20.0;
+    const Vec3 center = nearest.geometry().at(curve, t).p;
+    for (int k = 0; k < 8; ++k) {
+      const Vec3 p = nearest.at({t, kPi / 4 * k});
+      EXPECT_NEAR(distance(p, center), kTube, 1e-12);
+      for (const double guess_u : {1 - t, t, 0.0, 1.0}) {
+        const Vec2 guess{guess_u, 0};
+        Vec2 uv;
+        EXPECT_LE(nearest.geometry().invert(nearest.surface(), p, &guess, 1e-9, uv), 1e-8) << t << " " << k;
+        EXPECT_NEAR(uv.u, t, 1e-6) << guess_u;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace jttk::brep

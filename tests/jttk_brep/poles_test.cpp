@@ -1,0 +1,245 @@
+// Faces that meet a pole of their surface: pieces of solids of revolution between two planes through the
+// axis, whose loops pass the pole, and whole ones round it.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <numbers>
+
+#include "tests/jttk_brep/solid_checks.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+constexpr Vec3 kX{1, 0, 0};
+constexpr Vec3 kZ{0, 0, 1};
+constexpr double kRadius = 0.01;
+constexpr double kHeight = 0.02;
+
+Vec3 outAt(double angle) { return {std::cos(angle), std::sin(angle), 0}; }
+
+// A cone's piece over the angles from `from` to `from` + `width`; its side is this surface, which points
+// inward where `inward`.
+struct Side {
+  XtWriter::Id surface = 0;
+  bool inward = false;
+};
+
+void addConePiece(XtModel& model, const Side& side, double from, double width) {
+  const Vec3 a = outAt(from);
+  const Vec3 b = outAt(from + width);
+  const int middle = model.vertex({});
+  const int apex = model.vertex({0, 0, kHeight});
+  const int first = model.vertex(a * kRadius);
+  const int last = model.vertex(b * kRadius);
+  const int rim = model.edge(model.circle({}, kZ, kX, kRadius), first, last);
+  const int axis = model.straight(middle, apex);
+  const int to_first = model.straight(middle, first);
+  const int to_last = model.straight(middle, last);
+  const int first_up = model.straight(first, apex);
+  const int last_up = model.straight(last, apex);
+  model.face(side.surface, side.inward, {{{rim, true}, {last_up, true}, {first_up, false}}});
+  model.face(model.plane({}, -kZ, kX), false, {{{to_last, true}, {rim, false}, {to_first, false}}});
+  model.face(model.plane({}, cross(a, kZ), a), false, {{{to_first, true}, {first_up, true}, {axis, false}}});
+  model.face(model.plane({}, cross(kZ, b), b), false, {{{axis, true}, {last_up, false}, {to_last, false}}});
+}
+
+void expectConePiece(XtModel model, double width) {
+  for (const double percent : {1.0, 0.08}) {
+    SCOPED_TRACE(testing::Message() << width << " rad, " << percent << " %");
+    TessellationOptions options;
+    options.chord_tolerance_percent = percent;
+    XtModel copy = model;
+    const Outcome o = run(std::move(copy), options);
+    EXPECT_GT(o.measures.triangles, 0U);
+    EXPECT_EQ(o.measures.open_edges, 0U);
+    EXPECT_EQ(o.measures.bad_normals, 0U);
+    const double share = width / (2 * kPi);
+    const double chord = o.made.chord_tolerance;
+    EXPECT_NEAR(o.measures.volume, share * kPi * 2000 / 3, o.measures.area * chord);
+    const double slope = std::hypot(10, 20);
+    const double area = share * kPi * (100 + 10 * slope) + 200;
+    EXPECT_NEAR(o.measures.area, area, 0.02 * area);
+  }
+}
+
+TEST(Pole, OfAConeIsPassedByALoop) {
+  for (const double from : {0.0, 2.0, 6.0}) {
+    for (const double width : {0.6, kPi / 2, 2.9, 4.5}) {
+      SCOPED_TRACE(from);
+      XtModel model;
+      addConePiece(model, {model.cone({}, kZ, kX, kRadius, -std::atan(kRadius / kHeight)), false}, from,
+                   width);
+      expectConePiece(std::move(model), width);
+    }
+  }
+}
+
+TEST(Pole, OfASpunLineIsPassedByALoop) {
+  for (const double from : {0.0, 2.0, 6.0}) {
+    for (const double width : {0.6, kPi / 2, 2.9, 4.5}) {
+      SCOPED_TRACE(from);
+      XtModel model;
+      const auto side = model.spun(model.line({kRadius, 0, 0}, {-kRadius, 0, kHeight}), {}, kZ);
+      model.nodes().vector(side, "end", {0, 0, kHeight});
+      model.nodes().number(side, "end_param", std::hypot(kRadius, kHeight));
+      // u runs up, v round: the natural normal points to the axis.
+      addConePiece(model, {side, true}, from, width);
+      expectConePiece(std::move(model), width);
+    }
+  }
+}
+
+// At the apex every triangle has the normal of its own direction: across it, as far as it reaches round.
+TEST(Pole, OfAWholeConeHasANormalForEveryDirection) {
+  const Outcome o = run(models::cone(kRadius, kHeight));
+  expectClosed(o, kPi * 2000 / 3, kPi * (100 + 10 * std::hypot(10, 20)));
+  const ShapeGeometry& shape = o.made.bodies.at(0).shape;
+  const Vec3 slope = normalized({kHeight, 0, kRadius});
+  std::size_t apexes = 0;
+  for (std::size_t i = 0; i < shape.corner_positions.size(); ++i) {
+    const auto at = [&](std::size_t corner) {
+      const std::size_t q = 3 * std::size_t{shape.corner_positions[corner]};
+      return Vec3{double{shape.positions[q]}, double{shape.positions[q + 1]}, double{shape.positions[q + 2]}};
+    };
+    if (at(i).z < 1000 * kHeight - 1e-4) continue;
+    ++apexes;
+    const std::size_t first = i / 3 * 3;
+    const Vec3 a = at(i == first ? first + 1 : first);
+    const Vec3 b = at(i == first + 2 ? first + 1 : first + 2);
+    const Vec3 middle = normalized(Vec3{a.x + b.x, a.y + b.y, 0});
+    const double half = angleBetween({a.x, a.y, 0}, middle);
+    const std::size_t r = 3 * std::size_t{shape.corner_records[i]};
+    const Vec3 normal{double{shape.normals[r]}, double{shape.normals[r + 1]}, double{shape.normals[r + 2]}};
+    EXPECT_LE(angleBetween(normal, middle * slope.x + kZ * slope.z), 1.1 * half + 0.01) << i;
+  }
+  EXPECT_GE(apexes, 12U);
+}
+
+// A piece of a ball or of a lemon, from pole to pole: two meridians and the planes between them and the axis.
+struct Spindle {
+  XtWriter::Id surface = 0;
+  bool inward = false;
+  double major = 0;  // of the tube that the meridians belong to, in metres
+  double minor = 0;
+};
+
+void expectSpindlePiece(const std::function<Spindle(XtModel&)>& make, double from, double width) {
+  XtModel model;
+  const Spindle spindle = make(model);
+  const double high = std::sqrt(spindle.minor * spindle.minor - spindle.major * spindle.major);
+  const Vec3 a = outAt(from);
+  const Vec3 b = outAt(from + width);
+  const int south = model.vertex({0, 0, -high});
+  const int north = model.vertex({0, 0, high});
+  const auto meridian = [&](const Vec3& out) {
+    return model.edge(model.circle(out * spindle.major, cross(out, kZ), out, spindle.minor), south, north);
+  };
+  const int first = meridian(a);
+  const int last = meridian(b);
+  const int axis = model.straight(south, north);
+  model.face(spindle.surface, spindle.inward, {{{last, true}, {first, false}}});
+  model.face(model.plane({}, cross(a, kZ), a), false, {{{first, true}, {axis, false}}});
+  model.face(model.plane({}, cross(kZ, b), b), false, {{{axis, true}, {last, false}}});
+  // By fine sums over the height, in mm.
+  const double major = spindle.major * 1000;
+  const double minor = spindle.minor * 1000;
+  double volume = 0;
+  double area = 0;
+  const double end = std::acos(-major / minor);
+  constexpr int kSteps = 20000;
+  for (int i = 0; i < kSteps; ++i) {
+    const double v = end * (2 * (i + 0.5) / kSteps - 1);
+    const double r = major + minor * std::cos(v);
+    const double step = 2 * end / kSteps;
+    volume += width / 2 * r * r * minor * std::cos(v) * step;
+    area += width * r * minor * step + 2 * r * minor * std::cos(v) * step;
+  }
+  for (const double percent : {1.0, 0.08}) {
+    SCOPED_TRACE(testing::Message() << from << " + " << width << " rad, " << percent << " %");
+    TessellationOptions options;
+    options.chord_tolerance_percent = percent;
+    XtModel copy = model;
+    const Outcome o = run(std::move(copy), options);
+    EXPECT_GT(o.measures.triangles, 0U);
+    EXPECT_EQ(o.measures.open_edges, 0U);
+    EXPECT_EQ(o.measures.bad_normals, 0U);
+    EXPECT_NEAR(o.measures.volume, volume, o.measures.area * o.made.chord_tolerance);
+    EXPECT_NEAR(o.measures.area, area, 0.02 * area);
+    EXPECT_LE(farthest(o.made.bodies.at(0).shape,
+                       [&](const Vec3& p) {
+                         const double tube = std::hypot(std::hypot(p.x, p.y) - major, p.z) - minor;
+                         return std::min({std::abs(tube), std::abs(dot(p, cross(a, kZ))),
+                                          std::abs(dot(p, cross(kZ, b)))});
+                       }),
+              o.made.chord_tolerance);
+  }
+}
+
+class PoleToPole : public testing::TestWithParam<double> {};
+
+TEST_P(PoleToPole, OnABall) {
+  expectSpindlePiece(
+      [](XtModel& m) {
+        return Spindle{m.sphere({}, kZ, kX, 0.01), false, 0, 0.01};
+      },
+      1, GetParam());
+}
+
+TEST_P(PoleToPole, OnALemon) {
+  expectSpindlePiece(
+      [](XtModel& m) {
+        return Spindle{m.torus({}, kZ, kX, -0.004, 0.01), false, -0.004, 0.01};
+      },
+      1, GetParam());
+}
+
+TEST_P(PoleToPole, OnASpunCircle) {
+  expectSpindlePiece(
+      [](XtModel& m) {
+        const auto ball = m.spun(m.circle({}, {0, -1, 0}, kX, 0.01), {}, kZ);
+        m.nodes().vector(ball, "start", {0, 0, -0.01});
+        m.nodes().number(ball, "start_param", -kPi / 2);
+        m.nodes().vector(ball, "end", {0, 0, 0.01});
+        m.nodes().number(ball, "end_param", kPi / 2);
+        return Spindle{ball, true, 0, 0.01};
+      },
+      1, GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Brep, PoleToPole, testing::Values(0.4, kPi / 2, 2.5));
+
+// Bands and caps are told apart by the side on which the pole is: a cone's side below its apex, or beyond.
+TEST(Pole, LiesOnTheSideOfTheLoopThatTheFaceIsOn) {
+  for (const bool pointed_up : {true, false}) {
+    SCOPED_TRACE(pointed_up);
+    XtModel model;
+    const double z = pointed_up ? kHeight : -kHeight;
+    const auto side = model.cone({}, kZ, kX, kRadius, (pointed_up ? -1 : 1) * std::atan(kRadius / kHeight));
+    const int rim = model.edge(model.circle({}, kZ, kX, kRadius), -1, -1);
+    model.face(side, false, {{{rim, pointed_up}}});
+    model.face(model.plane({}, pointed_up ? -kZ : kZ, kX), false, {{{rim, !pointed_up}}});
+    const Outcome o = run(std::move(model));
+    expectClosed(o, kPi * 2000 / 3, kPi * (100 + 10 * std::hypot(10, 20)));
+    for (std::size_t i = 2; i < o.made.bodies.at(0).shape.positions.size(); i += 3) {
+      EXPECT_GE(double{o.made.bodies[0].shape.positions[i]} * z, -1e-9);
+    }
+  }
+}
+
+// The side of a truncated cone has no pole in it: one rim alone is damage where the face looks away from it.
+TEST(Pole, IsNoneWhereTheSurfaceEndsInACircle) {
+  XtModel model;
+  model.asSheet();
+  const auto profile = model.splineCurve(1, 3, false, {0.01, 0, 0, 0.004, 0, 0.02}, {0, 1}, {2, 2});
+  const int rim = model.edge(model.circle({}, kZ, kX, kRadius), -1, -1);
+  model.face(model.spun(profile, {}, kZ), true, {{{rim, true}}});
+  model.finish();
+  const Outcome o = tessellated(model);
+  ASSERT_EQ(o.made.losses.size(), 1U);
+  EXPECT_EQ(o.made.losses[0].reason, "a loop round a surface without a pole");
+  EXPECT_EQ(o.measures.triangles, 0U);
+}
+
+}  // namespace
+}  // namespace jttk::brep
