@@ -166,8 +166,8 @@ struct SceneGraph {
   std::vector<std::uint32_t> ignored;  // nodes that were left out because of their flag
   // Of every node the nearest named node at or above it on the first way that leads to it, depth first.
   std::vector<std::uint32_t> nearest_named;
-  std::size_t lights = 0;    // attribute elements that are lights
-  std::size_t textures = 0;  // attribute elements that are texture images
+  std::size_t lights = 0;      // attribute elements that are lights
+  std::size_t textures = 0;    // attribute elements that are texture images
   bool has_materials = false;  // a node that can be reached has a material
 
   static constexpr std::size_t kMaxDamage = 100;
