@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <exception>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -11,6 +12,9 @@
 
 #include <cerrno>
 #endif
+
+#include "host/long_path.h"
+#include "host/path.h"
 
 namespace Orb::Zix {
 
@@ -55,15 +59,24 @@ void removeInterruptedWrites() noexcept {
 #endif
 }
 
-int rememberTemporary(const system::NativePath& path) noexcept {
-  if (path.size() >= kLongestPath) return -1;
-  for (std::size_t i = 0; i < slots.size(); ++i) {
-    int expected = kFree;
-    if (!slots[i].state.compare_exchange_strong(expected, kBeingFilled)) continue;
-    path.copy(slots[i].path.data(), path.size());
-    slots[i].path[path.size()] = PathUnit{};
-    slots[i].state.store(kFilled, std::memory_order_release);
-    return static_cast<int>(i);
+int rememberTemporary(std::string_view program_path) noexcept {
+  try {
+#ifdef _WIN32
+    const std::wstring path = loftbay::host::toSystemPath(program_path);
+#else
+    const std::string path = loftbay::host::toFileSystemPath(program_path).native();
+#endif
+    if (path.size() >= kLongestPath) return -1;
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+      int expected = kFree;
+      if (!slots[i].state.compare_exchange_strong(expected, kBeingFilled)) continue;
+      path.copy(slots[i].path.data(), path.size());
+      slots[i].path[path.size()] = PathUnit{};
+      slots[i].state.store(kFilled, std::memory_order_release);
+      return static_cast<int>(i);
+    }
+  } catch (const std::exception&) {
+    return -1;
   }
   return -1;
 }

@@ -3,7 +3,7 @@
 // remove it without allocating or locking.
 #pragma once
 
-#include "zix/output_file_system.h"
+#include <string_view>
 
 namespace Orb::Zix {
 
@@ -13,7 +13,7 @@ void removeInterruptedWrites() noexcept;
 
 // For OutputFile: remembers a temporary until it is forgotten. Returns its slot, or -1 when all slots are
 // taken or the path is longer than the system takes; such a file is simply not known to the handler.
-int rememberTemporary(const system::NativePath& path) noexcept;
+int rememberTemporary(std::string_view program_path) noexcept;
 void forgetTemporary(int slot) noexcept;
 
 }  // namespace Orb::Zix
