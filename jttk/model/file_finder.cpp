@@ -163,7 +163,8 @@ std::string FileFinder::resolve(std::string folder, const std::vector<std::strin
   for (const std::string& name : names) {
     std::string exact = folder;
     exact.append(1, kSeparator).append(name);
-    if (name == ".." || host::pathExists(exact)) {
+    // Windows finds a folder by a name with blanks behind it, but nothing in it.
+    if (name == ".." || (!name.ends_with(' ') && host::pathExists(exact))) {
       folder = std::move(exact);
       continue;
     }

@@ -35,7 +35,8 @@ class ManyFiles : public ::testing::Test {
   }
 
   void write(const std::string& name, const GraphBuilder& graph) const {
-    jttk::testing::writeFile(folder_ / "model" / name, graph.file());
+    const fs::path relative(std::u8string(name.begin(), name.end()));
+    jttk::testing::writeFile(folder_ / "model" / relative, graph.file());
   }
   // A file with one part of that name.
   void writePart(const std::string& name, const std::string& part) const {
