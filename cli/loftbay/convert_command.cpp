@@ -155,11 +155,11 @@ void printResult(const Parsed& parsed, const SingleConversion& conversion, const
 int runSingle(const Parsed& parsed) {
   const ConvertOptions& options = parsed.options;
   // Never destroyed: an interrupt tells of them on a thread of its own, also while the program ends.
-  auto& report = *new ConversionReport;
-  auto& conversion = *new SingleConversion(parsed.files[0], parsed.files[1], options, report);
+  static auto& report = *new ConversionReport;
+  static auto& conversion = *new SingleConversion(parsed.files[0], parsed.files[1], options, report);
   std::function<void()> last_words;
   if (options.json) {
-    last_words = [&conversion] {
+    last_words = [] {
       printJson(toJson(conversion.interrupt()));
       finishOutput("loftbay");
     };
