@@ -8,6 +8,7 @@
 #include "host/path.h"
 #include "jttk/model/hierarchy.h"
 #include "jttk/model/model.h"
+#include "jttk/model/name_key.h"
 #include "jttk/model/part.h"
 
 namespace jttk {

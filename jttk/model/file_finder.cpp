@@ -17,27 +17,6 @@ namespace {
 constexpr char kSeparator = '\\';
 constexpr std::string_view kEnding = ".jt";
 
-bool isSeparator(char c) { return c == '/' || c == kSeparator; }
-
-// Folder and file names of a reference; `/` separates like `\`.
-std::vector<std::string> components(std::string_view reference) {
-  std::vector<std::string> names;
-  std::string name;
-  const auto finish = [&] {
-    if (!name.empty() && name != ".") names.push_back(name);
-    name.clear();
-  };
-  for (const char c : reference) {
-    if (isSeparator(c)) {
-      finish();
-    } else {
-      name += c;
-    }
-  }
-  finish();
-  return names;
-}
-
 bool isDirectory(const std::string& program_path) {
   std::error_code error;
   return std::filesystem::is_directory(host::toFileSystemPath(program_path), error);
@@ -55,16 +34,6 @@ std::string withSeparator(std::string folder) {
 
 }  // namespace
 
-StatedName statedName(std::string_view reference) {
-  const bool drive = reference.size() > 1 && reference[1] == ':';
-  StatedName stated;
-  if (drive || (!reference.empty() && isSeparator(reference.front()))) {
-    stated.kind = StatedName::Kind::Absolute;
-  }
-  stated.names = components(drive ? reference.substr(2) : reference);
-  return stated;
-}
-
 std::string folderOf(std::string_view program_path) {
   const auto last = program_path.rfind(kSeparator);
   if (last == std::string_view::npos) return ".";
@@ -76,11 +45,12 @@ std::string_view baseName(std::string_view program_path) {
 }
 
 FileFinder::FileFinder(std::string_view model_path, bool allow_outside,
-                       std::vector<std::string> search_folders)
-    : search_folders_(std::move(search_folders)), allow_outside_(allow_outside) {
+                       std::vector<std::string> search_folders, NameRules rules)
+    : search_folders_(std::move(search_folders)), allow_outside_(allow_outside), rules_(rules) {
   top_folders_ = foldersOf(model_path);
   for (const auto& folders : {top_folders_, search_folders_}) {
     for (const std::string& folder : folders) {
+      if (std::string share = shareOf(folder); !share.empty()) inside_shares_.push_back(std::move(share));
       if (const auto canonical = host::canonicalPath(folder)) inside_.push_back(withSeparator(*canonical));
     }
   }
@@ -130,19 +100,36 @@ std::vector<FileFinder::Attempt> FileFinder::attempts(std::string_view referring
   return attempts;
 }
 
+FileFinder::Refusal FileFinder::refusalByText(std::string_view reference, const StatedName& stated) const {
+  using Kind = StatedName::Kind;
+  const auto isName = [&](const std::string& name) { return isFileName(name, rules_); };
+  if (stated.kind == Kind::Device || !std::all_of(stated.names.begin(), stated.names.end(), isName)) {
+    return Refusal::NoFile;
+  }
+  if (stated.kind == Kind::DriveRelative) return Refusal::DriveRelative;
+  if (stated.kind != Kind::Network || allow_outside_) return Refusal::None;
+  const auto& shares = inside_shares_;
+  return std::find(shares.begin(), shares.end(), shareOf(reference)) == shares.end() ? Refusal::OtherHost
+                                                                                     : Refusal::None;
+}
+
 FileFinder::Found FileFinder::find(std::string_view referring_path, std::string_view reference) {
+  using Kind = StatedName::Kind;
   const StatedName stated = statedName(reference);
   if (stated.names.empty() || stated.names.back() == "..") return {};
   const bool has_ending = nameKey(stated.names.back()).ends_with(kEnding);
-  bool refused = false;
+  const Refusal by_text = refusalByText(reference, stated);
+  Refusal refusal = by_text;
   const auto isFound = [&](const Found& found) {
-    refused = refused || found.refused;
+    if (refusal == Refusal::None) refusal = found.refusal;
     return !found.path.empty();
   };
-  if (stated.kind == StatedName::Kind::Absolute) {
+  const bool has_drive = stated.kind == Kind::Drive || stated.kind == Kind::DriveRelative;
+  const bool is_of_this_host = !has_drive || rules_ == NameRules::Windows;
+  if (stated.kind != Kind::Relative && by_text == Refusal::None && is_of_this_host) {
     if (const Found found = check(std::string(reference)); isFound(found)) return found;
-    if (const Found found = check(withEnding(std::string(reference))); !has_ending && isFound(found)) {
-      return found;
+    if (!has_ending) {
+      if (const Found found = check(withEnding(std::string(reference))); isFound(found)) return found;
     }
   }
   for (Attempt& attempt : attempts(referring_path, stated)) {
@@ -156,11 +143,12 @@ FileFinder::Found FileFinder::find(std::string_view referring_path, std::string_
     found.by_tail = attempt.by_tail;
     return found;
   }
-  return {{}, {}, refused, false};
+  return {{}, {}, refusal, false};
 }
 
 std::string FileFinder::resolve(std::string folder, const std::vector<std::string>& names) {
   for (const std::string& name : names) {
+    if (!isFileName(name, rules_)) return {};
     std::string exact = folder;
     exact.append(1, kSeparator).append(name);
     // Windows finds a folder by a name with blanks behind it, but nothing in it.
@@ -196,8 +184,8 @@ FileFinder::Found FileFinder::check(const std::string& path) const {
   if (path.empty()) return {};
   const auto canonical = host::canonicalPath(path);
   if (!canonical || isDirectory(path)) return {};
-  if (!allow_outside_ && !isInside(*canonical)) return {{}, {}, true, false};
-  return {path, *canonical, false, false};
+  if (!allow_outside_ && !isInside(*canonical)) return {{}, {}, Refusal::Outside, false};
+  return {path, *canonical, Refusal::None, false};
 }
 
 }  // namespace jttk

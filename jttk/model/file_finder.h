@@ -8,28 +8,29 @@
 #include <string_view>
 #include <vector>
 
-#include "jttk/model/name_key.h"
+#include "jttk/model/stated_name.h"
 
 namespace jttk {
-
-// A reference as its text alone tells it, before any system call.
-struct StatedName {
-  enum class Kind : std::uint8_t { Relative, Absolute };
-  Kind kind = Kind::Relative;
-  std::vector<std::string> names;  // folders and the file; no drive, no `.`
-};
-[[nodiscard]] StatedName statedName(std::string_view reference);
 
 class FileFinder {
  public:
   // `model_path`: the file that the user named. Paths in program form. Search folders count as inside.
-  FileFinder(std::string_view model_path, bool allow_outside, std::vector<std::string> search_folders = {});
+  FileFinder(std::string_view model_path, bool allow_outside, std::vector<std::string> search_folders = {},
+             NameRules rules = hostNameRules());
+
+  enum class Refusal : std::uint8_t {
+    None,
+    Outside,        // a file was found, but it lies outside
+    OtherHost,      // a network name; the system was not asked
+    DriveRelative,  // depends on the current folder; the system was not asked
+    NoFile          // a device, a stream, or a name that no file can have; the system was not asked
+  };
 
   struct Found {
-    std::string path;       // as it is opened; empty when nothing was found
-    std::string canonical;  // the same file always has the same
-    bool refused = false;   // a file was found, but it lies outside
-    bool by_tail = false;   // the first names of the reference were left out to find it
+    std::string path;                 // as it is opened; empty when nothing was found
+    std::string canonical;            // the same file always has the same
+    Refusal refusal = Refusal::None;  // why nothing was taken
+    bool by_tail = false;             // the first names of the reference were left out to find it
   };
   // `reference`: the text in the file. Tried in this order, each exactly and then by nameKey, and with ".jt"
   // behind a reference that does not end so:
@@ -38,7 +39,8 @@ class FileFinder {
   //   its bare name beside the referring file, and there in the folder that is named like that file;
   //   each search folder: the reference as stated, then its tails.
   // Where a file was named through a link, where it really lies counts after where it was named. What is
-  // refused as stated may still be found by a tail.
+  // refused as stated may still be found by a tail. A network name is tried as stated where that is allowed
+  // or model or search folder lie on the same share.
   Found find(std::string_view referring_path, std::string_view reference);
 
  private:
@@ -50,6 +52,8 @@ class FileFinder {
   static std::vector<std::string> foldersOf(std::string_view path);
   [[nodiscard]] std::vector<Attempt> attempts(std::string_view referring_path,
                                               const StatedName& stated) const;
+  // What forbids asking the system for the name as stated.
+  [[nodiscard]] Refusal refusalByText(std::string_view reference, const StatedName& stated) const;
   // `names` seen from `folder`; empty when there is nothing.
   std::string resolve(std::string folder, const std::vector<std::string>& names);
   // Names in a folder by their keys.
@@ -60,7 +64,9 @@ class FileFinder {
   std::vector<std::string> top_folders_;  // of the model
   std::vector<std::string> search_folders_;
   std::vector<std::string> inside_;  // canonical, with the separator at the end
+  std::vector<std::string> inside_shares_;
   bool allow_outside_;
+  NameRules rules_;
   std::map<std::string, std::map<std::string, std::string>> listings_;
 };
 

@@ -46,6 +46,27 @@ const FileWay* Library::follow(NodeRef partition) {
   return way->second;
 }
 
+namespace {
+
+std::string whyNotRead(FileFinder::Refusal refusal) {
+  using Refusal = FileFinder::Refusal;
+  switch (refusal) {
+    case Refusal::Outside:
+      return "lies outside the folder of the model and is not read";
+    case Refusal::OtherHost:
+      return "lies on another machine and is not read";
+    case Refusal::DriveRelative:
+      return "depends on the current folder of a drive and is not read";
+    case Refusal::NoFile:
+      return "names no file and is not read";
+    case Refusal::None:
+      break;
+  }
+  return "was not found";
+}
+
+}  // namespace
+
 Document* Library::open(const Reference& reference) {
   const Document& from = *reference.document;
   const std::string& text = from.graph.text(from.graph.nodes[reference.node].file_name);
@@ -54,10 +75,8 @@ Document* Library::open(const Reference& reference) {
   if (!found.path.empty()) {
     if (found.by_tail) noteTail(from, text, found.path);
     if (Document* document = load(found.path, found.canonical, reason)) return document;
-  } else if (found.refused) {
-    reason = "\"" + text + "\" lies outside the folder of the model and is not read";
   } else {
-    reason = "\"" + text + "\" was not found";
+    reason = "\"" + text + "\" " + whyNotRead(found.refusal);
   }
   lost(from.nearestLabel(reference.node), host::toHostPath(from.path) + ": " + reason);
   return nullptr;

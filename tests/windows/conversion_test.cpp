@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cwchar>
 
+#include "samples/maker/bench_models.h"
 #include "samples/maker/write_jt.h"
 #include "tests/support/figures_model.h"
 #include "tests/windows/desk.h"
@@ -60,6 +61,18 @@ class Conversion : public Desk {
     waitFor("the name box", [&] { return nameBox(dialog) != nullptr; });
     EXPECT_EQ(IsWindowEnabled(program.mainWindow()), 0) << "the file dialog is modal";
     return dialog;
+  }
+
+  // The box that a file dialog shows above itself.
+  static HWND boxAbove(Program& program, HWND dialog) {
+    HWND box = nullptr;
+    waitFor("a box above the file dialog", [&] {
+      for (const HWND window : program.windows()) {
+        if (window != dialog && IsWindowEnabled(window) != 0) box = window;
+      }
+      return box != nullptr && IsWindowEnabled(dialog) == 0;
+    });
+    return box;
   }
 
   static void choose(Program& program, HWND dialog, const Path& path) {
@@ -238,6 +251,87 @@ TEST_F(Conversion, BrowsingForTheOutputAddsTheExtension) {
   choose(program, dialog, folder_ / L"named");
   EXPECT_EQ(text(item(window, kOutput)), (folder_ / L"named.zix").wstring());
   EXPECT_EQ(text(item(window, kInput)), L"typed.jt");
+}
+
+// What the boxes of a file dialog offer, a line each.
+std::wstring offers(HWND dialog) {
+  std::wstring lines;
+  EnumChildWindows(
+      dialog,
+      [](HWND child, LPARAM data) {
+        if (className(child) == L"ComboBox" && IsWindowVisible(child) != 0) {
+          *reinterpret_cast<std::wstring*>(data) += text(child) + L"\n";
+        }
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&lines));
+  return lines;
+}
+
+TEST_F(Conversion, BrowsingShowsTheFilesOfItsKind) {
+  Program program(options());
+  HWND dialog = fileDialog(program, kBrowseInput);
+  EXPECT_THAT(offers(dialog), testing::HasSubstr(L"JT Files (*.jt)\n"));
+  click(item(dialog, IDCANCEL));
+  program.waitForMainWindowOnly();
+  dialog = fileDialog(program, kBrowseOutput);
+  EXPECT_THAT(offers(dialog), testing::HasSubstr(L"ZIX files(*.zix)\n"));
+}
+
+TEST_F(Conversion, BrowsingAsksBeforeAnExistingSceneIsChosen) {
+  write(scene_, "old scene");
+  Program program(options());
+  const HWND output = item(program.mainWindow(), kOutput);
+  const HWND dialog = fileDialog(program, kBrowseOutput);
+  const auto prompt = [&] {
+    type(nameBox(dialog), scene_.wstring());
+    click(item(dialog, IDOK));
+    return boxAbove(program, dialog);
+  };
+  HWND question = prompt();
+  keepPicture(question, "overwrite");
+  click(item(question, IDNO));
+  waitFor("the dialog to go on", [&] { return IsWindowEnabled(dialog) != 0; });
+  EXPECT_EQ(text(output), L"");
+  question = prompt();
+  click(item(question, IDYES));
+  program.waitForMainWindowOnly();
+  EXPECT_EQ(text(output), scene_.wstring());
+  EXPECT_EQ(contents(scene_), "old scene") << "browsing only chooses";
+}
+
+TEST_F(Conversion, BrowsingRefusesAFolderThatDoesNotExist) {
+  Program program(options());
+  const HWND dialog = fileDialog(program, kBrowseInput);
+  type(nameBox(dialog), (folder_ / L"missing" / L"model.jt").wstring());
+  click(item(dialog, IDOK));
+  keepPicture(boxAbove(program, dialog), "missing-folder");
+  EXPECT_EQ(text(item(program.mainWindow(), kInput)), L"");
+}
+
+// The model is large enough for the job to be looked at.
+TEST_F(Conversion, TheCursorWaitsWhileTheJobRuns) {
+  const auto cursor = [] {
+    CURSORINFO information{};
+    information.cbSize = sizeof(information);
+    GetCursorInfo(&information);
+    return information.hCursor;
+  };
+  const auto bytes = maker::writeJtBytes(maker::singlePart(300'000), {});
+  write(model_, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  Program program(options());
+  const HWND window = program.mainWindow();
+  activate(window);
+  const HCURSOR wait = LoadCursorW(nullptr, IDC_WAIT);
+  EXPECT_NE(cursor(), wait);
+  type(item(window, kInput), model_.wstring());
+  type(item(window, kOutput), scene_.wstring());
+  click(item(window, kTranslate));
+  waitFor("the wait cursor", [&] { return cursor() == wait; });
+  EXPECT_EQ(program.windows().size(), 1U) << "the job is still running";
+  program.waitForSecondWindow("the result");
+  EXPECT_NE(cursor(), wait);
+  expectSuccess(program);
 }
 
 TEST_F(Conversion, CancelledBrowsingChangesNothing) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "tests/windows/desk.h"
+#include "tests/windows/pictures.h"
 
 namespace loftbay::gui {
 namespace {
@@ -71,6 +72,30 @@ TEST_F(MainWindow, HasTheStatedFrame) {
   EXPECT_NE(GetWindowLongPtrW(window_, GWL_EXSTYLE) & WS_EX_APPWINDOW, 0);
   activate(window_);
   keepPicture(window_, "main-window");
+}
+
+// The icon is blue, green and orange; captions are not orange.
+TEST_F(MainWindow, ShowsTheApplicationsIconInItsCaption) {
+  activate(window_);
+  const auto orangePixels = [&] {
+    const Picture picture = pictureOf(window_);
+    constexpr int kCaptionCorner = 24;
+    int count = 0;
+    for (int y = 0; y < std::min(kCaptionCorner, picture.height); ++y) {
+      for (int x = 0; x < std::min(kCaptionCorner, picture.width); ++x) {
+        const auto pixel =
+            picture.pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) +
+                           static_cast<std::size_t>(x)];
+        const auto red = (pixel >> 16U) & 0xFFU;
+        const auto blue = pixel & 0xFFU;
+        count += red > blue + 60 ? 1 : 0;
+      }
+    }
+    return count;
+  };
+  waitFor("the icon in the caption", [&] { return orangePixels() > 10; });
+  // What the system shows while a minimised window is dragged.
+  EXPECT_NE(SendMessageW(window_, WM_QUERYDRAGICON, 0, 0), 0);
 }
 
 TEST_F(MainWindow, HasTheStatedControlsInTheirPlaces) {

@@ -6,6 +6,8 @@
 
 #include "host/path.h"
 #include "jttk/model/file_finder.h"
+#include "jttk/model/name_key.h"
+#include "jttk/model/stated_name.h"
 #include "jttk/settings.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/write_file.h"
@@ -369,10 +371,126 @@ TEST(StatedName, IsToldByItsTextAlone) {
   using Kind = jttk::StatedName::Kind;
   EXPECT_EQ(jttk::statedName("a/b.jt").kind, Kind::Relative);
   EXPECT_THAT(jttk::statedName("./a\\\\b.jt").names, ElementsAre("a", "b.jt"));
-  for (const char* absolute : {"C:\\a\\b.jt", "/a/b.jt", "\\a\\b.jt", "c:/a/b.jt"}) {
-    EXPECT_EQ(jttk::statedName(absolute).kind, Kind::Absolute) << absolute;
-    EXPECT_THAT(jttk::statedName(absolute).names, ElementsAre("a", "b.jt")) << absolute;
+  const std::vector<std::pair<Kind, std::vector<std::string>>> kinds = {
+      {Kind::Absolute, {"/a/b.jt", "\\a\\b.jt", "\\a/.\\b.jt"}},
+      {Kind::Drive, {"C:\\a\\b.jt", "c:/a/b.jt"}},
+      {Kind::DriveRelative, {"C:a\\b.jt", "z:a/b.jt"}},
+      {Kind::Network, {"\\\\a\\b.jt", "//a/b.jt", "/\\a\\b.jt", "\\\\\\a\\b.jt"}},
+  };
+  for (const auto& [kind, references] : kinds) {
+    for (const std::string& reference : references) {
+      EXPECT_EQ(jttk::statedName(reference).kind, kind) << reference;
+      EXPECT_THAT(jttk::statedName(reference).names, ElementsAre("a", "b.jt")) << reference;
+    }
   }
+  for (const char* device :
+       {"\\\\.\\COM1", "//./pipe/x", "\\\\?\\C:\\b.jt", "\\\\?\\UNC\\host\\s\\b.jt", "\\??\\C:\\b.jt"}) {
+    EXPECT_EQ(jttk::statedName(device).kind, Kind::Device) << device;
+  }
+}
+
+TEST(FileName, OnWindowsIsNoDeviceNoStreamAndHasNoCharacterThatNamesCannotHave) {
+  for (const char* name :
+       {"con", "PRN", "aux.jt", "Nul.tar.gz", "COM1", "com9 .jt", "LPT1.jt", "lpt\u00b2", "CONIN$", "conout$",
+        "bolt.jt:stream", "bolt.jt::$DATA", "what?.jt", "a*.jt", "a\tb.jt", "a|b"}) {
+    EXPECT_FALSE(jttk::isFileName(name, jttk::NameRules::Windows)) << name;
+    EXPECT_TRUE(jttk::isFileName(name, jttk::NameRules::Posix)) << name;
+  }
+  for (const char* name :
+       {"bolt.jt", "console.jt", "com.jt", "com10.jt", "a.con", "..", "null", "lpt", "\u00e4\u00f6.jt"}) {
+    EXPECT_TRUE(jttk::isFileName(name, jttk::NameRules::Windows)) << name;
+  }
+}
+
+TEST(Share, IsHostAndFolderOfANetworkName) {
+  EXPECT_EQ(jttk::shareOf("\\\\Host\\Parts\\x\\a.jt"), "\\\\host\\parts");
+  EXPECT_EQ(jttk::shareOf("//host/parts"), "\\\\host\\parts");
+  for (const char* none : {"\\\\host", "C:\\host\\parts", "\\host\\parts", "\\\\.\\host\\parts", ""}) {
+    EXPECT_EQ(jttk::shareOf(none), "") << none;
+  }
+}
+
+// The hosts of these tests take two separators for one, so that a file stands behind the network name:
+// whoever asks the system finds it. What is not asked for is found by its tail, or not at all.
+class NamesNotAskedFor : public Tails {
+ protected:
+  using Refusal = jttk::FileFinder::Refusal;
+  using Rules = jttk::NameRules;
+  jttk::FileFinder::Found find(const std::string& reference, bool allow_outside = false,
+                               const std::string& model_prefix = "", Rules rules = Rules::Windows) const {
+    const std::string model = loftbay::host::toProgramPath((folder_ / "model" / "main.jt").string());
+    return jttk::FileFinder(model_prefix + model, allow_outside, {}, rules).find(model, reference);
+  }
+  std::string path(const std::string& name) const {
+    return loftbay::host::toProgramPath((folder_ / "model" / name).string());
+  }
+};
+
+#ifndef _WIN32
+TEST_F(NamesNotAskedFor, OnAnotherHost) {
+  writePart("bolt.jt", "bolt");
+  writePart("parts/bolt.jt", "bolt");
+  const std::string network = "\\" + path("bolt.jt");
+  for (const Rules rules : {Rules::Windows, Rules::Posix}) {
+    const auto refused = find("\\" + path("bolt.jt") + ".gone", false, "", rules);
+    EXPECT_EQ(refused.path, "");
+    EXPECT_EQ(refused.refusal, Refusal::OtherHost);
+    EXPECT_TRUE(find(network, false, "", rules).by_tail);
+    const auto allowed = find(network, true, "", rules);
+    EXPECT_EQ(allowed.path, network);
+    EXPECT_FALSE(allowed.by_tail);
+    EXPECT_EQ(find(network, false, "\\", rules).path, network) << "the model lies on the same share";
+  }
+}
+#endif
+
+TEST_F(NamesNotAskedFor, DevicesStreamsAndFoldersOfADrive) {
+  writePart("bolt.jt", "bolt");
+  for (const bool allow_outside : {false, true}) {
+    for (const char* reference :
+         {"com1", "parts\\AUX.jt", "nul/bolt.jt:x", "bolt.jt::$DATA", "\\\\.\\gone.jt"}) {
+      const auto found = find(reference, allow_outside);
+      EXPECT_EQ(found.path, "") << reference;
+      EXPECT_EQ(found.refusal, Refusal::NoFile) << reference;
+    }
+    EXPECT_EQ(find("C:gone.jt", allow_outside).refusal, Refusal::DriveRelative);
+    for (const char* reference :
+         {"\\\\?\\C:\\x\\bolt.jt", "\\\\.\\pipe\\bolt.jt", "D:bolt.jt", "con\\bolt.jt"}) {
+      EXPECT_EQ(find(reference, allow_outside).path, path("bolt.jt")) << reference;
+    }
+  }
+}
+
+#ifndef _WIN32
+TEST_F(NamesNotAskedFor, AlsoWhereAFileIsCalledSo) {
+  writePart("com1.jt", "port");
+  writePart("aux/bolt.jt", "bolt");
+  EXPECT_EQ(find("com1.jt").path, "");
+  EXPECT_EQ(find("com1").path, "");
+  EXPECT_EQ(find("aux\\bolt.jt").path, "");
+  EXPECT_EQ(find("com1.jt", false, "", Rules::Posix).path, path("com1.jt"));
+  EXPECT_EQ(find("aux\\bolt.jt", false, "", Rules::Posix).path, path("aux/bolt.jt"));
+}
+
+TEST_F(NamesNotAskedFor, ALinkThatLeadsOutsideIsOutside) {
+  writePart("../elsewhere/bolt.jt", "bolt");
+  fs::create_symlink(folder_ / "elsewhere" / "bolt.jt", folder_ / "model" / "link.jt");
+  fs::create_directory_symlink(folder_ / "elsewhere", folder_ / "model" / "parts");
+  for (const char* reference : {"link.jt", "parts/bolt.jt"}) {
+    EXPECT_EQ(find(reference, false, "", Rules::Posix).refusal, Refusal::Outside) << reference;
+    EXPECT_NE(find(reference, true, "", Rules::Posix).path, "") << reference;
+  }
+}
+#endif
+
+TEST_F(ManyFiles, WhyAReferenceIsNotReadIsTold) {
+  writeMain({"\\\\host\\share\\gone.jt", "C:gone.jt", "\\\\.\\pipe\\gone.jt", "gone.jt"});
+  (void)tree();
+  EXPECT_THAT(recorder_.losses,
+              ElementsAre(HasSubstr("\"\\\\host\\share\\gone.jt\" lies on another machine and is not read"),
+                          HasSubstr("\"C:gone.jt\" depends on the current folder of a drive and is not read"),
+                          HasSubstr("\"\\\\.\\pipe\\gone.jt\" names no file and is not read"),
+                          HasSubstr("\"gone.jt\" was not found")));
 }
 
 TEST(NameKey, IsOneForAllFormsOfAName) {
