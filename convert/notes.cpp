@@ -24,8 +24,6 @@ constexpr std::array<Wording, static_cast<std::size_t>(Dropped::kCount)> kWordin
      "line shapes were left out because lines are ignored", true, "polylines"},
     {"point shape was left out because points are ignored",
      "point shapes were left out because points are ignored", true, "point groups"},
-    {"part bears the name of an earlier part and got its geometry and material",
-     "parts bear the name of an earlier part and got its geometry and material", false, ""},
     {"assembly inside an instanced assembly lost its transformation",
      "assemblies inside an instanced assembly lost their transformation", false, ""},
     {"assembly inside an instanced assembly kept its transformation because an inner instance came before it",

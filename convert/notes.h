@@ -14,7 +14,6 @@ namespace loftbay::convert {
 enum class Dropped {
   LineShape,                 // left out by the option
   PointShape,                // left out by the option
-  SameNamePart,              // a part that got the geometry of an earlier part of its name
   SubAssemblyTransform,      // inside an instanced assembly
   SubAssemblyTransformKept,  // the same, but behind an inner instance, where it is used again
   InstanceWithoutShapes,     // an instanced part without shapes in the first level of detail

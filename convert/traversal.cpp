@@ -229,7 +229,6 @@ bool obJt2Zix::ReadJtPart(JtkPart* node) {
   const std::string name = nameOf(node);
   JtkPart*& first = partsByName[name];
   if (first == nullptr) first = node;
-  if (first != node) notes.add(Dropped::SameNamePart, name);
   JtkPart* const part = first;
 
   // Not popped by the part: the next leave of an assembly or instance pops one.

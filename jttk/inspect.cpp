@@ -232,7 +232,7 @@ class TreeLister {
         if (options_.decode_shapes) decode(part, level, i, shape);
         node.levels[level].push_back(std::move(shape));
       }
-      part.wasLeft();
+      part.model().releaseShapes();
     }
   }
 

@@ -152,6 +152,13 @@ ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : 
   if (!std::all_of(segments_.begin(), segments_.end(), is_other)) std::erase_if(segments_, is_other);
 }
 
+bool ExactGeometry::isOf(const ExactGeometry& other) const {
+  return std::equal(segments_.begin(), segments_.end(), other.segments_.begin(), other.segments_.end(),
+                    [](const Found& a, const Found& b) {
+                      return a.id == b.id && &a.node.document() == &b.node.document();
+                    });
+}
+
 bool ExactGeometry::isOfAReadableKind() const {
   return !segments_.empty() && canBeRead(segments_.front().type);
 }

@@ -29,6 +29,8 @@ class ExactGeometry {
   // Whether the part has segments of exact geometry, of whatever kind.
   [[nodiscard]] bool exists() const { return !segments_.empty(); }
 
+  // Whether both are of the same segments.
+  [[nodiscard]] bool isOf(const ExactGeometry& other) const;
   // Whether the segments are of a kind that can be read; if they can be is known when they are asked for.
   [[nodiscard]] bool isOfAReadableKind() const;
 

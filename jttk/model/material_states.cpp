@@ -84,6 +84,13 @@ MaterialStates::State MaterialStates::apply(State above, const SceneGraph& graph
   return result;
 }
 
+bool MaterialStates::areEqual(State a, State b) const {
+  const Values& one = states_[a];
+  const Values& other = states_[b];
+  return a == b || (one.present == other.present && one.final_fields == other.final_fields &&
+                    one.material == other.material);
+}
+
 JtkMaterial* MaterialStates::material(State state) {
   Values& values = states_[state];
   if (!values.present) return nullptr;

@@ -29,6 +29,8 @@ class MaterialStates {
   // `graph` is told apart by its address and must outlive this object.
   State apply(State above, const SceneGraph& graph, std::uint32_t attribute);
 
+  // Whether the materials in force are the same.
+  [[nodiscard]] bool areEqual(State a, State b) const;
   // The material in force in a state; null in kEmpty. Owned by this object, the same one every time.
   JtkMaterial* material(State state);
   // Neutral grey, for parts without a material in a model where others have one.

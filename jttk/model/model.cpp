@@ -270,6 +270,11 @@ void Model::noteOwnTransform(const std::string& instance) {
     own_transform_names_.push_back(instance);
 }
 
+void Model::noteName(const std::string& name, const PartObject& part) {
+  const PartObject& first = *first_of_name_.try_emplace(name, &part).first->second;
+  if (&first != &part && !part.looksLike(first)) library_.notes().add(ModelNotes::Kind::SameName, name);
+}
+
 void Model::tellOwnTransforms() const {
   if (own_transforms_ == 0) return;
   std::string text = std::to_string(own_transforms_);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 #include "jttk/jttk.h"
@@ -20,6 +21,7 @@
 namespace jttk {
 
 class ExactGeometry;
+class PartObject;
 class ShapeObject;
 
 // What comes down to a node from above.
@@ -69,6 +71,9 @@ class Model {
   // An instance whose part has a transform of its own. Told when the model ends, with a count: whoever
   // places a part by its instance does not see that transform.
   void noteOwnTransform(const std::string& instance);
+  // A part that was walked over. Whoever goes by names takes the first part of a name for all of them: those
+  // that look different are counted.
+  void noteName(const std::string& name, const PartObject& part);
   // Whether a shape node has no shape segment but one of a kind that is not read.
   [[nodiscard]] static bool isPlaceholder(NodeRef shape);
   // A shape that holds its arrays until the next releaseShapes.
@@ -117,6 +122,7 @@ class Model {
   std::deque<Matrix> matrices_;
   std::vector<JtkHierarchy*> objects_;
   std::map<PartKey, JtkHierarchy*> parts_;
+  std::unordered_map<std::string, const PartObject*> first_of_name_;
   const Document* latest_document_ = nullptr;
   std::uint32_t latest_node_ = kNone;
   std::shared_ptr<const ShapeArrays> latest_;

@@ -35,6 +35,8 @@ constexpr Wording kWordings[] = {
      "parts are shown by their facets because their exact geometry is of a kind that is not read"},
     {"part has facets of several colours, and the exact geometry in their place has one",
      "parts have facets of several colours, and the exact geometry in their place has one"},
+    {"part bears the name of an earlier part and got its geometry and material",
+     "parts bear the name of an earlier part and got its geometry and material"},
 };
 
 // Nodes name PMI by a key, the table of contents by a type; old files state one of the two only.

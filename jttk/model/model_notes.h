@@ -23,6 +23,7 @@ class ModelNotes {
     CoarserThanUnread,  // parts that are shown by facets because their exact geometry is of no kind that is
                         // read
     SeveralColors,      // parts whose facets had several colours, and whose exact geometry has one
+    SameName,           // parts that look different from the first one of their name
   };
 
   void add(Kind kind, std::size_t count) { entries_[static_cast<std::size_t>(kind)].count += count; }
@@ -35,7 +36,7 @@ class ModelNotes {
   [[nodiscard]] std::vector<std::string> sentences() const;
 
  private:
-  static constexpr std::size_t kKinds = 8;
+  static constexpr std::size_t kKinds = 9;
   struct Entry {
     std::size_t count = 0;
     std::vector<std::string> names;

@@ -128,6 +128,21 @@ PartObject::~PartObject() {
 
 std::string PartObject::name() { return given_name_ ? *given_name_ : HierarchyObject::name(); }
 
+void PartObject::wasLeft() {
+  HierarchyObject::wasLeft();
+  model_.noteName(name(), *this);
+}
+
+bool PartObject::looksLike(const PartObject& other) const {
+  const NodeRef& content = product_.content;
+  const NodeRef& others = other.product_.content;
+  const bool same_content =
+      content.node == others.node && (content.node == kNone || &content.document() == &others.document());
+  return same_content && product_.content_is_child == other.product_.content_is_child &&
+         below_.transform_is_final == other.below_.transform_is_final &&
+         model_.materials().areEqual(below_.material, other.below_.material) && exact_.isOf(other.exact_);
+}
+
 // Triangles in place of facets would lose what stands on the nodes of the facets: what they all have in
 // common is the part's then.
 MaterialStates::State PartObject::materialInForce() {

@@ -20,6 +20,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   PartObject(Model& model, NodeRef near, std::string name);
   ~PartObject() override;
 
+  void wasLeft() override;
   void getMaterial(JtkMaterial*& material) override;
   // Whether getMaterial answers one that the file gives, and not the grey one.
   [[nodiscard]] bool hasMaterialInForce() const { return below_.material != MaterialStates::kEmpty; }
@@ -40,6 +41,8 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   [[nodiscard]] const std::vector<std::vector<ShapePlace>>& levels();
   // Whether exact geometry that can be read belongs to the part.
   [[nodiscard]] bool hasExactGeometry() const { return exact_.exists(); }
+  // Whether both have the same shapes and material, at whatever place.
+  [[nodiscard]] bool looksLike(const PartObject& other) const;
   // The levels as the file states them, without a look at what they yield; made anew at each call.
   [[nodiscard]] std::vector<std::vector<ShapePlace>> statedLevels();
   // Strips of the exact geometry, made with the parameters that were created last; null when there are none.

@@ -105,6 +105,7 @@ struct MaterialValues {
   std::array<float, 4> specular{};
   std::array<float, 4> emission{};
   float shininess = 0;
+  bool operator==(const MaterialValues&) const = default;
 };
 
 // A text that hangs on a node. Both are indices into SceneGraph::strings.

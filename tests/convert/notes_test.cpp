@@ -88,13 +88,6 @@ TEST_F(NotesTest, APartWithShapesInLaterLevelsAloneIsNamed) {
               ElementsAre("1 part has no shapes in the first level of detail and gives no geometry: coarse"));
 }
 
-TEST_F(NotesTest, SecondPartsOfANameAreNamed) {
-  convertTree(
-      product.assembly("root", {&product.part("p", {&triangle()}), &product.part("p", {&triangle()})}));
-  EXPECT_THAT(observer.notes,
-              ElementsAre("1 part bears the name of an earlier part and got its geometry and material: p"));
-}
-
 TEST_F(NotesTest, TheSamePartTwiceIsNoNote) {
   auto& part = product.part("p", {&triangle()});
   convertTree(product.assembly("root", {&part, &part}));

@@ -93,6 +93,7 @@ class Model:
         self.file.partition(root, [top.node], [], "model.jt", self.totals)
         self.file.set_property(root, "JT_PROP_NAME", "Model.asm;1;0:")
         self.placed = []
+        self.recoloured = []  # names of parts, once for every place where they get another material than their own
         self._first_material = {}
         self._place(top, [], IDENTITY, None)
         self.data = self.file.save()
@@ -220,7 +221,9 @@ class Model:
             return
         if instance is None:
             # A part that is not an instance's own gets what its name got first.
-            material = self._first_material.setdefault(item.name, material)
+            own, material = material, self._first_material.setdefault(item.name, material)
+            if own != material:
+                self.recoloured.append(item.name)
             if item.matrix:
                 path = path + [item.name]
         name = instance.name if instance else item.name

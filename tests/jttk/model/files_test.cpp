@@ -119,6 +119,24 @@ TEST_F(ManyFiles, ReferencesAreSeenFromTheFileThatHoldsThem) {
   EXPECT_THAT(recorder_.losses, IsEmpty());
 }
 
+// Assemblies name the file of a part as often as they place it: that is one part.
+TEST_F(ManyFiles, PlacesOfOneFileAreOnePartAndFilesOfOneNameAreNoted) {
+  writePart("bolt.jt", "bolt");
+  writePart("other.jt", "bolt");
+  for (const bool two_files : {false, true}) {
+    GraphBuilder graph;
+    graph.move(20, 1, 2, 3);
+    graph.partition(0, {1}).name("main");
+    graph.metaData(1, {2, 3});
+    graph.partition(2, {}, "bolt.jt").name("bolt");
+    graph.partition(3, {}, two_files ? "other.jt" : "bolt.jt").name("bolt").attributes({20});
+    write("main.jt", graph);
+    recorder_.notes.clear();
+    EXPECT_THAT(tree(), ElementsAre("assembly main", "  part bolt", "  part bolt"));
+    EXPECT_EQ(recorder_.notes.size(), two_files ? 1U : 0U);
+  }
+}
+
 TEST_F(ManyFiles, AMissingFileIsAPartWithoutLevelsAndReportedTheRestConverts) {
   writePart("bolt.jt", "bolt");
   writeMain({"gone.jt", "bolt.jt"});

@@ -1,6 +1,8 @@
 // The product structure that people see, from scene graphs built here.
 #include <gmock/gmock.h>
 
+#include <functional>
+
 #include "jttk/settings.h"
 #include "tests/jttk/model/loaded.h"
 
@@ -129,6 +131,46 @@ TEST(ProductStructure, InstancedPartsWithATransformOfTheirOwnAreNoted) {
   EXPECT_THAT(recorder.notes, IsEmpty());
   root->unref();
   EXPECT_THAT(recorder.notes, ElementsAre("2 instanced parts lost their own transformation: first, second"));
+}
+
+// Whoever goes by names takes the first part of a name for all of them. Nothing is lost by that where they
+// look alike: at places that only a transform or a material that is not in force there tells apart.
+TEST(ProductStructure, PartsOfOneNameAreNotedWhereTheyLookDifferent) {
+  const auto notes = [](const std::function<void(GraphBuilder&)>& build) {
+    GraphBuilder graph;
+    graph.material(20, {.diffuse = {0.25F, 0, 0, 1}});
+    graph.material(21, {.diffuse = {0.5F, 0, 0, 1}});
+    graph.material(22, {.diffuse = {0.5F, 0, 0, 1}});
+    graph.move(30, 1, 2, 3);
+    graph.partition(0, {1}).name("root");
+    graph.metaData(1, {2, 3});
+    build(graph);
+    jttk::testing::Loaded model(graph);
+    (void)model.tree();
+    EXPECT_THAT(model.recorder.notes, IsEmpty());
+    model.close();
+    return model.recorder.notes;
+  };
+  // One part in two groups with these attributes.
+  const auto inGroups = [&](const Ids& first, const Ids& second, const Ids& own) {
+    return notes([&](GraphBuilder& graph) {
+      graph.group(2, {4}).attributes(first);
+      graph.group(3, {4}).attributes(second);
+      graph.part(4, {}).name("bolt").attributes(own);
+    });
+  };
+  const auto told =
+      ElementsAre("1 part bears the name of an earlier part and got its geometry and material: bolt");
+  EXPECT_THAT(inGroups({20}, {21}, {}), told);
+  EXPECT_THAT(inGroups({20}, {}, {}), told);
+  EXPECT_THAT(inGroups({20}, {21}, {22}), IsEmpty());
+  EXPECT_THAT(inGroups({21}, {22}, {}), IsEmpty());
+  EXPECT_THAT(inGroups({}, {30}, {}), IsEmpty());
+  EXPECT_THAT(notes([](GraphBuilder& graph) {
+                graph.part(2, {}).name("bolt");
+                graph.part(3, {}).name("bolt");
+              }),
+              told);
 }
 
 TEST(ProductStructure, AGroupOrPartitionThatAnInstanceRefersToIsAnAssembly) {
