@@ -1,6 +1,7 @@
 #include "cli/arguments.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "cli/closest_match.h"
 #include "cli/console.h"
@@ -67,8 +68,10 @@ std::optional<int> parseArguments(CLI::App& app, const std::vector<std::string>&
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     app.parse(reversed);
   } catch (const CLI::Success& help_or_version) {
-    app.exit(help_or_version);  // prints on standard output
-    return kDone;
+    std::ostringstream output;
+    app.exit(help_or_version, output, output);
+    print(output.str());
+    return finishOutput(app.get_name()) ? kDone : kFailed;
   } catch (const CLI::ParseError& error) {
     return wrongUsage(app.get_name(), error.what());
   }

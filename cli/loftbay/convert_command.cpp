@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <limits>
 #include <thread>
 
 #include "cli/arguments.h"
@@ -88,7 +89,9 @@ void declare(CLI::App& app, Parsed& parsed) {
 std::optional<float> numberOf(const std::string& text) {
   double value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
+  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  // False for what is not a number, too.
+  if (!(std::abs(value) <= std::numeric_limits<float>::max())) return std::nullopt;
   return static_cast<float>(value);
 }
 

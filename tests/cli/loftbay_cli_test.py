@@ -153,10 +153,9 @@ class Conversion(CliTest):
         self.assertGreater(counts["triangles"], 0)
         for key in ("triangles", "lines", "points"):
             self.assertEqual(counts[key], info["totals"][key])
-        for key, kind in (("transforms", "Transform"), ("shapes", "Shape"), ("meshes", "Mesh"), ("materials", "Material")):
+        for key, kind in (("nodes", "Node"), ("transforms", "Transform"), ("shapes", "Shape"), ("meshes", "Mesh"),
+                          ("materials", "Material")):
             self.assertEqual(counts[key], info["objects"].get(kind, 0), key)
-        # The scene's root is a node object too, but no node of the product.
-        self.assertIn(info["objects"]["Node"] - counts["nodes"], (0, 1))
 
     def test_merging_vertices_can_be_switched_off(self):
         merged = self.report(self.run_program(SAMPLE, self.out, "--json"))["counts"]
@@ -462,23 +461,6 @@ class ManyFiles(CliTest):
         self.assertEqual(document["files"], [self.path("model/Parts/Engine.jt")])
         self.assertEqual(len(document["cannot_be_converted"]), 1)
         self.assertIn("gone.jt", document["cannot_be_converted"][0]["reason"])
-
-
-class Interrupted(CliTest):
-    def test_ctrl_c_removes_the_unfinished_scene_and_gives_130(self):
-        work = self.path("work")
-        process = None
-        for attempt in range(50):
-            process = subprocess.Popen([LOFTBAY, SAMPLE, self.out], stderr=subprocess.DEVNULL,
-                                       env=self.environment({"MERIDAN_TEMP_PATH": work}))
-            time.sleep(0.001 * (attempt % 10))
-            process.send_signal(signal.SIGINT)
-            code = process.wait(timeout=60)
-            self.assertIn(code, (130, 0, -signal.SIGINT))
-            self.assertEqual(self.leftovers(), [])
-            if code == 130 and attempt > 20:
-                return
-        self.skipTest("every run was over before, or not yet ready for, the signal")
 
 
 class Batch(CliTest):

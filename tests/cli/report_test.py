@@ -205,6 +205,19 @@ class Interrupts(CliTest):
         shutil.rmtree(self.path("work"))
         return self.check_reports(output), errors.decode()
 
+    def test_the_peak_is_what_the_system_says(self):
+        process = self.start(self.held_up, self.out)
+        # Held up, it takes no more memory.
+        peaks = [0, 1]
+        while peaks[-1] != peaks[-2]:
+            time.sleep(0.1)
+            with open(f"/proc/{process.pid}/status", encoding="ascii") as file:
+                peaks.append(int(re.search(r"VmHWM:\s*(\d+) kB", file.read())[1]))
+        [report], _ = self.end(process, signal.SIGINT)
+        # The report itself takes some more.
+        self.assertGreaterEqual(report["peak_rss_kb"], peaks[-1])
+        self.assertLess(report["peak_rss_kb"], peaks[-1] + 4096)
+
     def test_one_document_is_written_all_the_same(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             [report], _ = self.end(self.start(self.held_up, self.out), number)
