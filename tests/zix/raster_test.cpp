@@ -1,0 +1,140 @@
+// Which samples the rasteriser colours: those whose centres a shape holds, and its edge.
+#include "zix/raster.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+#include <string>
+
+namespace Orb::Zix {
+namespace {
+
+using ::testing::ElementsAreArray;
+
+constexpr std::uint32_t kSize = 8;  // pixels; twice as many samples
+constexpr Surface kRed{{0.5F, 0, 0}, {0, 0, 0}, 0, 1};
+
+ScreenVertex at(float x, float y, float depth = 1) { return {x, y, depth, {0, 0, 1}}; }
+
+class Raster : public ::testing::Test {
+ protected:
+  // Between two values of x and of y, as two triangles.
+  void rectangle(float left, float right, float top, float bottom) {
+    canvas_.triangle(at(left, top), at(right, top), at(right, bottom), kRed);
+    canvas_.triangle(at(left, top), at(right, bottom), at(left, bottom), kRed);
+  }
+  // A text for every row: '#' where all samples of a pixel are coloured, '+' where some are.
+  [[nodiscard]] std::vector<std::string> picture() const {
+    const auto empty = Canvas(kSize, kSize).resolve();
+    Canvas covered(kSize, kSize);
+    covered.triangle(at(-50, -50), at(100, -50), at(-50, 100), kRed);
+    const auto full = covered.resolve();
+    const auto pixels = canvas_.resolve();
+    std::vector<std::string> rows(kSize);
+    for (std::size_t i = 0; i < std::size_t{kSize} * kSize; ++i) {
+      const auto same = [&](const std::vector<std::uint8_t>& other) {
+        return std::equal(&pixels[3 * i], &pixels[3 * i] + 3, &other[3 * i]);
+      };
+      rows[i / kSize] += same(empty) ? '.' : same(full) ? '#' : '+';
+    }
+    return rows;
+  }
+  void expectPicture(const std::vector<std::string>& rows) const {
+    EXPECT_THAT(picture(), ElementsAreArray(rows));
+  }
+
+  Canvas canvas_{kSize, kSize};
+};
+
+const std::vector<std::string> kRectangle = {"........", "........", "........", "..###...",
+                                             "..###...", "..###...", "........", "........"};
+
+TEST_F(Raster, ARectangleHasItsPixelsAndNoOther) {
+  rectangle(4, 10, 6, 12);
+  expectPicture(kRectangle);
+}
+
+TEST_F(Raster, TheOtherSenseIsTheSame) {
+  rectangle(10, 4, 6, 12);
+  expectPicture(kRectangle);
+}
+
+TEST_F(Raster, ACentreOnTheEdgeIsInside) {
+  rectangle(4.5F, 9.5F, 6.5F, 11.5F);
+  expectPicture(kRectangle);
+}
+
+TEST_F(Raster, ACentreJustOutsideOfTheEdgeIsNot) {
+  rectangle(4.625F, 9.375F, 6.625F, 11.375F);
+  expectPicture(
+      {"........", "........", "........", "..+++...", "..+#+...", "..+++...", "........", "........"});
+}
+
+TEST_F(Raster, TheCanvasEndsAtItsOwnEdge) {
+  rectangle(12, 16, 14, 16);
+  rectangle(0, 2, 0, 2);
+  expectPicture(
+      {"#.......", "........", "........", "........", "........", "........", "........", "......##"});
+  rectangle(-30, 30, -30, 30);
+  expectPicture(std::vector<std::string>(kSize, "########"));
+}
+
+TEST_F(Raster, NothingOutsideOfTheCanvasIsDrawn) {
+  rectangle(16, 20, 0, 16);
+  rectangle(-5, 0, 0, 16);
+  rectangle(0, 16, -5, 0);
+  rectangle(0, 16, 16, 20);
+  expectPicture(std::vector<std::string>(kSize, "........"));
+}
+
+TEST_F(Raster, ASlopingEdgeTakesTheSamplesBelowIt) {
+  canvas_.triangle(at(0, 0), at(16.25F, 0), at(0, 16.25F), kRed);
+  expectPicture({"#######+", "######+.", "#####+..", "####+...", "###+....", "##+.....", "#+......", "+......."});
+}
+
+// Corners that are no round numbers, all round a point inside.
+TEST_F(Raster, TrianglesThatShareEdgesLeaveNoGap) {
+  std::mt19937 random(7);
+  for (int i = 0; i < 200; ++i) {
+    canvas_ = Canvas(kSize, kSize);
+    const auto inside = [&] { return 1 + 14 * static_cast<float>(random() % 10007) / 10007; };
+    const ScreenVertex center = at(inside(), inside());
+    const ScreenVertex corners[] = {at(-1, -1), at(inside(), -1), at(17, -1), at(17, inside()),
+                                    at(17, 17), at(inside(), 17), at(-1, 17), at(-1, inside())};
+    for (std::size_t k = 0; k < std::size(corners); ++k) {
+      canvas_.triangle(center, corners[k], corners[(k + 1) % std::size(corners)], kRed);
+    }
+    expectPicture(std::vector<std::string>(kSize, "########"));
+    if (HasFailure()) FAIL() << i;
+  }
+}
+
+TEST_F(Raster, OfTwoSurfacesTheNearerIsSeenAndOfEquallyFarOnesTheFirst) {
+  const Surface blue{{0, 0, 0.5F}, {0, 0, 0}, 0, 1};
+  const auto cover = [&](float depth, const Surface& surface) {
+    canvas_.triangle(at(-50, -50, depth), at(100, -50, depth), at(-50, 100, depth), surface);
+  };
+  const auto isRed = [&] { return canvas_.resolve()[0] > canvas_.resolve()[2]; };
+  cover(2, kRed);
+  cover(2, blue);
+  EXPECT_TRUE(isRed());
+  cover(3, blue);
+  EXPECT_TRUE(isRed());
+  cover(1, blue);
+  EXPECT_FALSE(isRed());
+}
+
+TEST_F(Raster, ALineIsOnePixelWideAndEndsHalfAPixelBehindItsEnds) {
+  canvas_.line(at(3, 7), at(13, 7), kRed.color);
+  canvas_.line(at(15, 11), at(15, 13), kRed.color);
+  const auto rows = picture();
+  EXPECT_EQ(rows[2], "........");
+  EXPECT_EQ(rows[3], ".++++++.");
+  EXPECT_EQ(rows[4], "........");
+  EXPECT_EQ(rows[5], ".......+");
+  EXPECT_EQ(rows[6], ".......+");
+  EXPECT_EQ(rows[7], "........");
+}
+
+}  // namespace
+}  // namespace Orb::Zix
