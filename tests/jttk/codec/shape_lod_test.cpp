@@ -353,6 +353,17 @@ TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
   EXPECT_THAT(note(), HasSubstr("coordinates lie outside of the box that the node states"));
 }
 
+TEST(ShapeLod, coordinatesThatTheirHashVouchesForNeedNoBox) {
+  const Bytes element =
+      shapeElement(kTriStripSetId, PacketForm::Jt9,
+                   topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::Jt9, true, 0x02}));
+  const jttk::StatedExtent stated[] = {{{100, 100, 100, 101, 101, 101}, 0}};
+  const auto shape = decode(element, PacketForm::Jt9, {stated, nullptr});
+  ASSERT_TRUE(shape.has_value()) << shape.error().text();
+  EXPECT_TRUE(shape->facts.coordinate_hash_checked);
+  EXPECT_EQ(shape->facts.coordinate_note, "");
+}
+
 TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
   for (const PacketForm form : kForms) {
     const std::size_t hash_end = jttk::testing::topologyBytes(tetrahedronSymbols(0), form).size();

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "jttk/codec/shape_lod.h"
 #include "tests/jttk/codec8/decoded_shape.h"
 
 namespace jttk {
@@ -35,6 +36,26 @@ TEST(ShapeLod8Lossless, recordsAreNormalThenPositionPerCorner) {
       EXPECT_THAT(shape.corner_records, ElementsAre(0, 1, 2, 3));
     }
   }
+}
+
+// There is no hash in 8.x.
+TEST(ShapeLod8Lossless, coordinatesAreComparedWithTheBoxOfTheNode) {
+  const Bytes header = test::shapeHeader(0, 1, 0, 0, {0, 4}, ByteOrder::Little);
+  const Bytes body = losslessBody(header, floats(kNormalsAndPositions, ByteOrder::Little), false);
+  Bytes element(ByteOrder::Little);
+  element.i32(static_cast<std::int64_t>(17 + body.size()));
+  element.i32(test::kTriStripSet.a).i16(test::kTriStripSet.b).i16(test::kTriStripSet.c);
+  for (const std::uint8_t byte : test::kTriStripSet.d) element.u8(byte);
+  element.u8(0).bytes(body);
+  Segment segment;
+  segment.data = element.data();
+  const auto note = [&](std::array<float, 6> box) {
+    const StatedExtent stated[] = {{box, 0}};
+    const auto shape = decodeShapeLod(segment, {8, 1}, ByteOrder::Little, {stated, nullptr});
+    return shape ? shape->facts.coordinate_note : shape.error().text();
+  };
+  EXPECT_EQ(note({0, 0, 0, 1, 0, 3.5F}), "");
+  EXPECT_THAT(note({0, 0, 0, 1, 0, 3}), HasSubstr("coordinates lie outside of the box that the node states"));
 }
 
 TEST(ShapeLod8Lossless, textureCoordinatesAndColoursComeFirst) {

@@ -377,6 +377,21 @@ TEST(JtFile, ofTwoIdsOfASegmentThatOfItsHeaderCountsWhereItIsListed) {
   EXPECT_EQ((*chained)->contradictions().size(), 3U);
 }
 
+TEST(JtFile, ofManyContradictionsTheFirstAreToldAndTheOthersCounted) {
+  std::vector<ContainerSegment> segments;
+  for (std::uint32_t i = 0; i < 25; ++i) segments.push_back({{i + 1, 0, 0, {}}, kShapeLod0, textBytes("a")});
+  Bytes bytes = container("9.5", segments);
+  for (std::uint32_t i = 0; i < 25; ++i) {
+    const Guid unknown{i + 100, 0, 0, {}};
+    std::memcpy(&bytes[kEntry9 + 28 * i], &unknown, sizeof(Guid));
+  }
+  const auto file = JtFile::fromBytes(bytes);
+  ASSERT_EQ((*file)->contradictions().size(), 21U);
+  EXPECT_THAT((*file)->contradictions()[19], HasSubstr("the table counts"));
+  EXPECT_EQ((*file)->contradictions()[20],
+            "5 more entries of the table of contents contradict their segments");
+}
+
 TEST(JtFile, anIdThatOnlyTheTableKnowsCounts) {
   const Bytes bytes = misnamed({kSegmentId, Guid{9, 9, 9, {}}});
   const auto file = JtFile::fromBytes(bytes);
