@@ -91,7 +91,7 @@ TEST(ShapeLod, colorsTextureCoordinatesAndFlags) {
     EXPECT_EQ(shape->facts.bindings, 0x25aU);
     EXPECT_EQ(shape->facts.covers, 1U);
     ASSERT_EQ(shape->colors.size(), 20U);
-    // Three components: alpha is 1.
+    // Three components: alpha is 1, whatever the fourth packet holds.
     EXPECT_THAT(std::vector<float>(shape->colors.begin(), shape->colors.begin() + 4),
                 ElementsAre(1, 0, 1, 1));
     // Two components, padded with 0; residuals to the value before, which the hash tells.
@@ -353,6 +353,20 @@ TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
   EXPECT_THAT(note(), HasSubstr("coordinates lie outside of the box that the node states"));
 }
 
+// Bits of the whole shape and those of its coordinates' quantisers may contradict each other. In JT 9 floats
+// and codes are laid out differently, so that it is found out which they are.
+TEST(ShapeLod, coordinatesThatAreFloatsAgainstWhatTheBitsSay) {
+  constexpr PacketForm kForm = PacketForm::Jt9;
+  Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {kForm, false, 0x02});
+  const std::size_t bits = jttk::testing::topologyBytes(tetrahedronSymbols(0), kForm).size() + 8;
+  ASSERT_EQ(rep[bits], std::byte{0});
+  rep[bits] = std::byte{12};
+  const auto shape = decode(shapeElement(kTriStripSetId, kForm, rep), kForm);
+  ASSERT_TRUE(shape.has_value()) << shape.error().text();
+  EXPECT_TRUE(shape->facts.lossless);
+  expectPositions(*shape, 4);
+}
+
 TEST(ShapeLod, coordinatesThatTheirHashVouchesForNeedNoBox) {
   const Bytes element =
       shapeElement(kTriStripSetId, PacketForm::Jt9,
@@ -409,7 +423,30 @@ TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
   }
 }
 
-// The normals come last: their hash, and in front of it their codes.
+// One wrong hash is borne, of the lists or of the coordinates.
+TEST(ShapeLod, listsAndCoordinatesWithWrongHashesAreTooMuch) {
+  constexpr PacketForm kForm = PacketForm::Jt10;  // the one whose floats have a hash
+  const Bytes rep = jttk::testing::polylineRepData(kForm);
+  const std::array<float, 6> box = {0, 0, 0.5F, 2, 4, 6.5F};
+  const jttk::StatedExtent stated[] = {{box, 0}};
+  const auto changedAt = [&](std::initializer_list<std::size_t> places) {
+    Bytes changed = rep;
+    for (const std::size_t place : places) changed[place] ^= std::byte{1};
+    return decode(shapeElement(kPolylineSetId, kForm, changed), kForm, {stated, nullptr});
+  };
+  std::size_t of_lists = 0;
+  std::size_t of_coordinates = 0;
+  for (std::size_t at = 12; at < rep.size(); ++at) {
+    const auto shape = changedAt({at});
+    if (!shape) continue;
+    if (shape->facts.doubt.find("index lists") != std::string::npos) of_lists = at;
+    if (shape->facts.coordinate_note.find("fill the box") != std::string::npos) of_coordinates = at;
+  }
+  ASSERT_GT(of_lists, 0U);
+  ASSERT_GT(of_coordinates, of_lists);
+  EXPECT_FALSE(changedAt({of_lists, of_coordinates}).has_value());
+}
+
 TEST(ShapeLod, normalsThatCannotBeReadCostThemselvesOnly) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x0a};

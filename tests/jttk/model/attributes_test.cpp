@@ -133,6 +133,21 @@ TEST(Transforms, IgnoredOnesHaveNoEffectAndFinalOnesEndTheChainUnlessForced) {
   EXPECT_THAT(moveOf(model.at({1, 1})), ElementsAre(4, 0, 0));
 }
 
+// Doubles from 9 on, with whatever follows them; floats in 8.
+TEST(Transforms, MayHaveBytesBehindTheirElements) {
+  for (const char* version : {"8.1", "9.5", "10.0"}) {
+    for (const std::size_t count : {0U, 4U, 8U, 20U}) {
+      if (version[0] == '8' && count == 4) continue;  // as long as a double
+      GraphBuilder graph(version);
+      graph.bytesBehindTransforms(count);
+      graph.transform(20, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1});
+      onePart(graph, {}, {20});
+      const Loaded model(graph);
+      EXPECT_THAT(moveOf(model.at({0})), ElementsAre(5, 0, 0)) << version << ' ' << count;
+    }
+  }
+}
+
 TEST(Materials, APartAnswersTheOneInForceOnItsWayItsOwnFirst) {
   GraphBuilder graph;
   graph.material(20, red(0.25F));
@@ -251,6 +266,67 @@ TEST(Materials, FieldsThatAreFinalFrom10OnStay) {
   const Loaded model(graph);
   EXPECT_EQ(redOf(model.at({0})), 0.25F);
   EXPECT_EQ(shininessOf(model.at({0})), 77);
+}
+
+// Each field by its number: final above, two materials further down change all others; inhibited below, it
+// alone comes from above.
+TEST(Materials, EveryFieldCanBeFinalOrInhibitedByItself) {
+  const auto material = [](float value) {
+    const std::array<float, 4> color = {value, value, value, value};
+    return GraphBuilder::Material{
+        .diffuse = color, .shininess = value, .ambient = color, .specular = color, .emission = color};
+  };
+  // Ambient, specular, emission, the diffuse colour, its alpha, shininess.
+  constexpr std::uint32_t kFields[] = {0, 1, 2, 6, 7, 8};
+  constexpr float kUpper = 0.25F;
+  constexpr float kLower = 0.75F;
+  const auto valuesOf = [](JtkHierarchy* part) {
+    const auto diffuse = colorOf(part, &JtkMaterial::getDiffuseColor);
+    return std::vector<float>{colorOf(part, &JtkMaterial::getAmbientColor)[0],
+                              colorOf(part, &JtkMaterial::getSpecularColor)[0],
+                              colorOf(part, &JtkMaterial::getEmissionColor)[0],
+                              diffuse[0],
+                              diffuse[3],
+                              shininessOf(part)};
+  };
+  for (std::size_t i = 0; i < std::size(kFields); ++i) {
+    std::vector<float> expected(std::size(kFields), kLower);
+    expected[i] = kUpper;
+    GraphBuilder::Material upper = material(kUpper);
+    GraphBuilder::Material lower = material(kLower);
+    {
+      upper.final_fields = 1U << kFields[i];
+      GraphBuilder graph("10.0");
+      graph.material(20, upper);
+      graph.material(21, material(0.5F));
+      graph.material(22, lower);
+      graph.partition(0, {1, 2}).name("root").attributes({20});
+      graph.part(2, {}).name("other");
+      graph.metaData(1, {3}).name("assembly").attributes({21});
+      graph.part(3, {}).name("part").attributes({22});
+      const Loaded model(graph);
+      EXPECT_EQ(valuesOf(model.at({0, 0})), expected) << i;
+    }
+    upper.final_fields = 0;
+    lower.inhibited = 1U << kFields[i];
+    GraphBuilder graph("10.0");
+    graph.material(20, upper);
+    graph.material(21, lower);
+    onePart(graph, {20}, {21});
+    const Loaded model(graph);
+    EXPECT_EQ(valuesOf(model.at({0})), expected) << i;
+  }
+}
+
+TEST(Materials, WhatIsForcedPassesFinalFieldsToo) {
+  GraphBuilder graph("10.0");
+  GraphBuilder::Material upper = red(0.25F);
+  upper.final_fields = 1U << 6U;
+  graph.material(20, upper);
+  graph.material(21, red(0.5F, kForce));
+  onePart(graph, {20}, {21});
+  const Loaded model(graph);
+  EXPECT_EQ(redOf(model.at({0})), 0.5F);
 }
 
 TEST(Materials, In8ColoursCanBeStoredAsOneNumber) {

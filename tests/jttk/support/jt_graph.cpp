@@ -235,6 +235,7 @@ void GraphBuilder::transform(std::int32_t id, const std::array<double, 16>& elem
     if ((mask >> (15 - i) & 1U) == 0) continue;
     major_ < 9 ? out.f32(static_cast<float>(elements[i])) : out.f64(elements[i]);
   }
+  for (std::size_t i = 0; i < behind_transforms_; ++i) out.u8(0);
   addAttribute(id, common(0x10dd1083), out.result());
 }
 
@@ -254,10 +255,10 @@ void GraphBuilder::material(std::int32_t id, const Material& material) {
     }
     for (const float value : rgba) out.f32(value);
   };
-  color(2, {0.1F, 0.1F, 0.1F, 1});
+  color(2, material.ambient);
   color(0, material.diffuse);
-  color(8, {0.2F, 0.25F, 0.2F, 1});
-  color(4, {0.3F, 0.3F, 0.3F, 1});
+  color(8, material.specular);
+  color(4, material.emission);
   out.f32(material.shininess);
   if (major_ >= 9) out.f32(0);
   if (major_ >= 10) out.f32(0);

@@ -102,6 +102,8 @@ class GraphBuilder {
   // Every late loaded atom is followed by another one with the same id, which names this segment.
   void rivalAtoms(const Guid& segment) { rival_ = segment; }
 
+  // So many bytes without a meaning follow the elements of transforms from here on.
+  void bytesBehindTransforms(std::size_t count) { behind_transforms_ = count; }
   // Row-major; only elements that differ from the identity are stored.
   void transform(std::int32_t id, const std::array<double, 16>& elements, std::uint8_t state = 8);
   void move(std::int32_t id, double x, double y, double z, std::uint8_t state = 8);
@@ -112,6 +114,9 @@ class GraphBuilder {
     std::uint32_t inhibited = 0;
     std::uint32_t final_fields = 0;  // 10.x
     std::uint16_t data_flags = 0;  // 8.x: bit 0 with bits 1, 2, 3: one number for ambient, emission, specular
+    std::array<float, 4> ambient{0.1F, 0.1F, 0.1F, 1};
+    std::array<float, 4> specular{0.2F, 0.25F, 0.2F, 1};
+    std::array<float, 4> emission{0.3F, 0.3F, 0.3F, 1};
   };
   void material(std::int32_t id, const Material& material);
 
@@ -171,6 +176,7 @@ class GraphBuilder {
   std::array<float, 6> shape_box_ = {0, 0, 0.5F, 3, 6, 9.5F};
   std::uint32_t base_attribute_version_ = 1;
   bool palette_index_ = false;
+  std::size_t behind_transforms_ = 0;
   bool split_table_ = false;
   Guid rival_;
 };

@@ -86,13 +86,13 @@ void addNormals(ByteBuilder& out, std::uint32_t count, const ShapeOptions& optio
 void addHsvColors(ByteBuilder& out, std::uint32_t count, PacketForm form) {
   out.u32(count).u8(3).u8(8).u8(1);
   for (int i = 0; i < 4; ++i) out.u8(8);
-  addCodes(out, {Values(count, 85), Values(count, 255), Values(count, 51), Values(count, 255)}, false, form);
+  addCodes(out, {Values(count, 85), Values(count, 255), Values(count, 51), Values(count, 0)}, false, form);
 }
 
 void addColors(ByteBuilder& out, std::uint32_t count, PacketForm form) {
   out.u32(count).u8(3).u8(8).u8(0);
   for (int i = 0; i < 4; ++i) out.f32(0).f32(1).u8(1);
-  addCodes(out, {Values(count, 1), Values(count, 0), Values(count, 1), Values(count, 1)}, false, form);
+  addCodes(out, {Values(count, 1), Values(count, 0), Values(count, 1), Values(count, 0)}, false, form);
 }
 
 void addTextureCoordinates(ByteBuilder& out, std::uint32_t count, PacketForm form) {
