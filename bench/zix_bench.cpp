@@ -40,7 +40,7 @@ void BM_ZixWriteArrays(benchmark::State& state) {
   const std::string path = scratchPath("zix_bench.zix");
   for (auto _ : state) {
     // As with the plain writes: an old file would hold its pages in the cache until the new one is complete.
-    system::remove(path);
+    system::remove(system::nativePath(path));
     Scene_V1 scene("Model");
     scene.saveTo(path.c_str(), " ", true, true);
     for (std::size_t i = 0; i < kArrays; ++i) {
@@ -57,9 +57,10 @@ void BM_PlainWrite(benchmark::State& state) {
   const std::string path = scratchPath("zix_bench.bin");
   const auto bytes = std::as_bytes(std::span(values()));
   for (auto _ : state) {
-    system::remove(path);
+    system::remove(system::nativePath(path));
     std::intptr_t file = 0;
-    if (system::createExclusive(path, &file) != 0) return state.SkipWithError("cannot create");
+    if (system::createExclusive(system::nativePath(path), &file) != 0)
+      return state.SkipWithError("cannot create");
     for (std::size_t i = 0; i < kArrays; ++i) {
       for (auto rest = bytes; !rest.empty();) {
         const auto piece = rest.first(std::min(rest.size(), std::size_t{1} << 20));

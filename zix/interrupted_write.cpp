@@ -3,7 +3,6 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
-#include <exception>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -12,9 +11,6 @@
 
 #include <cerrno>
 #endif
-
-#include "host/long_path.h"
-#include "host/path.h"
 
 namespace Orb::Zix {
 
@@ -28,7 +24,7 @@ using PathUnit = char;
 constexpr std::size_t kLongestPath = 4096;
 #endif
 
-enum SlotState : int { kFree, kBeingFilled, kFilled };
+enum SlotState : int { kFree, kBeingFilled, kFilled, kInterrupted };
 
 struct Slot {
   std::atomic<int> state{kFree};
@@ -46,9 +42,10 @@ void removeInterruptedWrites() noexcept {
   const int kept_errno = errno;
 #endif
   for (Slot& slot : slots) {
-    if (slot.state.load(std::memory_order_acquire) != kFilled) continue;
+    int expected = kFilled;
+    if (!slot.state.compare_exchange_strong(expected, kInterrupted)) continue;
 #ifdef _WIN32
-    // The file is still open, but for sharing with whoever deletes it.
+    // The file is still open, but for sharing with whoever deletes it: its name goes with its last handle.
     DeleteFileW(slot.path.data());
 #else
     unlink(slot.path.data());
@@ -59,26 +56,21 @@ void removeInterruptedWrites() noexcept {
 #endif
 }
 
-int rememberTemporary(std::string_view program_path) noexcept {
-  try {
-#ifdef _WIN32
-    const std::wstring path = loftbay::host::toSystemPath(program_path);
-#else
-    const std::string path = loftbay::host::toFileSystemPath(program_path).native();
-#endif
-    if (path.size() >= kLongestPath) return -1;
-    for (std::size_t i = 0; i < slots.size(); ++i) {
-      int expected = kFree;
-      if (!slots[i].state.compare_exchange_strong(expected, kBeingFilled)) continue;
-      path.copy(slots[i].path.data(), path.size());
-      slots[i].path[path.size()] = PathUnit{};
-      slots[i].state.store(kFilled, std::memory_order_release);
-      return static_cast<int>(i);
-    }
-  } catch (const std::exception&) {
-    return -1;
+int rememberTemporary(const system::NativePath& path) noexcept {
+  if (path.size() >= kLongestPath) return -1;
+  for (std::size_t i = 0; i < slots.size(); ++i) {
+    int expected = kFree;
+    if (!slots[i].state.compare_exchange_strong(expected, kBeingFilled)) continue;
+    path.copy(slots[i].path.data(), path.size());
+    slots[i].path[path.size()] = PathUnit{};
+    slots[i].state.store(kFilled, std::memory_order_release);
+    return static_cast<int>(i);
   }
   return -1;
+}
+
+bool isInterrupted(int slot) noexcept {
+  return slot >= 0 && slots[static_cast<std::size_t>(slot)].state.load() == kInterrupted;
 }
 
 void forgetTemporary(int slot) noexcept {

@@ -3,7 +3,7 @@
 // remove it without allocating or locking.
 #pragma once
 
-#include <string_view>
+#include "zix/output_file_system.h"
 
 namespace Orb::Zix {
 
@@ -13,7 +13,10 @@ void removeInterruptedWrites() noexcept;
 
 // For OutputFile: remembers a temporary until it is forgotten. Returns its slot, or -1 when all slots are
 // taken or the path is longer than the system takes; such a file is simply not known to the handler.
-int rememberTemporary(std::string_view program_path) noexcept;
+int rememberTemporary(const system::NativePath& path) noexcept;
 void forgetTemporary(int slot) noexcept;
+// Whether removeInterruptedWrites has been called for it. Such a file must not be put in place: where a file
+// that is open keeps its name, it could still be renamed.
+bool isInterrupted(int slot) noexcept;
 
 }  // namespace Orb::Zix

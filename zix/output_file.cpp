@@ -4,8 +4,10 @@
 #include <atomic>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <utility>
 
+#include "host/directory.h"
 #include "host/path.h"
 #include "zix/interrupted_write.h"
 #include "zix/output_file_system.h"
@@ -45,12 +47,44 @@ std::string_view ownFolder(std::string_view output_path) {
   return folder.empty() ? "." : folder;
 }
 
-// Hidden on POSIX hosts, and short enough for every file system whatever the output is called.
+// What the names of an output's temporaries begin with. Hidden on POSIX hosts, and short enough for every
+// file system whatever the output is called.
+std::string temporaryStart(std::string_view output_path) {
+  const std::string_view name = output_path.substr(folderOf(output_path).size());
+  std::string start = ".";
+  start += startOfName(name, 100);
+  start += '.';
+  return start;
+}
+
+constexpr std::string_view kTemporaryEnd = ".tmp";
+
 std::string temporaryName(std::string_view output_path, unsigned attempt) {
-  const std::string_view folder = folderOf(output_path);
-  const std::string_view name = output_path.substr(folder.size());
-  return std::string(folder) + "." + std::string(startOfName(name, 100)) + "." +
-         std::to_string(system::processId()) + "-" + std::to_string(attempt) + ".tmp";
+  return std::string(folderOf(output_path)) + temporaryStart(output_path) +
+         std::to_string(system::processId()) + "-" + std::to_string(attempt) + std::string(kTemporaryEnd);
+}
+
+// Whether `name` is `start`, two numbers with a dash between them, and the end.
+bool isTemporaryName(std::string_view name, std::string_view start) {
+  if (!name.starts_with(start) || !name.ends_with(kTemporaryEnd)) return false;
+  name.remove_prefix(start.size());
+  if (name.size() < kTemporaryEnd.size()) return false;
+  name.remove_suffix(kTemporaryEnd.size());
+  const auto dash = name.find('-');
+  const auto isNumber = [](std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+  };
+  return dash != std::string_view::npos && isNumber(name.substr(0, dash)) && isNumber(name.substr(dash + 1));
+}
+
+void removeAbandonedBeside(std::string_view absolute_path) {
+  const auto names = loftbay::host::listDirectory(ownFolder(absolute_path));
+  if (!names) return;
+  const std::string start = temporaryStart(absolute_path);
+  for (const std::string& name : *names) {
+    if (isTemporaryName(name, start))
+      system::removeAbandoned(system::nativePath(std::string(folderOf(absolute_path)) + name));
+  }
 }
 
 std::string absolute(std::string_view program_path) {
@@ -67,20 +101,59 @@ std::string absolute(std::string_view program_path) {
 
 void setFileOperationHook(FileOperationHook* hook) { operation_hook.store(hook); }
 
+void removeAbandonedTemporaries(std::string_view program_path) noexcept {
+  try {
+    removeAbandonedBeside(absolute(program_path));
+  } catch (const std::exception&) {
+    return;  // the next one will
+  }
+}
+
 OutputFile::~OutputFile() { discard(); }
 
 std::optional<OutputFailure> OutputFile::fail(std::string operation, int error) {
+  discard();
   return fail(std::move(operation), system::errorText(error));
 }
 
+// Allocates nothing itself: it tells of missing memory, too.
 std::optional<OutputFailure> OutputFile::fail(std::string operation, std::string reason) {
   discard();
-  if (!failure_) failure_ = OutputFailure{shown_path_, std::move(operation), std::move(reason)};
+  if (!failure_) failure_ = OutputFailure{std::move(shown_path_), std::move(operation), std::move(reason)};
   return failure_;
 }
 
-std::optional<OutputFailure> OutputFile::open(std::string_view program_path) {
+template <typename Call>
+std::optional<OutputFailure> OutputFile::guarded(Call call) {
   if (failure_) return failure_;
+  try {
+    return call();
+  } catch (const std::bad_alloc&) {
+    return fail("write", std::string("out of memory"));
+  }
+}
+
+std::optional<OutputFailure> OutputFile::open(std::string_view program_path) {
+  return guarded([&] { return create(program_path); });
+}
+
+std::optional<OutputFailure> OutputFile::append(std::span<const std::byte> bytes) {
+  return guarded([&] { return put(bytes); });
+}
+
+std::optional<OutputFailure> OutputFile::append(std::string_view text) {
+  return append(std::as_bytes(std::span(text.data(), text.size())));
+}
+
+std::optional<OutputFailure> OutputFile::overwrite(std::uint64_t offset, std::span<const std::byte> bytes) {
+  return guarded([&] { return putAt(offset, bytes); });
+}
+
+std::optional<OutputFailure> OutputFile::commit() {
+  return guarded([&] { return finish(); });
+}
+
+std::optional<OutputFailure> OutputFile::create(std::string_view program_path) {
   shown_path_ = loftbay::host::toHostPath(program_path);
   if (program_path.empty()) return fail("create", std::string("the path is empty"));
   output_path_ = absolute(program_path);
@@ -92,16 +165,19 @@ std::optional<OutputFailure> OutputFile::open(std::string_view program_path) {
     return fail("create", std::string("it is no regular file"));
   }
 
+  output_native_ = system::nativePath(output_path_);
+  // Before there is a file, so that there is none without a buffer.
+  buffer_ = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
+  removeAbandonedTemporaries(output_path_);
   int result = hooked(FileOperation::CreateUnnamed);
   if (result == 0) result = system::createUnnamed(ownFolder(output_path_), &handle_);
   if (result != 0 && system::isUnsupported(result)) {
-    result = underTemporaryName([&](const std::string& path) {
+    result = underTemporaryName([&](const system::NativePath& path) {
       const int refused = hooked(FileOperation::Create);
       return refused != 0 ? refused : system::createExclusive(path, &handle_);
     });
   }
   if (result != 0) return fail("create", result);
-  buffer_ = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
   return std::nullopt;
 }
 
@@ -111,14 +187,12 @@ int OutputFile::underTemporaryName(Make make) {
   constexpr int kMostAttempts = 1000;
   int error = 0;
   for (int i = 0; i < kMostAttempts; ++i) {
-    const std::string path = temporaryName(output_path_, next_attempt++);
+    current_path_ = system::nativePath(temporaryName(output_path_, next_attempt++));
     // Before the name exists: an interrupt between the two calls then removes nothing or the file.
-    interrupt_slot_ = rememberTemporary(path);
-    error = make(path);
-    if (error == 0) {
-      current_path_ = path;
-      return 0;
-    }
+    interrupt_slot_ = rememberTemporary(current_path_);
+    error = make(current_path_);
+    if (error == 0) return 0;
+    current_path_.clear();
     forgetTemporary(std::exchange(interrupt_slot_, -1));
     if (!system::isAlreadyThere(error)) break;
   }
@@ -136,8 +210,7 @@ std::optional<OutputFailure> OutputFile::flushBuffer() {
   return writeOut({buffer_.get(), std::exchange(buffered_, 0)});
 }
 
-std::optional<OutputFailure> OutputFile::append(std::span<const std::byte> bytes) {
-  if (failure_) return failure_;
+std::optional<OutputFailure> OutputFile::put(std::span<const std::byte> bytes) {
   if (!isOpen()) return fail("write", std::string("the file is not open"));
   size_ += bytes.size();
   if (bytes.size() >= kWrittenDirectly) {
@@ -156,12 +229,7 @@ std::optional<OutputFailure> OutputFile::append(std::span<const std::byte> bytes
   return std::nullopt;
 }
 
-std::optional<OutputFailure> OutputFile::append(std::string_view text) {
-  return append(std::as_bytes(std::span(text.data(), text.size())));
-}
-
-std::optional<OutputFailure> OutputFile::overwrite(std::uint64_t offset, std::span<const std::byte> bytes) {
-  if (failure_) return failure_;
+std::optional<OutputFailure> OutputFile::putAt(std::uint64_t offset, std::span<const std::byte> bytes) {
   if (!isOpen()) return fail("write", std::string("the file is not open"));
   if (auto failure = flushBuffer()) return failure;
   int error = hooked(FileOperation::Seek);
@@ -173,8 +241,7 @@ std::optional<OutputFailure> OutputFile::overwrite(std::uint64_t offset, std::sp
   return error == 0 ? std::nullopt : fail("seek", error);
 }
 
-std::optional<OutputFailure> OutputFile::commit() {
-  if (failure_) return failure_;
+std::optional<OutputFailure> OutputFile::finish() {
   if (!isOpen()) return fail("write", std::string("the file is not open"));
   if (auto failure = flushBuffer()) return failure;
   if (auto failure = flushFile()) return failure;
@@ -196,11 +263,11 @@ std::optional<OutputFailure> OutputFile::flushFile() {
 // Under the output's own name at once where it is free, else by a temporary name: no call names a file in the
 // place of another one.
 std::optional<OutputFailure> OutputFile::placeUnnamed() {
-  const auto link = [&](const std::string& path) {
+  const auto link = [&](const system::NativePath& path) {
     const int error = hooked(FileOperation::Link);
     return error != 0 ? error : system::link(handle_, path);
   };
-  int error = link(output_path_);
+  int error = link(output_native_);
   if (error != 0 && system::isAlreadyThere(error)) {
     error = underTemporaryName(link);
     if (error == 0) error = rename();
@@ -218,12 +285,16 @@ std::optional<OutputFailure> OutputFile::placeUnnamed() {
 
 std::optional<OutputFailure> OutputFile::placeNamed() {
   const char* operation = "close";
+  // Nobody may take the temporary for an abandoned one before it is in place.
+  const std::intptr_t lock = system::duplicate(handle_);
   int error = closeHandle();
   if (error == 0) {
     operation = "rename";
     error = rename();
   }
   if (error != 0) system::remove(current_path_);
+  if (lock != kNoHandle) system::close(lock);
+  current_path_.clear();
   forgetTemporary(std::exchange(interrupt_slot_, -1));
   return error == 0 ? std::nullopt : fail(operation, error);
 }
@@ -236,7 +307,8 @@ int OutputFile::closeHandle() {
 
 int OutputFile::rename() {
   const int error = hooked(FileOperation::Rename);
-  return error != 0 ? error : system::rename(current_path_, output_path_);
+  if (isInterrupted(interrupt_slot_)) return system::interrupted();
+  return error != 0 ? error : system::rename(current_path_, output_native_);
 }
 
 void OutputFile::discard() noexcept {

@@ -5,19 +5,23 @@
 //
 // Where the system has no files without a name (Windows, some file systems), the bytes go to a temporary file
 // beside the output that is renamed over it. An OutputFile that is destroyed without `commit` removes its
-// temporary, and so does `removeInterruptedWrites` from a signal handler.
+// temporary, and so does `removeInterruptedWrites` from a signal handler. What SIGKILL leaves is removed by
+// the next OutputFile of the same output: its writer holds a lock on it as long as it lives. Where the file
+// system has no locks, it stays.
 //
 //   OutputFile file;
 //   if (auto failure = file.open("folder\\out.zix")) …   // failure->operation, failure->reason
 //   file.append(bytes); file.overwrite(0, header);
 //   file.commit();
 //
-// After a failure of any call the new file is gone and every later call repeats the first failure; only when
-// all was done but to make the name durable, the complete new file stays in place.
+// Lack of memory is a failure, too; only the copy of a failure that is returned can still throw
+// std::bad_alloc. After a failure of any call the new file is gone and every later call repeats the first
+// failure; only when all was done but to make the name durable, the complete new file stays in place.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <span>
@@ -66,6 +70,13 @@ class OutputFile {
   std::optional<OutputFailure> fail(std::string operation, std::string reason);
   std::optional<OutputFailure> flushBuffer();
   std::optional<OutputFailure> writeOut(std::span<const std::byte> bytes);
+  // Lack of memory becomes a failure like every other.
+  template <typename Call>
+  std::optional<OutputFailure> guarded(Call call);
+  std::optional<OutputFailure> create(std::string_view program_path);
+  std::optional<OutputFailure> put(std::span<const std::byte> bytes);
+  std::optional<OutputFailure> putAt(std::uint64_t offset, std::span<const std::byte> bytes);
+  std::optional<OutputFailure> finish();
   template <typename Make>
   int underTemporaryName(Make make);
   std::optional<OutputFailure> flushFile();
@@ -77,13 +88,18 @@ class OutputFile {
   std::intptr_t handle_ = kNoHandle;
   int interrupt_slot_ = -1;
   std::uint64_t size_ = 0;
-  std::string output_path_;   // program form, absolute
-  std::string current_path_;  // the new file's temporary name while it has one
-  std::string shown_path_;    // host form, as given
+  std::string output_path_;  // program form, absolute
+  std::filesystem::path::string_type output_native_;
+  std::filesystem::path::string_type current_path_;  // the new file's temporary name while it has one
+  std::string shown_path_;                           // host form, as given, until a failure has it
   std::unique_ptr<std::byte[]> buffer_;
   std::size_t buffered_ = 0;
   std::optional<OutputFailure> failure_;
 };
+
+// Removes what writers of this output that were killed have left beside it. Done by `open`, too; for whoever
+// sees such a writer end.
+void removeAbandonedTemporaries(std::string_view program_path) noexcept;
 
 // What the file layer asks of the system, one call each. 0 is success, anything else the system's error
 // number. Tests put a hook in front to make the n-th call fail.

@@ -1,5 +1,6 @@
 // POSIX side of the file layer.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,9 +19,39 @@ namespace {
 using loftbay::host::toHostPath;
 
 // How a file that has no name is named in a call: by the link that the system keeps for its handle.
-std::string linkOfHandle(std::intptr_t handle) { return "/proc/self/fd/" + std::to_string(handle); }
+class LinkOfHandle {
+ public:
+  explicit LinkOfHandle(std::intptr_t handle) {
+    std::snprintf(text_, sizeof(text_), "/proc/self/fd/%d", static_cast<int>(handle));
+  }
+  [[nodiscard]] const char* get() const { return text_; }
+
+ private:
+  char text_[32];
+};
+
+enum class Lock { Taken, HeldByAnother, NotKnownHere };
+
+// The lock goes with the last handle of this opening of the file, whatever ends the process. It lies on a
+// byte that no file has, because some hosts let nobody else read what is locked.
+Lock takeLock(int file) noexcept {
+#ifdef F_OFD_SETLK
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = off_t{1} << 62;
+  lock.l_len = 1;
+  if (fcntl(file, F_OFD_SETLK, &lock) == 0) return Lock::Taken;
+  return errno == EAGAIN || errno == EACCES ? Lock::HeldByAnother : Lock::NotKnownHere;
+#else
+  static_cast<void>(file);
+  return Lock::NotKnownHere;
+#endif
+}
 
 }  // namespace
+
+NativePath nativePath(std::string_view program_path) { return toHostPath(program_path); }
 
 int createUnnamed(std::string_view folder, std::intptr_t* handle) {
 #ifdef O_TMPFILE
@@ -28,10 +59,11 @@ int createUnnamed(std::string_view folder, std::intptr_t* handle) {
   if (file < 0) return errno;
   // Without that link (no /proc, or not for this process) the file could never get a name.
   char first = 0;
-  if (readlink(linkOfHandle(file).c_str(), &first, 1) < 0) {
+  if (readlink(LinkOfHandle(file).get(), &first, 1) < 0) {
     ::close(file);
     return EOPNOTSUPP;
   }
+  takeLock(file);
   *handle = file;
   return 0;
 #else
@@ -48,16 +80,22 @@ bool isUnsupported(int error) {
 }
 
 int unsupported() { return EOPNOTSUPP; }
+int interrupted() { return ECANCELED; }
 
-int link(std::intptr_t handle, std::string_view program_path) {
-  const std::string from = linkOfHandle(handle);
-  const std::string to = toHostPath(program_path);
-  return linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) != 0 ? errno : 0;
+int link(std::intptr_t handle, const NativePath& path) {
+  const LinkOfHandle from(handle);
+  return linkat(AT_FDCWD, from.get(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0 ? errno : 0;
 }
 
-int createExclusive(std::string_view program_path, std::intptr_t* handle) {
-  const int file = ::open(toHostPath(program_path).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+int createExclusive(const NativePath& path, std::intptr_t* handle) {
+  const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (file < 0) return errno;
+  struct stat status {};
+  // Between the two calls another process may have taken it for an abandoned one.
+  if (takeLock(file) == Lock::HeldByAnother || (fstat(file, &status) == 0 && status.st_nlink == 0)) {
+    ::close(file);
+    return EEXIST;
+  }
   *handle = file;
   return 0;
 }
@@ -95,8 +133,12 @@ int close(std::intptr_t handle) {
   return ::close(static_cast<int>(handle)) != 0 && errno != EINTR ? errno : 0;
 }
 
-int rename(std::string_view from, std::string_view to) {
-  return std::rename(toHostPath(from).c_str(), toHostPath(to).c_str()) != 0 ? errno : 0;
+std::intptr_t duplicate(std::intptr_t handle) noexcept {
+  return fcntl(static_cast<int>(handle), F_DUPFD_CLOEXEC, 3);
+}
+
+int rename(const NativePath& from, const NativePath& to) {
+  return std::rename(from.c_str(), to.c_str()) != 0 ? errno : 0;
 }
 
 int flushFolder(std::string_view program_path) {
@@ -109,8 +151,20 @@ int flushFolder(std::string_view program_path) {
   return error == EINVAL || error == ENOTSUP || error == EROFS ? 0 : error;
 }
 
-int remove(std::string_view program_path) {
-  return unlink(toHostPath(program_path).c_str()) != 0 ? errno : 0;
+int remove(const NativePath& path) noexcept { return unlink(path.c_str()) != 0 ? errno : 0; }
+
+bool removeAbandoned(const NativePath& path) noexcept {
+  const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+  if (file < 0) return false;
+  struct stat opened {};
+  struct stat named {};
+  // The name is asked for again: meanwhile it may have become another file's.
+  const bool removed = fstat(file, &opened) == 0 && S_ISREG(opened.st_mode) &&
+                       takeLock(file) == Lock::Taken && lstat(path.c_str(), &named) == 0 &&
+                       named.st_dev == opened.st_dev && named.st_ino == opened.st_ino &&
+                       unlink(path.c_str()) == 0;
+  ::close(file);
+  return removed;
 }
 
 std::string errorText(int error) {

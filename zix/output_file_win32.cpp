@@ -16,18 +16,35 @@ using loftbay::host::toSystemPath;
 HANDLE fromHandle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 int lastError() { return static_cast<int>(GetLastError()); }
 
+// The lock goes with the last handle of this opening of the file, whatever ends the process. It lies on a
+// byte that no file has: what is locked nobody else can read.
+bool takeLock(HANDLE file) noexcept {
+  OVERLAPPED place{};
+  place.OffsetHigh = DWORD{1} << 30U;
+  return LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0;
+}
+
 }  // namespace
+
+NativePath nativePath(std::string_view program_path) { return toSystemPath(program_path); }
 
 int createUnnamed(std::string_view, std::intptr_t*) { return unsupported(); }
 bool isUnsupported(int error) { return error == ERROR_NOT_SUPPORTED; }
 int unsupported() { return ERROR_NOT_SUPPORTED; }
-int link(std::intptr_t, std::string_view) { return unsupported(); }
+int interrupted() { return ERROR_CANCELLED; }
+int link(std::intptr_t, const NativePath&) { return unsupported(); }
 
-int createExclusive(std::string_view program_path, std::intptr_t* handle) {
+// While the file is open, removeAbandoned cannot open it. The lock is for processes of other systems that
+// share the folder.
+int createExclusive(const NativePath& path, std::intptr_t* handle) {
   const HANDLE file =
-      CreateFileW(toSystemPath(program_path).c_str(), GENERIC_READ | GENERIC_WRITE,
-                  FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+      CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                  CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return lastError();
+  if (!takeLock(file) && GetLastError() == ERROR_LOCK_VIOLATION) {
+    CloseHandle(file);
+    return ERROR_ALREADY_EXISTS;
+  }
   *handle = reinterpret_cast<std::intptr_t>(file);
   return 0;
 }
@@ -56,9 +73,16 @@ int flush(std::intptr_t handle) { return FlushFileBuffers(fromHandle(handle)) ==
 
 int close(std::intptr_t handle) { return CloseHandle(fromHandle(handle)) == 0 ? lastError() : 0; }
 
-int rename(std::string_view from, std::string_view to) {
-  return MoveFileExW(toSystemPath(from).c_str(), toSystemPath(to).c_str(),
-                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0
+std::intptr_t duplicate(std::intptr_t handle) noexcept {
+  HANDLE second = nullptr;
+  const HANDLE process = GetCurrentProcess();
+  if (DuplicateHandle(process, fromHandle(handle), process, &second, 0, FALSE, DUPLICATE_SAME_ACCESS) == 0)
+    return -1;
+  return reinterpret_cast<std::intptr_t>(second);
+}
+
+int rename(const NativePath& from, const NativePath& to) {
+  return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0
              ? lastError()
              : 0;
 }
@@ -66,8 +90,20 @@ int rename(std::string_view from, std::string_view to) {
 // MOVEFILE_WRITE_THROUGH has done it.
 int flushFolder(std::string_view) { return 0; }
 
-int remove(std::string_view program_path) {
-  return DeleteFileW(toSystemPath(program_path).c_str()) == 0 ? lastError() : 0;
+int remove(const NativePath& path) noexcept { return DeleteFileW(path.c_str()) == 0 ? lastError() : 0; }
+
+bool removeAbandoned(const NativePath& path) noexcept {
+  // Opens only a file that nobody has open.
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  FILE_DISPOSITION_INFO disposition{};
+  disposition.DeleteFile = TRUE;
+  const bool removed =
+      GetFileType(file) == FILE_TYPE_DISK && takeLock(file) &&
+      SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof(disposition)) != 0;
+  CloseHandle(file);
+  return removed;
 }
 
 std::string errorText(int error) {

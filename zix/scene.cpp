@@ -2,6 +2,7 @@
 #include <cstring>
 #include <limits>
 
+#include "host/path.h"
 #include "zix/default_views.h"
 #include "zix/object_names.h"
 #include "zix/scene_impl.h"
@@ -26,19 +27,22 @@ void Scene_V0::saveTo(const char* path, const char* text, bool first_flag, bool 
   impl.refuseWhenClosed("saveTo");
   if (impl.bound) throw SceneError("saveTo: the scene is bound to " + impl.bound_path + " already");
   impl.bound = true;
-  impl.bound_path = textOf(path);
-  const auto reference = impl.texts.add(textOf(text));
-  impl.scene.save_text_offset = reference.offset;
-  impl.scene.save_text_size = reference.size;
-  if (first_flag) impl.scene.flags |= format::kSceneFirstFlag;
-  if (second_flag) impl.scene.flags |= format::kSceneSecondFlag;
-  impl.keep(impl.file.open(impl.bound_path));
-  const format::Header place_of_header{};
-  if (!impl.failure) impl.keep(impl.file.append(std::as_bytes(std::span(&place_of_header, 1))));
+  impl.whole([&] {
+    impl.bound_path = textOf(path);
+    const auto reference = impl.texts.add(textOf(text));
+    impl.scene.save_text_offset = reference.offset;
+    impl.scene.save_text_size = reference.size;
+    if (first_flag) impl.scene.flags |= format::kSceneFirstFlag;
+    if (second_flag) impl.scene.flags |= format::kSceneSecondFlag;
+    impl.keep(impl.file.open(impl.bound_path));
+    const format::Header place_of_header{};
+    if (!impl.failure) impl.keep(impl.file.append(std::as_bytes(std::span(&place_of_header, 1))));
+  });
 }
 
 ObjectId Scene_V0::createObject(ObjectType type) {
-  const format::ObjectRecord& record = impl_->create(type);
+  const format::ObjectRecord& record =
+      impl_->whole([&]() -> const format::ObjectRecord& { return impl_->create(type); });
   return {impl_->objects.size(), record.type};
 }
 
@@ -50,8 +54,10 @@ void Scene_V0::setName(const ObjectId& id, const char* name) {
   for (auto& [type, reference] : impl.last_names) {
     if (type == record.type) last = &reference;
   }
-  if (last == nullptr) last = &impl.last_names.emplace_back(record.type, TextPool::Reference{}).second;
-  if (!impl.texts.equals(*last, text)) *last = impl.texts.add(text);
+  impl.whole([&] {
+    if (last == nullptr) last = &impl.last_names.emplace_back(record.type, TextPool::Reference{}).second;
+    if (!impl.texts.equals(*last, text)) *last = impl.texts.add(text);
+  });
   record.name_offset = last->offset;
   record.name_size = last->size;
 }
@@ -61,12 +67,21 @@ void Scene_V0::closeFile(const char* path) {
   impl.refuseWhenClosed("closeFile");
   impl.closed = true;
   if (!impl.bound) throw SceneError("closeFile: saveTo was never called");
+  if (impl.out_of_memory) {
+    impl.file.discard();
+    throw SceneError(loftbay::host::toHostPath(textOf(path)) + ": write failed: out of memory");
+  }
   if (impl.bound_path != textOf(path)) {
     impl.file.discard();
     throw SceneError("closeFile: the scene is bound to " + impl.bound_path + ", not to " +
                      std::string(textOf(path)));
   }
-  if (!impl.failure) impl.finishFile();
+  try {
+    if (!impl.failure) impl.finishFile();
+  } catch (const std::bad_alloc&) {
+    impl.file.discard();
+    throw SceneError(loftbay::host::toHostPath(impl.bound_path) + ": write failed: out of memory");
+  }
   impl.file.discard();  // nothing is left to discard after a success
   if (impl.failure) throw SceneError(*impl.failure);
 }
@@ -77,7 +92,7 @@ Scene_V1::~Scene_V1() = default;
 template <>
 void Scene_V1::setApplicationInfo<double>(const char* application, const double& value) {
   impl_->refuseWhenClosed("setApplicationInfo");
-  const auto reference = impl_->texts.add(textOf(application));
+  const auto reference = impl_->whole([&] { return impl_->texts.add(textOf(application)); });
   impl_->scene.application_offset = reference.offset;
   impl_->scene.application_size = reference.size;
   impl_->scene.application_value = value;
@@ -85,12 +100,12 @@ void Scene_V1::setApplicationInfo<double>(const char* application, const double&
 }
 
 std::uint64_t Scene_V1::addComponent(const ObjectId& parent, const ObjectId& child) {
-  return impl_->attach(parent, child, nullptr);
+  return impl_->whole([&] { return impl_->attach(parent, child, nullptr); });
 }
 
 std::uint64_t Scene_V1::addComponent(const ObjectId& parent, const ObjectId& child,
                                      const ObjectId& transform) {
-  return impl_->attach(parent, child, &transform);
+  return impl_->whole([&] { return impl_->attach(parent, child, &transform); });
 }
 
 namespace {
@@ -163,9 +178,10 @@ void Scene_V1::setValues<float>(const ObjectId& id, const float* data, std::uint
   if (count > std::numeric_limits<std::ptrdiff_t>::max() / tuple_size) {
     impl_->refuse("setValues", object, "was given more values than memory can hold");
   }
-  state.record.chunk =
-      impl_->writeArray(format::kFloatArrayChunk, tuple_size,
-                        std::as_bytes(std::span(data, count * state.record.dimension)), &state.box);
+  state.record.chunk = impl_->whole([&] {
+    return impl_->writeArray(format::kFloatArrayChunk, tuple_size,
+                             std::as_bytes(std::span(data, count * state.record.dimension)), &state.box);
+  });
 }
 
 template <>
@@ -178,8 +194,10 @@ void Scene_V1::setValues<unsigned int>(const ObjectId& id, const unsigned int* d
   if (count > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(unsigned int)) {
     impl_->refuse("setValues", object, "was given more values than memory can hold");
   }
-  record.chunk = impl_->writeArray(format::kIndexArrayChunk, sizeof(unsigned int),
-                                   std::as_bytes(std::span(data, count)), nullptr);
+  record.chunk = impl_->whole([&] {
+    return impl_->writeArray(format::kIndexArrayChunk, sizeof(unsigned int),
+                             std::as_bytes(std::span(data, count)), nullptr);
+  });
 }
 
 void Scene_V1::setCoordinates(const ObjectId& mesh, const ObjectId& coordinates) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <deque>
+#include <new>
 #include <optional>
 #include <span>
 #include <string>
@@ -60,6 +61,17 @@ struct Scene_V0::Impl {
   // Gives every parent its place in the child table and returns the table.
   std::vector<std::uint32_t> makeChildTable();
 
+  // What a call does that needs memory. Without it the call is done by half, and so would the scene be.
+  template <typename Call>
+  auto whole(Call call) {
+    try {
+      return call();
+    } catch (const std::bad_alloc&) {
+      out_of_memory = true;
+      throw;
+    }
+  }
+
   // --- the file -----------------------------------------------------------------------------------------
   // Keeps the first failure for closeFile.
   void keep(const std::optional<OutputFailure>& failure);
@@ -90,6 +102,7 @@ struct Scene_V0::Impl {
 
   bool bound = false;  // saveTo was called
   bool closed = false;
+  bool out_of_memory = false;  // once is enough: closeFile fails
   std::string bound_path;
   std::optional<std::string> failure;
   OutputFile file;

@@ -66,8 +66,8 @@ class Scene_V0 {
   void setName(const ObjectId& id, const char* name);
 
   // Finishes the file, makes it durable and puts it in the place of `path`. Throws SceneError when anything
-  // since saveTo failed; then nothing is left of the new file, unless making its name durable was all that
-  // failed.
+  // since saveTo failed, or when a call found no memory (std::bad_alloc) and was done by half; then nothing
+  // is left of the new file, unless making its name durable was all that failed.
   void closeFile(const char* path);
 
   struct Impl;

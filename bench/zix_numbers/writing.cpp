@@ -20,7 +20,8 @@ void measureWriting() {
   const auto plain = [&] {
     const std::string path = scratchPath("plain.bin");
     std::intptr_t file = 0;
-    if (system::createExclusive(path, &file) != 0) throw std::runtime_error("cannot create " + path);
+    if (system::createExclusive(system::nativePath(path), &file) != 0)
+      throw std::runtime_error("cannot create " + path);
     int error = 0;
     // Blocks of 1 MiB of the whole run of bytes; the arrays' size is a multiple of it.
     for (std::size_t i = 0; i < arrays; ++i) {
@@ -47,8 +48,8 @@ void measureWriting() {
   std::vector<double> scene_times;
   const auto measure = [](const std::function<void()>& write, std::vector<double>& times) {
     // An old file would cost its removal, and hold its pages in memory until the new one is complete.
-    system::remove(scratchPath("plain.bin"));
-    system::remove(scratchPath("arrays.zix"));
+    system::remove(system::nativePath(scratchPath("plain.bin")));
+    system::remove(system::nativePath(scratchPath("arrays.zix")));
     times.push_back(secondsOf(write));
   };
   // A disk that others use is quick in one second and slow in the next. So each round gives a ratio of its

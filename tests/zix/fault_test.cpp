@@ -23,6 +23,7 @@ using loftbay::testing_support::nameOf;
 using loftbay::testing_support::ScratchFolder;
 using loftbay::testing_support::Way;
 using loftbay::testing_support::WayHook;
+using loftbay::testing_support::writeSampleScene;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -191,6 +192,23 @@ TEST(Kill, LeavesATemporaryOnlyBetweenItsNameAndTheRename) {
   }
   EXPECT_GE(kills, 10);
   EXPECT_EQ(left, 1) << "killed before the rename";
+}
+
+TEST(Kill, LeavesNothingThatTheNextRunDoesNotRemove) {
+  const ScratchFolder folder;
+  const std::string path = folder.programPath("scene.zix");
+  for (const Way way : {Way::Unnamed, Way::Named}) {
+    int left = 0;
+    for (int kills = 0;; ++kills) {
+      ASSERT_LT(kills, 1000);
+      folder.write("scene.zix", "old");
+      if (!killedAt(kills, way, path)) break;
+      if (folder.names().size() > 1) ++left;
+      writeSampleScene(path);
+      EXPECT_THAT(folder.names(), ElementsAre("scene.zix")) << kills << nameOf(way);
+    }
+    EXPECT_GE(left, 1);
+  }
 }
 
 TEST(Kill, LeavesTheOldFileWholeWhereTheNewOneNeedsATemporaryName) {
