@@ -8,7 +8,15 @@
 
 #include "cli/console.h"
 #include "cli/program.h"
+#include "host/out_of_memory.h"
 #include "host/wide_text.h"
+#include "zix/interrupted_write.h"
+
+// Before the objects of other files are made: memory may be short already.
+__attribute__((constructor(101))) static void prepareForLackOfMemory() {
+  loftbay::host::endWhenMemoryRunsOut(LOFTBAY_PROGRAM ": out of memory\n", loftbay::cli::kFailed,
+                                      Orb::Zix::removeInterruptedWrites);
+}
 
 int wmain(int argc, wchar_t** argv) {
   loftbay::cli::setUpConsole();

@@ -5,6 +5,7 @@
 
 #include "cli/console.h"
 #include "host/file.h"
+#include "host/out_of_memory.h"
 
 #ifdef _WIN32
 #include <io.h>
@@ -18,7 +19,7 @@ int runProgramCaught(const char* program_name, const std::vector<std::string>& a
   try {
     return runProgram(arguments);
   } catch (const std::exception& error) {
-    complain(program_name, error.what());
+    complain(program_name, host::failureText(error));
   } catch (...) {
     complain(program_name, "unknown error");
   }

@@ -5,6 +5,7 @@
 #include "diag/memory_report.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
+#include "host/out_of_memory.h"
 #include "host/path.h"
 
 namespace loftbay::convert {
@@ -33,7 +34,7 @@ bool obJt2Zix::WriteZix() {
     scene.createDefaultViews(rootId);
     scene.closeFile(outputPath.c_str());
   } catch (const std::exception& error) {
-    failed(error.what());
+    failed(host::failureText(error));
   } catch (...) {
     failed("the scene could not be saved");
   }

@@ -2,11 +2,24 @@
 // outputs.
 #include "zix/png.h"
 
+#include <cstdlib>
+#include <new>
 #include <stdexcept>
 
 #include "host/path.h"
 #include "zix/output_file.h"
 
+namespace {
+// The library writes through the null that it would get. What it holds when this throws is not given back.
+void* orThrow(void* memory) {
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+}  // namespace
+
+#define STBIW_MALLOC(size) orThrow(std::malloc(size))
+#define STBIW_REALLOC(memory, size) orThrow(std::realloc(memory, size))
+#define STBIW_FREE(memory) std::free(memory)
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
 #define STBI_WRITE_NO_STDIO
@@ -33,8 +46,12 @@ std::optional<std::string> writePng(std::string_view program_path, std::uint32_t
     to.failure =
         to.file.append(std::as_bytes(std::span(static_cast<char*>(data), static_cast<std::size_t>(size))));
   };
-  if (!failure && stbi_write_png_to_func(append, &target, static_cast<int>(width), static_cast<int>(height),
-                                         3, rgb.data(), static_cast<int>(3 * width)) == 0) {
+  try {
+    if (!failure) {
+      stbi_write_png_to_func(append, &target, static_cast<int>(width), static_cast<int>(height), 3,
+                             rgb.data(), static_cast<int>(3 * width));
+    }
+  } catch (const std::bad_alloc&) {
     return std::string(loftbay::host::toHostPath(program_path)) +
            ": there is not enough memory for the picture";
   }

@@ -16,6 +16,7 @@
 #include "cli/program.h"
 #include "host/child_process.h"
 #include "host/path.h"
+#include "zix/output_file.h"
 
 namespace loftbay::cli {
 
@@ -89,19 +90,6 @@ int refuseAll(const Batch& batch, const std::string& reason) {
   return kPathRefused;
 }
 
-// A process that crashed could not remove its unfinished scene.
-void removeLeftovers(const std::string& output, std::uint64_t process_id) {
-  const auto path = hostPath(output);
-  const std::string mark = "." + std::to_string(process_id) + "-";
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(path.parent_path(), error)) {
-    const std::string name = narrow(entry.path().filename());
-    if (name.starts_with(".") && name.ends_with(".tmp") && name.find(mark) != std::string::npos) {
-      std::filesystem::remove(entry.path(), error);
-    }
-  }
-}
-
 Ending convertOne(const Batch& batch, const std::string& program, const std::string& input) {
   const std::string output = batchOutput(input, batch.out_dir);
   std::vector<std::string> arguments = {"convert", "--in-batch", "--json"};
@@ -114,7 +102,8 @@ Ending convertOne(const Batch& batch, const std::string& program, const std::str
     return withoutReport(batch, input, "the conversion could not be started: " + child.reason);
   }
   if (child.crashed) {
-    removeLeftovers(output, child.process_id);
+    // It could not remove its unfinished scene.
+    Orb::Zix::removeAbandonedTemporaries(host::toProgramPath(output));
     // It had not come so far as to end by itself.
     if (host::childrenInterrupted()) return interrupted(batch, input, true);
     return withoutReport(batch, input, "the conversion " + child.reason);

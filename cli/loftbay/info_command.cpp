@@ -11,6 +11,7 @@
 #include "cli/loftbay/report.h"
 #include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
+#include "host/out_of_memory.h"
 #include "host/path.h"
 #include "host/shown_text.h"
 #include "jttk/inspect.h"
@@ -278,7 +279,13 @@ int infoCommand(const std::vector<std::string>& arguments) {
   setSearchDirs(search_dirs);
   if (const std::string reason = complaint(options); !reason.empty())
     return wrongUsage("loftbay info", reason);
-  const bool sound = options.summary ? summariseFiles(options) : describe(options);
+  bool sound = false;
+  try {
+    sound = options.summary ? summariseFiles(options) : describe(options);
+  } catch (const std::exception& error) {
+    const std::string place = options.inputs.size() == 1 ? options.inputs.front() + ": " : "";
+    complain("loftbay", place + host::failureText(error));
+  }
   const bool written = finishOutput("loftbay");
   return written && sound ? kDone : kFailed;
 }

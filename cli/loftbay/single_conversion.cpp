@@ -13,6 +13,7 @@
 #include "diag/trace_log.h"
 #include "diag/work_directory.h"
 #include "host/file.h"
+#include "host/out_of_memory.h"
 #include "host/path.h"
 #include "host/process.h"
 #include "jttk/settings.h"
@@ -185,7 +186,7 @@ int SingleConversion::convert() {
   try {
     const convert::obJt2Zix job(input.c_str(), output.c_str(), &success, options_.optimize);
   } catch (const std::exception& error) {
-    const std::string reason = error.what();
+    const std::string reason = host::failureText(error);
     complain(reason);
     fail(reason);
     observer_.lost(input_, reason);

@@ -8,6 +8,7 @@
 #include "cli/console.h"
 #include "cli/program.h"
 #include "cli/zix/command.h"
+#include "host/out_of_memory.h"
 #include "zix/format.h"
 
 namespace loftbay::cli {
@@ -146,7 +147,12 @@ int dispatch(const std::vector<std::string>& arguments) {
   if (asksFor(rest, "--version")) return print(version()), kDone;
   Invocation call;
   if (const auto reason = parse(*command, rest, call)) return refuseUsage(*reason);
-  return command->run(call);
+  try {
+    return command->run(call);
+  } catch (const std::exception& error) {
+    complain(kProgram, call.operands[0] + ": " + host::failureText(error));
+    return kFailed;
+  }
 }
 
 }  // namespace
