@@ -120,7 +120,13 @@ void handle(int signal, void (*handler)(int)) {
 
 void speakWhenWoken() {
   char byte = 0;
-  while (read(wake_up[0], &byte, 1) < 0 && errno == EINTR) {
+  ssize_t done = 0;
+  do {
+    done = read(wake_up[0], &byte, 1);
+  } while (done < 0 && errno == EINTR);
+  if (done != 1) {  // nobody has interrupted anything; who will, ends the process without words
+    callOnInterrupt(endInterrupted);
+    return;
   }
   lastWords()();
   endInterrupted(0);

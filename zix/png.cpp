@@ -25,6 +25,7 @@ void* orThrow(void* memory) {
 #define STBI_WRITE_NO_STDIO
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wunused-function"
+#pragma GCC diagnostic ignored "-Wold-style-cast"
 #include <stb/stb_image_write.h>
 #pragma GCC diagnostic pop
 

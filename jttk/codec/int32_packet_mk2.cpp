@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 #include <string>
 
 #include "jttk/codec/arithmetic.h"
@@ -64,11 +63,7 @@ Result<void> Int32PacketReader::readPacket(ByteReader& reader, std::uint32_t max
   budget_ -= count;
   const auto codec = static_cast<Codec>(reader.u8("packet codec"));
   if (!reader.ok()) return reader.unexpected();
-  try {
-    values.resize(count);
-  } catch (const std::bad_alloc&) {
-    return fail("no memory for " + std::to_string(count) + " values", start);
-  }
+  values.resize(count);
   switch (codec) {
     case Codec::Null:
       return readNull(reader, values);

@@ -4,6 +4,7 @@
 #include "jttk/codec/shape_lod.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -138,10 +139,8 @@ void compareWithBox(ShapeGeometry& shape, std::span<const StatedExtent> stated, 
       Error{"coordinates lie outside of the box that the node states", offset}.text();
 }
 
-}  // namespace
-
-Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
-                                     const ShapeContext& context) {
+Result<ShapeGeometry> decodeLod(const Segment& segment, Version version, ByteOrder order,
+                                const ShapeContext& context) {
   ByteReader reader(segment.data, order, segment.base_offset);
   const auto element = findShape(reader);
   if (!element) return tl::unexpected<Error>(element.error().in("shape"));
@@ -160,6 +159,17 @@ Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, By
   if (!shape->facts.doubt.empty()) shape->facts.doubt.insert(0, std::string(nameOf(kind)) + ": ");
   compareWithBox(*shape, context.stated, offset);
   return shape;
+}
+
+}  // namespace
+
+Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
+                                     const ShapeContext& context) {
+  try {
+    return decodeLod(segment, version, order, context);
+  } catch (const std::bad_alloc&) {
+    return fail("out of memory", segment.base_offset);
+  }
 }
 
 }  // namespace jttk

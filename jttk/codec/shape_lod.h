@@ -89,7 +89,8 @@ struct ShapeContext {
   MemoryBudget* memory = nullptr;
 };
 
-// Decodes the one shape LOD element of a shape segment (types 6 to 16).
+// Decodes the one shape LOD element of a shape segment (types 6 to 16). Where the machine's memory runs out
+// the whole shape is an error: nothing that is otherwise left out or taken on trust is meant then.
 Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
                                      const ShapeContext& context = {});
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <new>
 #include <span>
 #include <string>
 
@@ -141,15 +140,11 @@ bool TopologyDecoder::prepare(const TopologyLimits& limits, std::uint64_t offset
     if (taken) taken = limits.memory->take(vertex_count, kPerVertex, offset);
     if (!taken) return wrong(taken.error().what);
   }
-  try {
-    polygons_.reserve(symbols_.valences.size());
-    vertices_.reserve(vertex_count);
-    corners_.resize(static_cast<std::size_t>(corner_count));
-    slots_.resize(static_cast<std::size_t>(corner_count));
-    active_.reserve(vertex_count);
-  } catch (const std::bad_alloc&) {
-    return wrong("no memory for the mesh");
-  }
+  polygons_.reserve(symbols_.valences.size());
+  vertices_.reserve(vertex_count);
+  corners_.resize(static_cast<std::size_t>(corner_count));
+  slots_.resize(static_cast<std::size_t>(corner_count));
+  active_.reserve(vertex_count);
   return true;
 }
 

@@ -6,7 +6,6 @@
 #include <bit>
 #include <cmath>
 #include <limits>
-#include <new>
 #include <string>
 
 #include "jttk/codec/component_arrays.h"
@@ -81,11 +80,7 @@ struct VertexArrayReader::CoordinateLayout {
 
 Result<void> VertexArrayReader::makeRoom(std::vector<float>& values, std::size_t count, float fill) {
   if (auto taken = packets_.memory().take(count, sizeof(float), reader_.offset()); !taken) return taken;
-  try {
-    values.assign(count, fill);
-  } catch (const std::bad_alloc&) {
-    return fail("no memory for " + std::to_string(count) + " numbers", reader_.offset());
-  }
+  values.assign(count, fill);
   return {};
 }
 
