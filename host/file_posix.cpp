@@ -68,16 +68,20 @@ bool removeFile(std::string_view program_path) { return unlink(toHostPath(progra
 bool createAndRemove(std::string_view program_path) {
   const std::string path = toHostPath(program_path);
   struct stat status {};
-  if (lstat(path.c_str(), &status) == 0) {
+  const bool exists = lstat(path.c_str(), &status) == 0;
+  if (!exists && errno != ENOENT) return false;
+  if (exists) {
     // Emptying shows through links, so there it is done.
     const bool is_plain = S_ISREG(status.st_mode) && status.st_nlink == 1;
     if (is_plain && removeWritable(path)) return true;
-  } else if (errno == ENOENT && !path.empty() && path.back() != '/' && canCreateBeside(path)) {
+  } else if (!path.empty() && path.back() != '/' && canCreateBeside(path)) {
     return true;
   }
-  if (!openFile(program_path, "w")) return false;
-  removeFile(program_path);
-  return true;
+  const bool opened = openFile(program_path, "w") != nullptr;
+  // It may have been made although it could not be opened as a stream.
+  if (opened || (!exists && lstat(path.c_str(), &status) == 0 && status.st_size == 0))
+    removeFile(program_path);
+  return opened;
 }
 
 bool pathExists(std::string_view program_path) {

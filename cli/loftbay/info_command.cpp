@@ -258,7 +258,12 @@ bool describe(const InfoOptions& options) {
   } else {
     printText(input, file);
   }
-  if (!options.json && !file.loaded) complain("loftbay", lossText(input, failureOf(file)));
+  if (!file.loaded) {
+    if (!options.json) complain("loftbay", lossText(input, failureOf(file)));
+  } else if (options.properties) {  // which say nothing of it themselves
+    for (const std::string& text : file.unreadable_segments) complain("loftbay", text);
+    for (const auto& loss : file.losses) complain("loftbay", lossText(loss.part, loss.reason));
+  }
   return isWhole(file);
 }
 

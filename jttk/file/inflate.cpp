@@ -78,11 +78,7 @@ std::size_t firstUnpackedSize(std::size_t packed_bytes, std::size_t usual_ratio)
 bool growUnpacked(std::vector<std::byte>& buffer, std::size_t first_size, std::size_t limit_bytes) {
   if (buffer.size() > limit_bytes) return false;
   const std::size_t wanted = std::max(first_size, buffer.size() * 2);
-  try {
-    buffer.resize(std::min(wanted, limit_bytes + 1));
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  buffer.resize(std::min(wanted, limit_bytes + 1));
   return true;
 }
 
@@ -114,6 +110,7 @@ Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, st
     if (status == Z_STREAM_END) break;
     if (status == Z_OK && (z.avail_out == 0 || fed < packed.size())) continue;
     if (status == Z_OK || status == Z_BUF_ERROR) return fail(kEndsTooEarly, offset + fed);
+    if (status == Z_MEM_ERROR) throw std::bad_alloc();
     return fail(kDoesNotInflate + std::string(z.msg != nullptr ? z.msg : "damaged"), offset + fed);
   }
   if (written > limit_bytes) {

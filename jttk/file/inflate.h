@@ -27,8 +27,7 @@ Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, st
 [[nodiscard]] std::size_t firstUnpackedSize(std::size_t packed_bytes, std::size_t usual_ratio);
 
 // For unpackers: enlarges `buffer` to take more output: twice the size, from `first_size` up, and at most
-// limit_bytes + 1, so that one byte too many is noticed. False when there is no memory or the limit is
-// reached.
+// limit_bytes + 1, so that one byte too many is noticed. False when the limit is reached.
 bool growUnpacked(std::vector<std::byte>& buffer, std::size_t first_size, std::size_t limit_bytes);
 
 }  // namespace jttk

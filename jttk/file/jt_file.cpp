@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <new>
 #include <utility>
 
 #include "jttk/file/inflate.h"
@@ -199,9 +200,13 @@ Result<Unpacked> unpack(Compression compression, std::span<const std::byte> pack
 // The stream says where it ends. Where it does not, what follows the stated bytes is something else, and they
 // may still hold all data.
 Result<Unpacked> unpack(const Prefix& prefix) {
-  auto unpacked = unpack(prefix.compression, prefix.reach, prefix.offset);
-  if (unpacked || prefix.stated_bytes == prefix.reach.size()) return unpacked;
-  return unpack(prefix.compression, prefix.stated(), prefix.offset);
+  try {
+    auto unpacked = unpack(prefix.compression, prefix.reach, prefix.offset);
+    if (unpacked || prefix.stated_bytes == prefix.reach.size()) return unpacked;
+    return unpack(prefix.compression, prefix.stated(), prefix.offset);
+  } catch (const std::bad_alloc&) {
+    return fail("out of memory", prefix.offset);
+  }
 }
 
 }  // namespace

@@ -164,7 +164,7 @@ Model::~Model() {
     tellOwnTransforms();
     library_.tellNotes();
   } catch (...) {
-    // Without memory for it there is no note.
+    tellOfMissingNotes();
   }
   for (JtkHierarchy* object : objects_) object->unref();
 }
@@ -284,6 +284,15 @@ void Model::tellOwnTransforms() const {
     text += (i == 0 ? ": " : ", ") + own_transform_names_[i];
   if (own_transform_names_.size() == kNamesShown && own_transforms_ > kNamesShown) text += ", …";
   diag::programSeams().observer->note(text);
+}
+
+void Model::tellOfMissingNotes() const noexcept {
+  try {
+    const std::string file = loftbay::host::toHostPath(library_.mainWay()->document->path);
+    diag::programSeams().observer->lost(file, "out of memory: some notes are missing");
+  } catch (...) {
+    // Nor is there memory for this.
+  }
 }
 
 const Matrix* Model::keep(const Matrix& matrix) { return &matrices_.emplace_back(matrix); }

@@ -103,6 +103,7 @@ class Model {
   void checkTransform(NodeRef ref, std::uint32_t attribute);
   void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
   void tellOwnTransforms() const;
+  void tellOfMissingNotes() const noexcept;
   // Tells, once for each shape, what is odd about it.
   void tellFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts);
   // Takes a place in `told`, which holds nodes of the shape's file.

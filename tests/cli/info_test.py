@@ -220,6 +220,17 @@ class Properties(InfoTest):
         self.assertEqual((result.returncode, document["loaded"], document["nodes"]), (1, False, []))
         self.assertIn("bad.jt", document["error"])
 
+    def test_what_is_not_read_of_a_file_is_told_beside_its_properties(self):
+        graph = GraphFile()
+        graph.partition(0, [1])
+        graph.part(1)
+        graph.more_segments = 1
+        cut = self.write("cut.jt", graph.bytes()[:-12])
+        for options in ((), ("--json",)):
+            result = self.run_program("info", "--properties", *options, cut)
+            self.assertEqual(result.returncode, 1)
+            self.assertIn(b"cut.jt: product manufacturing information", result.stderr)
+
 
 if __name__ == "__main__":
     unittest.main()
