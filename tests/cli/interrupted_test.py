@@ -3,10 +3,12 @@
 Where files without names exist, a writer that ends leaves nothing whatever it does. So the system refuses those here,
 as some file systems do, and every new scene has a hidden temporary beside its output."""
 
+import fcntl
 import json
 import os
 import shutil
 import signal
+import struct
 import subprocess
 import time
 import unittest
@@ -16,6 +18,7 @@ from programs import LOFTBAY
 from system_calls import name_filter
 
 REFUSE_UNNAMED = name_filter()
+F_OFD_SETLK = 37
 
 
 @unittest.skipUnless(REFUSE_UNNAMED, "no system call filter for this machine")
@@ -72,14 +75,19 @@ class Temporaries(CliTest):
         self.assertEqual(os.listdir(self.scenes), [])
 
     def test_the_batch_removes_what_a_conversion_that_died_has_left(self):
-        # Names that only look like those of its temporaries stay.
+        # Names that only look like those of its temporaries stay, and a temporary whose writer lives.
         kept = [".held_up.zix.1-0.tmp", "held_up.zix.tmp"]
+        abandoned = ".held_up.zix.1-1.tmp"
         process = self.start(self.held_up, SAMPLE, "--out-dir", self.scenes, "--jobs", "1")
         [child] = self.writers(process)
         kept += [f"held_up.{child}-0.tmp", f".held_up.zix.{child}-0"]
-        for name in kept:
+        for name in (*kept, abandoned):
             with open(os.path.join(self.scenes, name), "wb"):
                 pass
+        living = open(os.path.join(self.scenes, kept[0]), "r+b")
+        self.addCleanup(living.close)
+        lock = struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, 1 << 62, 1, 0)
+        fcntl.fcntl(living, F_OFD_SETLK, lock)
         os.kill(child, signal.SIGKILL)
         output, errors = process.communicate(timeout=60)
         self.assertEqual(process.returncode, 1)
