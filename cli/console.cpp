@@ -16,6 +16,7 @@
 #include <unistd.h>
 #endif
 
+#include "cli/console_state.h"
 #include "cli/program.h"
 #include "host/shown_text.h"
 #include "zix/interrupted_write.h"
@@ -36,15 +37,27 @@ std::function<void()>& lastWords() {
 
 namespace {
 
-struct FoundConsole {
-  bool mode_changed = false;
-  DWORD mode = 0;
-  UINT code_page = 0;  // 0: there is no console
+static_assert(ConsoleState::kUtf8 == CP_UTF8);
+static_assert(ConsoleState::kObeysEscapes == ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+
+class SystemConsole final : public ConsoleCalls {
+ public:
+  unsigned codePage() noexcept override { return GetConsoleOutputCP(); }
+  void setCodePage(unsigned page) noexcept override { SetConsoleOutputCP(page); }
+  std::optional<unsigned long> mode() noexcept override {
+    DWORD mode = 0;
+    if (GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) == 0) return std::nullopt;
+    return mode;
+  }
+  bool setMode(unsigned long mode) noexcept override {
+    return SetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), mode) != 0;
+  }
 };
 
-FoundConsole& foundConsole() {
-  static FoundConsole found;
-  return found;
+ConsoleState& consoleState() {
+  static SystemConsole console;
+  static ConsoleState state(console);
+  return state;
 }
 
 }  // namespace
@@ -67,27 +80,11 @@ void callOnInterrupt(void (*handler)(int)) {
   std::signal(SIGTERM, handler);
 }
 
-void setUpConsole() {
-  foundConsole().code_page = GetConsoleOutputCP();
-  SetConsoleOutputCP(CP_UTF8);
-}
+void setUpConsole() { consoleState().showUtf8(); }
 
-void putConsoleBack() noexcept {
-  const FoundConsole& found = foundConsole();
-  if (found.mode_changed) SetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), found.mode);
-  if (found.code_page != 0) SetConsoleOutputCP(found.code_page);
-}
+void putConsoleBack() noexcept { consoleState().putBack(); }
 
-bool consoleTakesEscapes() {
-  HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
-  DWORD mode = 0;
-  if (GetConsoleMode(console, &mode) == 0) return false;
-  if ((mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0) return true;
-  if (SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) == 0) return false;
-  foundConsole().mode = mode;
-  foundConsole().mode_changed = true;
-  return true;
-}
+bool consoleTakesEscapes() { return consoleState().takesEscapes(); }
 
 #else
 

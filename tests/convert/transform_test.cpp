@@ -80,6 +80,21 @@ TEST_F(TransformTest, AMirrorIsANegativeScaleOnAllAxesWithAHalfTurn) {
             "setScale(#3, -1, -1, -1)\n");
 }
 
+// Real matrices in single precision have a shear of some millionths.
+TEST_F(TransformTest, ShearCountsFromOneTenThousandthOn) {
+  for (const std::size_t element : {4U, 8U, 9U}) {  // of x by y, of x by z, of y by z
+    for (const float shear : {0.9e-4F, 1.1e-4F, -0.9e-4F, -1.1e-4F}) {
+      observer.notes.clear();
+      std::array<float, 16> matrix = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+      matrix[element] = shear;
+      placed(matrix);
+      EXPECT_EQ(std::ranges::count(observer.notes, "1 transformation lost its shear"),
+                std::abs(shear) > 1e-4F ? 1 : 0)
+          << element << ' ' << shear;
+    }
+  }
+}
+
 TEST_F(TransformTest, ShearIsLost) {
   // The second column leans by 0.5 towards x.
   EXPECT_EQ(placed({1, 0, 0, 0, 0.5F, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}),

@@ -89,7 +89,8 @@ TEST_F(Raster, NothingOutsideOfTheCanvasIsDrawn) {
 
 TEST_F(Raster, ASlopingEdgeTakesTheSamplesBelowIt) {
   canvas_.triangle(at(0, 0), at(16.25F, 0), at(0, 16.25F), kRed);
-  expectPicture({"#######+", "######+.", "#####+..", "####+...", "###+....", "##+.....", "#+......", "+......."});
+  expectPicture(
+      {"#######+", "######+.", "#####+..", "####+...", "###+....", "##+.....", "#+......", "+......."});
 }
 
 // Corners that are no round numbers, all round a point inside.
@@ -134,6 +135,19 @@ TEST_F(Raster, ALineIsOnePixelWideAndEndsHalfAPixelBehindItsEnds) {
   EXPECT_EQ(rows[5], ".......+");
   EXPECT_EQ(rows[6], ".......+");
   EXPECT_EQ(rows[7], "........");
+}
+
+// Also where its middle is not between two samples.
+TEST_F(Raster, ALineFillsThePixelsThatItRunsThrough) {
+  canvas_.line(at(3, 7.25F), at(13, 7.25F), kRed.color);
+  const auto pixels = canvas_.resolve();
+  for (std::size_t x = 1; x < 7; ++x) {
+    const std::uint8_t* pixel = &pixels[3 * (std::size_t{3} * kSize + x)];
+    EXPECT_EQ(pixel[0], 128) << x;
+    EXPECT_EQ(pixel[1], 0) << x;
+    EXPECT_EQ(pixel[2], 0) << x;
+  }
+  EXPECT_EQ(picture()[2] + picture()[4], "................");
 }
 
 }  // namespace

@@ -108,6 +108,65 @@ TEST(Concave, everyOutlineIsCoveredOnceWithItsWinding) {
   }
 }
 
+// A turn the wrong way by next to nothing is straight; by a thousandth it is not.
+TEST(Concave, nextToStraightCornersAreStraight) {
+  constexpr float kFar = 8388608;
+  ShapeGeometry shape = flat({{{0, 0}, {kFar, 0}, {2 * kFar, -0.005F}, {2 * kFar, kFar}, {0, kFar}}});
+  splitConcavePolygons(shape);
+  EXPECT_THAT(shape.primitive_starts, ElementsAre(0, 5));
+  const Outline dented = {{0, 0}, {1000, 0}, {2000, -1}, {2000, 1000}, {0, 1000}};
+  shape = flat({dented});
+  splitConcavePolygons(shape);
+  EXPECT_EQ(shape.primitiveCount(), 3U);
+  EXPECT_DOUBLE_EQ(fanArea(shape), area(dented));
+}
+
+// Bars beside each other on one floor, with a corner at every whole step along the outline.
+Outline bars(std::mt19937& random) {
+  const int count = 2 + static_cast<int>(random() % 5);
+  std::vector<int> heights;
+  for (int i = 0; i < count; ++i) heights.push_back(1 + static_cast<int>(random() % 4));
+  Outline outline;
+  const auto corner = [&](int x, int y) {
+    outline.push_back({static_cast<float>(x), static_cast<float>(y)});
+  };
+  for (int x = 0; x <= count; ++x) corner(x, 0);
+  int y = 0;
+  for (int i = count; i-- > 0;) {
+    while (y != heights[static_cast<std::size_t>(i)]) {
+      y += y < heights[static_cast<std::size_t>(i)] ? 1 : -1;
+      corner(i + 1, y);
+    }
+    corner(i, y);
+  }
+  while (--y > 0) corner(0, y);
+  return outline;
+}
+
+// Corners in one line with others: each triangle has an area, and no corner lies in or on one that is not its
+// own.
+TEST(Concave, cornersInOneLineAreNobodysEarsAndInTheWayOfOthers) {
+  std::mt19937 random(3);
+  for (int i = 0; i < 500; ++i) {
+    Outline outline = bars(random);
+    std::rotate(outline.begin(), outline.begin() + random() % outline.size(), outline.end());
+    ShapeGeometry shape = flat({outline});
+    splitConcavePolygons(shape);
+    ASSERT_NEAR(fanArea(shape), area(outline), 1e-9) << i;
+    if (shape.primitiveCount() == 1) continue;  // a rectangle
+    ASSERT_EQ(shape.primitiveCount(), outline.size() - 2);
+    for (std::size_t k = 0; k < shape.primitiveCount(); ++k) {
+      const auto at = [&](std::size_t c) { return outline[shape.corner_positions[3 * k + c]]; };
+      ASSERT_GT(area({at(0), at(1), at(2)}), 0) << i;
+      for (const auto& p : outline) {
+        if (p == at(0) || p == at(1) || p == at(2)) continue;
+        ASSERT_TRUE(area({at(0), at(1), p}) < 0 || area({at(1), at(2), p}) < 0 || area({at(2), at(0), p}) < 0)
+            << i;
+      }
+    }
+  }
+}
+
 TEST(Concave, polygonsInAnyPlaneKeepTheSideTheyAreSeenFrom) {
   const std::array<std::array<float, 6>, 5> planes = {{{1, 0, 0, 0, 1, 0},
                                                        {0, 1, 0, 1, 0, 0},

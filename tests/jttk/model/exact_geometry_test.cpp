@@ -231,6 +231,23 @@ TEST_F(ExactGeometry, WithoutAnyWordOnUnitsLengthsAreMillimetres) {
   EXPECT_NEAR(meshOf(result.shape(), From::Arrays).volume(), 30e3, 1);
 }
 
+// The boxes of the shapes tell the units, all together; not of those that are moved within the part.
+TEST_F(ExactGeometry, WithoutAnyWordOnUnitsTheBoxesOfTheShapesTellThem) {
+  GraphBuilder graph = exactPart(box(), {3, 4, 5});
+  graph.move(20, 1, 2, 3);
+  // In centimetres: two corners of the 2 x 3 x 5. One of them alone would be in metres.
+  graph.setShapeBox({0, 0, 0, 0.05F, 0.05F, 0.05F});
+  graph.triStripsOfNothing(3);
+  graph.setShapeBox({1.95F, 2.95F, 4.95F, 2, 3, 5});
+  graph.triStripsOfNothing(4);
+  graph.setShapeBox({0, 0, 0, 2000, 3000, 5000});
+  graph.triStripsOfNothing(5).attributes({20});
+  const Loaded model(graph);
+  const Result result(model.at({0}));
+  ASSERT_NE(result.shape(), nullptr);
+  EXPECT_NEAR(meshOf(result.shape(), From::Arrays).volume(), 30, 1e-3);
+}
+
 TEST_F(ExactGeometry, TheChordToleranceIsThatOfTheParameters) {
   const Loaded model(alone(cylinder()));
   const std::size_t coarse = triangles(model, parameters(1.0F, 0));

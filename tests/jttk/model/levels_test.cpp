@@ -238,6 +238,10 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
   graph.element(22, kTexture, Bytes(1));
   GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kSegment, 3).attributes({20, 21, 22});
   graph.lateSegment(kSegment, 3, Bytes(4));
+  // Only the key says what it is.
+  constexpr Guid kByKey{7, 1, 3, {}};
+  GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kByKey, 4);
+  graph.lateSegment(kByKey, 4, Bytes(4));
   Loaded model(graph);
   for (int twice = 0; twice < 2; ++twice) {
     for (const int i : {0, 1}) EXPECT_NE(shapeOf(model.root(), 0, i), nullptr);
@@ -247,7 +251,7 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
   model.close();
   EXPECT_THAT(model.recorder.losses, IsEmpty());
   EXPECT_THAT(model.recorder.notes,
-              ElementsAre("1 segment of product manufacturing information (PMI) is not converted",
+              ElementsAre("2 segments of product manufacturing information (PMI) are not converted",
                           "2 shapes have vertex colours, which are not converted",
                           "2 texture images are not converted", "1 light is not converted",
                           "2 properties name layers; layers and layer filters are not converted"));
@@ -255,12 +259,15 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
 
 TEST(Dropped, ColoursOfFacetsThatExactGeometryReplacesAreNoted) {
   jttk::settings().exact_geometry = true;
-  for (const bool different : {true, false}) {
+  constexpr std::array<float, 4> kColor = {0.25F, 0, 0, 1};
+  for (const auto& other :
+       {std::array{0.5F, 0.0F, 0.0F, 1.0F}, std::array{0.25F, 0.0F, 0.0F, 0.5F}, kColor}) {
+    const bool different = other != kColor;
     GraphBuilder graph = partOf({2, 3});
     GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
     graph.exactGeometry(kSegment, box());
-    graph.material(20, {.diffuse = {0.25F, 0, 0, 1}});
-    graph.material(21, {.diffuse = {different ? 0.5F : 0.25F, 0, 0, 1}});
+    graph.material(20, {.diffuse = kColor});
+    graph.material(21, {.diffuse = other});
     graph.triStrips(2).attributes({20});
     graph.triStrips(3).attributes({21});
     Loaded model(graph);
