@@ -149,7 +149,8 @@ TEST(Concave, cornersInOneLineAreNobodysEarsAndInTheWayOfOthers) {
   std::mt19937 random(3);
   for (int i = 0; i < 500; ++i) {
     Outline outline = bars(random);
-    std::rotate(outline.begin(), outline.begin() + random() % outline.size(), outline.end());
+    std::rotate(outline.begin(), outline.begin() + static_cast<std::ptrdiff_t>(random() % outline.size()),
+                outline.end());
     ShapeGeometry shape = flat({outline});
     splitConcavePolygons(shape);
     ASSERT_NEAR(fanArea(shape), area(outline), 1e-9) << i;
