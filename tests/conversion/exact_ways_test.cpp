@@ -46,7 +46,7 @@ Key keyOf(const Corners& corners) {
   std::array<Key, 3> turns;
   for (std::size_t turn = 0; turn < 3; ++turn) {
     for (std::size_t k = 0; k < 9; ++k) {
-      turns[turn][k] = std::bit_cast<std::uint32_t>(corners[(3 * turn + k) % 9] + 0.0F);
+      turns[turn][k] = std::bit_cast<std::uint32_t>(corners[(3 * turn + k) % 9]);
     }
   }
   return *std::min_element(turns.begin(), turns.end());

@@ -12,6 +12,7 @@ import math
 import os
 import pathlib
 import random
+import struct
 import subprocess
 import sys
 import tempfile
@@ -128,6 +129,16 @@ def area_vector(loops):
     return x, y, z
 
 
+def zero_difference(placed, triangles):
+    """Everything else compares numbers, for which the two zeros are one."""
+    if not placed.exact:
+        return None
+    def bits(points):
+        return {struct.pack("<3f", *p) for p in points}
+    wanted = bits(placed.points[i] for p in placed.polygons for i in p)
+    return None if wanted == bits(p for t in triangles for p in t) else "a zero has another sign"
+
+
 def material_difference(wanted, found):
     *colours, shininess = wanted
     data = found.data
@@ -163,7 +174,8 @@ def difference(placed, found):
     if found.material is None:
         return "no material"
     triangles = found.triangles if placed.exact else snapped(found.triangles, placed.points)
-    return (mesh_difference(placed.points, placed.polygons, triangles) or world_difference(placed, found)
+    return (mesh_difference(placed.points, placed.polygons, triangles) or zero_difference(placed, triangles)
+            or world_difference(placed, found)
             or material_difference(placed.material, found.material))
 
 
