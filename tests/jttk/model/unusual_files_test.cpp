@@ -1,6 +1,7 @@
 // What files of other writers may hold, each once: the model is the same as if it were written as usual.
 #include <gmock/gmock.h>
 
+#include "jttk/model/part.h"
 #include "jttk/settings.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/jt_shapes.h"
@@ -247,6 +248,25 @@ TEST(UnusualFiles, CoordinatesOutsideOfTheBoxAreNotedWhereNoHashIsKnown) {
   EXPECT_NE(shapeOf(model.root(), 0, 0), nullptr);
   EXPECT_THAT(model.recorder.losses, IsEmpty());
   EXPECT_THAT(model.recorder.notes, ElementsAre(HasSubstr("coordinates lie outside of the box")));
+}
+
+// Each of them fits, all together do not.
+TEST(UnusualFiles, TheMemoryOfAShapeThatNobodyHoldsGoesBack) {
+  const auto before = jttk::settings();
+  jttk::settings().max_memory_bytes = 20'000;
+  jttk::settings().shape_cache_bytes = 0;
+  constexpr int kShapes = 200;
+  jttk::testing::Ids ids;
+  for (int i = 0; i < kShapes; ++i) ids.push_back(2 + i);
+  GraphBuilder graph = partOf(ids);
+  for (const auto id : ids) graph.triStrips(id);
+  const Loaded model(graph);
+  for (int i = 0; i < kShapes; ++i) {
+    EXPECT_NE(shapeOf(model.root(), 0, i), nullptr) << i;
+    static_cast<jttk::PartObject*>(model.root())->wasLeft();
+  }
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
+  jttk::settings() = before;
 }
 
 TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
