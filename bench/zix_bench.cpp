@@ -124,7 +124,7 @@ void BM_ReadAndCheckIndexBytes(benchmark::State& state) {
   std::uint64_t end = 0;
   {
     const auto scene = SceneFile::open(manyObjects());
-    end = scene->bytes().size();
+    end = scene->size();
     for (std::size_t i = 0; i < scene->chunks().size() && start == 0; ++i) {
       if (scene->chunks()[i].type == format::kSceneChunk) start = scene->chunks()[i].offset;
     }

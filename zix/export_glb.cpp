@@ -43,7 +43,11 @@ std::optional<std::string> write(const SceneFile& scene, const GlbPlan& plan, st
   if (plan.binary_size != 0) {
     const std::uint32_t binary_header[2] = {static_cast<std::uint32_t>(plan.binary_size), kBinaryChunk};
     append(std::as_bytes(std::span(binary_header)));
-    plan.forEachUsed([&](const GlbGeometry& geometry) { writeArrays(geometry, append); });
+    bool unchanged = true;
+    plan.forEachUsed([&](const GlbGeometry& geometry) {
+      unchanged = unchanged && writeArrays(geometry, meshArrays(scene, geometry.mesh), append);
+    });
+    if (!unchanged) return std::string("the scene's file has changed while it was read");
   }
   header[2] = static_cast<std::uint32_t>(total);
   header[3] = static_cast<std::uint32_t>(json_size);

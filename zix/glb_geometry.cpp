@@ -53,8 +53,8 @@ class Pieces {
 
 }  // namespace
 
-GlbGeometry measure(const MeshArrays& arrays) {
-  GlbGeometry geometry{arrays, 0, 0, localBounds(arrays), {}, 0, 0, 0};
+GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays) {
+  GlbGeometry geometry{mesh, arrays.type, arrays.pointCount(), 0, 0, localBounds(arrays), {}, 0, 0, 0};
   if (!geometry.box.empty()) geometry.stand_in = geometry.box.low;
   forEachWritten(arrays, [&](std::span<const std::uint32_t> element) {
     ++geometry.element_count;
@@ -63,9 +63,14 @@ GlbGeometry measure(const MeshArrays& arrays) {
   return geometry;
 }
 
-void writeArrays(const GlbGeometry& geometry, const std::function<void(std::span<const std::byte>)>& append) {
+bool writeArrays(const GlbGeometry& geometry, const MeshArrays& mesh,
+                 const std::function<void(std::span<const std::byte>)>& append) {
+  const GlbGeometry now = measure(geometry.mesh, mesh);
+  if (now.type != geometry.type || now.point_count != geometry.point_count ||
+      now.index_count != geometry.index_count) {
+    return false;
+  }
   Pieces out(append);
-  const MeshArrays& mesh = geometry.arrays;
   for (std::size_t i = 0; i < mesh.pointCount(); ++i) {
     const auto point = mesh.point(i);
     out.add(isFinite(point) ? point : geometry.stand_in);
@@ -80,6 +85,7 @@ void writeArrays(const GlbGeometry& geometry, const std::function<void(std::span
       out.add(element[k]);
     }
   });
+  return true;
 }
 
 }  // namespace Orb::Zix

@@ -12,7 +12,9 @@
 namespace Orb::Zix {
 
 struct GlbGeometry {
-  MeshArrays arrays;
+  std::uint32_t mesh;  // object number of one that has these arrays
+  MeshType type;
+  std::uint64_t point_count = 0;
   std::uint64_t element_count = 0;
   std::uint64_t index_count = 0;    // 0: there is nothing to show, and nothing is written
   BoxF box;                         // of all points that are finite
@@ -22,13 +24,15 @@ struct GlbGeometry {
   std::uint64_t positions_offset = 0;
   std::uint64_t indices_offset = 0;
 
-  [[nodiscard]] std::uint64_t positionsSize() const { return 12 * std::uint64_t{arrays.pointCount()}; }
+  [[nodiscard]] std::uint64_t positionsSize() const { return 12 * point_count; }
   [[nodiscard]] std::uint64_t indicesSize() const { return 4 * index_count; }
 };
 
-GlbGeometry measure(const MeshArrays& arrays);
+GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays);
 
-// Hands over exactly positionsSize() + indicesSize() bytes, piece by piece.
-void writeArrays(const GlbGeometry& geometry, const std::function<void(std::span<const std::byte>)>& append);
+// Hands over exactly positionsSize() + indicesSize() bytes, piece by piece. `arrays` are those that were
+// measured; false when they have changed since.
+bool writeArrays(const GlbGeometry& geometry, const MeshArrays& arrays,
+                 const std::function<void(std::span<const std::byte>)>& append);
 
 }  // namespace Orb::Zix

@@ -167,9 +167,9 @@ class GlbJson {
     json.number(std::uint64_t{mesh.material});
     json.key("mode");
     // 4 triangles, 1 separate lines, 0 points
-    json.number(std::uint64_t{geometry.arrays.type == MeshType::Triangles ? 4U
-                              : geometry.arrays.type == MeshType::Lines   ? 1U
-                                                                          : 0U});
+    json.number(std::uint64_t{geometry.type == MeshType::Triangles ? 4U
+                              : geometry.type == MeshType::Lines   ? 1U
+                                                                   : 0U});
     json.end();
     json.end();
     json.end();
@@ -212,7 +212,7 @@ class GlbJson {
     json.key("componentType");
     json.number(std::uint64_t{5126});  // float
     json.key("count");
-    json.number(std::uint64_t{geometry.arrays.pointCount()});
+    json.number(geometry.point_count);
     json.key("type");
     json.text("VEC3");
     const auto corner = [](const std::array<float, 3>& point) {

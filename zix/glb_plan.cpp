@@ -14,7 +14,9 @@ using format::kNone;
 namespace {
 
 std::array<std::span<const std::byte>, 3> arrayBytes(const MeshArrays& arrays) {
-  return {std::as_bytes(arrays.values), std::as_bytes(arrays.indices), std::as_bytes(arrays.lengths)};
+  return {std::as_bytes(std::span(arrays.values.data(), arrays.values.size())),
+          std::as_bytes(std::span(arrays.indices.data(), arrays.indices.size())),
+          std::as_bytes(std::span(arrays.lengths.data(), arrays.lengths.size()))};
 }
 
 bool isSame(const MeshArrays& a, const MeshArrays& b) {
@@ -42,7 +44,7 @@ GlbPlan::GlbPlan(const SceneFile& scene)
     : node_numbers(scene.objectCount(), kNone), mesh_numbers(scene.objectCount(), kNone), scene_(scene) {
   for (const PlacedMesh& placed : placedMeshes(scene)) {
     const MeshArrays arrays = meshArrays(scene, placed.mesh);
-    const std::size_t number = geometryNumber(arrays);
+    const std::size_t number = geometryNumber(placed.mesh, arrays);
     const GlbGeometry* geometry = &geometries[number];
     if (geometry->index_count == 0 || !isFinite(placed.world)) {
       summary.left_out += arrays.lengths.size();
@@ -59,7 +61,7 @@ GlbPlan::GlbPlan(const SceneFile& scene)
   numberNodes();
 }
 
-std::size_t GlbPlan::geometryNumber(const MeshArrays& arrays) {
+std::size_t GlbPlan::geometryNumber(std::uint32_t mesh, const MeshArrays& arrays) {
   std::array<std::uint64_t, 8> facts{static_cast<std::uint64_t>(arrays.type), arrays.dimension};
   std::size_t next = 2;
   for (const auto bytes : arrayBytes(arrays)) {
@@ -69,9 +71,9 @@ std::size_t GlbPlan::geometryNumber(const MeshArrays& arrays) {
   const std::uint64_t key = checksum(std::as_bytes(std::span(facts)));
   const auto [begin, end] = geometry_by_key_.equal_range(key);
   for (auto entry = begin; entry != end; ++entry) {
-    if (isSame(geometries[entry->second].arrays, arrays)) return entry->second;
+    if (isSame(meshArrays(scene_, geometries[entry->second].mesh), arrays)) return entry->second;
   }
-  geometries.push_back(measure(arrays));
+  geometries.push_back(measure(mesh, arrays));
   geometry_by_key_.emplace(key, geometries.size() - 1);
   return geometries.size() - 1;
 }

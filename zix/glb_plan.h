@@ -53,7 +53,7 @@ class GlbPlan {
   std::vector<std::uint32_t> mesh_numbers;  // by object
 
  private:
-  std::size_t geometryNumber(const MeshArrays& arrays);
+  std::size_t geometryNumber(std::uint32_t mesh, const MeshArrays& arrays);
   std::size_t materialNumber(std::uint32_t material);
   void placeInBuffer();
   void numberNodes();

@@ -1,6 +1,9 @@
 // Opening and the accessors; what makes a file acceptable is in structure_check.cpp.
 #include "zix/reader.h"
 
+#include <algorithm>
+#include <new>
+
 #include "host/path.h"
 #include "zix/checksum.h"
 #include "zix/structure_check.h"
@@ -16,19 +19,33 @@ std::string ReadError::text() const {
   return result;
 }
 
+SceneReadError::SceneReadError(const std::string& path, std::uint64_t offset, const std::string& reason)
+    : std::runtime_error((path.empty() ? "" : path + ": ") + "cannot be read at offset " +
+                         std::to_string(offset) + ": " + reason),
+      offset_(offset),
+      message_("cannot be read: " + reason) {}
+
 tl::expected<SceneFile, ReadError> SceneFile::open(std::string_view program_path) {
-  const std::string shown_path = loftbay::host::toHostPath(program_path);
-  std::string reason;
-  auto file = loftbay::host::MappedFile::open(program_path, &reason);
-  if (!file) return tl::unexpected(ReadError{"CANNOT_OPEN", 0, "cannot be opened: " + reason, shown_path});
   SceneFile scene;
-  scene.bytes_ = file->bytes();
-  if (auto error = StructureCheck(scene).run()) {
-    error->path = shown_path;
-    return tl::unexpected(std::move(*error));
-  }
-  scene.file_ = std::move(file);
-  return scene;
+  scene.path_ = loftbay::host::toHostPath(program_path);
+  std::string reason;
+  scene.file_ = loftbay::host::ReadOnlyFile::open(program_path, &reason);
+  if (!scene.file_)
+    return tl::unexpected(ReadError{"CANNOT_OPEN", 0, "cannot be opened: " + reason, scene.path_});
+  scene.size_ = scene.file_->size();
+  return checked(std::move(scene));
+}
+
+tl::expected<SceneFile, ReadError> SceneFile::openMapped(std::string_view program_path) {
+  SceneFile scene;
+  scene.path_ = loftbay::host::toHostPath(program_path);
+  std::string reason;
+  scene.mapping_ = loftbay::host::MappedFile::open(program_path, &reason);
+  if (!scene.mapping_)
+    return tl::unexpected(ReadError{"CANNOT_OPEN", 0, "cannot be opened: " + reason, scene.path_});
+  scene.bytes_ = scene.mapping_->bytes();
+  scene.size_ = scene.bytes_.size();
+  return checked(std::move(scene));
 }
 
 tl::expected<SceneFile, ReadError> SceneFile::fromBytes(std::span<const std::byte> bytes) {
@@ -37,17 +54,90 @@ tl::expected<SceneFile, ReadError> SceneFile::fromBytes(std::span<const std::byt
   }
   SceneFile scene;
   scene.bytes_ = bytes;
-  if (auto error = StructureCheck(scene).run()) return tl::unexpected(std::move(*error));
-  return scene;
+  scene.size_ = bytes.size();
+  return checked(std::move(scene));
 }
 
-std::span<const std::byte> SceneFile::chunkBytes(std::size_t chunk) const {
+tl::expected<SceneFile, ReadError> SceneFile::checked(SceneFile scene) {
+  std::optional<ReadError> error;
+  try {
+    error = StructureCheck(scene).run();
+  } catch (const SceneReadError& failed) {
+    error = ReadError{"CANNOT_READ", failed.offset(), failed.message(), ""};
+  }
+  if (!error) return scene;
+  error->path = scene.path_;
+  return tl::unexpected(std::move(*error));
+}
+
+namespace {
+constexpr std::uint64_t kWindow = std::uint64_t{1} << 16;
+constexpr std::uint64_t kSmall = kWindow / 4;
+}  // namespace
+
+Values<std::byte> SceneFile::read(std::uint64_t offset, std::uint64_t size) const {
+  if (!file_) {
+    return {bytes_.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(size)), nullptr,
+            offset};
+  }
+  if (size > kSmall) return readFile(offset, size);
+  const std::lock_guard lock(window_->mutex);
+  Values<std::byte>& bytes = window_->bytes;
+  if (offset < window_->offset || offset - window_->offset > bytes.size() ||
+      size > bytes.size() - (offset - window_->offset)) {
+    const std::uint64_t start = offset - offset % format::kAlignment;
+    try {
+      bytes = readFile(start, std::min(size_ - start, kWindow));
+      window_->offset = start;
+    } catch (const SceneReadError&) {
+      return readFile(offset, size);  // these bytes may be there
+    }
+  }
+  const auto place = static_cast<std::size_t>(offset - window_->offset);
+  return {bytes.subspan(place, static_cast<std::size_t>(size)), bytes.owner(), offset};
+}
+
+Values<std::byte> SceneFile::readFile(std::uint64_t offset, std::uint64_t size) const {
+  // Not set to zero first, and as well aligned as in the file.
+  constexpr std::align_val_t kAligned{format::kAlignment};
+  const std::shared_ptr<std::byte[]> memory(new (kAligned) std::byte[static_cast<std::size_t>(size)],
+                                            [](std::byte* bytes) { ::operator delete[](bytes, kAligned); });
+  const std::span<std::byte> bytes(memory.get(), static_cast<std::size_t>(size));
+  std::string reason;
+  if (!file_->readAt(offset, bytes, &reason)) throw SceneReadError(path_, offset, reason);
+  return {bytes, memory, offset};
+}
+
+std::span<const std::byte> SceneFile::keep(Values<std::byte> bytes) {
+  kept_.push_back(std::move(bytes));
+  return kept_.back();
+}
+
+void SceneFile::forEachPiece(std::uint64_t offset, std::uint64_t size,
+                             const std::function<void(std::span<const std::byte>)>& take) const {
+  if (!file_ || size <= kSmall) return take(read(offset, size));
+  constexpr std::uint64_t kPiece = std::uint64_t{1} << 19;
+  const auto piece = static_cast<std::size_t>(std::min(size, kPiece));
+  const std::unique_ptr<std::byte[]> memory(new std::byte[piece]);
+  std::string reason;
+  for (std::uint64_t done = 0; done < size; done += piece) {
+    const std::span<std::byte> bytes(memory.get(),
+                                     static_cast<std::size_t>(std::min<std::uint64_t>(piece, size - done)));
+    if (!file_->readAt(offset + done, bytes, &reason)) throw SceneReadError(path_, offset + done, reason);
+    take(bytes);
+  }
+}
+
+Values<std::byte> SceneFile::chunkBytes(std::size_t chunk) const {
   const format::ChunkEntry entry = chunks_[chunk];
-  return bytes_.subspan(static_cast<std::size_t>(entry.offset), static_cast<std::size_t>(entry.size));
+  return read(entry.offset, entry.size);
 }
 
 bool SceneFile::verifyChunk(std::size_t chunk) const {
-  return checksum(chunkBytes(chunk)) == chunks_[chunk].checksum;
+  const format::ChunkEntry entry = chunks_[chunk];
+  RunningChecksum sum;
+  forEachPiece(entry.offset, entry.size, [&](std::span<const std::byte> piece) { sum.add(piece); });
+  return sum.value() == entry.checksum;
 }
 
 std::string_view SceneFile::text(std::uint64_t offset, std::uint32_t size) const {
@@ -106,20 +196,21 @@ format::CoordinatesRecord SceneFile::coordinates(std::uint32_t number) const {
   return coordinates_[objects_[number].ordinal];
 }
 
-std::span<const float> SceneFile::coordinateValues(std::uint32_t number) const {
-  if (number == kNone) return {};
-  const std::uint32_t chunk = coordinates(number).chunk;
+template <typename T>
+Values<T> SceneFile::arrayValues(std::uint32_t chunk) const {
   if (chunk == kNone) return {};
-  const auto bytes = chunkBytes(chunk);
-  return {reinterpret_cast<const float*>(bytes.data()), bytes.size() / sizeof(float)};
+  const format::ChunkEntry entry = chunks_[chunk];
+  Values<std::byte> bytes = read(entry.offset, entry.size);
+  return {bytes, bytes.owner(), entry.offset};
 }
 
-std::span<const std::uint32_t> SceneFile::indexValues(std::uint32_t number) const {
+Values<float> SceneFile::coordinateValues(std::uint32_t number) const {
+  return number == kNone ? Values<float>() : arrayValues<float>(coordinates(number).chunk);
+}
+
+Values<std::uint32_t> SceneFile::indexValues(std::uint32_t number) const {
   if (number == kNone) return {};
-  const std::uint32_t chunk = index_arrays_[objects_[number].ordinal].chunk;
-  if (chunk == kNone) return {};
-  const auto bytes = chunkBytes(chunk);
-  return {reinterpret_cast<const std::uint32_t*>(bytes.data()), bytes.size() / sizeof(std::uint32_t)};
+  return arrayValues<std::uint32_t>(index_arrays_[objects_[number].ordinal].chunk);
 }
 
 }  // namespace Orb::Zix

@@ -1,4 +1,4 @@
-// Reads a Zix file: maps it, checks its structure, and hands out tables and arrays in place.
+// Reads a Zix file: checks its structure, hands out its tables, and reads its arrays when they are asked for.
 //
 //   auto scene = Orb::Zix::SceneFile::open("folder\\model.zix");
 //   if (!scene) return print(scene.error().text());
@@ -12,16 +12,26 @@
 //
 // Objects are named by number: 0 is the object that was created first. The writer's ObjectId of object n is
 // (n + 1, its type). All views live as long as the SceneFile. Reading from several threads is safe.
+//
+// `open` reads header, directory and tables into memory of its own and each array when it is asked for, so
+// that a file that shrinks meanwhile is a SceneReadError. `openMapped` reads nothing: everything is used in
+// place, and a file that shrinks, or a device that fails, ends the process with a signal (SIGBUS). It is for
+// files that nobody writes while they are open.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
+#include <utility>
 #include <vector>
 
 #include "host/file.h"
@@ -40,6 +50,42 @@ struct ReadError {
   [[nodiscard]] std::string text() const;
 };
 
+// Bytes of the file could not be read any more: what() names the file, the place and the reason.
+class SceneReadError : public std::runtime_error {
+ public:
+  SceneReadError(const std::string& path, std::uint64_t offset, const std::string& reason);
+  [[nodiscard]] std::uint64_t offset() const { return offset_; }
+  // what() without the file's name.
+  [[nodiscard]] const std::string& message() const { return message_; }
+
+ private:
+  std::uint64_t offset_;
+  std::string message_;
+};
+
+// The values of an array: in memory of their own, which copies share, or in place.
+template <typename T>
+class Values : public std::span<const T> {
+ public:
+  Values() = default;
+  // Of somebody who keeps them.
+  explicit Values(std::span<const T> borrowed) : std::span<const T>(borrowed) {}
+  Values(std::span<const std::byte> bytes, std::shared_ptr<const std::byte[]> owner, std::uint64_t offset)
+      : std::span<const T>(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)),
+        owner_(std::move(owner)),
+        offset_(offset) {}
+  // Who keeps the memory; null in place.
+  [[nodiscard]] const std::shared_ptr<const std::byte[]>& owner() const { return owner_; }
+  // Where in the file the value stands.
+  [[nodiscard]] std::uint64_t offsetOf(const T& value) const {
+    return offset_ + static_cast<std::uint64_t>(&value - this->data()) * sizeof(T);
+  }
+
+ private:
+  std::shared_ptr<const std::byte[]> owner_;
+  std::uint64_t offset_ = 0;
+};
+
 // The rows of one table, read in place. Rows may be longer in the file than here (later minor versions).
 template <typename T>
 class Table {
@@ -48,6 +94,8 @@ class Table {
   Table(std::span<const std::byte> bytes, std::size_t record_size)
       : start_(bytes.data()), record_size_(record_size), size_(bytes.size() / record_size) {}
   [[nodiscard]] std::size_t size() const { return size_; }
+  // Of all rows.
+  [[nodiscard]] std::span<const std::byte> bytes() const { return {start_, size_ * record_size_}; }
   // `row` must be below size().
   T operator[](std::size_t row) const {
     T record;
@@ -65,17 +113,23 @@ class SceneFile {
  public:
   // `program_path` as everywhere (host/path.h).
   static tl::expected<SceneFile, ReadError> open(std::string_view program_path);
+  // The same, in place: see above.
+  static tl::expected<SceneFile, ReadError> openMapped(std::string_view program_path);
   // Over bytes that the caller keeps; they must be aligned for std::uint64_t.
   static tl::expected<SceneFile, ReadError> fromBytes(std::span<const std::byte> bytes);
 
   [[nodiscard]] const format::Header& header() const { return header_; }
-  [[nodiscard]] std::span<const std::byte> bytes() const { return bytes_; }
+  // Of the file, in bytes.
+  [[nodiscard]] std::uint64_t size() const { return size_; }
 
   // --- chunks ---------------------------------------------------------------------------------------------
   [[nodiscard]] const Table<format::ChunkEntry>& chunks() const { return chunks_; }
-  [[nodiscard]] std::span<const std::byte> chunkBytes(std::size_t chunk) const;
+  // Hands over the bytes from `offset` on piece by piece. These three throw SceneReadError.
+  void forEachPiece(std::uint64_t offset, std::uint64_t size,
+                    const std::function<void(std::span<const std::byte>)>& take) const;
   // True when the chunk's bytes have the checksum that the directory states.
   [[nodiscard]] bool verifyChunk(std::size_t chunk) const;
+  [[nodiscard]] Values<std::byte> chunkBytes(std::size_t chunk) const;
 
   // --- the scene ------------------------------------------------------------------------------------------
   [[nodiscard]] std::string_view modelName() const;
@@ -112,17 +166,39 @@ class SceneFile {
   [[nodiscard]] format::MaterialRecord material(std::uint32_t number) const;
   [[nodiscard]] format::CoordinatesRecord coordinates(std::uint32_t number) const;
   // The floats of a Coordinates object (tuples of its dimension) and the values of an IndexArray object.
-  // Empty for kNone and for an object whose values were never set.
-  [[nodiscard]] std::span<const float> coordinateValues(std::uint32_t number) const;
-  [[nodiscard]] std::span<const std::uint32_t> indexValues(std::uint32_t number) const;
+  // Empty for kNone and for an object whose values were never set. Throw SceneReadError, and std::bad_alloc
+  // for an array that memory does not hold.
+  [[nodiscard]] Values<float> coordinateValues(std::uint32_t number) const;
+  [[nodiscard]] Values<std::uint32_t> indexValues(std::uint32_t number) const;
 
  private:
   friend class StructureCheck;
   SceneFile() = default;
   [[nodiscard]] std::string_view text(std::uint64_t offset, std::uint32_t size) const;
+  // Checks the structure of what the members below hold.
+  static tl::expected<SceneFile, ReadError> checked(SceneFile scene);
+  // The bytes in place, or copied into memory of their own.
+  [[nodiscard]] Values<std::byte> read(std::uint64_t offset, std::uint64_t size) const;
+  [[nodiscard]] Values<std::byte> readFile(std::uint64_t offset, std::uint64_t size) const;
+  // The same, kept as long as the SceneFile.
+  std::span<const std::byte> keep(Values<std::byte> bytes);
+  template <typename T>
+  [[nodiscard]] Values<T> arrayValues(std::uint32_t chunk) const;
 
-  std::optional<loftbay::host::MappedFile> file_;
-  std::span<const std::byte> bytes_;
+  // One of the two files, or none: then the bytes are the caller's.
+  std::optional<loftbay::host::ReadOnlyFile> file_;
+  std::optional<loftbay::host::MappedFile> mapping_;
+  // Of the file that is read: small arrays that stand beside each other cost one call of the system together.
+  struct Window {
+    std::mutex mutex;
+    std::uint64_t offset = 0;
+    Values<std::byte> bytes;
+  };
+  std::unique_ptr<Window> window_ = std::make_unique<Window>();
+  std::string path_;                  // host form
+  std::span<const std::byte> bytes_;  // empty when they are read
+  std::uint64_t size_ = 0;
+  std::vector<Values<std::byte>> kept_;
   format::Header header_{};
   format::SceneRecord scene_{};
   std::span<const std::byte> texts_;

@@ -15,7 +15,10 @@ namespace {
 
 struct MeshFacts {
   PlacedMesh placed;
-  MeshArrays arrays;
+  MeshType type;
+  std::uint64_t points;  // in its array
+  std::uint64_t elements;
+  std::uint64_t indices;
   std::uint64_t whole_elements;
   BoxF bounds;
 };
@@ -36,7 +39,8 @@ SceneFacts collect(const SceneFile& scene) {
     const std::uint64_t whole = wholeElementCount(arrays);
     facts.totals[static_cast<std::size_t>(arrays.type)] += whole;
     addWorldBounds(facts.bounds, arrays, placed.world);
-    facts.meshes.push_back({placed, arrays, whole, localBounds(arrays)});
+    facts.meshes.push_back({placed, arrays.type, arrays.pointCount(), arrays.lengths.size(),
+                            arrays.indices.size(), whole, localBounds(arrays)});
   }
   return facts;
 }
@@ -131,13 +135,13 @@ void writeMesh(JsonWriter& json, const SceneFile& scene, const MeshFacts& mesh) 
   json.key("path");
   writePath(json, scene, mesh.placed.mesh);
   json.key("type");
-  json.text(meshTypeName(mesh.arrays.type));
+  json.text(meshTypeName(mesh.type));
   json.key("points");
-  json.number(std::uint64_t{mesh.arrays.pointCount()});
+  json.number(mesh.points);
   json.key("elements");
-  json.number(std::uint64_t{mesh.arrays.lengths.size()});
+  json.number(mesh.elements);
   json.key("indices");
-  json.number(std::uint64_t{mesh.arrays.indices.size()});
+  json.number(mesh.indices);
   json.key("bbox");
   writeBox(json, mesh.bounds);
   json.key("material");
@@ -222,9 +226,8 @@ void writeLines(const SceneFile& scene, const SceneFacts& facts, const TextSink&
   for (const MeshFacts& mesh : facts.meshes) {
     const std::uint32_t shape = scene.object(mesh.placed.mesh).parent;
     print("  \"" + (shape == format::kNone ? std::string() : loftbay::host::shownText(scene.name(shape))) +
-          "\": " + std::to_string(mesh.whole_elements) + " " + meshTypeName(mesh.arrays.type) + ", " +
-          std::to_string(mesh.arrays.pointCount()) + " points in its array, bounds " + boxText(mesh.bounds) +
-          "\n");
+          "\": " + std::to_string(mesh.whole_elements) + " " + meshTypeName(mesh.type) + ", " +
+          std::to_string(mesh.points) + " points in its array, bounds " + boxText(mesh.bounds) + "\n");
   }
 }
 

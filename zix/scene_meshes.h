@@ -27,9 +27,9 @@ std::vector<PlacedMesh> placedMeshes(const SceneFile& scene);
 struct MeshArrays {
   MeshType type;
   std::uint32_t dimension;
-  std::span<const float> values;
-  std::span<const std::uint32_t> indices;
-  std::span<const std::uint32_t> lengths;
+  Values<float> values;
+  Values<std::uint32_t> indices;
+  Values<std::uint32_t> lengths;
 
   [[nodiscard]] std::size_t pointCount() const { return values.size() / dimension; }
   // Coordinates that the tuple does not have are 0.
@@ -39,6 +39,7 @@ struct MeshArrays {
   }
 };
 
+// Reads them: throws what SceneFile's accessors of values throw.
 MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh);
 
 // Calls `visit(std::span<const std::uint32_t> element)` for every whole element in file order.

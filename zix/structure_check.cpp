@@ -72,7 +72,8 @@ std::optional<ReadError> StructureCheck::run() {
 }
 
 std::optional<ReadError> StructureCheck::checkHeader() {
-  const auto bytes = scene_.bytes_;
+  const std::uint64_t size = scene_.size_;
+  const auto bytes = scene_.read(0, std::min<std::uint64_t>(size, sizeof(format::Header)));
   const std::size_t magic_size = std::min(bytes.size(), format::kMagic.size());
   if (magic_size == 0) return refuse("NOT_ZIX", 0, "the file is empty");
   if (std::memcmp(bytes.data(), format::kMagic.data(), magic_size) != 0) {
@@ -99,26 +100,25 @@ std::optional<ReadError> StructureCheck::checkHeader() {
     return refuse("HEADER_SIZE", offsetof(format::Header, header_size),
                   "the header states a size of " + number(header.header_size) + " instead of 64 bytes");
   }
-  if (header.file_size != bytes.size()) {
-    return refuse(
-        header.file_size > bytes.size() ? "TRUNCATED" : "EXTRA_BYTES", bytes.size(),
-        "the file has " + number(bytes.size()) + " bytes and should have " + number(header.file_size));
+  if (header.file_size != size) {
+    return refuse(header.file_size > size ? "TRUNCATED" : "EXTRA_BYTES", size,
+                  "the file has " + number(size) + " bytes and should have " + number(header.file_size));
   }
   return std::nullopt;
 }
 
 std::optional<ReadError> StructureCheck::checkDirectory() {
   const format::Header& header = scene_.header_;
-  const auto bytes = scene_.bytes_;
+  const std::uint64_t size = scene_.size_;
   const std::uint64_t offset = header.directory_offset;
-  if (offset % format::kAlignment != 0 || offset < sizeof(header) || offset > bytes.size() ||
-      header.chunk_count > (bytes.size() - offset) / sizeof(format::ChunkEntry) ||
-      offset + header.chunk_count * sizeof(format::ChunkEntry) != bytes.size()) {
+  if (offset % format::kAlignment != 0 || offset < sizeof(header) || offset > size ||
+      header.chunk_count > (size - offset) / sizeof(format::ChunkEntry) ||
+      offset + header.chunk_count * sizeof(format::ChunkEntry) != size) {
     return refuse("DIRECTORY_PLACE", offsetof(format::Header, directory_offset),
                   "a directory of " + number(header.chunk_count) + " chunks at offset " + number(offset) +
                       " does not end with the file");
   }
-  const auto directory = bytes.subspan(static_cast<std::size_t>(offset));
+  const auto directory = scene_.keep(scene_.read(offset, size - offset));
   if (checksum(directory) != header.directory_checksum) {
     return refuse("DIRECTORY_CHECKSUM", offset, "the chunk directory is damaged: its checksum differs");
   }
@@ -192,12 +192,13 @@ std::optional<ReadError> StructureCheck::findTable(std::uint32_t type, Table<T>&
                   "there is no chunk of type " + chunkTypeText(type));
   }
   const format::ChunkEntry entry = scene_.chunks_[found];
-  if (!scene_.verifyChunk(found)) {
+  const auto bytes = scene_.keep(scene_.chunkBytes(found));
+  if (checksum(bytes) != entry.checksum) {
     return refuse(
         "CHUNK_CHECKSUM", entry.offset,
         "chunk " + number(found) + " (" + chunkTypeText(type) + ") is damaged: its checksum differs");
   }
-  table = Table<T>(scene_.chunkBytes(found), entry.record_size);
+  table = Table<T>(bytes, entry.record_size);
   if (chunk_number != nullptr) *chunk_number = found;
   return std::nullopt;
 }
@@ -206,12 +207,10 @@ std::optional<ReadError> StructureCheck::findTables() {
   Table<format::SceneRecord> scene;
   Table<std::byte> texts;
   Table<std::uint32_t> children;
-  std::size_t text_chunk = 0;
-  std::size_t child_chunk = 0;
   if (auto failure = findTable(format::kSceneChunk, scene, &scene_chunk_)) return failure;
-  if (auto failure = findTable(format::kTextChunk, texts, &text_chunk)) return failure;
+  if (auto failure = findTable(format::kTextChunk, texts, nullptr)) return failure;
   if (auto failure = findTable(format::kObjectChunk, scene_.objects_, &object_chunk_)) return failure;
-  if (auto failure = findTable(format::kChildChunk, children, &child_chunk)) return failure;
+  if (auto failure = findTable(format::kChildChunk, children, nullptr)) return failure;
   if (auto failure = findTable(format::kMeshChunk, scene_.meshes_, &mesh_chunk_)) return failure;
   if (auto failure = findTable(format::kCoordinatesChunk, scene_.coordinates_, &coordinates_chunk_))
     return failure;
@@ -224,9 +223,8 @@ std::optional<ReadError> StructureCheck::findTables() {
                   "there are " + number(scene.size()) + " scene records instead of 1");
   }
   scene_.scene_ = scene[0];
-  scene_.texts_ = scene_.chunkBytes(text_chunk);
-  const auto child_bytes = scene_.chunkBytes(child_chunk);
-  scene_.children_ = {reinterpret_cast<const std::uint32_t*>(child_bytes.data()), children.size()};
+  scene_.texts_ = texts.bytes();
+  scene_.children_ = {reinterpret_cast<const std::uint32_t*>(children.bytes().data()), children.size()};
   if (scene_.objects_.size() >= kNone) {
     return refuse("OBJECT_COUNT", placeOf(object_chunk_, 0),
                   "there are too many objects: " + number(scene_.objects_.size()));

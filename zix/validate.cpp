@@ -42,11 +42,16 @@ class Validator {
   void checkPadding() {
     std::uint64_t end = sizeof(format::Header);
     const auto check = [&](std::uint64_t next) {
-      for (std::uint64_t at = end; at < next; ++at) {
-        if (scene_.bytes()[static_cast<std::size_t>(at)] == std::byte{0}) continue;
+      std::uint64_t at = end;
+      bool is_zero = true;
+      scene_.forEachPiece(end, next - end, [&](std::span<const std::byte> piece) {
+        for (const std::byte byte : piece) {
+          is_zero = is_zero && byte == std::byte{0};
+          if (is_zero) ++at;
+        }
+      });
+      if (!is_zero)
         error("PADDING", at, "the padding before offset " + std::to_string(next) + " is not zero");
-        return;
-      }
     };
     for (std::size_t i = 0; i < scene_.chunks().size(); ++i) {
       const format::ChunkEntry entry = scene_.chunks()[i];
@@ -93,7 +98,7 @@ class Validator {
     const auto values = scene_.coordinateValues(number);
     const auto bad = std::find_if_not(values.begin(), values.end(), [](float v) { return std::isfinite(v); });
     if (bad == values.end()) return;
-    warn("NOT_FINITE", offsetOf(&*bad), describe(number) + " holds values that are no finite numbers");
+    warn("NOT_FINITE", values.offsetOf(*bad), describe(number) + " holds values that are no finite numbers");
   }
 
   void checkMesh(std::uint32_t number) {
@@ -108,13 +113,13 @@ class Validator {
       sum += length;
       if (mesh.type == MeshType::Triangles && length != 3 && !reported_length) {
         reported_length = true;
-        warn("ELEMENT_LENGTH", offsetOf(&length),
+        warn("ELEMENT_LENGTH", mesh.lengths.offsetOf(length),
              describe(number) + " is a mesh of triangles with an element of " + std::to_string(length) +
                  " indices");
       }
     }
     if (sum != mesh.indices.size()) {
-      warn("LENGTHS_SUM", mesh.lengths.empty() ? 0 : offsetOf(mesh.lengths.data()),
+      warn("LENGTHS_SUM", mesh.lengths.empty() ? 0 : mesh.lengths.offsetOf(mesh.lengths.front()),
            describe(number) + " has " + std::to_string(mesh.indices.size()) +
                " indices, but the lengths of its elements add up to " + std::to_string(sum));
     }
@@ -122,13 +127,9 @@ class Validator {
         std::find_if(mesh.indices.begin(), mesh.indices.end(),
                      [count = mesh.pointCount()](std::uint32_t index) { return index >= count; });
     if (bad == mesh.indices.end()) return;
-    error("INDEX_RANGE", offsetOf(&*bad),
+    error("INDEX_RANGE", mesh.indices.offsetOf(*bad),
           describe(number) + " has the index " + std::to_string(*bad) + " and only " +
               std::to_string(mesh.pointCount()) + " points");
-  }
-
-  [[nodiscard]] std::uint64_t offsetOf(const void* place) const {
-    return static_cast<std::uint64_t>(static_cast<const std::byte*>(place) - scene_.bytes().data());
   }
 
   [[nodiscard]] std::string describe(std::uint32_t number) const {
@@ -142,7 +143,11 @@ class Validator {
 ValidationReport validate(const tl::expected<SceneFile, ReadError>& scene) {
   ValidationReport report;
   if (scene) {
-    Validator(*scene, report).run();
+    try {
+      Validator(*scene, report).run();
+    } catch (const SceneReadError& error) {
+      report.add(true, "CANNOT_READ", error.offset(), error.message());
+    }
   } else {
     report.add(true, scene.error().code, scene.error().offset, scene.error().message);
   }

@@ -30,7 +30,8 @@ struct ValidationReport {
 };
 
 // A file that cannot be opened or whose structure is damaged gives one error; otherwise the checksums of
-// all chunks, the padding between them and the contents of all arrays are checked.
+// all chunks, the padding between them and the contents of all arrays are checked. A file that cannot be read
+// to its end gives the error CANNOT_READ, and nothing behind that place is checked.
 ValidationReport validateFile(std::string_view program_path);
 ValidationReport validateBytes(std::span<const std::byte> bytes);
 

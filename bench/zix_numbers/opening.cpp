@@ -22,7 +22,7 @@ void measureOpening() {
   {
     const auto scene = SceneFile::open(path);
     if (!scene) throw std::runtime_error(scene.error().text());
-    end = scene->bytes().size();
+    end = scene->size();
     for (std::size_t i = 0; i < scene->chunks().size() && start == 0; ++i) {
       if (scene->chunks()[i].type == format::kSceneChunk) start = scene->chunks()[i].offset;
     }

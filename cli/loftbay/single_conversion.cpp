@@ -37,7 +37,7 @@ std::optional<SceneBytes> sceneBytes(const std::string& program_path) {
   const auto scene = Orb::Zix::SceneFile::open(program_path);
   if (!scene) return std::nullopt;
   SceneBytes bytes;
-  bytes.total = scene->bytes().size();
+  bytes.total = scene->size();
   for (std::size_t i = 0; i < scene->chunks().size(); ++i) {
     const auto chunk = scene->chunks()[i];
     if (chunk.type == Orb::Zix::format::kFloatArrayChunk || chunk.type == Orb::Zix::format::kIndexArrayChunk)

@@ -10,6 +10,7 @@
 #include "cli/zix/command.h"
 #include "host/out_of_memory.h"
 #include "zix/format.h"
+#include "zix/reader.h"
 
 namespace loftbay::cli {
 
@@ -149,6 +150,9 @@ int dispatch(const std::vector<std::string>& arguments) {
   if (const auto reason = parse(*command, rest, call)) return refuseUsage(*reason);
   try {
     return command->run(call);
+  } catch (const Orb::Zix::SceneReadError& error) {
+    complain(kProgram, error.what());
+    return kFailed;
   } catch (const std::exception& error) {
     complain(kProgram, call.operands[0] + ": " + host::failureText(error));
     return kFailed;

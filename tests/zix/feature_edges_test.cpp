@@ -30,7 +30,9 @@ Edges edgesOf(const std::vector<Vec3>& corners) {
   for (std::uint32_t i = 0; i < indices.size(); ++i) indices[i] = i;
   const std::vector<std::uint32_t> lengths(corners.size() / 3, 3);
   const std::vector<float> values(3 * corners.size());
-  return featureEdges({MeshType::Triangles, 3, values, indices, lengths}, corners);
+  return featureEdges({MeshType::Triangles, 3, Values<float>(values), Values<std::uint32_t>(indices),
+                       Values<std::uint32_t>(lengths)},
+                      corners);
 }
 
 // Two triangles with the common edge from (0, 0, 0) to (0, 1, 0), the second turned up by an angle.
