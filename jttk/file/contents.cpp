@@ -1,5 +1,6 @@
 #include "jttk/file/contents.h"
 
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -16,7 +17,7 @@ struct Candidate {
 
 class Reconciler {
  public:
-  Reconciler(std::span<const std::byte> file, ByteOrder order) : file_(file), order_(order) {}
+  Reconciler(const ByteSource& file, ByteOrder order) : file_(file), order_(order) {}
 
   Contents run(const std::vector<TocEntry>& table) {
     for (const TocEntry& entry : table) listed_.insert(entry.id);
@@ -73,7 +74,7 @@ class Reconciler {
     }
   }
 
-  std::span<const std::byte> file_;
+  const ByteSource& file_;
   ByteOrder order_;
   std::set<Guid> listed_;
   std::vector<Candidate> candidates_;
@@ -81,6 +82,16 @@ class Reconciler {
   std::size_t untold_ = 0;
   Contents contents_;
 };
+
+// The table with the number of its entries, as far as the file has it.
+Result<ByteSource::Bytes> readTable(const ByteSource& file, ByteOrder order, std::uint64_t offset,
+                                    std::size_t entry_size) {
+  const std::uint64_t rest = file.size() - offset;
+  auto start = file.read(offset, std::min<std::uint64_t>(rest, sizeof(std::uint32_t)));
+  if (!start || start->bytes.size() < sizeof(std::uint32_t)) return start;
+  const std::uint64_t entries = ByteReader(start->bytes, order, offset).u32("table of contents");
+  return file.read(offset, std::min(rest, sizeof(std::uint32_t) + entries * entry_size));
+}
 
 }  // namespace
 
@@ -136,10 +147,11 @@ std::string segmentTypeName(SegmentType type) {
   return "type " + std::to_string(number);
 }
 
-std::optional<SegmentHeader> readSegmentHeader(std::span<const std::byte> file, ByteOrder order,
-                                               std::uint64_t offset) {
-  if (offset >= file.size() || file.size() - offset < kSegmentHeaderBytes) return std::nullopt;
-  ByteReader reader(file.subspan(static_cast<std::size_t>(offset), kSegmentHeaderBytes), order, offset);
+Result<SegmentHeader> readSegmentHeader(const ByteSource& file, ByteOrder order, std::uint64_t offset) {
+  if (!file.holds(offset, kSegmentHeaderBytes)) return fail("lies outside of the file", offset);
+  const auto read = file.read(offset, kSegmentHeaderBytes);
+  if (!read) return tl::unexpected<Error>(read.error());
+  ByteReader reader(read->bytes, order, offset);
   SegmentHeader header;
   header.id = reader.guid("segment header");
   header.type = static_cast<SegmentType>(reader.u32("segment header"));
@@ -147,10 +159,11 @@ std::optional<SegmentHeader> readSegmentHeader(std::span<const std::byte> file, 
   return header;
 }
 
-Result<Contents> readContents(std::span<const std::byte> file, ByteOrder order, std::uint64_t offset,
-                              bool wide) {
-  ByteReader toc(file.subspan(static_cast<std::size_t>(offset)), order, offset);
+Result<Contents> readContents(const ByteSource& file, ByteOrder order, std::uint64_t offset, bool wide) {
   const std::size_t entry_size = wide ? 32 : 28;
+  const auto read = readTable(file, order, offset, entry_size);
+  if (!read) return tl::unexpected<Error>(read.error());
+  ByteReader toc(read->bytes, order, offset);
   const std::uint32_t entries = toc.count("table of contents", entry_size);
   std::vector<TocEntry> table;
   table.reserve(entries);

@@ -4,12 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
 #include "jttk/file/byte_reader.h"
+#include "jttk/file/byte_source.h"
 #include "jttk/file/error.h"
 
 namespace jttk {
@@ -56,9 +55,8 @@ struct SegmentHeader {
   std::uint32_t length_bytes = 0;  // header included
 };
 
-// The header of the segment at `offset` of the file; nothing where the file has no room for it.
-std::optional<SegmentHeader> readSegmentHeader(std::span<const std::byte> file, ByteOrder order,
-                                               std::uint64_t offset);
+// The header of the segment at `offset` of the file. Fails where the file has no room for it.
+Result<SegmentHeader> readSegmentHeader(const ByteSource& file, ByteOrder order, std::uint64_t offset);
 
 struct Contents {
   // In file order, each segment once. An id that a header states counts where the table lists it, else the
@@ -70,7 +68,6 @@ struct Contents {
 };
 
 // `offset`: where the table lies in the file; `wide`: offsets of 64 bits. Fails when the table is cut off.
-Result<Contents> readContents(std::span<const std::byte> file, ByteOrder order, std::uint64_t offset,
-                              bool wide);
+Result<Contents> readContents(const ByteSource& file, ByteOrder order, std::uint64_t offset, bool wide);
 
 }  // namespace jttk

@@ -15,6 +15,8 @@ namespace jttk {
 namespace {
 
 constexpr std::size_t kHeaderTextBytes = 80;
+// Text, byte order, a reserved field, the place of the table, the id of the scene graph.
+constexpr std::size_t kMostHeaderBytes = kHeaderTextBytes + 1 + 4 + 8 + 16;
 constexpr std::string_view kHeaderMark = "Version";
 constexpr Version kFirstVersion{8, 0};
 constexpr int kLastMajor = 10;
@@ -220,19 +222,21 @@ Result<Version> JtFile::readVersion(std::string_view program_path) {
 }
 
 Result<std::unique_ptr<JtFile>> JtFile::open(std::string_view program_path) {
-  std::string reason;
-  auto mapping = loftbay::host::MappedFile::open(program_path, &reason);
-  if (!mapping) return fail("cannot be opened: " + reason, 0);
-  auto file = fromBytes(mapping->bytes());
-  if (file) (*file)->mapping_ = std::move(mapping);
-  return file;
+  auto source = ByteSource::open(program_path);
+  if (!source) return tl::unexpected<Error>(source.error());
+  return over(std::move(*source));
 }
 
 Result<std::unique_ptr<JtFile>> JtFile::fromBytes(std::span<const std::byte> bytes) {
+  return over(ByteSource(bytes));
+}
+
+Result<std::unique_ptr<JtFile>> JtFile::over(ByteSource source) {
   std::unique_ptr<JtFile> file(new JtFile);
-  const auto contents_offset = file->readHeader(bytes);
+  file->source_ = std::move(source);
+  const auto contents_offset = file->readHeader();
   if (!contents_offset) return tl::unexpected<Error>(contents_offset.error());
-  auto contents = readContents(bytes, file->order_, *contents_offset, file->hasWideOffsets());
+  auto contents = readContents(file->source_, file->order_, *contents_offset, file->hasWideOffsets());
   if (!contents) return tl::unexpected<Error>(contents.error());
   file->contents_ = std::move(*contents);
   file->starts_.push_back(*contents_offset);
@@ -245,8 +249,10 @@ Result<std::unique_ptr<JtFile>> JtFile::fromBytes(std::span<const std::byte> byt
   return file;
 }
 
-Result<std::uint64_t> JtFile::readHeader(std::span<const std::byte> bytes) {
-  bytes_ = bytes;
+Result<std::uint64_t> JtFile::readHeader() {
+  const auto read = source_.read(0, std::min<std::uint64_t>(source_.size(), kMostHeaderBytes));
+  if (!read) return tl::unexpected<Error>(read.error());
+  const std::span<const std::byte> bytes = read->bytes;
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
                               std::min(bytes.size(), kHeaderTextBytes));
   const auto version = parseVersion(text);
@@ -274,9 +280,9 @@ Result<std::uint64_t> JtFile::readHeader(std::span<const std::byte> bytes) {
   scene_graph_id_ = header.guid("id of the scene graph");
   if (!header.ok()) return header.unexpected();
 
-  if (contents_offset >= bytes.size()) {
+  if (contents_offset >= source_.size()) {
     return fail("the table of contents lies at byte " + std::to_string(contents_offset) +
-                    ", outside of the file (" + std::to_string(bytes.size()) + " bytes); is it cut off?",
+                    ", outside of the file (" + std::to_string(source_.size()) + " bytes); is it cut off?",
                 contents_offset);
   }
   return contents_offset;
@@ -297,27 +303,28 @@ const TocEntry* JtFile::find(const Guid& id) const {
 // The segment's length stands in the table and in its own header. Where they differ the longer one holds, and
 // in a file that is cut off what there is of it: whoever reads the data sees whether something is missing.
 Result<JtFile::Extent> JtFile::extentOf(const TocEntry& entry) const {
-  const auto header = readSegmentHeader(bytes_, order_, entry.offset);
-  if (!header) {
+  if (!source_.holds(entry.offset, kSegmentHeaderBytes)) {
     return fail(std::to_string(entry.length_bytes) + " bytes at byte " + std::to_string(entry.offset) +
-                    " lie outside of the file (" + std::to_string(bytes_.size()) + " bytes)",
+                    " lie outside of the file (" + std::to_string(source_.size()) + " bytes)",
                 entry.offset);
   }
+  const auto header = readSegmentHeader(source_, order_, entry.offset);
+  if (!header) return tl::unexpected<Error>(header.error());
   const bool same_id = header->id == entry.id;
   if (!same_id && header->type != entry.type) {
     return fail("its header names another segment, " + header->id.text(), entry.offset);
   }
-  const auto rest = bytes_.subspan(static_cast<std::size_t>(entry.offset));
-  std::size_t until_next = rest.size();
+  const auto rest = static_cast<std::size_t>(source_.size() - entry.offset);
+  std::size_t until_next = rest;
   const auto next = std::upper_bound(starts_.begin(), starts_.end(), entry.offset);
-  if (next != starts_.end() && *next < bytes_.size()) {
+  if (next != starts_.end() && *next < source_.size()) {
     until_next = std::max(kSegmentHeaderBytes, static_cast<std::size_t>(*next - entry.offset));
   }
   Extent extent;
   const std::size_t stated = std::max(entry.length_bytes, same_id ? header->length_bytes : 0U);
   // A length without room for the header says nothing.
-  extent.stated_bytes = stated < kSegmentHeaderBytes ? until_next : std::min(stated, rest.size());
-  extent.reach = rest.first(std::min(std::max(until_next, extent.stated_bytes), rest.size()));
+  extent.stated_bytes = stated < kSegmentHeaderBytes ? until_next : std::min(stated, rest);
+  extent.reach_bytes = std::min(std::max(until_next, extent.stated_bytes), rest);
   return extent;
 }
 
@@ -328,8 +335,11 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
   Segment segment;
   segment.id = entry.id;
   segment.type = entry.type;
-  segment.reach = extent->reach.subspan(kSegmentHeaderBytes);
   segment.base_offset = entry.offset + kSegmentHeaderBytes;
+  auto read = source_.read(segment.base_offset, extent->reach_bytes - kSegmentHeaderBytes);
+  if (!read) return tl::unexpected<Error>(read.error().in(place));
+  segment.reach = read->bytes;
+  segment.stored = std::move(read->memory);
   const std::size_t stated = extent->stated_bytes - kSegmentHeaderBytes;
   segment.data = Elements(segment.reach, stated, order_).data(stated);
   if (!mayHavePrefix(entry.type)) return segment;
@@ -359,6 +369,7 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
   if (unpacked->lacks_checksum) {
     segment.note = "the checksum of its compressed data is cut off; the data are all there, but not checked";
   }
+  segment.stored.reset();
   segment.unpacked = std::move(unpacked->bytes);
   segment.data = segment.unpacked;
   segment.reach = segment.data;
@@ -367,18 +378,18 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
 }
 
 bool JtFile::goesBeyondEnd(const TocEntry& entry) const {
-  const auto header = readSegmentHeader(bytes_, order_, entry.offset);
+  const auto header = readSegmentHeader(source_, order_, entry.offset);
   if (!header) return true;
   std::uint64_t length = entry.length_bytes;
   if (header->id == entry.id) length = std::min<std::uint64_t>(length, header->length_bytes);
-  return entry.offset + length > bytes_.size();
+  return entry.offset + length > source_.size();
 }
 
 std::vector<const TocEntry*> JtFile::cutOff() const {
   // Where a file is cut off there is one segment that is there in part; this many are looked into.
   std::size_t lookups = 4;
   const auto is_whole = [&](const TocEntry& entry) {
-    if (!readSegmentHeader(bytes_, order_, entry.offset) || lookups == 0) return false;
+    if (!readSegmentHeader(source_, order_, entry.offset) || lookups == 0) return false;
     --lookups;
     const auto read = segment(entry);
     if (!read) return false;

@@ -1,5 +1,5 @@
-// A JT file as a container: header, table of contents, segments. Opening maps the file and reads header
-// and contents; segments are unpacked when they are asked for.
+// A JT file as a container: header, table of contents, segments. Opening reads header and contents; segments
+// are read and unpacked when they are asked for. A file that shrinks meanwhile is an error of a segment.
 //
 // Thread rules: const calls from any thread.
 #pragma once
@@ -8,14 +8,13 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/file.h"
 #include "jttk/file/byte_reader.h"
+#include "jttk/file/byte_source.h"
 #include "jttk/file/contents.h"
 #include "jttk/file/error.h"
 
@@ -29,22 +28,23 @@ struct Version {
 
 enum class Compression : std::uint8_t { None, Stored, Zlib, Lzma };
 
-// The data of one segment after its header, unpacked. A view into the file where it was stored plainly,
-// else it owns the unpacked bytes.
+// The data of one segment after its header, unpacked. It owns its bytes, but for those that a caller of
+// JtFile::fromBytes keeps.
 struct Segment {
   Guid id;
   SegmentType type{};
   Compression compression = Compression::None;
   std::span<const std::byte> data;
-  std::uint64_t base_offset = 0;    // of `data` in the file when it is a view, else 0
-  std::vector<std::byte> unpacked;  // empty when `data` is a view into the file
-  // `data` and what follows them up to the next listed segment or the end of the file, where they are a view:
-  // for readers that know the data's end better than the lengths that the file states.
+  std::uint64_t base_offset = 0;        // of `data` in the file where they are stored plainly, else 0
+  std::vector<std::byte> unpacked;      // empty where they are stored plainly
+  std::unique_ptr<std::byte[]> stored;  // what was read of the file; null when it was packed or the caller's
+  // `data` and what follows them up to the next listed segment or the end of the file, where they are stored
+  // plainly: for readers that know the data's end better than the lengths that the file states.
   std::span<const std::byte> reach;
   std::string note;  // what was wrong although all data are there; empty when nothing was
 
   Segment() = default;
-  Segment(Segment&&) = default;  // moving a vector keeps its storage, so `data` stays valid
+  Segment(Segment&&) = default;  // moving keeps the storage, so `data` stays valid
   Segment& operator=(Segment&&) = default;
   Segment(const Segment&) = delete;
   Segment& operator=(const Segment&) = delete;
@@ -86,18 +86,18 @@ class JtFile {
  private:
   JtFile() = default;
   // The result is the place of the table of contents, which lies in the file.
-  Result<std::uint64_t> readHeader(std::span<const std::byte> bytes);
+  Result<std::uint64_t> readHeader();
+  static Result<std::unique_ptr<JtFile>> over(ByteSource source);
   [[nodiscard]] bool hasWideOffsets() const noexcept { return version_.major >= 10; }
   // A segment with its header: by the lengths that are stated, and up to what follows in the file.
   struct Extent {
     std::size_t stated_bytes = 0;
-    std::span<const std::byte> reach;
+    std::size_t reach_bytes = 0;
   };
   [[nodiscard]] Result<Extent> extentOf(const TocEntry& entry) const;
   [[nodiscard]] bool goesBeyondEnd(const TocEntry& entry) const;
 
-  std::optional<loftbay::host::MappedFile> mapping_;
-  std::span<const std::byte> bytes_;
+  ByteSource source_;
   Version version_;
   ByteOrder order_ = ByteOrder::Little;
   std::string header_text_;
