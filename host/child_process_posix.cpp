@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "host/child_process.h"
+#include "host/deadline.h"
 
 extern "C" char** environ;
 
@@ -78,7 +79,8 @@ int collect(pid_t pid) {
 
 }  // namespace
 
-ChildResult runChild(const std::string& program, const std::vector<std::string>& arguments) {
+ChildResult runChild(const std::string& program, const std::vector<std::string>& arguments,
+                     std::optional<std::chrono::milliseconds> time) {
   ChildResult result;
   int ends[2] = {-1, -1};
   if (pipe(ends) != 0) {
@@ -104,10 +106,19 @@ ChildResult runChild(const std::string& program, const std::vector<std::string>&
     result.reason = std::strerror(error);
     return result;
   }
+  std::atomic<bool> timed_out{false};
   result.started = true;
   result.process_id = static_cast<std::uint64_t>(pid);
   {
     const RunningChild slot(pid);
+    // Its number stays its own until it is collected, behind this.
+    std::optional<Deadline> deadline;
+    if (time) {
+      deadline.emplace(*time, [&timed_out, pid] {
+        timed_out = true;
+        kill(pid, SIGKILL);
+      });
+    }
     result.output = readAll(ends[0]);
     waitForEnd(pid);
   }
@@ -117,6 +128,7 @@ ChildResult runChild(const std::string& program, const std::vector<std::string>&
     result.exit_code = WEXITSTATUS(status);
   } else {
     result.crashed = true;
+    result.timed_out = timed_out;
     const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     result.reason = "ended by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
   }

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "host/child_process.h"
+#include "host/deadline.h"
 #include "host/path.h"
 
 namespace loftbay::host {
@@ -15,6 +16,8 @@ namespace loftbay::host {
 namespace {
 
 std::atomic<bool> interrupted{false};
+
+constexpr UINT kTimedOut = 0x54494d45;  // the code of a child that was ended; no program gives it
 
 struct HandleCloser {
   void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
@@ -91,7 +94,8 @@ std::string readAll(HANDLE pipe) {
 
 }  // namespace
 
-ChildResult runChild(const std::string& program, const std::vector<std::string>& arguments) {
+ChildResult runChild(const std::string& program, const std::vector<std::string>& arguments,
+                     std::optional<std::chrono::milliseconds> time) {
   ChildResult result;
   if (interrupted) {
     result.reason = "interrupted";
@@ -120,13 +124,23 @@ ChildResult runChild(const std::string& program, const std::vector<std::string>&
   writer.reset();
   result.started = true;
   result.process_id = information.dwProcessId;
-  result.output = readAll(read_end);
-  WaitForSingleObject(information.hProcess, INFINITE);
+  std::atomic<bool> timed_out{false};
+  {
+    std::optional<Deadline> deadline;
+    if (time) {
+      deadline.emplace(*time, [&timed_out, process = information.hProcess] {
+        timed_out = TerminateProcess(process, kTimedOut) != 0;
+      });
+    }
+    result.output = readAll(read_end);
+    WaitForSingleObject(information.hProcess, INFINITE);
+  }
   DWORD code = 0;
   GetExitCodeProcess(information.hProcess, &code);
   // Codes from here on are the system's (access violation and its kin).
   constexpr DWORD kFirstSystemCode = 0xC0000000;
-  result.crashed = code >= kFirstSystemCode;
+  result.timed_out = timed_out && code == kTimedOut;
+  result.crashed = result.timed_out || code >= kFirstSystemCode;
   if (result.crashed) {
     result.reason = "ended with system code " + std::to_string(code);
   } else {

@@ -203,7 +203,9 @@ class TreeLister {
     takeUnits(assembly.product(), node);
     findBefore(assembly.product(), node);
     if (node.listed_before) return;
-    for (int i = assembly.numChildren(); i-- > 0;) steps_.push_back({assembly.getChild(i), depth + 1});
+    for (int i = assembly.numChildren(); i-- > 0;) {
+      if (JtkHierarchy* child = assembly.getChild(i)) steps_.push_back({child, depth + 1});
+    }
   }
 
   void listPart(PartObject& part, NodeDescription& node) {
@@ -316,6 +318,7 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
       Document shell;
       shell.path = program_path;
       shell.file = std::move(*container);
+      shell.file->setBudget(newBudget());
       describeContainer(shell, file);
       countUnread(shell, file);
     }
@@ -328,11 +331,12 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
   root->ref();
   TreeLister(file, options).run(root);
   const Library& library = dynamic_cast<ModelNode&>(*root).model().library();
-  for (const std::string& path : library.otherFiles()) {
-    file.files.push_back(loftbay::host::toHostPath(path));
-    if (const auto other = JtFile::open(path)) listCutOff(**other, path, file.unreadable_segments);
+  const std::vector<const Document*> documents = library.documents();
+  for (std::size_t i = 1; i < documents.size(); ++i) {
+    file.files.push_back(loftbay::host::toHostPath(documents[i]->path));
+    listCutOff(*documents[i]->file, documents[i]->path, file.unreadable_segments);
   }
-  for (const Document* each : library.documents()) {
+  for (const Document* each : documents) {
     countUnread(*each, file);
     if (options.properties) listProperties(*each, file);
   }

@@ -7,4 +7,19 @@ Settings& settings() {
   return values;
 }
 
+// Small files must not cost what only large ones may: ten kilobytes stand for some seconds and some dozens of
+// megabytes at the most. The best-packed real files stay far below all of it.
+WorkLimits workLimits() {
+  constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20U;
+  WorkLimits limits{};
+  limits.places = {.base = 50'000, .per_byte = 4, .given = settings().max_placed_nodes};
+  limits.unpacked = {.base = 16 * kMegabyte, .per_byte = 256, .given = settings().max_unpacked_bytes};
+  limits.exact = {.base = 3'000'000, .per_byte = 100, .given = {}};
+  limits.memory = {.base = 48 * kMegabyte,
+                   .per_byte = 2048,
+                   .most = 8192 * kMegabyte,
+                   .given = settings().max_memory_bytes};
+  return limits;
+}
+
 }  // namespace jttk

@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "jttk/file/work_budget.h"
 
 namespace jttk {
 
@@ -24,14 +27,22 @@ struct Settings {
   std::uint32_t level_of_detail = kFinestLevel;
   // Memory for decoded shapes that are kept for the next use, in bytes.
   std::size_t shape_cache_bytes = std::size_t{64} << 20U;
-  // The most nodes that are placed in one model (a few nodes that share each other many levels deep can stand
-  // for more places than any machine could visit). What is beyond is reported and left out.
-  std::size_t max_placed_nodes = 5'000'000;
+  // Limits for a whole model, with all its files. Where nothing is set they grow with the size of the files
+  // (workLimits). What is beyond is reported once and left out.
+  //
+  // Nodes that are placed and shapes that are handed out (a few nodes that share each other many levels deep
+  // can stand for more places than any machine could visit). Long names and large shapes count for more.
+  std::optional<std::uint64_t> max_placed_nodes;
+  // Bytes that packed segments may unpack to, all together.
+  std::optional<std::uint64_t> max_unpacked_bytes;
   // Bytes that the decoders of shapes may ask for at one time, with the decoded arrays that are still held. A
   // shape that would take more is reported and left out.
-  std::uint64_t max_memory_bytes = std::uint64_t{8} << 30U;
+  std::optional<std::uint64_t> max_memory_bytes;
 };
 
 Settings& settings();
+
+// The limits that the settings give.
+[[nodiscard]] WorkLimits workLimits();
 
 }  // namespace jttk

@@ -13,6 +13,7 @@
 #include "cli/console.h"
 #include "cli/json_text.h"
 #include "cli/loftbay/report.h"
+#include "cli/loftbay/single_conversion.h"
 #include "cli/program.h"
 #include "host/child_process.h"
 #include "host/path.h"
@@ -59,11 +60,12 @@ ConversionReport reportOf(const Batch& batch, const std::string& input, const st
 }
 
 // What stands in the array for a file whose process gave no report of its own.
-Ending withoutReport(const Batch& batch, const std::string& input, const std::string& reason) {
+Ending withoutReport(const Batch& batch, const std::string& input, const std::string& reason,
+                     Outcome outcome = Outcome::Failed) {
   complain("loftbay", input + ": " + reason);
   ConversionReport report = reportOf(batch, input, reason);
   report.exit_code = kFailed;
-  report.outcome = Outcome::Failed;
+  report.outcome = outcome;
   report.skipped.push_back({input, reason});
   return {kFailed, true, toJson(report)};
 }
@@ -90,13 +92,25 @@ int refuseAll(const Batch& batch, const std::string& reason) {
   return kPathRefused;
 }
 
+// What a process that was ended had completed meanwhile; an old file that it never came to stays.
+void removeNewScene(const std::string& output, std::filesystem::file_time_type start) {
+  std::error_code error;
+  const auto path = hostPath(output);
+  const auto written = std::filesystem::last_write_time(path, error);
+  if (!error && written >= start) std::filesystem::remove(path, error);
+}
+
 Ending convertOne(const Batch& batch, const std::string& program, const std::string& input) {
   const std::string output = batchOutput(input, batch.out_dir);
   std::vector<std::string> arguments = {"convert", "--in-batch", "--json"};
   arguments.insert(arguments.end(), batch.shared_options.begin(), batch.shared_options.end());
   if (batch.quiet) arguments.emplace_back("--quiet");
   arguments.insert(arguments.end(), {"--", input, output});
-  const auto child = host::runChild(program, arguments);
+  const auto start = std::filesystem::file_time_type::clock::now();
+  // A conversion ends by itself when its time is over, with a report; one that cannot is ended.
+  constexpr std::chrono::seconds kTimeForItsEnd{10};
+  const auto child = host::runChild(
+      program, arguments, batch.timeout ? std::optional(*batch.timeout + kTimeForItsEnd) : std::nullopt);
   if (!child.started) {
     if (host::childrenInterrupted()) return interrupted(batch, input, false);
     return withoutReport(batch, input, "the conversion could not be started: " + child.reason);
@@ -104,6 +118,10 @@ Ending convertOne(const Batch& batch, const std::string& program, const std::str
   if (child.crashed) {
     // It could not remove its unfinished scene.
     Orb::Zix::removeAbandonedTemporaries(host::toProgramPath(output));
+    if (child.timed_out) {
+      removeNewScene(output, start);
+      return withoutReport(batch, input, timeOutText(*batch.timeout), Outcome::TimedOut);
+    }
     // It had not come so far as to end by itself.
     if (host::childrenInterrupted()) return interrupted(batch, input, true);
     return withoutReport(batch, input, "the conversion " + child.reason);

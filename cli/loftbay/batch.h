@@ -2,7 +2,9 @@
 // or crashes costs only itself.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,8 @@ struct Batch {
   std::string out_dir;                      // host form; made when it does not exist
   std::size_t jobs = 1;                     // processes at a time
   std::vector<std::string> shared_options;  // passed on to every process, and told in the reports
+  // What the conversion of one file may take; each of them knows it too.
+  std::optional<std::chrono::milliseconds> timeout;
   bool json = false;
   bool quiet = false;
 };

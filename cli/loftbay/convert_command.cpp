@@ -19,6 +19,7 @@
 #include "cli/loftbay/single_conversion.h"
 #include "cli/program.h"
 #include "diag/work_directory.h"
+#include "host/deadline.h"
 #include "host/path.h"
 
 namespace loftbay::cli {
@@ -55,6 +56,8 @@ struct Parsed {
   std::vector<std::string> files;
   std::string tolerance;
   std::string level;
+  LimitTexts limits;
+  std::string timeout;
   std::string out_dir;
   std::int64_t jobs = 0;
   bool no_optimize = false;
@@ -76,6 +79,11 @@ void declare(CLI::App& app, Parsed& parsed) {
   app.add_flag("--allow-outside", parsed.options.allow_outside,
                "follow references to files outside the model's folder");
   addSearchDirs(app, parsed.options.search_dirs);
+  addLimits(app, parsed.limits);
+  app.add_option(
+      "--timeout", parsed.timeout,
+      "seconds after which the conversion of a file is given up, with code 1 and no scene (default: "
+      "none)");
   app.add_option("--work-dir", parsed.options.work_dir, "base folder of the log");
   app.add_option("--out-dir", parsed.out_dir,
                  "convert every JT file into this folder, which is made if need be");
@@ -93,6 +101,16 @@ std::optional<float> numberOf(const std::string& text) {
   // False for what is not a number, too.
   if (!(std::abs(value) <= std::numeric_limits<float>::max())) return std::nullopt;
   return static_cast<float>(value);
+}
+
+// Whole milliseconds, at least one, at most some years.
+std::optional<std::chrono::milliseconds> timeOf(const std::string& text) {
+  constexpr double kMostSeconds = 1e8;
+  double seconds = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  if (!(seconds > 0 && seconds <= kMostSeconds)) return std::nullopt;
+  return std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000)));
 }
 
 std::optional<std::uint32_t> levelOf(const std::string& text) {
@@ -125,6 +143,14 @@ std::string complaint(const CLI::App& app, Parsed& parsed) {
     if (!level) return "--lod: '" + parsed.level + "' is not finest, coarsest or a number from 0";
     parsed.options.level_of_detail = *level;
   }
+  if (std::string reason = readLimits(app, parsed.limits, parsed.options.limits); !reason.empty()) {
+    return reason;
+  }
+  if (app.count("--timeout") > 0) {
+    parsed.options.timeout = timeOf(parsed.timeout);
+    if (!parsed.options.timeout)
+      return "--timeout: '" + parsed.timeout + "' is not a number of seconds above 0";
+  }
   if (app.count("--out-dir") > 0) {
     if (parsed.out_dir.empty()) return "--out-dir: the name of a folder is missing";
     if (parsed.files.empty()) return "no JT file is named";
@@ -155,6 +181,25 @@ void printResult(const Parsed& parsed, const SingleConversion& conversion, const
   }
 }
 
+// Ends the process when the time of its conversion is over. Whoever takes the last words may take them
+// slowly, or not at all; they get this long.
+void endWhenOver(SingleConversion& conversion, const Parsed& parsed) {
+  constexpr std::chrono::milliseconds kTimeForLastWords{5000};
+  // Neither is ever destroyed: what they wait for may be the end of the process.
+  [[maybe_unused]] static auto* const deadline =
+      new host::Deadline(*parsed.options.timeout, [&conversion, json = parsed.options.json] {
+        const ConversionReport report = conversion.timeOut();
+        [[maybe_unused]] static auto* const hard_end =
+            new host::Deadline(kTimeForLastWords, [&conversion] { conversion.endProcess(); });
+        if (json) {
+          printJson(toJson(report));
+          finishOutput("loftbay");
+        }
+        conversion.tellTimeOut();
+        conversion.endProcess();
+      });
+}
+
 int runSingle(const Parsed& parsed) {
   const ConvertOptions& options = parsed.options;
   // Never destroyed: an interrupt tells of them on a thread of its own, also while the program ends.
@@ -168,6 +213,7 @@ int runSingle(const Parsed& parsed) {
     };
   }
   exitOnInterrupt(std::move(last_words));
+  if (options.timeout) endWhenOver(conversion, parsed);
   conversion.run();
   conversion.end();
   printResult(parsed, conversion, report);
@@ -184,6 +230,7 @@ int runSeveral(const Parsed& parsed) {
   batch.json = parsed.options.json;
   batch.quiet = parsed.options.quiet;
   batch.shared_options = parsed.options.given;
+  batch.timeout = parsed.options.timeout;
   const int code = runBatch(batch);
   return finishOutput("loftbay") || code != kDone ? code : kFailed;
 }

@@ -1,11 +1,13 @@
 // `loftbay convert`: JT files into Zix scenes.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/loftbay/limits.h"
 #include "jttk/settings.h"
 
 namespace loftbay::cli {
@@ -20,6 +22,8 @@ struct ConvertOptions {
   std::uint32_t level_of_detail = jttk::kFinestLevel;
   bool allow_outside = false;
   std::vector<std::string> search_dirs;  // where else referenced files may lie
+  Limits limits;
+  std::optional<std::chrono::milliseconds> timeout;  // none: as long as it takes
   std::optional<std::string> work_dir;
   bool json = false;
   bool quiet = false;

@@ -8,6 +8,7 @@
 #include "cli/console.h"
 #include "cli/json_text.h"
 #include "cli/loftbay/file_summary.h"
+#include "cli/loftbay/limits.h"
 #include "cli/loftbay/report.h"
 #include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
@@ -278,9 +279,15 @@ int infoCommand(const std::vector<std::string>& arguments) {
   declare(app, options);
   std::vector<std::string> search_dirs;
   addSearchDirs(app, search_dirs);
+  LimitTexts limit_texts;
+  addLimits(app, limit_texts);
   if (const auto code = parseArguments(app, arguments)) return *code;
   if (const std::string reason = complaintOfSearchDirs(search_dirs); !reason.empty())
     return wrongUsage("loftbay", reason);
+  Limits limits;
+  if (const std::string reason = readLimits(app, limit_texts, limits); !reason.empty())
+    return wrongUsage("loftbay info", reason);
+  setLimits(limits);
   setSearchDirs(search_dirs);
   if (const std::string reason = complaint(options); !reason.empty())
     return wrongUsage("loftbay info", reason);

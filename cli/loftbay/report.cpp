@@ -54,9 +54,11 @@ const char* nameOf(Outcome outcome) {
     case Outcome::Refused:
       return "refused";
     case Outcome::Interrupted:
+      return "interrupted";
+    case Outcome::TimedOut:
       break;
   }
-  return "interrupted";
+  return "timeout";
 }
 
 nlohmann::ordered_json toJson(const std::optional<Unit>& unit) {

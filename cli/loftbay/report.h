@@ -38,6 +38,7 @@ enum class Outcome {
   Failed,
   Refused,  // a path was refused; nothing was converted
   Interrupted,
+  TimedOut,  // ended because its time was over
 };
 
 struct Unit {

@@ -1,6 +1,9 @@
 #include "cli/loftbay/single_conversion.h"
 
+#include <fmt/core.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <utility>
 
@@ -17,6 +20,7 @@
 #include "host/path.h"
 #include "host/process.h"
 #include "jttk/settings.h"
+#include "zix/interrupted_write.h"
 #include "zix/reader.h"
 
 namespace loftbay::cli {
@@ -68,6 +72,11 @@ std::string oneLine(std::string_view text) {
   return line;
 }
 
+std::string timeOutText(std::chrono::milliseconds time) {
+  return fmt::format("the conversion took longer than {} seconds (--timeout) and was given up",
+                     std::chrono::duration<double>(time).count());
+}
+
 std::string inBatch(const std::string& input, std::string text) {
   const std::string front = input + ": ";
   for (auto at = text.find(front); at != std::string::npos; at = text.find(front, at)) {
@@ -107,7 +116,9 @@ int SingleConversion::run() {
 }
 
 void SingleConversion::finishReport() {
-  if (report_.exit_code == kFailed) report_.outcome = Outcome::Failed;
+  if (report_.exit_code == kFailed && report_.outcome != Outcome::TimedOut) {
+    report_.outcome = Outcome::Failed;
+  }
   if (report_.exit_code == kDone && !report_.skipped.empty()) {
     report_.exit_code = kFailed;
     report_.outcome = report_.files.empty() ? Outcome::Failed : Outcome::Partial;
@@ -120,13 +131,31 @@ void SingleConversion::finishReport() {
   if (!host::pathExists(diag::logPath())) report_.log.clear();
 }
 
-ConversionReport SingleConversion::interrupt() {
+ConversionReport SingleConversion::stop(int exit_code, Outcome outcome, const std::string& error) {
   observer_.lock().release();
-  report_.exit_code = kInterrupted;
-  report_.outcome = Outcome::Interrupted;
-  report_.error = "interrupted";
+  report_.exit_code = exit_code;
+  report_.outcome = outcome;
+  report_.error = error;
   finishReport();
   return report_;
+}
+
+ConversionReport SingleConversion::interrupt() {
+  return stop(kInterrupted, Outcome::Interrupted, "interrupted");
+}
+
+ConversionReport SingleConversion::timeOut() {
+  return stop(kFailed, Outcome::TimedOut, timeOutText(*options_.timeout));
+}
+
+void SingleConversion::tellTimeOut() { complain(*report_.error); }
+
+void SingleConversion::endProcess() {
+  Orb::Zix::removeInterruptedWrites();
+  std::error_code error;
+  if (owns_output_) std::filesystem::remove(host::toFileSystemPath(host::toProgramPath(output_)), error);
+  putConsoleBack();
+  std::_Exit(kFailed);
 }
 
 void SingleConversion::end() { observer_.lock().release(); }
@@ -183,6 +212,7 @@ int SingleConversion::convert() {
   }
 
   bool success = false;
+  owns_output_ = true;
   try {
     const convert::obJt2Zix job(input.c_str(), output.c_str(), &success, options_.optimize);
   } catch (const std::exception& error) {
@@ -229,6 +259,7 @@ void SingleConversion::prepareProcess() {
   jttk::settings().exact_geometry = options_.exact_geometry;
   jttk::settings().level_of_detail = options_.level_of_detail;
   jttk::settings().allow_outside = options_.allow_outside;
+  setLimits(options_.limits);
   setSearchDirs(options_.search_dirs);
 }
 

@@ -2,6 +2,7 @@
 // runs the job, and fills the report. A process does this once.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -24,6 +25,11 @@ class SingleConversion {
   // The report of a conversion that ends here and now, from another thread. The conversion's own thread stops
   // at its next step for good. Does not return once `end` was called.
   ConversionReport interrupt();
+  // The same of one whose time is over; then the message, and the end of the process: its temporary is
+  // removed, and a scene that it finished meanwhile.
+  ConversionReport timeOut();
+  void tellTimeOut();
+  [[noreturn]] void endProcess();
   // What happens from here on is told in full: `interrupt` comes too late.
   void end();
 
@@ -40,6 +46,7 @@ class SingleConversion {
   void tell(const std::string& text);
   // The same, from the program itself.
   void complain(const std::string& text);
+  ConversionReport stop(int exit_code, Outcome outcome, const std::string& error);
   // Why the conversion did not give a usable scene.
   void fail(std::string reason);
   void finishReport();
@@ -53,10 +60,14 @@ class SingleConversion {
   MessageStream startup_failures_{[this](const std::string& line) { tell(line); }};
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   bool box_shown_ = false;
+  std::atomic<bool> owns_output_ = false;  // what lies at the output is this conversion's
 };
 
 // `text` as a line of a batch: the input first, and nowhere else.
 std::string inBatch(const std::string& input, std::string text);
+
+// Why a conversion was given up after this time.
+std::string timeOutText(std::chrono::milliseconds time);
 
 // A line break in it becomes a blank.
 std::string oneLine(std::string_view text);

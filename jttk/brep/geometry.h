@@ -85,6 +85,7 @@ class Geometry {
   // Work done is counted, so that damaged data cannot keep it busy for ever: false once all is used up.
   void allowWork(std::uint64_t evaluations) { work_left_ = evaluations; }
   [[nodiscard]] bool mayWork() const { return work_left_ > 0; }
+  [[nodiscard]] std::uint64_t workLeft() const { return work_left_; }
 
  private:
   struct Grid {

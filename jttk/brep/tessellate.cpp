@@ -27,6 +27,7 @@ constexpr std::uint64_t kRoughWork = 300'000;
 constexpr std::uint64_t kRoughWorkPerFace = 2'000;
 constexpr std::uint64_t kWorkPerPart = 3'000'000;
 constexpr std::uint64_t kWorkPerFace = 100'000;
+constexpr std::uint64_t kWorkOfAFace = 10;  // besides its evaluations
 
 struct Box {
   Vec3 low{1e300, 1e300, 1e300};
@@ -334,8 +335,11 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
   const double scale = options.units_per_metre > 0 ? options.units_per_metre : 1000;
   Tolerances tolerances;
   Geometry rough(bodies, 1e-4);
-  rough.allowWork(kRoughWork + kRoughWorkPerFace * bodies.faces.size());
+  const std::uint64_t rough_work =
+      std::min(kRoughWork + kRoughWorkPerFace * bodies.faces.size(), options.work_limit);
+  rough.allowWork(rough_work);
   double diagonal = roughDiagonal(bodies, rough);
+  made.work = rough_work - rough.workLeft();
   if (!(diagonal > 0)) diagonal = kUnknownSize;
   const double percent =
       std::isfinite(options.chord_tolerance_percent) ? options.chord_tolerance_percent : 0.08;
@@ -346,14 +350,19 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
   made.chord_tolerance = tolerances.chord / kOwnShare * scale;
   made.diagonal = diagonal * scale;
   Geometry geometry(bodies, tolerances.chord * 1e-3);
-  geometry.allowWork(kWorkPerPart + kWorkPerFace * bodies.faces.size());
+  const std::uint64_t own_limit = kWorkPerPart + kWorkPerFace * bodies.faces.size();
+  const std::uint64_t work = std::min(own_limit, options.work_limit - made.work);
+  geometry.allowWork(work);
   for (const std::string& problem : bodies.problems) made.losses.push_back({kNone, problem});
   for (std::uint32_t b = 0; b < bodies.bodies.size(); ++b) {
     BodyTessellator tessellator(bodies, geometry, tolerances);
     tessellator.run(bodies.bodies[b], made.losses);
     made.bodies.push_back(tessellator.shape(scale));
     made.bodies.back().body = b;
+    made.work += made.bodies.back().triangle_faces.size();
   }
+  made.is_cut = work < own_limit && !geometry.mayWork();
+  made.work += work - geometry.workLeft() + kWorkOfAFace * bodies.faces.size();
   return made;
 }
 

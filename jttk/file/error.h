@@ -14,9 +14,13 @@ struct Error {
   // Offset of the first byte that was not understood, from the start of the file where the bytes are stored
   // plainly, else from the start of the unpacked segment.
   std::uint64_t offset = 0;
+  // Nothing is damaged: it would take more than the whole conversion may unpack.
+  bool is_over_budget = false;
 
   // The same error with a place put in front: "segment <id>: …".
-  [[nodiscard]] Error in(std::string_view place) const { return {std::string(place) + ": " + what, offset}; }
+  [[nodiscard]] Error in(std::string_view place) const {
+    return {std::string(place) + ": " + what, offset, is_over_budget};
+  }
   [[nodiscard]] std::string text() const { return what + " (at byte " + std::to_string(offset) + ")"; }
 };
 

@@ -83,7 +83,9 @@ bool growUnpacked(std::vector<std::byte>& buffer, std::size_t first_size, std::s
 }
 
 Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, std::uint64_t offset,
-                                           std::size_t limit_bytes, bool* lacks_checksum) {
+                                           std::size_t limit_bytes, bool* lacks_checksum,
+                                           std::size_t* came_out) {
+  if (came_out != nullptr) *came_out = 0;
   if (packed.size() < kHeaderBytes) return fail(kEndsTooEarly, offset + packed.size());
   if (const char* fault = headerFault(packed)) return fail(std::string(kDoesNotInflate) + fault, offset);
   InflateStream inflater;
@@ -107,6 +109,7 @@ Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, st
     const int status = inflate(&z, Z_NO_FLUSH);
     fed += in_step - z.avail_in;
     written += out_step - z.avail_out;
+    if (came_out != nullptr) *came_out = written;
     if (status == Z_STREAM_END) break;
     if (status == Z_OK && (z.avail_out == 0 || fed < packed.size())) continue;
     if (status == Z_OK || status == Z_BUF_ERROR) return fail(kEndsTooEarly, offset + fed);

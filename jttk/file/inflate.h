@@ -17,10 +17,10 @@ inline constexpr std::size_t kMaximumUnpackedBytes = std::size_t{1} << 30;
 // `packed`: a zlib stream; bytes behind its end are ignored. `offset`: where `packed` lies in its file, for
 // messages. Fails when the stream is damaged, cut off, or unpacks to more than `limit_bytes`. With
 // `lacks_checksum`, a stream that is cut off inside its checksum is none that fails: all data are there, and
-// it is set.
+// it is set. `came_out` gets how many bytes were unpacked, also by a stream that fails.
 Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, std::uint64_t offset,
                                            std::size_t limit_bytes = kMaximumUnpackedBytes,
-                                           bool* lacks_checksum = nullptr);
+                                           bool* lacks_checksum = nullptr, std::size_t* came_out = nullptr);
 
 // How much room to make first for what `packed_bytes` may unpack to. Small, because not all of these bytes
 // need belong to the stream.

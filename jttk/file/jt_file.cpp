@@ -189,23 +189,40 @@ struct Unpacked {
   bool lacks_checksum = false;
 };
 
-Result<Unpacked> unpack(Compression compression, std::span<const std::byte> packed, std::uint64_t offset) {
+Error overBudget(const WorkBudget& budget, std::uint64_t offset) {
+  return {
+      "the model unpacks to more than " + std::to_string(budget.unpackedLimit()) + " bytes (--max-unpacked)",
+      offset, true};
+}
+
+Result<Unpacked> unpack(Compression compression, std::span<const std::byte> packed, std::uint64_t offset,
+                        WorkBudget* budget) {
   Unpacked unpacked;
+  const std::uint64_t left = budget == nullptr ? kMaximumUnpackedBytes : budget->mayUnpack();
+  const bool is_short = left < kMaximumUnpackedBytes;
+  if (left == 0) return tl::unexpected<Error>(overBudget(*budget, offset));
+  const std::size_t limit = is_short ? static_cast<std::size_t>(left) : kMaximumUnpackedBytes;
+  std::size_t came_out = 0;
   auto bytes = compression == Compression::Zlib
-                   ? inflateZlib(packed, offset, kMaximumUnpackedBytes, &unpacked.lacks_checksum)
-                   : unpackLzma(packed, offset, kMaximumUnpackedBytes, &unpacked.lacks_checksum);
-  if (!bytes) return tl::unexpected<Error>(bytes.error());
+                   ? inflateZlib(packed, offset, limit, &unpacked.lacks_checksum, &came_out)
+                   : unpackLzma(packed, offset, limit, &unpacked.lacks_checksum, &came_out);
+  if (budget != nullptr) budget->unpacked(came_out, !bytes);
+  if (!bytes) {
+    return tl::unexpected<Error>(is_short && came_out > limit ? overBudget(*budget, offset) : bytes.error());
+  }
   unpacked.bytes = std::move(*bytes);
   return unpacked;
 }
 
 // The stream says where it ends. Where it does not, what follows the stated bytes is something else, and they
 // may still hold all data.
-Result<Unpacked> unpack(const Prefix& prefix) {
+Result<Unpacked> unpack(const Prefix& prefix, WorkBudget* budget) {
   try {
-    auto unpacked = unpack(prefix.compression, prefix.reach, prefix.offset);
-    if (unpacked || prefix.stated_bytes == prefix.reach.size()) return unpacked;
-    return unpack(prefix.compression, prefix.stated(), prefix.offset);
+    auto unpacked = unpack(prefix.compression, prefix.reach, prefix.offset, budget);
+    if (unpacked || unpacked.error().is_over_budget || prefix.stated_bytes == prefix.reach.size()) {
+      return unpacked;
+    }
+    return unpack(prefix.compression, prefix.stated(), prefix.offset, budget);
   } catch (const std::bad_alloc&) {
     return fail("out of memory", prefix.offset);
   }
@@ -328,7 +345,31 @@ Result<JtFile::Extent> JtFile::extentOf(const TocEntry& entry) const {
   return extent;
 }
 
+void JtFile::setBudget(std::shared_ptr<WorkBudget> budget) {
+  budget_ = std::move(budget);
+  budget_->addInput(source_.size());
+}
+
 Result<Segment> JtFile::segment(const TocEntry& entry) const {
+  {
+    const std::lock_guard held(failures_mutex_);
+    if (const auto known = failures_.find(entry.id); known != failures_.end()) {
+      return tl::unexpected<Error>(known->second);
+    }
+  }
+  Result<Segment> segment = readSegment(entry);
+  if (!segment) {
+    try {
+      const std::lock_guard held(failures_mutex_);
+      failures_.emplace(entry.id, segment.error());
+    } catch (const std::bad_alloc&) {
+      // Without memory for it, it is tried again.
+    }
+  }
+  return segment;
+}
+
+Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   const std::string place = "segment " + entry.id.text();
   const auto extent = extentOf(entry);
   if (!extent) return tl::unexpected<Error>(extent.error().in(place));
@@ -360,10 +401,11 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
     segment.base_offset = prefix->offset;
     return segment;
   }
-  auto unpacked = unpack(*prefix);
+  auto unpacked = unpack(*prefix, budget_.get());
   if (!unpacked) {
     return tl::unexpected<Error>(
-        (prefix->missing_bytes > 0 ? tooShort(*prefix) : unpacked.error()).in(place));
+        (prefix->missing_bytes > 0 && !unpacked.error().is_over_budget ? tooShort(*prefix) : unpacked.error())
+            .in(place));
   }
   segment.compression = prefix->compression;
   if (unpacked->lacks_checksum) {

@@ -1,13 +1,14 @@
 // A JT file as a container: header, table of contents, segments. Opening reads header and contents; segments
 // are read and unpacked when they are asked for. A file that shrinks meanwhile is an error of a segment.
 //
-// Thread rules: const calls from any thread.
+// Thread rules: const calls from any thread; with a budget, one thread at a time.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,6 +18,7 @@
 #include "jttk/file/byte_source.h"
 #include "jttk/file/contents.h"
 #include "jttk/file/error.h"
+#include "jttk/file/work_budget.h"
 
 namespace jttk {
 
@@ -59,6 +61,9 @@ class JtFile {
   // The same over bytes that the caller keeps alive (tests, fuzzing).
   static Result<std::unique_ptr<JtFile>> fromBytes(std::span<const std::byte> bytes);
 
+  // What is unpacked from here on is taken from this budget, to which the file's size is added.
+  void setBudget(std::shared_ptr<WorkBudget> budget);
+
   [[nodiscard]] Version version() const noexcept { return version_; }
   [[nodiscard]] ByteOrder byteOrder() const noexcept { return order_; }
   [[nodiscard]] const std::string& headerText() const noexcept { return header_text_; }
@@ -80,7 +85,8 @@ class JtFile {
   // Null when there is no such segment.
   [[nodiscard]] const TocEntry* find(const Guid& id) const;
   // Reads and unpacks one segment. Lengths are not trusted: packed data end where their stream ends, others
-  // behind the last element that begins within the stated length, as far as the file has the bytes.
+  // behind the last element that begins within the stated length, as far as the file has the bytes. A failure
+  // is remembered: who asks again gets the same answer for nothing.
   [[nodiscard]] Result<Segment> segment(const TocEntry& entry) const;
 
  private:
@@ -95,6 +101,7 @@ class JtFile {
     std::size_t reach_bytes = 0;
   };
   [[nodiscard]] Result<Extent> extentOf(const TocEntry& entry) const;
+  [[nodiscard]] Result<Segment> readSegment(const TocEntry& entry) const;
   [[nodiscard]] bool goesBeyondEnd(const TocEntry& entry) const;
 
   ByteSource source_;
@@ -104,6 +111,9 @@ class JtFile {
   Guid scene_graph_id_;
   Contents contents_;
   std::map<Guid, std::size_t> by_id_;
+  std::shared_ptr<WorkBudget> budget_;  // null: only what holds for every stream
+  mutable std::mutex failures_mutex_;
+  mutable std::map<Guid, Error> failures_;
   std::vector<std::uint64_t> starts_;  // of segments and of the table of contents, sorted
 };
 

@@ -20,12 +20,14 @@ class MemoryBudget {
   // Takes what `count` things of `size` bytes each need. Fails, and takes nothing, where that is more than is
   // left; `offset` goes into the message.
   Result<void> take(std::uint64_t count, std::uint64_t size, std::uint64_t offset) {
-    const std::uint64_t left = limit_ - taken_;
+    const std::uint64_t left = limit_ > taken_ ? limit_ - taken_ : 0;
     if (size != 0 && count > left / size) {
-      return fail("more memory is asked for than the limit of " + std::to_string(limit_) + " bytes leaves",
+      return fail("more memory is asked for than the limit of " + std::to_string(limit_) +
+                      " bytes leaves (--max-memory)",
                   offset);
     }
     taken_ += count * size;
+    asked_ += count * size;
     return {};
   }
   // Back to what was taken at an earlier time, and `kept` bytes of what was taken since.
@@ -36,11 +38,15 @@ class MemoryBudget {
   void giveBack(std::uint64_t bytes) noexcept { taken_ -= bytes < taken_ ? bytes : taken_; }
 
   [[nodiscard]] std::uint64_t taken() const noexcept { return taken_; }
+  // All that was ever taken: a measure of the work that was done with it.
+  [[nodiscard]] std::uint64_t asked() const noexcept { return asked_; }
   [[nodiscard]] std::uint64_t limit() const noexcept { return limit_; }
+  void setLimit(std::uint64_t limit_bytes) noexcept { limit_ = limit_bytes; }
 
  private:
   std::uint64_t limit_;
   std::uint64_t taken_ = 0;
+  std::uint64_t asked_ = 0;
 };
 
 // Gives back at its end what was taken during its life, but for the bytes that `kept` has then.

@@ -118,7 +118,9 @@ bool bareDataAreWhole(std::span<const std::uint8_t> packed, std::size_t unpacked
 }  // namespace
 
 Result<std::vector<std::byte>> unpackLzma(std::span<const std::byte> packed, std::uint64_t offset,
-                                          std::size_t limit_bytes, bool* lacks_checksum) {
+                                          std::size_t limit_bytes, bool* lacks_checksum,
+                                          std::size_t* came_out) {
+  if (came_out != nullptr) *came_out = 0;
   LzmaStream holder;
   lzma_stream& stream = holder.stream;
   const bool is_xz =
@@ -142,6 +144,7 @@ Result<std::vector<std::byte>> unpackLzma(std::span<const std::byte> packed, std
     const std::size_t had = stream.avail_out;
     const lzma_ret status = lzma_code(&stream, LZMA_RUN);
     written += had - stream.avail_out;
+    if (came_out != nullptr) *came_out = written;
     if (status == LZMA_STREAM_END) break;
     if (status == LZMA_OK && (stream.avail_out == 0 || stream.avail_in > 0)) continue;
     const std::uint64_t place = offset + (packed.size() - stream.avail_in);

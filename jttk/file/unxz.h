@@ -19,9 +19,9 @@ inline constexpr std::uint64_t kMaximumLzmaMemoryBytes = std::uint64_t{256} << 2
 // messages. Fails when the stream is damaged, cut off, needs too much memory, or unpacks to more than
 // `limit_bytes`. With `lacks_checksum`, a stream that is cut off behind its data (in the checksum, index or
 // footer of an .xz stream, in the end mark of a .lzma stream that states its size) is none that fails, and it
-// is set.
+// is set. `came_out` gets how many bytes were unpacked, also by a stream that fails.
 Result<std::vector<std::byte>> unpackLzma(std::span<const std::byte> packed, std::uint64_t offset,
                                           std::size_t limit_bytes = kMaximumUnpackedBytes,
-                                          bool* lacks_checksum = nullptr);
+                                          bool* lacks_checksum = nullptr, std::size_t* came_out = nullptr);
 
 }  // namespace jttk

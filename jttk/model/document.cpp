@@ -2,6 +2,7 @@
 
 #include "jttk/model/labels.h"
 #include "jttk/model/roots.h"
+#include "jttk/settings.h"
 
 namespace jttk {
 
@@ -46,11 +47,14 @@ Result<SceneGraph> readAnyGraph(const TocEntry& named, Document& document) {
   return graph;
 }
 
-Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::unique_ptr<JtFile>> file) {
+Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::unique_ptr<JtFile>> file,
+                                         std::shared_ptr<WorkBudget> budget) {
   if (!file) return tl::unexpected<Error>(file.error());
   auto document = std::make_unique<Document>();
   document->path = path;
   document->file = std::move(*file);
+  document->file->setBudget(budget);
+  document->budget = std::move(budget);
   const JtFile& jt = *document->file;
   const TocEntry* entry = jt.sceneGraph();
   if (entry == nullptr) {
@@ -78,13 +82,16 @@ bool Document::isReference(std::uint32_t index) const {
   return standsForFile(graph.nodes[index]) && index != graph.root;
 }
 
-Result<std::unique_ptr<Document>> openDocument(const std::string& program_path) {
-  return finish(program_path, JtFile::open(program_path));
+std::shared_ptr<WorkBudget> newBudget() { return std::make_shared<WorkBudget>(workLimits()); }
+
+Result<std::unique_ptr<Document>> openDocument(const std::string& program_path,
+                                               std::shared_ptr<WorkBudget> budget) {
+  return finish(program_path, JtFile::open(program_path), std::move(budget));
 }
 
 Result<std::unique_ptr<Document>> openDocument(const std::string& program_path,
                                                std::span<const std::byte> bytes) {
-  return finish(program_path, JtFile::fromBytes(bytes));
+  return finish(program_path, JtFile::fromBytes(bytes), newBudget());
 }
 
 }  // namespace jttk

@@ -16,6 +16,7 @@ namespace jttk {
 struct Document {
   std::string path;  // as it was opened, program form
   std::unique_ptr<JtFile> file;
+  std::shared_ptr<WorkBudget> budget;  // of the model
   SceneGraph graph;
   // Names of nodes without a name of their own, where they have been worked out (see names.h). Key: node * 2,
   // plus 1 for the node as an instance's target.
@@ -51,8 +52,12 @@ struct Document {
   [[nodiscard]] bool isReference(std::uint32_t node) const;
 };
 
-// Opens a file and reads its scene graph.
-Result<std::unique_ptr<Document>> openDocument(const std::string& program_path);
+// A new budget, with the limits that the settings give.
+[[nodiscard]] std::shared_ptr<WorkBudget> newBudget();
+
+// Opens a file and reads its scene graph. `budget`: of the model that the file belongs to.
+Result<std::unique_ptr<Document>> openDocument(const std::string& program_path,
+                                               std::shared_ptr<WorkBudget> budget = newBudget());
 // The same over bytes that the caller keeps alive; `program_path` only names them.
 Result<std::unique_ptr<Document>> openDocument(const std::string& program_path,
                                                std::span<const std::byte> bytes);

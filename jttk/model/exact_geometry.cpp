@@ -3,6 +3,7 @@
 #include "jttk/model/exact_geometry.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "host/path.h"
 #include "jttk/model/properties.h"
@@ -12,7 +13,10 @@ namespace jttk {
 namespace {
 
 constexpr double kMillimetres = 1000;
-constexpr std::size_t kMaxToldFaces = 100;  // of one segment
+constexpr std::size_t kMaxToldFaces = 100;   // of one segment
+constexpr std::uint32_t kFreeSegments = 16;  // of one node, whose search costs nothing besides
+// Bytes of exact geometry that are read in the time of one evaluation.
+constexpr std::size_t kBytesPerWork = 16;
 
 bool canBeRead(std::int32_t segment_type) {
   const auto type = static_cast<SegmentType>(segment_type);
@@ -132,6 +136,8 @@ struct ExactGeometry::Losses {
     std::string reason;
   };
   std::vector<Loss> list;
+  const Found* over_budget = nullptr;  // where the work that all parts may cost was used up
+  std::optional<std::pair<const Found*, Error>> not_unpacked;
   void add(const Found& found, std::string reason) { list.push_back({&found, std::move(reason)}); }
 };
 
@@ -143,6 +149,7 @@ ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : 
       const LateLoaded& entry = document.graph.late_loaded[node.late_loaded.first + i];
       const std::int32_t type = segmentType(document, entry);
       const auto is_known = [&](const Found& f) { return f.id == entry.segment && f.node.way == ref.way; };
+      if (i >= kFreeSegments && !model_.library().spend(segments_.size() + 1) && !model_.hasRoom()) return;
       if (!isGeometryOfItsOwn(type) || std::any_of(segments_.begin(), segments_.end(), is_known)) continue;
       segments_.push_back({ref, entry.segment, type});
     }
@@ -170,15 +177,20 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
                     values.minimum_edge_length == values_.minimum_edge_length;
   if (segments_.empty() || (hopeless_ && same)) return nullptr;
   if (arrays_ && same) return arrays_;
-  const Found& top = segments_.front();
-  const ShapeCache::Key key{&top.node.document(), top.node.node, values.chord_percent,
-                            values.minimum_edge_length};
+  const ShapeCache::Key key = keyOf(values, box);
   values_ = values;
   arrays_ = model_.cache().find(key);
-  if (!arrays_) {
+  hopeless_ = !arrays_ && model_.isHopeless(key);
+  if (!arrays_ && !hopeless_) {
     Losses losses;
     arrays_ = make(values, box, losses);
     hopeless_ = !arrays_;
+    if (hopeless_) model_.setHopeless(key);
+    if (losses.over_budget != nullptr) tellNoWork(*losses.over_budget, part_name);
+    if (losses.not_unpacked) {
+      const auto& [found, error] = *losses.not_unpacked;
+      model_.library().lostBy(error, part_name, found->node.document());
+    }
     // Asked for again with other values, or at another place: the same was told then.
     const Found* before = nullptr;
     bool is_new = false;
@@ -204,13 +216,44 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
   return arrays_;
 }
 
+ShapeCache::Key ExactGeometry::keyOf(const TessValues& values, const float* box) const {
+  const Found& top = segments_.front();
+  Model::ExactKey what{&top.node.document(), {}, statedUnits(), {}};
+  if (box != nullptr) std::transform(box, box + 6, what.box.begin(), std::bit_cast<std::uint32_t, float>);
+  what.has_box = box != nullptr;
+  bool in_one_file = true;
+  for (const Found& found : segments_) {
+    what.segments.push_back(found.id);
+    in_one_file = in_one_file && &found.node.document() == what.document;
+  }
+  const NodeRef node = in_one_file ? model_.sameGeometry(std::move(what), top.node) : top.node;
+  return {&node.document(), node.node, values.chord_percent, values.minimum_edge_length};
+}
+
+void ExactGeometry::tellNoWork(const Found& found, const std::string& part_name) const {
+  model_.library().tellLimit(
+      Library::Limit::ExactGeometry, part_name,
+      loftbay::host::toHostPath(found.node.document().path) + ": segment " + found.id.text() +
+          ": exact geometry of the model needs more work than files of this size are allowed; what is left "
+          "out here, and of later parts, is not told again (no option raises this limit)");
+}
+
 std::shared_ptr<const ShapeArrays> ExactGeometry::make(const TessValues& values, const float* box,
                                                        Losses& losses) {
   ShapeGeometry all;
+  const Allowance& work = model_.library().budget().exact();
   for (const Found& found : segments_) {
+    if (work.left() == 0) {
+      losses.over_budget = &found;
+      break;
+    }
     const Result<std::vector<brep::Bodies>> models = read(found);
     if (!models) {
       const Error& error = models.error();
+      if (error.is_over_budget) {
+        losses.not_unpacked = std::pair(&found, error);
+        continue;
+      }
       losses.add(found, error.offset == 0 ? error.what : error.text());
       continue;
     }
@@ -229,7 +272,14 @@ ShapeGeometry ExactGeometry::triangles(const Found& found, const brep::Bodies& b
   options.chord_tolerance_percent = values.chord_percent;
   options.minimum_edge_length = values.minimum_edge_length;
   options.units_per_metre = unitsPerMetre(found, bodies, box);
-  const brep::TessellatedBodies made = brep::tessellate(bodies, options);
+  Allowance& work = model_.library().budget().exact();
+  options.work_limit = work.left();
+  brep::TessellatedBodies made = brep::tessellate(bodies, options);
+  work.spend(made.work);
+  if (made.is_cut) {
+    losses.over_budget = &found;
+    std::erase_if(made.losses, [](const auto& loss) { return loss.reason == brep::kTooMuchWork; });
+  }
   for (std::size_t i = 0; i < std::min(made.losses.size(), kMaxToldFaces); ++i) {
     const brep::TessellationLoss& loss = made.losses[i];
     losses.add(found, loss.face == brep::kNone ? loss.reason
@@ -239,7 +289,7 @@ ShapeGeometry ExactGeometry::triangles(const Found& found, const brep::Bodies& b
     losses.add(found, std::to_string(made.losses.size() - kMaxToldFaces) + " more faces are lost");
   }
   ShapeGeometry shape = brep::mergedShape(made);
-  if (shape.primitiveCount() == 0 && made.losses.empty()) losses.add(found, "has no faces");
+  if (shape.primitiveCount() == 0 && made.losses.empty() && !made.is_cut) losses.add(found, "has no faces");
   return shape;
 }
 
@@ -251,6 +301,7 @@ Result<std::vector<brep::Bodies>> ExactGeometry::read(const Found& found) {
   const Result<Segment> segment = file.segment(*listed);
   if (!segment) return tl::unexpected<Error>(segment.error());
   model_.library().noteSegment(found.node.document(), *segment);
+  model_.library().budget().exact().spend(segment->data.size() / kBytesPerWork);
   if (static_cast<SegmentType>(found.type) == SegmentType::MultiXtBrep) {
     return brep::readMultiXtBrep(*segment, file.byteOrder());
   }
@@ -261,12 +312,16 @@ Result<std::vector<brep::Bodies>> ExactGeometry::read(const Found& found) {
   return one;
 }
 
-double ExactGeometry::unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const {
-  std::string units;
+std::string ExactGeometry::statedUnits() const {
   for (const NodeRef& ref : chain_) {
-    if (units.empty()) units = ref.document().graph.text(ref.data().units);
+    const std::string& units = ref.document().graph.text(ref.data().units);
+    if (!units.empty()) return units;
   }
-  if (const auto stated = brep::unitsPerMetre(bodies, units)) return *stated;
+  return {};
+}
+
+double ExactGeometry::unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const {
+  if (const auto stated = brep::unitsPerMetre(bodies, statedUnits())) return *stated;
   if (box != nullptr) {
     if (const auto measured = brep::unitsPerMetreFromBox(bodies, box)) return *measured;
   }

@@ -29,6 +29,7 @@ JtkHierarchy* AssemblyObject::getChild(int index) const {
   expand();
   if (index < 0 || static_cast<std::size_t>(index) >= children_.size()) return nullptr;
   Child& child = children_[static_cast<std::size_t>(index)];
+  if (!model_.hasRoom()) return nullptr;
   if (child.object == nullptr) child.object = model_.place(child.ref, Met::AsChild, child.inherited);
   return child.object;
 }
@@ -38,46 +39,52 @@ void AssemblyObject::expand() const {
   if (expanded_) return;
   expanded_ = true;
   if (product_.content.node == kNone) return;
-  std::vector<Child> stack;
+  std::vector<Level> levels;
   if (product_.content_is_child) {
-    stack.push_back({product_.content, below_, nullptr});
+    if (!enter(product_.content, below_, levels)) return;
   } else {
-    pushChildren(product_.content, below_, stack);
+    levels.push_back({product_.content, below_, 0});
   }
-  while (!stack.empty()) {
-    Child child = stack.back();
-    stack.pop_back();
-    if (!model_.countPlace()) return;
-    if (!isGrouping(child.ref.data().kind)) {
-      children_.push_back(child);
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    const SceneGraph& graph = level.parent.document().graph;
+    const Node& node = level.parent.data();
+    if (level.next == node.children.count) {
+      levels.pop_back();
       continue;
     }
-    Matrix matrix = child.inherited.transform == nullptr ? kIdentity : *child.inherited.transform;
-    if (model_.applyAttributes(child.ref, child.inherited, matrix))
-      child.inherited.transform = model_.keep(matrix);
-    pushChildren(child.ref, child.inherited, stack);
+    const std::uint32_t index = graph.children[node.children.first + level.next++];
+    if (isLeftOut(graph, node, index)) {
+      if (!model_.library().spend(1) && !model_.hasRoom()) return;
+    } else if (!enter({level.parent.way, index}, level.inherited, levels)) {
+      return;
+    }
   }
 }
 
-// The last child first, so that the first is on top. Left out: what is hidden, and grouping nodes without
-// anything to show.
-void AssemblyObject::pushChildren(NodeRef parent, const Inherited& inherited,
-                                  std::vector<Child>& stack) const {
-  const SceneGraph& graph = parent.document().graph;
-  const Node& node = parent.data();
-  for (std::uint32_t i = node.children.count; i-- > 0;) {
-    const std::uint32_t index = graph.children[node.children.first + i];
-    if (!isShown(graph, index)) continue;
-    const Node& child = graph.nodes[index];
-    if (isGrouping(child.kind) && child.product_count == 0) continue;
-    if (isLod(child.kind) && !child.has_shapes) continue;
-    if (node.kind == NodeKind::Switch && index != graph.selectedChild(node)) continue;
-    if (child.kind == NodeKind::Instance) {
-      const std::uint32_t target = graph.children[child.children.first];
-      if (target < graph.nodes.size() && !isShown(graph, target)) continue;
-    }
-    stack.push_back({{parent.way, index}, inherited, nullptr});
+// Takes a child, or goes on to those of a grouping node. False when there is no place for it.
+bool AssemblyObject::enter(NodeRef ref, Inherited inherited, std::vector<Level>& levels) const {
+  if (!model_.countPlace(ref)) return false;
+  if (!isGrouping(ref.data().kind)) {
+    children_.push_back({ref, inherited, nullptr});
+    return true;
   }
+  Matrix matrix = inherited.transform == nullptr ? kIdentity : *inherited.transform;
+  if (model_.applyAttributes(ref, inherited, matrix)) inherited.transform = model_.keep(matrix);
+  levels.push_back({ref, inherited, 0});
+  return true;
+}
+
+// What is hidden, and grouping nodes without anything to show.
+bool AssemblyObject::isLeftOut(const SceneGraph& graph, const Node& parent, std::uint32_t index) {
+  if (!isShown(graph, index)) return true;
+  const Node& child = graph.nodes[index];
+  if (isGrouping(child.kind) && child.product_count == 0) return true;
+  if (isLod(child.kind) && !child.has_shapes) return true;
+  if (parent.kind == NodeKind::Switch && index != graph.selectedChild(parent)) return true;
+  if (child.kind != NodeKind::Instance) return false;
+  const std::uint32_t target = graph.children[child.children.first];
+  return target < graph.nodes.size() && !isShown(graph, target);
 }
 
 InstanceObject::InstanceObject(Model& model, Product product, Met met, const Inherited& inherited)
@@ -106,7 +113,7 @@ JtkHierarchy* InstanceObject::getReferencedNode() {
   } else {
     Inherited inherited = below_;
     ++inherited.instance_depth;
-    model_.countPlace();
+    if (!model_.countPlace({ref.way, target})) return referenced_ = model_.placeEmpty(ref, ownName());
     referenced_ = model_.place({ref.way, target}, Met::AsTarget, inherited);
     const auto* part = dynamic_cast<const PartObject*>(referenced_);
     if (part != nullptr && part->isMoved()) model_.noteOwnTransform(name());

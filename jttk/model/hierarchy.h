@@ -43,7 +43,11 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
     if (has_transform) transform_ = std::make_unique<TransformObject>(own);
   }
 
-  JtkString getName() override { return JtkString(name().c_str()); }
+  JtkString getName() override {
+    const std::string text = name();
+    model_.countName(text.size());
+    return JtkString(text.c_str());
+  }
   void getTransform(JtkTransform*& transform) override { transform = transform_.get(); }
   void getMaterial(JtkMaterial*& material) override {
     material = model_.materials().material(materialState());
@@ -88,8 +92,15 @@ class AssemblyObject final : public HierarchyObject<JtkAssembly, JtkEntity::JtkA
     JtkHierarchy* object;
   };
   [[nodiscard]] MaterialStates::State materialState() override { return answered_material_; }
+  // Where the search for children is: a grouping node, and the next of its children.
+  struct Level {
+    NodeRef parent;
+    Inherited inherited;
+    std::uint32_t next;
+  };
   void expand() const;
-  void pushChildren(NodeRef parent, const Inherited& inherited, std::vector<Child>& stack) const;
+  bool enter(NodeRef ref, Inherited inherited, std::vector<Level>& levels) const;
+  [[nodiscard]] static bool isLeftOut(const SceneGraph& graph, const Node& parent, std::uint32_t index);
 
   MaterialStates::State answered_material_;
   mutable bool expanded_ = false;

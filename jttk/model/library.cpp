@@ -16,7 +16,7 @@ namespace host = loftbay::host;
 namespace diag = loftbay::diag;
 
 Library::Library(std::unique_ptr<Document> main, bool allow_outside, std::vector<std::string> search_folders)
-    : finder_(main->path, allow_outside, std::move(search_folders)) {
+    : finder_(main->path, allow_outside, std::move(search_folders)), main_(main.get()) {
   Document* document = main.get();
   // Bytes without a file have no canonical path; the empty key cannot be met again.
   documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
@@ -97,7 +97,7 @@ void Library::noteTail(const Document& from, const std::string& reference, const
 Document* Library::load(const std::string& path, const std::string& canonical, std::string& reason) {
   const auto [entry, is_new] = documents_.try_emplace(canonical);
   if (is_new) {
-    auto document = openDocument(path);
+    auto document = openDocument(path, main_->budget);
     if (document) {
       entry->second = std::move(*document);
       tellOpened(*entry->second);
@@ -107,14 +107,6 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
   }
   if (!entry->second) reason = failures_[canonical];
   return entry->second.get();
-}
-
-std::vector<std::string> Library::otherFiles() const {
-  std::vector<std::string> paths;
-  for (const auto& [canonical, document] : documents_) {
-    if (document && document.get() != mainWay()->document) paths.push_back(document->path);
-  }
-  return paths;
 }
 
 std::vector<const Document*> Library::documents() const {
@@ -195,6 +187,25 @@ void Library::lost(const std::string& part, const std::string& reason) {
   diag::programSeams().observer->lost(part, reason);
   // A line break in a name would begin a line that looks like a message of its own.
   JtkInfo::post(JtkInfo::JtkERRORS) << host::shownText(part + ": " + reason) << '\n';
+}
+
+bool Library::spend(std::uint64_t units) {
+  Allowance& contents = budget().contents();
+  contents.spend(units);
+  return contents.left() > 0;
+}
+
+void Library::tellLimit(Limit limit, const std::string& part, const std::string& reason) {
+  if (told_limits_.insert(limit).second) lost(part, reason);
+}
+
+void Library::lostBy(const Error& error, const std::string& part, const Document& document) {
+  const std::string place = host::toHostPath(document.path) + ": ";
+  if (error.is_over_budget) {
+    tellLimit(Limit::Unpacked, part, place + error.what + "; it is left out, and what is beyond");
+  } else {
+    lost(part, place + (error.offset == 0 ? error.what : error.text()));
+  }
 }
 
 void Library::tellNotes() {

@@ -29,9 +29,19 @@ class Library {
 
   // Something of the model is lost: to the observer and to the toolkit's message stream.
   void lost(const std::string& part, const std::string& reason);
+  // The same because of something in a file. Of what is over the budget only the first is told.
+  void lostBy(const Error& error, const std::string& part, const Document& document);
   void note(const std::string& text);
   // The note of a segment that was read, if it has one and it is the first time.
   void noteSegment(Document& document, const Segment& segment);
+
+  // What the model may still cost, and that a limit was met: told once for each kind, with what it costs.
+  enum class Limit : std::uint8_t { Places, Unpacked, ExactGeometry };
+  [[nodiscard]] WorkBudget& budget() { return *main_->budget; }
+  void tellLimit(Limit limit, const std::string& part, const std::string& reason);
+  // Work on what stands in a list and is no place of its own, as `units` of the places. False when there is
+  // nothing left.
+  bool spend(std::uint64_t units);
 
   // What is told at the end of the model.
   [[nodiscard]] ModelNotes& notes() { return notes_; }
@@ -42,8 +52,6 @@ class Library {
   // Whether inherited names have been worked out (see names.h).
   [[nodiscard]] bool namesGiven() const { return names_given_; }
   void setNamesGiven() { names_given_ = true; }
-  // The paths of the files that were opened besides the main one.
-  [[nodiscard]] std::vector<std::string> otherFiles() const;
   // All files that were opened so far, the main one first.
   [[nodiscard]] std::vector<const Document*> documents() const;
 
@@ -66,6 +74,7 @@ class Library {
   void tellContainer(const Document& document);
 
   FileFinder finder_;
+  const Document* main_;
   std::map<std::string, std::unique_ptr<Document>> documents_;  // by canonical path; null: cannot be read
   std::map<std::string, std::string> failures_;                 // by canonical path
   std::map<Reference, Document*> references_;
@@ -74,6 +83,7 @@ class Library {
   std::map<std::pair<Document*, const FileWay*>, const FileWay*> known_ways_;
   std::set<std::pair<const Document*, std::string>> noted_tails_;
   ModelNotes notes_;
+  std::set<Limit> told_limits_;
   bool has_materials_ = false;
   bool unit_told_ = false;
   bool names_given_ = false;

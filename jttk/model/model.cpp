@@ -21,6 +21,14 @@ namespace diag = loftbay::diag;
 namespace {
 
 constexpr std::size_t kNamesShown = 5;  // in a note about many
+// In units of which 64 are a place: a name costs what goes beyond a usual length, by the byte. A shape costs
+// a place for 32 corners each time that it is handed out, and one for 8 kB of arrays when it is decoded.
+constexpr std::uint64_t kFreeNameBytes = 64;
+constexpr std::uint64_t kUnitsPerCorner = 2;
+constexpr std::uint64_t kDecodedBytesPerUnit = 128;
+constexpr std::uint32_t kFreeAttributes = 16;
+
+std::uint64_t unitsOfName(std::size_t bytes) { return bytes > kFreeNameBytes ? bytes - kFreeNameBytes : 0; }
 
 bool isShapeSegment(const Document& document, const LateLoaded& entry) {
   const TocEntry* listed = document.file->find(entry.segment);
@@ -156,7 +164,7 @@ JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
 
 Model::Model(std::unique_ptr<Document> main)
     : library_(std::move(main), settings().allow_outside, settings().search_folders),
-      memory_(std::make_shared<MemoryBudget>(settings().max_memory_bytes)),
+      memory_(std::make_shared<MemoryBudget>()),
       cache_(settings().shape_cache_bytes) {}
 
 Model::~Model() {
@@ -208,20 +216,38 @@ JtkHierarchy* Model::placeEmpty(NodeRef near, std::string name) {
   return hold(new PartObject(*this, near, std::move(name)));
 }
 
-bool Model::countPlace() {
-  const std::size_t limit = settings().max_placed_nodes;
-  if (places_ == limit) {
-    library_.lost(
-        library_.mainWay()->document->nearestLabel(kNone),
-        "the model places more than " + std::to_string(limit) + " nodes; what is beyond is left out");
+bool Model::tellPlaces() {
+  library_.tellLimit(Library::Limit::Places, library_.mainWay()->document->nearestLabel(kNone),
+                     "the model places more than " + std::to_string(library_.budget().placeLimit()) +
+                         " nodes or shapes; what is beyond is left out (--max-places)");
+  return false;
+}
+
+bool Model::hasRoom() { return library_.budget().contents().left() > 0 || tellPlaces(); }
+
+bool Model::countPlace(NodeRef node) {
+  if (node.node != kNone) {
+    const std::uint64_t name = unitsOfName(node.document().graph.text(node.data().name).size());
+    if (name > library_.budget().contents().left()) return tellPlaces();
   }
-  return ++places_ <= limit;
+  return library_.budget().places().take(WorkBudget::kUnitsPerPlace) || tellPlaces();
+}
+
+void Model::countName(std::size_t bytes) { library_.budget().contents().spend(unitsOfName(bytes)); }
+
+bool Model::countShape() {
+  return library_.budget().contents().take(WorkBudget::kUnitsPerPlace) || tellPlaces();
+}
+
+bool Model::countCorners(std::size_t corners) {
+  return library_.budget().contents().take(kUnitsPerCorner * corners) || tellPlaces();
 }
 
 bool Model::applyAttributes(NodeRef ref, Inherited& inherited, Matrix& matrix) {
   const SceneGraph& graph = ref.document().graph;
   const Node& node = ref.data();
   bool any = false;
+  if (node.attributes.count > kFreeAttributes) library_.spend(node.attributes.count);
   for (std::uint32_t i = 0; i < node.attributes.count; ++i) {
     const std::uint32_t index = graph.node_attributes[node.attributes.first + i];
     if (index == kNone) continue;
@@ -356,16 +382,17 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
   const ShapeCache::Key key{&document, shape.node, 0, 0};
   if (auto kept = cache_.find(key)) return kept;
   const std::uint64_t before = memory_->taken();
+  const std::uint64_t asked_before = memory_->asked();
+  memory_->setLimit(library_.budget().memoryLimit());
   Result<ShapeGeometry> geometry = decode(document, shape.data(), *memory_);
   if (geometry) {
     if (auto taken = takeStripMemory(*geometry, *memory_); !taken) geometry = tl::unexpected(taken.error());
   }
+  library_.budget().contents().spend((memory_->asked() - asked_before) / kDecodedBytesPerUnit);
   if (!geometry) {
     memory_->giveBackTo(before);
     document.reported.insert(shape.node);
-    const Error& error = geometry.error();
-    library_.lost(part_name, loftbay::host::toHostPath(document.path) + ": " +
-                                 (error.offset == 0 ? error.what : error.text()));
+    library_.lostBy(geometry.error(), part_name, document);
     return nullptr;
   }
   tellFacts(shape, part_name, geometry->facts);

@@ -3,9 +3,11 @@
 // live as long as the root.
 #pragma once
 
+#include <array>
 #include <deque>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <tuple>
 #include <unordered_map>
@@ -53,8 +55,16 @@ class Model {
   JtkHierarchy* place(NodeRef ref, Met met, const Inherited& inherited);
   // A part without levels for something that cannot be had.
   JtkHierarchy* placeEmpty(NodeRef near, std::string name);
-  // Counts a place. False (and told once) when there are more than the settings allow.
-  bool countPlace();
+  // Counts a place of a node. False (and told once) when there are more than the budget allows. A node whose
+  // own name would take more than is left has no place.
+  bool countPlace(NodeRef node);
+  // Counts a name that is handed out: each goes into the log and the scene.
+  void countName(std::size_t bytes);
+  // Counts a shape that is asked for, and its corners. False (and told once) when there is no room for them.
+  bool countShape();
+  bool countCorners(std::size_t corners);
+  // Whether there is room for any more names and shapes. False is told once.
+  bool hasRoom();
 
   // Adds the node's own attributes to what comes from above; its transforms come before `matrix` (they are
   // nearer to the vertices). False when it has no transform that counts.
@@ -80,6 +90,25 @@ class Model {
   void holds(ShapeObject* shape) { holding_.push_back(shape); }
   // The same for what was made of exact geometry.
   void holds(ExactGeometry* exact) { holding_exact_.push_back(exact); }
+  // What the triangles of exact geometry depend on besides the parameters.
+  struct ExactKey {
+    const Document* document;
+    std::vector<Guid> segments;
+    std::string units;                 // of the nodes that are the part
+    std::array<std::uint32_t, 6> box;  // its bits
+    bool has_box = false;
+    bool operator<(const ExactKey& other) const {
+      return std::tie(document, segments, units, box, has_box) <
+             std::tie(other.document, other.segments, other.units, other.box, other.has_box);
+    }
+  };
+  // The first node that was met with this exact geometry: what is known of it holds for all others.
+  NodeRef sameGeometry(ExactKey key, NodeRef node) {
+    return exact_nodes_.emplace(std::move(key), node).first->second;
+  }
+  // Exact geometry of which nothing comes.
+  [[nodiscard]] bool isHopeless(const ShapeCache::Key& key) const { return hopeless_.contains(key); }
+  void setHopeless(const ShapeCache::Key& key) { hopeless_.insert(key); }
   [[nodiscard]] ShapeCache& cache() { return cache_; }
   void releaseShapes();
 
@@ -104,6 +133,8 @@ class Model {
   void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
   void tellOwnTransforms() const;
   void tellOfMissingNotes() const noexcept;
+  // Always false.
+  bool tellPlaces();
   // Tells, once for each shape, what is odd about it.
   void tellFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts);
   // Takes a place in `told`, which holds nodes of the shape's file.
@@ -129,7 +160,10 @@ class Model {
   std::shared_ptr<const ShapeArrays> latest_;
   std::vector<ShapeObject*> holding_;
   std::vector<ExactGeometry*> holding_exact_;
-  std::size_t places_ = 0;
+  // Exact geometry by what decides about it: the first node that has it (see sameGeometry), and the values of
+  // those of which nothing comes.
+  std::map<ExactKey, NodeRef> exact_nodes_;
+  std::set<ShapeCache::Key> hopeless_;
   std::size_t own_transforms_ = 0;
   std::vector<std::string> own_transform_names_;  // the first few
 };

@@ -30,6 +30,10 @@ class NameGiver {
     const NodeRef root{way, way->document->graph.root};
     tasks_.push_back({root, rootMet(root), file_name});
     while (!tasks_.empty()) {
+      if (tasks_.back().goes_to_children) {
+        visitNextChild();
+        continue;
+      }
       const Task task = tasks_.back();
       tasks_.pop_back();
       if (isNew(task.ref, task.met)) visit(task);
@@ -40,10 +44,13 @@ class NameGiver {
   }
 
  private:
+  // A node that is to be visited, or the next of its children.
   struct Task {
     NodeRef ref;
     Met met;
     std::uint32_t name;  // of the nearest named node above
+    bool goes_to_children = false;
+    std::uint32_t next = 0;
   };
   struct Unnamed {
     Document* document;
@@ -98,15 +105,22 @@ class NameGiver {
   }
 
   void addChildren(NodeRef parent, Met met, std::uint32_t name) {
-    const SceneGraph& graph = parent.document().graph;
-    const Node& node = parent.data();
-    for (std::uint32_t i = node.children.count; i-- > 0;) {
-      const std::uint32_t child = graph.children[node.children.first + i];
-      if (!isShown(graph, child)) continue;
-      if (isLod(graph.nodes[child].kind) && !graph.nodes[child].has_shapes) continue;
-      if (node.kind == NodeKind::Switch && child != graph.selectedChild(node)) continue;
-      tasks_.push_back({{parent.way, child}, met, name});
+    tasks_.push_back({parent, met, name, true});
+  }
+
+  void visitNextChild() {
+    Task& task = tasks_.back();
+    const SceneGraph& graph = task.ref.document().graph;
+    const Node& node = task.ref.data();
+    if (task.next == node.children.count) {
+      tasks_.pop_back();
+      return;
     }
+    const std::uint32_t child = graph.children[node.children.first + task.next++];
+    if (!isShown(graph, child)) return;
+    if (isLod(graph.nodes[child].kind) && !graph.nodes[child].has_shapes) return;
+    if (node.kind == NodeKind::Switch && child != graph.selectedChild(node)) return;
+    tasks_.push_back({{task.ref.way, child}, task.met, task.name});
   }
 
   // `name`, or with the first free number behind it.

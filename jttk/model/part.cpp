@@ -20,29 +20,39 @@ class Collector {
   [[nodiscard]] bool hidesFinest() const { return hides_finest_; }
 
   void run(const Product& product, const Inherited& inherited) {
-    const Step start{product.content, inherited, kAnyLevel, false};
-    if (product.content_is_child) {
-      steps_.push_back(start);
-    } else {
-      pushChildren(start);
-    }
+    steps_.push_back({product.content, inherited, kAnyLevel, false});
+    if (!product.content_is_child) steps_.back().end = childCount(product.content);
     while (!steps_.empty()) {
-      const Step step = steps_.back();
-      steps_.pop_back();
-      if (!model_.countPlace()) return;
-      visit(step);
+      if (steps_.back().end == kNotVisited) {
+        if (!model_.countShape()) return;
+        const Step step = steps_.back();
+        steps_.pop_back();
+        visit(step);
+      } else if (steps_.back().next == steps_.back().end) {
+        steps_.pop_back();
+      } else if (!visitNextChild()) {
+        return;
+      }
     }
   }
 
  private:
   static constexpr std::uint32_t kAnyLevel = kNone;  // not below a level of detail node yet
+  static constexpr std::uint32_t kNotVisited = kNone;
+  static constexpr std::uint64_t kUnitsPerLevel = 16;
 
+  // A node that is to be visited or, once it was, the next of its children.
   struct Step {
     NodeRef ref;
     Inherited inherited;
     std::uint32_t level;
     bool has_own_material;
+    bool children_are_levels = false;
+    std::uint32_t next = 0;
+    std::uint32_t end = kNotVisited;
   };
+
+  static std::uint32_t childCount(NodeRef ref) { return ref.node == kNone ? 0 : ref.data().children.count; }
 
   void visit(Step step) {
     const MaterialStates::State above = step.inherited.material;
@@ -63,41 +73,45 @@ class Collector {
       step.ref = {way, way->document->graph.root};
       steps_.push_back(step);
     } else if (isLod(kind)) {
-      pushLevels(step);
+      visitLevels(step);
     } else {
-      pushChildren(step);
+      step.end = childCount(step.ref);
+      steps_.push_back(step);
     }
   }
 
   // Child k of a level of detail node is level k; inside a level only the finest of another such node counts.
-  void pushLevels(const Step& step) {
+  void visitLevels(Step step) {
     const Node& node = step.ref.data();
     const bool nested = step.level != kAnyLevel;
-    if (!nested) needLevels(node.children.count);
     const std::uint32_t count = nested ? std::min(node.children.count, 1U) : node.children.count;
-    for (std::uint32_t i = count; i-- > 0;) pushChild(step, i, nested ? step.level : i);
-    const SceneGraph& graph = step.ref.document().graph;
     if (count == 0) return;
+    if (!nested) {
+      if (!model_.library().spend(kUnitsPerLevel * count) && !model_.hasRoom()) return;
+      needLevels(count);
+    }
+    const SceneGraph& graph = step.ref.document().graph;
     const std::uint32_t finest = graph.children[node.children.first];
     if (finest < graph.nodes.size() && !isShown(graph, finest)) hides_finest_ = true;
+    step.children_are_levels = !nested;
+    step.end = count;
+    steps_.push_back(step);
   }
 
-  void pushChildren(const Step& step) {
-    if (step.ref.node == kNone) return;
+  // False when nothing more may be looked at.
+  bool visitNextChild() {
+    Step& step = steps_.back();
+    const std::uint32_t number = step.next++;
+    const SceneGraph& graph = step.ref.document().graph;
     const Node& node = step.ref.data();
-    const SceneGraph& graph = step.ref.document().graph;
-    for (std::uint32_t i = node.children.count; i-- > 0;) {
-      const std::uint32_t child = graph.children[node.children.first + i];
-      if (node.kind == NodeKind::Switch && child != graph.selectedChild(node)) continue;
-      pushChild(step, i, step.level);
+    const std::uint32_t child = graph.children[node.children.first + number];
+    const bool is_selected = node.kind != NodeKind::Switch || child == graph.selectedChild(node);
+    if (!is_selected || !isShown(graph, child) || !graph.nodes[child].has_shapes) {
+      return model_.library().spend(1) || model_.hasRoom();
     }
-  }
-
-  void pushChild(const Step& step, std::uint32_t index, std::uint32_t level) {
-    const SceneGraph& graph = step.ref.document().graph;
-    const std::uint32_t child = graph.children[step.ref.data().children.first + index];
-    if (!isShown(graph, child) || !graph.nodes[child].has_shapes) return;
+    const std::uint32_t level = step.children_are_levels ? number : step.level;
     steps_.push_back({{step.ref.way, child}, step.inherited, level, step.has_own_material});
+    return true;
   }
 
   void needLevels(std::size_t count) {
@@ -283,18 +297,30 @@ int PartObject::numShapes(int level) {
 void PartObject::getShape(JtkShape*& shape, int level, int index) {
   shape = nullptr;
   if (index < 0 || index >= numShapes(level)) return;
+  // Whoever asks for a shape places it once more.
+  const std::string part_name = name();
+  model_.countName(part_name.size());
+  if (!model_.countShape()) return;
   ShapePlace& place = (*levels_)[static_cast<std::size_t>(level)][static_cast<std::size_t>(index)];
   if (place.object == nullptr) {
     JtkMaterial* material = place.has_own_material ? model_.materials().material(place.material) : nullptr;
-    place.object = new ShapeObject(model_, place.ref, name(), place.transform, material);
+    place.object = new ShapeObject(model_, place.ref, part_name, place.transform, material);
     place.object->ref();
   }
-  if (place.object->acquire()) shape = place.object;
+  if (!place.object->acquire()) return;
+  if (model_.countCorners(place.object->arrays()->geometry.corner_positions.size())) {
+    shape = place.object;
+  } else if (isShape(place.ref.data().kind)) {
+    // It will not fit at another place either, and is not to be decoded again to find that out.
+    place.ref.document().reported.insert(place.ref.node);
+  }
 }
 
 int PartObject::requiresTessellation() {
   static_cast<void>(levels());
-  if (offers_exact_ || !wantsExactGeometry() || !exactArrays()) return 0;
+  if (offers_exact_ || !wantsExactGeometry() || !model_.countShape()) return 0;
+  const auto arrays = exactArrays();
+  if (!arrays || !model_.countCorners(arrays->geometry.corner_positions.size())) return 0;
   noteOneColor();
   return 1;
 }

@@ -103,6 +103,7 @@ void PartObject::tellUnreadGeometry() {
   while (!left.empty()) {
     const std::uint32_t index = left.back();
     left.pop_back();
+    if (!model_.library().spend(1) && !model_.hasRoom()) return;
     if (!isShown(graph, index) || !visited.insert(index).second) continue;
     const Node& node = graph.nodes[index];
     // Other shapes tell it themselves.

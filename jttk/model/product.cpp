@@ -8,6 +8,9 @@ namespace jttk {
 
 namespace {
 
+// Children that are looked at on the way to a place and cost nothing besides.
+constexpr std::uint32_t kFreeChildren = 64;
+
 // Number of nodes of the product structure that a child stands for, 2 = several.
 int productCount(const Document& document, std::uint32_t index) {
   const SceneGraph& graph = document.graph;
@@ -22,13 +25,14 @@ int productCount(const Document& document, std::uint32_t index) {
 
 // The single node of the product structure below `ref`, groups taken away; `groups` gets those on the way.
 // A node of kNone when there is none or more than one.
-NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups) {
+NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups, Library& library) {
   const Document& document = ref.document();
   for (;;) {
     const Node& node = ref.data();
     std::uint32_t only = kNone;
     int count = 0;
     for (std::uint32_t i = 0; i < node.children.count && count < 2; ++i) {
+      if (i >= kFreeChildren) library.spend(1);
       const std::uint32_t child = document.graph.children[node.children.first + i];
       if (node.kind == NodeKind::Switch && child != document.graph.selectedChild(node)) continue;
       const int products = productCount(document, child);
@@ -44,7 +48,7 @@ NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups) {
 
 // A partition that holds its contents itself. Where its single child is an assembly, a part or a loose shape
 // they are one node; else the partition is an assembly.
-Product partition(NodeRef ref, Met met, Product product) {
+Product partition(NodeRef ref, Met met, Product product, Library& library) {
   for (;;) {
     product.chain.push_back(ref);
     product.kind = ProductKind::Assembly;
@@ -54,7 +58,7 @@ Product partition(NodeRef ref, Met met, Product product) {
       return product;
     }
     std::vector<NodeRef> groups;
-    const NodeRef child = singleChild(ref, groups);
+    const NodeRef child = singleChild(ref, groups, library);
     if (child.node == kNone) return product;
     const NodeKind kind = child.data().kind;
     const bool is_partition = kind == NodeKind::Partition && !child.document().isReference(child.node);
@@ -120,7 +124,7 @@ Product classify(NodeRef ref, Met met, Library& library) {
     default:
       return {ProductKind::Part, {}, ref, true};
   }
-  if (!ref.document().isReference(ref.node)) return partition(ref, met, {});
+  if (!ref.document().isReference(ref.node)) return partition(ref, met, {}, library);
   Product product;
   product.chain.push_back(ref);
   product.content = {ref.way, kNone};
@@ -128,7 +132,8 @@ Product classify(NodeRef ref, Met met, Library& library) {
   if (way == nullptr || !isShown(way->document->graph, way->document->graph.root)) return product;
   ref = {way, way->document->graph.root};
   // Another file's root is met as if it stood where the partition stands.
-  if (ref.data().kind == NodeKind::Partition) return partition(ref, Met::AsChild, std::move(product));
+  if (ref.data().kind == NodeKind::Partition)
+    return partition(ref, Met::AsChild, std::move(product), library);
   Product root = classify(ref, Met::AsTarget, library);
   if (root.chain.empty()) root.content_is_child = true;
   root.chain.insert(root.chain.begin(), product.chain.begin(), product.chain.end());

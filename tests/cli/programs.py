@@ -45,13 +45,28 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(schema.faults(document, REPORT_SCHEMA), [])
         reports = document if isinstance(document, list) else [document]
         for report in reports:
-            codes = {"ok": (0,), "partial": (1,), "failed": (1,), "refused": (3,), "interrupted": (130,)}
+            codes = {"ok": (0,), "partial": (1,), "failed": (1,), "refused": (3,), "interrupted": (130,),
+                     "timeout": (1,)}
             self.assertIn(report["exit_code"], codes[report["outcome"]])
             self.assertEqual(report["ok"], report["exit_code"] == 0)
             self.assertEqual(report["error"] is None, report["outcome"] in ("ok", "partial"))
             if report["bytes"] is not None:
                 self.assertEqual(report["bytes"]["arrays"] + report["bytes"]["records"], report["bytes"]["total"])
         return reports
+
+    def children_of(self, pid):
+        found = []
+        for entry in os.listdir("/proc"):
+            if not entry.isdigit():
+                continue
+            try:
+                with open(f"/proc/{entry}/stat") as file:
+                    # The name in brackets may hold blanks; the parent is the second field behind it.
+                    if int(file.read().rsplit(")", 1)[1].split()[1]) == pid:
+                        found.append(int(entry))
+            except OSError:
+                pass  # it has ended meanwhile
+        return found
 
     def zix_info(self, scene):
         return json.loads(subprocess.run([ZIX, "info", scene, "--json"], capture_output=True).stdout)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -12,7 +13,9 @@
 
 #include "host/path.h"
 #include "jttk/model/document.h"
+#include "jttk/model/model.h"
 #include "jttk/model/properties.h"
+#include "jttk/settings.h"
 #include "tests/jttk/model/walk.h"
 #include "tests/support/sample_folder.h"
 
@@ -233,6 +236,48 @@ TEST(SampleFiles, PlacedShapesAreWhatAnotherDecoderFound) {
       const fs::path from = wanted.contains("file") ? sampleFolder() / wanted["file"] : file;
       EXPECT_EQ(checksums.of(from, wanted["segment"]), found.checksum_nd);
     }
+  }
+}
+
+// How much of each limit a model takes at the most, with the file that does.
+struct Shares {
+  std::map<std::string, std::pair<double, std::string>> worst;
+  void add(const std::string& limit, std::uint64_t taken, std::uint64_t allowed, const fs::path& file) {
+    const double share = static_cast<double>(taken) / static_cast<double>(allowed);
+    auto& known = worst[limit];
+    if (share >= known.first) known = {share, file.filename().string()};
+  }
+};
+
+// Real files never come near to what small hostile ones are kept from.
+TEST(Samples, TakeASmallPartOfEveryLimit) {
+  if (sampleFiles().empty()) GTEST_SKIP() << "no samples in " << sampleFolder();
+  Shares shares;
+  for (const bool exact_geometry : {false, true}) {
+    for (const fs::path& path : sampleFiles()) {
+      jttk::settings() = {};
+      jttk::settings().exact_geometry = exact_geometry;
+      // A fifth of the memory will do.
+      jttk::settings().max_memory_bytes = jttk::workLimits().memory.of(fs::file_size(path)) / 5;
+      const jttk::testing::Recorder recorder;
+      JtkEntity* const root = jttk::testing::import(programPath(path));
+      ASSERT_NE(root, nullptr) << path;
+      jttk::testing::walk(root);
+      jttk::WorkBudget& budget = dynamic_cast<jttk::ModelNode&>(*root).model().library().budget();
+      shares.add("places", budget.places().taken(), budget.places().limit(), path);
+      shares.add("contents", budget.contents().taken(), budget.contents().limit(), path);
+      shares.add("unpacked", budget.unpackedBytes(), budget.unpackedLimit(), path);
+      shares.add("exact", budget.exact().taken(), budget.exact().limit(), path);
+      root->unref();
+      for (const std::string& loss : recorder.losses) {
+        EXPECT_EQ(loss.find("--max-"), std::string::npos) << path << ": " << loss;
+      }
+    }
+  }
+  jttk::settings() = {};
+  for (const auto& [limit, worst] : shares.worst) {
+    std::printf("%s: %.2f percent, %s\n", limit.c_str(), 100 * worst.first, worst.second.c_str());
+    EXPECT_LT(worst.first, 0.2) << limit << ", " << worst.second;
   }
 }
 

@@ -270,7 +270,7 @@ TEST(UnusualFiles, TheMemoryOfAShapeThatNobodyHoldsGoesBack) {
 }
 
 TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
-  const std::uint64_t usual = jttk::settings().max_memory_bytes;
+  const auto usual = jttk::settings().max_memory_bytes;
   jttk::settings().max_memory_bytes = 20'000;
   const auto large = jttk::testing::topologicalRepData(jttk::testing::polygonSymbols(1000), 1000, 0,
                                                        {jttk::PacketForm::Jt9, true, 2});

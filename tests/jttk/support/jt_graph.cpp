@@ -340,14 +340,15 @@ Bytes GraphBuilder::file() const {
     std::uint32_t type;
     Bytes data;
   };
-  const Bytes graph = segment();
-  OrderedBytes stored(order_);
-  stored.u32(0).u32(graph.size() + 1).u8(1).bytes(graph);
-  std::vector<Entry> entries{{kSceneGraphId, 1, stored.result()}};
+  const auto prefixed = [&](bool packed, const Bytes& data) {
+    OrderedBytes out(order_);
+    out.u32(packed ? 2 : 0).u32(data.size() + 1).u8(packed ? 2 : 1).bytes(data);
+    return out.result();
+  };
+  const Bytes graph = packs_graph_ ? zlibOf(segment()) : segment();
+  std::vector<Entry> entries{{kSceneGraphId, 1, prefixed(packs_graph_, graph)}};
   for (const auto& [id, late] : late_) {
-    OrderedBytes prefixed(order_);
-    prefixed.u32(0).u32(late.second.size() + 1).u8(1).bytes(late.second);
-    entries.push_back({id, late.first, prefixed.result()});
+    entries.push_back({id, late.first, prefixed(packed_.contains(id), late.second)});
   }
   for (const auto& [id, data] : shapes_) entries.push_back({shapeSegment(id), 7, data});
 

@@ -12,6 +12,7 @@
 #include <bit>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -132,6 +133,13 @@ class GraphBuilder {
   void lateSegment(const Guid& segment, std::uint32_t type, const Bytes& data) {
     late_[segment] = {type, data};
   }
+  // A segment of such a type with any packed data (a zlib stream).
+  void packedSegment(const Guid& segment, std::uint32_t type, const Bytes& packed) {
+    late_[segment] = {type, packed};
+    packed_.insert(segment);
+  }
+  // The scene graph is packed in the file (zlib).
+  void pack() { packs_graph_ = true; }
   // The box that shape nodes state from here on; at first that of the tetrahedron of triStrips.
   void setShapeBox(const std::array<float, 6>& box) { shape_box_ = box; }
   // Takes the place of the geometry of all shapes that are added from here on.
@@ -179,6 +187,8 @@ class GraphBuilder {
   std::size_t behind_transforms_ = 0;
   bool split_table_ = false;
   Guid rival_;
+  std::set<Guid> packed_;
+  bool packs_graph_ = false;
 };
 
 }  // namespace jttk::testing

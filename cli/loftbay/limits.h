@@ -1,0 +1,39 @@
+// The options that bound what a file may cost, which conversions and `loftbay info` share.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace loftbay::cli {
+
+// As the user wrote them; empty: not given.
+struct LimitTexts {
+  std::string places;
+  std::string unpacked;
+  std::string memory;
+};
+
+// None: the toolkit's own limit, which grows with the size of the files.
+struct Limits {
+  std::optional<std::uint64_t> places;
+  std::optional<std::uint64_t> unpacked_bytes;
+  std::optional<std::uint64_t> memory_bytes;
+};
+
+// Declares the options; `texts` must outlive the parsing.
+void addLimits(CLI::App& app, LimitTexts& texts);
+
+// Fills `limits` from what was given. Why that makes no sense; empty when it does.
+[[nodiscard]] std::string readLimits(const CLI::App& app, const LimitTexts& texts, Limits& limits);
+
+// Hands the limits to the toolkit, for the files that are loaded from here on.
+void setLimits(const Limits& limits);
+
+// A whole number, with K, M or G behind it for the first three powers of `step`. None when it is something
+// else, 0 or too large.
+[[nodiscard]] std::optional<std::uint64_t> sizeOf(std::string_view text, std::uint64_t step);
+
+}  // namespace loftbay::cli

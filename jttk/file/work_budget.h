@@ -1,0 +1,122 @@
+// What a whole conversion may cost: places, unpacked bytes, work on exact geometry, memory. A few bytes can
+// stand for more of each than any machine has, so there is a limit to each. Limits count work and never time,
+// and grow with the size of the files that were opened: equal input gives equal results everywhere, and a
+// large model may cost more than a small file.
+//
+// One for all files of a model. One thread at a time.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <optional>
+
+namespace jttk {
+
+// A limit: a number that the user gave, else what grows with the input.
+struct WorkLimit {
+  std::uint64_t base;
+  std::uint64_t per_byte;
+  std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  std::optional<std::uint64_t> given;
+
+  [[nodiscard]] std::uint64_t of(std::uint64_t input_bytes) const noexcept {
+    if (given) return *given;
+    const std::uint64_t room = std::numeric_limits<std::uint64_t>::max() - base;
+    if (per_byte != 0 && input_bytes > room / per_byte) return most;
+    return std::min(most, base + per_byte * input_bytes);
+  }
+};
+
+// What is left of one kind of work.
+class Allowance {
+ public:
+  explicit Allowance(const WorkLimit& limit) noexcept : rule_(limit) { addInput(0); }
+
+  void addInput(std::uint64_t bytes) noexcept {
+    input_bytes_ += bytes;
+    limit_ = rule_.of(input_bytes_);
+  }
+  // False, and nothing is taken, where there is not so much left.
+  bool take(std::uint64_t amount) noexcept {
+    if (amount > left()) return false;
+    taken_ += amount;
+    return true;
+  }
+  // For work that is done already: takes all that is left where that is less.
+  void spend(std::uint64_t amount) noexcept { taken_ += std::min(amount, left()); }
+
+  [[nodiscard]] std::uint64_t left() const noexcept { return limit_ > taken_ ? limit_ - taken_ : 0; }
+  [[nodiscard]] std::uint64_t taken() const noexcept { return taken_; }
+  [[nodiscard]] std::uint64_t limit() const noexcept { return limit_; }
+
+ private:
+  WorkLimit rule_;
+  std::uint64_t input_bytes_ = 0;
+  std::uint64_t limit_ = 0;
+  std::uint64_t taken_ = 0;
+};
+
+struct WorkLimits {
+  WorkLimit places;    // nodes and shapes that are placed
+  WorkLimit unpacked;  // bytes
+  WorkLimit exact;     // evaluations of curves and surfaces, and what costs as much
+  WorkLimit memory;    // bytes
+};
+
+class WorkBudget {
+ public:
+  // What is small is counted in parts of a place.
+  static constexpr std::uint64_t kUnitsPerPlace = 64;
+
+  explicit WorkBudget(const WorkLimits& limits) noexcept
+      : places_(inUnits(limits.places)),
+        contents_(inUnits(limits.places)),
+        unpacked_(limits.unpacked),
+        failed_(limits.unpacked),
+        exact_(limits.exact),
+        memory_(limits.memory) {}
+
+  // A file was opened.
+  void addInput(std::uint64_t bytes) noexcept {
+    for (Allowance* allowance : {&places_, &contents_, &unpacked_, &failed_, &exact_, &memory_})
+      allowance->addInput(bytes);
+  }
+
+  // In units: nodes that are placed; and shapes that are handed out, with their corners and with all names.
+  // By the same limit, each for itself: nodes that were found before others were looked into have their
+  // shapes.
+  [[nodiscard]] Allowance& places() noexcept { return places_; }
+  [[nodiscard]] Allowance& contents() noexcept { return contents_; }
+  [[nodiscard]] std::uint64_t placeLimit() const noexcept { return places_.limit() / kUnitsPerPlace; }
+  [[nodiscard]] Allowance& exact() noexcept { return exact_; }
+  // Only its limit is of use: who decodes counts what he holds.
+  [[nodiscard]] std::uint64_t memoryLimit() const noexcept { return memory_.limit(); }
+
+  // How much one stream may unpack to. What came out of streams that fail is counted apart, so that one of
+  // them does not cost all others.
+  [[nodiscard]] std::uint64_t mayUnpack() const noexcept {
+    return std::min(unpacked_.left(), failed_.left());
+  }
+  void unpacked(std::uint64_t bytes, bool failed) noexcept { (failed ? failed_ : unpacked_).spend(bytes); }
+  [[nodiscard]] std::uint64_t unpackedLimit() const noexcept { return unpacked_.limit(); }
+  [[nodiscard]] std::uint64_t unpackedBytes() const noexcept { return unpacked_.taken() + failed_.taken(); }
+
+ private:
+  static WorkLimit inUnits(WorkLimit limit) noexcept {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / kUnitsPerPlace;
+    limit.base *= kUnitsPerPlace;
+    limit.per_byte *= kUnitsPerPlace;
+    if (limit.given) limit.given = std::min(*limit.given, kMost) * kUnitsPerPlace;
+    return limit;
+  }
+
+  Allowance places_;
+  Allowance contents_;
+  Allowance unpacked_;
+  Allowance failed_;
+  Allowance exact_;
+  Allowance memory_;
+};
+
+}  // namespace jttk
