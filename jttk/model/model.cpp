@@ -22,8 +22,9 @@ namespace {
 
 constexpr std::size_t kNamesShown = 5;  // in a note about many
 // In units of which 64 are a place: a name costs what goes beyond a usual length, by the byte. A shape costs
-// a place for 32 corners each time that it is handed out, and one for 8 kB of arrays when it is decoded.
+// eight places, and one for 32 corners, each time that it is handed out, and one for 8 kB of decoded arrays.
 constexpr std::uint64_t kFreeNameBytes = 64;
+constexpr std::uint64_t kUnitsPerShape = 8 * WorkBudget::kUnitsPerPlace;  // it has so many more log lines
 constexpr std::uint64_t kUnitsPerCorner = 2;
 constexpr std::uint64_t kDecodedBytesPerUnit = 128;
 constexpr std::uint32_t kFreeAttributes = 16;
@@ -235,9 +236,7 @@ bool Model::countPlace(NodeRef node) {
 
 void Model::countName(std::size_t bytes) { library_.budget().contents().spend(unitsOfName(bytes)); }
 
-bool Model::countShape() {
-  return library_.budget().contents().take(WorkBudget::kUnitsPerPlace) || tellPlaces();
-}
+bool Model::countShape() { return library_.budget().contents().take(kUnitsPerShape) || tellPlaces(); }
 
 bool Model::countCorners(std::size_t corners) {
   return library_.budget().contents().take(kUnitsPerCorner * corners) || tellPlaces();

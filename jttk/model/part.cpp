@@ -24,7 +24,7 @@ class Collector {
     if (!product.content_is_child) steps_.back().end = childCount(product.content);
     while (!steps_.empty()) {
       if (steps_.back().end == kNotVisited) {
-        if (!model_.countShape()) return;
+        if (!model_.library().spend(WorkBudget::kUnitsPerPlace) && !model_.hasRoom()) return;
         const Step step = steps_.back();
         steps_.pop_back();
         visit(step);

@@ -77,8 +77,8 @@ TEST_F(Limits, InstancesOfInstancesAreCutAtTheNumberOfPlaces) {
   const Visited visited = visit(model.root());
   const std::size_t limit = 50'000 + 4 * size;
   EXPECT_LE(visited.nodes, limit + limit / 2);
-  EXPECT_GE(visited.nodes, limit / 2);
-  EXPECT_GE(visited.shapes, limit / 8);
+  EXPECT_GE(visited.nodes, limit / 5);
+  EXPECT_GE(visited.shapes, limit / 10);
   EXPECT_THAT(model.recorder.losses,
               ElementsAre(AllOf(HasSubstr("places more than " + std::to_string(limit) + " nodes"),
                                 HasSubstr("--max-places"))));
@@ -91,21 +91,22 @@ TEST_F(Limits, OfTwoMillionEqualChildrenThoseThatFitComeWithTheirShapes) {
   const Loaded model(bomb);
   const Visited visited = visit(model.root());
   const std::size_t limit = 50'000 + 4 * size;
-  EXPECT_EQ(visited.nodes, limit + 1);
-  EXPECT_GE(visited.shapes, limit / 2);
-  EXPECT_LE(visited.shapes, limit);
+  // A shape costs eight places.
+  EXPECT_LE(visited.nodes, limit + 1);
+  EXPECT_GE(visited.shapes, limit / 10);
+  EXPECT_LE(visited.shapes, limit / 8);
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("--max-places")));
 }
 
 TEST_F(Limits, TheNumberOfPlacesIsTheUsersWhereHeGivesOne) {
   jttk::settings().max_placed_nodes = 100'000;
   {
-    const Loaded model(equalChildren(60'000));
-    EXPECT_EQ(visit(model.root()).nodes, 60'001U);
+    const Loaded model(equalChildren(10'000));
+    EXPECT_EQ(visit(model.root()).nodes, 10'001U);
     EXPECT_THAT(model.recorder.losses, IsEmpty());
   }
   jttk::settings().max_placed_nodes = 10;
-  const Loaded model(equalChildren(60'000));
+  const Loaded model(equalChildren(10'000));
   EXPECT_EQ(visit(model.root()).nodes, 11U);
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("places more than 10 nodes")));
 }
@@ -165,7 +166,7 @@ TEST_F(Limits, FilesThatAllReferToEachOtherAreCutAtTheNumberOfPlaces) {
   EXPECT_EQ(recorder.files.size(), kFiles);
   const std::size_t limit = 50'000 + 4 * size;
   EXPECT_LE(visited.nodes, 2 * limit);
-  EXPECT_GE(visited.nodes, limit / 2);
+  EXPECT_GE(visited.nodes, limit / 8);
   EXPECT_GE(visited.shapes, kFiles);
   const auto is_limit = [](const std::string& loss) {
     return loss.find("--max-places") != std::string::npos;
@@ -186,10 +187,9 @@ TEST_F(Limits, AShapeThatIsPlacedOftenCountsByItsCorners) {
   graph.triStrips(2);
   const Loaded model(graph);
   const Visited visited = visit(model.root());
-  EXPECT_EQ(visited.nodes, 901U);
-  // A place for each shape and, for its 320 corners, ten more.
-  EXPECT_GE(visited.shapes, 50U);
-  EXPECT_LE(visited.shapes, 91U);
+  // Eight places for each shape and, for its corners, at least ten more.
+  EXPECT_GE(visited.shapes, 30U);
+  EXPECT_LE(visited.shapes, 55U);
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("--max-places")));
 }
 
