@@ -12,6 +12,7 @@ if(WIN32)
     _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
   target_link_options(loftbay_options INTERFACE -static)
 endif()
+include(${CMAKE_CURRENT_LIST_DIR}/hardening.cmake)
 if(LOFTBAY_SANITIZE)
   target_compile_options(loftbay_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
     -fno-omit-frame-pointer)
