@@ -184,7 +184,7 @@ void printResult(const Parsed& parsed, const SingleConversion& conversion, const
 // Ends the process when the time of its conversion is over. Whoever takes the last words may take them
 // slowly, or not at all; they get this long.
 void endWhenOver(SingleConversion& conversion, const Parsed& parsed) {
-  constexpr std::chrono::milliseconds kTimeForLastWords{5000};
+  static constexpr std::chrono::milliseconds kTimeForLastWords{5000};
   // Neither is ever destroyed: what they wait for may be the end of the process.
   [[maybe_unused]] static auto* const deadline =
       new host::Deadline(*parsed.options.timeout, [&conversion, json = parsed.options.json] {

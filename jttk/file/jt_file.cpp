@@ -377,7 +377,14 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   segment.id = entry.id;
   segment.type = entry.type;
   segment.base_offset = entry.offset + kSegmentHeaderBytes;
-  auto read = source_.read(segment.base_offset, extent->reach_bytes - kSegmentHeaderBytes);
+  const std::size_t reach_bytes = extent->reach_bytes - kSegmentHeaderBytes;
+  if (budget_ != nullptr && !budget_->read(reach_bytes)) {
+    const std::string limit = std::to_string(budget_->readLimit());
+    const Error error{"more than " + limit + " bytes are read from the file (no option raises this limit)",
+                      segment.base_offset, true};
+    return tl::unexpected<Error>(error.in(place));
+  }
+  auto read = source_.read(segment.base_offset, reach_bytes);
   if (!read) return tl::unexpected<Error>(read.error().in(place));
   segment.reach = read->bytes;
   segment.stored = std::move(read->memory);

@@ -74,12 +74,13 @@ class WorkBudget {
         contents_(inUnits(limits.places)),
         unpacked_(limits.unpacked),
         failed_(limits.unpacked),
+        read_({limits.unpacked.base, limits.unpacked.per_byte, limits.unpacked.most, std::nullopt}),
         exact_(limits.exact),
         memory_(limits.memory) {}
 
   // A file was opened.
   void addInput(std::uint64_t bytes) noexcept {
-    for (Allowance* allowance : {&places_, &contents_, &unpacked_, &failed_, &exact_, &memory_})
+    for (Allowance* allowance : {&places_, &contents_, &unpacked_, &failed_, &read_, &exact_, &memory_})
       allowance->addInput(bytes);
   }
 
@@ -99,6 +100,10 @@ class WorkBudget {
     return std::min(unpacked_.left(), failed_.left());
   }
   void unpacked(std::uint64_t bytes, bool failed) noexcept { (failed ? failed_ : unpacked_).spend(bytes); }
+  // Bytes that segments are read from: a table of contents can list the same bytes again and again. By the
+  // limit that holds without an option.
+  bool read(std::uint64_t bytes) noexcept { return read_.take(bytes); }
+  [[nodiscard]] std::uint64_t readLimit() const noexcept { return read_.limit(); }
   [[nodiscard]] std::uint64_t unpackedLimit() const noexcept { return unpacked_.limit(); }
   [[nodiscard]] std::uint64_t unpackedBytes() const noexcept { return unpacked_.taken() + failed_.taken(); }
 
@@ -115,6 +120,7 @@ class WorkBudget {
   Allowance contents_;
   Allowance unpacked_;
   Allowance failed_;
+  Allowance read_;
   Allowance exact_;
   Allowance memory_;
 };

@@ -16,6 +16,10 @@ namespace {
 
 constexpr char kSeparator = '\\';
 constexpr std::string_view kEnding = ".jt";
+// No system has longer paths.
+constexpr std::size_t kLongestReference = 32'768;
+// Each tail asks the system for a file.
+constexpr std::ptrdiff_t kMostTails = 64;
 
 bool isDirectory(const std::string& program_path) {
   std::error_code error;
@@ -75,7 +79,7 @@ std::vector<FileFinder::Attempt> FileFinder::attempts(std::string_view referring
   const auto size = static_cast<std::ptrdiff_t>(names.size());
   std::vector<Attempt> attempts;
   const auto addTails = [&](const std::string& folder, std::ptrdiff_t from, std::ptrdiff_t end) {
-    for (std::ptrdiff_t i = from; i < end; ++i) {
+    for (std::ptrdiff_t i = std::max(from, end - kMostTails); i < end; ++i) {
       attempts.push_back({folder, {names.begin() + i, names.end()}, true});
     }
   };
@@ -115,6 +119,7 @@ FileFinder::Refusal FileFinder::refusalByText(std::string_view reference, const 
 
 FileFinder::Found FileFinder::find(std::string_view referring_path, std::string_view reference) {
   using Kind = StatedName::Kind;
+  if (reference.size() > kLongestReference) return {{}, {}, Refusal::NoFile, false};
   const StatedName stated = statedName(reference);
   if (stated.names.empty() || stated.names.back() == "..") return {};
   const bool has_ending = nameKey(stated.names.back()).ends_with(kEnding);

@@ -48,6 +48,18 @@ const FileWay* Library::follow(NodeRef partition) {
 
 namespace {
 
+// As much of a reference as people read.
+std::string inQuotes(std::string_view reference) {
+  constexpr std::size_t kMost = 500;
+  std::size_t end = std::min(kMost, reference.size());
+  if (end < reference.size()) {
+    while (end > 0 && (static_cast<unsigned char>(reference[end]) & 0xC0U) == 0x80U) --end;  // whole letters
+  }
+  std::string text = "\"";
+  text.append(reference.substr(0, end)).append(end < reference.size() ? "…\"" : "\"");
+  return text;
+}
+
 std::string whyNotRead(FileFinder::Refusal refusal) {
   using Refusal = FileFinder::Refusal;
   switch (refusal) {
@@ -76,7 +88,7 @@ Document* Library::open(const Reference& reference) {
     if (found.by_tail) noteTail(from, text, found.path);
     if (Document* document = load(found.path, found.canonical, reason)) return document;
   } else {
-    reason = "\"" + text + "\" " + whyNotRead(found.refusal);
+    reason = inQuotes(text).append(" ").append(whyNotRead(found.refusal));
   }
   lost(from.nearestLabel(reference.node), host::toHostPath(from.path) + ": " + reason);
   return nullptr;
@@ -89,7 +101,7 @@ void Library::noteTail(const Document& from, const std::string& reference, const
   if (noted_tails_.size() > kMostNotes) {
     note(file + ": more files are not where they are stated to be, and were found by the end of their names");
   } else {
-    note(file + ": \"" + reference + "\" is not where it is stated to be; " + host::toHostPath(path) +
+    note(file + ": " + inQuotes(reference) + " is not where it is stated to be; " + host::toHostPath(path) +
          " was read");
   }
 }

@@ -121,6 +121,28 @@ TEST(JtFile, saysWhyBytesAreNotAJtFile) {
   EXPECT_THAT(openError(order), HasSubstr("byte order is 7"));
 }
 
+// A table of contents can list the whole file under thousands of names.
+TEST(JtFile, bytesThatAreReadAgainAndAgainMeetALimit) {
+  constexpr std::uint64_t kTimes = 10;
+  const Bytes bytes = container("9.5", {{kSegmentId, 7, Bytes(10'000, std::byte{1})}});
+  const auto file = JtFile::fromBytes(bytes);
+  ASSERT_TRUE(file);
+  const jttk::WorkLimit unlimited{.base = std::uint64_t{1} << 40U, .per_byte = 0, .given = {}};
+  const auto budget = std::make_shared<jttk::WorkBudget>(
+      jttk::WorkLimits{.places = unlimited,
+                       .unpacked = {.base = 0, .per_byte = kTimes, .given = {}},
+                       .exact = unlimited,
+                       .memory = unlimited});
+  (*file)->setBudget(budget);
+  const jttk::TocEntry& entry = *(*file)->find(kSegmentId);
+  for (std::uint64_t i = 0; i < kTimes; ++i) EXPECT_TRUE((*file)->segment(entry)) << i;
+  const auto refused = (*file)->segment(entry);
+  ASSERT_FALSE(refused);
+  EXPECT_TRUE(refused.error().is_over_budget);
+  EXPECT_THAT(refused.error().text(),
+              HasSubstr("bytes are read from the file (no option raises this limit)"));
+}
+
 TEST(JtFile, contentsOutsideOfTheFileAreAnError) {
   Bytes bytes = container("9.5", {});
   bytes[kOrderByte + 5 + 2] = std::byte{0x7f};

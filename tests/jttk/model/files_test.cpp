@@ -501,6 +501,28 @@ TEST_F(NamesNotAskedFor, ALinkThatLeadsOutsideIsOutside) {
 }
 #endif
 
+TEST_F(ManyFiles, AReferenceThatIsLongerThanAnyPathIsNotLookedForAndToldInShort) {
+  writePart("bolt.jt", "bolt");
+  const std::string folders(40'000, '/');
+  const std::string long_name(1000, 'x');
+  writeMain({"C:" + folders + "bolt.jt", "C:/" + long_name});
+  (void)tree();
+  EXPECT_THAT(recorder_.losses,
+              ElementsAre(AllOf(HasSubstr("…\" names no file"), ::testing::SizeIs(::testing::Lt(1000U))),
+                          AllOf(HasSubstr("xx…\" was not found"), ::testing::SizeIs(::testing::Lt(1000U)))));
+}
+
+TEST_F(Tails, AreTriedUpToANumber) {
+  std::string deep;
+  for (int i = 0; i < 70; ++i) deep += "d/";
+  writePart("d/d/d/bolt.jt", "bolt");
+  writePart(deep + "nut.jt", "nut");
+  writeMain({"C:/gone/" + deep + "bolt.jt", "C:/gone/" + deep + "nut.jt"});
+  (void)tree();
+  EXPECT_THAT(recorder_.notes, ElementsAre(HasSubstr("d/bolt.jt\" is not where")));
+  EXPECT_THAT(recorder_.losses, ElementsAre(HasSubstr("nut.jt\" was not found")));
+}
+
 TEST_F(ManyFiles, WhyAReferenceIsNotReadIsTold) {
   writeMain({"\\\\host\\share\\gone.jt", "C:gone.jt", "\\\\.\\pipe\\gone.jt", "gone.jt"});
   (void)tree();
