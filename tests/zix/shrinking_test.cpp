@@ -87,9 +87,10 @@ TEST_F(Shrinking, AnExportLeavesTheOldFile) {
   using Exporter = ExportResult (*)(const SceneFile&, std::string_view);
   const std::pair<const char*, Exporter> exporters[] = {
       {"out.glb", exportGlb}, {"out.stl", exportStl}, {"out.obj", exportObj}};
-  for (const auto& [name, write] : exporters) {
+  for (const auto& exporter : exporters) {
+    const char* const name = exporter.first;
     folder_.write(name, "old");
-    EXPECT_THAT(failureOf([&] { static_cast<void>(write(scene, folder_.programPath(name))); }),
+    EXPECT_THAT(failureOf([&] { static_cast<void>(exporter.second(scene, folder_.programPath(name))); }),
                 HasSubstr("cannot be read"));
     EXPECT_EQ(folder_.read(name), "old") << name;
   }
