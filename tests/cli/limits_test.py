@@ -19,6 +19,8 @@ BOMBS = os.path.join(os.path.dirname(LOFTBAY), "make_limit_bombs")
 MOST_KILOBYTES = 256 << 10
 MOST_OUTPUT = 200_000_000
 
+SANITIZED = os.environ.get("LOFTBAY_SANITIZE", "").upper() in ("ON", "1", "TRUE")
+
 
 class LimitTest(ProgramTest):
     def setUp(self):
@@ -44,6 +46,7 @@ class LimitTest(ProgramTest):
         return [loss["reason"] for loss in report["skipped"] if re.search(r"--max-|needs more work", loss["reason"])]
 
 
+@unittest.skipIf(SANITIZED, "sanitizers take memory and time of their own")
 class Bombs(LimitTest):
     @classmethod
     def setUpClass(cls):
