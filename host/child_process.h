@@ -3,7 +3,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,9 +14,8 @@ struct ChildResult {
   bool crashed = false;    // ended by a signal, or with a code that only the system gives
   bool timed_out = false;  // ended because its time was over; then it counts as crashed
   int exit_code = 0;       // when it was started and did not crash
-  std::uint64_t process_id = 0;
-  std::string reason;  // why it could not be started, or how it crashed
-  std::string output;  // its standard output
+  std::string reason;      // why it could not be started, or how it crashed
+  std::string output;      // its standard output
 };
 
 // `program` and `arguments` in host form, UTF-8; the program's own name is not among the arguments. A child

@@ -108,7 +108,6 @@ ChildResult runChild(const std::string& program, const std::vector<std::string>&
   }
   std::atomic<bool> timed_out{false};
   result.started = true;
-  result.process_id = static_cast<std::uint64_t>(pid);
   {
     const RunningChild slot(pid);
     // Its number stays its own until it is collected, behind this.

@@ -123,7 +123,6 @@ ChildResult runChild(const std::string& program, const std::vector<std::string>&
   AssignProcessToJobObject(childrenJob(), information.hProcess);
   writer.reset();
   result.started = true;
-  result.process_id = information.dwProcessId;
   std::atomic<bool> timed_out{false};
   {
     std::optional<Deadline> deadline;

@@ -81,4 +81,10 @@ std::string shownText(std::string_view text) {
   return result;
 }
 
+std::string_view startOfText(std::string_view text, std::size_t limit) {
+  if (text.size() <= limit) return text;
+  while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xC0U) == 0x80) --limit;
+  return text.substr(0, limit);
+}
+
 }  // namespace loftbay::host

@@ -2,6 +2,7 @@
 // commands.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,5 +15,8 @@ bool isValidUtf8(std::string_view text);
 // validUtf8, and control characters (C0, DEL, C1) as \xNN, so that one name takes one line and moves no
 // cursor. What has been shown this way stays as it is when it comes through again.
 std::string shownText(std::string_view text);
+
+// The longest start of the text with at most `limit` bytes that does not cut a UTF-8 character.
+std::string_view startOfText(std::string_view text, std::size_t limit);
 
 }  // namespace loftbay::host

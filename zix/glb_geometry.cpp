@@ -51,6 +51,11 @@ class Pieces {
   std::vector<std::byte> buffer_;
 };
 
+// A polyline becomes separate lines.
+std::uint64_t indicesOf(MeshType type, std::span<const std::uint32_t> element) {
+  return type == MeshType::Lines ? 2 * (element.size() - 1) : element.size();
+}
+
 }  // namespace
 
 GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays) {
@@ -58,24 +63,22 @@ GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays) {
   if (!geometry.box.empty()) geometry.stand_in = geometry.box.low;
   forEachWritten(arrays, [&](std::span<const std::uint32_t> element) {
     ++geometry.element_count;
-    geometry.index_count += arrays.type == MeshType::Lines ? 2 * (element.size() - 1) : element.size();
+    geometry.index_count += indicesOf(arrays.type, element);
   });
   return geometry;
 }
 
 bool writeArrays(const GlbGeometry& geometry, const MeshArrays& mesh,
                  const std::function<void(std::span<const std::byte>)>& append) {
-  const GlbGeometry now = measure(geometry.mesh, mesh);
-  if (now.type != geometry.type || now.point_count != geometry.point_count ||
-      now.index_count != geometry.index_count) {
-    return false;
-  }
+  if (mesh.type != geometry.type || mesh.pointCount() != geometry.point_count) return false;
   Pieces out(append);
   for (std::size_t i = 0; i < mesh.pointCount(); ++i) {
     const auto point = mesh.point(i);
     out.add(isFinite(point) ? point : geometry.stand_in);
   }
+  std::uint64_t index_count = 0;
   forEachWritten(mesh, [&](std::span<const std::uint32_t> element) {
+    index_count += indicesOf(mesh.type, element);
     if (mesh.type != MeshType::Lines) {
       for (const std::uint32_t index : element) out.add(index);
       return;
@@ -85,7 +88,7 @@ bool writeArrays(const GlbGeometry& geometry, const MeshArrays& mesh,
       out.add(element[k]);
     }
   });
-  return true;
+  return index_count == geometry.index_count;
 }
 
 }  // namespace Orb::Zix

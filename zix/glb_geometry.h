@@ -30,8 +30,8 @@ struct GlbGeometry {
 
 GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays);
 
-// Hands over exactly positionsSize() + indicesSize() bytes, piece by piece. `arrays` are those that were
-// measured; false when they have changed since.
+// Hands over positionsSize() + indicesSize() bytes, piece by piece. `arrays` are those that were measured;
+// false when they have changed since: then it may be more or less.
 bool writeArrays(const GlbGeometry& geometry, const MeshArrays& arrays,
                  const std::function<void(std::span<const std::byte>)>& append);
 

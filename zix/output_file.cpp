@@ -9,6 +9,7 @@
 
 #include "host/directory.h"
 #include "host/path.h"
+#include "host/shown_text.h"
 #include "zix/interrupted_write.h"
 #include "zix/output_file_system.h"
 
@@ -29,13 +30,6 @@ int hooked(FileOperation operation, std::size_t size_bytes = 0) {
   return hook == nullptr ? 0 : hook->before(operation, size_bytes);
 }
 
-// The longest start of `name` with at most `limit` bytes that does not cut a UTF-8 character.
-std::string_view startOfName(std::string_view name, std::size_t limit) {
-  if (name.size() <= limit) return name;
-  while (limit > 0 && (static_cast<unsigned char>(name[limit]) & 0xC0U) == 0x80) --limit;
-  return name.substr(0, limit);
-}
-
 std::string_view folderOf(std::string_view program_path) {
   const auto separator = program_path.rfind('\\');
   return separator == std::string_view::npos ? std::string_view{} : program_path.substr(0, separator + 1);
@@ -52,7 +46,7 @@ std::string_view ownFolder(std::string_view output_path) {
 std::string temporaryStart(std::string_view output_path) {
   const std::string_view name = output_path.substr(folderOf(output_path).size());
   std::string start = ".";
-  start += startOfName(name, 100);
+  start += loftbay::host::startOfText(name, 100);
   start += '.';
   return start;
 }

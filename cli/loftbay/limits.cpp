@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <limits>
+#include <string_view>
 
 #include "jttk/settings.h"
 
@@ -12,8 +13,8 @@ namespace {
 constexpr std::uint64_t kThousand = 1000;
 constexpr std::uint64_t kKilobyte = 1024;
 
-}  // namespace
-
+// A whole number, with K, M or G behind it for the first three powers of `step`. None when it is something
+// else, 0 or too large.
 std::optional<std::uint64_t> sizeOf(std::string_view text, std::uint64_t step) {
   std::uint64_t factor = 1;
   const std::size_t power = text.empty() ? std::string_view::npos : std::string_view("KMG").find(text.back());
@@ -27,6 +28,8 @@ std::optional<std::uint64_t> sizeOf(std::string_view text, std::uint64_t step) {
   if (value > std::numeric_limits<std::uint64_t>::max() / factor) return std::nullopt;
   return value * factor;
 }
+
+}  // namespace
 
 void addLimits(CLI::App& app, LimitTexts& texts) {
   app.add_option(

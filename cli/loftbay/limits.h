@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace loftbay::cli {
 
@@ -31,9 +30,5 @@ void addLimits(CLI::App& app, LimitTexts& texts);
 
 // Hands the limits to the toolkit, for the files that are loaded from here on.
 void setLimits(const Limits& limits);
-
-// A whole number, with K, M or G behind it for the first three powers of `step`. None when it is something
-// else, 0 or too large.
-[[nodiscard]] std::optional<std::uint64_t> sizeOf(std::string_view text, std::uint64_t step);
 
 }  // namespace loftbay::cli

@@ -129,8 +129,7 @@ FileFinder::Found FileFinder::find(std::string_view referring_path, std::string_
     if (refusal == Refusal::None) refusal = found.refusal;
     return !found.path.empty();
   };
-  const bool has_drive = stated.kind == Kind::Drive || stated.kind == Kind::DriveRelative;
-  const bool is_of_this_host = !has_drive || rules_ == NameRules::Windows;
+  const bool is_of_this_host = stated.kind != Kind::Drive || rules_ == NameRules::Windows;
   if (stated.kind != Kind::Relative && by_text == Refusal::None && is_of_this_host) {
     if (const Found found = check(std::string(reference)); isFound(found)) return found;
     if (!has_ending) {

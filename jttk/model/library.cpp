@@ -50,13 +50,9 @@ namespace {
 
 // As much of a reference as people read.
 std::string inQuotes(std::string_view reference) {
-  constexpr std::size_t kMost = 500;
-  std::size_t end = std::min(kMost, reference.size());
-  if (end < reference.size()) {
-    while (end > 0 && (static_cast<unsigned char>(reference[end]) & 0xC0U) == 0x80U) --end;  // whole letters
-  }
+  const std::string_view shown = host::startOfText(reference, 500);
   std::string text = "\"";
-  text.append(reference.substr(0, end)).append(end < reference.size() ? "…\"" : "\"");
+  text.append(shown).append(shown.size() < reference.size() ? "…\"" : "\"");
   return text;
 }
 
