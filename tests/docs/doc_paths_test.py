@@ -12,7 +12,7 @@ from edge_cases_test import TOP, named_tests, problem_of, text_of
 DOCUMENTS = ["docs/jt-format.md", "docs/behaviour.md"]
 # A path has a folder and an ending: `jttk/codec/normals.h`, but neither `./` nor `docs/`.
 PATH = re.compile(r"[\w.-]+(?:/[\w.-]+)*/[\w-]+\.(?:cpp|h|py|md|json|txt)")
-TESTS_LINE = re.compile(r"^\s*Tests?: (.*)$", re.M)
+TESTS_LINE = re.compile(r"^(?:- )?Tests: (.*)$", re.M)
 
 
 def paths_of(text):
@@ -21,7 +21,7 @@ def paths_of(text):
 
 def joined(text):
     """The text with each paragraph and list entry on one line."""
-    return re.sub(r"\n(?![\n#|]|\s*(?:[-*]|\d+\.) |Tests?: |Code: )[ ]*", " ", text)
+    return re.sub(r"\n(?![\n#|]|\s*(?:[-*]|\d+\.) |Tests: |Code: )[ ]*", " ", text)
 
 
 def problems_of(text):
