@@ -62,6 +62,7 @@ class Mesher {
     std::uint32_t id = 0;
     Vec3 normal;
     bool has_normal = false;
+    bool singular = false;  // known with the normal
   };
 
   void fitBox() {
@@ -90,7 +91,7 @@ class Mesher {
         const std::uint32_t number = plane_->insert(toPlane(p.uv));
         if (number == Triangulation::kNoTriangle) return fail("a point that cannot be placed");
         if (number == nodes_.size()) {
-          nodes_.push_back({p.uv, p.id, {}, false});
+          nodes_.push_back({p.uv, p.id, {}, false, false});
         } else if (nodes_[number].id != p.id &&
                    distance(points_[nodes_[number].id], points_[p.id]) > tolerances_.chord * 1e-3) {
           mesh_.wishes.push_back({p.edge});
@@ -153,12 +154,40 @@ class Mesher {
   const Vec3& normal(std::uint32_t number) {
     Node& node = nodes_[number];
     if (!node.has_normal) {
+      node.normal = normalAt(geometry_, domain_.surface, node.uv, node.uv);
+      node.singular = node.normal == Vec3{};
       // At a pole copies differ: each has the normal of its own direction.
-      node.normal = normalAt(geometry_, domain_.surface, node.uv, {node.uv.u, domain_.center.v});
-      if (node.normal == Vec3{}) node.normal = normalAt(geometry_, domain_.surface, node.uv, domain_.center);
+      if (node.singular) {
+        node.normal = normalAt(geometry_, domain_.surface, node.uv, {node.uv.u, domain_.center.v});
+        if (node.normal == Vec3{})
+          node.normal = normalAt(geometry_, domain_.surface, node.uv, domain_.center);
+      }
       node.has_normal = true;
     }
     return node.normal;
+  }
+
+  // A copy of a pole has the direction of one side of its triangles, and a loop that passes the pole has two
+  // copies alone: the triangle has the normal in the middle of the directions over which it reaches.
+  Vec3 normalAtCorner(const Triangulation::Triangle& t, std::size_t k) {
+    const Vec3 own = normal(t.corner[k]);
+    const Node& node = nodes_[t.corner[k]];
+    if (!node.singular) return own;
+    Vec2 sum;
+    int count = 0;
+    for (const std::uint32_t other : t.corner) {
+      (void)normal(other);
+      if (nodes_[other].singular) continue;
+      sum = sum + nodes_[other].uv;
+      ++count;
+    }
+    if (count == 0) return own;
+    const Vec2 toward = sum * (1.0 / count);
+    const SurfacePoint s = geometry_.at(domain_.surface, node.uv);
+    const bool free_u = length(s.du) < length(s.dv);
+    const Vec2 uv{free_u ? toward.u : node.uv.u, free_u ? node.uv.v : toward.v};
+    const Vec3 made = normalAt(geometry_, domain_.surface, uv, toward);
+    return made == Vec3{} ? own : made;
   }
 
   [[nodiscard]] const Vec3& place(std::uint32_t number) const { return points_[nodes_[number].id]; }
@@ -276,7 +305,7 @@ class Mesher {
     const std::uint32_t number = plane_->refine(split.triangle, toPlane(uv));
     if (number == Triangulation::kNoTriangle || number != nodes_.size()) return false;
     const Vec3 p = geometry_.at(domain_.surface, uv).p;
-    nodes_.push_back({uv, static_cast<std::uint32_t>(points_.size()), {}, false});
+    nodes_.push_back({uv, static_cast<std::uint32_t>(points_.size()), {}, false, false});
     points_.push_back(p);
     return true;
   }
@@ -290,19 +319,18 @@ class Mesher {
       for (std::size_t i = 0; i < 3; ++i) ids[i] = nodes_[t.corner[i]].id;
       // Between copies of a pole, or of a seam's point.
       if (ids[0] == ids[1] || ids[1] == ids[2] || ids[2] == ids[0]) continue;
+      const Vec3 across = cross(points_[ids[1]] - points_[ids[0]], points_[ids[2]] - points_[ids[0]]);
       for (std::size_t i = 0; i < 3; ++i) {
         const std::size_t k = domain_.flipped ? 2 - i : i;
         const std::uint32_t number = t.corner[k];
-        if (normal_of[number] == kNoEdge) {
-          normal_of[number] = static_cast<std::uint32_t>(mesh_.normals.size());
-          mesh_.normals.push_back(normal(number) * sign);
-        }
+        const Vec3 at_corner = normalAtCorner(t, k);
+        if (dot(at_corner, across) < kTurnedCosine * length(across)) ++turned_;
         mesh_.corners.push_back(ids[k]);
+        if (normal_of[number] == kNoEdge || nodes_[number].singular) {
+          normal_of[number] = static_cast<std::uint32_t>(mesh_.normals.size());
+          mesh_.normals.push_back(at_corner * sign);
+        }
         mesh_.corner_normals.push_back(normal_of[number]);
-      }
-      const Vec3 across = cross(points_[ids[1]] - points_[ids[0]], points_[ids[2]] - points_[ids[0]]);
-      for (const std::uint32_t number : t.corner) {
-        if (dot(normal(number), across) < kTurnedCosine * length(across)) ++turned_;
       }
     }
   }

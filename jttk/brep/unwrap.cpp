@@ -10,6 +10,7 @@ namespace {
 
 // A boundary point further from the surface than this many chord tolerances is damage.
 constexpr double kMaximumGap = 20;
+constexpr std::size_t kMaximumPoleCopies = 256;
 
 }  // namespace
 
@@ -159,6 +160,23 @@ Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
   if (box_.period_u > 0) made.turns_u = static_cast<int>(std::lround((end_u - start.u) / box_.period_u));
   if (box_.period_v > 0) made.turns_v = static_cast<int>(std::lround((end_v - start.v) / box_.period_v));
   return made;
+}
+
+void fillPoles(Unwrapped& loop) {
+  const std::size_t pieces = std::min(loop.points.size(), kMaximumPoleCopies);
+  DomainLoop filled;
+  for (std::size_t i = 0; i < loop.points.size(); ++i) {
+    const DomainPoint& from = loop.points[i];
+    filled.push_back(from);
+    if (i + 1 == loop.points.size() || loop.points[i + 1].id != from.id || from.edge != kNoEdge) continue;
+    const Vec2 way = loop.points[i + 1].uv - from.uv;
+    if (way == Vec2{}) continue;
+    for (std::size_t k = 1; k < pieces; ++k) {
+      const double share = static_cast<double>(k) / static_cast<double>(pieces);
+      filled.push_back({from.uv + way * share, from.id, kNoEdge});
+    }
+  }
+  loop.points = std::move(filled);
 }
 
 void chooseSphereAxes(Surface& sphere, const std::vector<std::vector<LoopPoint>>& loops,

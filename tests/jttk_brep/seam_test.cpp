@@ -1,6 +1,9 @@
 // Faces that go all the way round, with holes where they are cut open: every one has to become a closed mesh.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <tuple>
+
 #include "tests/jttk_brep/drilled_models.h"
 #include "tests/jttk_brep/mesh_measures.h"
 #include "tests/jttk_brep/read_bodies.h"

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <utility>
 
 #include "jttk/brep/tessellate.h"
@@ -56,26 +55,6 @@ inline void expectClosed(const Outcome& outcome, double volume, double area, dou
   expectClosed(outcome.measures);
   EXPECT_NEAR(outcome.measures.volume, volume, volume * share);
   EXPECT_NEAR(outcome.measures.area, area, area * share);
-}
-
-// The greatest value of `distance` at points all over the triangles, in mm.
-template <typename Distance>
-double farthest(const ShapeGeometry& shape, const Distance& distance) {
-  double worst = 0;
-  for (std::size_t t = 0; t + 1 < shape.primitive_starts.size(); ++t) {
-    Vec3 p[3];
-    for (std::size_t k = 0; k < 3; ++k) {
-      const std::uint32_t q = shape.corner_positions[shape.primitive_starts[t] + k];
-      p[k] = {double{shape.positions[3 * q]}, double{shape.positions[3 * q + 1]},
-              double{shape.positions[3 * q + 2]}};
-    }
-    for (int i = 0; i <= 6; ++i) {
-      for (int k = 0; i + k <= 6; ++k) {
-        worst = std::max(worst, distance((p[0] * i + p[1] * k + p[2] * (6 - i - k)) * (1.0 / 6)));
-      }
-    }
-  }
-  return worst;
 }
 
 }  // namespace jttk::brep

@@ -1,6 +1,7 @@
 // Small solids from bytes to triangles: closed, the right way round, of the right size.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <numbers>
 #include <utility>

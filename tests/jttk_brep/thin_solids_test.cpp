@@ -2,6 +2,7 @@
 // keep what they are.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numbers>
 
 #include "tests/jttk_brep/solid_checks.h"
