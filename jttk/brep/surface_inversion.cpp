@@ -141,8 +141,6 @@ double Geometry::invertBySearch(const Surface& surface, const Vec3& p, const Vec
   if (surface.kind == SurfaceKind::Offset) {
     // The foot on the base is only where to begin.
     Vec2 foot{};
-    (void)invert(this->surface(surface.base), p, guess, std::abs(surface.offset) * 1.5, foot);
-    starts.push_back(foot);
     (void)invert(this->surface(surface.base), p, nullptr, 0, foot);
     starts.push_back(foot);
   } else {

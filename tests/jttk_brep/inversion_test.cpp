@@ -7,7 +7,7 @@
 #include <random>
 
 #include "jttk/brep/geometry.h"
-#include "tests/jttk_brep/read_bodies.h"
+#include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
@@ -139,6 +139,118 @@ TEST(Inversion, FindsTheNearestPlaceOfAnOffset) {
       }
     }
   }
+}
+
+// Far off the convex side of a sharp ridge a full step leads away from the foot: shorter ones must lead
+// there.
+TEST(Inversion, FindsTheFootOnASharpRidgeFromFarOff) {
+  XtModel model;
+  const auto ridge = model.splineSurface(
+      2, 1, 3, 2, false, {-0.01, 0, 0, -0.01, 0.01, 0, 0, 0, 0.04, 0, 0.01, 0.04, 0.01, 0, 0, 0.01, 0.01, 0},
+      {0, 1}, {3, 3}, {0, 1}, {2, 2});
+  const Bodies bodies = bodiesOf(model, ridge);
+  Nearest nearest(bodies);
+  std::vector<Vec3> section;
+  for (int i = 0; i <= 20000; ++i) section.push_back(nearest.at({i / 20000.0, 0.5}));
+  for (const double height : {0.03, 0.04, 0.05}) {
+    for (int i = -8; i <= 8; ++i) {
+      const Vec3 p{0.0031 * i, 0.005, height};
+      double best = std::numeric_limits<double>::infinity();
+      for (const Vec3& q : section) best = std::min(best, distance(p, q));
+      Vec2 uv;
+      EXPECT_NEAR(nearest.geometry().invert(nearest.surface(), p, nullptr, 0, uv), best, 1e-6)
+          << p.x << " " << height;
+    }
+  }
+}
+
+enum class Asked : std::uint8_t { WithAGoodGuess, WithoutAGuess, ForTheVeryBest };
+
+// Evaluations that the inversion of 200 points of the surface takes.
+std::uint64_t workFor(const Bodies& bodies, Asked asked) {
+  Nearest nearest(bodies);
+  Vec2 uv;
+  (void)nearest.geometry().invert(nearest.surface(), {}, nullptr, 0, uv);  // prepares what is kept
+  constexpr std::uint64_t kAllowed = 1'000'000'000;
+  std::uint64_t used = 0;
+  for (int i = 1; i < 200; ++i) {
+    const Vec2 there{i / 200.0, -2 + 9 * std::fmod(i * 0.618, 1.0)};
+    const Vec2 guess{there.u + 0.002, there.v - 0.01};
+    const Vec3 p = nearest.at(there);
+    nearest.geometry().allowWork(kAllowed);
+    const Vec2* const given = asked == Asked::WithAGoodGuess ? &guess : nullptr;
+    const double accept = asked == Asked::ForTheVeryBest ? 0 : 1e-9;
+    EXPECT_LE(nearest.geometry().invert(nearest.surface(), p, given, accept, uv), 1e-9);
+    used += kAllowed - nearest.geometry().workLeft();
+  }
+  return used;
+}
+
+// What is found at once is not looked for again: neither after a good guess, nor from the next start.
+TEST(Inversion, SearchesNoLongerThanNeeded) {
+  for (const bool offset : {false, true}) {
+    SCOPED_TRACE(offset);
+    XtModel model;
+    const auto sheet = waves(model);
+    const Bodies bodies = bodiesOf(model, offset ? model.offset(sheet, 0.001) : sheet);
+    const std::uint64_t guessed = workFor(bodies, Asked::WithAGoodGuess);
+    const std::uint64_t searched = workFor(bodies, Asked::WithoutAGuess);
+    EXPECT_LT(2 * guessed, searched);
+    // An offset has one start alone: the foot on its base.
+    if (offset) continue;
+    EXPECT_LT(5 * searched, 4 * workFor(bodies, Asked::ForTheVeryBest));
+  }
+}
+
+// A wave so steep that the search from the nearest places of its grid misses a point of its border by
+// millimetres: the loop that begins there is still found.
+TEST(Inversion, OfALoopThatBeginsOnASteepWaveIsThorough) {
+  constexpr int kPoints = 12;
+  constexpr double kStart = 8.9125;
+  constexpr double kWidth = 0.01;
+  XtModel model;
+  model.asSheet();
+  std::vector<double> net;
+  std::vector<double> border[2];
+  std::vector<double> knots;
+  std::vector<int> times;
+  for (int i = 0; i < kPoints; ++i) {
+    for (const bool far : {false, true}) {
+      const Vec3 p{1e-3 * i, far ? kWidth : 0, i % 2 == 0 ? 0.03 : 0};
+      net.insert(net.end(), {p.x, p.y, p.z});
+      border[far ? 1 : 0].insert(border[far ? 1 : 0].end(), {p.x, p.y, p.z});
+    }
+  }
+  CurveSpline wave{3, 3, false, kPoints, {0, 0, 0}, border[0]};
+  for (int i = 0; i <= kPoints - 3; ++i) {
+    knots.push_back(i);
+    times.push_back(i == 0 || i == kPoints - 3 ? 4 : 1);
+    wave.knots.push_back(i);
+  }
+  wave.knots.insert(wave.knots.end(), 3, kPoints - 3);
+  const auto sheet = model.splineSurface(3, 1, kPoints, 2, false, net, knots, times, {0, 1}, {2, 2});
+  const auto curve = model.splineCurve(3, 3, false, border[0], knots, times);
+  const auto far_curve = model.splineCurve(3, 3, false, border[1], knots, times);
+  const auto corner = [&](std::size_t i, double y) {
+    return model.vertex({border[0][3 * i], y, border[0][3 * i + 2]});
+  };
+  const int start = model.vertex(evaluateSpline(wave, kStart).p);
+  const int a = corner(0, 0);
+  const int b = corner(kPoints - 1, 0);
+  const int far_a = corner(0, kWidth);
+  const int far_b = corner(kPoints - 1, kWidth);
+  model.face(sheet, false,
+             {{{model.edge(curve, start, b), true},
+               {model.straight(b, far_b), true},
+               {model.edge(far_curve, far_a, far_b), false},
+               {model.straight(far_a, a), true},
+               {model.edge(curve, a, start), true}}});
+  double way = 0;
+  for (int i = 0; i < 9000; ++i)
+    way += distance(evaluateSpline(wave, i / 1000.0).p, evaluateSpline(wave, (i + 1) / 1000.0).p);
+  const Outcome o = run(std::move(model));
+  EXPECT_GT(o.measures.triangles, 0U);
+  EXPECT_NEAR(o.measures.area, 1e6 * way * kWidth, 5e3 * way * kWidth);
 }
 
 // On the axis any angle is right: the one of the guess is kept, so that a loop through a pole does not jump.

@@ -80,6 +80,26 @@ TEST(TolerantEdge, MayBeOffItsSurfaceAsFarAsItOrItsVerticesSay) {
   }
 }
 
+// The rims are a hundredth of a millimetre inside of their spline surface: where the file allows that, no
+// nearer place is looked for all over the surface.
+TEST(TolerantEdge, IsLookedForNoFurtherThanItsTolerance) {
+  constexpr int kCircle = 31;
+  std::uint64_t work[2] = {0, 0};
+  for (const bool tolerant : {false, true}) {
+    XtModel model = models::splineCylinder(0.01, 0.03);
+    model.finish();
+    for (XtWriter::Id id = 1; id <= model.nodes().size(); ++id) {
+      if (model.nodes().typeOf(id) == kCircle) model.nodes().number(id, "radius", 0.01 - 1e-5);
+    }
+    if (tolerant) setTolerance(model, kEdge, 5e-5);
+    const Outcome o = tessellated(model);
+    expectNoLosses(o);
+    expectClosed(o, kPi * 100 * 30, 2 * kPi * 10 * 30 + 2 * kPi * 100);
+    work[tolerant ? 1 : 0] = o.made.work;
+  }
+  EXPECT_LT(20 * work[1], 17 * work[0]);
+}
+
 // A circle of four rational arcs, but for a gap before its end; backward, it turns the other way.
 XtWriter::Id openCircle(XtModel& model, double gap, bool backward) {
   const double w = std::sqrt(0.5);
