@@ -224,20 +224,23 @@ TEST_P(PoleToPole, OnASpunCircle) {
 
 INSTANTIATE_TEST_SUITE_P(Brep, PoleToPole, testing::Values(0.4, kPi / 2, 2.5));
 
-// Bands and caps are told apart by the side on which the pole is: a cone's side below its apex, or beyond.
+// A loop round a cone bounds the part up to the apex, on whichever side that is; it tells this also where the
+// face's sense is wrong.
 TEST(Pole, LiesOnTheSideOfTheLoopThatTheFaceIsOn) {
   for (const bool pointed_up : {true, false}) {
-    SCOPED_TRACE(pointed_up);
-    XtModel model;
-    const double z = pointed_up ? kHeight : -kHeight;
-    const auto side = model.cone({}, kZ, kX, kRadius, (pointed_up ? -1 : 1) * std::atan(kRadius / kHeight));
-    const int rim = model.edge(model.circle({}, kZ, kX, kRadius), -1, -1);
-    model.face(side, false, {{{rim, pointed_up}}});
-    model.face(model.plane({}, pointed_up ? -kZ : kZ, kX), false, {{{rim, !pointed_up}}});
-    const Outcome o = run(std::move(model));
-    expectClosed(o, kPi * 2000 / 3, kPi * (100 + 10 * std::hypot(10, 20)));
-    for (std::size_t i = 2; i < o.made.bodies.at(0).shape.positions.size(); i += 3) {
-      EXPECT_GE(double{o.made.bodies[0].shape.positions[i]} * z, -1e-9);
+    for (const bool wrong_sense : {false, true}) {
+      SCOPED_TRACE(testing::Message() << pointed_up << wrong_sense);
+      XtModel model;
+      const double z = pointed_up ? kHeight : -kHeight;
+      const auto side = model.cone({}, kZ, kX, kRadius, (pointed_up ? -1 : 1) * std::atan(kRadius / kHeight));
+      const int rim = model.edge(model.circle({}, kZ, kX, kRadius), -1, -1);
+      model.face(side, wrong_sense, {{{rim, pointed_up}}});
+      model.face(model.plane({}, pointed_up ? -kZ : kZ, kX), false, {{{rim, !pointed_up}}});
+      const Outcome o = run(std::move(model));
+      expectClosed(o, kPi * 2000 / 3, kPi * (100 + 10 * std::hypot(10, 20)));
+      for (std::size_t i = 2; i < o.made.bodies.at(0).shape.positions.size(); i += 3) {
+        EXPECT_GE(double{o.made.bodies[0].shape.positions[i]} * z, -1e-9);
+      }
     }
   }
 }
@@ -253,6 +256,31 @@ TEST(Pole, IsNoneWhereTheSurfaceEndsInACircle) {
   const Outcome o = tessellated(model);
   ASSERT_EQ(o.made.losses.size(), 1U);
   EXPECT_EQ(o.made.losses[0].reason, "a loop round a surface without a pole");
+  EXPECT_EQ(o.measures.triangles, 0U);
+}
+
+// A line of chords twice round a cone crosses itself: no face.
+TEST(Pole, OfALoopThatGoesRoundTwiceIsDamage) {
+  XtModel model;
+  model.asSheet();
+  constexpr int kChords = 96;
+  std::vector<double> points;
+  std::vector<double> knots;
+  std::vector<int> times;
+  for (int i = 0; i <= kChords; ++i) {
+    const double angle = 4 * kPi * (i % kChords) / kChords;
+    const double height = 0.008 + 0.004 * std::cos(angle / 2);
+    const Vec3 p = outAt(angle) * (kRadius * (1 - height / kHeight)) + kZ * height;
+    points.insert(points.end(), {p.x, p.y, p.z});
+    knots.push_back(i);
+    times.push_back(i == 0 || i == kChords ? 2 : 1);
+  }
+  const int ring = model.edge(model.splineCurve(1, 3, false, points, knots, times), -1, -1);
+  model.face(model.cone({}, kZ, kX, kRadius, -std::atan(kRadius / kHeight)), false, {{{ring, true}}});
+  model.finish();
+  const Outcome o = tessellated(model);
+  ASSERT_EQ(o.made.losses.size(), 1U);
+  EXPECT_EQ(o.made.losses[0].reason, "a loop that goes round more than once");
   EXPECT_EQ(o.measures.triangles, 0U);
 }
 

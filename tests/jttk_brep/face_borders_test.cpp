@@ -1,0 +1,85 @@
+// Faces by what their borders are in the parameter plane: rings that wind round the surface, lines that are
+// bent there.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numbers>
+
+#include "tests/jttk_brep/solid_checks.h"
+
+namespace jttk::brep {
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+constexpr Vec3 kX{1, 0, 0};
+constexpr Vec3 kZ{0, 0, 1};
+
+// Bands of a surface that is closed both ways: each is the part on the left of its first ring, also where
+// that goes on beyond the end of the parameters.
+TEST(FaceBorder, RingsOfATorusBoundTheBandOnTheirLeft) {
+  for (const double first : {-2.0, 0.0, 1.0, 3.0}) {
+    SCOPED_TRACE(first);
+    XtModel model;
+    const auto torus = model.torus({}, kZ, kX, 0.02, 0.005);
+    int rings[3];
+    for (int i = 0; i < 3; ++i) {
+      const double v = first + 2.1 * i;
+      const Vec3 center{0, 0, 0.005 * std::sin(v)};
+      rings[i] = model.edge(model.circle(center, kZ, kX, 0.02 + 0.005 * std::cos(v)), -1, -1);
+    }
+    for (int i = 0; i < 3; ++i) model.face(torus, false, {{{rings[i], true}}, {{rings[(i + 1) % 3], false}}});
+    const Outcome o = run(std::move(model));
+    expectClosed(o, 2 * kPi * kPi * 20 * 25, 4 * kPi * kPi * 20 * 5);
+    EXPECT_LE(
+        farthest(o.made.bodies[0].shape,
+                 [](const Vec3& p) { return std::abs(std::hypot(std::hypot(p.x, p.y) - 20, p.z) - 5); }),
+        o.made.chord_tolerance);
+  }
+}
+
+// A hyperbolic paraboloid, z proportional to x y, whose lines of constant parameters are bent: its border,
+// four straight lines, is not straight in the parameter plane. What lies between such an edge and its
+// straight image would be folded over the border.
+TEST(FaceBorder, StraightLinesMayBeBentInTheParameterPlane) {
+  XtModel model;
+  model.asSheet();
+  constexpr double kSize = 0.04;
+  constexpr double kBent = 0.016;  // a quarter of it in the middle
+  constexpr double kTwist = 10;
+  // Of degree 1 and 3: x = size u + bent v (1 - v), y = size v.
+  const double v_of[] = {0, 1.0 / 3, 2.0 / 3, 1};
+  const double bend_of[] = {0, 1.0 / 3, 1.0 / 3, 0};
+  const double twist_of[] = {0, 0, 1.0 / 3, 0};
+  std::vector<double> net;
+  for (const double u : {0.0, 1.0}) {
+    for (std::size_t i = 0; i < 4; ++i) {
+      net.insert(net.end(), {kSize * u + kBent * bend_of[i], kSize * v_of[i],
+                             kTwist * kSize * (kSize * u * v_of[i] + kBent * twist_of[i])});
+    }
+  }
+  const auto sheet = model.splineSurface(1, 3, 2, 4, false, net, {0, 1}, {2, 2}, {0, 1}, {4, 4});
+  const auto corner = [&](double x, double y) { return model.vertex({x, y, kTwist * x * y}); };
+  const int corners[] = {corner(0.01, 0), corner(0.03, 0), corner(0.03, kSize), corner(0.01, kSize)};
+  model.face(sheet, false,
+             {{{model.straight(corners[0], corners[1]), true},
+               {model.straight(corners[1], corners[2]), true},
+               {model.straight(corners[2], corners[3]), true},
+               {model.straight(corners[3], corners[0]), true}}});
+  const Outcome o = run(std::move(model));
+  EXPECT_GT(o.measures.triangles, 0U);
+  EXPECT_EQ(o.measures.against_normals, 0U);
+  ShapeGeometry shape = o.made.bodies.at(0).shape;
+  EXPECT_LE(farthest(shape,
+                     [](const Vec3& p) {
+                       const double off =
+                           std::abs(p.z - p.x * p.y / 100) / std::hypot(1, p.x / 100, p.y / 100);
+                       return std::max({off, 10 - p.x, p.x - 30, -p.y, p.y - 40});
+                     }),
+            o.made.chord_tolerance);
+  // It covers its rectangle once.
+  for (std::size_t i = 2; i < shape.positions.size(); i += 3) shape.positions[i] = 0;
+  EXPECT_NEAR(measure(shape).area, 20 * 40, 1);
+}
+
+}  // namespace
+}  // namespace jttk::brep
