@@ -14,6 +14,7 @@ constexpr double kTurn = 2 * std::numbers::pi;
 constexpr std::size_t kMaximumGridPoints = 40000;
 constexpr int kMaximumSteps = 40;
 constexpr std::size_t kManyStarts = 24;
+constexpr double kSamePlace = 1e-9;  // metres
 
 double angleOf(const Frame& f, const Vec3& to) { return portable::atan2(dot(to, f.y), dot(to, f.x)); }
 
@@ -67,10 +68,17 @@ const Geometry::Grid& Geometry::grid(const Surface& surface) {
                200, kMaximumGridPoints / std::max<std::size_t>(1, std::min<std::size_t>(vs.size(), 200))));
   thin(vs, std::max<std::size_t>(2, kMaximumGridPoints / std::max<std::size_t>(1, us.size())));
   Grid made;
-  for (const double u : us) {
-    for (const double v : vs) {
-      made.uv.push_back({u, v});
-      made.p.push_back(at(surface, {u, v}).p);
+  // A pole once: all its copies among the nearest places would leave no start with the right direction.
+  std::vector<Vec3> row(vs.size());
+  for (std::size_t i = 0; i < us.size(); ++i) {
+    for (std::size_t k = 0; k < vs.size(); ++k) {
+      const Vec3 p = at(surface, {us[i], vs[k]}).p;
+      const bool again =
+          (i > 0 && distance(p, row[k]) < kSamePlace) || (k > 0 && distance(p, row[k - 1]) < kSamePlace);
+      row[k] = p;
+      if (again) continue;
+      made.uv.push_back({us[i], vs[k]});
+      made.p.push_back(p);
     }
   }
   return grids_.emplace(key, std::move(made)).first->second;

@@ -81,5 +81,17 @@ TEST(FaceBorder, StraightLinesMayBeBentInTheParameterPlane) {
   EXPECT_NEAR(measure(shape).area, 20 * 40, 1);
 }
 
+// Of a tube that closes both ways a blend is a part between two other faces, never the whole: without loops
+// there is no face.
+TEST(FaceBorder, ABlendHasLoops) {
+  XtModel model;
+  model.face(model.blend(model.circle({}, kZ, kX, 0.02), 0, 0, 0.005), false, {});
+  model.finish();
+  const Outcome o = tessellated(model);
+  ASSERT_EQ(o.made.losses.size(), 1U);
+  EXPECT_EQ(o.made.losses[0].reason, "a face without loops on a surface that is not closed");
+  EXPECT_EQ(o.measures.triangles, 0U);
+}
+
 }  // namespace
 }  // namespace jttk::brep

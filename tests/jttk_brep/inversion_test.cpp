@@ -188,17 +188,104 @@ std::uint64_t workFor(const Bodies& bodies, Asked asked) {
 
 // What is found at once is not looked for again: neither after a good guess, nor from the next start.
 TEST(Inversion, SearchesNoLongerThanNeeded) {
-  for (const bool offset : {false, true}) {
-    SCOPED_TRACE(offset);
-    XtModel model;
-    const auto sheet = waves(model);
-    const Bodies bodies = bodiesOf(model, offset ? model.offset(sheet, 0.001) : sheet);
-    const std::uint64_t guessed = workFor(bodies, Asked::WithAGoodGuess);
-    const std::uint64_t searched = workFor(bodies, Asked::WithoutAGuess);
-    EXPECT_LT(2 * guessed, searched);
-    // An offset has one start alone: the foot on its base.
-    if (offset) continue;
-    EXPECT_LT(5 * searched, 4 * workFor(bodies, Asked::ForTheVeryBest));
+  XtModel sheet, offset, blend;
+  const auto spine =
+      blend.splineCurve(3, 3, false, {0, 0, 0, 0.06, 0, 0, 0.06, 0.02, 0, 0, 0.02, 0}, {0, 1}, {4, 4});
+  const Bodies of_sheet = bodiesOf(sheet, waves(sheet));
+  const Bodies of_offset = bodiesOf(offset, offset.offset(waves(offset), 0.001));
+  const Bodies of_blend = bodiesOf(blend, blend.blend(spine, 0, 0, 0.001));
+  for (const Bodies* bodies : {&of_sheet, &of_offset, &of_blend}) {
+    EXPECT_LT(2 * workFor(*bodies, Asked::WithAGoodGuess), workFor(*bodies, Asked::WithoutAGuess));
+  }
+  EXPECT_LT(5 * workFor(of_sheet, Asked::WithoutAGuess), 4 * workFor(of_sheet, Asked::ForTheVeryBest));
+}
+
+// Sines of 300 by 300 points, between which lines are drawn: the grid of starts is thinned, and still leads
+// to each place.
+TEST(Inversion, OfALargeNetKeepsItsGridSmall) {
+  constexpr int kPoints = 300;
+  XtModel model;
+  std::vector<double> net;
+  std::vector<double> knots;
+  for (int i = 0; i < kPoints; ++i) {
+    knots.push_back(i);
+    for (int k = 0; k < kPoints; ++k) {
+      net.insert(net.end(), {1e-4 * i, 1e-4 * k, 1e-3 * std::sin(i / 12.0) * std::sin(k / 12.0)});
+    }
+  }
+  std::vector<int> times(kPoints, 1);
+  times.front() = times.back() = 2;
+  const auto sheet = model.splineSurface(1, 1, kPoints, kPoints, false, net, knots, times, knots, times);
+  const Bodies bodies = bodiesOf(model, sheet);
+  Nearest nearest(bodies);
+  constexpr std::uint64_t kAllowed = 1'000'000;
+  nearest.geometry().allowWork(kAllowed);
+  Vec2 uv;
+  (void)nearest.geometry().invert(nearest.surface(), {}, nullptr, 0, uv);
+  EXPECT_LT(kAllowed - nearest.geometry().workLeft(), 60'000U);
+  nearest.geometry().allowWork(kAllowed);
+  for (int i = 1; i < 100; ++i) {
+    const Vec2 there{2.99 * i, 299 * std::fmod(i * 0.618, 1.0)};
+    EXPECT_LE(nearest.geometry().invert(nearest.surface(), nearest.at(there), nullptr, 1e-9, uv), 1e-6) << i;
+  }
+}
+
+// The nearest places of the grid are all the pole, where one parameter leads nowhere: the other one leads
+// away.
+TEST(Inversion, LeavesAPole) {
+  XtModel model;
+  const double w = std::sqrt(0.5);
+  std::vector<double> net;
+  for (int i = 0; i <= 8; ++i) {
+    const double round = i % 2 == 0 ? 1 : w;
+    const double r = i % 2 == 0 ? 0.01 : 0.01 / w;
+    // From the pole over an eighth of a turn to the equator.
+    const double arc[3][3] = {{0, 1, 1}, {1, 1, w}, {1, 0, 1}};
+    for (const auto& p : arc) {
+      const double weight = round * p[2];
+      net.insert(net.end(), {r * std::cos(kPi / 4 * i) * p[0] * weight,
+                             r * std::sin(kPi / 4 * i) * p[0] * weight, 0.01 * p[1] * weight, weight});
+    }
+  }
+  const auto cap =
+      model.splineSurface(2, 2, 9, 3, true, net, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3}, {0, 1}, {3, 3});
+  const Bodies bodies = bodiesOf(model, cap);
+  Nearest nearest(bodies);
+  for (const double tilt : {1e-4, 1e-3, 1e-2}) {
+    for (int i = 0; i < 40; ++i) {
+      const double angle = kPi / 20 * i + 0.03;
+      const Vec3 p =
+          Vec3{std::sin(tilt) * std::cos(angle), std::sin(tilt) * std::sin(angle), std::cos(tilt)} * 0.01;
+      Vec2 uv;
+      EXPECT_LE(nearest.geometry().invert(nearest.surface(), p, nullptr, 1e-12, uv), 1e-8)
+          << tilt << " " << i;
+    }
+  }
+}
+
+// Where the search from a few starts misses the place on an offset, that from many finds it.
+TEST(Inversion, IsThoroughOnAnOffsetToo) {
+  constexpr int kPoints = 12;
+  XtModel model;
+  std::vector<double> net;
+  std::vector<double> knots;
+  std::vector<int> times;
+  for (int i = 0; i < kPoints; ++i) {
+    for (const double y : {0.0, 0.01}) net.insert(net.end(), {1e-3 * i, y, i % 2 == 0 ? 0.005 : 0});
+  }
+  for (int i = 0; i <= kPoints - 3; ++i) {
+    knots.push_back(i);
+    times.push_back(i == 0 || i == kPoints - 3 ? 4 : 1);
+  }
+  const auto wave = model.splineSurface(3, 1, kPoints, 2, false, net, knots, times, {0, 1}, {2, 2});
+  const Bodies bodies = bodiesOf(model, model.offset(wave, 2e-5));
+  Nearest nearest(bodies);
+  for (int i = 0; i < 100; ++i) {
+    for (const double v : {0.1, 0.5, 0.8}) {
+      const Vec3 p = nearest.at({(kPoints - 3) * (i + 0.37) / 100, v});
+      Vec2 uv;
+      EXPECT_LE(nearest.geometry().invertThoroughly(nearest.surface(), p, uv), 1e-9) << i << " " << v;
+    }
   }
 }
 
