@@ -210,7 +210,7 @@ TEST(Inversion, OfALargeNetKeepsItsGridSmall) {
   for (int i = 0; i < kPoints; ++i) {
     knots.push_back(i);
     for (int k = 0; k < kPoints; ++k) {
-      net.insert(net.end(), {1e-4 * i, 1e-4 * k, 1e-3 * std::sin(i / 12.0) * std::sin(k / 12.0)});
+      net.insert(net.end(), {1e-4 * i, 1e-4 * k, 3e-3 * std::sin(i / 6.0) * std::sin(k / 6.0)});
     }
   }
   std::vector<int> times(kPoints, 1);
@@ -271,14 +271,14 @@ TEST(Inversion, IsThoroughOnAnOffsetToo) {
   std::vector<double> knots;
   std::vector<int> times;
   for (int i = 0; i < kPoints; ++i) {
-    for (const double y : {0.0, 0.01}) net.insert(net.end(), {1e-3 * i, y, i % 2 == 0 ? 0.005 : 0});
+    for (const double y : {0.0, 0.01}) net.insert(net.end(), {1e-3 * i, y, i % 2 == 0 ? 0.01 : 0});
   }
   for (int i = 0; i <= kPoints - 3; ++i) {
     knots.push_back(i);
     times.push_back(i == 0 || i == kPoints - 3 ? 4 : 1);
   }
   const auto wave = model.splineSurface(3, 1, kPoints, 2, false, net, knots, times, {0, 1}, {2, 2});
-  const Bodies bodies = bodiesOf(model, model.offset(wave, 2e-5));
+  const Bodies bodies = bodiesOf(model, model.offset(wave, 1e-6));
   Nearest nearest(bodies);
   for (int i = 0; i < 100; ++i) {
     for (const double v : {0.1, 0.5, 0.8}) {
