@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <numbers>
 
 #include "tests/jttk_brep/solid_checks.h"
@@ -91,6 +92,42 @@ TEST(FaceBorder, ABlendHasLoops) {
   ASSERT_EQ(o.made.losses.size(), 1U);
   EXPECT_EQ(o.made.losses[0].reason, "a face without loops on a surface that is not closed");
   EXPECT_EQ(o.measures.triangles, 0U);
+}
+
+// A cylinder whose first quarter has nearly all of the parameters: a piece of its rim goes more than half of
+// the way round the parameters, and not the shorter way.
+TEST(FaceBorder, RimsGoRoundUnevenParameters) {
+  XtModel model;
+  const double w = std::sqrt(0.5);
+  std::vector<double> net;
+  for (int i = 0; i <= 8; ++i) {
+    const double weight = i % 2 == 0 ? 1 : w;
+    const double r = i % 2 == 0 ? 0.01 : 0.01 / w;
+    for (const double z : {0.0, 0.03}) {
+      net.insert(net.end(), {r * std::cos(kPi / 4 * i) * weight, r * std::sin(kPi / 4 * i) * weight,
+                             z * weight, weight});
+    }
+  }
+  const auto side =
+      model.splineSurface(2, 1, 9, 2, true, net, {0, 40, 41, 42, 43}, {3, 2, 2, 2, 3}, {0, 1}, {2, 2});
+  // Halves of rings: rings would be cut into more pieces.
+  const auto rim = [&](double z) {
+    const int a = model.vertex({0.01, 0, z});
+    const int b = model.vertex({-0.01, 0, z});
+    const auto circle = model.circle({0, 0, z}, kZ, kX, 0.01);
+    return std::array<int, 2>{model.edge(circle, a, b), model.edge(circle, b, a)};
+  };
+  const auto low = rim(0);
+  const auto high = rim(0.03);
+  model.face(side, false, {{{low[0], true}, {low[1], true}}, {{high[1], false}, {high[0], false}}});
+  model.face(model.plane({}, -kZ, kX), false, {{{low[1], false}, {low[0], false}}});
+  model.face(model.plane({0, 0, 0.03}, kZ, kX), false, {{{high[0], true}, {high[1], true}}});
+  TessellationOptions options;
+  options.chord_tolerance_percent = 20;
+  options.angle_tolerance_rad = 1.4;
+  const Outcome o = run(std::move(model), options);
+  expectClosed(o.measures);
+  EXPECT_NEAR(o.measures.volume, kPi * 100 * 30, o.measures.area * o.made.chord_tolerance);
 }
 
 }  // namespace
