@@ -20,4 +20,15 @@ struct SurfacePoint {
 CurvePoint evaluateSpline(const CurveSpline& spline, double t);
 SurfacePoint evaluateSpline(const SurfaceSpline& spline, double u, double v);
 
+// What an evaluation costs by its degrees (see WorkCounter), besides what every evaluation costs.
+inline std::uint64_t stepsOf(const CurveSpline& spline) {
+  const auto degree = static_cast<std::uint64_t>(spline.degree);
+  return degree * degree / 4;
+}
+inline std::uint64_t stepsOf(const SurfaceSpline& spline) {
+  const auto u = static_cast<std::uint64_t>(spline.degree_u);
+  const auto v = static_cast<std::uint64_t>(spline.degree_v);
+  return (u + 1) * (v + 1) / 4 + (u * u + v * v) / 8;
+}
+
 }  // namespace jttk::brep

@@ -7,7 +7,17 @@
 #include "jttk/brep/predicates.h"
 
 namespace jttk::brep {
-Triangulation::Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points) {
+namespace {
+
+// In steps: what an exact answer takes, and a new point with its triangles.
+constexpr std::uint64_t kStepsOfExactCircle = 4 * WorkCounter::kStepsPerEvaluation;
+constexpr std::uint64_t kStepsOfPoint = WorkCounter::kStepsPerEvaluation;
+
+}  // namespace
+
+Triangulation::Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points,
+                             WorkCounter& work)
+    : work_(work) {
   points_.reserve(expected_points + kFramePoints);
   triangle_of_point_.reserve(expected_points + kFramePoints);
   triangles_.reserve(2 * expected_points + 2);
@@ -31,7 +41,8 @@ Triangulation::Place Triangulation::locate(const Vec2& p, std::uint32_t from) co
   std::uint32_t t = from;
   std::uint32_t came_from = kNoTriangle;
   // A walk in a Delaunay triangulation cannot go in circles; with constraints it could, hence the bound.
-  for (std::size_t step = 0; step < 4 * triangles_.size() + 16; ++step) {
+  for (std::size_t step = 0; step < 4 * triangles_.size() + 16 && work_.mayWork(); ++step) {
+    work_.spendSteps();
     const Triangle& triangle = triangles_[t];
     int on = -1;
     int zeros = 0;
@@ -219,9 +230,16 @@ bool Triangulation::mayFlip(std::uint32_t t, int side) const {
          orient2d(s, points_[a.corner[at(previous(side))]], p) > 0;
 }
 
+bool Triangulation::isInCircle(const Triangle& t, std::uint32_t corner) const {
+  const CircleAnswer answer =
+      askCircle(points_[t.corner[0]], points_[t.corner[1]], points_[t.corner[2]], points_[corner]);
+  work_.spendSteps(answer.exact ? kStepsOfExactCircle : 1);
+  return answer.side > 0;
+}
+
 // The suspects are sides opposite to the new point at corner 0.
 void Triangulation::legalize(std::uint32_t p) {
-  while (!suspects_.empty()) {
+  while (!suspects_.empty() && work_.mayWork()) {
     const auto [t, ignored] = suspects_.back();
     suspects_.pop_back();
     int side = 0;
@@ -231,18 +249,19 @@ void Triangulation::legalize(std::uint32_t p) {
     const std::uint32_t other = a.neighbor[at(side)];
     if (other == kNoTriangle || a.fixed[at(side)]) continue;
     const std::uint32_t far = triangles_[other].corner[at(sideTo(other, t))];
-    if (inCircle(points_[a.corner[0]], points_[a.corner[1]], points_[a.corner[2]], points_[far]) > 0 &&
-        mayFlip(t, side)) {
+    if (isInCircle(a, far) && mayFlip(t, side)) {
       flip(t, side);
       suspects_.emplace_back(t, 0);
       suspects_.emplace_back(other, 0);
     }
   }
+  suspects_.clear();
 }
 
 std::uint32_t Triangulation::place(const Vec2& p, const Place& found) {
   if (found.triangle == kNoTriangle) return kNoTriangle;
   if (found.corner >= 0) return triangles_[found.triangle].corner[at(found.corner)];
+  work_.spendSteps(kStepsOfPoint);
   const auto number = static_cast<std::uint32_t>(points_.size());
   points_.push_back(p);
   triangle_of_point_.push_back(found.triangle);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "jttk/brep/vec.h"
+#include "jttk/brep/work_counter.h"
 
 namespace jttk::brep {
 
@@ -28,8 +29,9 @@ class Triangulation {
     bool center_done = false;
   };
 
-  // All points to come lie within the box.
-  Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points);
+  // All points to come lie within the box. Its work is counted in `work`, which outlives it: once all is used
+  // up, nothing is inserted or constrained any more, and what there is need not be Delaunay.
+  Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points, WorkCounter& work);
 
   // Number of the new point; the number of the old one where there is one at that place already.
   std::uint32_t insert(const Vec2& p);
@@ -78,6 +80,8 @@ class Triangulation {
   void changed(std::uint32_t t);
   [[nodiscard]] int sideTo(std::uint32_t t, std::uint32_t neighbor) const;
   [[nodiscard]] bool mayFlip(std::uint32_t t, int side) const;
+  // Whether the corner across `side` lies inside the circle of t.
+  [[nodiscard]] bool isInCircle(const Triangle& t, std::uint32_t corner) const;
   // A triangle with the edge a -> b as a side, and that side; kNoTriangle when there is none.
   [[nodiscard]] std::pair<std::uint32_t, int> findEdge(std::uint32_t a, std::uint32_t b) const;
   // The triangle at a whose side opposite to a the straight way to b crosses, and that side. kNoTriangle when
@@ -94,6 +98,7 @@ class Triangulation {
   // Makes the edges Delaunay again, apart from fixed ones.
   void legalizeEdges(std::vector<Edge>& edges);
 
+  WorkCounter& work_;
   std::vector<Vec2> points_;
   std::vector<std::uint32_t> triangle_of_point_;
   std::vector<Triangle> triangles_;

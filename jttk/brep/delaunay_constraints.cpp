@@ -14,6 +14,7 @@ std::pair<std::uint32_t, int> Triangulation::findEdge(std::uint32_t a, std::uint
   for (const bool forward : {true, false}) {
     std::uint32_t t = start;
     do {
+      work_.spendSteps();
       const Triangle& triangle = triangles_[t];
       int i = 0;
       while (triangle.corner[at(i)] != a) ++i;
@@ -33,6 +34,7 @@ std::pair<std::uint32_t, int> Triangulation::findFirstCrossed(std::uint32_t a, s
   for (const bool forward : {true, false}) {
     std::uint32_t t = start;
     do {
+      work_.spendSteps();
       const Triangle& triangle = triangles_[t];
       int i = 0;
       while (triangle.corner[at(i)] != a) ++i;
@@ -66,7 +68,8 @@ bool Triangulation::findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Ed
     problem = Constraint::PassesPoint;
     return false;
   }
-  for (std::size_t step = 0; step < triangles_.size() + 4; ++step) {
+  for (std::size_t step = 0; step < triangles_.size() + 4 && work_.mayWork(); ++step) {
+    work_.spendSteps();
     const Triangle& triangle = triangles_[t];
     const std::uint32_t right = triangle.corner[at(next(side))];
     const std::uint32_t left = triangle.corner[at(previous(side))];
@@ -100,8 +103,9 @@ void Triangulation::flipAway(std::uint32_t a, std::uint32_t b, const std::vector
                              std::vector<Edge>& made) {
   // Edges in quadrilaterals that are not convex have to wait for others.
   std::deque<Edge> waiting(crossed.begin(), crossed.end());
-  while (!waiting.empty() && flips_left_ > 0) {
+  while (!waiting.empty() && flips_left_ > 0 && work_.mayWork()) {
     --flips_left_;
+    work_.spendSteps();
     const auto [p, q] = waiting.front();
     waiting.pop_front();
     const auto [edge, edge_side] = findEdge(p, q);
@@ -129,15 +133,15 @@ void Triangulation::legalizeEdges(std::vector<Edge>& edges) {
   for (bool again = true; again;) {
     again = false;
     for (auto& [p, q] : edges) {
+      if (!work_.mayWork()) return;
+      work_.spendSteps();
       const auto [edge, edge_side] = findEdge(p, q);
       if (edge == kNoTriangle || triangles_[edge].fixed[at(edge_side)]) continue;
       const std::uint32_t over = triangles_[edge].neighbor[at(edge_side)];
       if (over == kNoTriangle) continue;
       const Triangle& here = triangles_[edge];
       const std::uint32_t far = triangles_[over].corner[at(sideTo(over, edge))];
-      if (inCircle(points_[here.corner[0]], points_[here.corner[1]], points_[here.corner[2]], points_[far]) >
-              0 &&
-          mayFlip(edge, edge_side)) {
+      if (isInCircle(here, far) && mayFlip(edge, edge_side)) {
         const std::uint32_t r = here.corner[at(edge_side)];
         flip(edge, edge_side);
         p = r;
@@ -149,6 +153,10 @@ void Triangulation::legalizeEdges(std::vector<Edge>& edges) {
 }
 
 Triangulation::Constraint Triangulation::constrain(std::uint32_t a, std::uint32_t b, Edge& blocking) {
+  if (!work_.mayWork()) {
+    blocking = {a, b};
+    return Constraint::Crosses;
+  }
   auto [t, side] = findEdge(a, b);
   if (t == kNoTriangle) {
     std::vector<Edge> crossed;

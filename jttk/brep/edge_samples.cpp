@@ -33,7 +33,7 @@ class Sampler {
       if (!isFinite(p)) samples_.problem = "an edge that is not finite";
     }
     if (samples_.points.size() >= kMaximumPoints) samples_.problem = "an edge of too many pieces";
-    if (!geometry_.mayWork()) samples_.problem = "too much work";
+    if (!geometry_.mayWork()) samples_.problem = kTooMuchWork;
     if (samples_.problem.empty()) pinEnds();
     return std::move(samples_);
   }
@@ -102,7 +102,8 @@ class Sampler {
         samples_.problem = "a line that ends nowhere";
         return;
       }
-      for (int i = 0; i <= tolerances_.line_pieces; ++i) {
+      geometry_.counter().spendEvaluations(static_cast<std::uint64_t>(tolerances_.line_pieces));
+      for (int i = 0; i <= tolerances_.line_pieces && geometry_.mayWork(); ++i) {
         const double share = static_cast<double>(i) / tolerances_.line_pieces;
         samples_.points.push_back(startPoint() + (endPoint() - startPoint()) * share);
       }
@@ -208,7 +209,7 @@ class Sampler {
     samples_.points.push_back(last.p);
     const double direction = to < from ? -1 : 1;
     last.d = last.d * direction;
-    for (std::size_t i = 1; i < places.size(); ++i) {
+    for (std::size_t i = 1; i < places.size() && geometry_.mayWork(); ++i) {
       CurvePoint here = geometry_.at(curve, places[i]);
       here.d = here.d * direction;
       if (basis.kind != CurveKind::Line && basis.kind != CurveKind::Circle) {
@@ -243,7 +244,8 @@ class Sampler {
   }
 
   // Place on the chart (index and fraction) nearest to p.
-  static double chartPlace(const std::vector<Vec3>& chart, const Vec3& p) {
+  double chartPlace(const std::vector<Vec3>& chart, const Vec3& p) {
+    geometry_.counter().spendSteps(chart.size());
     double best = 0;
     double best_size = std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i + 1 < chart.size(); ++i) {
@@ -282,6 +284,8 @@ class Sampler {
     const auto& chart = curve.chart;
     const auto last = static_cast<double>(chart.size() - 1);
     std::vector<Vec3> coarse;
+    geometry_.counter().spendEvaluations(chart.size());
+    if (!geometry_.mayWork()) return;
     if (isClosed() && !curve.closed) {
       samples_.problem = "a closed edge on an open curve";
       return;

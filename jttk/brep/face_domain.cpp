@@ -51,6 +51,7 @@ class Builder {
       if (loop.size() < 2) continue;  // nothing to go round
       unwrapped.push_back(unwrapper.unwrap(loop));
       domain_.problem = unwrapper.problem();
+      if (!geometry_.mayWork()) domain_.problem = kTooMuchWork;
       if (!domain_.problem.empty()) return std::move(domain_);
     }
     for (const Unwrapped& loop : unwrapped) checkStraight(loop);
@@ -60,7 +61,8 @@ class Builder {
       for (Unwrapped& loop : unwrapped) turnOver(loop);
     }
     arrange(unwrapped, !loops.empty());
-    if (domain_.problem.empty() && !geometry_.mayWork()) domain_.problem = "too much work";
+    if (!geometry_.mayWork()) domain_.problem = kTooMuchWork;
+    if (!geometry_.mayWork()) domain_.wishes.clear();
     if (!domain_.loops.empty()) findCenter();
     return std::move(domain_);
   }
@@ -228,6 +230,8 @@ class Builder {
             if (std::max(std::abs(i), std::abs(k)) != ring) continue;
             if ((i != 0 && !(box_.period_u > 0)) || (k != 0 && !(box_.period_v > 0))) continue;
             const Vec2 by{i == 0 ? 0 : i * box_.period_u, k == 0 ? 0 : k * box_.period_v};
+            geometry_.counter().spendSteps(domain_.loops.front().size());
+            if (!geometry_.mayWork()) return;
             // By the middle of a piece: a corner may lie on the outer loop.
             if (!isInside(domain_.loops.front(), (hole[0].uv + hole[1].uv) * 0.5 + by)) continue;
             domain_.loops.push_back(moved(hole, by));

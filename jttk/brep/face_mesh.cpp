@@ -17,6 +17,8 @@ constexpr std::size_t kMaximumPoints = 100000;
 constexpr double kMaximumDrift = 0.15;
 // A triangle and the surface at its corner further apart than 60 degrees.
 constexpr double kTurnedCosine = 0.5;
+// What a triangle of the result takes besides: others copy it and make strips of it.
+constexpr std::uint64_t kEvaluationsPerTriangle = 2;
 
 class Mesher {
  public:
@@ -34,25 +36,22 @@ class Mesher {
   [[nodiscard]] std::size_t turnedCorners() const { return turned_; }
 
   FaceMesh run() {
-    mesh_.problem = domain_.problem;
-    if (!mesh_.problem.empty()) return std::move(mesh_);
     fitBox();
     std::size_t expected = 0;
     for (const DomainLoop& loop : domain_.loops) expected += loop.size();
-    Triangulation plane({-1, -1}, {1, 1}, 2 * expected);
+    Triangulation plane({-1, -1}, {1, 1}, 2 * expected, geometry_.counter());
     plane_ = &plane;
     nodes_.resize(Triangulation::kFramePoints);
     if (!insertLoops()) return std::move(mesh_);
+    geometry_.counter().spendSteps(plane.triangles().size());
     if (!plane.markInside()) {
       mesh_.problem = "loops that cross themselves or lie in one another";
       return std::move(mesh_);
     }
     refine();
-    if (!geometry_.mayWork()) {
-      mesh_.problem = "too much work";
-      return std::move(mesh_);
-    }
-    collect();
+    // Before there is memory for them.
+    geometry_.counter().spendEvaluations(kEvaluationsPerTriangle * countInside());
+    if (geometry_.mayWork()) collect();
     return std::move(mesh_);
   }
 
@@ -135,6 +134,7 @@ class Mesher {
       return;
     }
     // A point in the way: both pieces at it.
+    geometry_.counter().spendSteps(nodes_.size());
     for (std::size_t l = 0; l < numbers.size(); ++l) {
       const auto& of_loop = numbers[l];
       for (std::size_t i = 0; i < of_loop.size(); ++i) {
@@ -238,6 +238,7 @@ class Mesher {
 
   void findSplits(std::vector<Split>& splits) {
     const std::size_t count = plane_->triangles().size();
+    geometry_.counter().spendSteps(count);
     for (std::uint32_t t = 0; t < count; ++t) {
       Triangulation::Triangle& triangle = plane_->triangle(t);
       if (!triangle.inside) continue;
@@ -310,6 +311,12 @@ class Mesher {
     return true;
   }
 
+  [[nodiscard]] std::uint64_t countInside() const {
+    const auto& triangles = plane_->triangles();
+    return static_cast<std::uint64_t>(
+        std::count_if(triangles.begin(), triangles.end(), [](const auto& t) { return t.inside; }));
+  }
+
   void collect() {
     std::vector<std::uint32_t> normal_of(nodes_.size(), kNoEdge);
     const double sign = domain_.flipped ? -1 : 1;
@@ -350,13 +357,25 @@ class Mesher {
   bool blocked_ = false;
 };
 
+FaceMesh withoutWork(FaceMesh mesh) {
+  mesh.problem = kTooMuchWork;
+  mesh.wishes.clear();
+  return mesh;
+}
+
 }  // namespace
 
 FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances& tolerances,
                   const PointPairs& not_wanted, std::vector<Vec3>& points) {
   const std::size_t known_points = points.size();
+  if (!domain.problem.empty()) {
+    FaceMesh none;
+    none.problem = domain.problem;
+    return none;
+  }
   Mesher stretched(geometry, domain, tolerances, not_wanted, points, true);
   FaceMesh made = stretched.run();
+  if (!geometry.mayWork()) return withoutWork(std::move(made));
   if (made.problem.empty() && stretched.turnedCorners() == 0) return made;
   if (domain.stretch == Vec2{1, 1}) return made;
   // Long triangles do not suit this border.
@@ -365,6 +384,7 @@ FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances
   points.resize(known_points);
   Mesher plain(geometry, domain, tolerances, not_wanted, points, false);
   FaceMesh other = plain.run();
+  if (!geometry.mayWork()) other = withoutWork(std::move(other));
   const bool better = !made.problem.empty() || plain.turnedCorners() < stretched.turnedCorners();
   if (other.problem.empty() && better) return other;
   points.resize(known_points);

@@ -12,6 +12,7 @@
 
 #include "jttk/brep/bodies.h"
 #include "jttk/brep/bspline.h"
+#include "jttk/brep/work_counter.h"
 
 namespace jttk::brep {
 
@@ -82,17 +83,20 @@ class Geometry {
   // Whether the surfaces are tangent to each other at `x`, a point on both.
   bool touches(Crossing& crossing, const Vec3& x);
 
-  // Work done is counted, so that damaged data cannot keep it busy for ever: false once all is used up.
-  void allowWork(std::uint64_t evaluations) { work_left_ = evaluations; }
-  [[nodiscard]] bool mayWork() const { return work_left_ > 0; }
-  [[nodiscard]] std::uint64_t workLeft() const { return work_left_; }
+  // Work done is counted, so that damaged data cannot keep it busy for ever. Once all is used up, at() gives
+  // zeros without looking: results from then on are to be thrown away.
+  void allowWork(std::uint64_t evaluations) { counter_.allowEvaluations(evaluations); }
+  [[nodiscard]] bool mayWork() const { return counter_.mayWork(); }
+  [[nodiscard]] std::uint64_t workLeft() const { return counter_.evaluationsLeft(); }
+  // For who does other work on the same account.
+  [[nodiscard]] WorkCounter& counter() { return counter_; }
 
  private:
   struct Grid {
     std::vector<Vec2> uv;
     std::vector<Vec3> p;
   };
-  void work(std::uint64_t amount = 1) { work_left_ -= work_left_ < amount ? work_left_ : amount; }
+  void work(std::uint64_t amount = 1) { counter_.spendEvaluations(amount); }
   const FineCurve& fine(const Curve& curve);
   FineCurve makeFine(const Curve& curve);
   static void findSlopes(FineCurve& made, const std::vector<Vec3>& tangents, bool closed);
@@ -120,7 +124,7 @@ class Geometry {
 
   const Bodies& bodies_;
   double precision_;
-  std::uint64_t work_left_ = std::numeric_limits<std::uint64_t>::max();
+  WorkCounter counter_;
   std::map<const Curve*, FineCurve> fine_;
   std::map<std::pair<std::int32_t, std::int32_t>, Grid> grids_;  // by spline and base
   std::map<std::int32_t, SurfaceDomain> spline_domains_;

@@ -34,6 +34,7 @@ double wrapNear(double value, double near, double period) {
 }
 
 CurvePoint Geometry::at(const Curve& curve, double t) {
+  if (!mayWork()) return {};
   work();
   const Frame& f = curve.frame;
   switch (curve.kind) {
@@ -52,9 +53,11 @@ CurvePoint Geometry::at(const Curve& curve, double t) {
         const double low = range(curve).low;
         t -= span * std::floor((t - low) / span);
       }
+      counter_.spendSteps(stepsOf(spline(curve)));
       return evaluateSpline(spline(curve), t);
     }
     case CurveKind::OnSurface: {
+      counter_.spendSteps(stepsOf(spline(curve)));
       const CurvePoint uv = evaluateSpline(spline(curve), t);
       const SurfacePoint on = at(surface(curve.surfaces[0]), {uv.p.x, uv.p.y});
       return {on.p, on.du * uv.d.x + on.dv * uv.d.y};
@@ -124,9 +127,11 @@ std::vector<double> Geometry::breaks(const Curve& curve) {
     case CurveKind::BSpline:
     case CurveKind::OnSurface: {
       const CurveSpline& s = spline(curve);
+      counter_.spendSteps(s.knots.size());
       return distinctKnots(s.knots, s.degree, s.point_count);
     }
     case CurveKind::Intersection:
+      counter_.spendSteps(fine(curve).t.size());
       return fine(curve).t;
     case CurveKind::Trimmed: {
       const Range limits = range(curve);

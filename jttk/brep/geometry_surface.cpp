@@ -10,6 +10,7 @@ namespace jttk::brep {
 namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
+constexpr std::uint64_t kEvaluationsOfADomain = 42;
 
 Vec3 around(const Frame& f, double angle) { return f.x * portable::cos(angle) + f.y * portable::sin(angle); }
 Vec3 aroundTangent(const Frame& f, double angle) {
@@ -109,6 +110,7 @@ SurfacePoint Geometry::offsetAt(const Surface& surface, Vec2 uv) {
 }
 
 SurfacePoint Geometry::at(const Surface& surface, Vec2 uv) {
+  if (!mayWork()) return {};
   work();
   const Frame& f = surface.frame;
   const double u = uv.u;
@@ -145,6 +147,7 @@ SurfacePoint Geometry::at(const Surface& surface, Vec2 uv) {
       const auto inside = [](double x, const Range& r, double period) {
         return period > 0 && (x < r.low || x > r.high) ? x - period * std::floor((x - r.low) / period) : x;
       };
+      counter_.spendSteps(stepsOf(spline(surface)));
       return evaluateSpline(spline(surface), inside(u, box.u, box.period_u), inside(v, box.v, box.period_v));
     }
     case SurfaceKind::Swept: {
@@ -191,6 +194,8 @@ SurfaceDomain Geometry::domain(const Surface& surface) {
     case SurfaceKind::BSpline: {
       const auto known = spline_domains_.find(surface.spline);
       if (known != spline_domains_.end()) return known->second;
+      counter_.spendEvaluations(kEvaluationsOfADomain);
+      counter_.spendSteps(kEvaluationsOfADomain * stepsOf(spline(surface)));
       return spline_domains_[surface.spline] = splineDomain(spline(surface));
     }
     case SurfaceKind::Swept:

@@ -171,7 +171,7 @@ double orient2d(const Vec2& a, const Vec2& b, const Vec2& c) {
   return orient2dExact(a, b, c);
 }
 
-double inCircle(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d) {
+CircleAnswer askCircle(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d) {
   const double au = a.u - d.u;
   const double av = a.v - d.v;
   const double bu = b.u - d.u;
@@ -187,8 +187,12 @@ double inCircle(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d) {
                       b_lift * (std::abs(cu * av) + std::abs(cv * au)) +
                       c_lift * (std::abs(au * bv) + std::abs(av * bu));
   const double bound = (10 + 96 * kEpsilon) * kEpsilon * size;
-  if (value > bound || -value > bound) return value;
-  return inCircleExact(a, b, c, d);
+  if (value > bound || -value > bound) return {value, false};
+  return {inCircleExact(a, b, c, d), true};
+}
+
+double inCircle(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d) {
+  return askCircle(a, b, c, d).side;
 }
 
 }  // namespace jttk::brep

@@ -13,4 +13,11 @@ double orient2d(const Vec2& a, const Vec2& b, const Vec2& c);
 // Above 0 when d lies inside the circle through a, b, c, which turn left; 0 when on it.
 double inCircle(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d);
 
+// Whether inCircle had to be exact to know: that takes a hundred times as long.
+struct CircleAnswer {
+  double side;  // as inCircle
+  bool exact;
+};
+CircleAnswer askCircle(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d);
+
 }  // namespace jttk::brep

@@ -65,6 +65,7 @@ DomainLoop SeamCutter::cutBetween(const DomainPoint& a, const DomainPoint& b) {
 
 bool SeamCutter::crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, bool open_end,
                              Vec2 turn) const {
+  geometry_.counter().spendSteps(loop.size());
   for (std::size_t i = 0; i < loop.size(); ++i) {
     const bool last = i + 1 == loop.size();
     const Vec2 c = loop[i].uv + by;
@@ -82,6 +83,8 @@ std::vector<SeamCutter::Way> SeamCutter::waysBetween(const DomainLoop& lower, co
   std::vector<Way> ways;
   const std::size_t step_a = std::max<std::size_t>(1, lower.size() / kTriedPoints);
   const std::size_t step_b = std::max<std::size_t>(1, other.size() / kTriedPoints);
+  geometry_.counter().spendSteps((lower.size() / step_a + 1) * (other.size() / step_b + 1));
+  if (!geometry_.mayWork()) return ways;
   for (std::size_t i = 0; i < lower.size(); i += step_a) {
     for (std::size_t k = 0; k < other.size(); k += step_b) {
       const Vec2 way = other[k].uv - lower[i].uv;
@@ -101,6 +104,7 @@ std::vector<SeamCutter::Way> SeamCutter::waysBetween(const DomainLoop& lower, co
 bool SeamCutter::isFree(Vec2 a, Vec2 b, const DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
                         double shift, const std::vector<DomainLoop>& holes) const {
   for (int k = -2; k <= 2; ++k) {
+    if (!geometry_.mayWork()) return false;
     const Vec2 by = turn * k;
     if (crossesLoop(a, b, lower, by, true, turn) ||
         crossesLoop(a, b, upper, turn * shift + by, true, turn * -1)) {
@@ -150,6 +154,8 @@ bool SeamCutter::takeHole(DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
   if (reaches.size() > kSeamTests) reaches.resize(kSeamTests);
   for (const Reach& reach : reaches) {
     const Way& way = reach.way;
+    geometry_.counter().spendSteps(lower.size());
+    if (!geometry_.mayWork()) return false;
     const DomainLoop hole = moved(holes[reach.hole], turn * way.shift);
     if (!isFree(lower[way.a].uv, hole[way.b].uv, lower, upper, turn, 0, holes)) continue;
     DomainLoop joined(lower.begin(), lower.begin() + static_cast<std::ptrdiff_t>(way.a) + 1);

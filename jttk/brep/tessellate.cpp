@@ -22,10 +22,10 @@ constexpr double kFinest = 1e-6;  // of the tolerance
 constexpr double kOwnShare = 0.5;
 // Taken for the diagonal of bodies that seem to have no size, in metres.
 constexpr double kUnknownSize = 0.1;
-// Evaluations of curves and surfaces, so that damaged data end in time.
+// Evaluations of curves and surfaces, and what costs as much, so that damaged data end in time.
 constexpr std::uint64_t kRoughWork = 300'000;
 constexpr std::uint64_t kRoughWorkPerFace = 2'000;
-constexpr std::uint64_t kWorkPerPart = 3'000'000;
+constexpr std::uint64_t kWorkPerPart = 6'000'000;
 constexpr std::uint64_t kWorkPerFace = 100'000;
 constexpr std::uint64_t kWorkOfAFace = 10;  // besides its evaluations
 
@@ -54,10 +54,11 @@ class BodyTessellator {
     // Domains first: a face that needs finer edges makes its neighbours new as well.
     for (int round = 0; round <= kFinerRounds && !waiting.empty(); ++round) {
       for (const std::uint32_t f : waiting) domains_[f] = domain(f);
+      if (!geometry_.mayWork()) break;
       waiting = refineEdges(domains_);
     }
     for (std::uint32_t f = 0; f < body.face_count; ++f) meshes_[f] = mesh(f);
-    for (int round = 0; round < kFinerRounds; ++round) {
+    for (int round = 0; round < kFinerRounds && geometry_.mayWork(); ++round) {
       waiting = refineEdges(meshes_);
       if (waiting.empty()) break;
       for (const std::uint32_t f : waiting) {
@@ -195,6 +196,12 @@ class BodyTessellator {
           problem = sampled.problem;
           return false;
         }
+        // An edge may be a side of any number of faces.
+        geometry_.counter().spendSteps(sampled.ids.size());
+        if (!geometry_.mayWork()) {
+          problem = kTooMuchWork;
+          return false;
+        }
         std::vector<std::uint32_t> ids = sampled.ids;
         if (!fin.forward) std::reverse(ids.begin(), ids.end());
         if (last != kNoEdge && ids.front() != last) {
@@ -275,7 +282,7 @@ class BodyTessellator {
   // Two faces may join the same two points of their common border by an edge inside each; then four triangles
   // meet there. One of the faces gets a point between.
   void separate() {
-    for (int round = 0; round < 3; ++round) {
+    for (int round = 0; round < 3 && geometry_.mayWork(); ++round) {
       std::unordered_map<std::uint64_t, std::uint32_t> first_face;
       std::vector<std::uint32_t> again;
       for (std::uint32_t f = 0; f < meshes_.size(); ++f) {
@@ -320,7 +327,9 @@ double roughDiagonal(const Bodies& bodies, Geometry& geometry) {
     const CurveKind kind =
         edge.curve == kNone ? CurveKind::Trimmed : bodies.curves[static_cast<std::size_t>(edge.curve)].kind;
     if (kind == CurveKind::Line || (kind == CurveKind::Intersection && !ring)) continue;
-    for (const Vec3& p : sampleEdge(geometry, edge, coarse).points) {
+    const EdgeSamples samples = sampleEdge(geometry, edge, coarse);
+    if (!geometry.mayWork()) break;
+    for (const Vec3& p : samples.points) {
       if (isFinite(p)) box.add(p);
     }
   }
@@ -359,7 +368,6 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
     tessellator.run(bodies.bodies[b], made.losses);
     made.bodies.push_back(tessellator.shape(scale));
     made.bodies.back().body = b;
-    made.work += made.bodies.back().triangle_faces.size();
   }
   made.is_cut = work < own_limit && !geometry.mayWork();
   made.work += work - geometry.workLeft() + kWorkOfAFace * bodies.faces.size();

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "jttk/brep/bodies.h"
+#include "jttk/brep/work_counter.h"
 #include "jttk/codec/shape_lod.h"
 #include "jttk/file/error.h"
 #include "jttk/file/jt_file.h"
@@ -50,12 +51,10 @@ struct TessellationOptions {
   double angle_tolerance_rad = 0.3490658503988659;  // 20 degrees
   // JT units per metre.
   double units_per_metre = 1000;
-  // Evaluations that are left for all parts together; each part has limits of its own besides.
+  // Evaluations, and what costs as much, that are left for all parts together; each part has limits of its
+  // own besides.
   std::uint64_t work_limit = std::numeric_limits<std::uint64_t>::max();
 };
-
-// The reason of faces that more work would have given.
-inline constexpr const char* kTooMuchWork = "too much work";
 
 // What did not become triangles.
 struct TessellationLoss {
@@ -77,7 +76,7 @@ struct TessellatedBodies {
   std::vector<TessellationLoss> losses;
   double chord_tolerance = 0;  // as used, in JT units
   double diagonal = 0;         // of the bodies' box, in JT units
-  std::uint64_t work = 0;      // evaluations and, counted as such, faces and triangles
+  std::uint64_t work = 0;      // evaluations and, counted as such, faces, triangles and steps of searches
   bool is_cut = false;         // work_limit ended it, and no limit of its own
 };
 

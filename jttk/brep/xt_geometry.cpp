@@ -47,6 +47,15 @@ std::int32_t numberOf(const XtNode& node, std::map<std::uint32_t, std::int32_t>&
 
 }  // namespace
 
+bool XtGeometryReader::takeNumbers(std::size_t count, std::string& problem) {
+  if (count > numbers_left_) {
+    problem = "the same numbers are used too often";
+    return false;
+  }
+  numbers_left_ -= count;
+  return true;
+}
+
 std::int32_t XtGeometryReader::curve(const XtNode& node, int depth) {
   return numberOf(node, curves_, bodies_.curves, [&] {
     if (depth < kMaximumDepth) return readCurve(node, depth);
@@ -74,6 +83,7 @@ Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
   const XtNode chart = node.pointer("chart", 40);
   const std::int32_t stated = chart.integer("chart_count");
   const std::uint32_t count = std::min(chart.count(), stated > 0 ? static_cast<std::uint32_t>(stated) : 0U);
+  if (!takeNumbers(3 * std::size_t{count}, curve.problem)) return curve;
   for (std::uint32_t k = 0; k < count; ++k) {
     const Vec3 point = chart.vector("hvec", k);
     if (!isSane(point)) {

@@ -13,7 +13,9 @@ namespace jttk::brep {
 
 class XtGeometryReader {
  public:
-  explicit XtGeometryReader(Bodies& bodies) : bodies_(bodies) {}
+  // `data_bytes`: the size of the stream, which bounds what is copied out of it.
+  XtGeometryReader(Bodies& bodies, std::size_t data_bytes)
+      : bodies_(bodies), numbers_left_(kFreeNumbers + data_bytes / kBytesPerNumber) {}
 
   // Number of the curve or surface of `node`, read now if it has not been; kNone for a null node. What is
   // not understood becomes one of kind Unknown.
@@ -21,6 +23,13 @@ class XtGeometryReader {
   std::int32_t surface(const XtNode& node) { return surface(node, 0); }
 
  private:
+  // Arrays of numbers are nodes of their own, and any number of curves can refer to one, which each of them
+  // copies. A number takes eight bytes: so each may be used four times, in small streams more often.
+  static constexpr std::size_t kFreeNumbers = 100'000;
+  static constexpr std::size_t kBytesPerNumber = 2;
+
+  // False, with the reason in `problem`, where so many numbers more are too many.
+  bool takeNumbers(std::size_t count, std::string& problem);
   std::int32_t curve(const XtNode& node, int depth);
   std::int32_t surface(const XtNode& node, int depth);
   Curve readCurve(const XtNode& node, int depth);
@@ -35,6 +44,7 @@ class XtGeometryReader {
   std::int32_t surfaceSpline(const XtNode& node, std::string& problem);
 
   Bodies& bodies_;
+  std::size_t numbers_left_;
   std::map<std::uint32_t, std::int32_t> curves_;  // node row -> number; kNone while being read
   std::map<std::uint32_t, std::int32_t> surfaces_;
 };

@@ -32,7 +32,7 @@ double toleranceOf(const XtNode& node) {
 
 class ModelBuilder {
  public:
-  explicit ModelBuilder(Bodies& bodies) : bodies_(bodies), geometry_(bodies) {}
+  ModelBuilder(Bodies& bodies, std::size_t data_bytes) : bodies_(bodies), geometry_(bodies, data_bytes) {}
 
   void addBody(const XtNode& body) {
     Body made;
@@ -201,7 +201,7 @@ class ModelBuilder {
 Bodies buildBodies(const XtNodes& nodes) {
   Bodies bodies;
   bodies.schema = nodes.schema();
-  ModelBuilder builder(bodies);
+  ModelBuilder builder(bodies, nodes.sizeBytes());
   for (std::size_t row = 0; row < nodes.size(); ++row) {
     if (nodes.at(row).type() == kBody) builder.addBody(nodes.at(row));
   }

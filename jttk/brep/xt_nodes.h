@@ -56,6 +56,7 @@ class XtNodes {
   static Result<XtNodes> read(std::span<const std::byte> bytes, std::uint64_t base_offset);
 
   [[nodiscard]] std::size_t size() const { return rows_.size(); }
+  [[nodiscard]] std::size_t sizeBytes() const { return bytes_.size(); }
   [[nodiscard]] XtNode at(std::size_t row) const { return {this, static_cast<std::uint32_t>(row)}; }
   // A null node for index 0 and for an index that no node has.
   [[nodiscard]] XtNode find(std::uint32_t index) const;

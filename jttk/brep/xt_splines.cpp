@@ -14,7 +14,8 @@ constexpr int kMaximumDegree = 30;
 std::vector<double> expandKnots(const XtNode& knots, const XtNode& multiplicities, std::int32_t count,
                                 std::size_t limit) {
   std::vector<double> expanded;
-  if (count < 2 || static_cast<std::uint32_t>(count) > std::min(knots.count(), multiplicities.count())) {
+  if (count < 2 || static_cast<std::size_t>(count) > limit ||
+      static_cast<std::uint32_t>(count) > std::min(knots.count(), multiplicities.count())) {
     return expanded;
   }
   const std::vector<double> distinct = knots.reals("knots", static_cast<std::size_t>(count));
@@ -98,10 +99,12 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
     problem = "fewer points than stated";
     return kNone;
   }
+  if (!takeNumbers(needed, problem)) return kNone;
   spline.points = vertices.reals("vertices", needed);
   spline.knots =
       expandKnots(node.pointer("knots", 128), node.pointer("knot_mult", 127), node.integer("n_knots"),
                   point_limit + static_cast<std::size_t>(spline.degree) + 1);
+  if (!takeNumbers(spline.knots.size(), problem)) return kNone;
   const bool periodic = node.integer("periodic") != 0;
   if (periodic) closeKnots(spline.knots, spline.degree, static_cast<std::size_t>(stored));
   const std::size_t wanted = pointsForKnots(spline.knots.size(), spline.degree);
@@ -143,6 +146,7 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
     problem = "fewer points than stated";
     return kNone;
   }
+  if (!takeNumbers(n_u * n_v * stride, problem)) return kNone;
   const std::vector<double> net = vertices.reals("vertices", n_u * n_v * stride);
   const auto degree_u = static_cast<std::size_t>(spline.degree_u);
   const auto degree_v = static_cast<std::size_t>(spline.degree_v);
@@ -160,6 +164,9 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
     closeKnots(spline.knots_v, spline.degree_v, n_v);
     columns = std::max(columns, pointsForKnots(spline.knots_v.size(), spline.degree_v));
   }
+  // Periodic ones have the first points at their end once more.
+  const std::size_t more = (rows * columns - n_u * n_v) * stride;
+  if (!takeNumbers(spline.knots_u.size() + spline.knots_v.size() + more, problem)) return kNone;
   spline.points.reserve(rows * columns * stride);
   for (std::size_t i = 0; i < rows; ++i) {
     for (std::size_t j = 0; j < columns; ++j) {

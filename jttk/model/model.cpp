@@ -85,6 +85,16 @@ std::vector<StatedExtent> statedExtents(const SceneGraph& graph, const Node& nod
   return stated;
 }
 
+// What is made of a decoded shape, for as long as it takes: strips of polygons, with several arrays of what
+// every triangle has; and tables of the vertices, by whoever is handed them.
+Result<void> takeMemoryToUse(const ShapeGeometry& geometry, MemoryBudget& memory) {
+  constexpr std::uint64_t kBytesPerCorner = 24;
+  constexpr std::uint64_t kBytesPerVertex = 64;
+  const std::size_t corners = geometry.kind == PrimitiveKind::Polygons ? geometry.corner_positions.size() : 0;
+  auto taken = memory.take(corners, kBytesPerCorner, 0);
+  return taken ? memory.take(geometry.positions.size() / 3, kBytesPerVertex, 0) : taken;
+}
+
 Result<ShapeGeometry> decode(const Document& document, const Node& node, MemoryBudget& memory) {
   if (node.kind == NodeKind::NullShape) return ShapeGeometry{};
   const SceneGraph& graph = document.graph;
@@ -106,6 +116,9 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node, MemoryB
   const std::vector<StatedExtent> stated = statedExtents(graph, node);
   Result<ShapeGeometry> geometry =
       decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), {stated, &memory});
+  if (geometry) {
+    if (auto taken = takeMemoryToUse(*geometry, memory); !taken) geometry = tl::unexpected(taken.error());
+  }
   if (!geometry) return tl::unexpected<Error>(geometry.error().in(place));
   for (std::string* text : {&geometry->facts.doubt, &geometry->facts.coordinate_note}) {
     if (!text->empty()) text->insert(0, place + ": ");
@@ -133,13 +146,6 @@ std::size_t cornersWithoutPlace(const ShapeGeometry& geometry) {
   };
   return static_cast<std::size_t>(
       std::count_if(geometry.corner_positions.begin(), geometry.corner_positions.end(), has_no_place));
-}
-
-// Strips are made of polygons with several arrays of what every triangle has, for as long as it takes.
-Result<void> takeStripMemory(const ShapeGeometry& geometry, MemoryBudget& memory) {
-  if (geometry.kind != PrimitiveKind::Polygons) return {};
-  constexpr std::uint64_t kBytesPerCorner = 24;
-  return memory.take(geometry.corner_positions.size(), kBytesPerCorner, 0);
 }
 
 }  // namespace
@@ -384,9 +390,6 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
   const std::uint64_t asked_before = memory_->asked();
   memory_->setLimit(library_.budget().memoryLimit());
   Result<ShapeGeometry> geometry = decode(document, shape.data(), *memory_);
-  if (geometry) {
-    if (auto taken = takeStripMemory(*geometry, *memory_); !taken) geometry = tl::unexpected(taken.error());
-  }
   library_.budget().contents().spend((memory_->asked() - asked_before) / kDecodedBytesPerUnit);
   if (!geometry) {
     memory_->giveBackTo(before);

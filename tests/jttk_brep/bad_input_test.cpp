@@ -1,6 +1,7 @@
 // Damaged models: the face that is hit is reported and left out, the rest comes.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 
 #include "jttk/brep/tessellate.h"
@@ -241,6 +242,60 @@ TEST(BadInput, EveryByteChangedGivesAnErrorOrAModel) {
     }
   }
   EXPECT_GT(read_anyway, 100U);
+}
+
+// Rings whose curves all have one and the same array of points.
+XtModel ringsOfTheSamePoints(int points, int rings) {
+  XtModel model;
+  model.asSheet();
+  XtWriter& nodes = model.nodes();
+  std::vector<double> places;
+  for (int i = 0; i < points; ++i) {
+    const double turn = 6.283185307179586 * (i % (points - 1)) / (points - 1);
+    places.insert(places.end(), {0.01 * std::cos(turn), 0.01 * std::sin(turn), 0});
+  }
+  std::vector<double> knots;
+  std::vector<int> times;
+  for (int i = 0; i < points; ++i) {
+    knots.push_back(i);
+    times.push_back(i == 0 || i == points - 1 ? 2 : 1);
+  }
+  const auto spline = nodes.add(
+      136,
+      {{"degree", 1}, {"n_vertices", points}, {"vertex_dim", 3}, {"n_knots", points}, {"rational", false}});
+  nodes.pointer(spline, "bspline_vertices", nodes.add(45, {{"vertices", places}}));
+  nodes.pointer(spline, "knot_mult", nodes.add(127, {{"mult", times}}));
+  nodes.pointer(spline, "knots", nodes.add(128, {{"knots", knots}}));
+  const auto plane = model.plane({0, 0, 0}, {0, 0, 1}, {1, 0, 0});
+  for (int i = 0; i < rings; ++i) {
+    const auto curve = nodes.add(134);
+    nodes.number(curve, "sense", '+');
+    nodes.pointer(curve, "nurbs", spline);
+    model.face(plane, false, {{{model.edge(curve, -1, -1), true}}});
+  }
+  model.finish();
+  return model;
+}
+
+TEST(BadInput, WhatIsCopiedOutOfTheDataIsBoundedByTheirSize) {
+  const auto copied = [](const Bodies& bodies) {
+    std::size_t numbers = 0;
+    for (const CurveSpline& spline : bodies.curve_splines)
+      numbers += spline.points.size() + spline.knots.size();
+    return numbers;
+  };
+  const auto few = readBodies(ringsOfTheSamePoints(5'000, 3));
+  ASSERT_TRUE(few);
+  EXPECT_EQ(copied(*few), 3 * (5'000 * 4 + 2));
+  const XtModel model = ringsOfTheSamePoints(5'000, 500);
+  const std::size_t size = segmentOf(model).size();
+  const auto bodies = readBodies(model);
+  ASSERT_TRUE(bodies);
+  EXPECT_LE(copied(*bodies), 100'000 + size / 2);
+  EXPECT_GE(copied(*bodies), 80'000U);
+  EXPECT_EQ(bodies->curves.size(), 500U);
+  EXPECT_EQ(bodies->curves.front().kind, CurveKind::BSpline);
+  EXPECT_NE(bodies->curves.back().problem.find("the same numbers are used too often"), std::string::npos);
 }
 
 TEST(BadInput, KnotTable) {

@@ -39,7 +39,8 @@ Triangulation::Constraint constrainLoop(Triangulation& t, const std::vector<std:
 TEST(Delaunay, RandomPointsGiveASoundTriangulation) {
   std::mt19937 random(7);
   std::uniform_real_distribution<double> anywhere(-1, 1);
-  Triangulation t({-1, -1}, {1, 1}, 500);
+  WorkCounter work;
+  Triangulation t({-1, -1}, {1, 1}, 500, work);
   for (int i = 0; i < 500; ++i) t.insert({anywhere(random), anywhere(random)});
   EXPECT_TRUE(t.isSound());
   // Euler: 2 n - 2 - hull, with the frame's four corners as hull.
@@ -47,7 +48,8 @@ TEST(Delaunay, RandomPointsGiveASoundTriangulation) {
 }
 
 TEST(Delaunay, PointsOfAGridAreAllOnCommonCirclesAndLines) {
-  Triangulation t({0, 0}, {20, 20}, 441);
+  WorkCounter work;
+  Triangulation t({0, 0}, {20, 20}, 441, work);
   for (int i = 0; i <= 20; ++i) {
     for (int k = 0; k <= 20; ++k) t.insert({double(i), double(k)});
   }
@@ -55,15 +57,48 @@ TEST(Delaunay, PointsOfAGridAreAllOnCommonCirclesAndLines) {
   EXPECT_TRUE(t.isSound());
 }
 
+TEST(Delaunay, AllThatItDoesIsCounted) {
+  const auto workOf = [](int size, double skew) {
+    WorkCounter work;
+    work.allowEvaluations(1'000'000);
+    Triangulation t({0, 0}, {20, 20}, 441, work);
+    for (int i = 0; i < size; ++i) {
+      for (int k = 0; k < size; ++k) t.insert({i + skew * k * k, k + skew * i * i});
+    }
+    return 1'000'000 - work.evaluationsLeft();
+  };
+  EXPECT_GE(workOf(10, 0.0123), 100U);
+  EXPECT_LE(workOf(10, 0.0123), 1'000U);
+  // Answers that have to be exact take longer.
+  EXPECT_GE(workOf(10, 0), 2 * workOf(10, 0.0123));
+}
+
+TEST(Delaunay, WithoutWorkNothingIsInserted) {
+  WorkCounter work;
+  work.allowEvaluations(40);
+  Triangulation t({0, 0}, {100, 100}, 100, work);
+  std::size_t inserted = 0;
+  for (int i = 0; i < 100; ++i) inserted += t.insert({i + 0.5, i * i * 0.01}) != Triangulation::kNoTriangle;
+  EXPECT_GE(inserted, 10U);
+  EXPECT_LE(inserted, 99U);
+  EXPECT_EQ(t.pointCount(), inserted + Triangulation::kFramePoints);
+  EXPECT_FALSE(work.mayWork());
+  std::pair<std::uint32_t, std::uint32_t> blocking;
+  EXPECT_EQ(t.constrain(Triangulation::kFramePoints, Triangulation::kFramePoints + 5, blocking),
+            Triangulation::Constraint::Crosses);
+}
+
 TEST(Delaunay, PointsAtOnePlaceAreOnePoint) {
-  Triangulation t({0, 0}, {1, 1}, 3);
+  WorkCounter work;
+  Triangulation t({0, 0}, {1, 1}, 3, work);
   const std::uint32_t a = t.insert({0.5, 0.5});
   EXPECT_EQ(t.insert({0.5, 0.5}), a);
   EXPECT_TRUE(t.isSound());
 }
 
 TEST(Delaunay, PolygonWithAHoleCoversItsArea) {
-  Triangulation t({0, 0}, {10, 10}, 8);
+  WorkCounter work;
+  Triangulation t({0, 0}, {10, 10}, 8, work);
   const auto outer = addLoop(t, {{0, 0}, {10, 0}, {10, 10}, {0, 10}});
   const auto hole = addLoop(t, {{3, 3}, {3, 7}, {7, 7}, {7, 3}});
   ASSERT_EQ(constrainLoop(t, outer), Triangulation::Constraint::Done);
@@ -85,7 +120,8 @@ TEST(Delaunay, DeepCombCoversItsArea) {
   comb.push_back({teeth * 1.0, -1});
   comb.push_back({0, -1});
   std::reverse(comb.begin(), comb.end());  // counter-clockwise
-  Triangulation t({0, -1}, {double(teeth), 30}, comb.size());
+  WorkCounter work;
+  Triangulation t({0, -1}, {double(teeth), 30}, comb.size(), work);
   ASSERT_EQ(constrainLoop(t, addLoop(t, comb)), Triangulation::Constraint::Done);
   EXPECT_TRUE(t.markInside());
   EXPECT_NEAR(insideArea(t), teeth * 0.5 * 30 + teeth, 1e-9);
@@ -109,7 +145,8 @@ TEST(Delaunay, StarsOfRandomLoopsCoverTheirArea) {
       const Vec2 b = star[std::size_t((i + 1) % n)];
       area += (a.u * b.v - a.v * b.u) / 2;
     }
-    Triangulation t({-1, -1}, {1, 1}, star.size());
+    WorkCounter work;
+    Triangulation t({-1, -1}, {1, 1}, star.size(), work);
     ASSERT_EQ(constrainLoop(t, addLoop(t, star)), Triangulation::Constraint::Done);
     ASSERT_TRUE(t.markInside());
     ASSERT_NEAR(insideArea(t), area, 1e-12);
@@ -118,7 +155,8 @@ TEST(Delaunay, StarsOfRandomLoopsCoverTheirArea) {
 }
 
 TEST(Delaunay, CrossingConstraintsAreRefusedAndNamed) {
-  Triangulation t({0, 0}, {1, 1}, 4);
+  WorkCounter work;
+  Triangulation t({0, 0}, {1, 1}, 4, work);
   const std::uint32_t a = t.insert({0, 0});
   const std::uint32_t b = t.insert({1, 1});
   const std::uint32_t c = t.insert({1, 0});
@@ -130,7 +168,8 @@ TEST(Delaunay, CrossingConstraintsAreRefusedAndNamed) {
 }
 
 TEST(Delaunay, ConstraintThroughAPointIsRefusedAndNamed) {
-  Triangulation t({0, 0}, {1, 1}, 4);
+  WorkCounter work;
+  Triangulation t({0, 0}, {1, 1}, 4, work);
   const std::uint32_t a = t.insert({0, 0});
   const std::uint32_t m = t.insert({0.5, 0.5});
   const std::uint32_t b = t.insert({1, 1});
@@ -142,7 +181,8 @@ TEST(Delaunay, ConstraintThroughAPointIsRefusedAndNamed) {
 
 TEST(Delaunay, FigureEightIsNotInside) {
   // Counter-clockwise on the left, clockwise on the right, meeting in one point.
-  Triangulation t({0, 0}, {4, 2}, 6);
+  WorkCounter work;
+  Triangulation t({0, 0}, {4, 2}, 6, work);
   const auto loop = addLoop(t, {{2, 1}, {0, 2}, {0, 0}, {2, 1}, {4, 2}, {4, 0}});
   ASSERT_EQ(constrainLoop(t, loop), Triangulation::Constraint::Done);
   EXPECT_FALSE(t.markInside());
@@ -151,7 +191,8 @@ TEST(Delaunay, FigureEightIsNotInside) {
 TEST(Delaunay, RefinedPointsStayInsideAndKeepConstraints) {
   std::mt19937 random(3);
   std::uniform_real_distribution<double> anywhere(0, 10);
-  Triangulation t({0, 0}, {10, 10}, 8);
+  WorkCounter work;
+  Triangulation t({0, 0}, {10, 10}, 8, work);
   ASSERT_EQ(constrainLoop(t, addLoop(t, {{0, 0}, {10, 0}, {10, 10}, {5, 2}, {0, 10}})),
             Triangulation::Constraint::Done);
   ASSERT_TRUE(t.markInside());

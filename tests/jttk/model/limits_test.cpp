@@ -252,6 +252,28 @@ TEST_F(Limits, ExactGeometryThatManyPartsHaveIsTessellatedOnce) {
   EXPECT_EQ(work(20), work(1));
 }
 
+TEST_F(Limits, FacesCountByTheWorkOnTheirTrianglesToo) {
+  const auto work = [](int faces) {
+    const Loaded model(facesOfOneEdge(100, faces));
+    EXPECT_EQ(visit(model.root()).shapes, 2U);
+    EXPECT_THAT(model.recorder.losses, IsEmpty());
+    return budgetOf(model.root()).exact().taken();
+  };
+  // Of two faces one has to be made again, so that they do not share their edges inside: take more.
+  const std::uint64_t more = (work(12) - work(4)) / 8;
+  // The edge has some thousand points: each has to be placed in the plane and among the others.
+  EXPECT_GT(more, 60'000U);
+}
+
+TEST_F(Limits, ManyFacesOfOneEdgeAreCutAndTheRestComes) {
+  const GraphBuilder bomb = facesOfOneEdge(200, 180);
+  ASSERT_LT(bomb.file().size(), 10'000U);
+  const Loaded model(bomb);
+  EXPECT_EQ(visit(model.root()).shapes, 2U);
+  EXPECT_EQ(budgetOf(model.root()).exact().left(), 0U);
+  EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("exact geometry of the model needs more work")));
+}
+
 TEST_F(Limits, WorkOnExactGeometryIsLimitedOverAllParts) {
   const GraphBuilder bomb = costlyParts(8, 2);
   std::uint64_t of_one = 0;

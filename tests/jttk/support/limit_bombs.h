@@ -27,6 +27,21 @@ GraphBuilder failingSegment(std::size_t parts, std::size_t unpacked_bytes);
 // One part with a shape, another with a segment that unpacks to this many zeros.
 GraphBuilder packedZeros(std::size_t unpacked_bytes);
 
+// One shape of one part, whose packets need next to no bits, in the coding of JT 9 or 10: tetrahedra, or
+// polygons that are as crooked as can be, each with its back.
+GraphBuilder tetrahedra(const std::string& version, std::uint32_t count);
+GraphBuilder largePolygons(const std::string& version, std::uint32_t corners, std::uint32_t pairs);
+// The same in the coding of 8.x: a strip whose corners are all the same or all different.
+GraphBuilder longStrip(std::uint32_t corners, bool all_different);
+
+// A large strip, costly exact geometry, packed data that fail, and no end of places, all in one file.
+GraphBuilder everythingAtOnce();
+
+// Bytes without a meaning behind a file, so that it may cost as much as one of `size` bytes.
+Bytes filledUp(Bytes file, std::size_t size = 9'990);
+
+// Plane faces over and over, all within one and the same edge of many bends.
+GraphBuilder facesOfOneEdge(int bends, int faces);
 // The model of costlyParts, as the data of a segment.
 Bytes bumpyFaces(int faces);
 
