@@ -56,7 +56,7 @@ class Builder {
     }
     for (const Unwrapped& loop : unwrapped) checkStraight(loop);
     measureDomain(geometry_, box_, unwrapped, tolerances_, domain_);
-    for (Unwrapped& loop : unwrapped) fillPoles(loop);
+    for (Unwrapped& loop : unwrapped) fillPoles(loop, geometry_.counter());
     if (domain_.flipped) {
       for (Unwrapped& loop : unwrapped) turnOver(loop);
     }

@@ -162,7 +162,7 @@ Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
   return made;
 }
 
-void fillPoles(Unwrapped& loop) {
+void fillPoles(Unwrapped& loop, WorkCounter& work) {
   const std::size_t pieces = std::min(loop.points.size(), kMaximumPoleCopies);
   DomainLoop filled;
   for (std::size_t i = 0; i < loop.points.size(); ++i) {
@@ -171,6 +171,8 @@ void fillPoles(Unwrapped& loop) {
     if (i + 1 == loop.points.size() || loop.points[i + 1].id != from.id || from.edge != kNoEdge) continue;
     const Vec2 way = loop.points[i + 1].uv - from.uv;
     if (way == Vec2{}) continue;
+    work.spendEvaluations(pieces);
+    if (!work.mayWork()) return;
     for (std::size_t k = 1; k < pieces; ++k) {
       const double share = static_cast<double>(k) / static_cast<double>(pieces);
       filled.push_back({from.uv + way * share, from.id, kNoEdge});

@@ -52,8 +52,8 @@ class LoopUnwrapper {
 };
 
 // Between the two copies of a pole that the loop passes come as many as it has points: triangles from there
-// to the pieces of the loop each need a direction of their own.
-void fillPoles(Unwrapped& loop);
+// to the pieces of the loop each need a direction of their own. Every copy counts as an evaluation.
+void fillPoles(Unwrapped& loop, WorkCounter& work);
 
 // Nothing but parameter curves depends on a sphere's axes: they are put where no loop comes near a pole.
 void chooseSphereAxes(Surface& sphere, const std::vector<std::vector<LoopPoint>>& loops,
