@@ -298,6 +298,29 @@ TEST(BadInput, WhatIsCopiedOutOfTheDataIsBoundedByTheirSize) {
   EXPECT_NE(bodies->curves.back().problem.find("the same numbers are used too often"), std::string::npos);
 }
 
+TEST(BadInput, EvaluationsOfSplinesCountByTheirDegrees) {
+  const auto work = [](int degree) {
+    const int size = degree + 1;
+    XtModel model;
+    model.asSheet();
+    std::vector<double> net;
+    for (int i = 0; i < size; ++i) {
+      for (int k = 0; k < size; ++k) net.insert(net.end(), {0.01 * i / degree, 0.01 * k / degree, 0});
+    }
+    const auto surface = model.splineSurface(degree, degree, size, size, false, net, {0, 1}, {size, size},
+                                             {0, 1}, {size, size});
+    const int ring = model.edge(model.circle({0.005, 0.005, 0}, {0, 0, 1}, {1, 0, 0}, 0.002), -1, -1);
+    model.face(surface, false, {{{ring, true}}});
+    model.finish();
+    const auto bodies = readBodies(model);
+    EXPECT_TRUE(bodies);
+    const TessellatedBodies made = tessellate(*bodies, {});
+    EXPECT_TRUE(made.losses.empty());
+    return made.work;
+  };
+  EXPECT_GT(work(30), 8 * work(3));
+}
+
 TEST(BadInput, KnotTable) {
   EXPECT_EQ(knotProblem({0, 0, 1, 1}, 1, 2), "");
   EXPECT_EQ(knotProblem({0, 0, 1}, 1, 2), "knots do not fit the degree and the number of points");
