@@ -25,3 +25,9 @@ if(LOFTBAY_TESTS)
   set_target_properties(loftbay_precompiled_tests PROPERTIES LOFTBAY_UNOPTIMISED ON)
   target_precompile_headers(loftbay_precompiled_tests PRIVATE ${loftbay_test_headers})
 endif()
+
+# Sources of one target are compiled in groups: what several of them instantiate is then compiled once. So names in
+# unnamed namespaces are unique within a target. -DLOFTBAY_UNITY=OFF compiles each by itself, as check-tidy does.
+option(LOFTBAY_UNITY "Compile the sources of a target in groups" ON)
+set(CMAKE_UNITY_BUILD ${LOFTBAY_UNITY})
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 8)

@@ -15,33 +15,33 @@ using diag::text;
 using diag::WriteTraceLog;
 
 namespace {
-constexpr std::string_view kPrefix = "obJt2Zix::Write2DElements()";
+constexpr std::string_view kLinePrefix = "obJt2Zix::Write2DElements()";
 }
 
 void obJt2Zix::Write2DElements(JtkShape* shape, const char* shape_name) {
-  WriteTraceLog(text(kPrefix, ":Start"));
+  WriteTraceLog(text(kLinePrefix, ":Start"));
   const int primitive_sets = shape->getPrimitiveSetCount();
-  if (!beginShape(kPrefix, shape_name, primitive_sets)) return;
+  if (!beginShape(kLinePrefix, shape_name, primitive_sets)) return;
   auto arrays = geometry::readShape(*shape, {.count_normals = false, .keep_colors = optimize});
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::VerticesRead, arrays.coordinates.size());
-  WriteTraceLog(text(kPrefix, ":Extracting Coord,Normal,Color is done"));
+  WriteTraceLog(text(kLinePrefix, ":Extracting Coord,Normal,Color is done"));
 
   std::vector<std::uint32_t> indices(arrays.coordinates.size());
   std::iota(indices.begin(), indices.end(), 0U);
-  WriteTraceLog(text(kPrefix, ":connectivity is done"));
+  WriteTraceLog(text(kLinePrefix, ":connectivity is done"));
   // One entry per set; sets that were empty left no length, and their entries stay 0 at the end.
   std::vector<std::uint32_t> lengths(static_cast<std::size_t>(primitive_sets));
   std::transform(arrays.set_lengths.begin(),
                  arrays.set_lengths.begin() +
                      static_cast<std::ptrdiff_t>(std::min(arrays.set_lengths.size(), lengths.size())),
                  lengths.begin(), [](std::int32_t length) { return static_cast<std::uint32_t>(length); });
-  WriteTraceLog(text(kPrefix, ":Polylength is done"));
+  WriteTraceLog(text(kLinePrefix, ":Polylength is done"));
   observer.counted(Counted::Lines, lengths.size());
 
-  mergeVertices(kPrefix, arrays, indices);
+  mergeVertices(kLinePrefix, arrays, indices);
   const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Lines, arrays.coordinates, indices, lengths);
-  endShape(kPrefix, shape, writeMesh(kPrefix, shape_name, contents));
+  endShape(kLinePrefix, shape, writeMesh(kLinePrefix, shape_name, contents));
 }
 
 }  // namespace loftbay::convert

@@ -14,18 +14,18 @@ using diag::text;
 using diag::WriteTraceLog;
 
 namespace {
-constexpr std::string_view kPrefix = "obJt2Zix::WritePointElements()";
+constexpr std::string_view kPointPrefix = "obJt2Zix::WritePointElements()";
 }
 
 void obJt2Zix::WritePointElements(JtkShape* shape, const char* shape_name) {
-  WriteTraceLog(text(kPrefix, ":Start"));
+  WriteTraceLog(text(kPointPrefix, ":Start"));
   const int primitive_sets = shape->getPrimitiveSetCount();
-  if (!beginShape(kPrefix, shape_name, primitive_sets)) return;
+  if (!beginShape(kPointPrefix, shape_name, primitive_sets)) return;
   const auto arrays = geometry::readShape(*shape, {});
-  WriteTraceLog(text(kPrefix, ":Extracting Coord,Normal,Color is done"));
+  WriteTraceLog(text(kPointPrefix, ":Extracting Coord,Normal,Color is done"));
   const std::size_t points = arrays.coordinates.size();
-  WriteTraceLog(text(kPrefix, ": Coord Size  = ", points));
-  WriteTraceLog(text(kPrefix, ": Color Size  = ", arrays.color_count));
+  WriteTraceLog(text(kPointPrefix, ": Coord Size  = ", points));
+  WriteTraceLog(text(kPointPrefix, ": Color Size  = ", arrays.color_count));
 
   std::vector<std::uint32_t> indices(points);
   std::iota(indices.begin(), indices.end(), 0U);
@@ -34,7 +34,7 @@ void obJt2Zix::WritePointElements(JtkShape* shape, const char* shape_name) {
   observer.counted(Counted::VerticesRead, points);
   observer.counted(Counted::Points, points);
   const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Points, arrays.coordinates, indices, lengths);
-  endShape(kPrefix, shape, writeMesh(kPrefix, shape_name, contents));
+  endShape(kPointPrefix, shape, writeMesh(kPointPrefix, shape_name, contents));
 }
 
 }  // namespace loftbay::convert

@@ -11,6 +11,8 @@
 
 namespace loftbay::geometry {
 
+constexpr std::uint32_t kTriangleCorners = 3;
+
 struct ShapeArrays {
   std::vector<std::int32_t> set_lengths;  // vertex counts of the sets that are not empty, in set order
   std::vector<Point> coordinates;

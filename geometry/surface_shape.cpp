@@ -17,8 +17,7 @@ using diag::WriteTraceLog;
 
 namespace {
 
-constexpr std::string_view kPrefix = "obJt2Zix::WriteShape()";
-constexpr std::uint32_t kTriangle = 3;
+constexpr std::string_view kSurfacePrefix = "obJt2Zix::WriteShape()";
 
 enum class ShapeKind { Surface, Points, Lines };
 
@@ -37,13 +36,14 @@ ShapeKind kindOf(JtkShape& shape) {
 std::vector<std::uint32_t> triangleLengths(std::size_t coordinates, int primitive_sets) {
   const auto triangles = static_cast<std::int32_t>(static_cast<std::uint32_t>(coordinates) -
                                                    2U * static_cast<std::uint32_t>(primitive_sets));
-  return std::vector<std::uint32_t>(triangles < 1 ? 0 : static_cast<std::size_t>(triangles), kTriangle);
+  return std::vector<std::uint32_t>(triangles < 1 ? 0 : static_cast<std::size_t>(triangles),
+                                    geometry::kTriangleCorners);
 }
 
 }  // namespace
 
 void obJt2Zix::WriteShape(JtkShape* shape, const char* shape_name) {
-  WriteTraceLog(text(kPrefix, ":Start"));
+  WriteTraceLog(text(kSurfacePrefix, ":Start"));
   const int primitive_sets = shape->getPrimitiveSetCount();
   switch (kindOf(*shape)) {
     case ShapeKind::Surface:
@@ -67,27 +67,27 @@ void obJt2Zix::WriteShape(JtkShape* shape, const char* shape_name) {
 }
 
 void obJt2Zix::writeSurface(JtkShape* shape, const char* shape_name, int primitive_sets) {
-  if (!beginShape(kPrefix, shape_name, primitive_sets)) return;
+  if (!beginShape(kSurfacePrefix, shape_name, primitive_sets)) return;
   auto arrays = geometry::readShape(*shape, {.count_normals = !optimize, .keep_colors = optimize});
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::VerticesRead, arrays.coordinates.size());
-  WriteTraceLog(text(kPrefix, ":Extracting Coord,Normal,Color is done"));
+  WriteTraceLog(text(kSurfacePrefix, ":Extracting Coord,Normal,Color is done"));
 
   // Lengths may be fewer than the sets (empty ones are not recorded): then the strips end early.
   const std::size_t strips = std::min(arrays.set_lengths.size(), static_cast<std::size_t>(primitive_sets));
   auto indices = geometry::trianglesOfStrips({arrays.set_lengths.data(), strips});
-  WriteTraceLog(text(kPrefix, ":connectivity is done"));
+  WriteTraceLog(text(kSurfacePrefix, ":connectivity is done"));
   const auto lengths = triangleLengths(arrays.coordinates.size(), primitive_sets);
-  WriteTraceLog(text(kPrefix, ":Polylength is done"));
-  observer.counted(Counted::Triangles, indices.size() / kTriangle);
+  WriteTraceLog(text(kSurfacePrefix, ":Polylength is done"));
+  observer.counted(Counted::Triangles, indices.size() / geometry::kTriangleCorners);
 
   const auto wholeTriangles = [&] { return geometry::trianglesOfThreePoints(arrays.coordinates, indices); };
   const std::size_t whole_before = optimize ? wholeTriangles() : 0;
-  mergeVertices(kPrefix, arrays, indices);
+  mergeVertices(kSurfacePrefix, arrays, indices);
   const std::size_t lost = optimize ? whole_before - wholeTriangles() : 0;
   if (lost != 0) notes.add(Dropped::FlattenedTriangles, shape_name, static_cast<std::int64_t>(lost));
   const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Triangles, arrays.coordinates, indices, lengths);
-  endShape(kPrefix, shape, writeMesh(kPrefix, shape_name, contents));
+  endShape(kSurfacePrefix, shape, writeMesh(kSurfacePrefix, shape_name, contents));
 }
 
 }  // namespace loftbay::convert

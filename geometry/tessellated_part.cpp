@@ -7,6 +7,7 @@
 #include "convert/job.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
+#include "geometry/shape_arrays.h"
 
 namespace loftbay::convert {
 
@@ -16,8 +17,7 @@ using diag::WriteTraceLog;
 
 namespace {
 
-constexpr std::string_view kPrefix = "obJt2Zix::WriteShape()";
-constexpr std::uint32_t kTriangle = 3;
+constexpr std::string_view kTessellationPrefix = "obJt2Zix::WriteShape()";
 
 struct Strip {
   std::unique_ptr<float[]> vertices;
@@ -48,7 +48,8 @@ void obJt2Zix::writeTessellatedPart(JtkShape* shape, const char* shape_name) {
   std::vector<float> floats;
   std::vector<std::uint32_t> indices;
   floats.reserve(static_cast<std::size_t>(vertex_count) * 3);
-  if (triangle_count > 0) indices.reserve(static_cast<std::size_t>(triangle_count) * kTriangle);
+  if (triangle_count > 0)
+    indices.reserve(static_cast<std::size_t>(triangle_count) * geometry::kTriangleCorners);
 
   std::uint32_t vertex = 0;
   for (int set = 0; set < primitive_sets; ++set) {
@@ -62,20 +63,20 @@ void obJt2Zix::writeTessellatedPart(JtkShape* shape, const char* shape_name) {
     vertex += static_cast<std::uint32_t>(strip.count);
   }
   const std::vector<std::uint32_t> lengths(triangle_count > 0 ? static_cast<std::size_t>(triangle_count) : 0,
-                                           kTriangle);
+                                           geometry::kTriangleCorners);
 
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::VerticesRead, floats.size() / 3);
-  observer.counted(Counted::Triangles, indices.size() / kTriangle);
-  const auto mesh = writeMesh(kPrefix, shape_name,
+  observer.counted(Counted::Triangles, indices.size() / geometry::kTriangleCorners);
+  const auto mesh = writeMesh(kTessellationPrefix, shape_name,
                               {.type = Orb::Zix::MeshType::Triangles,
                                .coordinates = floats.data(),
                                .point_count = floats.size() / 3,
                                .indices = indices,
                                .lengths = lengths});
   WriteMaterial(materialStack.empty() ? nullptr : materialStack.back(), mesh);
-  WriteTraceLog(text(kPrefix, ":ZIX material is set"));
-  WriteTraceLog(text(kPrefix, ":End"));
+  WriteTraceLog(text(kTessellationPrefix, ":ZIX material is set"));
+  WriteTraceLog(text(kTessellationPrefix, ":End"));
 }
 
 }  // namespace loftbay::convert

@@ -1,15 +1,14 @@
 // Curves: closed forms, splines, and intersection curves, which are interpolated between the points of their
 // fine form (intersection_curve.cpp); and the search for the parameter nearest to a point.
 #include <algorithm>
-#include <numbers>
 
 #include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/vec.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kTurn = 2 * std::numbers::pi;
 constexpr int kMaximumSteps = 30;
 
 bool isClosedSpline(const CurveSpline& spline) {

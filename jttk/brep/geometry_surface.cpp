@@ -1,15 +1,14 @@
 // Surfaces: points and derivatives, the parameters that belong to them, and normals. The way back from a
 // point is in surface_inversion.cpp.
 #include <algorithm>
-#include <numbers>
 
 #include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/vec.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kTurn = 2 * std::numbers::pi;
 constexpr std::uint64_t kEvaluationsOfADomain = 42;
 
 Vec3 around(const Frame& f, double angle) { return f.x * portable::cos(angle) + f.y * portable::sin(angle); }

@@ -1,16 +1,15 @@
 // The inversion of points on surfaces: closed forms where there are any, the surface's curve where it is made
 // of one, else Gauss-Newton from the best of a few start points that follow the knots.
 #include <algorithm>
-#include <numbers>
 #include <numeric>
 
 #include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/vec.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kTurn = 2 * std::numbers::pi;
 constexpr std::size_t kMaximumGridPoints = 40000;
 constexpr int kMaximumSteps = 40;
 constexpr std::size_t kManyStarts = 24;

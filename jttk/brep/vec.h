@@ -2,12 +2,15 @@
 #pragma once
 
 #include <cmath>
+#include <numbers>
 
 #include "host/portable_math.h"
 
 namespace jttk::brep {
 
 namespace portable = loftbay::portable;
+
+inline constexpr double kTurn = 2 * std::numbers::pi;  // radians
 
 struct Vec2 {
   double u = 0;

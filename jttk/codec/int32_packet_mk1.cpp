@@ -21,11 +21,11 @@ namespace jttk {
 namespace {
 
 // Real files nest once.
-constexpr int kMaximumDepth = 4;
+constexpr int kMaximumDepthMk1 = 4;
 // The arithmetic coder's code register is filled ahead of what it needs.
 constexpr std::uint64_t kArithmeticReadAhead = 16;
 
-enum class Codec : std::uint8_t { Null = 0, BitLength = 1, Huffman = 2, Arithmetic = 3 };
+enum class CodecMk1 : std::uint8_t { Null = 0, BitLength = 1, Huffman = 2, Arithmetic = 3 };
 
 using Values = std::vector<std::int32_t>;
 
@@ -254,7 +254,7 @@ Result<void> readOutOfBand(ByteReader& in, const Limits& limits, int depth, Valu
 }
 
 // Huffman and arithmetic packets are laid out alike.
-Result<void> decodeSymbolPacket(ByteReader& in, Codec codec, const Limits& limits, int depth,
+Result<void> decodeSymbolPacket(ByteReader& in, CodecMk1 codec, const Limits& limits, int depth,
                                 Values& values) {
   const Result<ProbabilityContextsMk1> contexts = readProbabilityContextsMk1(in);
   if (!contexts) return tl::unexpected(contexts.error());
@@ -268,9 +268,9 @@ Result<void> decodeSymbolPacket(ByteReader& in, Codec codec, const Limits& limit
   Result<BitReader> bits = readCodeText(in, header->bit_count);
   if (!bits) return tl::unexpected(bits.error());
   values.resize(header->value_count);
-  const auto decode = codec == Codec::Huffman ? decodeHuffman : decodeArithmetic;
+  const auto decode = codec == CodecMk1::Huffman ? decodeHuffman : decodeArithmetic;
   if (const char* problem = decode(*contexts, header->symbol_count, *bits, out_of_band, values)) {
-    return fail(std::string(codec == Codec::Huffman ? "Huffman code: " : "arithmetic code: ") + problem,
+    return fail(std::string(codec == CodecMk1::Huffman ? "Huffman code: " : "arithmetic code: ") + problem,
                 offset);
   }
   return {};
@@ -278,31 +278,31 @@ Result<void> decodeSymbolPacket(ByteReader& in, Codec codec, const Limits& limit
 
 Result<void> decodePacket(ByteReader& in, const Limits& limits, int depth, Values& values) {
   const std::uint64_t offset = in.offset();
-  if (depth > kMaximumDepth) return fail("packets are nested too deeply", offset);
+  if (depth > kMaximumDepthMk1) return fail("packets are nested too deeply", offset);
   values.clear();
-  const auto codec = static_cast<Codec>(in.u8("codec"));
+  const auto codec = static_cast<CodecMk1>(in.u8("codec"));
   if (!in.ok()) return in.unexpected();
   switch (codec) {
-    case Codec::Null:
+    case CodecMk1::Null:
       return decodeNull(in, limits, values);
-    case Codec::BitLength:
+    case CodecMk1::BitLength:
       return decodeBitLength(in, limits, values);
-    case Codec::Huffman:
-    case Codec::Arithmetic:
+    case CodecMk1::Huffman:
+    case CodecMk1::Arithmetic:
       return decodeSymbolPacket(in, codec, limits, depth, values);
   }
   return fail("codec " + std::to_string(static_cast<unsigned>(codec)) + " is not known", offset);
 }
 
 Result<void> skipPacket(ByteReader& in, int depth) {
-  if (depth > kMaximumDepth) return fail("packets are nested too deeply", in.offset());
-  const auto codec = static_cast<Codec>(in.u8("codec"));
-  if (codec > Codec::Arithmetic) in.setFailed("codec", "is not known");
-  if (codec == Codec::Null) {
+  if (depth > kMaximumDepthMk1) return fail("packets are nested too deeply", in.offset());
+  const auto codec = static_cast<CodecMk1>(in.u8("codec"));
+  if (codec > CodecMk1::Arithmetic) in.setFailed("codec", "is not known");
+  if (codec == CodecMk1::Null) {
     in.skip(std::size_t{in.count("value count", 4)} * 4, "values");
   } else {
     bool two_tables = false;
-    if (codec != Codec::BitLength) {
+    if (codec != CodecMk1::BitLength) {
       const Result<ProbabilityContextsMk1> contexts = readProbabilityContextsMk1(in);
       if (!contexts) return tl::unexpected(contexts.error());
       two_tables = contexts->table_count == 2;

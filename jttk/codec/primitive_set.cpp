@@ -47,7 +47,7 @@ void readVersionNumber(ByteReader& in, Version version) {
   if (number != 1 && number != 2) in.setFailed("version", "is not known");
 }
 
-bool readBinding(ByteReader& in, const char* what) {
+bool readIsBound(ByteReader& in, const char* what) {
   constexpr std::uint32_t kGreatest = 3;  // none, per vertex, per facet, per primitive
   const std::uint32_t binding = in.u32(what);
   if (binding > kGreatest) in.setFailed(what, "is not known");
@@ -57,8 +57,8 @@ bool readBinding(ByteReader& in, const char* what) {
 Header readHeader(ByteReader& in, Version version, const Form& form) {
   Header header;
   for (int i = 0; i < form.versions; ++i) readVersionNumber(in, version);
-  readBinding(in, "texture coordinate binding");
-  header.has_colors = readBinding(in, "colour binding");
+  readIsBound(in, "texture coordinate binding");
+  header.has_colors = readIsBound(in, "colour binding");
   if (form.has_bits) {
     header.place_bits = in.u8("bits per vertex");
     header.color_bits = in.u8("bits per colour");

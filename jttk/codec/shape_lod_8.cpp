@@ -11,6 +11,7 @@
 
 #include "jttk/codec/int32_packet_mk1.h"
 #include "jttk/codec/predictors.h"
+#include "jttk/codec/shape_ids.h"
 #include "jttk/codec/shape_limits.h"
 #include "jttk/codec/shape_lod_8_data.h"
 
@@ -22,25 +23,16 @@ using shape8::Binding;
 using shape8::Bindings;
 using shape8::Context;
 
-constexpr Guid vertexShapeGuid(std::uint32_t a) {
-  return {a, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
-}
-constexpr Guid kTriStripSet = vertexShapeGuid(0x10dd10ab);
-constexpr Guid kPolylineSet = vertexShapeGuid(0x10dd10a1);
-constexpr Guid kPolygonSet = vertexShapeGuid(0x10dd109f);
-constexpr Guid kPointSet = {0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
-constexpr Guid kNullShape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
-
-struct Kind {
+struct VertexShape {
   PrimitiveKind primitives;
   const char* name;
 };
 
-std::optional<Kind> vertexShapeKind(const Guid& guid) {
-  if (guid == kTriStripSet) return Kind{PrimitiveKind::TriangleStrips, "tri-strip set"};
-  if (guid == kPolylineSet) return Kind{PrimitiveKind::Polylines, "polyline set"};
-  if (guid == kPolygonSet) return Kind{PrimitiveKind::Polygons, "polygon set"};
-  if (guid == kPointSet) return Kind{PrimitiveKind::Points, "point set"};
+std::optional<VertexShape> vertexShapeKind(const Guid& guid) {
+  if (guid == kTriStripSet) return VertexShape{PrimitiveKind::TriangleStrips, "tri-strip set"};
+  if (guid == kPolylineSet) return VertexShape{PrimitiveKind::Polylines, "polyline set"};
+  if (guid == kPolygonSet) return VertexShape{PrimitiveKind::Polygons, "polygon set"};
+  if (guid == kPointSet) return VertexShape{PrimitiveKind::Points, "point set"};
   return std::nullopt;
 }
 
@@ -137,7 +129,7 @@ Result<void> shape8::readValues(ByteReader& in, Context& context, std::size_t ma
 
 Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind, MemoryBudget* memory) {
   if (kind == kNullShape) return ShapeGeometry{};
-  const std::optional<Kind> vertex_shape = vertexShapeKind(kind);
+  const std::optional<VertexShape> vertex_shape = vertexShapeKind(kind);
   if (!vertex_shape)
     return fail("shape LOD element " + kind.text() + ": not supported", element_body.offset());
   MemoryBudget unlimited;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::array<std::byte, 6> kXzMagic{std::byte{0xfd}, std::byte{'7'}, std::byte{'z'},
                                             std::byte{'X'},  std::byte{'Z'}, std::byte{0}};
-constexpr std::size_t kUsualRatio = 5;
+constexpr std::size_t kUsualRatioOfXz = 5;
 
 class LzmaStream {
  public:
@@ -130,7 +130,7 @@ Result<std::vector<std::byte>> unpackLzma(std::span<const std::byte> packed, std
   if (started != LZMA_OK) return fail("the LZMA stream cannot be unpacked: no memory", offset);
 
   std::vector<std::byte> output;
-  const std::size_t first_size = firstUnpackedSize(packed.size(), kUsualRatio);
+  const std::size_t first_size = firstUnpackedSize(packed.size(), kUsualRatioOfXz);
   std::size_t written = 0;
   stream.next_in = octets(packed).data();
   stream.avail_in = packed.size();

@@ -20,7 +20,6 @@ namespace diag = loftbay::diag;
 
 namespace {
 
-constexpr std::size_t kNamesShown = 5;  // in a note about many
 // In units of which 64 are a place: a name costs what goes beyond a usual length, by the byte. A shape costs
 // eight places, and one for 32 corners, each time that it is handed out, and one for 8 kB of decoded arrays.
 constexpr std::uint64_t kFreeNameBytes = 64;

@@ -12,7 +12,6 @@ namespace jttk {
 
 namespace {
 
-constexpr std::size_t kNamesShown = 5;
 
 struct Wording {
   std::string_view one;   // behind "1 "

@@ -11,6 +11,9 @@ namespace jttk {
 
 struct Document;
 
+// As many names does a note about many tell.
+inline constexpr std::size_t kNamesShown = 5;
+
 class ModelNotes {
  public:
   enum class Kind : std::uint8_t {

@@ -16,8 +16,6 @@ namespace loftbay::maker {
 namespace {
 
 std::int32_t wrap(std::int64_t value) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(value)); }
-std::uint32_t bitsOf(std::int32_t value) { return static_cast<std::uint32_t>(value); }
-
 // 4 bits and a "more" bit at a time, lowest group first; the reader extends the sign of the last group.
 void putNibbles(BitWriter& bits, std::int32_t value) {
   const unsigned groups = std::max(1U, (signedBitsFor(value) + 3) / 4);

@@ -13,6 +13,9 @@ namespace loftbay::maker {
 
 enum class Predictor : std::uint8_t { None, Lag1, Stride1, StripIndex };
 
+// The same 32 bits.
+inline std::uint32_t bitsOf(std::int32_t value) { return static_cast<std::uint32_t>(value); }
+
 // values[0 .. 3] stay; the others become differences from what the predictor expects, modulo 2^32.
 std::vector<std::int32_t> residuals(std::span<const std::int32_t> values, Predictor predictor);
 

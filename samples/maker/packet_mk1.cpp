@@ -12,8 +12,6 @@
 namespace loftbay::maker {
 namespace {
 
-std::uint32_t bitsOf(std::int32_t value) { return static_cast<std::uint32_t>(value); }
-
 unsigned evenWidth(std::int32_t value) { return (signedBitsFor(value) + 1) & ~1U; }
 
 // A width that moves in steps of 2: bit 0 keeps it; bit 1, then one bit per step (1 wider, 0 narrower), then
