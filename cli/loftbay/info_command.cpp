@@ -24,7 +24,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 using host::shownText;
 
-constexpr int kSchemaVersion = 1;
+constexpr int kInfoSchemaVersion = 1;
 
 std::string versionOf(const jttk::FileDescription& file) {
   return fmt::format("{}.{}", file.major, file.minor);
@@ -73,7 +73,7 @@ Json toJson(const std::string& input, const jttk::FileDescription& file) {
   for (const auto& node : file.tree) tree.push_back(toJson(node));
   Json losses = Json::array();
   for (const auto& loss : file.losses) losses.push_back({{"part", loss.part}, {"reason", loss.reason}});
-  Json document = {{"schema_version", kSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
+  Json document = {{"schema_version", kInfoSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
   if (!file.loaded) {
     document["error"] = file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
   }
@@ -176,7 +176,7 @@ Json propertiesJson(const std::string& input, const jttk::FileDescription& file)
                      {"name", node.name.empty() ? Json(nullptr) : Json(node.name)},
                      {"properties", std::move(texts)}});
   }
-  Json document = {{"schema_version", kSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
+  Json document = {{"schema_version", kInfoSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
   if (!file.loaded) document["error"] = failureOf(file);
   document["nodes"] = std::move(nodes);
   return document;

@@ -6,6 +6,8 @@
 namespace loftbay::maker {
 
 enum class JtVersion : std::uint8_t { V8_0, V8_1, V8_2, V9_0, V9_5, V10_0 };
+inline constexpr JtVersion kJtVersions[] = {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2,
+                                            JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0};
 
 // How arrays of integers are stored. A codec that a version or an array does not allow (MoveToFront before
 // 10.0, Huffman after 8.2, …) is replaced by VariableBits.

@@ -12,6 +12,7 @@
 #include "diag/tolerance.h"
 #include "diag/trace_log.h"
 #include "host/path.h"
+#include "tests/conversion/recorded_messages.h"
 #include "tests/jttk/support/jt_graph.h"
 #include "tests/jttk_brep/models.h"
 
@@ -31,15 +32,6 @@ void setVariable(const char* value) {
   value == nullptr ? unsetenv(kVariable) : setenv(kVariable, value, 1);
 #endif
 }
-
-struct Observer : diag::Observer {
-  std::map<diag::Counted, std::uint64_t> counts;
-  std::vector<std::string> losses;
-  void counted(diag::Counted kind, std::uint64_t amount) override { counts[kind] += amount; }
-  void lost(std::string_view part, std::string_view reason) override {
-    losses.push_back(std::string(part) + ": " + std::string(reason));
-  }
-};
 
 class ExactPart : public testing::Test {
  protected:
@@ -89,7 +81,7 @@ class ExactPart : public testing::Test {
     return lines;
   }
 
-  Observer observer;
+  RecordedMessages observer;
 
  private:
   diag::ProgramSeams saved_;

@@ -22,6 +22,7 @@
 #include "jttk/settings.h"
 #include "samples/maker/flange_joint.h"
 #include "samples/maker/write_jt.h"
+#include "tests/conversion/recorded_messages.h"
 #include "tests/jttk_brep/mesh_measures.h"
 #include "tests/support/sample_folder.h"
 #include "zix/reader.h"
@@ -104,13 +105,6 @@ Exact fromSegment(const jttk::Segment& segment, jttk::ByteOrder order) {
   return exact;
 }
 
-struct Observer : loftbay::diag::Observer {
-  std::vector<std::string> losses;
-  void lost(std::string_view part, std::string_view reason) override {
-    losses.push_back(std::string(part) + ": " + std::string(reason));
-  }
-};
-
 // A strip's triangles; every second one is turned back to the first one's sense.
 void addStrip(const float* vertices, int count, bool reversed, std::vector<Corners>& triangles) {
   for (int k = 0; k + 2 < count; ++k) {
@@ -186,7 +180,7 @@ class ExactWays : public testing::Test {
   }
 
   [[nodiscard]] const fs::path& folder() const { return folder_; }
-  Observer observer;
+  RecordedMessages observer;
 
  private:
   loftbay::diag::ProgramSeams saved_;

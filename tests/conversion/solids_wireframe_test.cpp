@@ -13,6 +13,7 @@
 #include "jttk/inspect.h"
 #include "samples/maker/primitives.h"
 #include "samples/maker/write_jt.h"
+#include "tests/conversion/recorded_messages.h"
 #include "tests/jttk/support/jt_graph.h"
 #include "zix/reader.h"
 
@@ -26,17 +27,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-struct Observer : diag::Observer {
-  std::map<diag::Counted, std::uint64_t> counts;
-  std::vector<std::string> losses;
-  std::vector<std::string> notes;
-  void counted(diag::Counted kind, std::uint64_t amount) override { counts[kind] += amount; }
-  void lost(std::string_view part, std::string_view reason) override {
-    losses.push_back(std::string(part) + ": " + std::string(reason));
-  }
-  void note(std::string_view text) override { notes.emplace_back(text); }
-};
 
 class OtherGeometry : public testing::Test {
  protected:
@@ -66,7 +56,7 @@ class OtherGeometry : public testing::Test {
     EXPECT_TRUE(success);
   }
 
-  Observer observer;
+  RecordedMessages observer;
 
  private:
   diag::ProgramSeams saved_;

@@ -19,9 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr JtVersion kVersions[] = {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2,
-                                   JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0};
-
 struct Expected {
   std::vector<std::string> path;
   Matrix world{};
@@ -150,12 +147,12 @@ void expectWalks(const Product& product, const Options& options) {
 
 TEST(FileRoundTrip, theEngineIsTheSameInEveryVersion) {
   const Product engine = beamEngine();
-  for (const auto version : kVersions) expectWalks(engine, {.version = version});
+  for (const auto version : kJtVersions) expectWalks(engine, {.version = version});
 }
 
 TEST(FileRoundTrip, linesAndPointsInEveryVersion) {
   const Product hill = survey();
-  for (const auto version : kVersions) {
+  for (const auto version : kJtVersions) {
     expectWalks(hill, {.version = version});
     expectWalks(hill, {.version = version, .coordinate_bits = 20});
   }
@@ -175,7 +172,7 @@ TEST(FileRoundTrip, segmentTypesAndStoredSegmentsMakeNoDifference) {
 
 TEST(FileRoundTrip, partsInFilesOfTheirOwn) {
   const Product engine = beamEngine();
-  for (const auto version : kVersions) expectWalks(engine, {.version = version, .external_parts = true});
+  for (const auto version : kJtVersions) expectWalks(engine, {.version = version, .external_parts = true});
 }
 
 }  // namespace

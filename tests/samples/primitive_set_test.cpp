@@ -23,9 +23,6 @@ using Type = PrimitiveSolid::Type;
 using jttk::ShapeGeometry;
 
 constexpr Type kTypes[] = {Type::Box, Type::Cylinder, Type::Pyramid, Type::Sphere, Type::TriPrism};
-constexpr JtVersion kVersions[] = {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2,
-                                   JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0};
-
 // About an axis that is none of the coordinates'.
 std::array<float, 4> askew() {
   const double half = 0.35;
@@ -172,7 +169,7 @@ TEST(PrimitiveSets, roundSidesKeepWithinTheirTolerance) {
 }
 
 TEST(PrimitiveSets, everyVersionByteOrderAndCodingGivesTheSameSolids) {
-  for (const auto version : kVersions) {
+  for (const auto version : kJtVersions) {
     for (const bool big_endian : {false, true}) {
       for (const std::uint8_t bits : {std::uint8_t{0}, std::uint8_t{20}}) {
         Options options{
@@ -239,7 +236,7 @@ TEST(PrimitiveSets, aSetOfOneTypeIsAnEntityOfThatType) {
 TEST(PrimitiveSets, filesWithThemAreWalkedAndDescribed) {
   const fs::path folder = fs::path(testing::TempDir()) / "loftbay_primitive_sets";
   fs::create_directories(folder);
-  for (const auto version : kVersions) {
+  for (const auto version : kJtVersions) {
     Product product{"solids", {}, {}, partRef(0)};
     product.parts.emplace_back().name = "solids";
     auto& level = product.parts[0].lods.emplace_back();

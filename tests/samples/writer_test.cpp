@@ -20,9 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::IsEmpty;
 
-constexpr JtVersion kVersions[] = {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2,
-                                   JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0};
-
 Bytes fileBytes(const fs::path& path) {
   std::ifstream stream(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
@@ -56,7 +53,7 @@ Product everything() {
 }
 
 TEST(Writer, everyVersionHoldsTogether) {
-  for (const auto version : kVersions) {
+  for (const auto version : kJtVersions) {
     for (const bool big : {false, true}) {
       for (const bool stored : {false, true}) {
         SCOPED_TRACE(Options{.version = version}.versionText());
@@ -95,7 +92,7 @@ TEST(Verifier, seesDamage) {
 }
 
 TEST(Writer, equalInputGivesEqualBytes) {
-  for (const auto version : kVersions) {
+  for (const auto version : kJtVersions) {
     EXPECT_EQ(writeJtBytes(everything(), {.version = version}),
               writeJtBytes(everything(), {.version = version}));
   }
@@ -114,7 +111,7 @@ TEST(Writer, filesWrittenInPiecesEqualThoseInMemory) {
 }
 
 TEST(Writer, exactGeometryHasASegmentPerPart) {
-  for (const auto version : kVersions) {
+  for (const auto version : kJtVersions) {
     for (const bool big : {false, true}) {
       SCOPED_TRACE(Options{.version = version}.versionText());
       const FileSummary summary =

@@ -19,7 +19,7 @@ using jttk::testing::linesOf;
 using jttk::testing::Point;
 using ::testing::ElementsAre;
 
-const std::vector<Line> kThreePoints = {{{0, 16, -10}, {7, 5, -10}, {255, 32, -10}}};
+const std::vector<Line> kPointsRead = {{{0, 16, -10}, {7, 5, -10}, {255, 32, -10}}};
 
 TEST(LinesAndPointsFromBytes, pointsOf90Quantised) {
   const Bytes data = fromHex({
@@ -86,7 +86,7 @@ TEST(LinesAndPointsFromBytes, pointsOf90Quantised) {
   });
   const ShapeGeometry shape = decoded(data, {9, 0});
   EXPECT_EQ(shape.kind, PrimitiveKind::Points);
-  EXPECT_EQ(linesOf(shape), kThreePoints);
+  EXPECT_EQ(linesOf(shape), kPointsRead);
 }
 
 TEST(LinesAndPointsFromBytes, pointsOf10WithNormalsAndNoPrimitives) {

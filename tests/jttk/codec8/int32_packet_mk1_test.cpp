@@ -39,7 +39,7 @@ Values decode(const Bytes& bytes, std::size_t maximum_count = kAny) {
   return values;
 }
 
-std::string errorOf(const Bytes& bytes, std::size_t maximum_count = kAny) {
+std::string packetError(const Bytes& bytes, std::size_t maximum_count = kAny) {
   ByteReader in = bytes.reader();
   Values values;
   const Result<void> read = decodeInt32PacketMk1(in, maximum_count, values);
@@ -61,9 +61,9 @@ TEST(Int32PacketMk1Null, wordsHaveTheByteOrderOfTheFile) {
 }
 
 TEST(Int32PacketMk1Null, countIsLimitedByTheBytesLeftAndByTheCaller) {
-  EXPECT_THAT(errorOf(Bytes().u8(0).i32(0x7fffffff).i32(0)), HasSubstr("value count"));
-  EXPECT_THAT(errorOf(Bytes().u8(0).i32(-1)), HasSubstr("value count"));
-  EXPECT_THAT(errorOf(nullPacket(Values{1, 2, 3}), 2), HasSubstr("3 values"));
+  EXPECT_THAT(packetError(Bytes().u8(0).i32(0x7fffffff).i32(0)), HasSubstr("value count"));
+  EXPECT_THAT(packetError(Bytes().u8(0).i32(-1)), HasSubstr("value count"));
+  EXPECT_THAT(packetError(nullPacket(Values{1, 2, 3}), 2), HasSubstr("3 values"));
 }
 
 // ---- bit lengths ----
@@ -109,26 +109,28 @@ TEST(Int32PacketMk1BitLength, widthGoesUpTo32) {
 }
 
 TEST(Int32PacketMk1BitLength, widthStaysWithin0To32) {
-  EXPECT_THAT(errorOf(bitLengthPacket(Bits("1 01"), 1)), HasSubstr("width"));
-  EXPECT_THAT(errorOf(bitLengthPacket(Bits("1 10 01  1 001"), 2)), HasSubstr("width"));
+  EXPECT_THAT(packetError(bitLengthPacket(Bits("1 01"), 1)), HasSubstr("width"));
+  EXPECT_THAT(packetError(bitLengthPacket(Bits("1 10 01  1 001"), 2)), HasSubstr("width"));
   const std::string steps17(17, '1');
-  EXPECT_THAT(errorOf(bitLengthPacket(Bits("1").add(steps17).add("0").add(0, 40), 1)), HasSubstr("width"));
+  EXPECT_THAT(packetError(bitLengthPacket(Bits("1").add(steps17).add("0").add(0, 40), 1)),
+              HasSubstr("width"));
 }
 
 TEST(Int32PacketMk1BitLength, textIsUsedUpExactly) {
-  EXPECT_THAT(errorOf(bitLengthPacket(Bits("0 0 0"), 2)), HasSubstr("do not end"));
-  EXPECT_THAT(errorOf(bitLengthPacket(Bits("0 1 10 0"), 2)), HasSubstr("do not end"));
+  EXPECT_THAT(packetError(bitLengthPacket(Bits("0 0 0"), 2)), HasSubstr("do not end"));
+  EXPECT_THAT(packetError(bitLengthPacket(Bits("0 1 10 0"), 2)), HasSubstr("do not end"));
 }
 
 TEST(Int32PacketMk1BitLength, everyValueTakesABit) {
-  EXPECT_THAT(errorOf(bitLengthPacket(Bits("0"), 1000)), HasSubstr("1000 values in 1 bits"));
+  EXPECT_THAT(packetError(bitLengthPacket(Bits("0"), 1000)), HasSubstr("1000 values in 1 bits"));
 }
 
 TEST(Int32PacketMk1BitLength, wordsAreEnoughForTheBits) {
   EXPECT_THAT(decode(Bytes().u8(1).i32(3).i32(3).i32(2).i32(0).i32(0)), ElementsAre(0, 0, 0));
-  EXPECT_THAT(errorOf(Bytes().u8(1).i32(33).i32(3).i32(1).i32(0)), HasSubstr("33 bits in 1 words"));
-  EXPECT_THAT(errorOf(Bytes().u8(1).i32(0x7fffffff).i32(3).i32(0x04000000).i32(0)), HasSubstr("word count"));
-  EXPECT_THAT(errorOf(Bytes().u8(1).i32(-1).i32(0).i32(0)), HasSubstr("code text length"));
+  EXPECT_THAT(packetError(Bytes().u8(1).i32(33).i32(3).i32(1).i32(0)), HasSubstr("33 bits in 1 words"));
+  EXPECT_THAT(packetError(Bytes().u8(1).i32(0x7fffffff).i32(3).i32(0x04000000).i32(0)),
+              HasSubstr("word count"));
+  EXPECT_THAT(packetError(Bytes().u8(1).i32(-1).i32(0).i32(0)), HasSubstr("code text length"));
 }
 
 // ---- Huffman ----
@@ -159,26 +161,28 @@ TEST(Int32PacketMk1Huffman, oneSymbolMayTakeABitEach) {
   const std::vector<std::vector<Entry>> one = {{{4, 9, -3}}};
   EXPECT_EQ(decode(symbolPacket(kHuffman, one, Values{}, Bits("000000000"), 9)), Values(9, -3));
   EXPECT_EQ(decode(symbolPacket(kHuffman, one, Values{}, Bits("111111111"), 9)), Values(9, -3));
-  EXPECT_THAT(errorOf(symbolPacket(kHuffman, one, Values{}, Bits("00000000"), 9)), HasSubstr("do not end"));
-  EXPECT_THAT(errorOf(symbolPacket(kHuffman, one, Values{}, Bits("0000000000"), 9)), HasSubstr("do not end"));
+  EXPECT_THAT(packetError(symbolPacket(kHuffman, one, Values{}, Bits("00000000"), 9)),
+              HasSubstr("do not end"));
+  EXPECT_THAT(packetError(symbolPacket(kHuffman, one, Values{}, Bits("0000000000"), 9)),
+              HasSubstr("do not end"));
 }
 
 TEST(Int32PacketMk1Huffman, textIsUsedUpExactly) {
-  EXPECT_THAT(errorOf(symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00 01 11"), 2)),
+  EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00 01 11"), 2)),
               HasSubstr("do not end"));
-  EXPECT_THAT(errorOf(symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00 0"), 2)),
+  EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00 0"), 2)),
               HasSubstr("do not end"));
 }
 
 TEST(Int32PacketMk1Huffman, outOfBandValuesAreUsedUpExactly) {
-  EXPECT_THAT(errorOf(symbolPacket(kHuffman, kFourEqual, Values{1}, Bits("10 10"), 2)),
+  EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{1}, Bits("10 10"), 2)),
               HasSubstr("more escapes"));
-  EXPECT_THAT(errorOf(symbolPacket(kHuffman, kFourEqual, Values{1, 2}, Bits("10 00"), 2)),
+  EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{1, 2}, Bits("10 00"), 2)),
               HasSubstr("left over"));
 }
 
 TEST(Int32PacketMk1Huffman, tableWithoutSymbols) {
-  EXPECT_THAT(errorOf(symbolPacket(kHuffman, {{}}, Values{}, Bits(), 1)), HasSubstr("without symbols"));
+  EXPECT_THAT(packetError(symbolPacket(kHuffman, {{}}, Values{}, Bits(), 1)), HasSubstr("without symbols"));
   EXPECT_THAT(decode(symbolPacket(kHuffman, {{}}, Values{}, Bits(), 0)), IsEmpty());
 }
 
@@ -221,13 +225,14 @@ TEST(Int32PacketMk1Arithmetic, escapeOfTheFirstTableGivesAValueAndTheSecondsDoes
 
 TEST(Int32PacketMk1Arithmetic, symbolCountFitsTheValueCount) {
   const Bits text("0 1 00 10 11 0");
-  EXPECT_THAT(errorOf(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 5)),
+  EXPECT_THAT(packetError(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 5)),
               HasSubstr("5 symbols for 6"));
-  EXPECT_THAT(errorOf(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 14)),
+  EXPECT_THAT(packetError(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 14)),
               HasSubstr("14 symbols for 6"));
-  EXPECT_THAT(errorOf(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 6)),
+  EXPECT_THAT(packetError(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 6)),
               HasSubstr("fewer values"));
-  EXPECT_THAT(errorOf(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 5, 7)), HasSubstr("more values"));
+  EXPECT_THAT(packetError(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 5, 7)),
+              HasSubstr("more values"));
 }
 
 // What the encoder makes of `choices` (entries of one table), decoded again.
@@ -305,7 +310,7 @@ TEST(Int32PacketMk1Arithmetic, oneSymbolNeedsNoBits) {
 
 TEST(Int32PacketMk1Arithmetic, textThatEndsLongBeforeTheValuesIsAnError) {
   const std::vector<std::vector<Entry>> tables = {{{0, 1, 7}, {1, 1, 9}}};
-  EXPECT_THAT(errorOf(symbolPacket(kArithmetic, tables, Values{}, Bits("0 1 1"), 4)),
+  EXPECT_THAT(packetError(symbolPacket(kArithmetic, tables, Values{}, Bits("0 1 1"), 4)),
               HasSubstr("ends too early"));
 }
 
@@ -320,7 +325,7 @@ TEST(Int32PacketMk1Arithmetic, tablesOfAnyNumberOfOccurrences) {
 }
 
 TEST(Int32PacketMk1Arithmetic, tableWithoutSymbols) {
-  EXPECT_THAT(errorOf(symbolPacket(kArithmetic, {{{0, 0, 7}}}, Values{}, Bits("0"), 1)),
+  EXPECT_THAT(packetError(symbolPacket(kArithmetic, {{{0, 0, 7}}}, Values{}, Bits("0"), 1)),
               HasSubstr("without symbols"));
 }
 
@@ -345,14 +350,14 @@ TEST(Int32PacketMk1, lyingCountsTakeNoMemory) {
   Values values;
   EXPECT_FALSE(decodeInt32PacketMk1(in, 1000, values).has_value());
   EXPECT_LE(values.capacity(), 1000U);
-  EXPECT_THAT(errorOf(symbolPacket(kArithmetic, {{{4, 9, -3}}}, Values{}, Bits(), 1001), 1000),
+  EXPECT_THAT(packetError(symbolPacket(kArithmetic, {{{4, 9, -3}}}, Values{}, Bits(), 1001), 1000),
               HasSubstr("1001 values"));
-  EXPECT_THAT(errorOf(bitLengthPacket(Bits("0 0 0"), 3), 2), HasSubstr("3 values"));
+  EXPECT_THAT(packetError(bitLengthPacket(Bits("0 0 0"), 3), 2), HasSubstr("3 values"));
 }
 
 TEST(Int32PacketMk1, codecsAre0To3) {
-  EXPECT_THAT(errorOf(Bytes().u8(4).i32(0).i32(0).i32(0)), HasSubstr("codec 4"));
-  EXPECT_THAT(errorOf(Bytes().u8(255)), HasSubstr("codec 255"));
+  EXPECT_THAT(packetError(Bytes().u8(4).i32(0).i32(0).i32(0)), HasSubstr("codec 4"));
+  EXPECT_THAT(packetError(Bytes().u8(255)), HasSubstr("codec 255"));
 }
 
 // `inner` as the out-of-band packet of a packet that consists of one escape.
@@ -368,9 +373,9 @@ TEST(Int32PacketMk1, packetsInPacketsHaveAFixedDepth) {
     packet = wrapped(packet);
     EXPECT_THAT(decode(packet), ElementsAre(42));
   }
-  EXPECT_THAT(errorOf(wrapped(packet)), HasSubstr("nested too deeply"));
+  EXPECT_THAT(packetError(wrapped(packet)), HasSubstr("nested too deeply"));
   for (int depth = 0; depth < 1000; ++depth) packet = wrapped(packet);
-  EXPECT_THAT(errorOf(packet), HasSubstr("nested too deeply"));
+  EXPECT_THAT(packetError(packet), HasSubstr("nested too deeply"));
 }
 
 TEST(Int32PacketMk1, outOfBandPacketHoldsWhatIsAnnounced) {
@@ -380,14 +385,14 @@ TEST(Int32PacketMk1, outOfBandPacketHoldsWhatIsAnnounced) {
     return packet.i32(0).i32(2).i32(0);
   };
   EXPECT_THAT(decode(announced(2)), ElementsAre(1, 2));
-  EXPECT_THAT(errorOf(announced(1)), HasSubstr("2 values in a packet that may hold 1"));
-  EXPECT_THAT(errorOf(announced(3)), HasSubstr("2 values where 3 are announced"));
-  EXPECT_THAT(errorOf(announced(-1)), HasSubstr("-1 values"));
+  EXPECT_THAT(packetError(announced(1)), HasSubstr("2 values in a packet that may hold 1"));
+  EXPECT_THAT(packetError(announced(3)), HasSubstr("2 values where 3 are announced"));
+  EXPECT_THAT(packetError(announced(-1)), HasSubstr("-1 values"));
 }
 
 TEST(Int32PacketMk1, packetsAreSkippedWhateverTheirValues) {
   Bytes bad_code = symbolPacket(kHuffman, kFourEqual, Values{5, 6}, Bits("10 10 10"), 3);
-  EXPECT_NE(errorOf(bad_code), "");
+  EXPECT_NE(packetError(bad_code), "");
   for (const Bytes& packet : {nullPacket(Values{1, 2}), bitLengthPacket(Bits("1111"), 4), bad_code,
                               symbolPacket(kHuffman, kFourEqual, Values{}, Bits("00"), 1)}) {
     Bytes two = packet;

@@ -97,26 +97,26 @@ TEST(ProbabilityContextsMk1, everyPrefixIsAnError) {
       bytes, [](ByteReader in, bool whole) { EXPECT_EQ(readProbabilityContextsMk1(in).has_value(), whole); });
 }
 
-std::string errorOf(const Bytes& bytes) {
+std::string contextsError(const Bytes& bytes) {
   ByteReader in = bytes.reader();
   const auto contexts = readProbabilityContextsMk1(in);
   return contexts ? "" : contexts.error().what;
 }
 
 TEST(ProbabilityContextsMk1, tableCountIsOneOrTwo) {
-  EXPECT_THAT(errorOf(Bytes().u8(0)), HasSubstr("0 tables"));
-  EXPECT_THAT(errorOf(Bytes().u8(3)), HasSubstr("3 tables"));
+  EXPECT_THAT(contextsError(Bytes().u8(0)), HasSubstr("0 tables"));
+  EXPECT_THAT(contextsError(Bytes().u8(3)), HasSubstr("3 tables"));
 }
 
 TEST(ProbabilityContextsMk1, fieldsHave32BitsAtMost) {
-  EXPECT_THAT(errorOf(Bytes().u8(1).byteBits(
+  EXPECT_THAT(contextsError(Bytes().u8(1).byteBits(
                   Bits().add(1, 32).add("000010 100001 000011 000000").add(0, 32).add(0, 64))),
               HasSubstr("more than 32 bits"));
 }
 
 TEST(ProbabilityContextsMk1, entryCountIsCheckedAgainstTheBytesLeft) {
   const auto claim = [](std::uint32_t count, std::string_view widths) {
-    return errorOf(Bytes().u8(1).byteBits(Bits().add(count, 32).add(widths).add(0, 32).add(0, 24)));
+    return contextsError(Bytes().u8(1).byteBits(Bits().add(count, 32).add(widths).add(0, 32).add(0, 24)));
   };
   EXPECT_THAT(claim(0xffffffffU, "000010 000100 000011 000000"), HasSubstr("more entries"));
   EXPECT_THAT(claim(3, "000010 000100 000011 000000"), HasSubstr("more entries"));
@@ -127,12 +127,13 @@ TEST(ProbabilityContextsMk1, entryCountIsCheckedAgainstTheBytesLeft) {
 }
 
 TEST(ProbabilityContextsMk1, secondTableHasNoSymbolsOfItsOwn) {
-  EXPECT_THAT(errorOf(test::contexts({{{5, 1, 50}}, {{6, 1, 0}}})),
+  EXPECT_THAT(contextsError(test::contexts({{{5, 1, 50}}, {{6, 1, 0}}})),
               HasSubstr("a symbol that the first table lacks"));
 }
 
 TEST(ProbabilityContextsMk1, nextContextExists) {
-  EXPECT_THAT(errorOf(test::contexts({{{5, 1, 50, 1}}})), HasSubstr("a next context that does not exist"));
+  EXPECT_THAT(contextsError(test::contexts({{{5, 1, 50, 1}}})),
+              HasSubstr("a next context that does not exist"));
 }
 
 }  // namespace

@@ -2,12 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <lzma.h>
 
 #include <cstring>
 #include <memory>
 
 #include "tests/jttk/support/jt_shapes.h"
+#include "tests/jttk/support/xz.h"
 
 namespace {
 
@@ -20,6 +20,7 @@ using jttk::testing::Bytes;
 using jttk::testing::container;
 using jttk::testing::ContainerSegment;
 using jttk::testing::kSegmentId;
+using jttk::testing::xzOf;
 using jttk::testing::zlibOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -269,15 +270,6 @@ TEST(JtFile, noTruncationCrashes) {
   }
 }
 
-Bytes xzOf(const Bytes& plain) {
-  Bytes packed(lzma_stream_buffer_bound(plain.size()));
-  std::size_t size = 0;
-  lzma_easy_buffer_encode(1, LZMA_CHECK_CRC32, nullptr, reinterpret_cast<const std::uint8_t*>(plain.data()),
-                          plain.size(), reinterpret_cast<std::uint8_t*>(packed.data()), &size, packed.size());
-  packed.resize(size);
-  return packed;
-}
-
 // Adds to a number of four bytes.
 void add(Bytes& bytes, std::size_t at, int difference) {
   std::uint32_t value = 0;
@@ -291,7 +283,7 @@ constexpr Guid kOther{7, 7, 7, {}};
 
 // A file of one segment that is packed with zlib, or with LZMA.
 Bytes packedFile(const Bytes& plain, bool lzma) {
-  const Bytes data = lzma ? prefixed(3, 3, xzOf(plain)) : prefixed(2, 2, zlibOf(plain));
+  const Bytes data = lzma ? prefixed(3, 3, xzOf(plain, LZMA_CHECK_CRC32)) : prefixed(2, 2, zlibOf(plain));
   return container("9.5", {{kSegmentId, kSceneGraph, data}});
 }
 

@@ -6,6 +6,7 @@
 #include "jttk/file/inflate.h"
 #include "jttk/file/unxz.h"
 #include "tests/jttk/support/jt_bytes.h"
+#include "tests/jttk/support/xz.h"
 
 namespace {
 
@@ -13,6 +14,7 @@ using jttk::inflateZlib;
 using jttk::unpackLzma;
 using jttk::testing::ByteBuilder;
 using jttk::testing::Bytes;
+using jttk::testing::xzOf;
 using jttk::testing::zlibOf;
 using ::testing::HasSubstr;
 
@@ -20,15 +22,6 @@ Bytes sampleText() {
   ByteBuilder text;
   for (std::uint32_t i = 0; i < 3000; ++i) text.u32(i * i % 977);
   return text.result();
-}
-
-Bytes xzOf(const Bytes& plain) {
-  Bytes packed(lzma_stream_buffer_bound(plain.size()));
-  std::size_t size = 0;
-  lzma_easy_buffer_encode(1, LZMA_CHECK_CRC64, nullptr, reinterpret_cast<const std::uint8_t*>(plain.data()),
-                          plain.size(), reinterpret_cast<std::uint8_t*>(packed.data()), &size, packed.size());
-  packed.resize(size);
-  return packed;
 }
 
 Bytes bareLzmaOf(const Bytes& plain) {

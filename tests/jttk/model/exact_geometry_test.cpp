@@ -22,7 +22,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr Guid kSegment{7, 1, 2, {}};
+constexpr Guid kExactSegment{7, 1, 2, {}};
 constexpr Guid kOther{8, 1, 2, {}};
 
 // 2 cm x 3 cm x 5 cm: 30 cm3.
@@ -138,8 +138,8 @@ class ExactGeometry : public testing::Test {
     GraphBuilder graph;
     graph.partition(0, {1}).name("root");
     graph.metaData(1, {2}).name("assembly");
-    graph.part(2, children).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    graph.exactGeometry(kSegment, data);
+    graph.part(2, children).name("part").lateLoaded("JT_LLPROP_XTBREP", kExactSegment, 17);
+    graph.exactGeometry(kExactSegment, data);
     return graph;
   }
   // Nothing else in it.
@@ -160,8 +160,8 @@ class ExactGeometry : public testing::Test {
     graph.partition(0, {1}).name("root");
     graph.metaData(1, {2}).name("assembly");
     graph.instance(2, 3).name("placed");
-    graph.part(3, {}).name("part").lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    graph.exactGeometry(kSegment, data);
+    graph.part(3, {}).name("part").lateLoaded("JT_LLPROP_XTBREP", kExactSegment, 17);
+    graph.exactGeometry(kExactSegment, data);
     return graph;
   }
 };
@@ -170,9 +170,9 @@ class ExactGeometry : public testing::Test {
 TEST_F(ExactGeometry, StandsForAnEmptyFinestLevelAndTheNextLevelForWhatCannotBeRead) {
   for (const bool readable : {true, false}) {
     GraphBuilder graph;
-    graph.exactGeometry(kSegment, readable ? box() : Bytes(20));
+    graph.exactGeometry(kExactSegment, readable ? box() : Bytes(20));
     graph.partition(0, {1}).name("part");
-    graph.part(1, {2}).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
+    graph.part(1, {2}).lateLoaded("JT_LLPROP_XTBREP", kExactSegment, 17);
     graph.rangeLod(2, {3, 4});
     graph.group(3, {});
     graph.triStrips(4);
@@ -352,8 +352,9 @@ TEST_F(ExactGeometry, WhatIsHiddenStaysHidden) {
 TEST_F(ExactGeometry, AnUnreadableSegmentIsToldOnceWithPartFileAndReason) {
   const Loaded model(alone(Bytes(40, std::byte{3})));
   for (int i = 0; i < 2; ++i) EXPECT_EQ(requires_(model.at({0})), 0);
-  EXPECT_THAT(model.recorder.losses,
-              ElementsAre(AllOf(HasSubstr("part: "), HasSubstr("machine.jt: segment " + kSegment.text()))));
+  EXPECT_THAT(
+      model.recorder.losses,
+      ElementsAre(AllOf(HasSubstr("part: "), HasSubstr("machine.jt: segment " + kExactSegment.text()))));
   EXPECT_EQ(Result(model.at({0})).answer, 0);
 }
 
@@ -379,8 +380,8 @@ TEST_F(ExactGeometry, OtherKindsBesideTheOneThatCanBeReadAreNoLoss) {
   graph.part(2, {})
       .name("part")
       .lateLoaded("JT_LLPROP_OTHER", kOther, 24)
-      .lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-  graph.exactGeometry(kSegment, box());
+      .lateLoaded("JT_LLPROP_XTBREP", kExactSegment, 17);
+  graph.exactGeometry(kExactSegment, box());
   const Loaded model(graph);
   EXPECT_NE(requires_(model.at({0})), 0);
   EXPECT_THAT(model.recorder.losses, IsEmpty());

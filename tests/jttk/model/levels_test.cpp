@@ -23,9 +23,9 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr Guid kSegment{7, 1, 2, {}};
+constexpr Guid kLateSegment{7, 1, 2, {}};
 
-Bytes box() {
+Bytes exactBox() {
   auto model = jttk::brep::models::box(0.02, 0.03, 0.05);
   model.finish();
   return jttk::brep::segmentOf(model);
@@ -143,8 +143,8 @@ TEST_F(FirstLevel, WhereNothingYieldsTheLossNamesTheKind) {
 TEST_F(FirstLevel, ExactGeometryThatIsReadComesBeforeCoarserLevels) {
   for (const Holds first : {Holds::NullShape, Holds::Damage}) {
     GraphBuilder graph = withLevels({first, Holds::Shapes});
-    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    graph.exactGeometry(kSegment, box());
+    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kLateSegment, 17);
+    graph.exactGeometry(kLateSegment, exactBox());
     const Loaded model(graph);
     EXPECT_EQ(static_cast<JtkPart*>(model.root())->requiresTessellation(), 1);
     EXPECT_EQ(model.recorder.losses.size(), first == Holds::Damage ? 1U : 0U);
@@ -155,8 +155,8 @@ TEST_F(FirstLevel, DamagedExactGeometryBesideShapesThatShowNothingIsALoss) {
   for (const bool wanted : {true, false}) {
     jttk::settings().exact_geometry = wanted;
     GraphBuilder graph = withLevels({Holds::EmptyMesh, Holds::NullShape});
-    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    graph.exactGeometry(kSegment, Bytes(20));
+    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kLateSegment, 17);
+    graph.exactGeometry(kLateSegment, Bytes(20));
     const Loaded model(graph);
     for (int twice = 0; twice < 2; ++twice) {
       EXPECT_EQ(static_cast<JtkPart*>(model.root())->requiresTessellation(), 0);
@@ -212,7 +212,7 @@ TEST(UnreadGeometry, IsALossThatNamesTheType) {
       GraphBuilder graph = partOf({2});
       graph.group(2, {3});
       graph.nullShape(3);
-      GraphBuilder::NodeSettings(graph, node).lateLoaded("JT_LLPROP_OTHER", kSegment, type);
+      GraphBuilder::NodeSettings(graph, node).lateLoaded("JT_LLPROP_OTHER", kLateSegment, type);
       const Loaded model(graph);
       auto* part = static_cast<JtkPart*>(model.root());
       static_cast<void>(part->requiresTessellation());
@@ -236,8 +236,8 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
   graph.element(20, kLight, Bytes(1));
   graph.element(21, kTexture, Bytes(1));
   graph.element(22, kTexture, Bytes(1));
-  GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kSegment, 3).attributes({20, 21, 22});
-  graph.lateSegment(kSegment, 3, Bytes(4));
+  GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kLateSegment, 3).attributes({20, 21, 22});
+  graph.lateSegment(kLateSegment, 3, Bytes(4));
   // Only the key says what it is.
   constexpr Guid kByKey{7, 1, 3, {}};
   GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kByKey, 4);
@@ -264,8 +264,8 @@ TEST(Dropped, ColoursOfFacetsThatExactGeometryReplacesAreNoted) {
        {std::array{0.5F, 0.0F, 0.0F, 1.0F}, std::array{0.25F, 0.0F, 0.0F, 0.5F}, kColor}) {
     const bool different = other != kColor;
     GraphBuilder graph = partOf({2, 3});
-    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kSegment, 17);
-    graph.exactGeometry(kSegment, box());
+    GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kLateSegment, 17);
+    graph.exactGeometry(kLateSegment, exactBox());
     graph.material(20, {.diffuse = kColor});
     graph.material(21, {.diffuse = other});
     graph.triStrips(2).attributes({20});

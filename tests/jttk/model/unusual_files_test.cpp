@@ -20,12 +20,12 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr const char* kVersions[] = {"8.1", "9.5", "10.5"};
+constexpr const char* kGenerations[] = {"8.1", "9.5", "10.5"};
 constexpr Guid kNobodysKind{0x12345678, 1, 2, {3}};
 constexpr Guid kWireHarness{0x4cc7a521, 0x0728, 0x11d3, {0x9d, 0x8b, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
 
 TEST(UnusualFiles, AGroupOfAnUnknownKindHoldsItsChildren) {
-  for (const char* version : kVersions) {
+  for (const char* version : kGenerations) {
     GraphBuilder graph(version);
     graph.move(20, 1, 2, 3);
     graph.partition(0, {1}).name("machine");
@@ -65,7 +65,7 @@ TEST(UnusualFiles, AnUnknownNodeWithoutABaseTypeIsMissedWhereItIsAChild) {
 }
 
 TEST(UnusualFiles, ANodeThatTheTableListsTwiceHasAllItsProperties) {
-  for (const char* version : kVersions) {
+  for (const char* version : kGenerations) {
     GraphBuilder graph(version);
     graph.splitPropertyTable();
     graph.partition(0, {1}).name("machine");
@@ -168,7 +168,7 @@ TEST(UnusualFiles, AttributesThatChangeNothingMayBeOfAnyForm) {
 }
 
 TEST(UnusualFiles, APartitionWithChildrenNeedsNothingBehindThem) {
-  for (const char* version : kVersions) {
+  for (const char* version : kGenerations) {
     GraphBuilder graph(version);
     graph.partition(0, {1}).name("machine");
     graph.part(1, {}).name("part");
