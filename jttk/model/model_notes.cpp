@@ -12,7 +12,6 @@ namespace jttk {
 
 namespace {
 
-
 struct Wording {
   std::string_view one;   // behind "1 "
   std::string_view many;  // behind a count
