@@ -3,14 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "jttk/brep/tessellate.h"
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/mesh_measures.h"
 #include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
-
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kZ{0, 0, 1};
 
 Bodies read(const XtModel& model) {
   auto bodies = readBodies(model);

@@ -1,15 +1,10 @@
 #include "tests/jttk_brep/drilled_models.h"
+#include "tests/jttk_brep/axes.h"
 
 #include <functional>
-#include <numbers>
 
 namespace jttk::brep::models {
 namespace {
-
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kY{0, 1, 0};
-constexpr Vec3 kZ{0, 0, 1};
 
 constexpr double kRadius = 0.01;
 constexpr double kHeight = 0.02;      // of cylinder and cone

@@ -4,16 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <numbers>
 
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
-
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kZ{0, 0, 1};
 
 // Bands of a surface that is closed both ways: each is the part on the left of its first ring, also where
 // that goes on beyond the end of the parameters.

@@ -3,29 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include <numbers>
-
 #include "jttk/brep/tessellate.h"
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
 const double kHalf = std::sqrt(0.5);
 
 void expectNear(const Vec3& a, const Vec3& b, double tolerance) {
   EXPECT_LE(distance(a, b), tolerance)
       << a.x << " " << a.y << " " << a.z << " against " << b.x << " " << b.y << " " << b.z;
-}
-
-// A face on a surface brings the surface into Bodies; its loops do not matter here.
-Bodies bodiesOf(XtModel& model, XtModel::Id surface) {
-  model.face(surface, false, {});
-  model.finish();
-  const auto bodies = readBodies(model);
-  EXPECT_TRUE(bodies) << bodies.error().text();
-  return bodies ? *bodies : Bodies{};
 }
 
 // Derivatives against differences, and invert(at(uv)) against uv, on a grid of parameters.

@@ -3,27 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <numbers>
 #include <random>
 
 #include "jttk/brep/geometry.h"
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
-
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kZ{0, 0, 1};
-
-// A face on the surface brings it into Bodies.
-Bodies bodiesOf(XtModel& model, XtModel::Id surface) {
-  model.face(surface, false, {});
-  model.finish();
-  const auto bodies = readBodies(model);
-  EXPECT_TRUE(bodies) << bodies.error().text();
-  return bodies ? *bodies : Bodies{};
-}
 
 class Nearest {
  public:

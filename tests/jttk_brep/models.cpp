@@ -1,6 +1,6 @@
 #include "tests/jttk_brep/models.h"
+#include "tests/jttk_brep/axes.h"
 
-#include <numbers>
 #include <span>
 
 #include "samples/maker/xt_brep.h"
@@ -31,11 +31,6 @@ std::vector<std::byte> segmentAround(const std::vector<std::byte>& stream) {
 
 namespace jttk::brep::models {
 namespace {
-
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kY{0, 1, 0};
-constexpr Vec3 kZ{0, 0, 1};
 
 using Sides = XtModel::LoopSides;
 

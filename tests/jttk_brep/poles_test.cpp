@@ -4,16 +4,13 @@
 
 #include <algorithm>
 #include <functional>
-#include <numbers>
 
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kZ{0, 0, 1};
 constexpr double kRadius = 0.01;
 constexpr double kHeight = 0.02;
 

@@ -42,7 +42,7 @@ void addTriangles(const ShapeGeometry& shape, Triangles& triangles) {
 }
 
 // Greatest distance of corners, middles of sides and centres of one mesh from another.
-double farthest(const Triangles& of, const Triangles& from) {
+double farthestVertex(const Triangles& of, const Triangles& from) {
   const MeshDistance mesh(from);
   double worst = 0;
   for (const auto& t : of) {
@@ -320,10 +320,10 @@ TEST_P(XtSamples, AgreesWithTheFacetsOfItsPart) {
     Triangles fine;
     const TessellatedBodies finer = make(bodies, 0.02);
     for (const TessellatedBody& body : finer.bodies) addTriangles(body.shape, fine);
-    const double of_file = farthest(part.triangles, fine) + finer.chord_tolerance;
-    const double of_own = farthest(own, part.triangles);
+    const double of_file = farthestVertex(part.triangles, fine) + finer.chord_tolerance;
+    const double of_own = farthestVertex(own, part.triangles);
     EXPECT_LE(of_own, made.chord_tolerance + of_file);
-    EXPECT_LE(farthest(own, fine), made.chord_tolerance + finer.chord_tolerance);
+    EXPECT_LE(farthestVertex(own, fine), made.chord_tolerance + finer.chord_tolerance);
     std::printf(
         "area %+.3f %%, volume %+.3f %%, farthest own point from the facets %.4f, facets' own %.4f, chord "
         "%.4f\n",

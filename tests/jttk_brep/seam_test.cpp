@@ -13,7 +13,7 @@ namespace {
 
 using models::Round;
 
-MeshMeasures tessellated(const XtModel& model, double percent, double& chord) {
+MeshMeasures measuredMesh(const XtModel& model, double percent, double& chord) {
   const auto bodies = readBodies(model);
   EXPECT_TRUE(bodies) << bodies.error().text();
   if (!bodies) return {};
@@ -30,7 +30,7 @@ void expectSolid(const models::Drilled& solid) {
   for (const double percent : {1.0, 0.08, 0.02}) {
     SCOPED_TRACE(testing::Message() << percent << " %");
     double chord = 0;
-    const MeshMeasures m = tessellated(solid.model, percent, chord);
+    const MeshMeasures m = measuredMesh(solid.model, percent, chord);
     EXPECT_GT(m.triangles, 0U);
     EXPECT_EQ(m.open_edges, 0U);
     EXPECT_EQ(m.bad_normals, 0U);

@@ -3,16 +3,14 @@
 
 #include <algorithm>
 #include <array>
-#include <numbers>
 #include <utility>
 #include <vector>
 
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
-
-constexpr double kPi = std::numbers::pi;
 
 // The mean of `f` over 0 to 1, by a fine sum.
 template <typename Function>

@@ -5,19 +5,15 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <numbers>
 
 #include "jttk/brep/tessellate.h"
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/mesh_measures.h"
 #include "tests/jttk_brep/read_bodies.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kY{0, 1, 0};
-constexpr Vec3 kZ{0, 0, 1};
 using Id = XtWriter::Id;
 using Loops = std::vector<XtModel::LoopSides>;
 

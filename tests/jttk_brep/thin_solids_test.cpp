@@ -3,16 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numbers>
 
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
-
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kZ{0, 0, 1};
 
 // Both faces of a cap that is flatter than the tolerance are made of the points of its rim alone, and would
 // join the same of them: four triangles would meet at such an edge.

@@ -1,16 +1,12 @@
 // Edges that are off their surfaces, or do not quite close: the file says how far they may be off.
 #include <gtest/gtest.h>
 
-#include <numbers>
-
+#include "tests/jttk_brep/axes.h"
 #include "tests/jttk_brep/solid_checks.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
-constexpr Vec3 kX{1, 0, 0};
-constexpr Vec3 kZ{0, 0, 1};
 constexpr int kEdge = 16;
 constexpr int kVertex = 18;
 
