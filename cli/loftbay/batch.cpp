@@ -9,9 +9,9 @@
 #include <map>
 #include <thread>
 
-#include "cli/arguments.h"
 #include "cli/console.h"
-#include "cli/json_text.h"
+#include "cli/json_value.h"
+#include "cli/loftbay/options.h"
 #include "cli/loftbay/report.h"
 #include "cli/loftbay/single_conversion.h"
 #include "cli/program.h"
@@ -22,8 +22,6 @@
 namespace loftbay::cli {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string narrow(const std::filesystem::path& path) {
   const auto text = path.u8string();
@@ -47,14 +45,14 @@ std::string comparable(std::string name) {
 struct Ending {
   int exit_code = kFailed;
   bool started = true;
-  Json report;
+  JsonValue report;
 };
 
 ConversionReport reportOf(const Batch& batch, const std::string& input, const std::string& error) {
   ConversionReport report;
   report.input = input;
   report.output = batchOutput(input, batch.out_dir);
-  report.options = batch.shared_options;
+  report.options = batch.reported;
   report.error = error;
   return report;
 }
@@ -81,12 +79,12 @@ Ending interrupted(const Batch& batch, const std::string& input, bool started) {
 // Nothing can be converted for this reason.
 int refuseAll(const Batch& batch, const std::string& reason) {
   complain("loftbay", reason);
-  Json reports = Json::array();
+  JsonValue reports = JsonValue::array();
   for (const auto& input : batch.inputs) {
     ConversionReport report = reportOf(batch, input, reason);
     report.exit_code = kPathRefused;
     report.outcome = Outcome::Refused;
-    reports.push_back(toJson(report));
+    reports.add(toJson(report));
   }
   if (batch.json) printJson(reports);
   return kPathRefused;
@@ -103,8 +101,7 @@ void removeNewScene(const std::string& output, std::filesystem::file_time_type s
 Ending convertOne(const Batch& batch, const std::string& program, const std::string& input) {
   const std::string output = batchOutput(input, batch.out_dir);
   std::vector<std::string> arguments = {"convert", "--in-batch", "--json"};
-  arguments.insert(arguments.end(), batch.shared_options.begin(), batch.shared_options.end());
-  if (batch.quiet) arguments.emplace_back("--quiet");
+  arguments.insert(arguments.end(), batch.passed_on.begin(), batch.passed_on.end());
   arguments.insert(arguments.end(), {"--", input, output});
   const auto start = std::filesystem::file_time_type::clock::now();
   // A conversion ends by itself when its time is over, with a report; one that cannot is ended.
@@ -126,11 +123,11 @@ Ending convertOne(const Batch& batch, const std::string& program, const std::str
     if (host::childrenInterrupted()) return interrupted(batch, input, true);
     return withoutReport(batch, input, "the conversion " + child.reason);
   }
-  Json report = Json::parse(child.output, nullptr, false);
-  if (report.is_discarded()) {
+  auto report = JsonValue::parse(child.output);
+  if (!report) {
     return withoutReport(batch, input, fmt::format("the conversion ended with code {}", child.exit_code));
   }
-  return {child.exit_code, true, std::move(report)};
+  return {child.exit_code, true, std::move(*report)};
 }
 
 // Runs the conversions, `jobs` at a time, in input order.
@@ -193,18 +190,21 @@ std::string batchOutput(const std::string& input, const std::string& out_dir) {
 
 int runBatch(const Batch& batch) {
   if (const auto both = clash(batch)) {
-    return wrongUsage("loftbay", both->first + " and " + both->second + " would share the output " +
-                                     batchOutput(both->first, batch.out_dir));
+    return loftbayProgram().refuse(convertInTable(), both->first + " and " + both->second +
+                                                         " would share the output " +
+                                                         batchOutput(both->first, batch.out_dir));
   }
   std::error_code error;
   std::filesystem::create_directories(hostPath(batch.out_dir), error);
   if (error) return refuseAll(batch, batch.out_dir + ": " + error.message());
   callOnInterrupt(passInterruptOn);
-  const auto endings = convertAll(batch);
+  auto endings = convertAll(batch);
 
-  Json reports = Json::array();
-  for (const auto& ending : endings) reports.push_back(ending.report);
-  if (batch.json) printJson(reports);
+  if (batch.json) {
+    JsonValue reports = JsonValue::array();
+    for (auto& ending : endings) reports.add(std::move(ending.report));
+    printJson(reports);
+  }
   printSummary(batch, endings);
   if (host::childrenInterrupted()) return kInterrupted;
   const bool all_done = std::all_of(endings.begin(), endings.end(),

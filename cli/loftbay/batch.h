@@ -11,10 +11,11 @@
 namespace loftbay::cli {
 
 struct Batch {
-  std::vector<std::string> inputs;          // host form, as given
-  std::string out_dir;                      // host form; made when it does not exist
-  std::size_t jobs = 1;                     // processes at a time
-  std::vector<std::string> shared_options;  // passed on to every process, and told in the reports
+  std::vector<std::string> inputs;     // host form, as given
+  std::string out_dir;                 // host form; made when it does not exist
+  std::size_t jobs = 1;                // processes at a time
+  std::vector<std::string> passed_on;  // options for every process, each as one word
+  std::vector<std::string> reported;   // those of them that the reports list
   // What the conversion of one file may take; each of them knows it too.
   std::optional<std::chrono::milliseconds> timeout;
   bool json = false;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,6 @@ struct ConvertOptions {
 
 // Parses the arguments of `convert` and runs it: one file in this process, several with a process each. The
 // result is the exit code.
-int convertCommand(const std::vector<std::string>& arguments);
+int convertCommand(std::span<const std::string> arguments);
 
 }  // namespace loftbay::cli

@@ -13,8 +13,6 @@ namespace loftbay::cli {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr int kSchemaVersion = 1;
 
 // Nodes that share others many levels deep stand for more places than a number can hold.
@@ -158,42 +156,58 @@ std::size_t widthOf(std::string_view utf8) {
       std::ranges::count_if(utf8, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
 }
 
+// Empty: the file states none.
+std::string versionOf(const jttk::FileDescription& file) {
+  return file.major == 0 ? "" : fmt::format("{}.{}", file.major, file.minor);
+}
+
+JsonValue sizeJson(const jttk::FileDescription& file) {
+  const auto size = sizeOf(file);
+  if (!size) return nullptr;
+  JsonValue array = JsonValue::array();
+  for (const double length : *size) array.add(length);
+  return array;
+}
+
+JsonValue levelJson(const LevelSummary& level) {
+  return JsonValue::object({{"triangles_placed", level.placed},
+                            {"triangles_unique", level.unique},
+                            {"shapes", JsonValue::object({{"decoded", level.decoded},
+                                                          {"tessellated", level.tessellated},
+                                                          {"stated", level.stated},
+                                                          {"not_counted", level.not_counted}})}});
+}
+
 }  // namespace
 
 FileSummary summarise(const jttk::FileDescription& file) { return Summing(file).run(); }
 
-nlohmann::ordered_json summaryJson(const std::string& input, const jttk::FileDescription& file) {
+JsonValue summaryJson(const std::string& input, const jttk::FileDescription& file) {
   const FileSummary summary = summarise(file);
   const auto bytes = bytesOf(input);
-  const auto size = sizeOf(file);
-  Json document = {{"schema_version", kSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
+  JsonValue document =
+      JsonValue::object({{"schema_version", kSchemaVersion}, {"input", input}, {"loaded", file.loaded}});
   if (!file.loaded)
-    document["error"] = file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
-  document["version"] = file.major == 0 ? Json(nullptr) : Json(fmt::format("{}.{}", file.major, file.minor));
-  document["bytes"] = bytes ? Json(*bytes) : Json(nullptr);
-  document["units"] = file.units.empty() ? Json(nullptr) : Json(file.units);
-  document["size"] = size ? Json(*size) : Json(nullptr);
-  document["parts"] = {{"placed", summary.parts_placed}, {"unique", summary.parts_unique}};
-  Json levels = Json::array();
-  for (const auto& level : summary.levels) {
-    levels.push_back({{"triangles_placed", level.placed},
-                      {"triangles_unique", level.unique},
-                      {"shapes",
-                       {{"decoded", level.decoded},
-                        {"tessellated", level.tessellated},
-                        {"stated", level.stated},
-                        {"not_counted", level.not_counted}}}});
-  }
-  document["levels"] = std::move(levels);
-  document["tree_is_cut"] = file.tree_is_cut;
-  Json not_converted = Json::array();
+    document.set("error", file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason);
+  document.set("version", orNull(versionOf(file)));
+  document.set("bytes", orNull(bytes));
+  document.set("units", orNull(file.units));
+  document.set("size", sizeJson(file));
+  document.set("parts",
+               JsonValue::object({{"placed", summary.parts_placed}, {"unique", summary.parts_unique}}));
+  JsonValue levels = JsonValue::array();
+  for (const auto& level : summary.levels) levels.add(levelJson(level));
+  document.set("levels", std::move(levels));
+  document.set("tree_is_cut", file.tree_is_cut);
+  JsonValue not_converted = JsonValue::array();
   for (const auto& [what, count] : summary.not_converted)
-    not_converted.push_back({{"what", what}, {"count", count}});
-  document["not_converted"] = std::move(not_converted);
-  Json losses = Json::array();
-  for (const auto& loss : file.losses) losses.push_back({{"part", loss.part}, {"reason", loss.reason}});
-  document["cannot_be_converted"] = std::move(losses);
-  document["notes"] = file.notes;
+    not_converted.add(JsonValue::object({{"what", what}, {"count", count}}));
+  document.set("not_converted", std::move(not_converted));
+  JsonValue losses = JsonValue::array();
+  for (const auto& loss : file.losses)
+    losses.add(JsonValue::object({{"part", loss.part}, {"reason", loss.reason}}));
+  document.set("cannot_be_converted", std::move(losses));
+  document.set("notes", file.notes);
   return document;
 }
 
@@ -206,7 +220,7 @@ void SummaryTable::add(const std::string& input, const jttk::FileDescription& fi
   const auto orDash = [](std::string text) { return text.empty() ? std::string("-") : std::move(text); };
   std::vector<std::string> row = {
       input,
-      file.major == 0 ? "-" : fmt::format("{}.{}", file.major, file.minor),
+      orDash(versionOf(file)),
       orDash(file.units),
       size ? fmt::format("{:.6g} x {:.6g} x {:.6g}", (*size)[0], (*size)[1], (*size)[2]) : "-",
       fmt::format("{}{}", summary.parts_placed, file.tree_is_cut ? "+" : ""),

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "cli/json_value.h"
 #include "jttk/inspect.h"
 
 namespace loftbay::cli {
@@ -34,7 +34,7 @@ struct FileSummary {
 
 FileSummary summarise(const jttk::FileDescription& file);
 
-nlohmann::ordered_json summaryJson(const std::string& input, const jttk::FileDescription& file);
+JsonValue summaryJson(const std::string& input, const jttk::FileDescription& file);
 
 // A table with a heading and a row for each call of add().
 class SummaryTable {

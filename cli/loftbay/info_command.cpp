@@ -2,13 +2,12 @@
 
 #include <fmt/core.h>
 
-#include <nlohmann/json.hpp>
-
-#include "cli/arguments.h"
+#include "cli/command_line.h"
 #include "cli/console.h"
-#include "cli/json_text.h"
+#include "cli/json_value.h"
 #include "cli/loftbay/file_summary.h"
 #include "cli/loftbay/limits.h"
+#include "cli/loftbay/options.h"
 #include "cli/loftbay/report.h"
 #include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
@@ -21,7 +20,6 @@ namespace loftbay::cli {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using host::shownText;
 
 constexpr int kInfoSchemaVersion = 1;
@@ -43,54 +41,76 @@ std::map<std::string, std::size_t> segmentsByCompression(const jttk::FileDescrip
   return counts;
 }
 
-Json toJson(const jttk::ShapeDescription& shape) {
-  return {{"kind", shape.kind.empty() ? Json(nullptr) : Json(shape.kind)},
-          {"sets", shape.sets},
-          {"triangles", shape.triangles},
-          {"lines", shape.lines},
-          {"points", shape.points}};
+JsonValue toJson(const std::map<std::string, std::size_t>& counts) {
+  JsonValue object = JsonValue::object();
+  for (const auto& [what, count] : counts) object.set(what, std::uint64_t{count});
+  return object;
 }
 
-Json toJson(const jttk::NodeDescription& node) {
-  Json levels = Json::array();
-  for (const auto& level : node.levels) {
-    Json shapes = Json::array();
-    for (const auto& shape : level) shapes.push_back(toJson(shape));
-    levels.push_back(std::move(shapes));
-  }
-  return {{"depth", node.depth},
-          {"kind", node.kind},
-          {"name", node.name},
-          {"transform", node.has_transform},
-          {"material", node.has_material},
-          {"listed_before", node.listed_before},
-          {"units", node.units.empty() ? Json(nullptr) : Json(node.units)},
-          {"levels", std::move(levels)}};
+JsonValue toJson(const jttk::ShapeDescription& shape) {
+  return JsonValue::object({{"kind", orNull(shape.kind)},
+                            {"sets", std::uint64_t{shape.sets}},
+                            {"triangles", std::uint64_t{shape.triangles}},
+                            {"lines", std::uint64_t{shape.lines}},
+                            {"points", std::uint64_t{shape.points}}});
 }
 
-Json toJson(const std::string& input, const jttk::FileDescription& file) {
-  Json tree = Json::array();
-  for (const auto& node : file.tree) tree.push_back(toJson(node));
-  Json losses = Json::array();
-  for (const auto& loss : file.losses) losses.push_back({{"part", loss.part}, {"reason", loss.reason}});
-  Json document = {{"schema_version", kInfoSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
-  if (!file.loaded) {
-    document["error"] = file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
-  }
-  document["version"] = file.major == 0 ? Json(nullptr) : Json(versionOf(file));
-  document["byte_order"] = file.big_endian ? "big" : "little";
-  document["header"] = file.header_text;
-  document["units"] = file.units.empty() ? Json(nullptr) : Json(file.units);
-  document["segments"] = segmentsByType(file);
-  document["compression"] = segmentsByCompression(file);
-  document["duplicate_toc_entries"] = file.duplicate_entries;
-  document["files"] = file.files;
-  document["tree"] = std::move(tree);
-  document["tree_is_cut"] = file.tree_is_cut;
-  document["unknown_elements"] = file.unknown;
-  document["unreadable_segments"] = file.unreadable_segments;
-  document["cannot_be_converted"] = std::move(losses);
-  document["notes"] = file.notes;
+JsonValue toJson(const jttk::NodeDescription& node);
+
+// An array with what `toJson` makes of each item.
+template <typename T>
+JsonValue toJson(const std::vector<T>& items) {
+  JsonValue array = JsonValue::array();
+  for (const T& item : items) array.add(toJson(item));
+  return array;
+}
+
+JsonValue toJson(const jttk::NodeDescription& node) {
+  return JsonValue::object({{"depth", std::uint64_t{node.depth}},
+                            {"kind", node.kind},
+                            {"name", node.name},
+                            {"transform", node.has_transform},
+                            {"material", node.has_material},
+                            {"listed_before", node.listed_before},
+                            {"units", orNull(node.units)},
+                            {"levels", toJson(node.levels)}});
+}
+
+JsonValue lossesJson(const jttk::FileDescription& file) {
+  JsonValue losses = JsonValue::array();
+  for (const auto& loss : file.losses)
+    losses.add(JsonValue::object({{"part", loss.part}, {"reason", loss.reason}}));
+  return losses;
+}
+
+std::string failureOf(const jttk::FileDescription& file) {
+  return file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
+}
+
+// What the documents of all forms begin with.
+JsonValue documentOf(const std::string& input, const jttk::FileDescription& file) {
+  JsonValue document =
+      JsonValue::object({{"schema_version", kInfoSchemaVersion}, {"input", input}, {"loaded", file.loaded}});
+  if (!file.loaded) document.set("error", failureOf(file));
+  return document;
+}
+
+JsonValue descriptionJson(const std::string& input, const jttk::FileDescription& file) {
+  JsonValue document = documentOf(input, file);
+  document.set("version", file.major == 0 ? JsonValue() : JsonValue(versionOf(file)));
+  document.set("byte_order", file.big_endian ? "big" : "little");
+  document.set("header", file.header_text);
+  document.set("units", orNull(file.units));
+  document.set("segments", toJson(segmentsByType(file)));
+  document.set("compression", toJson(segmentsByCompression(file)));
+  document.set("duplicate_toc_entries", std::uint64_t{file.duplicate_entries});
+  document.set("files", file.files);
+  document.set("tree", toJson(file.tree));
+  document.set("tree_is_cut", file.tree_is_cut);
+  document.set("unknown_elements", toJson(file.unknown));
+  document.set("unreadable_segments", file.unreadable_segments);
+  document.set("cannot_be_converted", lossesJson(file));
+  document.set("notes", file.notes);
   return document;
 }
 
@@ -161,24 +181,19 @@ bool isWhole(const jttk::FileDescription& file) {
   return file.loaded && file.losses.empty() && file.unreadable_segments.empty();
 }
 
-std::string failureOf(const jttk::FileDescription& file) {
-  return file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
-}
-
-Json propertiesJson(const std::string& input, const jttk::FileDescription& file) {
-  Json nodes = Json::array();
+JsonValue propertiesJson(const std::string& input, const jttk::FileDescription& file) {
+  JsonValue nodes = JsonValue::array();
   for (const auto& node : file.properties) {
-    Json texts = Json::array();
-    for (const auto& [key, text] : node.texts) texts.push_back({{"key", key}, {"text", text}});
-    nodes.push_back({{"file", node.file},
-                     {"id", node.id},
-                     {"kind", node.kind},
-                     {"name", node.name.empty() ? Json(nullptr) : Json(node.name)},
-                     {"properties", std::move(texts)}});
+    JsonValue texts = JsonValue::array();
+    for (const auto& [key, text] : node.texts) texts.add(JsonValue::object({{"key", key}, {"text", text}}));
+    nodes.add(JsonValue::object({{"file", node.file},
+                                 {"id", node.id},
+                                 {"kind", node.kind},
+                                 {"name", orNull(node.name)},
+                                 {"properties", std::move(texts)}}));
   }
-  Json document = {{"schema_version", kInfoSchemaVersion}, {"input", input}, {"loaded", file.loaded}};
-  if (!file.loaded) document["error"] = failureOf(file);
-  document["nodes"] = std::move(nodes);
+  JsonValue document = documentOf(input, file);
+  document.set("nodes", std::move(nodes));
   return document;
 }
 
@@ -201,24 +216,6 @@ struct InfoOptions {
   bool properties = false;
 };
 
-void declare(CLI::App& app, InfoOptions& options) {
-  app.footer(
-      "Exit codes: 0 done, 1 a file cannot be loaded or something in it cannot be read, 2 wrong usage.");
-  app.set_version_flag("--version", "loftbay " LOFTBAY_VERSION);
-  app.add_option("IN.jt", options.inputs, "the JT file; with --summary several")->required();
-  app.add_flag("--json", options.json,
-               "one JSON document on standard output; with --summary an array with an object for each file");
-  app.add_flag(
-      "--summary", options.summary,
-      "one line for each file: unit, size as the file states it, parts placed and unique, triangles of "
-      "all placed parts by level, what is in the file and will not be converted");
-  app.add_flag(
-      "--stated", options.stated,
-      "with --summary: no shape is decoded; triangles are what the file states (exact in 8.x, an upper "
-      "bound in later versions), and shapes that cannot be read are not found");
-  app.add_flag("--properties", options.properties, "the properties of every node instead: keys and texts");
-}
-
 // Why the options make no sense; empty when they do.
 std::string complaint(const InfoOptions& options) {
   if (options.summary && options.properties) return "--summary and --properties exclude each other";
@@ -229,13 +226,13 @@ std::string complaint(const InfoOptions& options) {
 
 bool summariseFiles(const InfoOptions& options) {
   bool sound = true;
-  Json documents = Json::array();
+  JsonValue documents = JsonValue::array();
   SummaryTable table;
   for (const std::string& input : options.inputs) {
     const auto file = jttk::describeFile(host::toProgramPath(input), {.decode_shapes = !options.stated});
     sound = isWhole(file) && sound;
     if (options.json) {
-      documents.push_back(summaryJson(input, file));
+      documents.add(summaryJson(input, file));
     } else {
       table.add(input, file);
     }
@@ -253,7 +250,7 @@ bool describe(const InfoOptions& options) {
   const auto file = jttk::describeFile(
       host::toProgramPath(input), {.decode_shapes = !options.properties, .properties = options.properties});
   if (options.json) {
-    printJson(options.properties ? propertiesJson(input, file) : toJson(input, file));
+    printJson(options.properties ? propertiesJson(input, file) : descriptionJson(input, file));
   } else if (options.properties) {
     printProperties(file);
   } else {
@@ -270,27 +267,15 @@ bool describe(const InfoOptions& options) {
 
 }  // namespace
 
-int infoCommand(const std::vector<std::string>& arguments) {
-  InfoOptions options;
-  CLI::App app(
-      "Tells what a JT file holds: version, segments, tree, levels of detail, shapes, what cannot be "
-      "converted.",
-      "loftbay info");
-  declare(app, options);
-  std::vector<std::string> search_dirs;
-  addSearchDirs(app, search_dirs);
-  LimitTexts limit_texts;
-  addLimits(app, limit_texts);
-  if (const auto code = parseArguments(app, arguments)) return *code;
-  if (const std::string reason = complaintOfSearchDirs(search_dirs); !reason.empty())
-    return wrongUsage("loftbay", reason);
-  Limits limits;
-  if (const std::string reason = readLimits(app, limit_texts, limits); !reason.empty())
-    return wrongUsage("loftbay info", reason);
-  setLimits(limits);
-  setSearchDirs(search_dirs);
+int infoCommand(std::span<const std::string> arguments) {
+  const auto line = readCommandLine(loftbayProgram(), infoInTable(), arguments);
+  if (!line) return finishOutput("loftbay") ? line.error() : kFailed;
+  const InfoOptions options{line->operands(), line->has("--json"), line->has("--summary"),
+                            line->has("--stated"), line->has("--properties")};
   if (const std::string reason = complaint(options); !reason.empty())
-    return wrongUsage("loftbay info", reason);
+    return loftbayProgram().refuse(infoInTable(), reason);
+  setLimits(limitsIn(*line));
+  setSearchDirs(line->values("--search-dir"));
   bool sound = false;
   try {
     sound = options.summary ? summariseFiles(options) : describe(options);

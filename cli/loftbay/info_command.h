@@ -1,11 +1,11 @@
 // `loftbay info`: what a JT file holds.
 #pragma once
 
+#include <span>
 #include <string>
-#include <vector>
 
 namespace loftbay::cli {
 
-int infoCommand(const std::vector<std::string>& arguments);
+int infoCommand(std::span<const std::string> arguments);
 
 }  // namespace loftbay::cli

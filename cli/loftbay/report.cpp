@@ -61,51 +61,54 @@ const char* nameOf(Outcome outcome) {
   return "timeout";
 }
 
-nlohmann::ordered_json toJson(const std::optional<Unit>& unit) {
+JsonValue toJson(const std::optional<Unit>& unit) {
   if (!unit) return nullptr;
-  return {{"name", unit->name}, {"metres", unit->metres}};
+  return JsonValue::object({{"name", unit->name}, {"metres", unit->metres}});
 }
 
-nlohmann::ordered_json toJson(const std::optional<SceneBytes>& bytes) {
+JsonValue toJson(const std::optional<SceneBytes>& bytes) {
   if (!bytes) return nullptr;
-  return {{"arrays", bytes->arrays}, {"records", bytes->total - bytes->arrays}, {"total", bytes->total}};
+  return JsonValue::object(
+      {{"arrays", bytes->arrays}, {"records", bytes->total - bytes->arrays}, {"total", bytes->total}});
+}
+
+JsonValue toJson(const ConversionCounts& counts) {
+  return JsonValue::object({{"nodes", counts.nodes},
+                            {"transforms", counts.transforms},
+                            {"shapes", counts.shapes},
+                            {"meshes", counts.meshes},
+                            {"materials", counts.materials},
+                            {"triangles", counts.triangles},
+                            {"lines", counts.lines},
+                            {"points", counts.points},
+                            {"vertices_read", counts.vertices_read},
+                            {"vertices_written", counts.vertices_written}});
 }
 
 }  // namespace
 
-nlohmann::ordered_json toJson(const ConversionReport& report) {
-  using Json = nlohmann::ordered_json;
-  Json skipped = Json::array();
-  for (const auto& loss : report.skipped) skipped.push_back({{"part", loss.part}, {"reason", loss.reason}});
-  const auto& counts = report.counts;
-  return {{"schema_version", kSchemaVersion},
-          {"input", report.input},
-          {"output", report.output},
-          {"ok", report.exit_code == 0},
-          {"jt_version", report.jt_version ? Json(*report.jt_version) : Json(nullptr)},
-          {"seconds", report.seconds},
-          {"peak_rss_kb", report.peak_rss_kb},
-          {"counts",
-           {{"nodes", counts.nodes},
-            {"transforms", counts.transforms},
-            {"shapes", counts.shapes},
-            {"meshes", counts.meshes},
-            {"materials", counts.materials},
-            {"triangles", counts.triangles},
-            {"lines", counts.lines},
-            {"points", counts.points},
-            {"vertices_read", counts.vertices_read},
-            {"vertices_written", counts.vertices_written}}},
-          {"skipped", skipped},
-          {"notes", Json(report.notes)},
-          {"log", report.log.empty() ? Json(nullptr) : Json(report.log)},
-          {"outcome", nameOf(report.outcome)},
-          {"exit_code", report.exit_code},
-          {"error", report.error ? Json(*report.error) : Json(nullptr)},
-          {"options", Json(report.options)},
-          {"files", Json(report.files)},
-          {"unit", toJson(report.unit)},
-          {"bytes", toJson(report.bytes)}};
+JsonValue toJson(const ConversionReport& report) {
+  JsonValue skipped = JsonValue::array();
+  for (const auto& loss : report.skipped)
+    skipped.add(JsonValue::object({{"part", loss.part}, {"reason", loss.reason}}));
+  return JsonValue::object({{"schema_version", kSchemaVersion},
+                            {"input", report.input},
+                            {"output", report.output},
+                            {"ok", report.exit_code == 0},
+                            {"jt_version", orNull(report.jt_version)},
+                            {"seconds", report.seconds},
+                            {"peak_rss_kb", report.peak_rss_kb},
+                            {"counts", toJson(report.counts)},
+                            {"skipped", std::move(skipped)},
+                            {"notes", report.notes},
+                            {"log", orNull(report.log)},
+                            {"outcome", nameOf(report.outcome)},
+                            {"exit_code", report.exit_code},
+                            {"error", orNull(report.error)},
+                            {"options", report.options},
+                            {"files", report.files},
+                            {"unit", toJson(report.unit)},
+                            {"bytes", toJson(report.bytes)}});
 }
 
 std::string lossText(std::string_view part, std::string_view reason) {

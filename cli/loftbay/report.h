@@ -3,12 +3,12 @@
 
 #include <cstdint>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "cli/json_value.h"
 #include "diag/program_seams.h"
 
 namespace loftbay::cli {
@@ -72,7 +72,7 @@ struct ConversionReport {
 };
 
 // The document that docs/report.schema.json describes.
-nlohmann::ordered_json toJson(const ConversionReport& report);
+JsonValue toJson(const ConversionReport& report);
 
 // "PART: REASON", without the part where the reason names it already.
 std::string lossText(std::string_view part, std::string_view reason);

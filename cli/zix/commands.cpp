@@ -1,40 +1,115 @@
-// The table of commands.
+// The table of commands and options.
+#include "cli/console.h"
 #include "cli/zix/command.h"
+#include "cli/zix/option_values.h"
+#include "zix/format.h"
+#include "zix/render.h"
 
 namespace loftbay::cli {
 
-std::span<const Command> commands() {
-  static const std::vector<Command> table = {
-      {"info",
-       {"F"},
-       "What the scene holds: counts, bounds, views, meshes.",
-       {{"--json", "", "One JSON document instead of text."}},
-       runInfo},
-      {"tree", {"F"}, "The scene's tree, one object per line.", {}, runTree},
-      {"validate", {"F"}, "Checks every byte of the file. Code 1 when it is damaged.", {}, runValidate},
-      {"diff",
-       {"A", "B"},
-       "The first differences in tree, placements, arrays and materials. Code 1 when there are any.",
-       {{"--tolerance", "X",
-         "Numbers that differ by at most X count as equal; without it, only equal bits do."}},
-       runDiff},
-      {"export",
-       {"F", "OUT"},
-       "Writes the scene in another format, by OUT's extension: .glb (tree and materials), .stl (binary) or "
-       ".obj (both in world coordinates).",
-       {},
-       runExport},
-      {"render",
-       {"F", "OUT.png"},
-       "A picture of the scene.",
-       {{"--size", "WxH", "Width and height in pixels; 1024x768 unless stated."},
-        {"--view", "NAME",
-         "One of the scene's views: front, back, left, right, top, bottom, iso (the default)."},
-        {"--edges", "", "Draws the edges of surfaces dark."},
-        {"--flat", "", "Every triangle in one shade."}},
-       runRender},
-  };
-  return table;
+namespace {
+
+constexpr std::string_view kExitCodes =
+    "Exit codes: 0 done (validate: no error, warnings allowed; diff: equal); 1 damaged, different or\n"
+    "failed; 2 wrong usage. Results go to standard output, everything else to standard error.";
+
+constexpr RunCommand kRunners[] = {runInfo, runTree, runValidate, runDiff, runExport, runRender};
+
+Command command(std::string_view name, std::string_view called, std::vector<Operand> operands,
+                std::string_view about) {
+  const std::size_t count = operands.size();
+  return {.name = name,
+          .called = called,
+          .about = about,
+          .operands = std::move(operands),
+          .least_operands = count,
+          .most_operands = count,
+          .footer = kExitCodes};
+}
+
+// In the order of kRunners.
+std::vector<Command> allCommands() {
+  return {
+      command("info", "zix info", {{"F"}}, "What the scene holds: counts, bounds, views, meshes."),
+      command("tree", "zix tree", {{"F"}}, "The scene's tree, one object per line."),
+      command("validate", "zix validate", {{"F"}},
+              "Checks every byte of the file. Code 1 when it is damaged."),
+      command("diff", "zix diff", {{"A"}, {"B"}},
+              "The first differences in tree, placements, arrays and materials. Code 1 when there are any."),
+      command(
+          "export", "zix export", {{"F"}, {"OUT"}},
+          "Writes the scene in another format, by OUT's extension: .glb (tree and materials), .stl (binary) "
+          "or .obj (both in world coordinates)."),
+      command("render", "zix render", {{"F"}, {"OUT.png"}}, "A picture of the scene.")};
+}
+
+std::string_view sizeRule() {
+  static const std::string text =
+      "WIDTHxHEIGHT in pixels, each from 1 to " + std::to_string(Orb::Zix::kLargestPicture);
+  return text;
+}
+
+std::vector<Option> allOptions() {
+  std::vector<Option> options = {
+      {.name = "--json", .help = "one JSON document instead of text", .commands = {"info"}},
+      {.name = "--tolerance",
+       .help = "numbers that differ by at most X count as equal; without it, only equal bits do",
+       .kind = OptionKind::Number,
+       .argument = "X",
+       .valid = "a number from 0 on",
+       .accepts = canBeRead<toleranceIn>,
+       .commands = {"diff"}},
+      {.name = "--size",
+       .help = "width and height in pixels",
+       .kind = OptionKind::Text,
+       .argument = "WxH",
+       .default_value = "1024x768",
+       .valid = sizeRule(),
+       .accepts = canBeRead<pictureSizeIn>,
+       .commands = {"render"}},
+      // Which other views there are, only the scene knows.
+      {.name = "--view",
+       .help = "one of the scene's views: front, back, left, right, top, bottom, iso",
+       .kind = OptionKind::Choice,
+       .argument = "NAME",
+       .choices = {"front", "back", "left", "right", "top", "bottom", "iso"},
+       .default_value = "iso",
+       .commands = {"render"}},
+      {.name = "--edges", .help = "draws the edges of surfaces dark", .commands = {"render"}},
+      {.name = "--flat", .help = "every triangle in one shade", .commands = {"render"}}};
+  for (Option& option : commonOptions()) options.push_back(std::move(option));
+  return options;
+}
+
+std::string_view version() {
+  static const std::string text = "zix " LOFTBAY_VERSION " (Zix format " +
+                                  std::to_string(Orb::Zix::format::kMajorVersion) + "." +
+                                  std::to_string(Orb::Zix::format::kMinorVersion) + ")";
+  return text;
+}
+
+}  // namespace
+
+const Program& zixProgram() {
+  static const Program program = {
+      .name = kProgram,
+      .about = "zix looks at Zix scenes.",
+      .version = version(),
+      .quote = "'",
+      .options = allOptions(),
+      .commands = allCommands(),
+      .refuse = [](const Command&, const std::string& reason) { return refuseUsage(reason); }};
+  return program;
+}
+
+RunCommand runnerOf(const Command& command) {
+  return kRunners[static_cast<std::size_t>(&command - zixProgram().commands.data())];
+}
+
+int refuseUsage(const std::string& reason) {
+  complain(kProgram, reason);
+  complain(kProgram, "'zix --help' shows how it is used");
+  return kWrongUsage;
 }
 
 }  // namespace loftbay::cli

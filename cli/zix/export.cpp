@@ -31,28 +31,28 @@ std::string extensionOf(const std::string& path) {
 
 }  // namespace
 
-int runExport(const Invocation& call) {
-  const std::string extension = extensionOf(call.operands[1]);
+int runExport(const CommandLine& call) {
+  const std::string extension = extensionOf(call.operands()[1]);
   const auto* const found = std::find_if(std::begin(kFormats), std::end(kFormats),
                                          [&](const Format& format) { return format.extension == extension; });
   if (found == std::end(kFormats)) {
     std::string known;
     for (const Format& format : kFormats)
       known += (known.empty() ? "" : ", ") + std::string(format.extension);
-    return refuseUsage("'" + call.operands[1] + "' has none of the extensions " + known);
+    return refuseUsage("'" + call.operands()[1] + "' has none of the extensions " + known);
   }
-  if (isSameFile(call.operands[0], call.operands[1])) {
+  if (isSameFile(call.operands()[0], call.operands()[1])) {
     return refuseUsage("input and output are the same file");
   }
-  const auto scene = openScene(call.operands[0]);
+  const auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
-  const auto result = found->write(*scene, host::toProgramPath(call.operands[1]));
+  const auto result = found->write(*scene, host::toProgramPath(call.operands()[1]));
   if (!result) {
     complain(kProgram, result.error());
     return kFailed;
   }
   if (result->left_out != 0) {
-    complain(kProgram, call.operands[0] + ": left out " + std::to_string(result->left_out) +
+    complain(kProgram, call.operands()[0] + ": left out " + std::to_string(result->left_out) +
                            " elements that are not whole or not finite");
   }
   return kDone;

@@ -28,8 +28,8 @@ void printJsonError(const ReadError& error) {
 
 }  // namespace
 
-int runInfo(const Invocation& call) {
-  const auto scene = openScene(call.operands[0]);
+int runInfo(const CommandLine& call) {
+  const auto scene = openScene(call.operands()[0]);
   const bool as_json = call.has("--json");
   if (!scene) {
     if (as_json) printJsonError(scene.error());

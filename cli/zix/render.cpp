@@ -1,12 +1,11 @@
 // zix render: a picture of the scene.
 #include "zix/render.h"
 
-#include <fmt/format.h>
-
-#include <charconv>
+#include <fmt/core.h>
 
 #include "cli/closest_match.h"
 #include "cli/zix/open_scene.h"
+#include "cli/zix/option_values.h"
 #include "host/shown_text.h"
 #include "zix/png.h"
 
@@ -15,24 +14,6 @@ namespace loftbay::cli {
 using namespace Orb::Zix;
 
 namespace {
-
-struct Size {
-  std::uint32_t width = 1024;
-  std::uint32_t height = 768;
-};
-
-// "800x600".
-std::optional<Size> parseSize(std::string_view text) {
-  Size size;
-  const char* const end = text.data() + text.size();
-  const auto width = std::from_chars(text.data(), end, size.width);
-  if (width.ec != std::errc() || width.ptr == end || *width.ptr != 'x') return std::nullopt;
-  const auto height = std::from_chars(width.ptr + 1, end, size.height);
-  if (height.ec != std::errc() || height.ptr != end) return std::nullopt;
-  if (size.width < 1 || size.height < 1) return std::nullopt;
-  if (size.width > kLargestPicture || size.height > kLargestPicture) return std::nullopt;
-  return size;
-}
 
 std::vector<std::string> viewNames(const SceneFile& scene) {
   std::vector<std::string> names;
@@ -54,28 +35,20 @@ int refuseView(const SceneFile& scene, const std::string& name) {
 
 }  // namespace
 
-int runRender(const Invocation& call) {
-  Size size;
-  if (const auto text = call.options.find("--size"); text != call.options.end()) {
-    const auto parsed = parseSize(text->second);
-    if (!parsed) {
-      return refuseUsage(fmt::format("'{}' is no size; it is WIDTHxHEIGHT in pixels, each from 1 to {}",
-                                     text->second, kLargestPicture));
-    }
-    size = *parsed;
-  }
-  if (isSameFile(call.operands[0], call.operands[1]))
+int runRender(const CommandLine& call) {
+  PictureSize size;
+  if (const auto text = call.value("--size")) size = *pictureSizeIn(*text);
+  if (isSameFile(call.operands()[0], call.operands()[1]))
     return refuseUsage("input and output are the same file");
-  const auto scene = openScene(call.operands[0]);
+  const auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
-  const auto named = call.options.find("--view");
-  const std::string name = named != call.options.end() ? named->second : "iso";
+  const std::string name = call.value("--view").value_or("iso");
   const auto camera = findCamera(*scene, name);
   if (!camera) return refuseView(*scene, name);
   const RenderStyle style{call.has("--flat"), call.has("--edges")};
   const Picture picture = render(*scene, *camera, size.width, size.height, style);
   if (const auto failure =
-          writePng(host::toProgramPath(call.operands[1]), picture.width, picture.height, picture.rgb)) {
+          writePng(host::toProgramPath(call.operands()[1]), picture.width, picture.height, picture.rgb)) {
     complain(kProgram, *failure);
     return kFailed;
   }

@@ -4,8 +4,8 @@
 
 namespace loftbay::cli {
 
-int runTree(const Invocation& call) {
-  const auto scene = openScene(call.operands[0]);
+int runTree(const CommandLine& call) {
+  const auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
   Orb::Zix::writeTree(*scene, print);
   return kDone;

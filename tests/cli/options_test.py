@@ -1,76 +1,14 @@
-"""What options do, alone and passed on by a batch; and output that cannot be written."""
+"""Values of options that are refused; and output that cannot be written."""
 
-import glob
-import json
 import os
 import shutil
 import subprocess
 import unittest
 
-from loftbay_cli_test import SAMPLE, SURVEY, CliTest, assembly_file
+from loftbay_cli_test import SAMPLE, SURVEY, CliTest
 from programs import LOFTBAY, SOURCE, ZIX
 
 JOINT = os.path.join(SOURCE, "samples", "flange_joint.jt")
-BOTH_WAYS = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "write_both_ways")
-
-
-class PassedOn(CliTest):
-    def convert(self, model, *options):
-        """The report and the scene's bytes, which are the same in a batch."""
-        alone = self.report(self.run_program(model, self.out, "--json", *options))
-        with open(self.out, "rb") as file:
-            scene = file.read()
-        scenes = self.path("scenes")
-        result = self.run_program(model, "--out-dir", scenes, "--jobs", "1", "--json", *options)
-        [report] = json.loads(result.stdout)
-        self.assertEqual(report["options"], alone["options"])
-        self.assertEqual(report["counts"], alone["counts"])
-        with open(report["output"], "rb") as file:
-            self.assertEqual(file.read(), scene)
-        shutil.rmtree(scenes)
-        return report, scene
-
-    def expect_change(self, model, *options):
-        without, scene = self.convert(model)
-        with_options, changed = self.convert(model, *options)
-        self.assertNotEqual(scene, changed)
-        return without["counts"], with_options["counts"]
-
-    def test_no_optimize(self):
-        merged, kept = self.expect_change(SAMPLE, "--no-optimize")
-        self.assertEqual(kept["vertices_written"], kept["vertices_read"])
-        self.assertLess(merged["vertices_written"], kept["vertices_written"])
-
-    def test_tess_tolerance(self):
-        usual, fine = self.expect_change(JOINT, "--tess-tolerance", "0.002")
-        self.assertLess(usual["triangles"], fine["triangles"])
-
-    def test_exact_geometry(self):
-        model = self.path("both.jt")
-        subprocess.run([BOTH_WAYS, model], check=True)
-        facets, exact = self.expect_change(model, "--exact-geometry")
-        self.assertEqual(facets["triangles"], 2)
-        self.assertGreater(exact["triangles"], 100)
-
-    def test_lines_and_points(self):
-        for option, count in (("--lines", "lines"), ("--points", "points")):
-            without, given = self.expect_change(SURVEY, option)
-            self.assertEqual(without[count], 0)
-            self.assertGreater(given[count], 0)
-
-    def test_allow_outside(self):
-        os.mkdir(self.path("model"))
-        shutil.copy(SURVEY, self.path("outside.jt"))
-        model = self.write("model/main.jt", assembly_file(["../outside.jt"]))
-        without, given = self.expect_change(model, "--allow-outside")
-        self.assertEqual(without["triangles"], 0)
-        self.assertGreater(given["triangles"], 0)
-
-    def test_work_dir(self):
-        report, _ = self.convert(SURVEY, "--work-dir", self.path("logs"))
-        self.assertTrue(report["log"].startswith(self.path("logs/")))
-        self.assertEqual(len(glob.glob(self.path("logs/*/*"))), 2)
-        self.assertFalse(os.path.exists(self.path("work")))
 
 
 class Tolerance(CliTest):
@@ -84,6 +22,32 @@ class Tolerance(CliTest):
     def test_every_finite_number_will_do(self):
         for text in ("0", "-1", "1e-30", "3.4e38", ".5"):
             self.assertEqual(self.run_program(SURVEY, self.out, f"--tess-tolerance={text}").returncode, 0, text)
+
+
+class Repeated(CliTest):
+    def test_an_option_that_takes_one_value_is_given_once(self):
+        for command in (["--lod", "0", "--lod=1", SAMPLE, self.out], ["info", "--max-places=1", "--max-places=2", SAMPLE]):
+            result = self.run_program(*command)
+            self.assertEqual((result.returncode, result.stdout), (2, b""))
+            self.assertIn(b"is given twice", result.stderr)
+        result = subprocess.run([ZIX, "render", "--size=1x1", "--size=2x2", self.out, self.path("a.png")],
+                                capture_output=True)
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertIn(b"option '--size' is given twice", result.stderr)
+
+    def test_a_flag_may_be_given_again_and_takes_no_value(self):
+        self.assertEqual(self.run_program(SURVEY, self.out, "--lines", "--lines").returncode, 0)
+        for value in ("", "false", "true", "maybe"):
+            result = self.run_program(SURVEY, self.path("new.zix"), f"--lines={value}")
+            self.assertEqual(result.returncode, 2)
+            self.assertIn(b"option --lines takes no value", result.stderr)
+        self.assertFalse(os.path.exists(self.path("new.zix")))
+
+    def test_an_empty_value_takes_no_file_name_for_it(self):
+        for option in ("--lod=", "--tess-tolerance=", "--search-dir=", "--jobs=", "--work-dir=", "--out-dir="):
+            result = self.run_program(SURVEY, self.out, option)
+            self.assertEqual((result.returncode, result.stdout), (2, b""), option)
+            self.assertIn(option[:-1].encode() + b":", result.stderr)
 
 
 class FullOutput(CliTest):
