@@ -16,7 +16,7 @@ std::string joined(const std::vector<std::string_view>& words) {
 }
 
 // As one word of any of the shells.
-std::string quoted(std::string_view text) {
+std::string asWord(std::string_view text) {
   std::string result = "'";
   for (const char c : text) {
     if (c == '\'') {
@@ -56,7 +56,7 @@ std::string plain(std::string_view text) {
 std::string bashValues(const Option& option) {
   if (option.kind == OptionKind::Path) return "COMPREPLY=($(compgen -f -- \"$word\"))";
   if (!option.choices.empty())
-    return fmt::format("COMPREPLY=($(compgen -W {} -- \"$word\"))", quoted(joined(option.choices)));
+    return fmt::format("COMPREPLY=($(compgen -W {} -- \"$word\"))", asWord(joined(option.choices)));
   return "COMPREPLY=()";
 }
 
@@ -76,7 +76,7 @@ std::string zshArguments(const Program& program, const Command& command) {
     const bool has_value = option.kind != OptionKind::Flag;
     const std::string spec = fmt::format("{}{}{}[{}]{}", option.repeated ? "*" : "", option.name,
                                          has_value ? "=" : "", plain(option.help), zshValues(option));
-    text += fmt::format(" \\\n        {}", quoted(spec));
+    text += fmt::format(" \\\n        {}", asWord(spec));
   }
   return text + " \\\n        '*:file:_files'";
 }
@@ -86,12 +86,12 @@ std::string zshArguments(const Program& program, const Command& command) {
 std::string fishCondition(const Program& program, const Option& option) {
   if (option.commands.empty()) return "";
   const Command& first = program.commands.front();
-  if (!takes(first, option)) return " -n " + quoted("__fish_seen_subcommand_from " + joined(option.commands));
+  if (!takes(first, option)) return " -n " + asWord("__fish_seen_subcommand_from " + joined(option.commands));
   std::vector<std::string_view> others;
   for (const Command& command : program.commands) {
     if (!takes(command, option)) others.push_back(command.name);
   }
-  return others.empty() ? "" : " -n " + quoted("not __fish_seen_subcommand_from " + joined(others));
+  return others.empty() ? "" : " -n " + asWord("not __fish_seen_subcommand_from " + joined(others));
 }
 
 }  // namespace
@@ -108,7 +108,7 @@ std::string bashCompletion(const Program& program) {
   for (std::size_t i = program.commands.size(); i-- > 0;) {
     const Command& command = program.commands[i];
     text += fmt::format("    {}) options={} ;;\n", i == 0 ? "*" : command.name,
-                        quoted(joined(optionNames(program, command))));
+                        asWord(joined(optionNames(program, command))));
   }
   text += "  esac\n";
   text +=
@@ -116,7 +116,7 @@ std::string bashCompletion(const Program& program) {
       "fi\n";
   text += "  COMPREPLY=($(compgen -f -- \"$word\"))\n";
   text += fmt::format("  if ((COMP_CWORD == 1)); then COMPREPLY+=($(compgen -W {} -- \"$word\")); fi\n}}\n",
-                      quoted(joined(commandNames(program))));
+                      asWord(joined(commandNames(program))));
   return text + fmt::format("complete -o filenames -F _{0} {0}\n", program.name);
 }
 
@@ -136,7 +136,7 @@ std::string fishCompletion(const Program& program) {
   std::string text;
   for (const Command& command : program.commands) {
     text += fmt::format("complete -c {} -n __fish_use_subcommand -a {} -d {}\n", program.name, command.name,
-                        quoted(command.about));
+                        asWord(command.about));
   }
   for (const Option& option : program.options) {
     if (option.hidden) continue;
@@ -144,8 +144,8 @@ std::string fishCompletion(const Program& program) {
                         option.name.substr(2));
     if (!option.short_name.empty()) text += fmt::format(" -s {}", option.short_name.substr(1));
     if (option.kind != OptionKind::Flag) text += option.kind == OptionKind::Path ? " -r -F" : " -x";
-    if (!option.choices.empty()) text += fmt::format(" -a {}", quoted(joined(option.choices)));
-    text += fmt::format(" -d {}\n", quoted(option.help));
+    if (!option.choices.empty()) text += fmt::format(" -a {}", asWord(joined(option.choices)));
+    text += fmt::format(" -d {}\n", asWord(option.help));
   }
   return text;
 }
