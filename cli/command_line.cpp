@@ -1,5 +1,7 @@
 #include "cli/command_line.h"
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -52,15 +54,23 @@ std::vector<std::string> CommandLine::words(bool Option::*mark) const {
   return words;
 }
 
-// Goes through all words; the first that is wrong gives the reason.
+// Has CLI11 read the words, by what the table says of the command. The first reason why they are wrong
+// counts; reading goes on all the same, since help is given whatever else is wrong.
 class CommandLineReader {
  public:
   CommandLineReader(const Program& program, const Command& command)
-      : program_(program), command_(command), line_(program, command) {}
+      : program_(program), command_(command), line_(program, command) {
+    app_.set_help_flag();                     // the table has its own
+    app_.allow_windows_style_options(false);  // a word that begins with `/` is a path, on Windows too
+    app_.allow_extras();                      // files; as a list of its own CLI11 would take "[a,b]" apart
+    for (const Option& option : program.options) {
+      if (takes(command, option)) added_.push_back({&option, add(option)});
+    }
+  }
 
   tl::expected<CommandLine, int> read(std::span<const std::string> words) {
-    words_ = words;
-    while (next_ < words_.size()) takeWord();
+    parse(wordsForParser(words));
+    keepResults();
     if (const auto answer = information()) {
       print(*answer);
       return tl::unexpected<int>(kDone);
@@ -71,54 +81,101 @@ class CommandLineReader {
   }
 
  private:
-  void takeWord() {
-    const std::string& word = words_[next_++];
-    if (word == "--") {
-      for (; next_ < words_.size(); ++next_) line_.operands_.push_back(words_[next_]);
-    } else if (word.size() < 2 || word[0] != '-') {
-      line_.operands_.push_back(word);
-    } else {
-      takeOption(word);
+  struct Added {
+    const Option* option;
+    CLI::Option* parsed;
+  };
+
+  CLI::Option* add(const Option& option) {
+    std::string names(option.name);
+    if (!option.short_name.empty()) names = joined({option.short_name, ",", option.name});
+    if (option.kind == OptionKind::Flag) return app_.add_flag(names);
+    CLI::Option* const added = app_.add_option(names);
+    if (option.repeated) added->take_all();
+    if (option.accepts != nullptr) {
+      added->check([&option](const std::string& value) {
+        return option.accepts(value) ? std::string() : joined({"'", value, "' is not ", option.valid});
+      });
+    }
+    return added;
+  }
+
+  // CLI11 would take the next word for the value of "--name=", and let a flag have some values: name and
+  // value become two words here. What is wrong is left out.
+  std::vector<std::string> wordsForParser(std::span<const std::string> words) {
+    std::vector<std::string> passed;
+    while (!words.empty() && words.front() != "--") {
+      const std::string& word = words.front();
+      words = words.subspan(1);
+      if (word.size() < 2 || word[0] != '-') {
+        passed.push_back(word);
+        continue;
+      }
+      const auto equals = word.find('=');
+      const std::string name = word.substr(0, equals);
+      const Option* const option = find(name);
+      if (option == nullptr) {
+        refuse("unknown option " + quoted(name) + suggestion(name));
+      } else if (option->kind == OptionKind::Flag && equals != std::string::npos) {
+        refuse("option " + quoted(name) + " takes no value");
+      } else {
+        passed.push_back(name);
+        if (equals != std::string::npos) passed.push_back(word.substr(equals + 1));
+        if (equals == std::string::npos && option->kind != OptionKind::Flag && !words.empty()) {
+          passed.push_back(words.front());
+          words = words.subspan(1);
+        }
+      }
+    }
+    passed.insert(passed.end(), words.begin(), words.end());
+    return passed;
+  }
+
+  void parse(std::vector<std::string> words) {
+    std::ranges::reverse(words);  // CLI11 takes them from the end
+    const std::string last = words.empty() ? "" : words.front();
+    try {
+      app_.parse(words);
+    } catch (const CLI::ArgumentMismatch&) {
+      refuse(mismatch(last));
+    } catch (const CLI::ParseError& error) {
+      refuse(error.what());
     }
   }
 
-  void takeOption(const std::string& word) {
-    const auto equals = word.find('=');
-    const std::string name = word.substr(0, equals);
-    const Option* const option = find(name);
-    if (option == nullptr) return refuse("unknown option " + quoted(name) + suggestion(name));
-    std::string value;
-    if (option->kind == OptionKind::Flag) {
-      if (equals != std::string::npos) return refuse("option " + quoted(name) + " takes no value");
-    } else if (equals != std::string::npos) {
-      value = word.substr(equals + 1);
-    } else if (next_ < words_.size()) {
-      value = words_[next_++];
-    } else {
-      return refuse(joined({"option ", quoted(name), " needs a value: ", option->argument}));
+  // Too many values, or none behind the last word.
+  std::string mismatch(const std::string& last_word) const {
+    for (const Added& added : added_) {
+      const bool is_single = added.option->kind != OptionKind::Flag && !added.option->repeated;
+      if (is_single && added.parsed->count() > 1)
+        return "option " + quoted(added.option->name) + " is given twice";
     }
-    add(*option, std::move(value));
+    const Option* const option = find(last_word);
+    return joined({"option ", quoted(last_word), " needs a value: ", option ? option->argument : "VALUE"});
   }
 
-  void add(const Option& option, std::string value) {
-    if (option.accepts != nullptr && !option.accepts(value))
-      return refuse(joined({option.name, ": '", value, "' is not ", option.valid}));
-    if (!option.repeated && option.kind != OptionKind::Flag && line_.has(option.name))
-      return refuse("option " + quoted(option.name) + " is given twice");
-    line_.given_.push_back({&option, std::move(value)});
+  void keepResults() {
+    for (const Added& added : added_) {
+      const bool is_flag = added.option->kind == OptionKind::Flag;
+      for (const std::string& value : added.parsed->results())
+        line_.given_.push_back({added.option, is_flag ? "" : value});
+    }
+    line_.operands_ = app_.remaining();
+    // CLI11 leaves the word that ends the options among them; those behind it may be called the same.
+    const auto end = std::ranges::find(line_.operands_, "--");
+    if (end != line_.operands_.end()) line_.operands_.erase(end);
   }
 
-  const Option* find(std::string_view name) const {
-    for (const Option& option : program_.options) {
-      if (takes(command_, option) && (option.name == name || option.short_name == name)) return &option;
-    }
-    return nullptr;
+  const Option* find(const std::string& name) const {
+    const CLI::Option* const parsed = app_.get_option_no_throw(name);
+    const auto found = std::ranges::find(added_, parsed, &Added::parsed);
+    return found == added_.end() ? nullptr : found->option;
   }
 
   std::string suggestion(const std::string& name) const {
     std::vector<std::string> names;
-    for (const Option& option : program_.options) {
-      if (takes(command_, option) && !option.hidden) names.emplace_back(option.name);
+    for (const Added& added : added_) {
+      if (!added.option->hidden) names.emplace_back(added.option->name);
     }
     return didYouMean(name, names, program_.quote);
   }
@@ -133,7 +190,8 @@ class CommandLineReader {
   std::optional<std::string> information() const {
     if (line_.has("--help")) return helpText(program_, command_);
     if (line_.has("--version")) return joined({program_.version, "\n"});
-    if (const auto form = line_.value("--describe")) return description(program_, *form);
+    const auto form = line_.value("--describe");
+    if (form && reason_.empty()) return description(program_, *form);
     return std::nullopt;
   }
 
@@ -147,9 +205,9 @@ class CommandLineReader {
 
   const Program& program_;
   const Command& command_;
+  CLI::App app_;
+  std::vector<Added> added_;  // what the command takes, in the table's order
   CommandLine line_;
-  std::span<const std::string> words_;
-  std::size_t next_ = 0;
   std::string reason_;  // why the usage is wrong; empty so far
 };
 

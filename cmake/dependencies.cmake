@@ -1,13 +1,13 @@
 # Libraries from Debian. Header-only ones are staged folder by folder into one include directory when
 # cross-compiling, because the compiler for Windows rightly finds nothing under /usr/include.
 
-add_library(loftbay_headers INTERFACE)  # fmt, nlohmann json, xxhash, tl::expected, stb
+add_library(loftbay_headers INTERFACE)  # CLI11, fmt, nlohmann json, xxhash, tl::expected, stb
 target_compile_definitions(loftbay_headers INTERFACE XXH_INLINE_ALL)
 
 if(CMAKE_CROSSCOMPILING)
   set(staged ${CMAKE_BINARY_DIR}/staged-include)
   file(MAKE_DIRECTORY ${staged})
-  foreach(folder fmt nlohmann tl stb)
+  foreach(folder CLI fmt nlohmann tl stb)
     file(CREATE_LINK /usr/include/${folder} ${staged}/${folder} SYMBOLIC)
   endforeach()
   foreach(header xxhash.h)

@@ -13,7 +13,7 @@ namespace loftbay::cli {
 
 namespace {
 
-constexpr int kSchemaVersion = 1;
+constexpr int kSummarySchemaVersion = 1;
 
 // Nodes that share others many levels deep stand for more places than a number can hold.
 std::uint64_t addUpTo(std::uint64_t a, std::uint64_t b) {
@@ -157,7 +157,7 @@ std::size_t widthOf(std::string_view utf8) {
 }
 
 // Empty: the file states none.
-std::string versionOf(const jttk::FileDescription& file) {
+std::string statedVersion(const jttk::FileDescription& file) {
   return file.major == 0 ? "" : fmt::format("{}.{}", file.major, file.minor);
 }
 
@@ -185,11 +185,11 @@ FileSummary summarise(const jttk::FileDescription& file) { return Summing(file).
 JsonValue summaryJson(const std::string& input, const jttk::FileDescription& file) {
   const FileSummary summary = summarise(file);
   const auto bytes = bytesOf(input);
-  JsonValue document =
-      JsonValue::object({{"schema_version", kSchemaVersion}, {"input", input}, {"loaded", file.loaded}});
+  JsonValue document = JsonValue::object(
+      {{"schema_version", kSummarySchemaVersion}, {"input", input}, {"loaded", file.loaded}});
   if (!file.loaded)
     document.set("error", file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason);
-  document.set("version", orNull(versionOf(file)));
+  document.set("version", orNull(statedVersion(file)));
   document.set("bytes", orNull(bytes));
   document.set("units", orNull(file.units));
   document.set("size", sizeJson(file));
@@ -220,7 +220,7 @@ void SummaryTable::add(const std::string& input, const jttk::FileDescription& fi
   const auto orDash = [](std::string text) { return text.empty() ? std::string("-") : std::move(text); };
   std::vector<std::string> row = {
       input,
-      orDash(versionOf(file)),
+      orDash(statedVersion(file)),
       orDash(file.units),
       size ? fmt::format("{:.6g} x {:.6g} x {:.6g}", (*size)[0], (*size)[1], (*size)[2]) : "-",
       fmt::format("{}{}", summary.parts_placed, file.tree_is_cut ? "+" : ""),

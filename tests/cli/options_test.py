@@ -50,6 +50,36 @@ class Repeated(CliTest):
             self.assertIn(option[:-1].encode() + b":", result.stderr)
 
 
+class Words(CliTest):
+    def refusal(self, *words):
+        result = subprocess.run([ZIX, *words], capture_output=True, cwd=self.folder)
+        self.assertEqual((result.returncode, result.stdout), (2, b""), words)
+        return result.stderr.decode().splitlines()[0]
+
+    def test_the_next_word_is_the_value_whatever_it_looks_like(self):
+        for value in ("--json", "--", "-1", "[1,2]", ""):
+            result = self.run_program(SURVEY, self.out, "--lod", value)
+            self.assertEqual((result.returncode, result.stdout), (2, b""), value)
+            self.assertIn(f"--lod: '{value}' is not finest".encode(), result.stderr)
+        self.assertEqual(self.refusal("render", "a", "b", "--size"), "zix: option '--size' needs a value: WxH")
+
+    def test_names_of_files_are_taken_as_they_are(self):
+        for name in ("[a,b]", "/a", "++", "a=b", "info", "{}", "-"):
+            result = self.run_program("info", SURVEY, name, "--summary", "--stated")
+            self.assertEqual(result.returncode, 1)
+            self.assertIn(name + ":", result.stderr.decode() + result.stdout.decode())
+        for name in ("--", "--json", "-x"):
+            result = self.run_program("info", "--", SURVEY, name)
+            self.assertEqual(result.returncode, 2, name)
+            self.assertIn(b"loftbay info: ", result.stderr)
+            self.assertNotIn(b"unknown", result.stderr)
+
+    def test_a_word_with_a_dash_is_no_file(self):
+        for word in ("-5", "---x", "-hh", "-x"):
+            self.assertEqual(self.refusal("tree", word), f"zix: unknown option '{word}'")
+        self.assertEqual(self.refusal("--lod"), "zix: unknown option '--lod'")
+
+
 class FullOutput(CliTest):
     def test_a_standard_output_that_takes_nothing_more_gives_1_and_is_told(self):
         scene = self.path("scene.zix")
