@@ -214,7 +214,7 @@ class TreeLister {
     takeUnits(part.product(), node);
     findBefore(part.product(), node);
     if (node.listed_before) return;
-    // Which level is the first to yield geometry only decoding tells.
+    // Without decoding it is unknown which level has geometry, so the stated levels are listed.
     const auto stated = options_.decode_shapes ? decltype(part.statedLevels())() : part.statedLevels();
     const auto& levels = options_.decode_shapes ? part.levels() : stated;
     if (!options_.decode_shapes && levels.empty() && part.hasExactGeometry())
@@ -238,7 +238,7 @@ class TreeLister {
     }
   }
 
-  // What stands for exact geometry that was not tessellated.
+  // Placeholder entry for exact geometry that was not tessellated.
   static ShapeDescription exactShape() {
     ShapeDescription shape;
     shape.kind = kindName(NodeKind::TriStripSet);

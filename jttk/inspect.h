@@ -35,7 +35,7 @@ struct NodeDescription {
   std::string kind;       // "assembly", "part", "instance"
   std::string name;
   bool has_transform = false;
-  bool has_material = false;  // of parts: a grey one that only stands in does not count
+  bool has_material = false;  // of parts: the built-in grey does not count
   // Contents of assemblies and parts that were listed before are not listed again.
   bool listed_before = false;
   std::size_t first_listed = 0;                       // where that is in the tree, when it was listed before
@@ -47,7 +47,7 @@ struct SegmentDescription {
   std::string type;         // "scene graph", "shape, level 0", …
   std::string compression;  // "none", "stored", "zlib", "lzma"; "unreadable" when it does not unpack
   std::size_t count = 0;
-  bool is_read = true;  // whether anything of such segments can reach whoever walks the model
+  bool is_read = true;  // whether the toolkit reads segments of this type
 };
 
 // The texts that hang on one node of a file's graph.

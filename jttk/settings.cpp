@@ -7,8 +7,8 @@ Settings& settings() {
   return values;
 }
 
-// Small files must not cost what only large ones may: ten kilobytes stand for some seconds and some dozens of
-// megabytes at the most. The best-packed real files stay far below all of it.
+// A small file must stay cheap: ten kilobytes may cost some seconds and some dozens of megabytes at most. The
+// best-packed real files stay far below all of it.
 WorkLimits workLimits() {
   constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20U;
   WorkLimits limits{};

@@ -21,7 +21,7 @@ class TessParams final : public JtkTessParams {
   TessValues values_;
 };
 
-// Of the parameters that were made last and still live, else the defaults.
+// The values of the latest JtkTessParams that still lives, or the defaults.
 TessValues latestTessValues();
 
 }  // namespace jttk

@@ -1,9 +1,9 @@
 // The exact geometry of a part as flat arrays that refer to each other by number. Lengths are metres,
 // angles radians, the part's own coordinates.
 //
-// What could not be read is marked, not left out: a curve or surface of kind Unknown, a face with a
-// `problem`. Every other number in here is in range, and references between curves and surfaces form no
-// circle.
+// Unreadable curves, surfaces and faces stay in the arrays, marked: a curve or surface by kind Unknown, a
+// face by its `problem`. Every other number in here is in range, and references between curves and surfaces
+// form no cycle.
 #pragma once
 
 #include <cstdint>
@@ -114,7 +114,7 @@ struct Vertex {
 };
 
 struct Edge {
-  std::int32_t curve = kNone;  // none: tolerant, its fins have curves of their own
+  std::int32_t curve = kNone;  // kNone for a tolerant edge, whose fins have curves of their own
   double tolerance = 0;
   std::int32_t start = kNone;  // vertices; none on a ring
   std::int32_t end = kNone;

@@ -66,7 +66,7 @@ Triangulation::Place Triangulation::locate(const Vec2& p, std::uint32_t from) co
     if (moved) continue;
     Place found{t, -1, -1};
     if (zeros == 0) {
-      // The side it came in by was not asked for.
+      // The side through which the search entered was not tested above.
       for (int i = 0; i < 3; ++i) {
         if (triangle.neighbor[at(i)] == came_from && came_from != kNoTriangle &&
             orient2d(points_[triangle.corner[at(next(i))]], points_[triangle.corner[at(previous(i))]], p) ==

@@ -1,5 +1,5 @@
-// Constrained Delaunay triangulation in the plane. Points and constraint edges come first; then triangles
-// are told inside from outside by the constraints' directions, and points may be added inside.
+// Constrained Delaunay triangulation in the plane. Points and constraint edges come first; then the triangles
+// inside the region are marked, by the direction of the constraints, and points may be added inside.
 #pragma once
 
 #include <array>
@@ -33,22 +33,21 @@ class Triangulation {
   // up, nothing is inserted or constrained any more, and what there is need not be Delaunay.
   Triangulation(const Vec2& low, const Vec2& high, std::size_t expected_points, WorkCounter& work);
 
-  // Number of the new point; the number of the old one where there is one at that place already.
+  // Number of the new point; or that of an earlier point with the same coordinates.
   std::uint32_t insert(const Vec2& p);
 
   using Edge = std::pair<std::uint32_t, std::uint32_t>;
   enum class Constraint : std::uint8_t { Done, Crosses, PassesPoint };
-  // Makes a-b an edge that stays. Where that cannot be, `blocking` gets the two ends of the edge in the way,
-  // or the point in the way twice.
+  // Inserts the constraint edge a-b. If another constraint edge or a point blocks it, `blocking` receives the
+  // edge's two ends, or the point twice.
   Constraint constrain(std::uint32_t a, std::uint32_t b, Edge& blocking);
 
-  // Sets `inside` where the constraints go round once, counter-clockwise. False when some place is gone round
-  // more than once, or clockwise.
+  // Marks triangles with winding number 1 as `inside`. False if any triangle has a winding number other than
+  // 0 or 1.
   bool markInside();
 
-  // Puts a new point on side `side` of triangle `t` or, when it is not on it exactly, near it: into the place
-  // where it lies. New triangles inherit `inside`. kNoTriangle when the place is outside or taken; else the
-  // point's number.
+  // Inserts a point, which is searched for from triangle `t` on. New triangles inherit `inside`. kNoTriangle
+  // when it lies outside, on a constraint edge or on another point; else the point's number.
   std::uint32_t refine(std::uint32_t t, const Vec2& p);
 
   [[nodiscard]] const std::vector<Triangle>& triangles() const { return triangles_; }
@@ -84,12 +83,12 @@ class Triangulation {
   [[nodiscard]] bool isInCircle(const Triangle& t, std::uint32_t corner) const;
   // A triangle with the edge a -> b as a side, and that side; kNoTriangle when there is none.
   [[nodiscard]] std::pair<std::uint32_t, int> findEdge(std::uint32_t a, std::uint32_t b) const;
-  // The triangle at a whose side opposite to a the straight way to b crosses, and that side. kNoTriangle when
-  // a point is in the way; `blocking` then gets it twice.
+  // The triangle at `a` whose opposite side the segment a-b crosses, and that side. kNoTriangle when a point
+  // lies on the segment; `blocking` then receives it twice.
   [[nodiscard]] std::pair<std::uint32_t, int> findFirstCrossed(std::uint32_t a, std::uint32_t b,
                                                                Edge& blocking) const;
-  // The edges that the straight way from a to b crosses. False when something is in the way: `problem` and
-  // `blocking` as constrain() gives them.
+  // The edges that the segment a-b crosses. False when a point or a constraint edge blocks it: `problem` and
+  // `blocking` as in constrain().
   bool findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed, Constraint& problem,
                    Edge& blocking) const;
   // Flips the edges in `crossed` until none of them crosses a-b any more, or no flips are left; `made` gets

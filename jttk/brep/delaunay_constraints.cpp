@@ -10,7 +10,7 @@ namespace jttk::brep {
 
 std::pair<std::uint32_t, int> Triangulation::findEdge(std::uint32_t a, std::uint32_t b) const {
   const std::uint32_t start = triangle_of_point_[a];
-  // Round a, one way and, at the border of the frame, the other.
+  // Walk round `a` in one direction and, if the frame's border was reached, in the other.
   for (const bool forward : {true, false}) {
     std::uint32_t t = start;
     do {

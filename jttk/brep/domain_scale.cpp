@@ -7,13 +7,14 @@
 namespace jttk::brep {
 namespace {
 
-// Measuring how a surface bends: places, the step of the extent, and the most that is made of it.
+// Curvature estimate: number of sample points (at least), steps per extent, largest ratio of the stretch
+// factors.
 constexpr std::size_t kBendPlaces = 6;
 constexpr double kBendSteps = 200;
 constexpr double kMaximumStretch = 8;
 
-// Where the surface bends more one way than the other, triangles may be longer the other way: in the
-// stretched plane the lengths that the tolerances allow look the same.
+// Where curvature differs between u and v, triangles may be longer along the flatter direction. The plane is
+// stretched so that the edge lengths that the tolerances allow are equal.
 void stretch(Geometry& geometry, const SurfaceDomain& box, const Tolerances& tolerances,
              const std::vector<Vec2>& places, Vec2 extent, FaceDomain& domain) {
   const double size = std::max(extent.u * domain.scale.u, extent.v * domain.scale.v) / kBendSteps;
@@ -44,7 +45,7 @@ void stretch(Geometry& geometry, const SurfaceDomain& box, const Tolerances& tol
     const double by_angle = std::max(tolerances.angle / of_way, tolerances.minimum_edge);
     return std::min(std::sqrt(8 * tolerances.chord / of_way), by_angle);
   };
-  // Flat both ways, or no way to tell.
+  // Flat in both directions, or not measurable.
   if (!(bend[0] > 0 || bend[1] > 0) || !std::isfinite(bend[0] + bend[1])) return;
   const double ratio = std::clamp(bend[0] > 0 && bend[1] > 0 ? allowed(bend[0]) / allowed(bend[1])
                                                              : (bend[0] > 0 ? 0.0 : kMaximumStretch),

@@ -1,4 +1,4 @@
-// The measures of a face's parameter plane.
+// Scale and stretch of a face's parameter plane.
 #pragma once
 
 #include <vector>

@@ -14,7 +14,7 @@ constexpr std::size_t kMaximumPoints = 16384;
 constexpr int kMaximumDepth = 14;
 // Pieces of a closed edge at least; fewer could fall together to a line.
 constexpr int kRingPieces = 6;
-// Ends of a curve this near to each other close it, in metres.
+// A curve whose ends are closer than this counts as closed, in metres.
 constexpr double kSmallestGap = 1e-6;
 
 class Sampler {
@@ -48,7 +48,7 @@ class Sampler {
     return geometry_.bodies().vertices[static_cast<std::size_t>(edge_.end)].point;
   }
 
-  // Vertices beat the ends that were computed.
+  // The computed ends are replaced by the vertices' points.
   void pinEnds() {
     if (isRing()) {
       samples_.points.back() = samples_.points.front();
@@ -58,7 +58,7 @@ class Sampler {
     }
   }
 
-  // An edge without a curve of its own: that of a side, which runs as the side does.
+  // A tolerant edge has no curve: one of its fins' is sampled, which runs in the fin's direction.
   void sampleTolerant() {
     const auto& fins = geometry_.bodies().fins;
     samples_.problem = "an edge without a curve";
@@ -75,7 +75,7 @@ class Sampler {
         sampleBetween(curve, curve.reversed ? limits.high : limits.low,
                       curve.reversed ? limits.low : limits.high);
       } else {
-        // Between two vertices it is they that tell the direction.
+        // Between two different vertices the direction follows from them, whatever the fin says.
         sampleCurve(curve);
         if (!isClosed()) continue;
       }
@@ -89,7 +89,7 @@ class Sampler {
     } else if (curve.kind == CurveKind::Trimmed) {
       const Curve& basis = geometry_.curve(curve.basis);
       if (basis.kind == CurveKind::Intersection) {
-        // The interpolation has other parameters than the file.
+        // Our parameters of intersection curves are not the file's; only their order is used.
         const bool backward = curve.parameters[0] > curve.parameters[1];
         sampleIntersection(basis, backward);
       } else {
@@ -112,7 +112,7 @@ class Sampler {
     }
   }
 
-  // From the start vertex to the end vertex in the edge's direction, all round where it is closed.
+  // From the start vertex to the end vertex in the edge's direction, once round if it is closed.
   void sampleNatural(const Curve& curve) {
     const Range limits = geometry_.range(curve);
     const double period = geometry_.period(curve);
@@ -137,7 +137,7 @@ class Sampler {
     sampleBetween(curve, from, to);
   }
 
-  // A curve whose ends miss each other by little: the whole of it, from end to end.
+  // A curve that closes only within tolerance: all of it is sampled.
   void sampleNearlyClosed(const Curve& curve, const Range& limits) {
     const double gap = std::max(kSmallestGap, edge_.tolerance);
     if (!limits.bounded() ||
@@ -243,7 +243,7 @@ class Sampler {
     halve(curve, t, middle, t1, p1, direction, depth + 1);
   }
 
-  // Place on the chart (index and fraction) nearest to p.
+  // Chart parameter (index + fraction) nearest to p.
   double chartPlace(const std::vector<Vec3>& chart, const Vec3& p) {
     geometry_.counter().spendSteps(chart.size());
     double best = 0;
@@ -292,7 +292,8 @@ class Sampler {
     }
     double from = isRing() ? 0 : chartPlace(chart, startPoint());
     double to = isRing() ? last : chartPlace(chart, endPoint());
-    // On an open curve the chart tells the order, whatever the senses say.
+    // On an open curve the positions of the vertices along the chart decide the direction, not the stored
+    // senses.
     const bool swapped = curve.closed ? backward : from > to;
     if (swapped && !isRing()) std::swap(from, to);
     if (curve.closed && !(from < to)) to += last;

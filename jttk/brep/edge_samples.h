@@ -13,7 +13,7 @@ namespace jttk::brep {
 struct Tolerances {
   double chord = 1e-4;
   double angle = 0.349;
-  double minimum_edge = 0;  // pieces are not halved below this for the angle's sake
+  double minimum_edge = 0;  // the angle criterion makes no pieces shorter than this
   int line_pieces = 1;      // straight edges are cut into so many
 };
 

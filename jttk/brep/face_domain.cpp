@@ -1,4 +1,5 @@
-// How often unwrapped loops go round the surface tells bands, caps and closed faces apart.
+// Faces are classified by how many of their unwrapped loops wind round the surface: none (flat, or a surface
+// that is closed by itself), one (a cap with a pole), two (a band).
 #include "jttk/brep/face_domain.h"
 
 #include <algorithm>
@@ -12,13 +13,14 @@ namespace jttk::brep {
 namespace {
 
 constexpr std::size_t kPoleRowPieces = 12;
-// How far, in chord tolerances, the straight image of an edge's piece may be from the piece.
+// Largest distance, in chord tolerances, between a piece of an edge and the surface point over the middle of
+// its straight image in the parameter plane.
 constexpr double kMaximumStray = 2;
 
 void reverseLoop(DomainLoop& loop) {
   if (loop.empty()) return;
   std::reverse(loop.begin(), loop.end());
-  // The edge belongs to the piece behind the point: now that before it.
+  // A point's `edge` is that of the piece after it: in the reversed loop, of the piece that was before it.
   const std::uint32_t first = loop.front().edge;
   for (std::size_t i = 0; i + 1 < loop.size(); ++i) loop[i].edge = loop[i + 1].edge;
   loop.back().edge = first;
@@ -78,8 +80,8 @@ class Builder {
     loop.turns_v = -loop.turns_v;
   }
 
-  // The straight way between two points of an edge in the parameter plane, seen on the surface, must keep to
-  // the edge.
+  // The straight line between two points of an edge in the parameter plane, mapped to the surface, must stay
+  // close to the edge.
   void checkStraight(const Unwrapped& loop) {
     if (domain_.surface.kind == SurfaceKind::Plane) return;
     for (std::size_t i = 0; i < loop.points.size(); ++i) {
@@ -106,8 +108,8 @@ class Builder {
     return sum * domain_.scale.u * domain_.scale.v / 2;
   }
 
-  // Where a surface that is closed in the direction of `turn` (one period) ends in a point on the left of
-  // that way: the value of the other coordinate there.
+  // If the surface, periodic along `turn`, ends in a pole to the left of that direction: the pole's other
+  // coordinate.
   std::optional<double> poleLeftOf(Vec2 turn) {
     const bool in_u = turn.u != 0;
     if (in_u == (turn.v != 0)) return std::nullopt;
@@ -132,8 +134,7 @@ class Builder {
     return place;
   }
 
-  // A row of copies of the pole, against `turn`, from `start` + turn on; as many as needed for good
-  // triangles.
+  // `count` copies of the pole in the parameter plane, running against `turn` from `start` + turn.
   DomainLoop poleRow(Vec2 turn, double place, Vec2 start, std::size_t count) {
     const bool in_u = turn.u != 0;
     DomainLoop row;
@@ -153,9 +154,9 @@ class Builder {
     domain_.loops.push_back(std::move(polygon));
   }
 
-  // A surface closed both ways, cut along one line each way.
+  // A surface periodic in u and v, cut along one line of each.
   void wholeTorus(const std::vector<DomainLoop>& holes) {
-    // Where no hole is in the way.
+    // A coordinate at which the cut crosses no hole.
     const auto freePlace = [&](bool in_u) {
       const double period = in_u ? box_.period_u : box_.period_v;
       for (int i = 0; i < 64; ++i) {
@@ -210,7 +211,7 @@ class Builder {
     return poleLeftOf(turn) && poleLeftOf(turn * -1);
   }
 
-  // All of a surface that is closed by itself.
+  // The whole of a surface that is closed by itself, cut open.
   void wholeSurface(std::vector<DomainLoop>& holes) {
     if (box_.period_u > 0 && box_.period_v > 0) return wholeTorus(holes);
     const Vec2 turn = box_.period_u > 0 ? Vec2{box_.period_u, 0} : Vec2{0, box_.period_v};
@@ -232,7 +233,7 @@ class Builder {
             const Vec2 by{i == 0 ? 0 : i * box_.period_u, k == 0 ? 0 : k * box_.period_v};
             geometry_.counter().spendSteps(domain_.loops.front().size());
             if (!geometry_.mayWork()) return;
-            // By the middle of a piece: a corner may lie on the outer loop.
+            // Tested with the midpoint of a piece: a corner may lie on the outer loop.
             if (!isInside(domain_.loops.front(), (hole[0].uv + hole[1].uv) * 0.5 + by)) continue;
             domain_.loops.push_back(moved(hole, by));
             placed = true;
@@ -285,7 +286,7 @@ class Builder {
     }
     if (flat.empty()) return fail("a face without loops on a surface that is not closed");
     if (area(flat[outer]) < 0) {
-      // The surface's sense is not what it should be.
+      // The loop runs clockwise, so the stated orientation is wrong: flip the face.
       domain_.flipped = !domain_.flipped;
       for (DomainLoop& loop : flat) reverseLoop(loop);
     }
@@ -309,7 +310,7 @@ class Builder {
     first_point_ = lower.points.front().uv;
     std::optional<double> pole = poleLeftOf(turn);
     if (!pole) {
-      // The pole lies on the other side only when the surface's sense is wrong.
+      // No pole on the left: the stated orientation is wrong, so flip the face and look on the other side.
       turn = turn * -1;
       pole = poleLeftOf(turn);
       if (!pole || std::abs(loop.turns_u) + std::abs(loop.turns_v) != 1)
@@ -320,7 +321,7 @@ class Builder {
     }
     if (std::abs(lower.turns_u) + std::abs(lower.turns_v) != 1)
       return fail("a loop that goes round more than once");
-    // Copies above the loop's own points.
+    // About as many copies of the pole as loop points.
     const std::size_t count = std::clamp<std::size_t>(lower.points.size(), kPoleRowPieces / 2, 256);
     const DomainLoop upper = poleRow(turn, *pole, lower.points.front().uv, count);
     joinBand(lower.points, upper, turn, flat);
@@ -333,7 +334,7 @@ class Builder {
     const Vec2 turn = turnOf(a);
     DomainLoop lower = a.points;
     DomainLoop upper = b.points;
-    // Height on the left of the way round.
+    // Mean coordinate across the winding direction, growing to the left.
     const auto mean = [&](const DomainLoop& loop) {
       double sum = 0;
       for (const DomainPoint& p : loop) sum += turn.u * p.uv.v - turn.v * p.uv.u;
@@ -348,14 +349,14 @@ class Builder {
     };
     const bool blend = domain_.surface.kind == SurfaceKind::Blend;
     if (across > 0 && blend) {
-      // The part of the tube between the two surfaces is the smaller one; which side of it is meant, the
-      // loops tell.
+      // A blend's face is the smaller part of its tube, so the nearest copy of `upper` is used; the sign of
+      // the gap tells the orientation.
       const double times = -std::round(gap / across);
       upper = moved(std::move(upper), byPeriods(times));
       gap += times * across;
     }
     if (across > 0 && !blend) {
-      // Closed this way too: the band that begins on the left of `lower`.
+      // Periodic across as well: move `upper` to the first copy left of `lower`.
       upper = moved(std::move(upper), byPeriods(-std::floor(gap / across)));
     } else if (gap < 0) {
       domain_.flipped = !domain_.flipped;

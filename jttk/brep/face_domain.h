@@ -13,7 +13,7 @@ namespace jttk::brep {
 
 constexpr std::uint32_t kNoEdge = 0xffffffffU;
 
-// A point of a body's mesh as a loop passes it. `edge` is the edge from here to the loop's next point.
+// A mesh point on a loop. `edge` is the edge from here to the loop's next point.
 struct LoopPoint {
   std::uint32_t id = 0;
   std::uint32_t edge = kNoEdge;
@@ -27,8 +27,7 @@ struct DomainPoint {
 
 using DomainLoop = std::vector<DomainPoint>;
 
-// An edge whose points are too far apart for one of its faces, and what its tolerance has to be multiplied
-// by.
+// A request to sample an edge more finely: the edge, and the factor for its tolerance.
 struct EdgeWish {
   std::uint32_t edge = kNoEdge;
   double factor = 0.25;
@@ -38,12 +37,12 @@ struct FaceDomain {
   Surface surface;       // the face's; a sphere may have other axes
   bool flipped = false;  // the face's normal is against Pu x Pv
   Vec2 scale{1, 1};      // metres per unit of u and v, on the average
-  Vec2 stretch{1, 1};    // of the plane besides, to even out how the surface bends; their product is 1
+  Vec2 stretch{1, 1};    // applied after `scale`, to make curvature about equal; the product is 1
   std::vector<DomainLoop> loops;
   Vec2 center;
   std::string problem;
-  // Edges that are not straight enough in the parameter plane. The domain can be used as it is, but what lies
-  // between such an edge and its straight image is not of the face.
+  // Edges that are not straight enough in the parameter plane. The domain is usable, but between such an edge
+  // and its straight image the mesh leaves the face.
   std::vector<EdgeWish> wishes;
 };
 

@@ -13,11 +13,12 @@ namespace {
 
 constexpr int kMaximumRounds = 40;
 constexpr std::size_t kMaximumPoints = 100000;
-// An edge of the triangulation may leave its curve on the surface sideways by this share of its length.
+// Largest sideways deviation of a mesh edge from its curve on the surface, as a share of its length.
 constexpr double kMaximumDrift = 0.15;
-// A triangle and the surface at its corner further apart than 60 degrees.
+// A corner counts as turned when the normals of the triangle and the surface there differ by more than 60
+// degrees.
 constexpr double kTurnedCosine = 0.5;
-// What a triangle of the result takes besides: others copy it and make strips of it.
+// Extra cost of each triangle of the result: it is copied later, and made part of a strip.
 constexpr std::uint64_t kEvaluationsPerTriangle = 2;
 
 class Mesher {
@@ -133,7 +134,7 @@ class Mesher {
       if (found != edge_of.end() && found->second != kNoEdge) list.push_back({found->second});
       return;
     }
-    // A point in the way: both pieces at it.
+    // Blocked by a point: refine the edges of both pieces that meet there.
     geometry_.counter().spendSteps(nodes_.size());
     for (std::size_t l = 0; l < numbers.size(); ++l) {
       const auto& of_loop = numbers[l];
@@ -156,7 +157,7 @@ class Mesher {
     if (!node.has_normal) {
       node.normal = normalAt(geometry_, domain_.surface, node.uv, node.uv);
       node.singular = node.normal == Vec3{};
-      // At a pole copies differ: each has the normal of its own direction.
+      // Copies of a pole have different normals: the limit along their own meridian.
       if (node.singular) {
         node.normal = normalAt(geometry_, domain_.surface, node.uv, {node.uv.u, domain_.center.v});
         if (node.normal == Vec3{})
@@ -167,8 +168,8 @@ class Mesher {
     return node.normal;
   }
 
-  // A copy of a pole has the direction of one side of its triangles, and a loop that passes the pole has two
-  // copies alone: the triangle has the normal in the middle of the directions over which it reaches.
+  // The normal of a corner. At a pole it is taken per triangle: the limit along the direction of the mean of
+  // the triangle's other corners.
   Vec3 normalAtCorner(const Triangulation::Triangle& t, std::size_t k) {
     const Vec3 own = normal(t.corner[k]);
     const Node& node = nodes_[t.corner[k]];
@@ -233,7 +234,7 @@ class Mesher {
     std::uint32_t triangle;
     std::uint32_t a;
     std::uint32_t b;
-    std::uint32_t c;  // kNoEdge: the middle of a-b, else of the triangle
+    std::uint32_t c;  // kNoEdge: split a-b at its middle; else split the triangle at its centre
   };
 
   void findSplits(std::vector<Split>& splits) {
@@ -249,7 +250,7 @@ class Mesher {
         const std::uint32_t b = triangle.corner[(i + 2) % 3];
         const std::uint32_t other = triangle.neighbor[i];
         if (other < t) {
-          // Asked from the other side in this round.
+          // Already tested from the neighbouring triangle in this round.
           for (std::size_t k = 0; k < 3; ++k) {
             if (plane_->triangle(other).neighbor[k] == t && plane_->triangle(other).done[k])
               triangle.done[i] = true;
@@ -324,7 +325,7 @@ class Mesher {
       if (!t.inside) continue;
       std::uint32_t ids[3];
       for (std::size_t i = 0; i < 3; ++i) ids[i] = nodes_[t.corner[i]].id;
-      // Between copies of a pole, or of a seam's point.
+      // Degenerate: two corners are copies of one pole or seam point.
       if (ids[0] == ids[1] || ids[1] == ids[2] || ids[2] == ids[0]) continue;
       const Vec3 across = cross(points_[ids[1]] - points_[ids[0]], points_[ids[2]] - points_[ids[0]]);
       for (std::size_t i = 0; i < 3; ++i) {
@@ -378,7 +379,7 @@ FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances
   if (!geometry.mayWork()) return withoutWork(std::move(made));
   if (made.problem.empty() && stretched.turnedCorners() == 0) return made;
   if (domain.stretch == Vec2{1, 1}) return made;
-  // Long triangles do not suit this border.
+  // The stretched triangulation failed or turned triangles over: try without stretch.
   const auto first_own = points.begin() + static_cast<std::ptrdiff_t>(known_points);
   const std::vector<Vec3> own_points(first_own, points.end());
   points.resize(known_points);

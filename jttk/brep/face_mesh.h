@@ -18,7 +18,7 @@ struct FaceMesh {
   std::vector<std::uint32_t> corner_normals;
   std::vector<Vec3> normals;
   std::string problem;
-  // Edges whose pieces cut each other: finer ones may not.
+  // Edges whose pieces intersect in the parameter plane; finer sampling may avoid that.
   std::vector<EdgeWish> wishes;
 };
 

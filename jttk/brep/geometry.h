@@ -32,8 +32,8 @@ struct SurfaceDomain {
   double period_v = 0;
 };
 
-// An intersection curve made fine: points, tangents and parameters (chart index and fraction) to
-// interpolate between; `across` turns with the curve as little as possible.
+// An intersection curve, sampled finely: points, tangents and parameters (chart index and fraction) to
+// interpolate between; `across`: unit vectors normal to the curve that rotate as little as possible along it.
 struct FineCurve {
   std::vector<double> t;
   std::vector<Vec3> p;
@@ -59,17 +59,17 @@ class Geometry {
   Range range(const Curve& curve);
   // 0 when the curve is not closed.
   double period(const Curve& curve);
-  // Places between which the curve is smooth, in rising order, the ends of a bounded range included.
+  // Parameters between which the curve is smooth, in rising order, the ends of a bounded range included.
   std::vector<double> breaks(const Curve& curve);
-  // Parameter of the curve's point nearest to p. `guess` (when finite) is tried first and taken when it
-  // leads to a point within `accept`.
+  // Parameter of the curve's point nearest to p. Starts from `guess` if finite; the result is used if within
+  // `accept`, else the whole curve is searched.
   double nearest(const Curve& curve, const Vec3& p, double guess, double accept);
 
   SurfacePoint at(const Surface& surface, Vec2 uv);
   SurfaceDomain domain(const Surface& surface);
   // Parameters of the surface's point nearest to p, and their distance. `guess` as above (null: none).
   double invert(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
-  // The same from many more starts, for points that invert() seems to have missed.
+  // The same from many more starts, for points for which invert() found nothing near enough.
   double invertThoroughly(const Surface& surface, const Vec3& p, Vec2& uv);
   // Two surfaces and the parameters last found on each.
   struct Crossing {
@@ -77,18 +77,18 @@ class Geometry {
     Vec2 guesses[2];
     bool has_guess[2] = {false, false};
   };
-  // Moves `x` onto both surfaces within the plane through it across `direction` (a unit vector), by `reach`
-  // at the most. `touching`: the surfaces are tangent where they meet. False when that leads nowhere.
+  // Moves `x` onto both surfaces within the plane through `x` normal to `direction` (a unit vector), by
+  // `reach` at most. `touching`: the surfaces are tangent where they meet. False when no such point is found.
   bool relax(Crossing& crossing, Vec3& x, const Vec3& direction, double reach, bool touching);
   // Whether the surfaces are tangent to each other at `x`, a point on both.
   bool touches(Crossing& crossing, const Vec3& x);
 
   // Work done is counted, so that damaged data cannot keep it busy for ever. Once all is used up, at() gives
-  // zeros without looking: results from then on are to be thrown away.
+  // zeros without looking: discard results from then on.
   void allowWork(std::uint64_t evaluations) { counter_.allowEvaluations(evaluations); }
   [[nodiscard]] bool mayWork() const { return counter_.mayWork(); }
   [[nodiscard]] std::uint64_t workLeft() const { return counter_.evaluationsLeft(); }
-  // For who does other work on the same account.
+  // For callers whose other work counts against the same limit.
   [[nodiscard]] WorkCounter& counter() { return counter_; }
 
  private:

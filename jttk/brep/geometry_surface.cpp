@@ -75,7 +75,7 @@ SurfacePoint Geometry::blendAt(const Surface& surface, Vec2 uv) {
   const Vec3 out = x * cv + y * sv;
   point.p = c.p + out * surface.radius;
   point.dv = (y * cv - x * sv) * surface.radius;
-  // Along the tube; its exact length does not matter to those who ask, its direction does.
+  // Along the tube: the direction is exact, the length is not. Callers use only the direction.
   point.du = c.d;
   return point;
 }

@@ -137,7 +137,7 @@ FineCurve Geometry::makeFine(const Curve& curve) {
     made.across[i] = length(side) > 1e-9 ? normalized(side) : anyAcross(along);
   }
   if (curve.closed && n > 2) {
-    // The frame comes back turned; the turn is spread over the curve.
+    // After one lap the vectors are rotated against the first ones; the angle is distributed along the curve.
     const Vec3 along = normalized(made.d[0]);
     const Vec3 last = made.across[n - 1];
     const double turn = portable::atan2(dot(cross(last, made.across[0]), along), dot(last, made.across[0]));
@@ -172,7 +172,8 @@ bool Geometry::touches(Crossing& crossing, const Vec3& x) {
   return length(cross(normal[0], normal[1])) < 0.03;
 }
 
-// Along the first surface, across the direction, to where both normals agree about the direction.
+// For tangent surfaces: moves along the first surface, normal to `direction`, until neither normal is tilted
+// about `direction` against the other.
 bool Geometry::relaxTouching(Crossing& crossing, Vec3& x, const Vec3& direction, double reach) {
   Vec3 start;
   Vec3 normal[2];
@@ -194,7 +195,7 @@ bool Geometry::relaxTouching(Crossing& crossing, Vec3& x, const Vec3& direction,
   if (!tilt(s0, place, g0) || !tilt(s1, place, g1)) return false;
   for (int step = 0; step < 12 && mayWork(); ++step) {
     const double slope = (g1 - g0) / (s1 - s0);
-    // Surfaces that are as good as one: stay.
+    // The surfaces practically coincide: stop here.
     if (!std::isfinite(slope) || std::abs(slope) * reach < 1e-6) break;
     const double next = std::clamp(s1 - g1 / slope, -reach, reach);
     s0 = s1;
@@ -223,7 +224,7 @@ bool Geometry::relax(Crossing& crossing, Vec3& x, const Vec3& direction, double 
     const Vec3 n01 = cross(normal[0], normal[1]);
     const double volume = dot(n01, direction);
     if (std::abs(volume) < 1e-4) {
-      // As good as tangent: go to the first and leave it at that.
+      // Nearly tangent: move to the first surface only.
       x += normal[0] * off[0];
       return isFinite(x) && distance(x, start) < reach;
     }

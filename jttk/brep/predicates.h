@@ -1,6 +1,6 @@
-// The two questions that a triangulation asks, answered exactly: a quick floating-point answer where its
-// error bound allows, else exact arithmetic on sums of doubles that do not overlap. Right for all inputs
-// whose products neither overflow nor underflow (coordinates of 0 or between 1e-60 and 1e60 are fine).
+// Exact orientation and in-circle tests: a quick floating-point answer where its error bound allows, else
+// exact arithmetic on sums of doubles that do not overlap. Right for all inputs whose products neither
+// overflow nor underflow (coordinates of 0 or between 1e-60 and 1e60 are fine).
 #pragma once
 
 #include "jttk/brep/vec.h"

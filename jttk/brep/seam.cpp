@@ -8,8 +8,8 @@
 namespace jttk::brep {
 namespace {
 
-// Points of a loop that are tried, ways that are tested against all loops, at first
-// and after a hole has become part of the seam, and ways kept per hole.
+// Limits of the search: points of a loop that are tried, cuts tested against all loops (first, and after a
+// hole became part of the seam), cuts kept per hole.
 constexpr std::size_t kTriedPoints = 200;
 constexpr std::size_t kSeamTests = 400;
 constexpr std::size_t kSeamTestsAgain = 40;
@@ -137,7 +137,7 @@ DomainLoop SeamCutter::joinBand(DomainLoop lower, const DomainLoop& upper, Vec2 
   return {};
 }
 
-// Makes the hole that is nearest to `lower` a part of it, by a way there and back.
+// Merges the hole nearest to `lower` into it, along a double edge.
 bool SeamCutter::takeHole(DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
                           std::vector<DomainLoop>& holes) {
   if ((turn.u != 0 ? box_.period_v : box_.period_u) > 0) return false;

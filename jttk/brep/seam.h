@@ -1,4 +1,5 @@
-// Cutting a face open that goes round its surface: points along a cut, and two loops joined over one.
+// Cutting a face open that goes round its surface: makes the points along a cut, and joins two loops along
+// it.
 #pragma once
 
 #include <vector>
@@ -21,13 +22,12 @@ class SeamCutter {
         tolerances_(tolerances),
         points_(points) {}
 
-  // Points between a and b on the straight way in the plane, so close that the chord holds.
+  // Points on the straight line from a to b in the parameter plane, dense enough for the chord tolerance.
   DomainLoop cutBetween(const DomainPoint& a, const DomainPoint& b);
 
   // Joins two loops that wind round, `lower` by `turn` and `upper` against it, to one polygon: along lower,
-  // over the cut, along upper, and back over the same cut one turn earlier. Where holes leave no straight way
-  // for the cut, it goes through them: `holes` keeps those that are not part of the polygon then. Empty when
-  // there is no way at all.
+  // over the cut, along upper, and back over the same cut one turn earlier. If holes block every straight
+  // cut, the cut is led through holes, which are then removed from `holes`. Empty if no cut exists.
   DomainLoop joinBand(DomainLoop lower, const DomainLoop& upper, Vec2 turn, std::vector<DomainLoop>& holes);
 
  private:
@@ -39,7 +39,7 @@ class SeamCutter {
   };
   [[nodiscard]] bool crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, bool open_end,
                                  Vec2 turn) const;
-  // Straight ways from points of `lower` to points of another loop: the `kept` shortest, in their order.
+  // Straight cuts from points of `lower` to points of another loop: the `kept` shortest, in that order.
   [[nodiscard]] std::vector<Way> waysBetween(const DomainLoop& lower, const DomainLoop& other, Vec2 turn,
                                              std::size_t kept) const;
   [[nodiscard]] bool isFree(Vec2 a, Vec2 b, const DomainLoop& lower, const DomainLoop& upper, Vec2 turn,

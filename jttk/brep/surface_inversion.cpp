@@ -146,7 +146,7 @@ double Geometry::invertBySearch(const Surface& surface, const Vec3& p, const Vec
   }
   std::vector<Vec2> starts;
   if (surface.kind == SurfaceKind::Offset) {
-    // The foot on the base is only where to begin.
+    // The foot point on the base surface is only the start value.
     Vec2 foot{};
     (void)invert(this->surface(surface.base), p, nullptr, 0, foot);
     starts.push_back(foot);
@@ -255,7 +255,7 @@ double Geometry::invertSpun(const Surface& surface, const Vec3& p, const Vec2* g
 double Geometry::invertBlend(const Surface& surface, const Vec3& p, const Vec2* guess, double accept,
                              Vec2& uv) {
   const Curve& spine = curve(surface.curve);
-  // The residual is never smaller than the radius, so the guess is judged by that.
+  // The spine is about one radius away from points of the tube, so `accept` is enlarged by the radius.
   const double u = nearest(spine, p, guess ? guess->u : std::nan(""), surface.radius + accept);
   const SurfacePoint zero = at(surface, {u, 0});
   const SurfacePoint quarter = at(surface, {u, kTurn / 4});

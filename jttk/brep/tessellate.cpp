@@ -16,18 +16,19 @@ namespace {
 
 // How often the edges of a face that cross each other are made finer before the face is given up.
 constexpr int kFinerRounds = 4;
-constexpr double kFinest = 1e-6;  // of the tolerance
-// Meshes of convex bodies lie inside of them all round. Half of the allowed distance keeps area and volume
-// near the truth as well.
+constexpr double kFinest = 1e-6;  // smallest factor for an edge's tolerance
+// The mesh of a convex body lies inside it everywhere, which makes area and volume too small; so half of the
+// allowed chord is used.
 constexpr double kOwnShare = 0.5;
 // Taken for the diagonal of bodies that seem to have no size, in metres.
 constexpr double kUnknownSize = 0.1;
-// Evaluations of curves and surfaces, and what costs as much, so that damaged data end in time.
+// Limits on evaluations of curves and surfaces, and on what costs as much, so that damaged data cannot run
+// for ever.
 constexpr std::uint64_t kRoughWork = 300'000;
 constexpr std::uint64_t kRoughWorkPerFace = 2'000;
 constexpr std::uint64_t kWorkPerPart = 6'000'000;
 constexpr std::uint64_t kWorkPerFace = 100'000;
-constexpr std::uint64_t kWorkOfAFace = 10;  // besides its evaluations
+constexpr std::uint64_t kWorkOfAFace = 10;  // in addition to its evaluations
 
 struct Box {
   Vec3 low{1e300, 1e300, 1e300};
@@ -51,7 +52,7 @@ class BodyTessellator {
     not_wanted_.resize(body.face_count);
     std::vector<std::uint32_t> waiting;
     for (std::uint32_t f = 0; f < body.face_count; ++f) waiting.push_back(f);
-    // Domains first: a face that needs finer edges makes its neighbours new as well.
+    // All domains before any mesh: refining an edge changes the faces on both sides.
     for (int round = 0; round <= kFinerRounds && !waiting.empty(); ++round) {
       for (const std::uint32_t f : waiting) domains_[f] = domain(f);
       if (!geometry_.mayWork()) break;
@@ -74,7 +75,7 @@ class BodyTessellator {
     }
   }
 
-  // The points of faces that may reach further than their edges: bent both ways and without a vertex.
+  // Adds mesh points of faces that can bulge beyond their edges: doubly curved, and without vertices.
   void addFreeFaces(const Body& body, Box& box) {
     body_ = &body;
     domains_.resize(body.face_count);
@@ -253,7 +254,7 @@ class BodyTessellator {
     return faces;
   }
 
-  // Samples the edges anew that some face wishes finer; gives the faces that then have to be made again.
+  // Resamples the edges that faces asked to be finer; returns the faces that must be rebuilt.
   template <typename Wishing>
   std::vector<std::uint32_t> refineEdges(std::vector<Wishing>& wishing) {
     std::map<std::uint32_t, double> edges;
@@ -279,8 +280,8 @@ class BodyTessellator {
     return facesOf(changed);
   }
 
-  // Two faces may join the same two points of their common border by an edge inside each; then four triangles
-  // meet there. One of the faces gets a point between.
+  // Two faces can both connect the same two border points by an inner edge, which four triangles would then
+  // share. One of the faces is remeshed with a point on that edge.
   void separate() {
     for (int round = 0; round < 3 && geometry_.mayWork(); ++round) {
       std::unordered_map<std::uint64_t, std::uint32_t> first_face;
@@ -314,8 +315,8 @@ class BodyTessellator {
   std::vector<PointPairs> not_wanted_;
 };
 
-// Vertices, a few points along the edges, and coarse meshes of faces that no vertex holds in place: good to
-// some percent, which is enough for a tolerance.
+// Vertices, a few points along the edges, and coarse meshes of faces without vertices: right within some
+// percent, enough to scale the tolerance.
 double roughDiagonal(const Bodies& bodies, Geometry& geometry) {
   Tolerances coarse;
   coarse.chord = 1e6;

@@ -33,13 +33,13 @@ Result<std::vector<Bodies>> readMultiXtBrep(const Segment& segment, ByteOrder or
 // case); empty when the name is not known.
 std::optional<double> metresOfUnit(std::string_view measurement_units);
 
-// JT length units per metre for a part. What the data say themselves comes first; then
-// `measurement_units`, the part's property JT_PROP_MEASUREMENT_UNITS (any letter case; empty: not known);
-// nothing when neither tells, then `lengthRatio` can.
+// JT length units per metre for a part. The unit that the data state comes first; then `measurement_units`,
+// the part's property JT_PROP_MEASUREMENT_UNITS (any letter case; empty: not known). Empty when neither
+// tells; then use unitsPerMetreFromBox.
 std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units);
 
-// Units per metre from the part's box in JT units (min x y z, max x y z): the size of that box by that of the
-// bodies, rounded to the nearest usual unit. Nothing when either has no size.
+// Units per metre from the part's box in JT units (min x y z, max x y z): the size of that box divided by
+// that of the bodies, rounded to the nearest usual unit. Empty when either has no size.
 std::optional<double> unitsPerMetreFromBox(const Bodies& bodies, const float box[6]);
 
 struct TessellationOptions {
@@ -51,12 +51,12 @@ struct TessellationOptions {
   double angle_tolerance_rad = 0.3490658503988659;  // 20 degrees
   // JT units per metre.
   double units_per_metre = 1000;
-  // Evaluations, and what costs as much, that are left for all parts together; each part has limits of its
-  // own besides.
+  // Evaluations, and what costs as much, that are left for all parts together, in addition to each part's own
+  // limit.
   std::uint64_t work_limit = std::numeric_limits<std::uint64_t>::max();
 };
 
-// What did not become triangles.
+// A face, or something else, that gave no triangles.
 struct TessellationLoss {
   std::int32_t face = kNone;  // in Bodies::faces; kNone: not of one face
   std::string reason;

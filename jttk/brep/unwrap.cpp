@@ -1,5 +1,5 @@
-// Points are inverted one by one; each is moved by whole periods to where the loop comes from. At a pole the
-// loop has two points, with the free coordinates of its ways there and on.
+// Points are inverted one by one; each is shifted by whole periods to be near its predecessor. A pole on a
+// loop becomes two points, whose free coordinates are those of the predecessor and of the successor.
 #include "jttk/brep/unwrap.h"
 
 #include <algorithm>
@@ -38,7 +38,7 @@ int LoopUnwrapper::singularIn(Vec2 uv) {
   return stays(true) ? 1 : stays(false) ? 2 : 0;
 }
 
-// What the file allows an edge to be off its surfaces, its vertices included.
+// The edge's stated tolerance, or that of its vertices if larger.
 double LoopUnwrapper::toleranceOf(std::uint32_t number) const {
   if (number == kNoEdge) return 0;
   const Bodies& bodies = geometry_.bodies();
@@ -61,7 +61,7 @@ std::vector<LoopUnwrapper::Entry> LoopUnwrapper::invertAll(const std::vector<Loo
     if (const auto known = known_.find(p.id); known != known_.end()) {
       entry.uv = known->second;
     } else {
-      // What the edge may be off anyway is no reason to look for a better place.
+      // Within the stated tolerance the first result is good enough.
       const double tolerance = toleranceOf(p.edge);
       const double limit = kMaximumGap * tolerances_.chord + 2 * tolerance;
       const double enough = std::max(accept, std::min(2 * tolerance, tolerances_.chord));
@@ -88,7 +88,7 @@ double LoopUnwrapper::stepTo(double from, double to, double period, std::uint32_
   if (!(period > 0)) return to;
   double next = wrapNear(to, from, period);
   if (std::abs(next - from) > 0.3 * period) {
-    // Too far to be sure which way round: ask the middle.
+    // More than 0.3 of a period: invert the chord's midpoint to decide the direction.
     Vec2 middle;
     (void)geometry_.invert(surface_, (points_[a] + points_[b]) * 0.5, nullptr, 0, middle);
     next = wrapNear(to, wrapNear(in_u ? middle.u : middle.v, from, period), period);
@@ -116,7 +116,7 @@ Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
   std::vector<std::size_t> open;  // copies of poles that wait for the coordinate of the next point
   for (const Entry& entry : entries) {
     if (entry.singular != 0) {
-      // One copy where the loop comes from, one where it goes.
+      // One copy for the piece that leads to the pole, one for the piece that leads away.
       Vec2 uv = entry.uv;
       (entry.singular == 1 ? uv.u : uv.v) = entry.singular == 1 ? last.u : last.v;
       made.points.push_back({uv, entry.at.id, kNoEdge});
@@ -133,7 +133,7 @@ Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
             stepTo(last.v, entry.uv.v, box_.period_v, last_id, entry.at.id, false)};
     }
     for (const std::size_t i : open) {
-      // The regular coordinate of a pole may itself have moved by periods.
+      // Sets the free coordinate of the pole's second copy; singularIn tells which one that is.
       DomainPoint& p = made.points[i];
       if (singularIn(p.uv) == 1) {
         p.uv.u = uv.u;
@@ -148,7 +148,7 @@ Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
     after_pole = false;
   }
   if (has_pole) {
-    // The first copy is where the loop comes back to.
+    // The first copy belongs to the last piece of the loop.
     DomainPoint& first = made.points.front();
     (entries.front().singular == 1 ? first.uv.u : first.uv.v) =
         entries.front().singular == 1 ? last.u : last.v;

@@ -36,7 +36,7 @@ class LoopUnwrapper {
     LoopPoint at;
     int singular = 0;
   };
-  // 1 when u makes no difference at this place, 2 when v makes none, else 0.
+  // 1 if the surface is singular in u there (all u give the same point), 2 if in v, else 0.
   int singularIn(Vec2 uv);
   [[nodiscard]] double toleranceOf(std::uint32_t number) const;
   std::vector<Entry> invertAll(const std::vector<LoopPoint>& loop);
@@ -51,11 +51,13 @@ class LoopUnwrapper {
   std::string problem_;
 };
 
-// Between the two copies of a pole that the loop passes come as many as it has points: triangles from there
-// to the pieces of the loop each need a direction of their own. Every copy counts as an evaluation.
+// Where a loop passes a pole, adds copies of it (about as many as the loop has points, 256 at most) between
+// its two points there, so that each triangle from the pole to the loop can have a direction of its own.
+// Every copy counts as an evaluation.
 void fillPoles(Unwrapped& loop, WorkCounter& work);
 
-// Nothing but parameter curves depends on a sphere's axes: they are put where no loop comes near a pole.
+// A sphere's axes may be chosen freely (only parameter curves depend on them): so that loops stay away from
+// the poles as far as possible.
 void chooseSphereAxes(Surface& sphere, const std::vector<std::vector<LoopPoint>>& loops,
                       const std::vector<Vec3>& points);
 

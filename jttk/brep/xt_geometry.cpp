@@ -28,8 +28,8 @@ bool readFrame(const XtNode& node, const char* origin, const char* axis, Frame& 
 
 bool isLength(double value) { return isSane(value) && value > 0; }
 
-// The number of the node's curve or surface among those `made`: the one in `known`, or that of what `read`
-// gives. While that reads, kNone is known, so that what refers to itself ends.
+// The number of the node's curve or surface among those `made`: looked up in `known`, else made by `read`.
+// During `read` the entry is kNone, which ends cycles.
 template <typename Item, typename Read>
 std::int32_t numberOf(const XtNode& node, std::map<std::uint32_t, std::int32_t>& known,
                       std::vector<Item>& made, Read read) {
@@ -259,7 +259,7 @@ Surface XtGeometryReader::readBlend(const XtNode& node, int depth) {
 // A profile that meets its axis ends there: `start` and `end` are those points, null where there are none.
 void XtGeometryReader::limitProfile(const XtNode& node, Surface& spun) {
   const Curve& profile = bodies_.curves[static_cast<std::size_t>(spun.curve)];
-  // The parameters of others are not those of the file.
+  // For other curves our parameters differ from the file's.
   const bool simple = profile.kind == CurveKind::Line || profile.kind == CurveKind::Circle ||
                       profile.kind == CurveKind::Ellipse || profile.kind == CurveKind::BSpline;
   double low = node.real("start_param");

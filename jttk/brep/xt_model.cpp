@@ -38,8 +38,8 @@ class ModelBuilder {
     Body made;
     made.first_shell = static_cast<std::uint32_t>(bodies_.shells.size());
     made.first_face = static_cast<std::uint32_t>(bodies_.faces.size());
-    // Faces of solid regions first: they bound the outside too, and each face counts once. What bounds the
-    // outside alone is a sheet.
+    // Faces of solid regions first: these also belong to the void region outside, and each is taken once.
+    // Faces of void regions only are sheets.
     collectShells(body, 'S');
     made.solid = bodies_.faces.size() > made.first_face;
     collectShells(body, 'V');

@@ -226,8 +226,8 @@ Result<XtNodes> XtNodes::read(std::span<const std::byte> bytes, std::uint64_t ba
     return tl::unexpected<Error>(header.error());
   }
   Result<void> read = nodes.readNodes(reader);
-  // No file tells which nodes have user fields, and where: the way that reads to the end mark is the right
-  // one.
+  // Files do not state which nodes have user fields, and where: the layout that reads up to the end mark is
+  // used.
   for (const auto& [before, of_sides] : {std::pair{true, false}, {false, true}, {true, true}}) {
     if (read || nodes.user_fields_.count == 0) break;
     nodes.user_fields_.before = before;

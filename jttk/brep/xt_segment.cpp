@@ -24,7 +24,7 @@ bool beginsWithMark(std::span<const std::byte> bytes) {
   return bytes.size() > 4 && std::equal(kMark, kMark + 4, bytes.begin());
 }
 
-// A length, and as many bytes that begin with the mark.
+// A length, then that number of bytes, which begin with the mark.
 bool tryData(ByteReader reader, XtData& found) {
   const std::int32_t size = reader.i32("length of the XT data");
   if (!reader.ok() || size <= 4 || static_cast<std::size_t>(size) > reader.remaining()) return false;

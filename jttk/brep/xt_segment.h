@@ -15,8 +15,8 @@ struct XtData {
   std::uint64_t offset = 0;
 };
 
-// `data` are the unpacked data of a segment of type XtBrep. All versions: the wrapper's few forms are told
-// apart by where the data begin.
+// `data` are the unpacked data of a segment of type XtBrep. All versions: the wrapper's layouts differ by
+// version; the right one is followed by the XT mark.
 Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std::uint64_t base_offset);
 
 // All XT data in a segment of type MultiXtBrep, whose wrapper is not known: wherever the mark follows a

@@ -33,8 +33,9 @@ std::size_t pointsForKnots(std::size_t knot_count, int degree) {
   return knot_count > needed ? knot_count - needed : 0;
 }
 
-// A closed direction may bring the knots of one period only, the first one at both ends: the others are
-// theirs moved by whole periods. Afterwards the first `degree` points come again at the end.
+// A closed direction may have the knots of one period only, the first one at both ends: the others repeat
+// these, shifted by whole periods. The points are then completed by the first `degree` ones (see
+// pointsForKnots).
 void closeKnots(std::vector<double>& knots, int degree, std::size_t stored) {
   if (knots.size() < 2 || pointsForKnots(knots.size(), degree) >= stored) return;
   const double period = knots.back() - knots.front();
@@ -45,7 +46,7 @@ void closeKnots(std::vector<double>& knots, int degree, std::size_t stored) {
   const auto n = static_cast<std::ptrdiff_t>(stored);
   std::vector<double> all;
   for (std::ptrdiff_t i = 0; i <= n + 2 * p; ++i) {
-    // The last copy of the first knot goes to place `degree`.
+    // The last copy of the first knot goes to index `degree`.
     const std::ptrdiff_t place = i - p + static_cast<std::ptrdiff_t>(times) - 1;
     const std::ptrdiff_t turns = place >= 0 ? place / n : -((n - 1 - place) / n);
     all.push_back(knots[static_cast<std::size_t>(place - turns * n)] + static_cast<double>(turns) * period);

@@ -11,8 +11,8 @@
 namespace jttk {
 namespace {
 
-// The entry that contains `place`, which is less than the table's total: the last one that begins at or
-// before it. Entries without occurrences share their beginning with the next one, so it is none of them.
+// The entry whose share of 0 .. total - 1 contains `place`: the last one that begins at or before it. An
+// entry without occurrences begins where its successor does and is never chosen.
 const ProbabilityEntry& entryAt(const ProbabilityTable& table, std::uint64_t place) {
   const auto behind = std::upper_bound(
       table.entries.begin(), table.entries.end(), place,

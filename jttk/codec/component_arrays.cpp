@@ -27,7 +27,7 @@ bool joinFloatParts(std::span<std::int32_t> exponents, std::span<const std::int3
   return true;
 }
 
-// From values after `from` to values after the other predictor. Only Null and Lag1 are used here.
+// Converts values decoded with `from` to what the other predictor gives. Only Null and Lag1 are used here.
 void exchangePredictor(Predictor from, std::span<std::int32_t> values) {
   if (from == Predictor::Null) return undoPredictor(Predictor::Lag1, values);
   constexpr std::size_t kPlainValues = 4;

@@ -16,15 +16,14 @@ namespace jttk {
 // What becomes of values that do not agree with their hash.
 enum class HashRule : std::uint8_t { MustAgree, Ignore };
 
-// The components of one array, each `count` values, one after the other: what is hashed, and what floats are
-// made of.
+// The decoded components of one vertex array, `count` values each.
 class ComponentArrays {
  public:
   ComponentArrays(ByteReader& reader, Int32PacketReader& packets, std::uint32_t count) noexcept
       : reader_(reader), packets_(packets), count_(count) {}
 
-  // Reads `components` packets of codes, then the hash. Not all writers predict alike: where the hash does
-  // not agree after `usual`, the other one of Null and Lag1 is taken if it makes it agree.
+  // Reads `components` packets of codes, then the hash. Writers differ in the predictor: if the hash is wrong
+  // after `usual`, the other one of Null and Lag1 is tried.
   Result<void> readCodes(const char* what, std::uint32_t components, Predictor usual,
                          HashRule rule = HashRule::MustAgree);
   // Reads the float bits of `components` components, then the hash. JT 10: the hash decides as above. JT 9:
@@ -33,7 +32,7 @@ class ComponentArrays {
                              HashRule rule = HashRule::MustAgree);
   // Whether what was read agrees with its hash. False also where it is not known what that is taken over.
   [[nodiscard]] bool hashAgrees() const noexcept { return hash_agrees_; }
-  // From the values after `from` to those after the other one of Null and Lag1.
+  // Converts values decoded with `from` to what the other one of Null and Lag1 gives.
   void exchangePredictors(Predictor from);
 
   // Codes or float bits of one component.

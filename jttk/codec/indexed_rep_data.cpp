@@ -1,5 +1,5 @@
-// Polylines and points: groups of primitives, primitives as stretches of a vertex list, and the vertex list
-// with record numbers; then the vertex arrays. Records that lie at one place share a coordinate.
+// Polylines and points: groups of primitives, primitives as ranges of a vertex list, and the vertex list with
+// record numbers; then the vertex arrays. Records with equal positions share one coordinate.
 #include <array>
 #include <span>
 #include <string>
@@ -22,8 +22,8 @@ std::uint32_t hashOf(const std::vector<std::int32_t>& values, std::uint32_t seed
   return hash32(std::span<const std::int32_t>(values), seed);
 }
 
-// A list that gives `count` stretches has one entry more; an empty one may lack its single entry, and some
-// state the number of entries instead.
+// `count` ranges need count + 1 starts. Accepted too: no entry where count is 0, and writers that state the
+// number of entries as the count.
 Result<void> readStarts(ByteReader& reader, Int32PacketReader& packets, const char* what, std::uint32_t count,
                         std::vector<std::int32_t>& starts) {
   const std::uint64_t start = reader.offset();
@@ -92,7 +92,7 @@ Result<void> readLists(ByteReader& reader, Int32PacketReader& packets, std::uint
   return {};
 }
 
-// Primitives must follow each other through the list. Entries that belong to none are taken out of it.
+// The ranges must ascend. Entries before the first and behind the last range are removed.
 Result<void> setPrimitives(IndexLists& lists, std::uint64_t offset, ShapeGeometry& shape) {
   const auto entries = static_cast<std::uint32_t>(lists.vertices.size());
   if (lists.primitives.size() < 2) {

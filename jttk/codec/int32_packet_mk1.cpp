@@ -1,6 +1,7 @@
 // Reads a packet: the codec's byte, for Huffman and arithmetic the probability contexts and the out-of-band
-// packet, then the lengths and the code text, which is a sequence of words in the file's byte order. A
-// code text must be used up to its last bit; only the arithmetic coder leaves some and reads ahead some.
+// packet, then the lengths and the code text, which is a sequence of words in the file's byte order. A code
+// text must be used up to its last bit, except by the arithmetic coder, which leaves some bits and reads
+// ahead of what it needs.
 #include "jttk/codec/int32_packet_mk1.h"
 
 #include <algorithm>
@@ -48,7 +49,7 @@ Result<std::size_t> readValueCount(ByteReader& in, const Limits& limits) {
   return static_cast<std::size_t>(count);
 }
 
-// What stands between the contexts and the code text.
+// The numbers between the probability contexts and the code text.
 struct CodeTextHeader {
   std::uint32_t bit_count = 0;
   std::size_t value_count = 0;
@@ -91,7 +92,7 @@ Result<BitReader> readCodeText(ByteReader& in, std::uint32_t bit_count) {
 }
 
 Result<void> decodeNull(ByteReader& in, const Limits& limits, Values& values) {
-  // Against the bytes first, which its failure is about then.
+  // Checked against the bytes left first, so that the error names these and not the caller's limit.
   if (ByteReader ahead = in; ahead.count("value count", 4) == 0 && !ahead.ok()) return ahead.unexpected();
   const Result<std::size_t> count = readValueCount(in, limits);
   if (!count) return tl::unexpected(count.error());

@@ -22,7 +22,7 @@ namespace jttk {
 Result<void> decodeInt32PacketMk1(ByteReader& in, std::size_t maximum_count,
                                   std::vector<std::int32_t>& values, MemoryBudget* memory = nullptr);
 
-// Goes behind the packet at `in` without decoding its values, whatever these are.
+// Skips the packet at `in` without decoding its values.
 Result<void> skipInt32PacketMk1(ByteReader& in);
 
 }  // namespace jttk

@@ -35,7 +35,7 @@ class Int32PacketReader {
                            std::vector<std::int32_t>& values);
 
   [[nodiscard]] PacketForm form() const noexcept { return form_; }
-  // Where what is made of the values takes its memory from, too.
+  // The budget that callers also use for arrays made of the values.
   [[nodiscard]] MemoryBudget& memory() noexcept { return memory_ != nullptr ? *memory_ : unlimited_; }
 
  private:

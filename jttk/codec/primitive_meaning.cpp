@@ -16,15 +16,16 @@ namespace {
 
 using Kind = Solid::Kind;
 
-// Parts of the stated box's extent along an axis: writers that make their boxes of coarse meshes, and
-// rounding.
+// Allowed deviation from the stated box, as a share of its extent along an axis: writers compute boxes from
+// coarse meshes, and round.
 constexpr double kBoxTolerance = 0.02;
-// Parts of the stated area. Coarse meshes have less of it, so the best choice may miss it by the first
-// number; others must miss it by several times as much, and by more than rounding.
+// Shares of the stated area. The best choice may miss it by kAreaTolerance, because coarse meshes have less
+// area. Others count as equally good unless they miss it kClearlyWorse times as much, and by more than
+// kAreaRounding.
 constexpr double kAreaTolerance = 0.03;
 constexpr double kAreaRounding = 0.002;
 constexpr double kClearlyWorse = 3;
-// Two solids are the same when their figures agree to this part of their size.
+// Two solids are the same when their measures agree to this share of their size.
 constexpr double kSameSolid = 1e-3;
 // A mesh of more corners is made coarser, as far as kFewestCircleSides; then the set is refused.
 constexpr std::size_t kMaximumCorners = std::size_t{1} << 24;
@@ -305,7 +306,7 @@ class Chooser {
     return true;
   }
 
-  // Those of the agreeing choices whose area is the stated one, as well as it can be told.
+  // Those of the agreeing choices whose area comes closest to the stated one, within the limits above.
   [[nodiscard]] std::vector<Choice> bestByArea(double area) const {
     const auto missing = [&](const Choice& choice) { return std::abs(areaOf(choice) - area); };
     double least = std::numeric_limits<double>::max();

@@ -18,7 +18,7 @@
 namespace jttk {
 
 // The set as polygons: see appendMesh. `stated`: what the scene graph says about the shape, the nearest
-// first; the first that agrees is taken. `offset`: of the element, for messages.
+// first; the first one that the solids fill is used. `offset`: of the element, for messages.
 Result<ShapeGeometry> meshOfPrimitives(const PrimitiveSet& set, std::span<const StatedExtent> stated,
                                        std::uint64_t offset);
 

@@ -29,7 +29,7 @@ constexpr double kLossyLength = 2e-2;
 // Colours may miss 0 .. 1 by this.
 constexpr float kColorSlack = 1e-3F;
 
-// One way in which the fields in front of the primitives stand.
+// One possible layout of the fields in front of the primitives.
 struct Form {
   int versions = 1;
   bool has_bits = true;
@@ -206,7 +206,7 @@ class LossyReader {
     return quantizer;
   }
 
-  // More quantisers than `n` have packets too, which are passed over.
+  // More quantisers than `n` have packets too, which are skipped.
   template <std::size_t n, std::size_t quantizer_count>
   Result<void> readColumns(const char* what, const std::array<UniformQuantizer, quantizer_count>& quantizers,
                            std::array<float, n> Primitive::*member, std::vector<Primitive>& primitives) {

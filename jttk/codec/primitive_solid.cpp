@@ -11,7 +11,7 @@ namespace jttk {
 
 namespace {
 
-// Puts points, normals and polygons of one solid behind those that are there.
+// Appends the points, normals and polygons of one solid to the mesh.
 class MeshWriter {
  public:
   MeshWriter(const Solid& solid, bool with_color, ShapeGeometry& mesh)

@@ -1,5 +1,5 @@
-// Simple solids and their meshes. A solid fills, or touches all round, an upright box of its own coordinates;
-// a rotation and a move bring it to its place.
+// Simple solids and their meshes. A solid touches all sides of an axis-parallel box in its own coordinates; a
+// rotation and a translation place it.
 #pragma once
 
 #include <array>
@@ -28,7 +28,8 @@ struct Solid {
   std::array<double, 3> low{};
   std::array<double, 3> high{};
   std::array<double, 2> end_scale = {1, 1};  // Frustum: of the lower and the upper end; > 0
-  // Prism: the triangle stands on the whole lower side of its rectangle. Its tip is over this part of it.
+  // Prism: one side of the triangle is the whole lower side of its rectangle. Position of the tip above that
+  // side, as a share of its length.
   double tip = 0.5;
   // Prism: the triangle is in x and z and is pulled along y; else in x and y and pulled along z.
   bool pulled_along_y = true;
@@ -38,7 +39,7 @@ struct Solid {
   std::array<float, 3> color{};
 };
 
-// How many sides stand for a circle: the sides keep within 0.1 percent of its diameter. A multiple of four,
+// How many sides approximate a circle: the sides keep within 0.1 percent of its diameter. A multiple of four,
 // so that a solid touches its box.
 inline constexpr std::size_t kFullCircleSides = 52;
 

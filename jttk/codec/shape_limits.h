@@ -3,8 +3,8 @@
 // Three of the codecs state any number of equal values in no bits at all, so bytes do not bound counts
 // strictly. But a shape is never all of one value: a flat, regular grid of two million quantised triangles
 // with one normal takes 640 kB for 14 million values, which is some 20 values per byte. The limits below have
-// room for that at every size, and let small elements have what a small computer can afford without a
-// thought. Beyond these rates only the memory budget is a limit.
+// room for that at every size, and allow small elements an amount that costs next to nothing. Beyond these
+// rates only the memory budget is a limit.
 #pragma once
 
 #include <algorithm>

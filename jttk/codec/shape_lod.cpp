@@ -23,8 +23,8 @@ struct Element {
   ByteReader body;  // after GUID and base type
 };
 
-// A segment that states too small a size cuts its element off. What is missing then may be of no use; whoever
-// needs it finds out.
+// A segment that states too small a size cuts its element off. What is missing then may be fields that are
+// not read; otherwise reading them fails.
 Result<Element> readElement(ByteReader& reader) {
   constexpr std::int32_t kSmallestElement = 17;  // GUID and base type
   const std::int32_t length = reader.i32("element length");
@@ -44,7 +44,7 @@ bool isShape(const Guid& kind) {
          kind == kNullShape || isPrimitiveSet(kind);
 }
 
-// The shape is the first element as a rule; others in front of it are passed over.
+// The shape is usually the first element; others in front of it are skipped.
 Result<Element> findShape(ByteReader& reader) {
   const std::uint64_t start = reader.offset();
   std::optional<Guid> other;
@@ -65,7 +65,7 @@ const char* nameOf(const Guid& kind) {
   return "shape";
 }
 
-// JT 9: the versions of the layers of the element are I16 and stand in front of the representation.
+// JT 9: each base class of the element has an I16 version; all come before the representation.
 void skipFrontMatter9(ByteReader& body) {
   body.skip(4, "object id");
   body.skip(2 * sizeof(std::int16_t), "element versions");
@@ -118,7 +118,7 @@ Result<ShapeGeometry> decodePrimitives(const ByteReader& body, Version version,
   return mesh;
 }
 
-// Where no hash vouches for the coordinates, the box at least should have room for them.
+// Coordinates without a checked hash should at least lie in the stated box.
 void compareWithBox(ShapeGeometry& shape, std::span<const StatedExtent> stated, std::uint64_t offset) {
   const std::array<float, 6>* box = statedBox(stated);
   if (box == nullptr || shape.facts.coordinate_hash_checked || !shape.facts.coordinate_note.empty()) return;

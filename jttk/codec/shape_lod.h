@@ -24,7 +24,8 @@ enum class PrimitiveKind : std::uint8_t {
   Empty,           // a null shape
 };
 
-// Facts that tools show and tests compare; nothing of the geometry depends on them.
+// What decoding found out apart from the geometry. It decides what is reported, how the shape is typed and
+// whether its coordinates are compared with the stated box.
 struct ShapeFacts {
   bool lossless = false;
   std::uint8_t quantization_bits[4] = {};  // coordinates, normals, texture coordinates, colours
@@ -32,16 +33,17 @@ struct ShapeFacts {
   std::uint32_t components = 0;  // connected components of the topology coder
   std::uint32_t covers = 0;      // polygons that close holes and are not part of the shape
   bool topology_hash_checked = false;
-  // The coordinates agree with their hash. Not for all layouts it is known what the hash is taken over.
+  // The coordinates agree with their hash. False also where it is not known what the hash is taken over
+  // (lossless 9.x).
   bool coordinate_hash_checked = false;
-  // Distance of neighbouring codes of the coordinates; 0 where they are floats.
+  // Quantiser step of x, y and z; 0 for float coordinates.
   std::array<float, 3> coordinate_steps{};
   // Why attributes (normals, colours, …) that the shape has are not among its records; empty when all are.
   std::string unread_attributes;
-  // Why it is open whether the faces or lines are right; empty as a rule. The geometry is sound as such: its
-  // indices are in range and its faces closed.
+  // Not empty when a hash of the connectivity is wrong although the mesh decodes: indices are in range and
+  // faces closed, but the faces or lines may not be those that were written.
   std::string doubt;
-  // What is odd about the coordinates but does not cost the shape; empty as a rule.
+  // A fault of the coordinates for which the shape is kept; empty when there is none.
   std::string coordinate_note;
   // Of a primitive set: bit 0 boxes, 1 cylinders, 2 pyramids, 3 spheres, 4 prisms.
   std::uint32_t solid_types = 0;
@@ -82,15 +84,16 @@ struct StatedExtent {
 };
 
 struct ShapeContext {
-  // What is known of the shape from outside, the nearest first. Primitive sets need it (see
-  // primitive_meaning.h); of others the first box is a witness of the coordinates.
+  // What the scene graph states: the shape node's extent first, for some primitive sets then the root's.
+  // Primitive sets need it (see primitive_meaning.h); the coordinates of other shapes are compared with the
+  // first box.
   std::span<const StatedExtent> stated;
   // Where the decoder takes its memory from; null: without a limit.
   MemoryBudget* memory = nullptr;
 };
 
-// Decodes the one shape LOD element of a shape segment (types 6 to 16). Where the machine's memory runs out
-// the whole shape is an error: nothing that is otherwise left out or taken on trust is meant then.
+// Decodes the one shape LOD element of a shape segment (types 6 to 16). Running out of memory fails the whole
+// shape; it is never treated as an unreadable attribute or a wrong hash.
 Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
                                      const ShapeContext& context = {});
 

@@ -15,7 +15,7 @@ constexpr std::size_t kNormalFloats = 3;
 constexpr std::size_t kTextureFloats = 3;
 constexpr std::size_t kColorFloats = 4;
 
-// The one of three that a binding speaks of; vertices where there is none.
+// The value that belongs to the binding; `vertices` for None.
 std::size_t bound(Binding binding, std::size_t vertices, std::size_t facets, std::size_t primitives) {
   if (binding == Binding::Facet) return facets;
   return binding == Binding::Primitive ? primitives : vertices;
@@ -111,7 +111,8 @@ void spread(std::span<const Origin> origins, Binding binding, std::size_t stride
   records = std::move(result);
 }
 
-// Records of corners; where corners get records of their own, a facet has up to three of them.
+// Takes the memory for the corners' records. Where each corner gets a record of its own, strips are taken
+// apart, which makes up to three corners of one.
 Result<void> takeMemory(const Context& context, const ShapeGeometry& geometry, bool per_vertex_only,
                         std::uint64_t offset) {
   constexpr std::size_t kOfOwnRecords =

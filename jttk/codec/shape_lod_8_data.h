@@ -39,8 +39,8 @@ Result<void> readValues(ByteReader& in, Context& context, std::size_t maximum_co
                         const char* what, std::vector<std::int32_t>& values);
 
 // Quantised coordinates and attributes, one per vertex, and an index per corner. Attributes that belong to
-// facets or primitives are left as stored: see spreadAttributes. Attributes that cannot be read are left out,
-// and the facts say so.
+// facets or primitives are left as stored: see spreadAttributes. Attributes that cannot be read are left out;
+// facts.unread_attributes says why.
 Result<void> readLossy(ByteReader& in, Context& context, ShapeGeometry& geometry);
 
 // Plain floats, a record per corner.
@@ -48,8 +48,8 @@ Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geome
 
 // Gives each corner its attribute record. When all attributes belong to vertices, records are numbered as
 // positions are. Otherwise every corner gets a record of its own, and strips and lines whose facets carry
-// attributes are taken apart into triangles and line segments. Attributes whose number is not that of what
-// they belong to are dropped, and the facts say so.
+// attributes are taken apart into triangles and line segments. Attributes are dropped, with a reason in
+// facts.unread_attributes, if their number is not that of their vertices, facets or primitives.
 Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry);
 
 }  // namespace jttk::shape8

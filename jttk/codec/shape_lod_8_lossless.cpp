@@ -1,7 +1,7 @@
-// Lossless vertex data of JT 8.x: one record of floats per corner, in corner order, usually packed with
-// zlib. A record is texture coordinates, colour, normal, as far as they are bound, and the position last.
-// Where attributes that do not belong to vertices are, and whether a colour may have an alpha, no file has
-// shown; the size of the records tells.
+// Lossless vertex data of JT 8.x: one record of floats per corner, in corner order, usually packed with zlib.
+// A record is texture coordinates, colour, normal, as far as they are bound, and the position last. No known
+// file shows whether attributes per facet or primitive are part of a record, or whether a colour may have an
+// alpha: both are inferred from the records' size.
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
@@ -122,7 +122,7 @@ std::optional<RecordLayout> layoutOf(const Bindings& bindings, std::size_t size,
   return std::nullopt;
 }
 
-// What a record holds belongs to its corner; other attributes are not there.
+// Attributes found in the records count as per vertex; others are dropped.
 void bindAsRead(Binding& binding, std::size_t place, const char* what, ShapeFacts& facts) {
   if (binding == Binding::None) return;
   if (place == RecordLayout::kAbsent) facts.unread_attributes = std::string(what) + " per facet or primitive";

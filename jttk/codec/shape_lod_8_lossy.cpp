@@ -76,7 +76,7 @@ Result<void> readQuantized(ByteReader& in, Context& context, const UniformQuanti
     records.values[place] = dequantize(code);
     place += records.stride;
   }
-  // Writers that round differently reach one step further.
+  // Some writers round up to one code beyond the largest.
   if (greatest <= quantizer.largestCode() + 1) return {};
   return fail(std::string(what) + ": code " + std::to_string(greatest) + " has more than " +
                   std::to_string(quantizer.bits) + " bits",
@@ -186,8 +186,8 @@ struct AttributeLayout {
   std::size_t packets;
 };
 
-// Reads an attribute with `read`. What cannot be read is passed over, because nothing is made of attributes
-// in the end but what follows them is needed; then its binding is none. Fails where it cannot be passed over.
+// Reads an attribute with `read`. An unreadable attribute is skipped and its binding set to None: attributes
+// do not reach the scene, but the indices behind them are needed. Fails where it cannot be skipped.
 template <typename Read>
 Result<void> readAttribute(ByteReader& in, ShapeFacts& facts, Binding& binding, const AttributeLayout& layout,
                            std::vector<float>& values, Read read) {

@@ -7,8 +7,8 @@ namespace jttk {
 namespace {
 
 constexpr std::size_t kAxes = 3;
-// Boxes are floats that were computed in some other order than the coordinates: what rounding may cost, of
-// the box's diagonal and of its distance from the origin.
+// Tolerance for rounding, as shares of the box's diagonal and of its distance from the origin: boxes are
+// floats that were computed in another order than the coordinates.
 constexpr double kOfDiagonal = 1e-5;
 constexpr double kOfDistance = 1e-6;
 
@@ -32,7 +32,7 @@ bool isPlace(const float* point) {
   return std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
 }
 
-// Outermost places that a point may have.
+// The box enlarged by the slack.
 struct Limits {
   std::array<double, kAxes> least;
   std::array<double, kAxes> most;

@@ -1,7 +1,7 @@
 // The box that the scene graph states for a shape, as a second witness of the shape's coordinates.
 //
-// The box is in the shape's own coordinates and holds them up to half a quantiser step: it was taken of the
-// shape before it was quantised.
+// The box is in the shape's own coordinates and contains them, give or take half a quantiser step: writers
+// compute it before they quantise.
 #pragma once
 
 #include <array>
@@ -20,7 +20,7 @@ bool fillsBox(std::span<const float> positions, const std::array<float, 3>& step
               const std::array<float, 6>& box);
 
 // Whether all points that corners of the shape use lie in the box, within a step. Those that are no finite
-// numbers are passed over.
+// numbers are skipped.
 bool liesInBox(const ShapeGeometry& shape, const std::array<float, 6>& box);
 
 }  // namespace jttk

@@ -1,8 +1,8 @@
 // Topologically compressed: the topology's arrays, then the vertex arrays.
 //
-// Of hashes that do not agree one can be borne. Where it is the topology's, the mesh is doubtful, but may be
-// right as far as it can be told: its arrays fit each other to the last symbol. Where it is the coordinates',
-// the box that the node states is a second witness. Both together are too much.
+// One of two wrong hashes is tolerated. If it is the topology's, the mesh is doubtful, but may be right: its
+// arrays fit each other to the last symbol. If it is the coordinates', the box that the node states must
+// confirm them. Two wrong hashes fail the shape.
 #include <string>
 
 #include "jttk/codec/rep_data.h"
@@ -64,11 +64,11 @@ Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm fo
   if (!reader.ok()) return reader.unexpected();
   if (vertices != topology.vertices)
     return countMismatch("vertices", vertices, topology.vertices, counts_offset);
-  // Arrays follow only where there are vertices, whatever the bindings say.
+  // Without vertices no arrays follow, even if the bindings name some.
   if (vertices == 0) return shape;
   done = arrays.readCoordinates(vertices, shape);
   if (!done) return tl::unexpected<Error>(done.error());
-  // Without a record for every corner the attributes are of no use, but the mesh is.
+  // Without a record for every corner the attributes are dropped; the mesh stays.
   const bool records_fit = topology.records_fit && records == topology.records;
   if (records_fit) {
     arrays.readAttributes(records, shape);

@@ -39,7 +39,7 @@ struct Corner {
 struct Vertex {
   std::uint32_t first_slot;
   std::uint32_t degree;
-  std::uint32_t empty_slots;  // kFinished when the vertex is done with
+  std::uint32_t empty_slots;  // kFinished once all its slots are filled
   std::uint32_t next_slot;    // no slot before this one is empty
   std::uint64_t mask;         // of degrees up to 64
   std::uint32_t wide_mask;    // else: first word among the wide mask words
@@ -94,7 +94,7 @@ class TopologyDecoder {
   std::vector<Corner> corners_;
   std::vector<Vertex> vertices_;
   std::vector<Slot> slots_;
-  std::vector<std::uint32_t> active_;  // open vertices, and finished ones that have not been met again
+  std::vector<std::uint32_t> active_;  // open vertices, and finished ones that nextActive() will remove
 
   std::size_t next_degree_[kTopologyContexts] = {};
   std::size_t next_mask_[kTopologyContexts] = {};
@@ -204,7 +204,7 @@ bool TopologyDecoder::completePolygon(std::uint32_t index) {
   return true;
 }
 
-// Links the polygon to the vertices that linking its corners brought to light, from corner 0 towards `last`.
+// Links the corners whose vertex became known through a neighbour (see pull), from corner 0 towards `last`.
 template <bool Forward>
 bool TopologyDecoder::walk(std::uint32_t index, std::uint32_t last) {
   const Polygon polygon = polygons_[index];
@@ -403,7 +403,7 @@ void TopologyDecoder::assignRecords(std::vector<std::uint32_t>& corner_records) 
   }
 }
 
-// The groups say it once more, for writers that leave the flags out.
+// For writers that leave the flags out: a negative group marks a cover, too.
 bool TopologyDecoder::isCover(std::size_t polygon) const {
   if (!symbols_.flags.empty()) return symbols_.flags[polygon] != 0;
   return polygon < symbols_.groups.size() && symbols_.groups[polygon] < 0;

@@ -21,7 +21,7 @@ inline constexpr std::size_t kTopologyContexts = 8;
 struct TopologySymbols {
   std::vector<std::int32_t> degrees[kTopologyContexts];  // slots of a new vertex; 0 = split
   std::vector<std::int32_t> valences;                    // corners of a polygon
-  std::vector<std::int32_t> groups;                      // a number per polygon; negative = cover
+  std::vector<std::int32_t> groups;                      // face group per polygon; negative = cover
   std::vector<std::int32_t> flags;                       // per polygon: not 0 = cover; empty = see the groups
   // Bit s of a vertex's mask: a new attribute record begins at slot s. The last context is for degrees above
   // 8 and is cut in two or three arrays.
@@ -42,7 +42,7 @@ Result<TopologySymbols> readTopologySymbols(ByteReader& reader, Int32PacketReade
 // The hash over all arrays, in the order in which they are stored.
 std::uint32_t topologyHash(const TopologySymbols& symbols, PacketForm form);
 
-// The mesh without its covers.
+// The decoded mesh; covers are left out.
 struct Topology {
   std::vector<std::uint32_t> polygon_starts;   // one entry more than polygons; empty when there are none
   std::vector<std::uint32_t> corner_vertices;  // per corner

@@ -105,7 +105,7 @@ Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeomet
     quantizer = *read;
     bits |= quantizer.bits;
   }
-  // Quantisers of no bits are those of floats or, where all vertices lie in one place, of codes.
+  // Quantisers of 0 bits mean floats or, if all vertices coincide, codes.
   const bool lossless = bits == 0 && shape.facts.quantization_bits[0] == 0;
   const ByteReader before = reader_;
   auto done = readCoordinatesAs(layout, lossless, false, shape);
@@ -155,7 +155,7 @@ Result<void> VertexArrayReader::readCoordinatesAs(const CoordinateLayout& layout
   };
   fill();
   if (!box_decides) return {};
-  // Without the hash either predictor may be meant.
+  // Without the hash to decide, both predictors are tried.
   const auto fits = [&] { return fillsBox(shape.positions, shape.facts.coordinate_steps, *box_); };
   if (!fits()) {
     arrays.exchangePredictors(Predictor::Lag1);
@@ -167,8 +167,8 @@ Result<void> VertexArrayReader::readCoordinatesAs(const CoordinateLayout& layout
   return {};
 }
 
-// Nothing is made of attributes in the end, and the layouts of some are known from hearsay only: one that
-// cannot be read costs itself and those behind it, not the shape.
+// Attributes do not reach the scene, and the layouts of some are not confirmed by files. One that cannot be
+// read is dropped with those behind it; the shape stays.
 void VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometry& shape) {
   const std::uint64_t present = shape.facts.bindings;
   Result<void> done;

@@ -37,7 +37,7 @@ class VertexArrayReader {
   // Positions, for `count` vertices; says in `facts` whether they were lossless. Those that do not agree with
   // their hash stay where they fill the box, and facts.coordinate_note says so.
   Result<void> readCoordinates(std::uint32_t count, ShapeGeometry& shape);
-  // Everything that `shape.facts.bindings` names besides coordinates, for `count` records. Texture channels
+  // All arrays that `shape.facts.bindings` names, except coordinates, for `count` records. Texture channels
   // above the first are read and dropped. Auxiliary fields come last and are left unread. An array that
   // cannot be read stays empty, and so do those behind it; shape.facts.unread_attributes says why.
   void readAttributes(std::uint32_t count, ShapeGeometry& shape);

@@ -54,7 +54,7 @@ class ByteReader {
   // The next `size` bytes as a view; empty on failure.
   std::span<const std::byte> take(std::size_t size, const char* what);
   void skip(std::size_t size, const char* what) { (void)take(size, what); }
-  // A reader over the next `size` bytes, which this reader passes over.
+  // A reader over the next `size` bytes; this reader skips them.
   ByteReader sub(std::size_t size, const char* what);
 
   [[nodiscard]] std::size_t remaining() const noexcept { return bytes_.size() - position_; }
@@ -64,7 +64,7 @@ class ByteReader {
   // The first failure. Only when !ok().
   [[nodiscard]] Error error() const;
   [[nodiscard]] tl::unexpected<Error> unexpected() const { return tl::unexpected<Error>(error()); }
-  // Marks the reader as failed from outside: `what` (static text) is not legal here.
+  // Lets the caller fail the reader because a value is not legal. `what` and `reason` are string literals.
   void setFailed(const char* what, const char* reason) noexcept;
 
  private:

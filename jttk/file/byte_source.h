@@ -1,5 +1,5 @@
-// Where the bytes of a JT file come from: the file, read by place, or memory of the caller's. A file that
-// shrinks while it is read is an error of that read, never a signal.
+// Where the bytes of a JT file come from: the file, read at given offsets, or the caller's memory. A file
+// that shrinks while it is read is an error of that read, never a signal.
 //
 // Thread rules: const calls from any thread.
 #pragma once
@@ -32,7 +32,7 @@ class ByteSource {
   [[nodiscard]] bool holds(std::uint64_t offset, std::uint64_t size_bytes) const noexcept {
     return offset <= size() && size_bytes <= size() - offset;
   }
-  // All of it must be held (`holds`).
+  // The range must lie in the source: check with `holds`.
   [[nodiscard]] Result<Bytes> read(std::uint64_t offset, std::uint64_t size_bytes) const;
 
  private:

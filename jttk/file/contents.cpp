@@ -7,7 +7,7 @@
 namespace jttk {
 namespace {
 
-// How far an entry can be trusted, the best last.
+// How well an entry is confirmed by the segment's header, worst first.
 enum class Trust : std::uint8_t { OutsideOfFile, TableOnly, HeaderOnly, Both };
 
 struct Candidate {
@@ -40,7 +40,7 @@ class Reconciler {
     }
     Candidate& first = candidates_[known->second];
     const bool is_better = candidate.trust > first.trust;
-    // What is no repetition has been told as a contradiction.
+    // An entry whose id was corrected has been reported already, by judge().
     if (listed.id == candidate.entry.id) {
       ++contents_.duplicates;
       const TocEntry& holds = is_better ? candidate.entry : first.entry;
@@ -83,7 +83,7 @@ class Reconciler {
   Contents contents_;
 };
 
-// The table with the number of its entries, as far as the file has it.
+// The table's entry count and entries, as far as the file goes.
 Result<ByteSource::Bytes> readTable(const ByteSource& file, ByteOrder order, std::uint64_t offset,
                                     std::size_t entry_size) {
   const std::uint64_t rest = file.size() - offset;

@@ -34,7 +34,7 @@ enum class SegmentType : std::uint32_t {
 [[nodiscard]] constexpr bool isShapeSegment(SegmentType type) {
   return type >= SegmentType::Shape && type <= SegmentType::ShapeLod9;
 }
-// Facets and exact geometry; not wireframes, which show the edges of what is there anyway.
+// Facets and exact geometry; not wireframes, which only repeat the edges of bodies.
 [[nodiscard]] bool holdsGeometry(SegmentType type);
 
 // "scene graph", "shape, level 0", …; of an unknown type its number.
@@ -59,8 +59,8 @@ struct SegmentHeader {
 Result<SegmentHeader> readSegmentHeader(const ByteSource& file, ByteOrder order, std::uint64_t offset);
 
 struct Contents {
-  // In file order, each segment once. An id that a header states counts where the table lists it, else the
-  // table's.
+  // In file order, each segment once. Where a segment's header has another id than its entry, the header's id
+  // is used if the table lists it, else the entry's.
   std::vector<TocEntry> entries;
   std::size_t duplicates = 0;               // entries that repeat another one
   std::vector<std::string> contradictions;  // one text each, and one for those beyond kMaxContradictions

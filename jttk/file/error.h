@@ -1,5 +1,5 @@
-// What a decoder says when bytes are not what they should be. Lower layers fill in what they were reading,
-// where, and why not; upper layers put segment, part and path in front with `in`.
+// A decoder's error: what was read, at which offset, and what is wrong. Callers put segment, part and path in
+// front with `in`.
 #pragma once
 
 #include <cstdint>
@@ -11,13 +11,13 @@ namespace jttk {
 
 struct Error {
   std::string what;  // "tri-strip set: coordinates: 7 values in a packet that may hold 3 at most"
-  // Offset of the first byte that was not understood, from the start of the file where the bytes are stored
-  // plainly, else from the start of the unpacked segment.
+  // Offset of the first byte that could not be read: in the file where the segment is not compressed, else in
+  // its inflated data.
   std::uint64_t offset = 0;
-  // Nothing is damaged: it would take more than the whole conversion may unpack.
+  // The data are not damaged: unpacking them would exceed the limit of the whole conversion.
   bool is_over_budget = false;
 
-  // The same error with a place put in front: "segment <id>: …".
+  // The same error with its context put in front: "segment <id>: …".
   [[nodiscard]] Error in(std::string_view place) const {
     return {std::string(place) + ": " + what, offset, is_over_budget};
   }

@@ -15,15 +15,14 @@ namespace jttk {
 inline constexpr std::size_t kMaximumUnpackedBytes = std::size_t{1} << 30;
 
 // `packed`: a zlib stream; bytes behind its end are ignored. `offset`: where `packed` lies in its file, for
-// messages. Fails when the stream is damaged, cut off, or unpacks to more than `limit_bytes`. With
-// `lacks_checksum`, a stream that is cut off inside its checksum is none that fails: all data are there, and
-// it is set. `came_out` gets how many bytes were unpacked, also by a stream that fails.
+// messages. Fails when the stream is damaged, cut off, or unpacks to more than `limit_bytes`. If
+// `lacks_checksum` is given, a stream that is cut off within its checksum succeeds and sets it: all data are
+// there. `came_out` receives the number of bytes unpacked, also on failure.
 Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, std::uint64_t offset,
                                            std::size_t limit_bytes = kMaximumUnpackedBytes,
                                            bool* lacks_checksum = nullptr, std::size_t* came_out = nullptr);
 
-// How much room to make first for what `packed_bytes` may unpack to. Small, because not all of these bytes
-// need belong to the stream.
+// First size of the output buffer. Kept small, because `packed_bytes` may include bytes behind the stream.
 [[nodiscard]] std::size_t firstUnpackedSize(std::size_t packed_bytes, std::size_t usual_ratio);
 
 // For unpackers: enlarges `buffer` to take more output: twice the size, from `first_size` up, and at most

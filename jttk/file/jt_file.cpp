@@ -51,8 +51,8 @@ std::string_view trimmed(std::string_view text) {
 // shape segments never do.
 bool mayHavePrefix(SegmentType type) { return !isShapeSegment(type); }
 
-// Types whose prefix has been seen or is published. For others a prefix that makes no sense means that
-// there is none.
+// Types whose prefix has been seen or is published. Segments of other types may lack it: if their first bytes
+// are no valid prefix, there is none.
 bool mustHavePrefix(SegmentType type) {
   switch (type) {
     case SegmentType::SceneGraph:
@@ -85,8 +85,8 @@ bool looksLikeZlib(std::span<const std::byte> packed) {
   return (method & 15U) == 8 && (method * 256 + std::to_integer<unsigned>(packed[1])) % 31 == 0;
 }
 
-// Flag and algorithm are 2 for zlib and 3 for LZMA. Where they do not agree, the data tell by their first
-// bytes; what neither tells is stored as it is.
+// Flag and algorithm are 2 for zlib and 3 for LZMA. Where they do not agree, the first bytes of the data
+// decide; if these do not either, the data count as not compressed.
 Compression compressionOf(std::uint32_t flag, std::uint32_t algorithm, std::span<const std::byte> packed) {
   constexpr std::uint32_t kZlib = 2;
   constexpr std::uint32_t kLzma = 3;
@@ -100,7 +100,7 @@ Compression compressionOf(std::uint32_t flag, std::uint32_t algorithm, std::span
 struct Prefix {
   Compression compression = Compression::None;
   std::span<const std::byte> reach;  // what follows the prefix
-  std::size_t stated_bytes = 0;      // of `reach`, as far as it goes
+  std::size_t stated_bytes = 0;      // of `reach`: the stated size, at most what is there
   std::size_t missing_bytes = 0;     // of what the prefix states
   bool exceeds_segment = false;      // the prefix states more than the segment does
   std::uint64_t offset = 0;          // of `reach`
@@ -108,8 +108,8 @@ struct Prefix {
   [[nodiscard]] std::span<const std::byte> stated() const { return reach.first(stated_bytes); }
 };
 
-// I32 flag, I32 length, U8 algorithm; the length counts the algorithm byte. A length of 0 says nothing: the
-// segment's own counts, of which `segment_bytes` are stated from the prefix on.
+// I32 flag, I32 length, U8 algorithm; the length counts the algorithm byte. A length below 1 is not used; the
+// segment's own length is. `segment_bytes`: what that leaves, the prefix included.
 Result<Prefix> readPrefix(ByteReader reader, std::size_t segment_bytes) {
   constexpr std::size_t kPrefixBytes = 9;
   Prefix prefix;
@@ -145,7 +145,7 @@ Error tooShort(const Prefix& prefix) {
           prefix.offset};
 }
 
-// Data that are not packed are elements, one after the other, as far as anything is known of them.
+// Data that are not compressed are a sequence of elements.
 class Elements {
  public:
   // `stated_bytes`: at most as many as `reach` has.
@@ -173,7 +173,7 @@ class Elements {
   [[nodiscard]] bool isCutOff() const { return is_cut_off_; }
 
  private:
-  // The mark behind the last element, of which nobody misses anything.
+  // The end-of-elements mark, which may be cut off without loss.
   static bool isEndMark(ByteReader reader) {
     const auto rest = reader.take(reader.remaining(), "element");
     return std::all_of(rest.begin(), rest.end(), [](std::byte b) { return b == std::byte{0xff}; });
@@ -214,8 +214,8 @@ Result<Unpacked> unpack(Compression compression, std::span<const std::byte> pack
   return unpacked;
 }
 
-// The stream says where it ends. Where it does not, what follows the stated bytes is something else, and they
-// may still hold all data.
+// A stream knows its own end, so all bytes up to the next segment are offered first. If that fails, the
+// stated size is tried: what follows may belong to something else.
 Result<Unpacked> unpack(const Prefix& prefix, WorkBudget* budget) {
   try {
     auto unpacked = unpack(prefix.compression, prefix.reach, prefix.offset, budget);
@@ -317,8 +317,8 @@ const TocEntry* JtFile::find(const Guid& id) const {
   return found == by_id_.end() ? nullptr : &contents_.entries[found->second];
 }
 
-// The segment's length stands in the table and in its own header. Where they differ the longer one holds, and
-// in a file that is cut off what there is of it: whoever reads the data sees whether something is missing.
+// The segment's length stands in the table and in its own header. Where they differ the longer one is used,
+// cut to the end of the file. The decoder of the data notices if something is missing.
 Result<JtFile::Extent> JtFile::extentOf(const TocEntry& entry) const {
   if (!source_.holds(entry.offset, kSegmentHeaderBytes)) {
     return fail(std::to_string(entry.length_bytes) + " bytes at byte " + std::to_string(entry.offset) +
@@ -400,7 +400,7 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
     if (!prefix) return tl::unexpected<Error>(prefix.error().in(place));
   }
   if (!packed) {
-    // An unknown type whose first bytes happen to look like a prefix is handed out whole.
+    // A type that may lack the prefix is handed out whole: what looks like a prefix may be data.
     if (!mustHavePrefix(entry.type)) return segment;
     segment.compression = Compression::Stored;
     segment.reach = prefix->reach;
@@ -435,14 +435,14 @@ bool JtFile::goesBeyondEnd(const TocEntry& entry) const {
 }
 
 std::vector<const TocEntry*> JtFile::cutOff() const {
-  // Where a file is cut off there is one segment that is there in part; this many are looked into.
+  // The end of the file leaves one segment in part, so a few look-ups suffice.
   std::size_t lookups = 4;
   const auto is_whole = [&](const TocEntry& entry) {
     if (!readSegmentHeader(source_, order_, entry.offset) || lookups == 0) return false;
     --lookups;
     const auto read = segment(entry);
     if (!read) return false;
-    // Whoever reads a scene graph tells what is missing of it.
+    // The scene graph's reader reports its own losses.
     if (!read->unpacked.empty() || entry.type == SegmentType::SceneGraph) return true;
     return !Elements(read->reach, read->reach.size(), order_).isCutOff();
   };

@@ -37,13 +37,13 @@ struct Segment {
   SegmentType type{};
   Compression compression = Compression::None;
   std::span<const std::byte> data;
-  std::uint64_t base_offset = 0;        // of `data` in the file where they are stored plainly, else 0
-  std::vector<std::byte> unpacked;      // empty where they are stored plainly
+  std::uint64_t base_offset = 0;        // offset of `data` in the file when not compressed, else 0
+  std::vector<std::byte> unpacked;      // the inflated data; empty when not compressed
   std::unique_ptr<std::byte[]> stored;  // what was read of the file; null when it was packed or the caller's
-  // `data` and what follows them up to the next listed segment or the end of the file, where they are stored
-  // plainly: for readers that know the data's end better than the lengths that the file states.
+  // `data` and what follows them up to the next listed segment or the end of the file, when not compressed:
+  // for readers that find the end of the data themselves, because stated lengths can be too small.
   std::span<const std::byte> reach;
-  std::string note;  // what was wrong although all data are there; empty when nothing was
+  std::string note;  // a fault that cost no data, for a note; empty when there is none
 
   Segment() = default;
   Segment(Segment&&) = default;  // moving keeps the storage, so `data` stays valid
@@ -61,7 +61,7 @@ class JtFile {
   // The same over bytes that the caller keeps alive (tests, fuzzing).
   static Result<std::unique_ptr<JtFile>> fromBytes(std::span<const std::byte> bytes);
 
-  // What is unpacked from here on is taken from this budget, to which the file's size is added.
+  // Unpacking counts against this budget from now on. The file's size raises the budget's limits.
   void setBudget(std::shared_ptr<WorkBudget> budget);
 
   [[nodiscard]] Version version() const noexcept { return version_; }
@@ -76,8 +76,8 @@ class JtFile {
   [[nodiscard]] std::span<const std::string> contradictions() const noexcept {
     return contents_.contradictions;
   }
-  // Segments that lie behind the end of the file or go beyond it, by what both lengths state. One whose data
-  // are there nevertheless is none of them.
+  // Segments that the end of the file cuts off: they go beyond it by the table's length and by their
+  // header's. Segments whose data are complete all the same are not listed.
   [[nodiscard]] std::vector<const TocEntry*> cutOff() const;
   // The scene graph's entry: the one that the header names or, where the table does not list that, the first
   // of its type. Null when there is none.
@@ -86,16 +86,16 @@ class JtFile {
   [[nodiscard]] const TocEntry* find(const Guid& id) const;
   // Reads and unpacks one segment. Lengths are not trusted: packed data end where their stream ends, others
   // behind the last element that begins within the stated length, as far as the file has the bytes. A failure
-  // is remembered: who asks again gets the same answer for nothing.
+  // is remembered: asking again costs nothing.
   [[nodiscard]] Result<Segment> segment(const TocEntry& entry) const;
 
  private:
   JtFile() = default;
-  // The result is the place of the table of contents, which lies in the file.
+  // The result is the offset of the table of contents, which lies in the file.
   Result<std::uint64_t> readHeader();
   static Result<std::unique_ptr<JtFile>> over(ByteSource source);
   [[nodiscard]] bool hasWideOffsets() const noexcept { return version_.major >= 10; }
-  // A segment with its header: by the lengths that are stated, and up to what follows in the file.
+  // Sizes of a segment with its header: as stated, and up to the next segment or the end of the file.
   struct Extent {
     std::size_t stated_bytes = 0;
     std::size_t reach_bytes = 0;

@@ -1,6 +1,6 @@
 // Counts the bytes that decoders ask for, so that what a file may cost is bounded by a number that the user
-// can set and not by the machine: equal input gives equal results everywhere. Who makes an array takes its
-// bytes first; who has used arrays up gives theirs back.
+// can set and not by the machine: equal input gives equal results everywhere. Take the bytes of an array
+// before making it; give them back when it is freed.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +30,7 @@ class MemoryBudget {
     asked_ += count * size;
     return {};
   }
-  // Back to what was taken at an earlier time, and `kept` bytes of what was taken since.
+  // Gives back what was taken since `earlier` (a value of taken()), except for `kept` bytes.
   void giveBackTo(std::uint64_t earlier, std::uint64_t kept = 0) noexcept {
     const std::uint64_t since = taken_ > earlier ? taken_ - earlier : 0;
     taken_ -= since > kept ? since - kept : 0;
@@ -49,7 +49,7 @@ class MemoryBudget {
   std::uint64_t asked_ = 0;
 };
 
-// Gives back at its end what was taken during its life, but for the bytes that `kept` has then.
+// On destruction gives back all that was taken since construction, except for the capacity of `kept`.
 template <typename Values>
 class TemporaryMemory {
  public:

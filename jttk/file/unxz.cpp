@@ -63,8 +63,8 @@ struct BlockHeader {
   std::size_t size = 0;
 };
 
-// Passes over the packed data of one block, up to their end mark. False when they are cut off. `unpacked`
-// grows by what they stand for.
+// Skips the packed data of one block, up to their end mark. False when they are cut off. Adds their unpacked
+// size to `unpacked`.
 bool passBlock(const BlockHeader& header, std::span<const std::uint8_t>& bytes, std::size_t& unpacked) {
   if (lzma_raw_decoder_memusage(header.filters) > kMaximumLzmaMemoryBytes) return false;
   LzmaStream holder;
@@ -105,8 +105,8 @@ bool xzDataAreWhole(std::span<const std::uint8_t> packed, std::size_t unpacked) 
   return passed == unpacked;
 }
 
-// Whether a .lzma stream that ends too early has given as many bytes as it states; one that states none may
-// always have more.
+// Whether a .lzma stream that ends too early has given as many bytes as it states; a stream that states no
+// size never has.
 bool bareDataAreWhole(std::span<const std::uint8_t> packed, std::size_t unpacked) {
   constexpr std::size_t kSizeAt = 5;
   if (packed.size() < kSizeAt + 8) return false;

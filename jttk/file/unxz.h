@@ -17,9 +17,9 @@ inline constexpr std::uint64_t kMaximumLzmaMemoryBytes = std::uint64_t{256} << 2
 
 // `packed`: one stream; bytes behind its end are ignored. `offset`: where `packed` lies in its file, for
 // messages. Fails when the stream is damaged, cut off, needs too much memory, or unpacks to more than
-// `limit_bytes`. With `lacks_checksum`, a stream that is cut off behind its data (in the checksum, index or
-// footer of an .xz stream, in the end mark of a .lzma stream that states its size) is none that fails, and it
-// is set. `came_out` gets how many bytes were unpacked, also by a stream that fails.
+// `limit_bytes`. If `lacks_checksum` is given, a stream that is cut off behind its data (in the checksum,
+// index or footer of an .xz stream, in the end mark of a .lzma stream that states its size) succeeds and sets
+// it. `came_out` receives the number of bytes unpacked, also on failure.
 Result<std::vector<std::byte>> unpackLzma(std::span<const std::byte> packed, std::uint64_t offset,
                                           std::size_t limit_bytes = kMaximumUnpackedBytes,
                                           bool* lacks_checksum = nullptr, std::size_t* came_out = nullptr);

@@ -1,7 +1,7 @@
-// What a whole conversion may cost: places, unpacked bytes, work on exact geometry, memory. A few bytes can
-// stand for more of each than any machine has, so there is a limit to each. Limits count work and never time,
-// and grow with the size of the files that were opened: equal input gives equal results everywhere, and a
-// large model may cost more than a small file.
+// What a whole conversion may cost: occurrences of nodes, unpacked bytes, work on exact geometry, memory. A
+// few hostile bytes can demand more of each than any machine has, hence the limits. Limits count work and
+// never time, and grow with the size of the files that were opened: equal input gives equal results
+// everywhere, and a large model may cost more than a small file.
 //
 // One for all files of a model. One thread at a time.
 #pragma once
@@ -13,7 +13,7 @@
 
 namespace jttk {
 
-// A limit: a number that the user gave, else what grows with the input.
+// A limit: the user's number, else base + per_byte * size of all opened files, at most `most`.
 struct WorkLimit {
   std::uint64_t base;
   std::uint64_t per_byte;
@@ -43,7 +43,7 @@ class Allowance {
     taken_ += amount;
     return true;
   }
-  // For work that is done already: takes all that is left where that is less.
+  // For work already done: takes `amount`, or all that is left.
   void spend(std::uint64_t amount) noexcept { taken_ += std::min(amount, left()); }
 
   [[nodiscard]] std::uint64_t left() const noexcept { return limit_ > taken_ ? limit_ - taken_ : 0; }
@@ -66,7 +66,7 @@ struct WorkLimits {
 
 class WorkBudget {
  public:
-  // What is small is counted in parts of a place.
+  // A place is one occurrence of a node. Small costs are counted in 64ths of it.
   static constexpr std::uint64_t kUnitsPerPlace = 64;
 
   explicit WorkBudget(const WorkLimits& limits) noexcept
@@ -84,18 +84,18 @@ class WorkBudget {
       allowance->addInput(bytes);
   }
 
-  // In units: nodes that are placed; and shapes that are handed out, with their corners and with all names.
-  // By the same limit, each for itself: nodes that were found before others were looked into have their
-  // shapes.
+  // Two allowances with the same limit, in units: nodes of the product tree, and contents (shapes with their
+  // corners, and all names). They are separate so that many nodes cannot use up what the shapes of earlier
+  // nodes need.
   [[nodiscard]] Allowance& places() noexcept { return places_; }
   [[nodiscard]] Allowance& contents() noexcept { return contents_; }
   [[nodiscard]] std::uint64_t placeLimit() const noexcept { return places_.limit() / kUnitsPerPlace; }
   [[nodiscard]] Allowance& exact() noexcept { return exact_; }
-  // Only its limit is of use: who decodes counts what he holds.
+  // Only the limit: decoders count what they hold in a MemoryBudget.
   [[nodiscard]] std::uint64_t memoryLimit() const noexcept { return memory_.limit(); }
 
-  // How much one stream may unpack to. What came out of streams that fail is counted apart, so that one of
-  // them does not cost all others.
+  // How much one stream may unpack to. Bytes from streams that fail are counted separately, so that a bad
+  // stream does not use up the good ones' allowance.
   [[nodiscard]] std::uint64_t mayUnpack() const noexcept {
     return std::min(unpacked_.left(), failed_.left());
   }

@@ -95,7 +95,8 @@ std::size_t fixedSize10(ByteReader body, AttributeKind kind) {
   return body.ok() ? 3 + 8 * static_cast<std::size_t>(std::popcount(mask)) : 0;
 }
 
-// Whether a palette index follows the final fields: where the sizes tell, they do, else the version.
+// Whether a palette index follows the final fields: decided by the element's size where the kind has a fixed
+// one that fits, else by the version.
 bool hasPaletteIndex(const ByteReader& body, AttributeKind kind, int base_version) {
   if (body.remaining() < kPaletteBytes) return false;
   if (fixedSize10(body, kind) == body.remaining()) return false;

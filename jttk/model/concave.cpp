@@ -1,6 +1,6 @@
 // Ear cutting: a corner whose triangle holds no inward corner of the polygon is cut off, until a triangle is
-// left. Polygons that touch themselves (a hole tied to the outline by two edges that coincide) have corners
-// in the same place; those are never in each other's way.
+// left. Polygons that touch themselves (a hole joined to the outline by a double edge) have coinciding
+// corners; such corners do not block each other's ears.
 #include "jttk/model/concave.h"
 
 #include <algorithm>

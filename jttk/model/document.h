@@ -21,19 +21,19 @@ struct Document {
   // Names of nodes without a name of their own, where they have been worked out (see names.h). Key: node * 2,
   // plus 1 for the node as an instance's target.
   std::unordered_map<std::uint64_t, std::string> inherited_names;
-  // Shape nodes that could not be decoded and part nodes whose loss has been reported: once is enough.
+  // Nodes (shapes and parts) whose loss has been reported, so that it is reported once.
   std::unordered_set<std::uint32_t> reported;
-  // Shape nodes of which it has been told that attributes (normals, colours, …) could not be read.
+  // Shape nodes whose unreadable attributes (normals, colours, …) have been reported.
   std::unordered_set<std::uint32_t> reported_attributes;
-  // Transforms (of SceneGraph::attributes) that have been looked at, and shape nodes of which it has been
-  // told that coordinates are no numbers.
+  // Transforms (of SceneGraph::attributes) that have been checked, and shape nodes whose coordinates have
+  // been reported as not finite.
   std::unordered_set<std::uint32_t> checked_transforms;
   std::unordered_set<std::uint32_t> reported_coordinates;
-  // What is told of the file when it is opened: how its scene graph was found, and read all the same.
+  // Notes about how the scene graph was found and read in spite of faults.
   std::vector<std::string> notes;
-  // Segments that were read although something was wrong with them, which has been noted.
+  // Segments whose harmless faults have been noted.
   std::set<Guid> noted_segments;
-  // Shape nodes that were told as doubtful but are handed out, and those whose coordinates gave a note.
+  // Shape nodes that were reported as doubtful but are handed out, and those whose coordinates gave a note.
   std::unordered_set<std::uint32_t> reported_doubts;
   std::unordered_set<std::uint32_t> noted_coordinates;
   // Shape nodes whose vertex colours have been counted.

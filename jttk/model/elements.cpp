@@ -23,7 +23,7 @@ bool ElementReader::next(Element& element) {
     if (!reader_.ok()) return false;
     element.kind = body.guid("element kind");
     if (element.kind == kEndOfElements) return false;
-    if (length < kHeaderBytes) continue;  // no room for an id: nothing can refer to it
+    if (length < kHeaderBytes) continue;  // too short for an id, so nothing can refer to it
     element.base_type = body.u8("base type");
     element.id = body.i32("object id");
     element.body = body;

@@ -22,8 +22,8 @@ class ElementReader {
  public:
   explicit ElementReader(ByteReader& reader) : reader_(reader) {}
 
-  // Moves on to the next element. False at the end-of-elements mark and where the bytes end or lie; the
-  // reader is not ok() then.
+  // Moves on to the next element. False at the end-of-elements mark, and on damage: then the reader is not
+  // ok().
   bool next(Element& element);
 
  private:

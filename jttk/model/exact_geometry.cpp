@@ -45,9 +45,9 @@ void append(ShapeGeometry& to, const ShapeGeometry& from) {
   }
 }
 
-// A strip with an even number of corners keeps its sense when it is read backwards. Its first triangle
-// becomes a strip of its own; the rest begins one corner later, with the other sense, and is stored
-// backwards, which leaves an odd number of corners as it must be.
+// A strip with an even number of corners keeps its winding when it is read backwards. So it is split: the
+// first triangle becomes a strip of three; the rest begins one corner later, which flips its winding, so it
+// is stored backwards. Both have an odd number of corners then.
 ShapeGeometry withOddStrips(ShapeGeometry geometry) {
   ShapeGeometry result;
   const bool has_records = !geometry.corner_records.empty();
@@ -95,7 +95,7 @@ bool isGeometryOfItsOwn(std::int32_t segment_type) {
   }
 }
 
-// What stands in the table of contents counts, then what the node says.
+// The type in the table of contents, else by the key, else the atom's.
 std::int32_t segmentType(const Document& document, const LateLoaded& entry) {
   if (const TocEntry* listed = document.file->find(entry.segment)) {
     return static_cast<std::int32_t>(listed->type);
@@ -154,7 +154,7 @@ ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : 
       segments_.push_back({ref, entry.segment, type});
     }
   }
-  // Beside the kind that can be read, the others tell the same geometry once more.
+  // Beside segments of a kind that can be read, the others repeat the same geometry and are ignored.
   const auto is_other = [](const Found& f) { return !canBeRead(f.type); };
   if (!std::all_of(segments_.begin(), segments_.end(), is_other)) std::erase_if(segments_, is_other);
 }
@@ -191,7 +191,7 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
       const auto& [found, error] = *losses.not_unpacked;
       model_.library().lostBy(error, part_name, found->node.document());
     }
-    // Asked for again with other values, or at another place: the same was told then.
+    // Asked for again with other values, or for another occurrence: already reported.
     const Found* before = nullptr;
     bool is_new = false;
     for (const auto& [found, reason] : losses.list) {

@@ -12,8 +12,8 @@
 
 namespace jttk {
 
-// Whether segments of a type hold geometry that is no shape's: exact geometry of any kind, and what nobody
-// knows.
+// Whether segments of this type hold geometry other than shapes: exact geometry of any kind, or (possibly)
+// types that are unknown.
 [[nodiscard]] bool isGeometryOfItsOwn(std::int32_t segment_type);
 [[nodiscard]] std::int32_t segmentType(const Document& document, const LateLoaded& entry);
 // The first such segment that hangs on the node; null when there is none.
@@ -36,11 +36,11 @@ class ExactGeometry {
 
   // The part as strips, the first triangle of each counter-clockwise seen from outside, each with an odd
   // number of corners: read backwards, such a strip turns over. Null when nothing can be made. `box` is the
-  // part's box in the file (min x y z, max x y z) or null. What is lost is told once, unless `quietly`: then
-  // one note is told when there is nothing.
+  // part's box in the file (min x y z, max x y z) or null. Losses are reported once. With `quietly` (the part
+  // has facets to fall back to) they are notes if no triangles could be made at all.
   std::shared_ptr<const ShapeArrays> arrays(const TessValues& values, const std::string& part_name,
                                             const float* box, bool quietly);
-  // Lets go of the strips.
+  // Frees the strips.
   void release() { arrays_.reset(); }
 
  private:

@@ -92,7 +92,7 @@ class AssemblyObject final : public HierarchyObject<JtkAssembly, JtkEntity::JtkA
     JtkHierarchy* object;
   };
   [[nodiscard]] MaterialStates::State materialState() override { return answered_material_; }
-  // Where the search for children is: a grouping node, and the next of its children.
+  // Position of the search for children: a grouping node and the index of its next child.
   struct Level {
     NodeRef parent;
     Inherited inherited;

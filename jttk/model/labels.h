@@ -6,8 +6,9 @@
 
 namespace jttk {
 
-// The name without what systems hang on it: `lever.asm;5;0:` is "lever". Cut is a tail of `.asm` or `.part`
-// (any letter case, may be missing), `;revision;instance:`. A name without this tail stays as it is.
+// The name without the suffix that CAD systems append: `lever.asm;5;0:` is "lever". Cut is a tail of `.asm`
+// or `.part` (any letter case, may be missing), `;revision;instance:`. A name without this tail stays as it
+// is.
 std::string_view withoutSuffix(std::string_view name);
 
 // The file name without folders and extension.

@@ -23,27 +23,26 @@ class Library {
   Library(std::unique_ptr<Document> main, bool allow_outside, std::vector<std::string> search_folders);
 
   [[nodiscard]] const FileWay* mainWay() const { return &ways_.front(); }
-  // The way on to the file that a partition stands for. Null when it is missing, refused, unreadable or in
-  // a circle, which is told once for each partition.
+  // The chain extended by the file that a partition refers to. Null when it is missing, refused, unreadable
+  // or closes a cycle, which is reported once for each partition.
   const FileWay* follow(NodeRef partition);
 
   // Something of the model is lost: to the observer and to the toolkit's message stream.
   void lost(const std::string& part, const std::string& reason);
-  // The same because of something in a file. Of what is over the budget only the first is told.
+  // The same because of something in a file. Of losses for want of budget only the first is reported.
   void lostBy(const Error& error, const std::string& part, const Document& document);
   void note(const std::string& text);
   // The note of a segment that was read, if it has one and it is the first time.
   void noteSegment(Document& document, const Segment& segment);
 
-  // What the model may still cost, and that a limit was met: told once for each kind, with what it costs.
+  // The budget that is left. A limit that was hit is reported once for each kind, with its consequence.
   enum class Limit : std::uint8_t { Places, Unpacked, ExactGeometry };
   [[nodiscard]] WorkBudget& budget() { return *main_->budget; }
   void tellLimit(Limit limit, const std::string& part, const std::string& reason);
-  // Work on what stands in a list and is no place of its own, as `units` of the places. False when there is
-  // nothing left.
+  // Charges `units` for inspecting list entries that give no occurrence. False when the allowance is used up.
   bool spend(std::uint64_t units);
 
-  // What is told at the end of the model.
+  // Notes that are reported at the end of the model.
   [[nodiscard]] ModelNotes& notes() { return notes_; }
   void tellNotes();
 

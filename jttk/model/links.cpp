@@ -83,7 +83,8 @@ class Linker {
 
   void add(Node& node, std::uint32_t child_index) const {
     if (child_index >= graph_.nodes.size()) {
-      // An instance of nothing is still a node of the product structure; other links to nothing are not.
+      // Missing children add nothing. (That an instance without a target still counts is decided in
+      // productsAt.)
       return;
     }
     const Node& child = graph_.nodes[child_index];
@@ -137,7 +138,7 @@ void resolveIds(const IndexById& nodes, const std::vector<std::int32_t>& attribu
   for (std::uint32_t i = 0; i < graph.attributes.size(); ++i)
     attributes.emplace_back(graph.attributes[i].id, i);
   std::sort(attributes.begin(), attributes.end());
-  // An attribute of a kind that is not known has no entry: what it does is lost, and no more.
+  // Attributes of unknown kinds resolve to kNone and have no effect.
   graph.node_attributes.reserve(attribute_ids.size());
   for (const std::int32_t id : attribute_ids) graph.node_attributes.push_back(find(attributes, id));
   graph.children.reserve(graph.child_ids.size());

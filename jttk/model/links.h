@@ -1,5 +1,4 @@
-// Makes one graph of the nodes that a file lists: ids become indices, circles are cut, and each node learns
-// what lies below it.
+// Links the nodes of a file: resolves ids to indices, cuts cycles, and computes what lies below each node.
 #pragma once
 
 #include <string>
@@ -15,9 +14,9 @@ using IndexById = std::vector<std::pair<std::int32_t, std::uint32_t>>;
 // collected.
 void resolveIds(const IndexById& nodes, const std::vector<std::int32_t>& attribute_ids, SceneGraph& graph);
 
-// Walks the graph from its root, depth first and without recursion. A link to a node that is above becomes
-// kCircularChild, so that no walk from the root can circle afterwards. Sets Node::has_shapes and
-// product_count, nearest_named, ignored and has_materials, and reports links that lead nowhere.
+// Walks the graph from its root, depth first and without recursion. A link back to an ancestor becomes
+// kCircularChild, so that later walks end. Sets Node::has_shapes and product_count, nearest_named, ignored
+// and has_materials, and reports links to nodes that are missing.
 void linkNodes(SceneGraph& graph);
 
 }  // namespace jttk

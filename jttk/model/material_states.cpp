@@ -58,7 +58,7 @@ MaterialStates::~MaterialStates() = default;
 MaterialStates::State MaterialStates::apply(State above, const SceneGraph& graph, std::uint32_t index) {
   const Attribute& attribute = graph.attributes[index];
   if ((attribute.state & Attribute::kIgnore) != 0) return above;
-  // Where all fields are replaced, what was above does not matter: one state for all ways.
+  // If all fields are replaced, the state above is irrelevant: kEmpty, so that all paths share one state.
   if (attribute.inhibited_fields == 0 && states_[above].final_fields == 0) above = kEmpty;
   const StepKey key{above, &graph, index};
   if (const auto known = steps_.find(key); known != steps_.end()) return known->second;

@@ -1,6 +1,6 @@
-// Materials add up on the way down the graph: the lower one replaces the upper field by field, unless a
-// field is final above or inhibited below. A way's result is a state; equal ways share one, and the handle
-// is one number, so that a node can hold it at no cost.
+// Materials combine along the path from the root: the lower one replaces the upper field by field, unless a
+// field is final above or inhibited below. The result of a path is a state; paths with the same result share
+// one, and the handle is one number, so that a node can hold it at no cost.
 #pragma once
 
 #include <cstdint>

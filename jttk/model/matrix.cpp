@@ -8,10 +8,10 @@ namespace jttk {
 
 namespace {
 
-// What a file in single precision leaves of a thickness of 0 stays well below.
+// Relative thickness below which a matrix counts as flat; a 0 that was rounded to single precision stays well
+// below it.
 constexpr double kFlat = 1e-6;
-// Of elements 3, 7, 11 and 15: what multiplying matrices leaves of a 0 or a 1; less than single precision
-// tells.
+// Of elements 3, 7, 11 and 15: tolerance for 0 and 1 after multiplying matrices.
 constexpr double kNoise = 1e-9;
 
 double squared(double value) { return value * value; }
@@ -34,8 +34,8 @@ const char* faultOf(const Matrix& matrix) {
   if (std::max({std::abs(m[3]), std::abs(m[7]), std::abs(m[11])}) > kNoise) {
     return "is a perspective, which no scene can hold";
   }
-  // The least stretch is at least the determinant by the size of the cofactors, the largest at most the size
-  // of the elements.
+  // det / |cofactors| is a lower bound of the smallest singular value, |elements| an upper bound of the
+  // largest.
   double elements = 0;
   for (std::size_t row = 0; row < 3; ++row) {
     for (std::size_t column = 0; column < 3; ++column) elements += squared(m[4 * row + column]);

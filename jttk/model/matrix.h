@@ -36,8 +36,8 @@ inline std::array<double, 9> cofactors3(const Matrix& m) {
           m[1] * m[6] - m[2] * m[5],  m[2] * m[4] - m[0] * m[6],  m[0] * m[5] - m[1] * m[4]};
 }
 
-// The same transform with 1 as element 15, by which the other elements are divided. Unchanged where that
-// cannot be done (0, or no finite number), and where it is 1 but for rounding.
+// The matrix divided by its element 15. Returned as it is if that element is 0, not finite, or 1 up to
+// rounding.
 [[nodiscard]] Matrix homogenised(const Matrix& matrix);
 
 // Why nothing can be placed by the matrix as it stands ("flattens …"); null when it can.

@@ -20,8 +20,8 @@ namespace diag = loftbay::diag;
 
 namespace {
 
-// In units of which 64 are a place: a name costs what goes beyond a usual length, by the byte. A shape costs
-// eight places, and one for 32 corners, each time that it is handed out, and one for 8 kB of decoded arrays.
+// Costs in units (64 = one occurrence): a name one unit per byte beyond 64; a shape 8 occurrences and 2 units
+// per corner, each time that it is handed out; decoding one unit per 128 bytes of arrays.
 constexpr std::uint64_t kFreeNameBytes = 64;
 constexpr std::uint64_t kUnitsPerShape = 8 * WorkBudget::kUnitsPerPlace;  // it has so many more log lines
 constexpr std::uint64_t kUnitsPerCorner = 2;
@@ -48,20 +48,21 @@ std::uint32_t geometryEntry(const Document& document, const Node& node) {
   return kNone;
 }
 
-// A shape node whose figures count nothing needs no geometry.
+// A shape node that states 0 vertices and 0 polygons may lack a segment.
 bool countsNothing(const SceneGraph& graph, const Node& node) {
   if (node.figures == kNone) return false;
   const Figures& figures = graph.figures[node.figures];
   return figures.vertex_count[1] == 0 && figures.polygon_count[1] == 0;
 }
 
-// Whether nothing in the file is placed, and `shape` is all that there is to see.
+// Whether the file has no transforms, and no other shape than `shape`.
 bool isTheOnlyShape(const SceneGraph& graph, const Node& shape) {
   const auto is_other = [&](const Node& node) { return isShape(node.kind) && node.id != shape.id; };
   return graph.transforms.empty() && std::none_of(graph.nodes.begin(), graph.nodes.end(), is_other);
 }
 
-// Whether the node moves its own geometry. Then it is open on which side of the move its box is.
+// Whether the shape node has a transform of its own. Then it is unclear whether its box is before or after
+// it.
 bool movesItself(const SceneGraph& graph, const Node& node) {
   for (std::uint32_t i = 0; i < node.attributes.count; ++i) {
     const std::uint32_t index = graph.node_attributes[node.attributes.first + i];
@@ -70,8 +71,8 @@ bool movesItself(const SceneGraph& graph, const Node& node) {
   return false;
 }
 
-// What the scene graph says about a shape: its own figures; of a primitive set that is alone, those of the
-// root too.
+// What the scene graph states about a shape: its own extent; for a primitive set that is the only shape, the
+// root's, too.
 std::vector<StatedExtent> statedExtents(const SceneGraph& graph, const Node& node) {
   if (node.kind != NodeKind::PrimitiveSet && movesItself(graph, node)) return {};
   std::vector<StatedExtent> stated;

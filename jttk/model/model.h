@@ -1,6 +1,5 @@
-// One loaded model: its files, and the objects that stand for its nodes where they are placed. Objects are
-// made when they are asked for, one per place (a shared node has another material in force in each), and
-// live as long as the root.
+// One loaded model: its files, and the interface's objects for its nodes. They are created on demand, one per
+// occurrence, because a shared node can have another material in each, and live as long as the root.
 #pragma once
 
 #include <array>
@@ -50,13 +49,13 @@ class Model {
   [[nodiscard]] Library& library() { return library_; }
   [[nodiscard]] MaterialStates& materials() { return materials_; }
 
-  // The object for a node at a place. Held by the model. A part that is met again under the same conditions
-  // is the same object, so that whoever compares parts sees that it is one.
+  // The object for one occurrence of a node. Held by the model. A part that occurs again with the same
+  // inherited state is the same object, so that the converter can tell that it is one part.
   JtkHierarchy* place(NodeRef ref, Met met, const Inherited& inherited);
   // A part without levels for something that cannot be had.
   JtkHierarchy* placeEmpty(NodeRef near, std::string name);
-  // Counts a place of a node. False (and told once) when there are more than the budget allows. A node whose
-  // own name would take more than is left has no place.
+  // Counts an occurrence of a node. False (and reported once) when there are more than the budget allows, or
+  // when the node's own name would cost more than is left.
   bool countPlace(NodeRef node);
   // Counts a name that is handed out: each goes into the log and the scene.
   void countName(std::size_t bytes);
@@ -66,23 +65,23 @@ class Model {
   // Whether there is room for any more names and shapes. False is told once.
   bool hasRoom();
 
-  // Adds the node's own attributes to what comes from above; its transforms come before `matrix` (they are
-  // nearer to the vertices). False when it has no transform that counts.
+  // Adds the node's own attributes to what comes from above; its transforms are applied before `matrix`.
+  // False when it has no transform that counts.
   bool applyAttributes(NodeRef ref, Inherited& inherited, Matrix& matrix);
   const Matrix* keep(const Matrix& matrix);
 
   // True when any node of the model has a material. Opens files until one is found.
   bool hasMaterials();
 
-  // The decoded arrays of a shape node; null when it is damaged, which is told once. The latest ones are kept
-  // until the next releaseShapes, however large they are: whoever looks at a shape before he asks for it does
-  // not pay twice.
+  // The decoded arrays of a shape node; null when it is damaged, which is reported once. The latest arrays
+  // stay until the next releaseShapes whatever their size, so that choosing a level and fetching its shape
+  // decode only once.
   std::shared_ptr<const ShapeArrays> shapeArrays(NodeRef shape, const std::string& part_name);
-  // An instance whose part has a transform of its own. Told when the model ends, with a count: whoever
-  // places a part by its instance does not see that transform.
+  // An instance whose part has a transform of its own. Counted, and reported at the end: the converter places
+  // instanced parts by the instance alone.
   void noteOwnTransform(const std::string& instance);
-  // A part that was walked over. Whoever goes by names takes the first part of a name for all of them: those
-  // that look different are counted.
+  // Called for each part that the walk leaves. The converter uses the first part of a name for all of them;
+  // parts that look different are counted for a note.
   void noteName(const std::string& name, const PartObject& part);
   // Whether a shape node has no shape segment but one of a kind that is not read.
   [[nodiscard]] static bool isPlaceholder(NodeRef shape);
@@ -102,11 +101,11 @@ class Model {
              std::tie(other.document, other.segments, other.units, other.box, other.has_box);
     }
   };
-  // The first node that was met with this exact geometry: what is known of it holds for all others.
+  // The first node with this exact geometry. What is known of it serves all others.
   NodeRef sameGeometry(ExactKey key, NodeRef node) {
     return exact_nodes_.emplace(std::move(key), node).first->second;
   }
-  // Exact geometry of which nothing comes.
+  // Exact geometry that is known to give no triangles.
   [[nodiscard]] bool isHopeless(const ShapeCache::Key& key) const { return hopeless_.contains(key); }
   void setHopeless(const ShapeCache::Key& key) { hopeless_.insert(key); }
   [[nodiscard]] ShapeCache& cache() { return cache_; }

@@ -1,5 +1,5 @@
-// What a model holds and the scene has no place for, and what stands in for something else: counted while the
-// model is read, and told at its end, each once.
+// Contents of a model that scenes cannot hold, and substitutions (another level, one colour for several):
+// counted while the model is read, and reported at its end, each once.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace jttk {
 
 struct Document;
 
-// As many names does a note about many tell.
+// So many names at most are listed in one note.
 inline constexpr std::size_t kNamesShown = 5;
 
 class ModelNotes {
@@ -30,12 +30,12 @@ class ModelNotes {
   };
 
   void add(Kind kind, std::size_t count) { entries_[static_cast<std::size_t>(kind)].count += count; }
-  // `name`: of what it happened to; the first few are told.
+  // `name`: of the part concerned; the first few are listed.
   void add(Kind kind, const std::string& name);
-  // What the file of `document` says as a whole. Once for each file.
+  // The counts for the whole file of `document`. Once for each file.
   void addFile(const Document& document);
 
-  // One sentence for each kind that was met.
+  // One sentence for each kind that occurred.
   [[nodiscard]] std::vector<std::string> sentences() const;
 
  private:

@@ -18,8 +18,7 @@ constexpr std::uint64_t key(std::uint32_t node, Met met) {
   return std::uint64_t{node} * 2 + (met == Met::AsTarget ? 1 : 0);
 }
 
-// Walks the product structure once, without recursion; a node that many places share is visited on the
-// first way only.
+// Walks the product structure once, without recursion; a shared node is visited on the first path only.
 class NameGiver {
  public:
   explicit NameGiver(Library& library) : library_(library) {}

@@ -1,6 +1,6 @@
 // Layouts of the node elements. Every collection starts with its version (see readVersion); the exceptions
-// are spelled out where they occur. Fields that follow what is needed are not read: the element's length
-// leads to the next one. Figures (boxes, areas, counts) are taken when they are whole and left out otherwise.
+// are spelled out where they occur. Trailing fields that are not needed are not read: the element's length
+// leads to the next one. Box, area and counts are used only if all of them can be read.
 #include "jttk/model/nodes.h"
 
 #include <algorithm>

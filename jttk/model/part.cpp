@@ -11,12 +11,12 @@ namespace {
 
 using Level = std::vector<PartObject::ShapePlace>;
 
-// Everything below a part belongs to the part, whatever its nodes are called.
+// Collects the shapes below a part. All nodes below belong to it, also assemblies and instances.
 class Collector {
  public:
   Collector(Model& model, std::vector<Level>& levels) : model_(model), levels_(levels) {}
 
-  // Whether a node of the finest level is there but not to be seen.
+  // Whether a node of the finest level is hidden.
   [[nodiscard]] bool hidesFinest() const { return hides_finest_; }
 
   void run(const Product& product, const Inherited& inherited) {
@@ -37,7 +37,7 @@ class Collector {
   }
 
  private:
-  static constexpr std::uint32_t kAnyLevel = kNone;  // not below a level of detail node yet
+  static constexpr std::uint32_t kAnyLevel = kNone;  // value of Step::level above any level-of-detail node
   static constexpr std::uint32_t kNotVisited = kNone;
   static constexpr std::uint64_t kUnitsPerLevel = 16;
 
@@ -157,8 +157,8 @@ bool PartObject::looksLike(const PartObject& other) const {
          model_.materials().areEqual(below_.material, other.below_.material) && exact_.isOf(other.exact_);
 }
 
-// Triangles in place of facets would lose what stands on the nodes of the facets: what they all have in
-// common is the part's then.
+// Exact geometry replaces the facets and their nodes, and with them the materials on these nodes. If all
+// shapes share one, it becomes the part's.
 MaterialStates::State PartObject::materialInForce() {
   if (!settings().exact_geometry || !exact_.exists()) return below_.material;
   static_cast<void>(levels());
@@ -186,13 +186,14 @@ const std::vector<Level>& PartObject::levels() {
     Collector collector(model_, *levels_);
     collector.run(product_, below_);
     if (collector.hidesFinest()) {
-      // What is hidden is not to be seen, in no other form either.
+      // What is hidden must not be shown in another form either.
       levels_->erase(levels_->begin(), levels_->begin() + static_cast<std::ptrdiff_t>(wantedLevel(*levels_)));
     } else {
       chooseFirstLevel();
     }
   }
-  // Whoever comes from an instance never asks for tessellation and takes level 0 as it is.
+  // The converter does not ask the parts of instances whether they need tessellation, so exact geometry is
+  // offered as level 0.
   if (met_ == Met::AsTarget && wantsExactGeometry() && exactArrays()) offerExactGeometry();
   if (levels_->empty()) noteWireframe();
   if (!exact_.exists() && levelZeroIsEmpty() && !hidesItsShapes()) tellUnreadGeometry();
@@ -297,7 +298,7 @@ int PartObject::numShapes(int level) {
 void PartObject::getShape(JtkShape*& shape, int level, int index) {
   shape = nullptr;
   if (index < 0 || index >= numShapes(level)) return;
-  // Whoever asks for a shape places it once more.
+  // Each call is one more occurrence of the shape in the scene.
   const std::string part_name = name();
   model_.countName(part_name.size());
   if (!model_.countShape()) return;
@@ -311,7 +312,7 @@ void PartObject::getShape(JtkShape*& shape, int level, int index) {
   if (model_.countCorners(place.object->arrays()->geometry.corner_positions.size())) {
     shape = place.object;
   } else if (isShape(place.ref.data().kind)) {
-    // It will not fit at another place either, and is not to be decoded again to find that out.
+    // It will not fit anywhere else either; marked, so that it is not decoded again.
     place.ref.document().reported.insert(place.ref.node);
   }
 }

@@ -50,7 +50,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
 
  private:
   [[nodiscard]] std::string name() override;
-  // Whether level 0 has nothing to show, or what it has is not wanted.
+  // Whether exact geometry is to be used: level 0 is empty (and not hidden), or the setting asks for it.
   [[nodiscard]] bool wantsExactGeometry();
   [[nodiscard]] bool levelZeroIsEmpty() const;
   // Decides which level is handed out first (part_levels.cpp), by decoding as much as that takes.

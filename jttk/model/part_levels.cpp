@@ -18,7 +18,7 @@ std::size_t wantedLevel(const Levels& levels) {
   return std::min<std::size_t>(settings().level_of_detail, levels.size() - 1);
 }
 
-// What was met in levels that give nothing.
+// Why levels gave nothing.
 struct PartObject::Tried {
   bool damage = false;
   bool unread_kind = false;  // shapes whose only segment is of a kind that is not read
@@ -45,7 +45,7 @@ void PartObject::chooseFirstLevel() {
   const std::size_t wanted = wantedLevel(*levels_);
   if (count == 1 && !exact_.exists()) return;  // no choice
   const bool exact_is_known = exact_.isOfAReadableKind();
-  // Facets are not looked at where they are not wanted.
+  // Where exact geometry is wanted and can be made, the facets are not decoded.
   const auto has_shapes = [](const auto& level) { return !level.empty(); };
   const bool any_shape = std::any_of(levels_->begin(), levels_->end(), has_shapes);
   const bool exact_is_wanted = exact_is_known && settings().exact_geometry;

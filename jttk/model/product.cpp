@@ -8,10 +8,10 @@ namespace jttk {
 
 namespace {
 
-// Children that are looked at on the way to a place and cost nothing besides.
+// Children per node that may be inspected at no cost to the work budget.
 constexpr std::uint32_t kFreeChildren = 64;
 
-// Number of nodes of the product structure that a child stands for, 2 = several.
+// Number of nodes of the product structure that a child gives, 2 = several.
 int productCount(const Document& document, std::uint32_t index) {
   const SceneGraph& graph = document.graph;
   if (!isShown(graph, index)) return 0;
@@ -23,8 +23,8 @@ int productCount(const Document& document, std::uint32_t index) {
   return target >= graph.nodes.size() || isShown(graph, target) ? 1 : 0;
 }
 
-// The single node of the product structure below `ref`, groups taken away; `groups` gets those on the way.
-// A node of kNone when there is none or more than one.
+// The single node of the product structure below `ref`, through groups; `groups` receives these. A node of
+// kNone when there is none or more than one.
 NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups, Library& library) {
   const Document& document = ref.document();
   for (;;) {
@@ -46,8 +46,8 @@ NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups, Library& library)
   }
 }
 
-// A partition that holds its contents itself. Where its single child is an assembly, a part or a loose shape
-// they are one node; else the partition is an assembly.
+// A partition that is not a reference to another file. Where its single child is an assembly, a part or a
+// loose shape they are one node; else the partition is an assembly.
 Product partition(NodeRef ref, Met met, Product product, Library& library) {
   for (;;) {
     product.chain.push_back(ref);

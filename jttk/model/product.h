@@ -12,7 +12,8 @@ namespace jttk {
 
 class Library;
 
-// The files on the way to a node, the nearest first; a file that is on its own way refers to itself.
+// The chain of files through which a node was reached, innermost first. A file that refers to one of its own
+// chain would close a cycle.
 struct FileWay {
   Document* document = nullptr;
   const FileWay* above = nullptr;
@@ -30,15 +31,15 @@ enum class ProductKind : std::uint8_t { Assembly, Part, Instance };
 
 struct Product {
   ProductKind kind = ProductKind::Part;
-  // The nodes that are one in the product structure, from the top. Their attributes add up in this order;
-  // grouping nodes may stand in between.
+  // The nodes that together form this product node (a partition and its part, say), topmost first, with the
+  // grouping nodes in between. Their attributes apply in this order.
   std::vector<NodeRef> chain;
-  // Where the contents hang. `node` is kNone where there are none.
+  // The node whose children (or itself, see below) are the contents; its `node` is kNone when there are none.
   NodeRef content;
   // The contents begin with `content` itself, not with its children.
   bool content_is_child = false;
 
-  // The top of the chain or, where there is none, the content: what a name is remembered under.
+  // The top of the chain or, where there is none, the content: the key under which a name is remembered.
   [[nodiscard]] NodeRef top() const { return chain.empty() ? content : chain.front(); }
   // The name that the file gives: that of the first node of the chain (grouping nodes aside) that has one.
   [[nodiscard]] std::string ownName() const;
@@ -46,11 +47,11 @@ struct Product {
   [[nodiscard]] std::string groupName() const;
 };
 
-// How a node is met: as something below an assembly, or as what an instance refers to. A group or partition
+// How a node was reached: as a child of an assembly, or as the target of an instance. A group or partition
 // that an instance refers to is an assembly.
 enum class Met : std::uint8_t { AsChild, AsTarget };
 
-// How the root of a file is met when nothing is above it.
+// How the root of a file counts as reached when nothing is above it.
 [[nodiscard]] inline Met rootMet(NodeRef root) {
   return isGrouping(root.data().kind) ? Met::AsTarget : Met::AsChild;
 }

@@ -34,8 +34,8 @@ bool sayTheSame(const Atom& a, const Atom& b, const SceneGraph& graph) {
   return a.kind == b.kind && graph.text(a.text) == graph.text(b.text) && a.segment == b.segment;
 }
 
-// Of atoms with the same id the first holds. Which segment is a node's is then in doubt, and told where a
-// node is met that has it; anything else is no more than a property.
+// Of atoms with the same id the first holds. If they name different segments, nodes that use them are
+// reported later; other differences only affect properties.
 void reconcile(std::vector<Atom>& atoms, SceneGraph& graph) {
   constexpr std::size_t kMostListed = 5;
   std::size_t count = 0;
@@ -78,8 +78,8 @@ void hang(Node& node, const Atom& key, const Atom& value, SceneGraph& graph) {
   }
 }
 
-// A node that is listed a second time keeps what it had: its ranges begin anew at the end. `budget`: how many
-// entries may be moved in all.
+// A node that is listed twice keeps its earlier entries: they are copied to the end of the arrays, so that
+// its ranges stay contiguous. `budget`: how many entries may be copied in all.
 void keepEarlier(const Node& node, std::size_t& budget, SceneGraph& graph) {
   const std::size_t entries = std::size_t{node.properties.count} + node.late_loaded.count;
   if (entries > budget) return;

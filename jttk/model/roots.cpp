@@ -19,8 +19,9 @@ std::vector<std::uint32_t> freeNodes(const SceneGraph& graph) {
   return free;
 }
 
-// Something to begin with where no partition is free. A free node of another kind is meant where an element
-// could not be read, because that may have been the root; else the first partition that holds anything.
+// The root when every partition is somebody's child. If elements could not be read, one of them may have been
+// the root: the first parentless node that is no shape. Else the first partition that is no reference to a
+// file.
 std::uint32_t standIn(const SceneGraph& graph, const std::vector<std::uint32_t>& free) {
   std::uint32_t free_group = kNone;
   for (const std::uint32_t node : free) {

@@ -1,4 +1,4 @@
-// Which node a graph begins with, and what its nodes do not lead to.
+// Finds the root of a graph, and nodes that cannot be reached from it.
 #pragma once
 
 #include "jttk/model/scene_graph.h"
@@ -9,10 +9,11 @@ namespace jttk {
 // taken, which is reported. The graph has at least one node; its children are resolved.
 std::uint32_t findRoot(SceneGraph& graph);
 
-// Reports shapes and references to other files that no way from the root leads to, hidden ways included.
+// Reports shapes and references to other files that cannot be reached from the root, not even through hidden
+// nodes.
 void reportUnreachable(SceneGraph& graph);
 
-// Whether the node stands for another file, unless it is the root.
+// Whether the node is a reference to another file, provided that it is not the root.
 [[nodiscard]] bool standsForFile(const Node& node);
 
 // Kind and id, for messages.

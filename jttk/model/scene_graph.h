@@ -40,18 +40,18 @@ enum class NodeKind : std::uint8_t {
 [[nodiscard]] constexpr bool isLod(NodeKind kind) {
   return kind == NodeKind::Lod || kind == NodeKind::RangeLod;
 }
-// Nodes that hold others together without being seen: their children belong to what is above.
+// Nodes that are not part of the product structure: their children count as children of the node above.
 [[nodiscard]] constexpr bool isGrouping(NodeKind kind) {
   return kind == NodeKind::Group || kind == NodeKind::Switch || kind == NodeKind::Base;
 }
 
-// A stretch of one of the graph's arrays.
+// A range of one of the graph's arrays.
 struct Range {
   std::uint32_t first = 0;
   std::uint32_t count = 0;
 };
 
-// Boxes are min x y z, max x y z. Counts are least and most.
+// What a node states about its geometry. Box: min x y z, max x y z. Counts: minimum, maximum.
 struct Figures {
   std::array<float, 6> box{};
   float area = 0;
@@ -82,7 +82,7 @@ struct Node {
 enum class AttributeKind : std::uint8_t { Transform, Material, Other };
 
 struct Attribute {
-  static constexpr std::uint8_t kFinal = 0x1;   // attributes of this kind further down change nothing …
+  static constexpr std::uint8_t kFinal = 0x1;   // attributes of this kind further down have no effect …
   static constexpr std::uint8_t kForce = 0x2;   // … except one that is forced
   static constexpr std::uint8_t kIgnore = 0x4;  // the attribute has no effect
 
@@ -108,7 +108,7 @@ struct MaterialValues {
   bool operator==(const MaterialValues&) const = default;
 };
 
-// A text that hangs on a node. Both are indices into SceneGraph::strings.
+// A text property of a node. Both are indices into SceneGraph::strings.
 struct Property {
   std::uint32_t key = 0;
   std::uint32_t value = 0;
@@ -121,7 +121,7 @@ struct LateLoaded {
   std::int32_t segment_type = 0;
 };
 
-// A segment that the property table hangs on what is no node.
+// A segment that the property table assigns to an id that no node has.
 struct StrayReference {
   std::int32_t node_id = 0;
   std::uint32_t name = kNone;  // of SceneGraph::strings
@@ -160,12 +160,12 @@ struct SceneGraph {
   std::vector<UnknownElement> unknown;
   std::vector<GraphDamage> damage;         // at most kMaxDamage entries
   std::size_t unlisted_damage = 0;         // how many more there were
-  std::vector<std::string> notes;          // what is not as it should be and costs nothing
-  bool is_cut_off = false;                 // the segment ends before the graph does, or cannot be followed
+  std::vector<std::string> notes;          // faults without consequences, for notes
+  bool is_cut_off = false;                 // reading stopped before the end of the graph
   std::vector<std::int32_t> unread_nodes;  // ids of nodes that are damaged
   std::vector<StrayReference> stray_references;
   std::vector<std::uint32_t> ignored;  // nodes that were left out because of their flag
-  // Of every node the nearest named node at or above it on the first way that leads to it, depth first.
+  // Per node: the nearest named node at or above it, on the first path found in depth-first order.
   std::vector<std::uint32_t> nearest_named;
   std::size_t lights = 0;      // attribute elements that are lights
   std::size_t textures = 0;    // attribute elements that are texture images

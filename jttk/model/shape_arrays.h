@@ -14,14 +14,14 @@ namespace jttk {
 
 struct ShapeArrays {
   JtkEntity::TypeID type = JtkEntity::JtkSHAPE;
-  // Primitives are what is handed out: triangle strips of at least three corners, lines or groups of points
-  // of at least one. Normals have unit length, or are zero.
+  // Primitives are triangle strips of at least three corners, lines or groups of points of at least one.
+  // Normals have unit length, or are zero.
   ShapeGeometry geometry;
 
   [[nodiscard]] std::size_t sizeBytes() const;
 };
 
-// `kind` is the kind of the shape's node; where the geometry is of another kind, that one counts.
+// `kind` is the kind of the shape's node; if the decoded geometry is of another kind, that decides the type.
 // Polygons become strips; what a file stores as strips stays as it is.
 ShapeArrays makeShapeArrays(ShapeGeometry geometry, NodeKind kind);
 

@@ -1,5 +1,5 @@
-// A shape that the interface hands out. It holds the decoded arrays while its part is being visited and gets
-// them again when it is asked later.
+// A shape that the interface hands out. It holds the decoded arrays while its part is visited, and gets them
+// again if it is asked later.
 #pragma once
 
 #include <memory>

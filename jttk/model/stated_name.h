@@ -1,5 +1,5 @@
-// What a reference to a file says by its text alone. Asking the system about some names already does
-// something: `\\host\share\x.jt` talks to that host, `COM1` to a device. So the text is judged first.
+// Classifies a reference to a file by its text, before the file system is asked: even a query can have
+// effects. `\\host\share\x.jt` talks to that host, `COM1` to a device.
 #pragma once
 
 #include <cstdint>

@@ -1,8 +1,8 @@
 // Makes triangle strips of polygons, because a surface is handed out in strips.
 //
 // Every polygon is fanned from its first corner; the strips hold exactly these triangles, each once, with its
-// winding, and no triangle of their own (no degenerate links). A strip runs over an edge only where position
-// and attribute record of both corners are the same on both sides, so nothing has to be averaged or split.
+// winding, and add none (no degenerate triangles). A strip runs over an edge only where position and
+// attribute record of both corners are the same on both sides, so nothing has to be averaged or split.
 // Polygons with fewer than three corners have no triangle.
 #pragma once
 

@@ -5,8 +5,8 @@
 
 namespace jttk {
 
-// A class of the interface whose objects are of one type. What belongs to
-// another object is held by it with a reference, so that a user's ref and unref never destroy it.
+// A class of the interface whose objects are of one type. An owner holds a reference on what it hands out, so
+// that a user's ref and unref cannot destroy it.
 template <typename Interface, JtkEntity::TypeID Type>
 class Typed : public Interface {
  public:

@@ -8,9 +8,10 @@
 
 namespace jttk {
 
-// What to tell of the file's geometry segments that no node refers to, or only nodes that are no shapes, with
-// their number and the names that are known; nothing when there are none. Coarser levels, hidden parts and
-// what options leave out are referred to, and segments of nodes that could not be read have been told.
+// The report about the file's geometry segments to which no node refers, or only nodes that are no shapes,
+// with their number and the names that are known; nothing when there are none. Not counted: segments of
+// coarser levels, hidden parts and excluded shapes (nodes refer to them), and of unreadable nodes (already
+// reported).
 std::optional<std::string> tellUnusedGeometry(const Document& document);
 
 }  // namespace jttk
