@@ -1,9 +1,9 @@
 // The behaviour of one modal dialog, apart from its window: initialisation, data exchange between controls
 // and members, and a message map from clicked controls to methods.
 //
-// A window (dialog_window.h) attaches itself, calls OnInitDialog once, then the other methods as events
-// come. What leaves a click handler as an exception ends that handler only: the arrow cursor is restored and
-// the dialog lives on.
+// A window (dialog_window.h) attaches itself, calls OnInitDialog once, then the other methods on events. An
+// exception from a click handler ends only that handler: the arrow cursor is restored and the dialog lives
+// on.
 #pragma once
 
 #include <span>

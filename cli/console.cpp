@@ -121,7 +121,7 @@ void speakWhenWoken() {
   do {
     done = read(wake_up[0], &byte, 1);
   } while (done < 0 && errno == EINTR);
-  if (done != 1) {  // nobody has interrupted anything; who will, ends the process without words
+  if (done != 1) {  // the pipe cannot be read: a later interrupt ends the process at once
     callOnInterrupt(endInterrupted);
     return;
   }
@@ -133,7 +133,7 @@ void speakWhenWoken() {
 bool startSpeaker() {
   if (pipe(wake_up) != 0) return false;
   for (const int end : wake_up) fcntl(end, F_SETFD, FD_CLOEXEC);
-  // No signal may interrupt the thread that tells of it.
+  // Signals are blocked in the thread that handles them.
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
@@ -179,7 +179,7 @@ int output_error = 0;  // of the first write to standard output that failed
 }
 
 void print(std::string_view text) {
-  // What follows a failure would leave a hole, and nobody may be reading any more.
+  // After a failed write nothing more is written: output with a gap is worse than none.
   if (std::ferror(stdout) != 0) return;
   errno = 0;
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) output_error = errno;

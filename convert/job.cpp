@@ -35,7 +35,7 @@ obJt2Zix::obJt2Zix(const char* input_path, const char* output_path, bool* succes
   try {
     scene.saveTo(output_path, " ", true, true);
   } catch (...) {
-    // What is wrong with the output shows when the scene is closed.
+    // Errors of the output are kept by the scene and thrown when it is closed.
   }
   activeConverter = this;
   inputPath = input_path;

@@ -127,7 +127,7 @@ class obJt2Zix {
   std::map<std::string, JtkPart*> partsByName;  // first part seen under each name; not owned
   std::uint64_t spareCounter = 0;               // no stage reads it
   bool inInstancedAssembly = false;             // an instanced assembly is being walked
-  bool unwindPending = false;                   // with unwindMark: tested by popParent, armed by nobody
+  bool unwindPending = false;                   // with unwindMark: tested by popParent, never set
   std::int32_t unwindMark = -1;
   float spareScale[3] = {1.0F, 1.0F, 1.0F};  // no stage reads it
   Orb::Zix::Scene_V1 scene{"Model"};
@@ -135,7 +135,7 @@ class obJt2Zix {
   JtkTessParams* tessParams = nullptr;  // ended by the toolkit's fini
   bool optimize = false;
 
-  // What follows changes no call and no log line.
+  // Helpers without effect on calls or log lines.
   std::unordered_map<std::string, std::size_t> nameIndex;  // position of each base name in usedNames
   int nested_walks = 0;  // how many instanced assemblies are being walked, one inside the other
   Notes notes;

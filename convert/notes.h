@@ -1,6 +1,6 @@
 // Collects what the converter's rules and the user's options leave out of a scene, and tells the observer
-// once at the end of the job: one note per kind, with counts and the first few names. Nothing is asked of the
-// toolkit for a note's sake.
+// once at the end of the job: one note per kind, with counts and the first few names. Notes use only what the
+// job asks the toolkit for anyway.
 #pragma once
 
 #include <array>

@@ -3,9 +3,9 @@
 //
 // Two stacks carry the state. `parentStack` holds the scene object that the next one hangs under; assemblies
 // and instances push theirs on entering and lose it on leaving, a part with a transform pushes and pops
-// inside its handler. `materialStack` grows at parts and instances that have a material and shrinks by one
-// at each leave of an assembly or instance; its depth does not follow the tree exactly, and scenes depend
-// on that.
+// inside its handler. `materialStack` grows at parts and instances that have a material and shrinks by one at
+// each leave of an assembly or instance; its depth does not match the tree (see leaveNode). Existing scenes
+// depend on that, so keep it.
 #include <stdexcept>
 
 #include "convert/held.h"
@@ -49,7 +49,7 @@ JtkMaterial* materialOf(JtkHierarchy* node) {
 
 void count(Counted kind) { diag::programSeams().observer->counted(kind, 1); }
 
-// References on tessellation results are taken only where the toolkit says that they can be.
+// Holds a tessellation result by reference count, if its type allows that.
 class HeldResult {
  public:
   explicit HeldResult(JtkEntity* entity) : entity_(entity) {
@@ -237,7 +237,8 @@ bool obJt2Zix::ReadJtPart(JtkPart* node) {
   if (part->requiresTessellation() != 0) {
     WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Start");
     if (tessParams == nullptr) {
-      // The part's object stays on the stack, and what follows hangs under it.
+      // Returns without popParent: the object of a part with a transform stays the parent of what follows.
+      // Kept, because existing scenes have it so.
       diag::programSeams().observer->lost(name, "the part needs tessellation, and there are no parameters");
       return true;
     }

@@ -33,7 +33,8 @@ enum class Counted {
   VerticesWritten,  // vertices handed to the scene
 };
 
-// Told of what happens in a conversion. Changes no call and no log line. Default: ignores everything.
+// Receives counts, losses and notes of a conversion. Changes no call and no log line. Default: ignores
+// everything.
 class Observer {
  public:
   Observer() = default;

@@ -8,7 +8,7 @@ namespace loftbay::diag {
 
 inline constexpr float kDefaultUlpTessTolerance = 0.02F;
 
-// In model units. Has a meaning only while the flag is set.
+// In model units. Valid only if UlpTessToleranceGiven.
 extern float UlpTessTolerance;
 extern bool UlpTessToleranceGiven;
 

@@ -48,7 +48,7 @@ void placeLog(std::string directory, const std::string& log_file_name) {
 std::string findBaseDirectory(const std::optional<std::string>& base_override) {
   const auto named = base_override ? base_override : directoryFromEnvironment("MERIDAN_TEMP_PATH");
   if (named) {
-    host::makeDirectory(*named);  // an existing one is what is mostly found
+    host::makeDirectory(*named);  // fails if it exists, which is the usual case
     return *named;
   }
   for (const char* name : {"TEMP", "TMP", "USERPROFILE", kHostVariable}) {
@@ -57,7 +57,7 @@ std::string findBaseDirectory(const std::optional<std::string>& base_override) {
   return host::toProgramPath(kLastResort);
 }
 
-// The names that are taken by value are so in the documented signatures.
+// By value because the documented signatures say so.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 std::string MakeDatedDirectory(std::string baseDirectory) {
   std::string directory = datedName(baseDirectory);

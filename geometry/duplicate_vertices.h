@@ -18,8 +18,9 @@ inline const float* floatsOf(const std::vector<Point>& points) {
   return points.empty() ? nullptr : &points.data()->x;
 }
 
-// What decides is the joined text of x, y and z (float_text.h) without a separator: 0 and -0 stay apart,
-// while (1, 23, 4) and (12, 3, 4) are one vertex. Scenes are compared by that result; keep it.
+// Vertices are equal if their texts of x, y and z (float_text.h), joined without a separator, are equal: 0
+// and -0 stay apart, while (1, 23, 4) and (12, 3, 4) are one vertex. Scenes are compared by that result; keep
+// it.
 //   points         the positions
 //   unique         empty; receives the positions that are kept, in the order of their first occurrence
 //   indices        rewritten to `unique`; an index that has no point stays as it is

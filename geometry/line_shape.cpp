@@ -30,7 +30,7 @@ void obJt2Zix::Write2DElements(JtkShape* shape, const char* shape_name) {
   std::vector<std::uint32_t> indices(arrays.coordinates.size());
   std::iota(indices.begin(), indices.end(), 0U);
   WriteTraceLog(text(kLinePrefix, ":connectivity is done"));
-  // One entry per set; sets that were empty left no length, and their entries stay 0 at the end.
+  // One entry per set; empty sets left no length, so the last entries stay 0.
   std::vector<std::uint32_t> lengths(static_cast<std::size_t>(primitive_sets));
   std::transform(arrays.set_lengths.begin(),
                  arrays.set_lengths.begin() +

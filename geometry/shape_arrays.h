@@ -1,5 +1,5 @@
 // What a shape writer reads out of a toolkit shape: the vertices of all primitive sets in one list, and of
-// the other arrays only what reaches the scene or a log line.
+// the other arrays only what the scene or a log line needs.
 #pragma once
 
 #include <cstddef>

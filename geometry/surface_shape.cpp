@@ -31,8 +31,8 @@ ShapeKind kindOf(JtkShape& shape) {
   return ShapeKind::Surface;  // polygons, primitives, and whatever else there is
 }
 
-// One entry per triangle as the vertex count suggests. Differs from the triangles made where strips of less
-// than two vertices are about; none where that gives a negative figure.
+// Entries: vertices less 2 per set, none if that is negative. That is not the number of triangles made if
+// strips have fewer than two vertices.
 std::vector<std::uint32_t> triangleLengths(std::size_t coordinates, int primitive_sets) {
   const auto triangles = static_cast<std::int32_t>(static_cast<std::uint32_t>(coordinates) -
                                                    2U * static_cast<std::uint32_t>(primitive_sets));

@@ -1,4 +1,4 @@
-// Does something once a time is over, on a thread of its own, unless it is destroyed before.
+// Calls a function on its own thread after a time, unless destroyed first.
 //
 //   host::Deadline ending(5s, [&] { end(child); });
 #pragma once
@@ -24,7 +24,7 @@ class Deadline {
         }) {}
   Deadline(const Deadline&) = delete;
   Deadline& operator=(const Deadline&) = delete;
-  // Waits for what has begun.
+  // If the function has begun, waits for it.
   ~Deadline() {
     {
       const std::lock_guard held(mutex_);

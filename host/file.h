@@ -1,5 +1,5 @@
-// Files and directories by program path (see path.h). The calls mirror the C library's, because that is
-// what the path checks and the work directory are defined by. Nothing here throws unless it says so.
+// Files and directories by program path (see path.h). The calls mirror the C library's, because path checks
+// and work directory depend on their exact behaviour. Nothing here throws unless it says so.
 #pragma once
 
 #include <cstddef>
@@ -27,8 +27,8 @@ FilePointer openFile(std::string_view program_path, const char* mode);
 bool removeFile(std::string_view program_path);
 
 // Opens the file with mode "w", closes and removes it. False when it does not open; whether it could be
-// removed does not matter. Where the host allows, the same end is reached without an empty file in between,
-// so that a process killed half way leaves the old file or none.
+// removed does not matter. On hosts that allow it, no empty file exists in between, so that a process killed
+// half way leaves the old file or none.
 bool createAndRemove(std::string_view program_path);
 
 // True when a status query for the path succeeds (file or directory).
@@ -48,8 +48,8 @@ bool changeDirectory(std::string_view program_path);
 // directories come in host form: pass them through toProgramPath.
 std::optional<std::string> environmentVariable(const char* name);
 
-// A regular file that is read by place, with no position of its own: several threads may read one object.
-// A file that shrinks meanwhile, and a device that fails, are errors of a read, never signals.
+// A regular file read at given offsets, without a file position: several threads may read one object. A file
+// that shrinks meanwhile, and a device that fails, are errors of a read, never signals.
 class ReadOnlyFile {
  public:
   // On failure the result is empty and `*reason` holds the system's reason ("No such file or directory",

@@ -46,12 +46,12 @@ bool removeWritable(const std::string& path) {
 
 FilePointer openFile(std::string_view program_path, const char* mode) {
   const std::string path = toHostPath(program_path);
-  // Asked first, because opening alone can already do something to a device, and to whoever reads a pipe.
+  // Checked before opening: opening can trigger a device or wake the reader of a pipe.
   struct stat status {};
   if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return nullptr;
   const bool empties = mode[0] == 'w';
   const int how = mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | (empties ? 0 : O_APPEND);
-  // Another file may have taken its place: this never waits, and is asked again.
+  // Opened without blocking and checked again: the file may have been replaced meanwhile.
   const int descriptor = ::open(path.c_str(), how | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
   if (descriptor < 0) return nullptr;
   FilePointer file;
@@ -71,7 +71,8 @@ bool createAndRemove(std::string_view program_path) {
   const bool exists = lstat(path.c_str(), &status) == 0;
   if (!exists && errno != ENOENT) return false;
   if (exists) {
-    // Emptying shows through links, so there it is done.
+    // Behind a symbolic link, and for a file with several names, the file really is emptied: its other names
+    // show whether it was.
     const bool is_plain = S_ISREG(status.st_mode) && status.st_nlink == 1;
     if (is_plain && removeWritable(path)) return true;
   } else if (!path.empty() && path.back() != '/' && canCreateBeside(path)) {

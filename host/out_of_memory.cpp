@@ -12,7 +12,7 @@ namespace {
 const char* last_message = nullptr;
 int last_code = EXIT_FAILURE;
 void (*last_clean_up)() noexcept = nullptr;
-// Without memory for the exception itself there is none to look at.
+// Set on failure, because without memory there may be no exception object.
 std::atomic<bool> allocation_failed{false};
 
 void noteFailure() {

@@ -1,6 +1,6 @@
 // Functions of angles that give the same bits on every host. The C library's differ in their last bits from
-// host to host, and meshing asks them which of two near points is nearer: one bit then is another mesh. These
-// are made of the operations that IEEE 754 fixes to the bit (+ - * / and the square root) alone.
+// host to host, and meshing compares nearly equal distances, so one bit can change the mesh. These are made
+// of the operations that IEEE 754 fixes to the bit (+ - * / and the square root) alone.
 //
 // All angles are radians. Results are within two units in the last place of the true value, where arguments
 // of sine, cosine and tangent are below a million; beyond, the angle is first taken off whole turns of the

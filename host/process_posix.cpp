@@ -37,7 +37,7 @@ std::optional<std::uint64_t> largestEver() {
 }  // namespace
 
 std::optional<MemoryCounters> processMemory() {
-  // Second figure of statm: resident pages.
+  // Second number of statm: resident pages.
   unsigned long long total_pages = 0;
   unsigned long long resident_pages = 0;
   const FilePointer statm(std::fopen("/proc/self/statm", "r"));
@@ -47,7 +47,7 @@ std::optional<MemoryCounters> processMemory() {
   if (!peak) peak = largestEver();
   if (!peak) return std::nullopt;
   const std::uint64_t resident = resident_pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-  // The system takes the two figures at two moments, and counts them in a rounded way.
+  // The two numbers are taken at different moments and rounded, so the peak can be below the current value.
   return MemoryCounters{resident, std::max(resident, *peak * 1024)};
 }
 

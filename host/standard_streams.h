@@ -5,9 +5,9 @@
 namespace loftbay::host {
 
 // To be called before anything is opened. Whoever started the program may have closed standard input, output
-// or error: the next file that is opened would get the free number, and messages would land in it. The null
-// device takes their places; reading from it and writing to it fail as they did, so that output that is lost
-// is still noticed. From now on writing to a pipe that nobody reads is an error and ends no process.
+// or error: the next file that is opened would get the free number, and messages would land in it. Missing
+// streams are opened on the null device, in the wrong direction, so that using them still fails and lost
+// output is noticed. From now on writing to a pipe that nobody reads is an error and ends no process.
 void prepareStandardStreams() noexcept;
 
 }  // namespace loftbay::host

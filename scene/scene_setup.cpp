@@ -1,4 +1,5 @@
-// What frames a scene: its root before the traversal, the views and the file's end behind it.
+// The start and end of a scene: its root before the traversal, the views and the closing of the file after
+// it.
 #include <exception>
 
 #include "convert/job.h"

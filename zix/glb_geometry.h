@@ -19,7 +19,7 @@ struct GlbGeometry {
   std::uint64_t index_count = 0;    // 0: there is nothing to show, and nothing is written
   BoxF box;                         // of all points that are finite
   std::array<float, 3> stand_in{};  // written for points that are not finite; no element refers to them
-  // Places in the file, filled in by the exporter.
+  // Number and offsets in the binary chunk, set by the exporter.
   std::uint64_t number = 0;
   std::uint64_t positions_offset = 0;
   std::uint64_t indices_offset = 0;

@@ -20,7 +20,7 @@
 
 namespace Orb::Zix {
 
-// Whether all of the matrix is; nothing below a placement that is not finite is shown.
+// Whether the matrix is finite; objects below a placement that is not are not shown.
 bool isFinite(const Matrix& matrix);
 
 class GlbPlan {

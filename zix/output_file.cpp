@@ -99,7 +99,7 @@ void removeAbandonedTemporaries(std::string_view program_path) noexcept {
   try {
     removeAbandonedBeside(absolute(program_path));
   } catch (const std::exception&) {
-    return;  // the next one will
+    return;  // ignored: the next writer removes them
   }
 }
 

@@ -97,8 +97,8 @@ class OutputFile {
   std::optional<OutputFailure> failure_;
 };
 
-// Removes what writers of this output that were killed have left beside it. Done by `open`, too; for whoever
-// sees such a writer end.
+// Removes what killed writers of this output left beside it. open() does this, too; call it after ending a
+// writer process.
 void removeAbandonedTemporaries(std::string_view program_path) noexcept;
 
 // What the file layer asks of the system, one call each. 0 is success, anything else the system's error

@@ -1,5 +1,4 @@
-// The one file that holds stb_image_write. It writes into memory; the file itself goes the way of all
-// outputs.
+// The one file that holds stb_image_write. It writes into memory; the bytes are written through OutputFile.
 #include "zix/png.h"
 
 #include <cstdlib>
@@ -10,7 +9,7 @@
 #include "zix/output_file.h"
 
 namespace {
-// The library writes through the null that it would get. What it holds when this throws is not given back.
+// stb does not check for null, so this throws instead; memory that stb holds is leaked then.
 void* orThrow(void* memory) {
   if (memory == nullptr) throw std::bad_alloc();
   return memory;

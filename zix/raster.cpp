@@ -19,8 +19,8 @@ std::uint32_t pack(const Vec3& color) {
   return packed;
 }
 
-// Light comes from the viewer, from a little above and to the left of the line of sight; what faces away
-// gets half of it, so that open shells show their inside.
+// Light comes from the viewer, from a little above and to the left of the line of sight; back faces are lit
+// as if they faced the viewer, so that open shells show their inside.
 std::uint32_t shade(const Vec3& n, float inverse_length, const Surface& surface) {
   constexpr Vec3 kLight = {-0.30F, 0.45F, 0.84F};
   float facing = (n[0] * kLight[0] + n[1] * kLight[1] + n[2] * kLight[2]) * inverse_length;

@@ -68,7 +68,7 @@ template <typename T>
 class Values : public std::span<const T> {
  public:
   Values() = default;
-  // Of somebody who keeps them.
+  // A view of values that the caller keeps alive.
   explicit Values(std::span<const T> borrowed) : std::span<const T>(borrowed) {}
   Values(std::span<const std::byte> bytes, std::shared_ptr<const std::byte[]> owner, std::uint64_t offset)
       : std::span<const T>(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)),
@@ -94,7 +94,7 @@ class Table {
   Table(std::span<const std::byte> bytes, std::size_t record_size)
       : start_(bytes.data()), record_size_(record_size), size_(bytes.size() / record_size) {}
   [[nodiscard]] std::size_t size() const { return size_; }
-  // Of all rows.
+  // The bytes of all rows.
   [[nodiscard]] std::span<const std::byte> bytes() const { return {start_, size_ * record_size_}; }
   // `row` must be below size().
   T operator[](std::size_t row) const {

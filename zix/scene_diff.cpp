@@ -36,7 +36,7 @@ class Diff {
   }
 
  private:
-  // One level of the walk: the objects that stand at the same place in both trees.
+  // One level of the walk: the corresponding objects of both trees.
   struct Frame {
     std::uint32_t a;
     std::uint32_t b;

@@ -61,7 +61,8 @@ struct Scene_V0::Impl {
   // Gives every parent its place in the child table and returns the table.
   std::vector<std::uint32_t> makeChildTable();
 
-  // What a call does that needs memory. Without it the call is done by half, and so would the scene be.
+  // Runs the allocating part of a call. If memory runs out, the call is incomplete, so the whole scene is
+  // marked as failed.
   template <typename Call>
   auto whole(Call call) {
     try {
@@ -82,7 +83,7 @@ struct Scene_V0::Impl {
   void finishFile();
 
   std::deque<format::ObjectRecord> objects;
-  std::deque<std::uint32_t> tops;         // per object: some object above it, see treeTop
+  std::deque<std::uint32_t> tops;         // per object: parent pointer of the union-find in treeTop
   std::deque<std::uint32_t> attachments;  // children in the order in which they were attached
   std::deque<format::MeshRecord> meshes;
   std::deque<format::TransformRecord> transforms;

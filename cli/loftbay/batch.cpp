@@ -57,7 +57,7 @@ ConversionReport reportOf(const Batch& batch, const std::string& input, const st
   return report;
 }
 
-// What stands in the array for a file whose process gave no report of its own.
+// The report used for a file whose process wrote none.
 Ending withoutReport(const Batch& batch, const std::string& input, const std::string& reason,
                      Outcome outcome = Outcome::Failed) {
   complain("loftbay", input + ": " + reason);
@@ -90,7 +90,7 @@ int refuseAll(const Batch& batch, const std::string& reason) {
   return kPathRefused;
 }
 
-// What a process that was ended had completed meanwhile; an old file that it never came to stays.
+// Removes a scene that an ended process had just completed; an older file that it had not replaced stays.
 void removeNewScene(const std::string& output, std::filesystem::file_time_type start) {
   std::error_code error;
   const auto path = hostPath(output);
@@ -119,7 +119,7 @@ Ending convertOne(const Batch& batch, const std::string& program, const std::str
       removeNewScene(output, start);
       return withoutReport(batch, input, timeOutText(*batch.timeout), Outcome::TimedOut);
     }
-    // It had not come so far as to end by itself.
+    // The interrupt killed it before it could handle it.
     if (host::childrenInterrupted()) return interrupted(batch, input, true);
     return withoutReport(batch, input, "the conversion " + child.reason);
   }

@@ -95,11 +95,11 @@ void printResult(const Request& request, const SingleConversion& conversion, con
   }
 }
 
-// Ends the process when the time of its conversion is over. Whoever takes the last words may take them
-// slowly, or not at all; they get this long.
+// Ends the process when the time of its conversion is over. The last report's reader may be slow or gone, so
+// writing it gets a limited time.
 void endWhenOver(SingleConversion& conversion, const Request& request) {
   static constexpr std::chrono::milliseconds kTimeForLastWords{5000};
-  // Neither is ever destroyed: what they wait for may be the end of the process.
+  // Neither is ever destroyed: a destructor would wait for a function that ends the process.
   [[maybe_unused]] static auto* const deadline =
       new host::Deadline(*request.options.timeout, [&conversion, json = request.options.json] {
         const ConversionReport report = conversion.timeOut();
@@ -116,7 +116,7 @@ void endWhenOver(SingleConversion& conversion, const Request& request) {
 
 int runSingle(const Request& request) {
   const ConvertOptions& options = request.options;
-  // Never destroyed: an interrupt tells of them on a thread of its own, also while the program ends.
+  // Never destroyed: an interrupt uses them on a thread of its own, also while the program ends.
   static auto& report = *new ConversionReport;
   static auto& conversion = *new SingleConversion(request.files[0], request.files[1], options, report);
   std::function<void()> last_words;

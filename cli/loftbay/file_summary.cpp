@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kSummarySchemaVersion = 1;
 
-// Nodes that share others many levels deep stand for more places than a number can hold.
+// Deeply shared nodes can have more occurrences than 64 bits hold, so counts saturate.
 std::uint64_t addUpTo(std::uint64_t a, std::uint64_t b) {
   return a > std::numeric_limits<std::uint64_t>::max() - b ? std::numeric_limits<std::uint64_t>::max()
                                                            : a + b;
@@ -124,7 +124,7 @@ std::optional<std::uint64_t> bytesOf(const std::string& input) {
   return bytes;
 }
 
-// A plus stands behind what is a part of the whole.
+// A "+" marks counts that are incomplete.
 std::string trianglesText(const FileSummary& summary) {
   std::string text;
   std::string source;

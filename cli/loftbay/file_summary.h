@@ -15,8 +15,8 @@ namespace loftbay::cli {
 struct LevelSummary {
   std::uint64_t unique = 0;  // each part once
   std::uint64_t placed = 0;  // each part as often as it stands in the product
-  // Where the figures come from: how many of the shapes that have triangles (of each part once) were decoded,
-  // made of exact geometry, or taken as the scene graph states them; and those that nothing is known of.
+  // Sources of the triangle counts, in shapes that have triangles (each part once): decoded, tessellated from
+  // exact geometry, stated by the scene graph, unknown.
   std::uint64_t decoded = 0;
   std::uint64_t tessellated = 0;
   std::uint64_t stated = 0;

@@ -84,8 +84,7 @@ class ReportObserver : public diag::Observer {
       : report_(report), show_progress_(show_progress) {}
   ~ReportObserver() override { clearProgress(); }
 
-  // Held by whoever reads or changes the report while the conversion runs: an interrupt reads it on a thread
-  // of its own.
+  // Guards the report during the conversion: an interrupt reads it from another thread.
   [[nodiscard]] std::unique_lock<std::mutex> lock() { return std::unique_lock(mutex_); }
 
   void counted(diag::Counted kind, std::uint64_t amount) override;

@@ -22,18 +22,18 @@ class SingleConversion {
   // The exit code, which the report has too.
   int run();
 
-  // The report of a conversion that ends here and now, from another thread. The conversion's own thread stops
-  // at its next step for good. Does not return once `end` was called.
+  // Ends the conversion from another thread and returns its report. The converting thread blocks for good at
+  // its next step. Does not return once `end` was called.
   ConversionReport interrupt();
-  // The same of one whose time is over; then the message, and the end of the process: its temporary is
-  // removed, and a scene that it finished meanwhile.
+  // The same for a conversion whose time is over; then call tellTimeOut for the message and endProcess, which
+  // removes the temporary, and a scene that was finished meanwhile.
   ConversionReport timeOut();
   void tellTimeOut();
   [[noreturn]] void endProcess();
-  // What happens from here on is told in full: `interrupt` comes too late.
+  // From here on the conversion reports normally; interrupt() comes too late.
   void end();
 
-  // Losses that no message on standard error has told yet, a line each.
+  // Losses that have not been written to standard error yet, a line each.
   [[nodiscard]] std::vector<std::string> untoldLosses() const;
 
  private:
