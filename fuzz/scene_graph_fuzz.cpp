@@ -1,5 +1,5 @@
 // Reads any bytes as a scene graph segment; the first byte chooses version and byte order. Whatever comes in,
-// the graph that comes out must be sound: indices in range, no way from the root that circles.
+// the graph that comes out must be sound: indices in range, no cycle that can be reached from the root.
 // Seeds: corpus/scene_graph_fuzz.
 #include <cstddef>
 #include <cstdint>

@@ -10,7 +10,7 @@
 
 namespace zix_numbers {
 
-// Small sizes and no verdict.
+// Run with small sizes, and do not compare with limits.
 extern bool quick;
 
 // In program form, in a folder of this run's own.

@@ -1,4 +1,4 @@
-// The ways on which exact geometry reaches a scene: tessellated on load, as level 0 of a part that an
+// The three routes by which exact geometry reaches a scene: tessellated on load, as level 0 of a part that an
 // instance refers to, and in place of facets. All of them must give the triangles of the bodies themselves,
 // to the bit and the right way round; what is measured on the bodies then holds for the scene.
 //
@@ -105,7 +105,7 @@ Exact fromSegment(const jttk::Segment& segment, jttk::ByteOrder order) {
   return exact;
 }
 
-// A strip's triangles; every second one is turned back to the first one's sense.
+// A strip's triangles; every second one is flipped, so that all have the first one's orientation.
 void addStrip(const float* vertices, int count, bool reversed, std::vector<Corners>& triangles) {
   for (int k = 0; k + 2 < count; ++k) {
     int order[] = {k, k + 1, k + 2};

@@ -50,7 +50,7 @@ TEST_F(Job, FileNameUnderFourCharactersLeavesTheConstructorAsOutOfRange) {
     } catch (const std::out_of_range& error) {
       EXPECT_STREQ(error.what(), "invalid string position");
     }
-    // Named to the writer, never closed, but destroyed.
+    // The scene never got a file name and was never closed, but was destroyed.
     EXPECT_EQ(linesWith(sceneCalls(), "File"), "");
     EXPECT_EQ(linesWith(sceneCalls(), "~Scene_V1"), "~Scene_V1()\n");
   }

@@ -1,4 +1,4 @@
-// What the observer is told: counts, and what options and rules leave out.
+// What the observer receives: counts, and notes about what options and rules leave out.
 #include <gmock/gmock.h>
 
 #include "host/path.h"

@@ -104,7 +104,7 @@ TEST_F(PathValidation, ALongerOutputExtensionIsRefused) {
   EXPECT_THAT(boxes, IsEmpty());
 }
 
-// Nothing stands before the only separator, and no directory is called nothing.
+// The text before the only separator is empty, and a directory with an empty name does not exist.
 TEST_F(PathValidation, AnOutputBehindTheOnlySeparatorHasNoDirectory) {
   EXPECT_FALSE(validatePaths(in, "\\scene.zix"));
   EXPECT_THAT(boxes, ElementsAre("error: Error:Output directory is not available."));

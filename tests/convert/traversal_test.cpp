@@ -1,4 +1,4 @@
-// What becomes of nodes, one property a test. Complete sequences are in golden_test.cpp.
+// How nodes become objects; each test checks one property. Complete sequences are in golden_test.cpp.
 #include <gmock/gmock.h>
 
 #include <stdexcept>

@@ -19,7 +19,7 @@ void resetScene();
 // All calls since the last reset, one per line.
 const std::string& sceneCalls();
 
-enum class Throws { SceneError, Number };  // an exception with a text, or something that is none
+enum class Throws { SceneError, Number };  // an exception with a message, or a thrown int
 
 // Lets the `nth` call (from 1) of an operation ("saveTo", "createObject", …) throw.
 void letSceneThrow(std::string_view operation, int nth = 1, Throws what = Throws::SceneError);

@@ -56,7 +56,7 @@ TEST_F(SurfaceShape, TwoStripsOfFourGiveTwelveIndicesAndFourLengths) {
   EXPECT_EQ(sceneLines("setMeshType"), "setMeshType(#3, Triangles)\n");
 }
 
-// Index count and triangle count are two figures: 4 - 2 * 2 lengths for one triangle made.
+// Index count and triangle count are kept separately: 4 - 2 * 2 lengths for one triangle made.
 TEST_F(SurfaceShape, AStripOfOneVertexShiftsTheNextAndKeepsBothFigures) {
   convertShape(product.countedSets(JtkEntity::JtkTRISTRIPSET, {1, 3}));
   EXPECT_EQ(values(),

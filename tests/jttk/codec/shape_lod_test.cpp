@@ -240,7 +240,7 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
       for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(flat->positions[3 * i + axis], axis == 2 ? 0.5F : 0.0F);
     }
   }
-  // Of normals they are no more than the normals' own affair.
+  // Normals with an impossible bit count cost only the normals, not the shape.
   Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, {PacketForm::Jt9, true, 0x0a});
   const Bytes header = ByteBuilder().u32(12).u8(3).u8(2).result();
   *(std::search(rep.begin(), rep.end(), header.begin(), header.end()) + 5) = std::byte{33};
@@ -423,7 +423,7 @@ TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
   }
 }
 
-// One wrong hash is borne, of the lists or of the coordinates.
+// One wrong hash (of the lists or of the coordinates) is tolerated; two are not.
 TEST(ShapeLod, listsAndCoordinatesWithWrongHashesAreTooMuch) {
   constexpr PacketForm kForm = PacketForm::Jt10;  // the one whose floats have a hash
   const Bytes rep = jttk::testing::polylineRepData(kForm);
@@ -488,7 +488,7 @@ TEST(ShapeLod, whatDoesNotFitTheMemoryBudgetIsRefused) {
     jttk::MemoryBudget enough(100'000);
     ASSERT_TRUE(decode(element, form, {{}, &enough}).has_value());
     EXPECT_GT(enough.taken(), 0U);
-    // Attributes may be missing before the mesh is.
+    // With a small budget attributes may be dropped before the mesh itself is refused.
     bool refused = false;
     for (std::uint64_t limit = 0; limit < 1000 && !refused; limit += 10) {
       jttk::MemoryBudget little(limit);

@@ -14,7 +14,7 @@
 
 namespace jttk::test {
 
-// A row of bits.
+// A sequence of bits.
 class Bits {
  public:
   Bits() = default;
