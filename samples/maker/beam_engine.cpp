@@ -123,7 +123,7 @@ class Builder {
                                                       : product.assemblies[target.index].name;
     return {target, name, matrix, std::nullopt, false};
   }
-  // The target's own node stands in the tree.
+  // The target's own node is in the tree, without an instance node.
   [[nodiscard]] Child own(Ref target, const Matrix& matrix) const {
     Child child = use(target, matrix);
     child.name.clear();

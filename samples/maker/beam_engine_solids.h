@@ -1,4 +1,4 @@
-// The solids that the beam engine's parts are made of, drawn around the places where they are held. Lengths
+// The solids that the beam engine's parts are made of, drawn around the points where they are held. Lengths
 // in millimetres. `n` and `segments` are the number of segments of a full circle: the level of detail.
 #pragma once
 

@@ -1,5 +1,5 @@
-// The file around the segments: header, segments one after the other, table of contents at the end.
-// Segments go to the sink as they come, so the file never stands in memory unless the sink keeps it.
+// The file around the segments: header, segments one after the other, table of contents at the end. Segments
+// go to the sink as they come, so the file is never in memory as a whole unless the sink keeps it.
 #pragma once
 
 #include <cstdint>

@@ -232,7 +232,7 @@ void ElementWriter::transform(std::int32_t id, const Matrix& matrix) {
   out_.u32(0);
   if (v10()) out_.u32(0);
   version(1);
-  // Bit 15 stands for element 0; elements of the identity are left out.
+  // Bit 15 is element 0; elements that equal the identity's are left out.
   std::uint16_t mask = 0;
   for (std::size_t i = 0; i < 16; ++i) {
     if (std::bit_cast<std::uint64_t>(matrix[i] + 0.0) != std::bit_cast<std::uint64_t>(kIdentity[i])) {

@@ -20,7 +20,7 @@ struct TableEntry {
 
 struct ValueTable {
   std::vector<TableEntry> entries;        // the escape, when there is one, is the last entry
-  std::vector<std::uint32_t> entry_of;    // per value: the entry that stands for it
+  std::vector<std::uint32_t> entry_of;    // per value: its entry, or the escape
   std::vector<std::int32_t> out_of_band;  // the values that are escaped, in order
   std::int32_t minimum = 0;               // over entries that are not the escape
   std::uint32_t value_span = 0;           // largest entry value - minimum

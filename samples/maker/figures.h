@@ -1,4 +1,4 @@
-// The figures that nodes carry: box, area, counts.
+// What nodes state about their geometry: box, area, counts.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +28,7 @@ struct Figures {
 // Box, area and counts of a shape; the area of lines and points is 0.
 Figures measure(const Shape& shape);
 
-// What the scene graph has to know of a shape after its segment was written.
+// What the scene graph needs of a shape once its segment is written.
 struct ShapeRecord {
   ShapeKind kind = ShapeKind::Triangles;
   std::uint64_t bindings = 0;

@@ -31,7 +31,7 @@ constexpr double kHoleRadius = 0.025;
 constexpr double kSealRadius = 0.46;
 constexpr double kSealThickness = 0.02;
 
-// A last bit of sine or cosine shall change no file.
+// Rounded, so that the last bit of a sine or cosine changes no file.
 double rounded(double value) { return std::round(value * 1073741824) / 1073741824; }
 
 class Flange {
@@ -91,8 +91,8 @@ class Flange {
     return model_.edge(model_.circle({center.x, center.y, z}, kZ, kX, radius), -1, -1);
   }
   XtWriter::Id plane(double z, bool up) { return model_.plane({0, 0, z}, up ? kZ : -kZ, kX); }
-  // Between two rings round z; `inward`: seen from the axis, not from outside. `reversed`: it is the back of
-  // the surface that is seen.
+  // Between two rings round z; `inward`: the face is seen from the axis, not from outside. `reversed`: the
+  // face's outside is the back of the surface.
   void band(XtWriter::Id surface, bool reversed, bool inward, int low, int high) {
     model_.face(surface, reversed, {{{low, !inward}}, {{high, inward}}});
   }

@@ -6,8 +6,8 @@
 
 namespace loftbay::maker {
 
-// Lengths in metres. "Flange" is used by two instances; "Seal" (a torus without any edge) stands in the
-// assembly directly.
+// Lengths in metres. "Flange" is used by two instances; "Seal" (a torus without any edge) is a direct child
+// of the assembly.
 Product flangeJoint();
 
 }  // namespace loftbay::maker

@@ -247,7 +247,7 @@ void writePacketMk2(ByteWriter& out, std::span<const std::int32_t> values, Codec
     case Codec::FixedBits:
       return writeBitLength(out, fixedWidth(values, version10));
     case Codec::Arithmetic:
-      // So many different values that only escapes would be left are rather written by their bits.
+      // With so many different values that only escapes would be left, the bits are written instead.
       if (const auto table = makeTable(values, 1024, std::numeric_limits<std::size_t>::max());
           table && table->out_of_band.size() < values.size()) {
         out.u8(3);

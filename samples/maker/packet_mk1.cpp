@@ -22,7 +22,7 @@ BitWriter bitLength(std::span<const std::int32_t> values) {
   unsigned width = 0;
   for (std::size_t i = 0; i < values.size(); ++i) {
     unsigned wanted = evenWidth(values[i]);
-    if (wanted < width) {  // narrower only where it pays for the way there and back
+    if (wanted < width) {  // narrower only where that saves more than changing there and back costs
       const std::size_t end = std::min(values.size(), i + kLookAhead);
       for (std::size_t k = i; k < end; ++k) wanted = std::max(wanted, std::min(width, evenWidth(values[k])));
       if ((width - wanted) * (end - i) < (width - wanted) + 4) wanted = width;
@@ -59,7 +59,8 @@ struct Node {
   int right = -1;
 };
 
-// The heap whose way of settling ties decides the shape of the tree: part of the format.
+// The heap. The order in which it takes equal counts decides the shape of the tree, so it is part of the
+// format.
 class Heap {
  public:
   explicit Heap(const std::vector<Node>& nodes) : nodes_(nodes) {}

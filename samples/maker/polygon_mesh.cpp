@@ -8,8 +8,8 @@ namespace {
 
 constexpr std::uint32_t kNone = PolygonMesh::kNone;
 
-// Pairs each edge with the one that runs the other way between the same positions. An edge with more than
-// one partner, or with one that runs the same way, stays without.
+// Pairs each edge with the one that runs the other way between the same positions. An edge with more than one
+// partner, or with one that runs in the same direction, stays unpaired.
 void findTwins(PolygonMesh& mesh, const Shape& shape) {
   const auto count = static_cast<std::uint32_t>(mesh.polygon.size());
   const auto& at = shape.corner_positions;

@@ -14,7 +14,7 @@ struct PolygonMesh {
 
   std::vector<std::uint32_t> polygon_starts;  // one more than polygons; covers come last
   std::uint32_t real_polygons = 0;
-  // Per corner. A corner also stands for the edge from it to the next corner of its polygon.
+  // Per corner. A corner also denotes the edge from it to the next corner of its polygon.
   std::vector<std::uint32_t> polygon;
   std::vector<std::uint32_t> vertex;
   std::vector<std::uint32_t> twin;  // the corner whose edge runs the other way

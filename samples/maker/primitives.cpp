@@ -1,6 +1,6 @@
 // The element: versions (one in 8.x, two from 9.0 on; I16, U8 in 10.0), I32 texture binding, I32 colour
 // binding, U8[2] bits, I32 texture generation; then either a zlib block with a record of floats per solid
-// (place, size, rotation, colour, I32 type, I32 reserved), or quantisers and packets of codes.
+// (origin, size, rotation, colour, I32 type, I32 reserved), or quantisers and packets of codes.
 #include "samples/maker/primitives.h"
 
 #include <zlib.h>
@@ -39,8 +39,8 @@ void include(Figures& figures, const PrimitiveSolid& solid, const Vector& local)
                    static_cast<float>(p[2] + solid.place.z)});
 }
 
-// An ellipse round `middle`: it reaches as far along an axis as the root of the squares of its half axes'
-// shares says.
+// An ellipse round `middle`: along an axis it reaches the root of the summed squares of its half axes'
+// components.
 void includeEllipsoid(Figures& figures, const PrimitiveSolid& solid, const Vector& middle,
                       const Vector& radius) {
   const Vector m = turned(middle, solid.rotation);

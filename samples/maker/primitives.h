@@ -10,10 +10,10 @@
 
 namespace loftbay::maker {
 
-// Exact box and area. Counts are 0: nobody has made triangles yet.
+// Exact box and area. Counts are 0: there are no triangles yet.
 Figures measureSolids(const std::vector<PrimitiveSolid>& solids);
 
-// The volume of one.
+// The volume of one solid.
 double volumeOf(const PrimitiveSolid& solid);
 
 // The element's body after its header (8.x) or object id.

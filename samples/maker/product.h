@@ -87,8 +87,8 @@ struct Shape {
   void addQuad(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d);
 };
 
-// A shape, or a way to make one that is called each time it is needed (so that huge products never stand in
-// memory as a whole).
+// A shape, or a function that makes it each time it is needed (so that huge products are never in memory as a
+// whole).
 struct ShapeSource {
   Shape shape;
   std::function<Shape()> generate;  // used when set
@@ -134,7 +134,7 @@ struct Child {
   std::string name;  // of the occurrence; empty: none
   std::optional<Matrix> transform;
   std::optional<Material> material;
-  // true: no instance node; transform and material stand on the target's own node. Only for targets that
+  // true: no instance node; transform and material are put on the target's own node. Only for targets that
   // are used once. A name given here replaces the target's.
   bool direct = false;
 };

@@ -1,5 +1,5 @@
 // Quantisation of coordinates and unit vectors, and what a reader gets back from the codes. Tests compare
-// decoded shapes with dequantised(): the shape that a quantised file stands for.
+// decoded shapes with dequantised(): the shape that a quantised file holds.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ struct UniformQuantiser {
   [[nodiscard]] float decode(std::uint32_t code) const;
 };
 
-// A unit vector as a place on the sphere, which is cut into 8 octants of 6 triangles each.
+// A unit vector as a position on the sphere, which is cut into 8 octants of 6 triangles each.
 struct NormalCode {
   std::uint32_t sextant = 0;
   std::uint32_t octant = 0;

@@ -56,7 +56,7 @@ class GraphWriter {
   struct Work {
     Ref target;
     std::int32_t id = 0;
-    const Child* direct = nullptr;  // the occurrence that stands on the node itself
+    const Child* direct = nullptr;  // the occurrence whose transform and material are on the node itself
   };
 
   // The id of the target's node; the node itself is written later, once.

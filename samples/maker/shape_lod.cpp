@@ -59,7 +59,7 @@ void writeTopology(ByteWriter& out, const Shape& shape, const Options& options) 
   writeAttributes(out, shape, topology.record_sources, options);
 }
 
-// Records with the same position stand together; the run lengths say how many share each position.
+// Records with the same position are neighbours; the run lengths say how many share each position.
 struct RecordList {
   std::vector<std::uint32_t> positions;   // unique coordinates
   std::vector<std::int32_t> run_lengths;  // records of each

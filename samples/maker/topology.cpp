@@ -48,7 +48,7 @@ class Coder {
   struct Vert {
     std::uint32_t first_corner = kNone;  // in slot 0 of the ring; kNone: not reached yet
     std::uint32_t empty_slots = 0;
-    std::uint32_t place = 0;  // in active_
+    std::uint32_t place = 0;  // index in active_
     bool done = false;
   };
 

@@ -23,7 +23,7 @@ struct Topology {
   std::vector<std::int32_t> split_positions;
   std::uint32_t hash = 0;
 
-  // What the streams stand for.
+  // What the streams refer to.
   std::vector<std::uint32_t> vert_positions;  // per topological vertex: the shape's position
   std::vector<std::uint32_t> record_sources;  // per vertex attribute: the shape's record
   std::vector<std::uint32_t> polygons;        // the shape's polygons in coded order, covers left out

@@ -1,5 +1,5 @@
-// Triangulates a flat outline with holes: each hole is tied to the outline by a bridge, then ears are cut.
-// For outlines of some hundred points.
+// Triangulates a flat outline with holes: each hole is joined to the outline by a double edge (a bridge),
+// then ears are cut. For outlines of some hundred points.
 #include <algorithm>
 #include <cmath>
 #include <limits>

@@ -1,6 +1,6 @@
-// Checks that a written file holds together: places and lengths of segments and elements, ids, children, the
-// property table. It knows the layouts a second time, from the reader's side and as little as it needs, and
-// uses nothing of the writer.
+// Checks that a written file is consistent: offsets and lengths of segments and elements, ids, children, the
+// property table. It has its own knowledge of the layouts, as little as it needs, and shares no code with the
+// writer.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 namespace loftbay::maker {
 
 struct FileSummary {
-  std::vector<std::string> problems;  // empty: the file holds together
+  std::vector<std::string> problems;  // empty: the file is consistent
   std::string version;
   std::map<std::uint32_t, std::size_t> segments;  // per type
   std::map<std::string, std::size_t> elements;  // scene graph elements per first field of their type id (hex)

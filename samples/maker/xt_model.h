@@ -16,7 +16,7 @@ class XtModel {
   struct Side {
     int edge;
     bool forward;
-    Id curve = 0;  // of this side alone, for tolerant edges
+    Id curve = 0;  // of this fin alone, for tolerant edges
   };
   using LoopSides = std::vector<Side>;
 
@@ -48,7 +48,7 @@ class XtModel {
   Id blend(Id spine, Id surface_1, Id surface_2, double radius);
 
   int vertex(const Point& p);
-  // `curve` 0: tolerant, the sides bring their own. Vertices -1: a ring.
+  // `curve` 0: a tolerant edge, whose fins have curves of their own. Vertices -1: a ring.
   int edge(Id curve, int start, int end);
   // A straight edge between two vertices.
   int straight(int start, int end);
@@ -82,7 +82,7 @@ class XtModel {
     bool reversed;
     std::vector<LoopSides> loops;
   };
-  // A curve or surface that runs along its parameters.
+  // A curve or surface whose sense is that of its parameters.
   Id geometry(int type, std::initializer_list<XtWriter::Field> fields);
   void finishFace(std::size_t number, Id shell, std::vector<Id>& forward_fins,
                   std::vector<Id>& backward_fins);

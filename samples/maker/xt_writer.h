@@ -1,5 +1,5 @@
 // Writes the nodes of an XT stream (neutral binary, big-endian), field by field. The list of node types and
-// their fields is the maker's own, so that a reader's list is checked by what this one writes.
+// their fields is separate from the reader's, so that the reader's is checked against it.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,8 @@ namespace loftbay::maker {
 
 using Point = jttk::brep::Vec3;  // metres; or a direction
 
-// Nodes of the base schema, by name of field. What is not set is 0, null, or a real that is not set.
+// Nodes of the base schema, by name of field. Fields that are not given are 0, null, or the real that means
+// "not set".
 class XtWriter {
  public:
   using Id = std::uint32_t;  // index of a node; 0 is null
@@ -55,7 +56,7 @@ class XtWriter {
   // Every node with an identifier of its own gets so many integers, behind its fields or before them.
   void userFields(int count, bool before) { user_fields_ = {count, before}; }
 
-  // The whole stream; an embedded schema changes nothing.
+  // The whole stream. The embedded schema, if any, states no changes.
   [[nodiscard]] Bytes stream() const;
 
  private:
