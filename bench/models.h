@@ -17,14 +17,14 @@ bool quick();
 // A ring of about `triangles` triangles with smooth normals.
 maker::Shape ring(std::size_t triangles);
 
-// The ring as one shape segment (header included, as it stands in a file).
+// The ring as one shape segment, as in a file (header included).
 maker::Bytes ringSegment(std::size_t triangles, const maker::Options& options);
 
 // A product of one part, or of an assembly of `parts` different parts, each a ring.
 maker::Product oneRing(std::size_t triangles);
 maker::Product manyRings(std::size_t parts, std::size_t triangles_each);
 
-// Writes a product into the benchmarks' temporary folder once; gives the path.
+// Writes a product into the benchmarks' temporary folder once; returns its path.
 std::string modelFile(const std::string& name, const maker::Product& product, const maker::Options& options);
 
 // A path in the benchmarks' temporary folder, which is removed at exit.

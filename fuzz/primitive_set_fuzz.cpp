@@ -1,7 +1,7 @@
 // Primitive sets: any bytes as the element's body and as what the scene graph states. The first byte chooses
 // version and byte order; 28 bytes of box and area follow, then the body. Bits 5 and 6 of the first byte: the
-// bytes are no set, but three numbers per primitive that fill a set which the layout would let pass.
-// Seeds: corpus/primitive_set_fuzz.
+// bytes are not a set but three numbers per primitive, from which a set with a valid layout is made. Seeds:
+// corpus/primitive_set_fuzz.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -38,7 +38,7 @@ void check(const jttk::PrimitiveSet& set, const jttk::StatedExtent& stated) {
     require(mesh->colors.empty() == !set.has_colors);
   }
   require(mesh->colors.empty() || mesh->colors.size() / 4 == mesh->normals.size() / 3);
-  // It fills the box that was stated.
+  // The mesh fills the box that was stated.
   for (std::size_t i = 0; i < mesh->positions.size(); ++i) {
     const std::size_t k = i % 3;
     const double slack = 0.05 * (double{stated.box[k + 3]} - stated.box[k]);
@@ -89,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const auto set = jttk::decodePrimitiveSet(in.sub(in.remaining(), "body"), kVersions[(data[0] & 0x1fU) % 3]);
-  // Many round solids take their time and show nothing new.
+  // Many round solids take long and test nothing new.
   if (set && set->primitives.size() < 200) check(*set, stated);
   return 0;
 }

@@ -34,7 +34,7 @@ void checkNodes(const jttk::SceneGraph& graph) {
   }
 }
 
-// Depth first with a mark on the nodes of the current way.
+// Depth first, with a mark on the nodes of the current path.
 void checkNoCircle(const jttk::SceneGraph& graph) {
   std::vector<std::uint8_t> state(graph.nodes.size());
   std::vector<std::pair<std::uint32_t, std::uint32_t>> way{{graph.root, 0}};

@@ -1,5 +1,5 @@
 // Any bytes: the reader, the validator and everything that walks over an accepted scene. Checksums would
-// stop nearly every mutation at the door, so the target repairs those of header, directory and tables first;
+// reject nearly every mutation at once, so the target repairs those of header, directory and tables first;
 // the first byte of the input says whether it does. Seeds: fuzz/corpus/zix_reader_fuzz, written by zix_test.
 #include <cstdint>
 #include <cstdlib>

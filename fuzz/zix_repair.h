@@ -1,5 +1,5 @@
-// Makes header, directory and chunks of a mutated Zix file agree with their checksums again, so that the fuzz
-// targets get past the door.
+// Makes header, directory and chunks of a mutated Zix file agree with their checksums again, so that
+// mutations get past the checksums.
 #pragma once
 
 #include <cstddef>

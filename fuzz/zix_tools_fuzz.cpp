@@ -1,5 +1,5 @@
-// Everything that the zix program does with a scene that the reader accepts: what it tells, exports,
-// pictures, differences. What is told must be valid UTF-8. The corpus is that of zix_reader_fuzz; checksums
+// Everything that the zix program does with a scene that the reader accepts: what it prints, exports,
+// pictures, differences. Printed text must be valid UTF-8. The corpus is that of zix_reader_fuzz; checksums
 // are always repaired. Outputs go to the temporary folder.
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// What every measurement needs: scratch files, clocks, and the line with its figure and its limit.
+// What every measurement needs: scratch files, clocks, and the line with the measured number and its limit.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ void report(const std::string& what, const std::string& figure, const std::strin
 bool allKept();
 
 double secondsOf(const std::function<void()>& work);
-// Of this thread's own work, so that what else the machine does is not counted. For what waits for nothing.
+// CPU time of this thread, so that other work of the machine is not counted. For code that never waits.
 double processorSecondsOf(const std::function<void()>& work);
 double median(std::vector<double> values);
 

@@ -20,9 +20,8 @@ struct Measured {
   std::uint64_t grown_bytes = 0;
 };
 
-// By how many bytes the peak of a process that does `work` lies above where it started. The process is one of
-// its own, and this one never does any of the work: else memory that was freed before would be used again and
-// not be seen.
+// How far the peak memory of a process that does `work` exceeds its memory at the start, in bytes. Each
+// `work` runs in a new process: memory that was freed earlier would be used again and not be counted.
 Measured memoryOf(const std::function<Made()>& work) {
   int ends[2];
   if (pipe(ends) != 0) throw std::runtime_error("pipe");

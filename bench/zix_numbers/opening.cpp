@@ -27,7 +27,7 @@ void measureOpening() {
       if (scene->chunks()[i].type == format::kSceneChunk) start = scene->chunks()[i].offset;
     }
   }
-  // The same memory every time: only reading and checking is the yardstick.
+  // The same memory every time, so that the yardstick is reading and checking alone.
   std::vector<std::byte> buffer(end - start);
   const auto read = [&] {
     const auto file = loftbay::host::openFile(path, "rb");

@@ -52,9 +52,9 @@ void measureWriting() {
     system::remove(system::nativePath(scratchPath("arrays.zix")));
     times.push_back(secondsOf(write));
   };
-  // A disk that others use is quick in one second and slow in the next. So each round gives a ratio of its
-  // own, and none of both is always the first. Free of such chance is the ratio on a file system in memory
-  // (TMPDIR=/dev/shm), where the device takes no time: the lowest there can be.
+  // A disk that other processes use varies from second to second. So each round gives a ratio of its own, and
+  // the two take turns in going first. A file system in memory (TMPDIR=/dev/shm) has no such variation; there
+  // the device takes no time, so that ratio is the lowest possible.
   std::vector<double> ratios;
   for (int round = 0; round < (quick ? 1 : 11); ++round) {
     if (round % 2 == 0) measure(plain, plain_times);

@@ -5,7 +5,7 @@
 //
 // Writing arrays is compared with plain 1 MiB writes of the same bytes, both ended by a flush to the device;
 // opening a scene with reading its index bytes into memory and checking their checksum; memory while writing
-// with a formula. Drawing has no yardstick: its time is printed, and judged by whoever reads it.
+// with a formula. Drawing has no yardstick: its time is printed for the reader to judge.
 #include <cstdio>
 #include <cstring>
 #include <exception>

@@ -84,7 +84,7 @@ TEST_F(DialogConversion, PathsTypedByHandAreConverted) {
 
 TEST_F(DialogConversion, MeshesAreAlwaysOptimised) {
   typePaths("model.jt", "scene.zix");
-  window_.checks[1007] = false;  // the hidden box has no say
+  window_.checks[1007] = false;  // the hidden check box must have no effect
   translate();
   EXPECT_THAT(log(), testing::HasSubstr("] obJt2Zix::WriteShape():Optimize option enabled\n"));
 }

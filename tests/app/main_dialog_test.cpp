@@ -228,8 +228,8 @@ TEST_F(MainDialog, TheCursorWaitsBetweenTheMemoryLinesAndTheBoxComesLast) {
               ElementsAre("line", "cursor arrow", "information box 'Translated Successfully!!!'"));
 }
 
-// Its unfinished file goes with it, so the file tells when the job is gone. Where it has no name yet, the
-// open files of the process show it.
+// The unfinished file disappears with the job, so it shows when the job has ended. Where the file has no name
+// yet, the process's open files show it.
 TEST_F(MainDialog, TheJobLivesUntilItsBoxIsClosed) {
   const auto files = [this] {
     std::ptrdiff_t count = std::distance(fs::directory_iterator(folder_), fs::directory_iterator());

@@ -64,7 +64,7 @@ class RecordedWindow : public app::DialogWindow {
   std::optional<std::string> chosen;
   bool system_menu = true;
   bool minimised = false;
-  int wait = 0;  // stand for handles by their addresses
+  int wait = 0;  // their addresses serve as handles
   int arrow = 0;
   static inline int icon_handle = 0;
 

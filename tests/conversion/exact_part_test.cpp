@@ -54,7 +54,7 @@ class ExactPart : public testing::Test {
   ExactPart(const ExactPart&) = delete;
   ExactPart& operator=(const ExactPart&) = delete;
 
-  // The log's lines that tell of tessellation on load, without their times.
+  // The log's lines about tessellation on load, without their times.
   std::vector<std::string> convertWith(const char* tolerance) {
     auto solid = jttk::brep::models::box(0.02, 0.03, 0.05);
     solid.finish();

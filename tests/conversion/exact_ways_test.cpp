@@ -1,6 +1,6 @@
 // The three routes by which exact geometry reaches a scene: tessellated on load, as level 0 of a part that an
 // instance refers to, and in place of facets. All of them must give the triangles of the bodies themselves,
-// to the bit and the right way round; what is measured on the bodies then holds for the scene.
+// to the bit and with the right winding; what is measured on the bodies then holds for the scene.
 //
 // Real files come from LOFTBAY_JT_SAMPLES, else from the folder beside the project; without them their tests
 // are skipped.
@@ -145,7 +145,7 @@ class ExactWays : public testing::Test {
     fs::remove_all(folder_, error);
   }
 
-  // The triangles of each mesh of the scene, in the order in which they stand there.
+  // The triangles of each mesh of the scene, in the scene's order.
   std::vector<std::vector<Corners>> converted(const fs::path& input, bool optimize) {
     const std::string output = loftbay::host::toProgramPath((folder_ / "out.zix").string());
     bool success = false;
@@ -238,7 +238,7 @@ class ExactWaysOfRealFiles : public ExactWays, public testing::WithParamInterfac
     ASSERT_FALSE(exact.empty());
   }
 
-  // Per segment a part that stands in the assembly itself, and one that an instance refers to.
+  // Per segment a part that is a child of the assembly itself, and one that an instance refers to.
   [[nodiscard]] maker::Product bothWays() const {
     maker::Product product;
     product.name = "both";

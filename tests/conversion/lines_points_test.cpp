@@ -1,7 +1,7 @@
 // Lines and points through the whole converter, in every version, codec and byte order, with and without
 // loss, bare and with attributes. Without merging the scene holds what the file's maker wrote, in its order
-// and bit for bit (quantised files: what the codes stand for); merging puts the first of several vertices
-// that read alike in the place of the others.
+// and bit for bit (quantised files: the dequantised values); merging replaces vertices whose texts are equal
+// by the first of them.
 #include <gmock/gmock.h>
 
 #include <algorithm>

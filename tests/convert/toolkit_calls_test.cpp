@@ -1,5 +1,5 @@
 // Every question that the job asks of the toolkit, in its order: no more than what the scene and the log
-// need, whoever observes the job.
+// need, with any observer.
 #include "tests/doubles/job_fixture.h"
 
 namespace loftbay::doubles {

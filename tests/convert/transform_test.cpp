@@ -309,7 +309,7 @@ TEST(AxisAngle, TiesOfTheDiagonalTakeTheLowestAxis) {
   EXPECT_NEAR(result.angle_rad, 2.0943952F, 1e-6F);
 }
 
-// The axis' sign tells which entry was taken for the largest: its component is the positive one.
+// The axis' sign shows which entry was taken for the largest: its component is the positive one.
 TEST(AxisAngle, EqualEntriesOfTheDiagonalLeaveTheLowerOneInPlace) {
   const auto x_and_y = axisAngle({{{0, -1, 0}, {-1, 0, 0}, {0, 0, -1}}});
   EXPECT_GT(x_and_y.axis[0], 0.7F);

@@ -1,4 +1,4 @@
-// Runs a job against the two doubles with a fixed clock, fixed memory figures and recording seams.
+// Runs a job against the two doubles with a fixed clock, fixed memory numbers and recording seams.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 
 namespace loftbay::doubles {
 
-// Writes down what an observer is told.
+// An observer that records what it receives.
 class RecordingObserver final : public diag::Observer {
  public:
   std::map<diag::Counted, std::uint64_t> counts;
@@ -45,8 +45,8 @@ class JobTest : public testing::Test {
   std::string sceneLines(std::string_view text) const;
 
   // Compares the scene's calls, the toolkit's calls, the log and their common order with
-  // tests/convert/golden/<name>.txt. With LOFTBAY_UPDATE_GOLDEN set, writes that file instead; what it then
-  // says has to be read and judged.
+  // tests/convert/golden/<name>.txt. With LOFTBAY_UPDATE_GOLDEN set, writes that file instead; review its
+  // changes then.
   void expectGolden(const std::string& name) const;
 
   static std::uint64_t count(const std::vector<std::string>& lines, std::string_view text);

@@ -28,7 +28,7 @@ void letSceneThrow(std::string_view operation, int nth = 1, Throws what = Throws
 // last reset of the scene.
 std::string& callOrder();
 
-// Text of a float as it stands in the calls.
+// Text of a float as in the recorded calls.
 std::string exactText(float value);
 
 }  // namespace loftbay::doubles

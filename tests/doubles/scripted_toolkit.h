@@ -7,9 +7,9 @@
 //   toolkit().root = &p.assembly("pump", {&bolt, &p.instance("second bolt", bolt)});
 //
 // All objects belong to the Product; reference counts are written down and keep nothing alive. Calls that
-// change the toolkit's state stand in `toolkit().calls`, reference counts as "ref(bolt)". Every call,
-// questions included, stands in `toolkit().all_calls`, with the name of the object that was asked: "bolt:
-// getTransform".
+// change the toolkit's state are recorded in `toolkit().calls`, reference counts as "ref(bolt)". Every call,
+// questions included, is recorded in `toolkit().all_calls`, with the name of the object that was asked:
+// "bolt: getTransform".
 #pragma once
 
 #include <array>

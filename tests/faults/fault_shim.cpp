@@ -74,7 +74,7 @@ bool fails(const char* call) {
   return true;
 }
 
-// The function that this one stands in front of.
+// The function that this one replaces and calls.
 template <typename Function>
 Function* next(const char* name) {
   void* const found = dlsym(RTLD_NEXT, name);

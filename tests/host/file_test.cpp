@@ -58,7 +58,7 @@ TEST_F(FileTest, AFileThatShrinksIsAnErrorOfTheRead) {
   std::vector<std::byte> bytes(file->size());
   EXPECT_FALSE(file->readAt(1, bytes, &reason));
   EXPECT_EQ(reason, "the file ends at or before byte 100000");
-#ifndef _WIN32  // there nobody can shorten a file that is open
+#ifndef _WIN32  // there a file that is open cannot be shortened
   std::filesystem::resize_file(folder_ / "a.bin", 10);
   EXPECT_FALSE(file->readAt(0, bytes, &reason));
   EXPECT_EQ(reason, "the file ends at or before byte 10; it had 100000 bytes when it was opened");

@@ -1,4 +1,4 @@
-// The process's own memory figures.
+// The process's own memory numbers.
 #include "host/process.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ TEST(ProcessMemory, ThePeakStaysWhenMemoryIsGivenBack) {
   }
   const auto after = processMemory();
   ASSERT_TRUE(after);
-  EXPECT_GE(after->peak_working_set_bytes, most - kMuch / 8);  // the system counts in a rounded way
+  EXPECT_GE(after->peak_working_set_bytes, most - kMuch / 8);  // the system's numbers are rounded
 }
 
 TEST(ProcessMemory, ThePeakIsNeverBelowTheCurrentFigure) {

@@ -170,7 +170,7 @@ TEST_P(BlendFields, AreATubeOrTheFaceIsLost) {
     return;
   }
   for (const TessellationLoss& loss : made.losses) ADD_FAILURE() << loss.reason;
-  // The quarter's length times the way of its centroid.
+  // The quarter's length times the path length of its centroid.
   const double pi = std::acos(-1.0);
   const double area = 2 * pi * (20 * 5 * pi / 2 + 25);
   EXPECT_NEAR(m.area, area, 0.005 * area);

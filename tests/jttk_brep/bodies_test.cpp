@@ -1,5 +1,5 @@
 // What a stream may hold besides one solid: other kinds of bodies, several of them, nodes around them, and
-// numbers that only the program knows that wrote them.
+// numbers that only the writing program understands.
 #include <gtest/gtest.h>
 
 #include "jttk/brep/tessellate.h"
@@ -190,7 +190,7 @@ TEST(Bodies, TooManyUserFieldsAreDamage) {
 }
 
 TEST(Bodies, ToleranceOfAnEdgeIsHowFarItMayBeOffItsSurface) {
-  // The rim of a disk half a millimetre above its plane: damage, unless the edge says that it may be.
+  // The rim of a disk half a millimetre above its plane: damage, unless the edge's tolerance allows it.
   for (const double tolerance : {0.0, 6e-4}) {
     XtModel model;
     model.asSheet();

@@ -14,7 +14,7 @@ constexpr double kBottom = 0.0075;    // the pocket ends at this distance from t
 
 double square(double x) { return x * x; }
 
-// How far out the surface is over a place of the pocket's plane.
+// How far out the surface is over a point of the pocket's plane.
 using Reach = std::function<double(double y, double z)>;
 
 struct Base {

@@ -1,5 +1,5 @@
 // Solids of revolution with a pocket drilled into their side from -x, where the angle of their surface wraps
-// round: the hole lies across that place, or across a seam edge that other systems put there. In metres.
+// round: the hole lies across that line, or across a seam edge that other systems put there. In metres.
 #pragma once
 
 #include "tests/jttk_brep/models.h"
@@ -18,7 +18,7 @@ struct Drilled {
 Drilled drilled(Round kind, double hole_radius, bool seam_edges);
 
 // A cylinder with `rows` rows of `per_row` pockets, every row turned a little against the one below, so that
-// no straight way up its side misses them all.
+// no straight line up its side misses them all.
 Drilled perforatedCylinder(double radius, double height, double hole_radius, int rows, int per_row);
 
 }  // namespace jttk::brep::models

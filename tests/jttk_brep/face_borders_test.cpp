@@ -11,7 +11,7 @@
 namespace jttk::brep {
 namespace {
 
-// Bands of a surface that is closed both ways: each is the part on the left of its first ring, also where
+// Bands of a surface that is periodic in u and v: each is the part on the left of its first ring, also where
 // that goes on beyond the end of the parameters.
 TEST(FaceBorder, RingsOfATorusBoundTheBandOnTheirLeft) {
   for (const double first : {-2.0, 0.0, 1.0, 3.0}) {
@@ -78,8 +78,8 @@ TEST(FaceBorder, StraightLinesMayBeBentInTheParameterPlane) {
   EXPECT_NEAR(measure(shape).area, 20 * 40, 1);
 }
 
-// Of a tube that closes both ways a blend is a part between two other faces, never the whole: without loops
-// there is no face.
+// Of a tube that is periodic in u and v a blend is a part between two other faces, never the whole: without
+// loops there is no face.
 TEST(FaceBorder, ABlendHasLoops) {
   XtModel model;
   model.face(model.blend(model.circle({}, kZ, kX, 0.02), 0, 0, 0.005), false, {});
@@ -90,8 +90,8 @@ TEST(FaceBorder, ABlendHasLoops) {
   EXPECT_EQ(o.measures.triangles, 0U);
 }
 
-// A cylinder whose first quarter has nearly all of the parameters: a piece of its rim goes more than half of
-// the way round the parameters, and not the shorter way.
+// A cylinder whose first quarter has nearly all of the parameters: a piece of its rim covers more than half
+// of a period, and must not be taken for the shorter rest.
 TEST(FaceBorder, RimsGoRoundUnevenParameters) {
   XtModel model;
   const double w = std::sqrt(0.5);

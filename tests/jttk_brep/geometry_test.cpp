@@ -1,4 +1,4 @@
-// Curves and surfaces against closed forms: points, derivatives, and the way back from a point.
+// Curves and surfaces against closed forms: points, derivatives, and inversion of points.
 #include "jttk/brep/geometry.h"
 
 #include <gtest/gtest.h>
@@ -189,7 +189,7 @@ TEST(Curve, EllipseNearestPointIsAcross) {
   }
 }
 
-// A wave that comes near itself many times: the nearest places of a coarse grid are on other crests.
+// A wave that comes near itself many times: the nearest points of a coarse grid are on other crests.
 TEST(Surface, ThoroughSearchFindsThePlaceOnANarrowWave) {
   XtModel model;
   std::vector<double> net;

@@ -188,7 +188,7 @@ TEST(Inversion, SearchesNoLongerThanNeeded) {
 }
 
 // Sines of 300 by 300 points, between which lines are drawn: the grid of starts is thinned, and still leads
-// to each place.
+// to each point.
 TEST(Inversion, OfALargeNetKeepsItsGridSmall) {
   constexpr int kPoints = 300;
   XtModel model;
@@ -217,8 +217,8 @@ TEST(Inversion, OfALargeNetKeepsItsGridSmall) {
   }
 }
 
-// The nearest places of the grid are all the pole, where one parameter leads nowhere: the other one leads
-// away.
+// The nearest points of the grid are all the pole, where one parameter has no effect: only the other one
+// leads away.
 TEST(Inversion, LeavesAPole) {
   XtModel model;
   const double w = std::sqrt(0.5);
@@ -250,7 +250,7 @@ TEST(Inversion, LeavesAPole) {
   }
 }
 
-// Where the search from a few starts misses the place on an offset, that from many finds it.
+// The search from a few starts misses the point on an offset surface, that from many finds it.
 TEST(Inversion, IsThoroughOnAnOffsetToo) {
   constexpr int kPoints = 12;
   XtModel model;
@@ -276,7 +276,7 @@ TEST(Inversion, IsThoroughOnAnOffsetToo) {
   }
 }
 
-// A wave so steep that the search from the nearest places of its grid misses a point of its border by
+// A wave so steep that the search from the nearest points of its grid misses a point of its border by
 // millimetres: the loop that begins there is still found.
 TEST(Inversion, OfALoopThatBeginsOnASteepWaveIsThorough) {
   constexpr int kPoints = 12;
@@ -342,7 +342,7 @@ TEST(Inversion, KeepsTheAngleOfTheGuessOnTheAxis) {
   }
 }
 
-// A half angle beyond 90 degrees has a cosine below zero: the same cone, its slope the other way.
+// A half angle beyond 90 degrees has a cosine below zero: the same cone with the opposite slope.
 TEST(Inversion, OfConesWhoseCosineIsBelowZero) {
   for (const double angle : {0.4, -0.4, kPi - 0.4, 0.4 - kPi}) {
     SCOPED_TRACE(angle);

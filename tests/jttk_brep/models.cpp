@@ -262,7 +262,7 @@ XtModel tolerantCylinder(double radius, double height) {
   model.face(
       side, false,
       {{{ring_low, true, alongSide(0, true, pa)}}, {{ring_high, false, alongSide(height, false, pb)}}});
-  // On the bottom, seen from below, the way against the ring is forward in the plane's coordinates.
+  // On the bottom, seen from below, going against the ring is forward in the plane's coordinates.
   model.face(bottom, false, {{{ring_low, false, onPlane(bottom, true, pa)}}});
   model.face(top, false, {{{ring_high, true, onPlane(top, true, pb)}}});
   return model;

@@ -80,7 +80,8 @@ void expectConePiece(XtModel model, double width) {
     XtModel copy = model;
     const Outcome o = run(std::move(copy), options);
     expectClosed(o.measures);
-    // One for each piece of the rim, on the side and at the bottom: none is cut on the way to the apex.
+    // One for each piece of the rim, on the side and at the bottom: none is split between the rim and the
+    // apex.
     EXPECT_LE(o.measures.triangles, 100U);
     const double share = width / (2 * kPi);
     const double chord = o.made.chord_tolerance;
@@ -221,8 +222,8 @@ TEST_P(PoleToPole, OnASpunCircle) {
 
 INSTANTIATE_TEST_SUITE_P(Brep, PoleToPole, testing::Values(0.4, kPi / 2, 2.5));
 
-// A loop round a cone bounds the part up to the apex, on whichever side that is; it tells this also where the
-// face's sense is wrong.
+// A loop round a cone bounds the part up to the apex, on whichever side that is; this decides also where the
+// face's stated sense is wrong.
 TEST(Pole, LiesOnTheSideOfTheLoopThatTheFaceIsOn) {
   for (const bool pointed_up : {true, false}) {
     for (const bool wrong_sense : {false, true}) {

@@ -79,7 +79,7 @@ TEST(Predicates, CircleNextToItsBorderIsExact) {
 }
 
 // The grid of doubles next to a point of that circle. In steps of the grid, the square of the distance from
-// the centre differs from that of the radius by i^2 + k^2 - 10 k / step: the sign of k tells, and on the
+// the centre differs from that of the radius by i^2 + k^2 - 10 k / step: the sign of k decides, and on the
 // tangent itself all but the point are outside.
 TEST(Predicates, CircleNextToItsBorderIsExactWhereRoundingIsNot) {
   const double far = 1048576;

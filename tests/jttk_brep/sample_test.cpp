@@ -121,7 +121,7 @@ Bodies withTolerantEdges(Bodies bodies, double chord) {
   return bodies;
 }
 
-// The same bodies with their simple surfaces told as swept and spun curves.
+// The same bodies with their simple surfaces written as swept and spun curves.
 Bodies withSweptAndSpunSurfaces(Bodies bodies) {
   bool sweep = false;
   const auto add = [&](const Curve& curve) {

@@ -1,4 +1,5 @@
-// Faces that go all the way round, with holes where they are cut open: every one has to become a closed mesh.
+// Faces that wind round their surface, with holes where they are cut open: every one has to become a closed
+// mesh.
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,4 +1,4 @@
-// Small solids from bytes to triangles: closed, the right way round, of the right size.
+// Small solids from bytes to triangles: closed, with the right winding, of the right size.
 #include <gtest/gtest.h>
 
 #include <algorithm>

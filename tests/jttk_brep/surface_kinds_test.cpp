@@ -327,8 +327,8 @@ TEST(SurfaceKind, BlendRoundAnIntersectionCurve) {
 }
 
 TEST(SurfaceKind, FaceWithAHoleOnABlendNeedsNoSense) {
-  // Half of a rounded rod, straight, with a window. A blend's natural side is not told by what is read of it:
-  // the loops tell it, the larger one being the outer one.
+  // Half of a rounded rod, straight, with a window. A blend's orientation does not follow from its fields:
+  // the loops decide it, the larger one being the outer one.
   for (const bool reversed : {false, true}) {
     SCOPED_TRACE(reversed);
     XtModel model;

@@ -11,7 +11,7 @@ namespace jttk::brep {
 namespace {
 
 // Both faces of a cap that is flatter than the tolerance are made of the points of its rim alone, and would
-// join the same of them: four triangles would meet at such an edge.
+// connect the same two of them: four triangles would meet at such an edge.
 TEST(ThinSolid, FacesOverTheSamePointsShareNoEdgeButTheirBorder) {
   for (const double height : {0.009995, 0.00998, 0.00995}) {
     for (const double percent : {2.0, 10.0, 30.0}) {

@@ -1,4 +1,4 @@
-// Edges that are off their surfaces, or do not quite close: the file says how far they may be off.
+// Edges that are off their surfaces, or do not quite close: the file states how far they may be off.
 #include <gtest/gtest.h>
 
 #include "tests/jttk_brep/axes.h"
@@ -76,8 +76,8 @@ TEST(TolerantEdge, MayBeOffItsSurfaceAsFarAsItOrItsVerticesSay) {
   }
 }
 
-// The rims are a hundredth of a millimetre inside of their spline surface: where the file allows that, no
-// nearer place is looked for all over the surface.
+// The rims are a hundredth of a millimetre inside of their spline surface: where the file allows that, the
+// whole surface is not searched for a nearer point.
 TEST(TolerantEdge, IsLookedForNoFurtherThanItsTolerance) {
   constexpr int kCircle = 31;
   std::uint64_t work[2] = {0, 0};
@@ -96,7 +96,7 @@ TEST(TolerantEdge, IsLookedForNoFurtherThanItsTolerance) {
   EXPECT_LT(20 * work[1], 17 * work[0]);
 }
 
-// A circle of four rational arcs, but for a gap before its end; backward, it turns the other way.
+// A circle of four rational arcs, but for a gap before its end; backward, its direction is reversed.
 XtWriter::Id openCircle(XtModel& model, double gap, bool backward) {
   const double w = std::sqrt(0.5);
   std::vector<double> points;
@@ -134,7 +134,7 @@ TEST(NearlyClosedEdge, IsClosedWhenItsToleranceAllowsTheGap) {
       if (c.comes) {
         expectCylinder(o);
       } else {
-        // The side and the end are lost, and told.
+        // The side and the end are lost, and reported.
         EXPECT_EQ(o.made.losses.size(), 2U);
         EXPECT_TRUE(lostFor(o, "a closed edge on an open curve"));
         EXPECT_LE(o.measures.area, kPi * 100);

@@ -1,5 +1,5 @@
-// Primitive sets that the maker writes, read by the toolkit: closed meshes of the right size at the right
-// place. The maker's boxes, areas and volumes come from formulas.
+// Primitive sets that the maker writes, read by the toolkit: closed meshes of the right size and position.
+// The maker's boxes, areas and volumes come from formulas.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -90,7 +90,7 @@ double volumeOf(const ShapeGeometry& g) {
   return volume;
 }
 
-// Every edge of a polygon has exactly one neighbour that runs along it the other way.
+// Every edge of a polygon has exactly one neighbour that runs along it in the opposite direction.
 void expectClosed(const ShapeGeometry& g) {
   std::map<std::pair<std::uint32_t, std::uint32_t>, int> edges;
   for (std::size_t i = 0; i < g.primitiveCount(); ++i) {
@@ -211,7 +211,7 @@ TEST(PrimitiveSets, hueSaturationAndValueOfQuantisedColours) {
 }
 
 TEST(PrimitiveSets, setsOfSeveralTypesAreReadWhereAllOfThemReachTheBox) {
-  // A row along x; each type alone reaches one of the sides, so that the box tells how each is meant.
+  // A row along x; each type alone reaches one of the sides, so that the box decides how each is read.
   PrimitiveSolid box{Type::Box, {0, 0, 0}, {10, 40, 10}};
   PrimitiveSolid ball{Type::Sphere, {40, 20, 5}, {12, 0, 0}};
   const Shape shape = setOf({box, ball});

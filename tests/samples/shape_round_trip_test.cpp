@@ -84,7 +84,7 @@ TEST(TriangleRoundTrip, quantisedShapesComeBackAsTheirDequantisedValues) {
     for (const int bits_wanted : {4, 9, 12, 21, 24, 32}) {
       const auto bits = static_cast<std::uint8_t>(bits_wanted);
       const auto normal_bits = static_cast<std::uint8_t>(bits == 4 ? 3 : bits == 9 ? 7 : 13);
-      // Coarse codes let corners fall together; such triangles cannot be told from strip links.
+      // With coarse codes corners coincide; such triangles cannot be distinguished from strip links.
       const bool collapses = bits < 21;
       for (const auto version : {JtVersion::V8_0, JtVersion::V9_5, JtVersion::V10_0}) {
         if (version == JtVersion::V8_0 && collapses) continue;
@@ -194,7 +194,7 @@ TEST(TriangleRoundTrip, randomSoupsOfTriangles) {
   }
 }
 
-// What packs best: a million flat corners with one normal. No limit on sizes may stand in its way.
+// What packs best: a million flat corners with one normal. No limit on sizes may refuse it.
 TEST(TriangleRoundTrip, largeFlatGridsAreNotTakenForHostileInput) {
   Shape shape = openGrid(400, 400);
   for (auto& position : shape.positions)

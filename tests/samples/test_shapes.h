@@ -31,7 +31,7 @@ Shape prism(std::uint32_t sides);
 // A plate with a grid of holes: many covers, genus as high as there are holes.
 Shape sieve(std::uint32_t columns, std::uint32_t rows);
 
-// One normal (and colour, texture place, flag) per corner group at random, so that records change inside
+// One normal (and colour, texture coordinate, flag) per corner group at random, so that records change inside
 // the rings of vertices.
 void scatterRecords(Shape& shape, std::mt19937& random, bool normals, bool colors, bool texture = false,
                     bool flags = false);

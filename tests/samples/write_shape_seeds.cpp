@@ -62,7 +62,7 @@ bool write(const fs::path& file, std::uint32_t first, std::span<const std::uint8
   return stream.good();
 }
 
-// What the target's first byte says: bits 1 and up the kind, bit 0 the byte order.
+// Meaning of the target's first byte: bits 1 and up the kind, bit 0 the byte order.
 std::uint32_t first8(ShapeKind kind, bool big_endian) {
   const std::uint32_t kinds[] = {0, 2, 1, 3};  // triangles, polygons, polylines, points
   return kinds[static_cast<int>(kind)] << 1 | (big_endian ? 1U : 0U);

@@ -237,7 +237,7 @@ TEST_F(Conversion, BrowsingForTheInputProposesTheOutput) {
 TEST_F(Conversion, BrowsingRemembersTheFolder) {
   Program program(options());
   choose(program, fileDialog(program, kBrowseInput), model_);
-  // A bare name is looked up where the dialog stands.
+  // A bare name is looked up in the dialog's current folder.
   choose(program, fileDialog(program, kBrowseOutput), L"elsewhere.zix");
   EXPECT_EQ(text(item(program.mainWindow(), kOutput)), (folder_ / L"elsewhere.zix").wstring());
 }

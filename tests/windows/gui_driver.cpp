@@ -60,7 +60,7 @@ MessageBox::Icon iconOf(HWND box) {
     if (className(child) != L"Static" || (GetWindowLongPtrW(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON)
       continue;
     auto icon = MessageBox::Icon::None;
-    // Wine keeps an empty place for the icon in a box that has none.
+    // Wine leaves space for the icon in a box that has none.
     if (SendMessageW(child, STM_GETICON, 0, 0) == 0) return icon;
     waitFor("the icon to be drawn", [&] {
       if (showsIcon(child, IDI_ERROR)) icon = MessageBox::Icon::Error;

@@ -1,4 +1,5 @@
-// Conversions to and from places other than a folder of a drive, and places that give out under way.
+// Conversions to and from other locations than a folder of a drive, and locations that fail during the
+// conversion.
 #include <cstdlib>
 
 #include "tests/windows/desk.h"

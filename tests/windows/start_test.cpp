@@ -1,4 +1,4 @@
-// Start-up under odd circumstances: the log's place, the environment, two programs at once.
+// Start-up under odd circumstances: the log's folder, the environment, two programs at once.
 #include <thread>
 
 #include "tests/windows/desk.h"

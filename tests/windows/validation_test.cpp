@@ -1,4 +1,4 @@
-// What the user is told about unusable paths, and that nothing else happens.
+// The messages about unusable paths, and that nothing else happens.
 #include "tests/windows/desk.h"
 
 namespace loftbay::gui {

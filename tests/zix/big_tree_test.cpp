@@ -59,7 +59,7 @@ TEST_F(BigTree, MillionChildrenOfOneNode) {
   finishAndCheck(nodes.front(), nodes.size());
 }
 
-// The commands on a scene with one square somewhere, once as it stands and once turned into other formats.
+// The commands on a scene with one square somewhere, once as it is and once converted to other formats.
 class BigTreeTools : public BigTree {
  protected:
   void finish(const ObjectId& root) {

@@ -49,7 +49,7 @@ long peakMemoryKb() {
   return 0;
 }
 
-// The value k of mesh m: no two meshes are equal, and each value tells where it belongs.
+// The value k of mesh m: no two meshes are equal, and each value shows where it belongs.
 float valueOf(unsigned mesh, unsigned k) { return static_cast<float>((mesh * 1'000'003U + k) % 16'000'000U); }
 
 TEST(HugeScene, DISABLED_IsWrittenValidatedAndReadBack) {

@@ -1,5 +1,5 @@
-// The two ways in which a new scene file lives until it is complete: without a name, and with a temporary one
-// on systems that know no files without names. Tests of saving go through both.
+// The two forms of a new scene file until it is complete: without a name, and with a temporary one on systems
+// that have no files without names. Tests of saving go through both.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Failures of a save that need no injection: each is told by closeFile and leaves what was there.
+// Failures of a save that need no injection: each is reported by closeFile and leaves what was there.
 #include <gmock/gmock.h>
 
 #include "tests/zix/output_ways.h"

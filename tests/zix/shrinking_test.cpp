@@ -11,7 +11,7 @@
 #include "zix/scene_meshes.h"
 #include "zix/validate.h"
 
-#ifndef _WIN32  // there nobody can shorten a file that is open
+#ifndef _WIN32  // there a file that is open cannot be shortened
 
 namespace Orb::Zix {
 namespace {

@@ -180,7 +180,8 @@ TEST_F(ZixTool, ValidateOnlyWarnsOfLengthsThatDoNotAddUp) {
 
 TEST_F(ZixTool, ValidateNamesThePlaceOfTheFirstElementThatIsNoTriangle) {
   writeScene("b.zix", {Orb::Zix::MeshType::Triangles, {0, 0, 0, 1, 0, 0, 0, 1, 0}, {2, 0, 1, 0}, {3, 1}});
-  // The points stand at 64, the indices at 128, the lengths at 192, and the second of them 4 bytes later.
+  // The points are at offset 64, the indices at 128, the lengths at 192, and the second of them 4 bytes
+  // later.
   EXPECT_THAT(zix({"validate", path("b.zix")}).out, StartsWith("warning ELEMENT_LENGTH at offset 196: "));
 }
 

@@ -1,4 +1,4 @@
-// Colours by hue, saturation and value, all round the circle.
+// Colours by hue, saturation and value, for hues all round the circle.
 #include "jttk/codec/hsv.h"
 
 #include <gmock/gmock.h>
@@ -25,7 +25,8 @@ TEST(Hsv, TheSixCornersOfTheCircle) {
   EXPECT_THAT(rgb(6, 1, 1), ElementsAre(1, 0, 0));
 }
 
-// A quarter behind each corner: which two components are at their ends, and which way the third one goes.
+// A quarter behind each corner: which two components are at their limits, and whether the third one rises or
+// falls.
 TEST(Hsv, BetweenTheCornersOneComponentRisesOrFalls) {
   EXPECT_THAT(rgb(0.25F, 1, 1), ElementsAre(1, 0.25F, 0));
   EXPECT_THAT(rgb(1.25F, 1, 1), ElementsAre(0.75F, 1, 0));

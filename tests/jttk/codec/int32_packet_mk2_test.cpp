@@ -253,7 +253,7 @@ Bytes recentPacket(const Values& fresh, const Values& offsets) {
 }
 
 TEST(MoveToFront, everyUseMakesAValueTheLatest) {
-  // 4, 9; then place 1 is 4, now the latest; place 1 is 9; place 0 is 9 again; 6 is new; place 2 is 4.
+  // 4, 9; then index 1 is 4, now the latest; index 1 is 9; index 0 is 9 again; 6 is new; index 2 is 4.
   EXPECT_EQ(decode(recentPacket({4, 9, 6}, {-1, -1, 1, 1, 0, -1, 2}), PacketForm::Jt10).value(),
             (Values{4, 9, 4, 9, 9, 6, 4}));
 }

@@ -29,7 +29,7 @@ constexpr jttk::Version k95{9, 5};
 constexpr jttk::Version k100{10, 0};
 constexpr std::array<float, 4> kUnturned = {0, 0, 0, 1};
 
-// A record without colour: place, size, quaternion, type, reserved.
+// A record without colour: origin, size, quaternion, type, reserved.
 void addRecord(ByteBuilder& out, const Primitive& p, bool with_color = false, std::uint32_t reserved = 0) {
   for (const float v : p.place) out.f32(v);
   for (const float v : p.size) out.f32(v);
@@ -152,7 +152,7 @@ TEST(PrimitiveSet, otherFormsOfTheHeaderAreToldByTheSizes) {
   }
 }
 
-// Two balls, quantised to 2 bits: codes 0 and 3 are the ends of the ranges, 1 is a third of the way.
+// Two balls, quantised to 2 bits: codes 0 and 3 are the ends of the ranges, 1 is a third of the range.
 Bytes quantised(jttk::Version version, std::int32_t type = 3) {
   ByteBuilder out = header(version, 0, 2);
   const auto packet = [&](std::int32_t a, std::int32_t b) {

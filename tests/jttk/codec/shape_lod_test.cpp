@@ -94,7 +94,7 @@ TEST(ShapeLod, colorsTextureCoordinatesAndFlags) {
     // Three components: alpha is 1, whatever the fourth packet holds.
     EXPECT_THAT(std::vector<float>(shape->colors.begin(), shape->colors.begin() + 4),
                 ElementsAre(1, 0, 1, 1));
-    // Two components, padded with 0; residuals to the value before, which the hash tells.
+    // Two components, padded with 0; the hash shows that the codes are residuals to the value before.
     ASSERT_EQ(shape->texture_coordinates.size(), 15U);
     EXPECT_THAT(std::vector<float>(shape->texture_coordinates.begin() + 12, shape->texture_coordinates.end()),
                 ElementsAre(4, 4, 0));
@@ -126,7 +126,7 @@ TEST(ShapeLod, channelsAboveTheFirstAndAuxiliaryFieldsArePassedOver) {
           shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
       ASSERT_TRUE(shape.has_value()) << shape.error().text();
       EXPECT_EQ(shape->texture_coordinates.size(), 15U);
-      // Flags stand behind all channels and before the fields.
+      // Flags are stored behind all channels and before the fields.
       EXPECT_EQ(shape->vertex_flags, std::vector<std::uint32_t>(5, 1));
     }
   }
@@ -234,7 +234,7 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
         EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, form, with(place, bits)), form),
                     HasSubstr("a quantiser of " + std::to_string(bits) + " bits"));
       }
-      // One axis without bits: its codes stand for the minimum.
+      // One axis without bits: its codes mean the minimum.
       const auto flat = decode(shapeElement(kTriStripSetId, form, with(place, 0)), form);
       ASSERT_TRUE(flat.has_value()) << flat.error().text();
       for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(flat->positions[3 * i + axis], axis == 2 ? 0.5F : 0.0F);
@@ -388,7 +388,7 @@ TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
     EXPECT_EQ(shape->primitiveCount(), 4U);
     EXPECT_THAT(shape->facts.doubt, HasSubstr("the topology arrays do not agree with their hash (at byte"));
     EXPECT_FALSE(shape->facts.topology_hash_checked);
-    // Both hashes are too much, whatever the box says.
+    // Two wrong hashes fail the shape, whatever the box is.
     rep.back() ^= std::byte{1};
     const jttk::StatedExtent stated[] = {{kTetrahedronBox, 0}};
     EXPECT_FALSE(decode(shapeElement(kTriStripSetId, form, rep), form, {stated, nullptr}).has_value());
@@ -407,7 +407,7 @@ TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
     const Bytes rep = jttk::testing::polylineRepData(form);
     const auto usual = decode(shapeElement(kPolylineSetId, form, rep), form);
     ASSERT_TRUE(usual.has_value());
-    // The hash stands in front of bindings of 64 bits, which begin with 0x12 or the like.
+    // The hash comes before bindings of 64 bits, which begin with 0x12 or the like.
     bool found = false;
     for (std::size_t at = 12; at + 12 < rep.size() && !found; ++at) {
       Bytes changed = rep;
@@ -525,8 +525,8 @@ TEST(ShapeLod, coloursThatCannotBeReadCostThemselvesAndWhatIsBehindThem) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x25a};
     Bytes rep = topologicalRepData(bowTieSymbols(), 5, 5, options);
-    // The flags are a count and a packet of equal values at the end, the hash of the texture places is in
-    // front of them.
+    // The flags are a count and a packet of equal values at the end, the hash of the texture coordinates is
+    // in front of them.
     const ShapeOptions without_flags{form, true, 0x21a};
     const std::size_t hash_end = topologicalRepData(bowTieSymbols(), 5, 5, without_flags).size();
     rep[hash_end - 1] ^= std::byte{1};
@@ -557,7 +557,7 @@ TEST(ShapeLod, whatFollowsTheDataMayBeCutOff) {
   EXPECT_EQ(errorOf(element, PacketForm::Jt9), "decoded");
 }
 
-// All vertices in one place: quantisers of no bits, and codes none the less.
+// All vertices coincide: quantisers of 0 bits, and codes all the same.
 TEST(ShapeLod, quantisersOfNoBitsCanBelongToCodes) {
   const std::vector<std::int32_t> groups = {0, 1};
   const std::vector<std::int32_t> primitives = {0, 2};

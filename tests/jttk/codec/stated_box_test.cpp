@@ -84,7 +84,7 @@ TEST(StatedBox, HoldsWhatCornersUseAndMayBeLarger) {
   EXPECT_TRUE(liesInBox(shape, {0, 0, 0, 1, 0.9F, 1}));
   shape.corner_positions = {0, 2};
   EXPECT_FALSE(liesInBox(shape, {0, 0, 0, 1, 1, 1}));
-  shape.positions[7] = std::nanf("");  // told elsewhere
+  shape.positions[7] = std::nanf("");  // reported elsewhere
   EXPECT_TRUE(liesInBox(shape, {0, 0, 0, 1, 1, 1}));
 }
 

@@ -93,7 +93,7 @@ TEST(Topology, aSplitGoesBackToAnOpenVertex) {
   const auto mesh = decode(bowTieSymbols());
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->vertices, 5U);
-  // The cover goes 0, 1, 2, back to 0, 3, 4; the triangles go along its edges the other way.
+  // The cover goes 0, 1, 2, back to 0, 3, 4; the triangles run along its edges in the other direction.
   EXPECT_THAT(polygonsOf(*mesh), ::testing::UnorderedElementsAre(Polygon{0, 2, 1}, Polygon{0, 4, 3}));
 }
 
@@ -301,7 +301,7 @@ TEST(Topology, withoutFlagsTheGroupsTellTheCovers) {
   EXPECT_EQ(flagged->covers, 1U);
   EXPECT_EQ(grouped->covers, 1U);
   EXPECT_EQ(grouped->corner_vertices, flagged->corner_vertices);
-  // Flags say it where there are any.
+  // With flags, these decide.
   symbols.flags.assign(symbols.valences.size(), 0);
   EXPECT_EQ(decode(symbols)->covers, 0U);
 }

@@ -9,7 +9,7 @@ namespace jttk::test {
 
 class ArithmeticEncoder {
  public:
-  // The symbol that owns the places begin .. end - 1 of 0 .. total - 1.
+  // The symbol that owns begin .. end - 1 of 0 .. total - 1.
   void encode(std::uint32_t begin, std::uint32_t end, std::uint32_t total) {
     const std::uint64_t range = std::uint64_t{high_} - low_ + 1;
     high_ = static_cast<std::uint32_t>(low_ + range * end / total - 1);

@@ -344,7 +344,7 @@ TEST(Int32PacketMk1, everyPrefixIsAnError) {
 }
 
 TEST(Int32PacketMk1, lyingCountsTakeNoMemory) {
-  // A single symbol without bits could stand for any number of values.
+  // A single symbol without bits could mean any number of values.
   const Bytes packet = symbolPacket(kHuffman, {{{4, 9, -3}}}, Values{}, Bits(), 0x7fffffff);
   ByteReader in = packet.reader();
   Values values;

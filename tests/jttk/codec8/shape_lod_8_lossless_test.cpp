@@ -105,7 +105,7 @@ TEST(ShapeLod8Lossless, packedSizeIsChecked) {
   EXPECT_NE(errorOf(body(96, 96)), "");  // no zlib stream
 }
 
-// Normals per facet may stand in the records or not: the size of the records tells.
+// Normals per facet may be in the records or not: the size of the records decides.
 TEST(ShapeLod8Lossless, attributesPerFacetAreReadWhereTheRecordsHaveThem) {
   const Bytes header = test::shapeHeader(0, 2, 0, 0, {0, 2}, ByteOrder::Little);
   const ShapeGeometry with =

@@ -67,7 +67,7 @@ inline Bytes shapeHeader(std::uint32_t bits, std::uint32_t normal, std::uint32_t
                          const Values& starts, ByteOrder order) {
   Bytes body(order);
   body.i16(1).i32(normal);                // version, binding attributes
-  body.u8(99).u8(99).u8(99).u8(99);       // bits that nobody uses
+  body.u8(99).u8(99).u8(99).u8(99);       // bits that are not used
   body.i16(1).i16(1);                     // versions of set and representation
   body.u8(normal).u8(texture).u8(color);  // bindings
   body.u8(bits).u8(7).u8(8).u8(4);        // bits

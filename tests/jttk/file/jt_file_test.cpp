@@ -220,7 +220,7 @@ TEST(JtFile, theSceneGraphIsFoundByItsTypeWhereItsIdIsNotListed) {
   EXPECT_EQ((*lost)->sceneGraph()->id, kSegmentId);
 }
 
-// Flag and algorithm say the same as a rule.
+// Flag and algorithm usually agree.
 TEST(JtFile, whereFlagAndAlgorithmDisagreeTheDataTell) {
   Compression compression{};
   const Bytes plain = textBytes("scene graph");

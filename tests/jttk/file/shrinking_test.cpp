@@ -1,4 +1,4 @@
-// A file that becomes shorter while it is open: an error with segment and place, never a signal.
+// A file that becomes shorter while it is open: an error with segment and offset, never a signal.
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -7,7 +7,7 @@
 #include "tests/jttk/support/jt_shapes.h"
 #include "tests/zix/scratch_folder.h"
 
-#ifndef _WIN32  // there nobody can shorten a file that is open
+#ifndef _WIN32  // there a file that is open cannot be shortened
 
 namespace jttk {
 namespace {

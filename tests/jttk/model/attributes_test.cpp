@@ -1,4 +1,4 @@
-// Transforms and materials: what a node answers, and how attributes add up on the way down.
+// Transforms and materials: what a node answers, and how attributes combine along the path from the root.
 #include <gmock/gmock.h>
 
 #include "tests/jttk/model/loaded.h"

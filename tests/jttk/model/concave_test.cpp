@@ -108,7 +108,7 @@ TEST(Concave, everyOutlineIsCoveredOnceWithItsWinding) {
   }
 }
 
-// A turn the wrong way by next to nothing is straight; by a thousandth it is not.
+// An inward corner by next to nothing counts as straight; by a thousandth it does not.
 TEST(Concave, nextToStraightCornersAreStraight) {
   constexpr float kFar = 8388608;
   ShapeGeometry shape = flat({{{0, 0}, {kFar, 0}, {2 * kFar, -0.005F}, {2 * kFar, kFar}, {0, kFar}}});
@@ -211,7 +211,7 @@ TEST(Concave, starsOfManyCornersAreCovered) {
   }
 }
 
-// Crossing outlines, points in one place, numbers that are none: something comes out, and it ends.
+// Crossing outlines, coinciding points, NaN: there is some result, and the work ends.
 TEST(Concave, nonsenseStaysWithinItsCorners) {
   const float nan = std::nanf("");
   const std::vector<Outline> nonsense = {

@@ -1,5 +1,4 @@
-// Files whose container is not as it should be: lengths, ids, ends. What can be read is read, and the rest
-// told.
+// Files whose container is damaged: lengths, ids, ends. What can be read is read, and the rest is reported.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -45,7 +44,7 @@ void swapIds(Bytes& bytes, std::size_t a, std::size_t b) {
   std::swap_ranges(entry(a), entry(a) + 16, entry(b));
 }
 
-// What a file's walk gives, and what was told meanwhile.
+// What walking a file gives, and what was reported meanwhile.
 struct Outcome {
   explicit Outcome(const Bytes& bytes) {
     const Recorder recorder;
@@ -99,7 +98,7 @@ TEST(ContainerDamage, PartsKeepTheirShapesWhereTheContentsSwapIds) {
   }
 }
 
-// The segment that is left over is nobody's, and the shape that named it has none.
+// No shape uses the segment that is left over, and the shape that named it has none.
 TEST(ContainerDamage, APlaceThatIsAnotherSegmentsGivesNoShapeItsGeometry) {
   Bytes bytes = twoParts().file();
   setNumber(bytes, kEntries + 2 * kEntryBytes + 16, static_cast<std::uint32_t>(placeOf(bytes, 1)));

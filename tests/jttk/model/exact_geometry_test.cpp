@@ -1,5 +1,5 @@
-// Parts that hold exact geometry: when they are tessellated, where the strips are handed out and with which
-// sense, in which unit, and what is told of the rest.
+// Parts that hold exact geometry: when they are tessellated, where the strips are handed out, with which
+// winding, in which unit, and what is reported about the rest.
 #include <gmock/gmock.h>
 
 #include <array>
@@ -180,7 +180,7 @@ TEST_F(ExactGeometry, StandsForAnEmptyFinestLevelAndTheNextLevelForWhatCannotBeR
     auto* part = static_cast<JtkPart*>(model.root());
     EXPECT_EQ(part->numShapes(0), readable ? 0 : 1);
     EXPECT_EQ(part->requiresTessellation(), readable ? 1 : 0);
-    // Facets of another level for exact geometry that is damaged: both are told.
+    // Facets of another level replace damaged exact geometry: both the damage and the level are reported.
     EXPECT_EQ(model.recorder.losses.size(), readable ? 0U : 2U);
   }
 }
@@ -231,7 +231,7 @@ TEST_F(ExactGeometry, WithoutAnyWordOnUnitsLengthsAreMillimetres) {
   EXPECT_NEAR(meshOf(result.shape(), From::Arrays).volume(), 30e3, 1);
 }
 
-// The boxes of the shapes tell the units, all together; not of those that are moved within the part.
+// The unit is found from the boxes of all shapes together, except those that are moved within the part.
 TEST_F(ExactGeometry, WithoutAnyWordOnUnitsTheBoxesOfTheShapesTellThem) {
   GraphBuilder graph = exactPart(box(), {3, 4, 5});
   graph.move(20, 1, 2, 3);

@@ -280,7 +280,7 @@ TEST_F(ManyFiles, TheVersionIsTold) {
   importer->unref();
 }
 
-// A file of that name that is no model: whoever takes it loses the part.
+// A file of that name that is no model: if it is taken, the part is lost.
 class Tails : public ManyFiles {
  protected:
   void writeBad(const std::string& name) const {
@@ -428,8 +428,8 @@ TEST(Share, IsHostAndFolderOfANetworkName) {
   }
 }
 
-// The hosts of these tests take two separators for one, so that a file stands behind the network name:
-// whoever asks the system finds it. What is not asked for is found by its tail, or not at all.
+// The hosts of these tests take two separators for one, so that a file exists under the network name and
+// would be found if the system were asked. What is not asked for is found by its tail, or not at all.
 class NamesNotAskedFor : public Tails {
  protected:
   using Refusal = jttk::FileFinder::Refusal;

@@ -149,7 +149,7 @@ TEST(DamagedGraph, AnElementThatEndsTooEarlyCostsThatElement) {
 }
 
 // An element that claims the next one's bytes swallows it; one that ends inside of itself leaves bytes that
-// are no element. Either way what stands before is kept and the fault is told.
+// are no element. In both cases everything before is kept and the fault is reported.
 TEST(DamagedGraph, ElementsThatOverlapTheNextOneAreToldAndTheRestStands) {
   GraphBuilder graph;
   graph.partition(0, {1, 2}).name("root");
@@ -181,7 +181,7 @@ TEST(DamagedGraph, PropertiesWithDanglingIdsAreLeftOutAndTheOthersStay) {
   builder.partition(0, {1}).name("root");
   builder.part(1, {}).name("part").property("colour", "red");
   const Bytes whole = builder.segment();
-  // The table stands at the end: version, count, then per node: id, pairs of atoms, 0.
+  // The table is at the end: version, count, then per node: id, pairs of atoms, 0.
   const std::size_t table = whole.size() - (2 + 4 + (4 + 8 + 4) + (4 + 16 + 4));
   const auto with = [&](std::size_t place, std::int32_t id) {
     Bytes bytes = whole;

@@ -1,5 +1,5 @@
-// Which level of detail is handed out as the first, what is told of it, and what is told of things that the
-// scene has no place for.
+// Which level of detail is handed out first, what is reported about it, and about contents that a scene
+// cannot hold.
 #include <gmock/gmock.h>
 
 #include "jttk/inspect.h"
@@ -37,7 +37,7 @@ class FirstLevel : public testing::Test {
 
   enum class Holds { Nothing, NullShape, EmptyMesh, Damage, Ulp, Shapes };
   // A part, node 1, with a level of one group for each of `levels`; group k has k + 1 shapes, so that the
-  // number of shapes tells which level it was.
+  // number of shapes shows which level it was.
   static GraphBuilder withLevels(const std::vector<Holds>& levels) {
     Ids groups;
     for (std::size_t k = 0; k < levels.size(); ++k) groups.push_back(static_cast<int>(10 + k));
@@ -203,8 +203,8 @@ TEST_F(FirstLevel, FromAnEmptyLevelTheSettingGoesToCoarserOnesThenToFinerOnes) {
   EXPECT_EQ(first({Holds::Shapes, Holds::NullShape, Holds::Nothing}), 1);
 }
 
-// Whatever a part's only geometry is, it is told by name: also what hangs below the part, and to who asks for
-// a description.
+// Whatever kind a part's only geometry is, it is reported by name: also if it belongs to a node below the
+// part, and also in descriptions.
 TEST(UnreadGeometry, IsALossThatNamesTheType) {
   for (const auto& [type, name] :
        {std::pair{20, "ULP"}, {24, "LWPA"}, {2, "JT B-Rep"}, {33, "STEP B-Rep"}, {77, "type 77"}}) {
@@ -238,7 +238,7 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
   graph.element(22, kTexture, Bytes(1));
   GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kLateSegment, 3).attributes({20, 21, 22});
   graph.lateSegment(kLateSegment, 3, Bytes(4));
-  // Only the key says what it is.
+  // Only the key states its type.
   constexpr Guid kByKey{7, 1, 3, {}};
   GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kByKey, 4);
   graph.lateSegment(kByKey, 4, Bytes(4));

@@ -1,5 +1,5 @@
-// What small files may cost: models that stand for more than any machine has are cut, which is told once, and
-// what fits is there. Counts decide, never the time.
+// What small files may cost: models that would need more than any machine has are cut, which is reported
+// once, and what fits is there. Counts decide, never the time.
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -91,7 +91,7 @@ TEST_F(Limits, OfTwoMillionEqualChildrenThoseThatFitComeWithTheirShapes) {
   const Loaded model(bomb);
   const Visited visited = visit(model.root());
   const std::size_t limit = 50'000 + 4 * size;
-  // A shape costs eight places.
+  // A shape costs as much as eight occurrences.
   EXPECT_LE(visited.nodes, limit + 1);
   EXPECT_GE(visited.shapes, limit / 10);
   EXPECT_LE(visited.shapes, limit / 8);
@@ -187,7 +187,7 @@ TEST_F(Limits, AShapeThatIsPlacedOftenCountsByItsCorners) {
   graph.triStrips(2);
   const Loaded model(graph);
   const Visited visited = visit(model.root());
-  // Eight places for each shape and, for its corners, at least ten more.
+  // Eight occurrences for each shape and, for its corners, at least ten more.
   EXPECT_GE(visited.shapes, 30U);
   EXPECT_LE(visited.shapes, 55U);
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("--max-places")));

@@ -39,7 +39,7 @@ class Loaded {
   Loaded& operator=(const Loaded&) = delete;
 
   [[nodiscard]] JtkHierarchy* root() const { return root_; }
-  // The child at a place below the root: indices of children; instances are passed through.
+  // The node at a path below the root, as indices of children; instances are passed through.
   [[nodiscard]] JtkHierarchy* at(std::initializer_list<int> places) const {
     JtkHierarchy* node = root_;
     for (const int place : places) node = static_cast<JtkAssembly*>(target(node))->getChild(place);
@@ -49,7 +49,7 @@ class Loaded {
     if (node->typeID() != JtkEntity::JtkINSTANCE) return node;
     return static_cast<JtkInstance*>(node)->getReferencedNode();
   }
-  // The end of the model, at which notes are told that count something.
+  // Ends the model, at which notes with counts are reported.
   void close() {
     if (root_ != nullptr) root_->unref();
     root_ = nullptr;

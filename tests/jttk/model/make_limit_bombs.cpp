@@ -1,4 +1,4 @@
-// Writes small files that stand for more than any machine has: make_limit_bombs FOLDER.
+// Writes small files that would need more than any machine has: make_limit_bombs FOLDER.
 #include <cstdio>
 #include <filesystem>
 

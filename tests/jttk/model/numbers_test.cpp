@@ -135,7 +135,7 @@ TEST(Matrices, ThatNoNodeUsesOrThatAreSwitchedOffAreNotTold) {
   EXPECT_THAT(model.recorder.losses, IsEmpty());
 }
 
-// NaN has no place in an order: the second part must not be taken for the first.
+// NaN cannot be ordered: the second part must not be taken for the first.
 TEST(Matrices, OfNumbersThatAreNoneDoNotMakeTwoPartsOne) {
   GraphBuilder graph;
   graph.transform(20, {kNan, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1});

@@ -1,4 +1,4 @@
-// Which partition a model begins with, and what no way from it leads to.
+// Which partition is the root, and what cannot be reached from it.
 #include <gmock/gmock.h>
 
 #include "tests/jttk/model/loaded.h"

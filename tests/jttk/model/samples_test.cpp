@@ -72,7 +72,7 @@ void expectNumbers(const json& expected, const Container& found, const char* wha
 }
 
 // Five numbers hold an emission and a specular colour, one of them as a single number. The reference splits
-// them the other way (1 + 4 for 4 + 1), which gives emissions that glow with the specular colour and have an
+// them differently (1 + 4 for 4 + 1), which gives emissions that glow with the specular colour and have an
 // alpha of 0. The numbers themselves must agree.
 void compareOneOfTwo(const jttk::MaterialValues& material, const json& reference) {
   const bool one_emission = (material.data_flags & 4U) != 0;

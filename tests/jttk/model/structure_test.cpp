@@ -106,7 +106,7 @@ TEST(ProductStructure, InstancesShareWhatTheyReferTo) {
                                                 "    part bolt", "  instance bolt", "  =part bolt"));
 }
 
-// Told when the model ends: whoever places parts by their instances does not see it.
+// Reported when the model ends: the converter places parts by their instances and does not see it.
 TEST(ProductStructure, InstancedPartsWithATransformOfTheirOwnAreNoted) {
   GraphBuilder graph;
   graph.partition(0, {1}).name("root");
@@ -133,8 +133,8 @@ TEST(ProductStructure, InstancedPartsWithATransformOfTheirOwnAreNoted) {
   EXPECT_THAT(recorder.notes, ElementsAre("2 instanced parts lost their own transformation: first, second"));
 }
 
-// Whoever goes by names takes the first part of a name for all of them. Nothing is lost by that where they
-// look alike: at places that only a transform or a material that is not in force there tells apart.
+// The converter takes the first part of a name for all of them. Nothing is lost by that where they look
+// alike: if they differ only by a transform, or by a material that is not in force.
 TEST(ProductStructure, PartsOfOneNameAreNotedWhereTheyLookDifferent) {
   const auto notes = [](const std::function<void(GraphBuilder&)>& build) {
     GraphBuilder graph;
@@ -302,7 +302,7 @@ TEST(ProductStructure, AChainOfHundredThousandGroupsIsSeenThrough) {
   EXPECT_EQ(static_cast<JtkPart*>(model.root())->numShapes(0), 1);
 }
 
-// Every level is a recursion of whoever walks the model, so there is an end to it.
+// Every level is one recursion of the converter's walk, so the depth is limited.
 TEST(ProductStructure, InstancesInsideInstancesEndAtFiveHundred) {
   GraphBuilder graph;
   graph.partition(0, {1, 3}).name("root");
@@ -326,7 +326,7 @@ TEST(ProductStructure, InstancesInsideInstancesEndAtFiveHundred) {
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("nested more than 500 deep")));
 }
 
-// Forty levels of assemblies with two children each, which are one: 2^40 places.
+// Forty levels of assemblies with two children each, which are one: 2^40 occurrences.
 TEST(ProductStructure, ModelsWithMorePlacesThanAnyoneCouldVisitAreCutAndReported) {
   GraphBuilder graph;
   graph.partition(0, {1, 1}).name("root");

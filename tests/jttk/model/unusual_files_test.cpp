@@ -111,7 +111,7 @@ TEST(UnusualFiles, AShapeThatCountsNothingNeedsNoGeometry) {
   EXPECT_THAT(model.recorder.losses, IsEmpty());
 }
 
-// Colours do not reach the scene: the shape stays, and notes tell of the first shapes of a file.
+// Colours do not reach the scene: the shape stays, and notes name the first shapes of a file.
 TEST(UnusualFiles, ColoursThatCannotBeReadAreNoted) {
   jttk::testing::ShapeOptions options;
   options.bindings = 0x22;
@@ -135,7 +135,7 @@ TEST(UnusualFiles, ColoursThatCannotBeReadAreNoted) {
   EXPECT_THAT(model.recorder.notes.back(), HasSubstr("more shapes were read without"));
 }
 
-// Whether a palette index follows is told by the size, whatever the version says.
+// The size decides whether a palette index follows, whatever the version is.
 TEST(UnusualFiles, AttributesOf10MayHaveAPaletteIndex) {
   for (const std::uint32_t version : {1U, 2U, 3U}) {
     for (const bool palette : {false, true}) {
@@ -155,7 +155,7 @@ TEST(UnusualFiles, AttributesOf10MayHaveAPaletteIndex) {
   }
 }
 
-// A light that ends too early is nobody's loss.
+// A light that ends too early costs nothing.
 TEST(UnusualFiles, AttributesThatChangeNothingMayBeOfAnyForm) {
   GraphBuilder graph;
   const Guid light{0x10dd1028, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
@@ -202,7 +202,7 @@ GraphBuilder withRepData(const jttk::testing::Bytes& rep, const jttk::testing::I
   return graph;
 }
 
-// It is told once, however often the shape is asked for.
+// It is reported once, however often the shape is asked for.
 TEST(UnusualFiles, ADoubtfulMeshIsHandedOutAndTold) {
   jttk::testing::Bytes rep = jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(0), 4, 0,
                                                                {jttk::PacketForm::Jt9, false, 2});

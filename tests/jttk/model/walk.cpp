@@ -119,7 +119,7 @@ struct Walker {
 
   int enter(JtkEntity* entity) {
     auto* node = static_cast<JtkHierarchy*>(entity);
-    // The target of an instance hangs in its place: its name is the instance's.
+    // The target of an instance replaces it: its name is the instance's.
     const bool is_target = referenced.back() == node;
     static constexpr const char* kKinds[] = {"assembly ", "part ", "instance "};
     result.nodes.push_back(std::string(2 * (path.size() - (is_target ? 1 : 0)), ' ') +

@@ -87,7 +87,7 @@ class GraphBuilder {
   // The same, and its counts are 0.
   NodeSettings triStripsOfNothing(std::int32_t id);
   NodeSettings nullShape(std::int32_t id);
-  // Nodes of a kind that nobody knows, with the base type of a group, of a shape.
+  // Nodes of an unknown kind, with the base type of a group, of a shape.
   NodeSettings unknownGroup(std::int32_t id, const Guid& kind, Ids children);
   NodeSettings unknownShape(std::int32_t id, const Guid& kind);
   NodeSettings element(std::int32_t id, const Guid& kind, Bytes body);
@@ -142,7 +142,7 @@ class GraphBuilder {
   void pack() { packs_graph_ = true; }
   // The box that shape nodes state from here on; at first that of the tetrahedron of triStrips.
   void setShapeBox(const std::array<float, 6>& box) { shape_box_ = box; }
-  // Takes the place of the geometry of all shapes that are added from here on.
+  // Replaces the geometry of all shapes that are added from here on.
   void setGeometry(Bytes element) { geometry_ = std::move(element); }
 
  private:

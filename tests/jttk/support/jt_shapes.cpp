@@ -21,7 +21,7 @@ void addCodes(ByteBuilder& out, const std::vector<Values>& components, bool lag1
   out.u32(hashOf(components));
 }
 
-// Float components: JT 10 has the bits in one packet, JT 9 in two and a hash that nobody checks.
+// Float components: JT 10 has the bits in one packet, JT 9 in two, with a hash that is not checked.
 void addFloats(ByteBuilder& out, const std::vector<std::vector<float>>& components, bool lag1,
                PacketForm form) {
   std::vector<Values> bits(components.size());
@@ -107,8 +107,8 @@ void addTextureCoordinates(ByteBuilder& out, std::uint32_t count, PacketForm for
 
 TopologySymbols tetrahedronSymbols(std::int32_t mask) {
   TopologySymbols symbols;
-  // The first corner of the first polygon is told nothing by its neighbours: context 1. All others see
-  // degrees below 6: context 0.
+  // The first corner of the first polygon has no known neighbours: context 1. All others see degrees below 6:
+  // context 0.
   symbols.degrees[1] = {3};
   symbols.degrees[0] = {3, 3, 3};
   symbols.valences = {3, 3, 3, 3};

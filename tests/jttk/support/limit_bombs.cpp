@@ -26,7 +26,7 @@ Bytes packedZeroBytes(std::size_t count, bool fails) {
   return packed;
 }
 
-// Coordinates that are all over the place and have one and the same difference everywhere.
+// Coordinates that are spread widely, all with the same difference.
 std::vector<std::int32_t> scattered(std::uint32_t count, std::uint32_t step) {
   std::vector<std::int32_t> codes;
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -128,7 +128,7 @@ Bytes filledUp(Bytes file, std::size_t size) {
   return file;
 }
 
-// Assemblies from node `first` on, each with two instances of the next; behind them stands a part with a
+// Assemblies from node `first` on, each with two instances of the next; at the end there is a part with a
 // shape.
 void addLevels(GraphBuilder& graph, std::int32_t first, std::int32_t levels) {
   for (std::int32_t i = 0; i < levels; ++i) {
@@ -231,7 +231,7 @@ GraphBuilder costlyParts(std::size_t parts, int faces) {
   for (std::size_t i = 0; i < parts; ++i) children.push_back(number(1 + i));
   graph.partition(0, children).name("root");
   for (std::size_t i = 0; i < parts; ++i) {
-    // The same unit in other letters: so the parts are not one and the same to whoever compares them.
+    // The same unit in other letters: so comparing the parts shows them as different.
     std::string unit = "millimeters";
     for (std::size_t bit = 0; bit < unit.size(); ++bit) {
       if ((i >> bit & 1U) != 0) unit[bit] = static_cast<char>(unit[bit] - 'a' + 'A');

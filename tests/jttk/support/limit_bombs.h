@@ -1,4 +1,4 @@
-// Small files that stand for more than any machine has: what the limits of a conversion are made for.
+// Small files that would need more than any machine has: the limits of a conversion are meant for these.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace jttk::testing {
 
-// Thirty levels of assemblies, each with two instances of the next: 2^30 places.
+// Thirty levels of assemblies, each with two instances of the next: 2^30 occurrences.
 GraphBuilder instancesOfInstances();
 
 // A node with this many children, which are one and the same part with a shape.
@@ -18,7 +18,7 @@ GraphBuilder equalChildren(std::size_t count);
 GraphBuilder friendOfAll(std::size_t k, std::size_t count);
 std::string friendName(std::size_t k);
 
-// Parts whose exact geometry is one bumpy face many times over; each part states its unit in another way.
+// Parts whose exact geometry is one bumpy face many times over; each part spells its unit differently.
 GraphBuilder costlyParts(std::size_t parts, int faces);
 
 // Parts that all have the same segment of exact geometry, which unpacks to a lot of zeros before it fails.
@@ -34,7 +34,8 @@ GraphBuilder largePolygons(const std::string& version, std::uint32_t corners, st
 // The same in the coding of 8.x: a strip whose corners are all the same or all different.
 GraphBuilder longStrip(std::uint32_t corners, bool all_different);
 
-// A large strip, costly exact geometry, packed data that fail, and no end of places, all in one file.
+// A large strip, costly exact geometry, packed data that fail, and a huge number of occurrences, all in one
+// file.
 GraphBuilder everythingAtOnce();
 
 // Bytes without a meaning behind a file, so that it may cost as much as one of `size` bytes.

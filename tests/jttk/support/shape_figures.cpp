@@ -11,7 +11,7 @@ namespace {
 
 using Position = std::array<float, 3>;
 
-// The 12 bytes that stand for a position in checksums: little-endian floats, no minus zero.
+// The 12 bytes of a position in checksums: little-endian floats, no minus zero.
 std::array<std::uint8_t, 12> positionBytes(const Position& position) {
   std::array<std::uint8_t, 12> bytes{};
   for (std::size_t i = 0; i < 3; ++i) {
