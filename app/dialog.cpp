@@ -44,7 +44,7 @@ bool Dialog::dispatchClick(int control) {
   try {
     return onClicked(control);
   } catch (...) {
-    // The job may have left the wait cursor behind. No box: the log tells how far the work came.
+    // The job may have left the wait cursor behind. No box: the log shows how far the work came.
     window().setCursor(window().loadCursor(SystemCursor::Arrow));
     return true;
   }

@@ -71,7 +71,7 @@ class DialogWindow {
   virtual void endDialog(int result) = 0;
 };
 
-// The left or top edge at which something of size `item` stands in the centre of `available`.
+// The left or top edge at which something of size `item` is centred in `available`.
 constexpr int centredOffset(int available, int item) { return (available - item + 1) / 2; }
 
 }  // namespace loftbay::app

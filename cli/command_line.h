@@ -47,7 +47,7 @@ class CommandLine {
 tl::expected<CommandLine, int> readCommandLine(const Program& program, const Command& command,
                                                std::span<const std::string> words);
 
-// "; did you mean X?", or nothing when none of the names is near. `quote` stands on both sides of X.
+// "; did you mean X?", or nothing when none of the names is near. `quote` is put on both sides of X.
 std::string didYouMean(std::string_view text, std::span<const std::string> names, std::string_view quote);
 
 }  // namespace loftbay::cli

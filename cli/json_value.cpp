@@ -13,7 +13,7 @@ struct JsonValue::Library {
 
 namespace {
 
-// DEL and U+0080 .. U+009F may stand in JSON as they are, but a terminal takes the latter for commands. They
+// DEL and U+0080 .. U+009F may be in JSON as they are, but a terminal takes the latter for commands. They
 // occur in strings only.
 std::string withoutRawControls(const std::string& json) {
   constexpr std::string_view kDigits = "0123456789abcdef";

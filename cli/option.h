@@ -16,7 +16,7 @@ enum class OptionKind {
   Number,  // also with a unit behind it
   Text,
   Path,    // of a file or folder
-  Choice,  // one of `choices`, or what `valid` allows besides
+  Choice,  // one of `choices`, or what `valid` allows in addition
 };
 
 struct Option {
@@ -24,9 +24,9 @@ struct Option {
   std::string_view short_name = {};  // "-h"; empty: none
   std::string_view help = {};
   OptionKind kind = OptionKind::Flag;
-  std::string_view argument = {};  // stands for the value in the help; empty for a flag
+  std::string_view argument = {};  // name of the value in the help; empty for a flag
   std::vector<std::string_view> choices = {};
-  std::string_view default_value = {};  // as the help tells it; empty: there is nothing to tell
+  std::string_view default_value = {};  // as the help states it; empty: none is stated
   // What a value has to be: "'X' is not VALID" is said of one that `accepts` refuses. Without `accepts` every
   // text will do.
   std::string_view valid = {};

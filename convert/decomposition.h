@@ -1,5 +1,5 @@
 // Splits the linear part of a placement matrix into rotation and scale, and a rotation into axis and angle.
-// Single and double precision alternate in fixed places, so that every host gives the same bits.
+// Where single and where double precision is used is fixed, so that every host gives the same bits.
 #pragma once
 
 #include <array>

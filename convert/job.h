@@ -48,7 +48,7 @@ struct MeshArrays {
 MeshArrays meshArrays(Orb::Zix::MeshType type, const std::vector<geometry::Point>& points,
                       std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths);
 
-// The members are public because the callbacks and the stages are one mechanism; nobody else holds a job
+// The members are public because the callbacks and the stages are one mechanism; nothing else holds a job
 // while it runs. Their order is the order in which they are made and (reversed) destroyed.
 class obJt2Zix {
  public:
@@ -102,7 +102,7 @@ class obJt2Zix {
   void WritePointElements(JtkShape* shape, const char* shape_name);
   void writeTessellatedPart(JtkShape* shape, const char* shape_name);
   void writeSurface(JtkShape* shape, const char* shape_name, int primitive_sets);
-  // What the writers share (geometry/mesh.cpp); `prefix` stands in front of their log lines.
+  // What the writers share (geometry/mesh.cpp); their log lines begin with `prefix`.
   bool beginShape(std::string_view prefix, const char* shape_name, int primitive_sets);
   // Only with `optimize`; otherwise the sizes are logged and that is all.
   void mergeVertices(std::string_view prefix, geometry::ShapeArrays& arrays,

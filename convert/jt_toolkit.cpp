@@ -92,7 +92,7 @@ bool obJt2Zix::ReadJt() {
     if (JtkEntity* const root = importer->importFile(JtkString(inputPath.c_str()))) {
       walk(root);
     } else {
-      // The toolkit has told the observer what is wrong with the file.
+      // The toolkit has reported to the observer what is wrong with the file.
       WriteTraceLog("obJt2Zix::ReadJt():File loading failed!");
       JtkInfo::post(JtkInfo::JtkERRORS) << "Unable to find root node.  Check file...\n";
       notes.nothingWasRead();

@@ -1,6 +1,6 @@
-// Collects what the converter's rules and the user's options leave out of a scene, and tells the observer
-// once at the end of the job: one note per kind, with counts and the first few names. Notes use only what the
-// job asks the toolkit for anyway.
+// Collects what the converter's rules and the user's options leave out of a scene, and reports it to the
+// observer once at the end of the job: one note per kind, with counts and the first few names. Notes use only
+// what the job asks the toolkit for anyway.
 #pragma once
 
 #include <array>
@@ -25,7 +25,7 @@ enum class Dropped {
 
 class Notes {
  public:
-  // One more of a kind, in the part or node `name`. `amount` is a figure that the kind's text shows
+  // One more of a kind, in the part or node `name`. `amount` is a number that the kind's text shows
   // (polylines, point groups or triangles of a shape); names are kept for the first few only.
   void add(Dropped kind, std::string_view name, std::int64_t amount = 1);
 

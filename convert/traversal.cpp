@@ -1,11 +1,11 @@
 // Turns the product structure into the scene's tree: what happens when the toolkit's traverser enters and
 // leaves a node.
 //
-// Two stacks carry the state. `parentStack` holds the scene object that the next one hangs under; assemblies
-// and instances push theirs on entering and lose it on leaving, a part with a transform pushes and pops
-// inside its handler. `materialStack` grows at parts and instances that have a material and shrinks by one at
-// each leave of an assembly or instance; its depth does not match the tree (see leaveNode). Existing scenes
-// depend on that, so keep it.
+// Two stacks carry the state. The top of `parentStack` is the parent of the next scene object; assemblies and
+// instances push theirs on entering and lose it on leaving, a part with a transform pushes and pops inside
+// its handler. `materialStack` grows at parts and instances that have a material and shrinks by one at each
+// leave of an assembly or instance; its depth does not match the tree (see leaveNode). Existing scenes depend
+// on that, so keep it.
 #include <stdexcept>
 
 #include "convert/held.h"
@@ -197,7 +197,7 @@ void obJt2Zix::writeInstancedPart(JtkInstance* instance, const std::string& name
   }
 }
 
-// Walks the assembly itself first, so its object hangs under the instance's. The flag is no count: an
+// Walks the assembly itself first, so its object is a child of the instance's. The flag is not a counter: an
 // instance inside clears it when its own walk ends.
 void obJt2Zix::walkInstancedAssembly(JtkHierarchy* assembly) {
   JtkTraverser* const traverser = JtkEntityFactory::createTraverser();

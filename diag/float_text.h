@@ -1,4 +1,5 @@
-// The one way in which a float becomes text: in log lines and in the keys that decide which vertices merge.
+// The one function that makes text of a float: for log lines and for the keys that decide which vertices
+// merge.
 //
 // The text is that of printf's "%.6g" (and so of a text stream in its default format), the same on every
 // host and in every locale: exactly rounded, ties to even; infinities are "inf" and "-inf"; not-a-number is

@@ -1,4 +1,4 @@
-// The process's memory figures as they stand in log lines.
+// The process's memory numbers as log lines show them.
 #pragma once
 
 #include <functional>

@@ -1,5 +1,5 @@
 // What a program fills in, process-wide, before it makes a job: how a message box is shown, where the
-// toolkit's messages and the start-up failure line go, and who is told of counts and losses.
+// toolkit's messages and the start-up failure line go, and who receives counts and losses.
 //
 // The desktop program shows real boxes; the console programs print; tests record. Neither the job nor the
 // toolkit knows which of them it serves.
@@ -47,14 +47,14 @@ class Observer {
   // A JT file of the model was opened, the one that the user named first. `path` as the host writes it.
   virtual void opened(std::string_view /*path*/) {}
   // The length unit of the model, as the topmost file that states a known one writes it, and its length in
-  // metres. Not told where no file states one.
+  // metres. Not called if no file states one.
   virtual void unit(std::string_view /*name*/, double /*metres*/) {}
   // The version of the JT file as its header states it.
   virtual void jtVersion(int /*major*/, int /*minor*/) {}
-  // Something that the file holds did not reach the scene although it should have: a damaged shape, a
-  // missing file, a file that could not be loaded, a scene that could not be saved. `part` is the name of
-  // the part (or a file's path), `reason` one sentence that names file, place and reason. Paths in texts are
-  // written as the host writes them.
+  // Something that the file holds did not reach the scene although it should have: a damaged shape, a missing
+  // file, a file that could not be loaded, a scene that could not be saved. `part` is the name of the part
+  // (or a file's path), `reason` one sentence that names the file, where in it (segment, element, offset) and
+  // the cause. Paths in texts are written as the host writes them.
   virtual void lost(std::string_view /*part*/, std::string_view /*reason*/) {}
   // Something was left out because an option or a rule of the converter says so. No loss.
   virtual void note(std::string_view /*text*/) {}

@@ -1,5 +1,5 @@
-// What all shape writers share: the objects of one shape in the scene, its material, and the lines that
-// frame a shape in the log. `prefix` is the writer's name as it stands in front of its lines.
+// What all shape writers share: the objects of one shape in the scene, its material, and the lines that frame
+// a shape in the log. `prefix` is the writer's name, with which its lines begin.
 #include <string_view>
 
 #include "convert/job.h"

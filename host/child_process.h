@@ -29,7 +29,7 @@ void interruptChildren() noexcept;
 // True once interruptChildren was called.
 bool childrenInterrupted() noexcept;
 
-// The path of the running program in host form; empty when the system does not tell.
+// The path of the running program in host form; empty when the system does not provide it.
 std::string ownProgram();
 
 }  // namespace loftbay::host

@@ -55,7 +55,7 @@ HANDLE childrenJob() {
   return job.get();
 }
 
-// Starts the child with exactly one inheritable handle besides the standard ones.
+// Starts the child with exactly one inheritable handle in addition to the standard ones.
 bool start(const std::string& program, std::wstring command_line, HANDLE output,
            PROCESS_INFORMATION& process) {
   SIZE_T size = 0;

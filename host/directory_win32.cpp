@@ -35,7 +35,7 @@ std::optional<std::string> canonicalPath(std::string_view program_path) {
     length = GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
   }
   CloseHandle(file);
-  // Wine tells no final name of more than 260 characters: the resolved one, links left as they are.
+  // Wine gives no final name of more than 260 characters: the resolved one, links left as they are.
   if (const std::wstring resolved = toSystemPath(program_path);
       length == 0 && resolved.starts_with(L"\\\\?\\"))
     return utf8(resolved);

@@ -85,8 +85,9 @@ class ReadOnlyFile {
 };
 
 // A file mapped read-only. A file that shrinks while it is mapped, and a device that fails, end the process
-// with a signal where their bytes are used: only for files that nobody else writes; see ReadOnlyFile. The
-// view lives as long as the object; moving the object keeps it valid. An empty file maps to an empty view.
+// with a signal where their bytes are used: only for files that no other process writes; see ReadOnlyFile.
+// The view lives as long as the object; moving the object keeps it valid. An empty file maps to an empty
+// view.
 class MappedFile {
  public:
   // On failure the result is empty and `*reason` holds the system's reason ("No such file or directory",

@@ -14,7 +14,7 @@ namespace loftbay::host {
 
 namespace {
 
-// Kilobytes. Belongs to the program image; the figure of getrusage outlives exec, so that a small child of a
+// Kilobytes. Belongs to the program image; the number of getrusage outlives exec, so that a small child of a
 // large parent would state the parent's.
 std::optional<std::uint64_t> highWaterMark() {
   const FilePointer status(std::fopen("/proc/self/status", "r"));

@@ -4,10 +4,11 @@
 
 namespace loftbay::host {
 
-// To be called before anything is opened. Whoever started the program may have closed standard input, output
-// or error: the next file that is opened would get the free number, and messages would land in it. Missing
-// streams are opened on the null device, in the wrong direction, so that using them still fails and lost
-// output is noticed. From now on writing to a pipe that nobody reads is an error and ends no process.
+// To be called before anything is opened. The program may have been started with standard input, output or
+// error closed: the next file that is opened would get the free number, and messages would land in it.
+// Missing streams are opened on the null device, in the wrong direction, so that using them still fails and
+// lost output is noticed. From now on writing to a pipe without a reader is an error and does not end the
+// process.
 void prepareStandardStreams() noexcept;
 
 }  // namespace loftbay::host

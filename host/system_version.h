@@ -1,4 +1,4 @@
-// The version record of a Windows system, as the system tells it to this process. Systems other than
+// The version record of a Windows system, as the system reports it to this process. Systems other than
 // Windows have none.
 #pragma once
 

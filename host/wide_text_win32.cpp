@@ -1,4 +1,4 @@
-// Both ways through the system's own conversion.
+// Both directions use the system's own conversion.
 #include "host/wide_text.h"
 
 #include <windows.h>

@@ -226,7 +226,7 @@ class TreeLister {
       const auto& places = levels[level];
       for (std::size_t i = 0; i < places.size(); ++i) {
         ShapeDescription shape;
-        // Exact geometry that takes the place of shapes becomes strips.
+        // Exact geometry that replaces shapes becomes strips.
         const NodeKind kind = places[i].ref.data().kind;
         shape.kind = kindName(isShape(kind) ? kind : NodeKind::TriStripSet);
         shape.is_exact = !isShape(kind);

@@ -20,7 +20,7 @@ struct ShapeDescription {
   std::string kind;  // "tri-strip set", "polyline set", …; empty when it could not be read
   // What the scene graph says of a tri-strip set: exact in 8.x, an upper bound in later versions.
   std::optional<std::size_t> stated_triangles;
-  // Exact geometry that takes the place of shapes: how many triangles become of it depends on the tolerances.
+  // Exact geometry that replaces shapes: its number of triangles depends on the tolerances.
   bool is_exact = false;
   bool decoded = false;       // only with decode_shapes, and where that was possible; then:
   std::size_t sets = 0;       // strips, lines or point groups
@@ -50,7 +50,7 @@ struct SegmentDescription {
   bool is_read = true;  // whether the toolkit reads segments of this type
 };
 
-// The texts that hang on one node of a file's graph.
+// The text properties of one node of a file's graph.
 struct NodeProperties {
   std::string file;  // host form
   std::int32_t id = 0;

@@ -30,8 +30,8 @@ struct Settings {
   // Limits for a whole model, with all its files. Where nothing is set they grow with the size of the files
   // (workLimits). What is beyond is reported once and left out.
   //
-  // Nodes that are placed and shapes that are handed out (a few nodes that share each other many levels deep
-  // can stand for more places than any machine could visit). Long names and large shapes count for more.
+  // Occurrences of nodes, and shapes that are handed out (a few nodes that are shared many levels deep can
+  // have more occurrences than any machine could visit). Long names and large shapes count for more.
   std::optional<std::uint64_t> max_placed_nodes;
   // Bytes that packed segments may unpack to, all together.
   std::optional<std::uint64_t> max_unpacked_bytes;

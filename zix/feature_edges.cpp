@@ -16,9 +16,9 @@ struct Side {
 
 bool isUsable(const Vec3& point) { return !std::isnan(point[0]); }
 
-// For every point the first one at the same place.
+// For every point the first one at the same position.
 std::vector<std::uint32_t> firstAtSamePlace(const std::vector<Vec3>& points) {
-  // Sorted with their places, so that comparing two needs no look elsewhere.
+  // Sorted together with their positions, so that comparing two needs no other look-up.
   struct Entry {
     Vec3 place;
     std::uint32_t number;
@@ -53,7 +53,7 @@ bool unitNormal(const Vec3& a, const Vec3& b, const Vec3& c, Vec3& normal) {
   return true;
 }
 
-// The triangles that have an area, their corners as numbers of places, with their normals.
+// The triangles that have an area, their corners as numbers of positions, with their normals.
 struct Faces {
   std::vector<std::array<std::uint32_t, 3>> corners;
   std::vector<Vec3> normals;

@@ -1,5 +1,5 @@
 // The edges of a mesh of triangles that a draughtsman would draw: where its surface ends, and where two
-// triangles meet at an angle. Points at the same place count as one, because many meshes give each face
+// triangles meet at an angle. Points at the same position count as one, because many meshes give each face
 // points of its own.
 #pragma once
 

@@ -24,7 +24,7 @@ constexpr std::uint64_t alignUp(std::uint64_t offset) {
   return (offset + kAlignment - 1) & ~(kAlignment - 1);
 }
 
-// Four characters as they stand in the file.
+// Four characters as they are in the file.
 constexpr std::uint32_t chunkType(const char (&text)[5]) {
   std::uint32_t value = 0;
   for (int i = 3; i >= 0; --i) value = value << 8 | static_cast<unsigned char>(text[i]);

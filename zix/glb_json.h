@@ -1,5 +1,5 @@
 // The JSON chunk of a GLB file: a node per object with its name and its placement as translation, rotation
-// and scale; meshes, materials, and the places of the arrays in the binary chunk.
+// and scale; meshes, materials, and the offsets of the arrays in the binary chunk.
 #pragma once
 
 #include "zix/glb_plan.h"

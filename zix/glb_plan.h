@@ -1,8 +1,8 @@
 // What a GLB file will hold: which geometries, meshes, materials and nodes there are, and where the arrays
-// stand. Holds facts, never arrays.
+// are. Holds facts, never arrays.
 //
 // Every Node and Shape becomes a node; a Shape with one mesh carries it itself, others get a node per mesh.
-// Geometries whose arrays and mesh type are equal byte for byte stand in the buffer once, and where the
+// Geometries whose arrays and mesh type are equal byte for byte are in the buffer once, and where the
 // material is equal too, the glTF mesh is one.
 #pragma once
 

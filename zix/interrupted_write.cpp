@@ -45,7 +45,7 @@ void removeInterruptedWrites() noexcept {
     int expected = kFilled;
     if (!slot.state.compare_exchange_strong(expected, kInterrupted)) continue;
 #ifdef _WIN32
-    // The file is still open, but for sharing with whoever deletes it: its name goes with its last handle.
+    // The file is still open, but opened so that it can be deleted: its name goes with its last handle.
     DeleteFileW(slot.path.data());
 #else
     unlink(slot.path.data());

@@ -22,8 +22,8 @@ Appearance appearanceOf(const format::MaterialRecord& material) {
   appearance.color = colorOf(material.colors[0]);
   appearance.emission = colorOf(material.colors[2]);
   appearance.opacity = 1 - unit(material.colors[0][3]);
-  // The width of a highlight of exponent n is about that of roughness sqrt(2 / (n + 2)); the specular
-  // colour says how much of it there is. The exponent stands in the ambient intensity.
+  // The width of a highlight of exponent n is about that of roughness sqrt(2 / (n + 2)); the specular colour
+  // says how much of it there is. The exponent is stored in the ambient intensity.
   const auto specular = colorOf(material.colors[1]);
   const double strength = *std::max_element(specular.begin(), specular.end());
   const float shininess = material.ambient_intensity;

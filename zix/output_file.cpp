@@ -110,7 +110,7 @@ std::optional<OutputFailure> OutputFile::fail(std::string operation, int error) 
   return fail(std::move(operation), system::errorText(error));
 }
 
-// Allocates nothing itself: it tells of missing memory, too.
+// Allocates nothing itself: it reports missing memory, too.
 std::optional<OutputFailure> OutputFile::fail(std::string operation, std::string reason) {
   discard();
   if (!failure_) failure_ = OutputFailure{std::move(shown_path_), std::move(operation), std::move(reason)};
@@ -254,8 +254,8 @@ std::optional<OutputFailure> OutputFile::flushFile() {
   return error == 0 ? std::nullopt : fail("flush", error);
 }
 
-// Under the output's own name at once where it is free, else by a temporary name: no call names a file in the
-// place of another one.
+// Under the output's own name at once where it is free, else by a temporary name: no call gives a nameless
+// file the name of an existing one.
 std::optional<OutputFailure> OutputFile::placeUnnamed() {
   const auto link = [&](const system::NativePath& path) {
     const int error = hooked(FileOperation::Link);
@@ -266,7 +266,7 @@ std::optional<OutputFailure> OutputFile::placeUnnamed() {
     error = underTemporaryName(link);
     if (error == 0) error = rename();
   }
-  // One word for the user, whichever way the file takes.
+  // One word for the user, with and without a temporary name.
   if (error != 0) return fail("rename", error);
   forgetTemporary(std::exchange(interrupt_slot_, -1));
   current_path_.clear();
@@ -279,7 +279,7 @@ std::optional<OutputFailure> OutputFile::placeUnnamed() {
 
 std::optional<OutputFailure> OutputFile::placeNamed() {
   const char* operation = "close";
-  // Nobody may take the temporary for an abandoned one before it is in place.
+  // No other writer may take the temporary for an abandoned one before it is in place.
   const std::intptr_t lock = system::duplicate(handle_);
   int error = closeHandle();
   if (error == 0) {

@@ -33,7 +33,7 @@ class LinkOfHandle {
 enum class Lock { Taken, HeldByAnother, NotKnownHere };
 
 // The lock goes with the last handle of this opening of the file, whatever ends the process. It lies on a
-// byte that no file has, because some hosts let nobody else read what is locked.
+// byte that no file has, because on some hosts no other process can read what is locked.
 Lock takeLock(int file) noexcept {
 #ifdef F_OFD_SETLK
   struct flock lock {};

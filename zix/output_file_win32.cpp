@@ -17,7 +17,7 @@ HANDLE fromHandle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle
 int lastError() { return static_cast<int>(GetLastError()); }
 
 // The lock goes with the last handle of this opening of the file, whatever ends the process. It lies on a
-// byte that no file has: what is locked nobody else can read.
+// byte that no file has: what is locked no other process can read.
 bool takeLock(HANDLE file) noexcept {
   OVERLAPPED place{};
   place.OffsetHigh = DWORD{1} << 30U;
@@ -93,7 +93,7 @@ int flushFolder(std::string_view) { return 0; }
 int remove(const NativePath& path) noexcept { return DeleteFileW(path.c_str()) == 0 ? lastError() : 0; }
 
 bool removeAbandoned(const NativePath& path) noexcept {
-  // Opens only a file that nobody has open.
+  // Opens only a file that no process has open.
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_EXISTING,
                                   FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;

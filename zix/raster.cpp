@@ -31,7 +31,7 @@ std::uint32_t shade(const Vec3& n, float inverse_length, const Surface& surface)
   const float highlight = facing > 0 ? surface.gloss * f8 * f8 : 0.0F;
   Vec3 color{};
   for (std::size_t k = 0; k < 3; ++k) {
-    // Light adds up in linear light, for which squares of display values stand in well enough.
+    // Light adds up in linear light, for which squares of display values are near enough.
     const float lit = surface.color[k] * diffuse;
     const float glow = surface.emission[k];
     color[k] = (glow > 0 ? std::sqrt(lit * lit + glow * glow) : lit) + highlight;

@@ -16,7 +16,7 @@
 // `open` reads header, directory and tables into memory of its own and each array when it is asked for, so
 // that a file that shrinks meanwhile is a SceneReadError. `openMapped` reads nothing: everything is used in
 // place, and a file that shrinks, or a device that fails, ends the process with a signal (SIGBUS). It is for
-// files that nobody writes while they are open.
+// files that no process writes while they are open.
 #pragma once
 
 #include <cstddef>
@@ -50,7 +50,7 @@ struct ReadError {
   [[nodiscard]] std::string text() const;
 };
 
-// Bytes of the file could not be read any more: what() names the file, the place and the reason.
+// Bytes of the file could not be read any more: what() names the file, the offset and the reason.
 class SceneReadError : public std::runtime_error {
  public:
   SceneReadError(const std::string& path, std::uint64_t offset, const std::string& reason);
@@ -74,7 +74,7 @@ class Values : public std::span<const T> {
       : std::span<const T>(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)),
         owner_(std::move(owner)),
         offset_(offset) {}
-  // Who keeps the memory; null in place.
+  // The owner of the memory; null when used in place.
   [[nodiscard]] const std::shared_ptr<const std::byte[]>& owner() const { return owner_; }
   // Where in the file the value stands.
   [[nodiscard]] std::uint64_t offsetOf(const T& value) const {
@@ -140,7 +140,7 @@ class SceneFile {
   [[nodiscard]] bool secondFlag() const { return (scene_.flags & format::kSceneSecondFlag) != 0; }
   // The Node that the default views were made for, or kNone.
   [[nodiscard]] std::uint32_t root() const { return scene_.root; }
-  // Where the tree starts: the root, or where none is stated every Node that hangs under nothing.
+  // Where the tree starts: the root, or where none is stated every Node without a parent.
   [[nodiscard]] std::vector<std::uint32_t> treeRoots() const;
 
   [[nodiscard]] std::size_t viewCount() const { return views_.size(); }

@@ -49,7 +49,7 @@ class Diff {
       result_.differences.push_back(place() + what);
   }
 
-  // The names on the way to where the walk is: "root/plate/square: ".
+  // The names on the path to where the walk is: "root/plate/square: ".
   [[nodiscard]] std::string place() const {
     if (stack_.empty()) return "scene: ";
     constexpr std::size_t kMostNames = 16;

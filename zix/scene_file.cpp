@@ -128,7 +128,7 @@ void Scene_V0::Impl::finishFile() {
   records(format::kViewChunk, views);
   if (failure) return;
 
-  // The directory is laid out like a chunk, but nothing lists it: the header holds its place and checksum.
+  // The directory is laid out like a chunk, but nothing lists it: the header holds its offset and checksum.
   std::deque<format::ChunkEntry> none;
   TableChunk directory(file, 0, sizeof(format::ChunkEntry));
   addAll(directory, chunks);

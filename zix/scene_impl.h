@@ -1,6 +1,6 @@
-// What a scene holds in memory until closeFile: one small record per object, as it will stand in the file.
-// The records live in deques, which grow without copying and without spare room worth mentioning, because
-// the scene's promise is 64 MB plus 200 bytes and the name per object, whatever the arrays hold.
+// What a scene holds in memory until closeFile: one small record per object, as it will be in the file. The
+// records live in deques, which grow without copying and without spare room worth mentioning, because the
+// scene's promise is 64 MB plus 200 bytes and the name per object, whatever the arrays hold.
 #pragma once
 
 #include <deque>
@@ -35,7 +35,7 @@ class TextPool {
   std::deque<char> bytes_;
 };
 
-// What the scene knows about an array of coordinates besides its record.
+// What the scene knows about an array of coordinates in addition to its record.
 struct CoordinatesState {
   format::CoordinatesRecord record{3, format::kNone, 0, 0};
   BoxF box;
@@ -95,7 +95,7 @@ struct Scene_V0::Impl {
   TextPool texts;
   TextPool::Reference model_name;
   format::SceneRecord scene{};
-  // The last name given to an object of each type: "mesh" and "Material" then stand in the file once.
+  // The last name given to an object of each type: "mesh" and "Material" are then in the file once.
   std::vector<std::pair<std::uint32_t, TextPool::Reference>> last_names;
   std::uint32_t root = format::kNone;
   std::uint32_t node_count = 0;

@@ -1,6 +1,6 @@
 // What a scene holds, in words: counts, bounds, views and meshes as text lines or as one JSON document (its
-// fields stand in docs/zix-format.md), and the tree with one line per object. The text comes piece by piece;
-// all of it is valid UTF-8 whatever bytes the scene's names hold.
+// fields: see docs/zix-format.md), and the tree with one line per object. The text comes piece by piece; all
+// of it is valid UTF-8 whatever bytes the scene's names hold.
 #pragma once
 
 #include <functional>

@@ -46,7 +46,7 @@ class StructureCheck {
   template <typename T>
   Failure findTable(std::uint32_t type, Table<T>& table, std::size_t* chunk_number);
 
-  // Where row `row` of a table stands in the file.
+  // Where row `row` of a table is in the file.
   [[nodiscard]] std::uint64_t placeOf(std::size_t chunk, std::size_t row) const;
   [[nodiscard]] bool isType(std::uint32_t object, ObjectType type) const {
     return object < types_.size() && types_[object] == static_cast<std::uint32_t>(type);

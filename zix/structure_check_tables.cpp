@@ -1,4 +1,4 @@
-// What the tables say: texts, objects and how they hang together, meshes and arrays.
+// What the tables say: texts, objects and how they are linked, meshes and arrays.
 #include "zix/object_names.h"
 #include "zix/structure_check.h"
 
@@ -8,7 +8,7 @@ using format::kNone;
 
 namespace {
 
-// The type of object that one of each type hangs under, by type number; 0 for those outside the tree.
+// Per type number: the type of the parent of such an object; 0 for those outside the tree.
 constexpr std::array<std::uint8_t, 20> kParentTypes = [] {
   std::array<std::uint8_t, 20> parents{};
   const auto hangsUnder = [&](ObjectType child, ObjectType parent) {
@@ -125,7 +125,7 @@ std::optional<ReadError> StructureCheck::checkChildren() {
     if (object.child_count == 0) continue;
     if (auto failure = checkObjectChildren(i, object)) return failure;
   }
-  // Nothing is listed twice, and only under its own parent: so equal counts say that nobody is left out.
+  // Nothing is listed twice, and only under its own parent: so equal counts mean that none is left out.
   if (listed_ != scene_.children_.size() || listed_ != attached_) {
     return refuse("CHILDREN", placeOf(object_chunk_, 0),
                   number(attached_) + " objects have a parent, and parents list " + number(listed_) + " of " +

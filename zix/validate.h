@@ -29,9 +29,9 @@ struct ValidationReport {
   void add(bool is_error, std::string_view code, std::uint64_t offset, std::string message);
 };
 
-// A file that cannot be opened or whose structure is damaged gives one error; otherwise the checksums of
-// all chunks, the padding between them and the contents of all arrays are checked. A file that cannot be read
-// to its end gives the error CANNOT_READ, and nothing behind that place is checked.
+// A file that cannot be opened or whose structure is damaged gives one error; otherwise the checksums of all
+// chunks, the padding between them and the contents of all arrays are checked. A file that cannot be read to
+// its end gives the error CANNOT_READ, and nothing behind that offset is checked.
 ValidationReport validateFile(std::string_view program_path);
 ValidationReport validateBytes(std::span<const std::byte> bytes);
 

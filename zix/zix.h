@@ -65,9 +65,9 @@ class Scene_V0 {
   // The object's display name, any bytes up to the NUL. A null pointer is an empty name.
   void setName(const ObjectId& id, const char* name);
 
-  // Finishes the file, makes it durable and puts it in the place of `path`. Throws SceneError when anything
-  // since saveTo failed, or when a call found no memory (std::bad_alloc) and was done by half; then nothing
-  // is left of the new file, unless making its name durable was all that failed.
+  // Finishes the file, makes it durable and puts it at `path`. Throws SceneError when anything since saveTo
+  // failed, or when a call found no memory (std::bad_alloc) and is incomplete; then nothing is left of the
+  // new file, unless making its name durable was all that failed.
   void closeFile(const char* path);
 
   struct Impl;
@@ -118,7 +118,7 @@ class Scene_V1 : public Scene_V0 {
                 const float& blue, const float& alpha);
   void setAmbientIntensity(const ObjectId& material, float intensity);
 
-  // Named cameras front, back, left, right, top, bottom and iso, fitted to the bounds of what hangs under
+  // Named cameras front, back, left, right, top, bottom and iso, fitted to the bounds of what is below
   // `root`. Called once, after all objects exist.
   void createDefaultViews(const ObjectId& root);
 };

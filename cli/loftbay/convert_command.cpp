@@ -80,7 +80,7 @@ std::string complaint(const Request& request) {
   return workDirComplaint(request.options);
 }
 
-// The text on standard error, except what was told while the conversion ran.
+// The text on standard error, except what was written while the conversion ran.
 void printResult(const Request& request, const SingleConversion& conversion, const ConversionReport& report) {
   const std::string& input = request.files[0];
   const bool in_batch = request.options.in_batch;

@@ -14,7 +14,7 @@ namespace loftbay::cli {
 // Of the shapes at one level of detail, over all parts that have it. Counts stop at their type's maximum.
 struct LevelSummary {
   std::uint64_t unique = 0;  // each part once
-  std::uint64_t placed = 0;  // each part as often as it stands in the product
+  std::uint64_t placed = 0;  // each part as often as it occurs in the product
   // Sources of the triangle counts, in shapes that have triangles (each part once): decoded, tessellated from
   // exact geometry, stated by the scene graph, unknown.
   std::uint64_t decoded = 0;

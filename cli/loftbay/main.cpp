@@ -1,4 +1,4 @@
-// `loftbay`: converts JT files into Zix scenes and tells what a JT file holds.
+// `loftbay`: converts JT files into Zix scenes and shows what a JT file holds.
 #include "cli/loftbay/convert_command.h"
 #include "cli/loftbay/info_command.h"
 #include "cli/loftbay/options.h"

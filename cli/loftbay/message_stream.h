@@ -1,5 +1,5 @@
 // A stream whose text is handed on line by line, as soon as a line is complete: the toolkit's messages on
-// their way to standard error. Keeps what was said, so that a loss is not told twice.
+// their way to standard error. Keeps what was said, so that a loss is not reported twice.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// What one conversion did, as the user is told: the JSON report, and the observer that fills it.
+// What one conversion did, for the user: the JSON report, and the observer that fills it.
 #pragma once
 
 #include <cstdint>

@@ -9,7 +9,7 @@ using namespace Orb::Zix;
 
 namespace {
 
-// The document where there is no scene to tell of.
+// The document if there is no scene to describe.
 void printJsonError(const ReadError& error) {
   JsonWriter json(print);
   json.beginObject();

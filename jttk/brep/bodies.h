@@ -118,7 +118,7 @@ struct Edge {
   double tolerance = 0;
   std::int32_t start = kNone;  // vertices; none on a ring
   std::int32_t end = kNone;
-  std::int32_t forward_fin = kNone;  // the first one met of each sense
+  std::int32_t forward_fin = kNone;  // the first one found of each direction
   std::int32_t backward_fin = kNone;
 };
 
@@ -174,7 +174,7 @@ struct Bodies {
   // JT length units per metre as the data themselves say it; nothing when they do not.
   std::optional<double> units_per_metre;
   std::string schema;
-  // Damage that belongs to no face, with its place.
+  // Damage that belongs to no face, with where it is.
   std::vector<std::string> problems;
 };
 

@@ -20,7 +20,7 @@ struct SurfacePoint {
 CurvePoint evaluateSpline(const CurveSpline& spline, double t);
 SurfacePoint evaluateSpline(const SurfaceSpline& spline, double u, double v);
 
-// What an evaluation costs by its degrees (see WorkCounter), besides what every evaluation costs.
+// What an evaluation costs by its degrees (see WorkCounter), in addition to what every evaluation costs.
 inline std::uint64_t stepsOf(const CurveSpline& spline) {
   const auto degree = static_cast<std::uint64_t>(spline.degree);
   return degree * degree / 4;

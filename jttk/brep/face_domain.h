@@ -1,5 +1,5 @@
-// A face in the parameter plane of its surface: its loops as polygons with the region on their left, cut
-// open along a seam where the face goes all the way round, with a row of points for a pole.
+// A face in the parameter plane of its surface: its loops as polygons with the region on their left, cut open
+// along a seam where the face winds round the surface, with a row of points for a pole.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Curves and surfaces of Bodies at a parameter, and the way back from a point to its parameters.
+// Evaluates curves and surfaces of Bodies at parameters, and finds the parameters of points (inversion).
 //
 // Holds what is computed once per curve or surface (refined intersection curves, start points of searches),
 // so it is not for several threads at once.

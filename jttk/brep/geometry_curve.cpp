@@ -161,7 +161,7 @@ double Geometry::minimize(const Curve& curve, double guess, double accept,
     return clamps ? std::clamp(t, limits.low, limits.high) : t;
   };
   // The residual is across the curve where its product with the derivative is 0. The slope of that product:
-  // at first as if the curve were straight, then from the last two places.
+  // at first as if the curve were straight, then from the last two parameters.
   const auto descendFrom = [&](double t) {
     double last_t = t;
     double last_g = 0;

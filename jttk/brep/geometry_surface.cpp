@@ -1,5 +1,5 @@
-// Surfaces: points and derivatives, the parameters that belong to them, and normals. The way back from a
-// point is in surface_inversion.cpp.
+// Surfaces: points and derivatives, the parameters that belong to them, and normals. Inversion of points is
+// in surface_inversion.cpp.
 #include <algorithm>
 
 #include "host/portable_math.h"

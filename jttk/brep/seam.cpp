@@ -1,5 +1,5 @@
-// A cut is the shortest straight way in the parameter plane that meets no loop. Where there is none, the
-// nearest hole is joined to the lower loop first.
+// A cut is the shortest straight segment in the parameter plane that crosses no loop. Where there is none,
+// the nearest hole is joined to the lower loop first.
 #include "jttk/brep/seam.h"
 
 #include <algorithm>
@@ -76,7 +76,7 @@ bool SeamCutter::crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, bo
   return false;
 }
 
-// Straight ways from points of `lower` to points of another loop, the shortest first.
+// Straight cuts from points of `lower` to points of another loop, the shortest first.
 std::vector<SeamCutter::Way> SeamCutter::waysBetween(const DomainLoop& lower, const DomainLoop& other,
                                                      Vec2 turn, std::size_t kept) const {
   const double turn_size = turn.u * turn.u + turn.v * turn.v;

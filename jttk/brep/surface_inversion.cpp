@@ -67,7 +67,7 @@ const Geometry::Grid& Geometry::grid(const Surface& surface) {
                200, kMaximumGridPoints / std::max<std::size_t>(1, std::min<std::size_t>(vs.size(), 200))));
   thin(vs, std::max<std::size_t>(2, kMaximumGridPoints / std::max<std::size_t>(1, us.size())));
   Grid made;
-  // A pole once: all its copies among the nearest places would leave no start with the right direction.
+  // A pole once: all its copies among the nearest grid points would leave no start with the right direction.
   std::vector<Vec3> row(vs.size());
   for (std::size_t i = 0; i < us.size(); ++i) {
     for (std::size_t k = 0; k < vs.size(); ++k) {

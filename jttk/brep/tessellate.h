@@ -35,7 +35,7 @@ std::optional<double> metresOfUnit(std::string_view measurement_units);
 
 // JT length units per metre for a part. The unit that the data state comes first; then `measurement_units`,
 // the part's property JT_PROP_MEASUREMENT_UNITS (any letter case; empty: not known). Empty when neither
-// tells; then use unitsPerMetreFromBox.
+// states it; then use unitsPerMetreFromBox.
 std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units);
 
 // Units per metre from the part's box in JT units (min x y z, max x y z): the size of that box divided by

@@ -1,5 +1,5 @@
-// Walks BODY -> REGION -> SHELL -> FACE -> LOOP -> FIN. Every chain ends at a node that was met before, so
-// damaged links cannot make it run for ever.
+// Walks BODY -> REGION -> SHELL -> FACE -> LOOP -> FIN. Every chain ends at a node that was visited before,
+// so damaged links cannot make it run for ever.
 #include "jttk/brep/xt_model.h"
 
 #include <unordered_map>

@@ -17,7 +17,7 @@ struct ProbabilityEntry {
   std::int32_t value = 0;
   std::uint32_t cumulative = 0;   // occurrences of all entries before this one
   std::uint32_t occurrences = 0;  // 0: never chosen
-  bool is_escape = false;         // stands for the next out-of-band value
+  bool is_escape = false;         // means the next out-of-band value
 };
 
 struct ProbabilityTable {

@@ -57,7 +57,7 @@ class ArithmeticTable {
   std::uint32_t total_ = 0;
   std::uint64_t reciprocal_ = 0;         // of the total, times 2^48
   std::vector<Part> parts_;              // per entry
-  std::vector<std::uint16_t> entry_at_;  // per place in 0 .. total - 1
+  std::vector<std::uint16_t> entry_at_;  // per position in 0 .. total - 1
 };
 
 // low <= code <= high holds throughout, whatever the bits are: the entry is chosen so that its share of the
@@ -91,9 +91,10 @@ class ArithmeticDecoder {
   }
 
  private:
-  // All leading bits in which low and high agree leave. Then low begins with 0 and high with 1, and all
-  // places behind that where low has 1 and high has 0 leave too, with the first bit of the code turned over
-  // (the range straddles the middle). Without branches: how many bits leave is as good as random.
+  // All leading bits in which low and high agree are shifted out. Then low begins with 0 and high with 1, and
+  // all following bits in which low has 1 and high has 0 are shifted out too, with the first bit of the code
+  // inverted (the range straddles the middle). Without branches: how many bits are shifted out is as good as
+  // random.
   void narrow(std::uint32_t begin_share, std::uint32_t end_share) noexcept {
     high_ = low_ + end_share - 1;
     low_ = low_ + begin_share;

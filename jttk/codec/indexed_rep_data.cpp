@@ -34,7 +34,7 @@ Result<void> readStarts(ByteReader& reader, Int32PacketReader& packets, const ch
               start);
 }
 
-// The lists are stored plainly as a rule, but other predictors are published for them. The hash tells: each
+// The lists usually have no predictor, but other predictors are published for them. The hash decides: each
 // list is tried with every one until the chain of all three agrees. False when no choice does; then nothing
 // has changed.
 bool undoOtherPredictors(IndexLists& lists, std::uint32_t stored) {

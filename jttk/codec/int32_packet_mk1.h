@@ -16,7 +16,7 @@ namespace jttk {
 //   maximum_count  the most values that make sense to the caller; a packet that claims more is an error,
 //                  found before memory is taken. Packets can hold many values in next to no bytes.
 //   values         replaced by the packet's values (its memory is used again). No predictor is applied.
-//                  After a failure its contents are of no use.
+//                  After a failure its contents are invalid.
 //   memory         where the memory for the values is taken from; null: without a limit.
 // Packets in packets are followed to a fixed depth.
 Result<void> decodeInt32PacketMk1(ByteReader& in, std::size_t maximum_count,

@@ -1,5 +1,5 @@
-// Unit normals coded as a place on the sphere: 8 octants of 6 sextants each, and in a sextant two angles.
-// Sextant and octant say which axes to swap and to turn over; the angles are codes of `bits` bits.
+// Unit normals coded as a position on the sphere: 8 octants of 6 sextants each, and in a sextant two angles.
+// Sextant and octant say which axes to swap and to negate; the angles are codes of `bits` bits.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace jttk {
 
-// Codes of angles are at most this long: the packed code of JT 10 has 6 bits besides two angles in 32.
+// Codes of angles are at most this long: the packed code of JT 10 has 6 bits and two angles in 32.
 inline constexpr std::uint32_t kMaximumNormalBits = 13;
 // The published greatest latitude of a sextant, where tan is sqrt(1/2).
 inline constexpr double kGreatestPsi = 0.615479709;

@@ -42,7 +42,7 @@ inline void undoPredictor(Predictor predictor, std::span<std::int32_t> values) {
       return undoPrediction(values,
                             [](std::uint32_t r, auto v, std::size_t) { return r + v(2) + (v(2) - v(4)); });
     case Predictor::StripIndex:
-      // Indices of a strip go on in steps of two corners; a jump stands for a restart, which goes on by 2.
+      // Indices of a strip continue in steps of two corners; a jump means a restart, which continues by 2.
       return undoPrediction(values, [](std::uint32_t r, auto v, std::size_t) {
         const auto step = static_cast<std::int32_t>(v(2) - v(4));
         return r + v(2) + (step > -8 && step < 8 ? static_cast<std::uint32_t>(step) : 2U);

@@ -1,6 +1,6 @@
 // What the numbers of a primitive set mean as solids.
 //
-// The numbers can be read in a few ways: a box may stand with a corner or with its middle at its place, three
+// The numbers have a few possible readings: a box may have a corner or its middle at its origin, three
 // numbers of a cylinder may be two radii of an ellipse and a height, or the radii of both ends and a height,
 // and so on. No reading is trusted by itself. The scene graph states the box of the shape, and often its
 // area: a reading counts when its solids fill that box. When several do and make different solids, the area

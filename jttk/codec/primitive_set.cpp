@@ -144,7 +144,7 @@ Result<std::vector<Primitive>> readLossless(ByteReader& in, const Header& header
   return primitives;
 }
 
-// ---- Lossy: quantisers, a count and a packet of codes per component for places, sizes, rotations and
+// ---- Lossy: quantisers, a count and a packet of codes per component for origins, sizes, rotations and
 // colours; then a packet of types.
 
 class LossyReader {

@@ -1,5 +1,5 @@
 // Primitive sets: boxes, cylinders, pyramids, spheres and triangular prisms that a file gives by a few
-// numbers each, in place of triangles. This is what the element says; what the numbers mean as solids is
+// numbers each, in place of triangles. This is what the element states; what the numbers mean as solids is
 // decided in primitive_meaning.h.
 #pragma once
 

@@ -15,7 +15,7 @@ namespace jttk {
 namespace {
 
 constexpr std::uint32_t kStoredEscape = 0;  // symbols are stored plus 2, and the escape is -2
-// Real tables have some dozen entries; the arithmetic coder's 16-bit registers cannot tell more apart.
+// Real tables have some dozen entries; the arithmetic coder's 16-bit registers cannot distinguish more.
 constexpr std::uint32_t kMaximumEntries = 1U << 16;
 
 // The values of the first table by stored symbol, ascending.

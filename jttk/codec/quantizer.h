@@ -1,4 +1,4 @@
-// Quantised numbers: an unsigned code of `bits` bits stands for a point between `minimum` and `maximum`.
+// Quantised numbers: an unsigned code of `bits` bits is a point between `minimum` and `maximum`.
 //
 // Readers must agree to the last bit: the value is computed in double in exactly this order and rounded to
 // float once. There is no half step, so code 0 is the minimum and the largest code the maximum.
@@ -11,7 +11,7 @@ namespace jttk {
 struct UniformQuantizer {
   float minimum = 0;
   float maximum = 0;
-  std::uint8_t bits = 0;  // 0 .. 32; with 0 bits every code stands for the minimum
+  std::uint8_t bits = 0;  // 0 .. 32; with 0 bits every code means the minimum
 
   [[nodiscard]] double largestCode() const noexcept {
     return bits >= 32 ? 4294967295.0 : static_cast<double>((std::uint64_t{1} << bits) - 1);

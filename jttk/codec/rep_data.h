@@ -1,5 +1,5 @@
-// The two ways in which JT 9 and 10 store a shape: topologically compressed (tri-strip and polygon sets) and
-// as lists of indices (polyline and point sets).
+// The two representations of a shape in JT 9 and 10: topologically compressed (tri-strip and polygon sets)
+// and as lists of indices (polyline and point sets).
 #pragma once
 
 #include "jttk/codec/int32_packet_mk2.h"
@@ -9,7 +9,7 @@
 
 namespace jttk {
 
-// `reader` stands at the representation; what follows it is left unread.
+// `reader` is at the representation; what follows it is left unread.
 Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm form,
                                                const ShapeContext& context = {});
 // `kind`: Polylines or Points.

@@ -20,8 +20,8 @@ inline constexpr std::uint64_t kGenerousShapeValues = std::uint64_t{1} << 27;
 inline constexpr std::uint64_t kGenerousValuesPerByte = 256;
 inline constexpr std::uint64_t kShapeValuesPerByte = 32;
 
-// One large valence stands for as many corners, and a corner takes more memory than a value. So it takes
-// bytes to have more than this many.
+// One large valence makes as many corners, and a corner takes more memory than a value. So more corners than
+// this need bytes that justify them.
 inline constexpr std::uint64_t kFreeShapeCorners = std::uint64_t{1} << 25;
 // Corners are numbered in 32 bits, also where each of them has become a triangle.
 inline constexpr std::uint64_t kMaximumShapeCorners = 0xffffffffU / 3;

@@ -1,6 +1,6 @@
 // A shape segment holds one logical element: I32 length, GUID, U8 base type, and from JT 9 on I32 object id.
 // The GUID alone says what it is. What follows the representation (version numbers, the bindings once more,
-// the end of the elements) is of no use.
+// the end of the elements) is not used.
 #include "jttk/codec/shape_lod.h"
 
 #include <algorithm>

@@ -77,7 +77,7 @@ std::vector<Origin> takeApart(ShapeGeometry& geometry) {
       for (std::uint32_t i = 0; i < facet_corners; ++i) {
         origins.push_back({geometry.corner_positions[corner + i], facet, primitive});
       }
-      // Every other triangle of a strip runs the other way.
+      // Every other triangle of a strip has the opposite winding.
       if (facet_corners == 3 && (corner - first) % 2 != 0)
         std::swap(*(origins.end() - 3), *(origins.end() - 2));
       starts.push_back(static_cast<std::uint32_t>(origins.size()));

@@ -219,7 +219,7 @@ bool TopologyDecoder::walk(std::uint32_t index, std::uint32_t last) {
     const Slot across =
         slots_[vertex.first_slot + (Forward ? vertex.previous(here.slot) : vertex.next(here.slot))];
     if (across.polygon == kUnknown) return true;
-    // It runs along the edge the other way round.
+    // It runs along the edge in the opposite direction.
     const Polygon& neighbour = polygons_[across.polygon];
     const std::uint32_t its_corner =
         Forward ? neighbour.previous(across.corner) : neighbour.next(across.corner);

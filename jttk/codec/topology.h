@@ -57,8 +57,8 @@ struct Topology {
 inline constexpr std::uint32_t kNoTopologyRecord = 0xffffffffU;
 
 // `offset`: where the arrays came from, for messages. All symbols must be used up, all slots be filled. One
-// large valence stands for as many corners, so arrays of few values do not bound the mesh: the limits do. The
-// memory of the result stays taken.
+// large valence makes as many corners, so the mesh is not bounded by the arrays' length but by the limits.
+// The memory of the result stays taken.
 struct TopologyLimits {
   std::uint64_t maximum_corners = kFreeShapeCorners;  // kMaximumShapeCorners at most
   MemoryBudget* memory = nullptr;                     // null: without a limit

@@ -1,5 +1,5 @@
-// The table of contents of a JT file: which segment lies where. A segment's id, type and length stand in its
-// own header once more; where the two contradict each other, the rules below decide.
+// The table of contents of a JT file: which segment lies where. A segment's id, type and length are repeated
+// in its own header; where the two contradict each other, the rules below decide.
 #pragma once
 
 #include <cstddef>

@@ -10,8 +10,8 @@
 
 namespace jttk {
 
-// No segment unpacks to more than this, whatever the file claims: a kilobyte of input can stand for a
-// megabyte of output, so the input's size is no protection.
+// No segment unpacks to more than this, whatever the file claims: a kilobyte of input can unpack to a
+// megabyte, so the input's size is no protection.
 inline constexpr std::size_t kMaximumUnpackedBytes = std::size_t{1} << 30;
 
 // `packed`: a zlib stream; bytes behind its end are ignored. `offset`: where `packed` lies in its file, for

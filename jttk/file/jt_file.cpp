@@ -15,7 +15,7 @@ namespace jttk {
 namespace {
 
 constexpr std::size_t kHeaderTextBytes = 80;
-// Text, byte order, a reserved field, the place of the table, the id of the scene graph.
+// Text, byte order, a reserved field, the offset of the table, the id of the scene graph.
 constexpr std::size_t kMostHeaderBytes = kHeaderTextBytes + 1 + 4 + 8 + 16;
 constexpr std::string_view kHeaderMark = "Version";
 constexpr Version kFirstVersion{8, 0};
@@ -317,8 +317,8 @@ const TocEntry* JtFile::find(const Guid& id) const {
   return found == by_id_.end() ? nullptr : &contents_.entries[found->second];
 }
 
-// The segment's length stands in the table and in its own header. Where they differ the longer one is used,
-// cut to the end of the file. The decoder of the data notices if something is missing.
+// The segment's length is in the table and in its own header. Where they differ the longer one is used, cut
+// to the end of the file. The decoder of the data notices if something is missing.
 Result<JtFile::Extent> JtFile::extentOf(const TocEntry& entry) const {
   if (!source_.holds(entry.offset, kSegmentHeaderBytes)) {
     return fail(std::to_string(entry.length_bytes) + " bytes at byte " + std::to_string(entry.offset) +

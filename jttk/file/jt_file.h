@@ -72,7 +72,7 @@ class JtFile {
   [[nodiscard]] std::span<const TocEntry> contents() const noexcept { return contents_.entries; }
   // How many entries of the file's table were repetitions.
   [[nodiscard]] std::size_t duplicateEntries() const noexcept { return contents_.duplicates; }
-  // Where the table and the segments' headers contradict each other, and what was made of it.
+  // Where the table and the segments' headers contradict each other, and which of them is used.
   [[nodiscard]] std::span<const std::string> contradictions() const noexcept {
     return contents_.contradictions;
   }

@@ -58,7 +58,7 @@ class Allowance {
 };
 
 struct WorkLimits {
-  WorkLimit places;    // nodes and shapes that are placed
+  WorkLimit places;    // occurrences of nodes and shapes
   WorkLimit unpacked;  // bytes
   WorkLimit exact;     // evaluations of curves and surfaces, and what costs as much
   WorkLimit memory;    // bytes

@@ -9,10 +9,10 @@
 
 namespace jttk {
 
-// The kind of attribute that a GUID stands for; empty when it stands for none that is known.
+// The kind of attribute that a GUID names; empty when it is unknown.
 std::optional<AttributeKind> attributeKind(const Guid& guid);
 
-// What the scene has no place for; elements of these kinds are counted.
+// Kinds that a scene cannot hold; their elements are counted.
 [[nodiscard]] bool isLight(const Guid& guid);  // a light itself, not a set of lights
 [[nodiscard]] bool isTexture(const Guid& guid);
 

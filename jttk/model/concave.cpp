@@ -58,7 +58,7 @@ class EarCutter {
   }
 
   // Calls `triangle(a, b, c)` with corners of the polygon, counted from 0. False when there were too many
-  // tests; some triangles may have been told then.
+  // tests; `triangle` may have been called for some then.
   template <typename Triangle>
   bool cut(Triangle triangle) {
     const auto count = static_cast<std::uint32_t>(points_.size());

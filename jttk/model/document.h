@@ -41,14 +41,14 @@ struct Document {
   // Part nodes that are shown by another level than the wanted one, and that lose colours: counted once.
   std::unordered_set<std::uint32_t> told_levels;
   std::unordered_set<std::uint32_t> told_colors;
-  // Segments of exact geometry whose losses have been told.
+  // Segments of exact geometry whose losses have been reported.
   std::set<Guid> reported_segments;
 
   // The node's own name as people see it; empty when it has none.
   [[nodiscard]] std::string label(std::uint32_t node) const;
   // The label of the nearest named node at or above, or the file's name: for messages.
   [[nodiscard]] std::string nearestLabel(std::uint32_t node) const;
-  // Whether the node stands for another file.
+  // Whether the node is a reference to another file.
   [[nodiscard]] bool isReference(std::uint32_t node) const;
 };
 

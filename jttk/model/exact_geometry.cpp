@@ -1,5 +1,6 @@
-// A part's exact geometry hangs as late loaded segments on the nodes that are the part. What can be read is
-// tessellated and joined into one set of strips; the rest is told with file, segment, face and reason.
+// A part's exact geometry is in late loaded segments of the nodes that together are the part. What can be
+// read is tessellated and joined into one set of strips; the rest is reported with file, segment, face and
+// reason.
 #include "jttk/model/exact_geometry.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ namespace {
 
 constexpr double kMillimetres = 1000;
 constexpr std::size_t kMaxToldFaces = 100;   // of one segment
-constexpr std::uint32_t kFreeSegments = 16;  // of one node, whose search costs nothing besides
+constexpr std::uint32_t kFreeSegments = 16;  // per node, searched at no cost to the work budget
 // Bytes of exact geometry that are read in the time of one evaluation.
 constexpr std::size_t kBytesPerWork = 16;
 

@@ -16,7 +16,7 @@ namespace jttk {
 // types that are unknown.
 [[nodiscard]] bool isGeometryOfItsOwn(std::int32_t segment_type);
 [[nodiscard]] std::int32_t segmentType(const Document& document, const LateLoaded& entry);
-// The first such segment that hangs on the node; null when there is none.
+// The node's first such segment; null when there is none.
 [[nodiscard]] const LateLoaded* unreadGeometry(const Document& document, const Node& node);
 // Why a segment of such a type gives nothing.
 [[nodiscard]] std::string unreadText(std::int32_t segment_type);

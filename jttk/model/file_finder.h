@@ -38,9 +38,10 @@ class FileFinder {
   //   the reference as stated, seen from the referring file's folder, then from the model's;
   //   its tails below the model's folder, the longest first;
   //   its bare name beside the referring file, and there in the folder that is named like that file;
-  //   each search folder: the reference as stated, then its tails. For files named through a link the link's
-  //   folder is searched first, then the target's. What is refused as stated may still be found by a tail. A
-  //   network name is tried as stated where that is allowed or model or search folder lie on the same share.
+  //   each search folder: the reference as stated, then its tails.
+  // For files named through a link the link's folder is searched first, then the target's. What is refused as
+  // stated may still be found by a tail. A network name is tried as stated where that is allowed or model or
+  // search folder lie on the same share.
   Found find(std::string_view referring_path, std::string_view reference);
 
  private:

@@ -62,7 +62,7 @@ void AssemblyObject::expand() const {
   }
 }
 
-// Takes a child, or goes on to those of a grouping node. False when there is no place for it.
+// Takes a child, or goes on to those of a grouping node. False when the budget has no room for it.
 bool AssemblyObject::enter(NodeRef ref, Inherited inherited, std::vector<Level>& levels) const {
   if (!model_.countPlace(ref)) return false;
   if (!isGrouping(ref.data().kind)) {

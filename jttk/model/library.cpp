@@ -18,7 +18,7 @@ namespace diag = loftbay::diag;
 Library::Library(std::unique_ptr<Document> main, bool allow_outside, std::vector<std::string> search_folders)
     : finder_(main->path, allow_outside, std::move(search_folders)), main_(main.get()) {
   Document* document = main.get();
-  // Bytes without a file have no canonical path; the empty key cannot be met again.
+  // Bytes without a file have no canonical path; no other file can have the empty key.
   documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
   ways_.push_back({document, nullptr});
   tellOpened(*document);

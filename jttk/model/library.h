@@ -1,5 +1,5 @@
-// The files of one model, each opened once, when something of it is asked for; and the one place from which
-// losses and notes are told.
+// The files of one model, each opened once, when something of it is asked for. All losses and notes are
+// reported from here.
 #pragma once
 
 #include <deque>

@@ -66,8 +66,7 @@ MaterialStates::State MaterialStates::apply(State above, const SceneGraph& graph
   const Values& upper = states_[above];
   const bool forced = (attribute.state & Attribute::kForce) != 0;
   const std::uint32_t closed = forced ? 0 : upper.final_fields;
-  // Fields that nobody has set yet come from the first material whatever it inhibits: there is no other
-  // value.
+  // Fields that are not set yet come from the first material whatever it inhibits: there is no other value.
   const std::uint32_t fields = upper.present ? ~attribute.inhibited_fields & ~closed : kAllFields;
   State result = above;
   if (fields != 0) {

@@ -26,7 +26,7 @@ class MaterialStates {
   MaterialStates& operator=(const MaterialStates&) = delete;
 
   // The state below a node that lists `attribute` (a material of `graph`), where `above` was in force.
-  // `graph` is told apart by its address and must outlive this object.
+  // `graph` is identified by its address and must outlive this object.
   State apply(State above, const SceneGraph& graph, std::uint32_t attribute);
 
   // Whether the materials in force are the same.

@@ -85,8 +85,8 @@ std::vector<StatedExtent> statedExtents(const SceneGraph& graph, const Node& nod
   return stated;
 }
 
-// What is made of a decoded shape, for as long as it takes: strips of polygons, with several arrays of what
-// every triangle has; and tables of the vertices, by whoever is handed them.
+// Counts the memory that using a decoded shape takes for a while: several arrays per triangle to make strips
+// of polygons, and tables of the vertices in the code that receives the shape.
 Result<void> takeMemoryToUse(const ShapeGeometry& geometry, MemoryBudget& memory) {
   constexpr std::uint64_t kBytesPerCorner = 24;
   constexpr std::uint64_t kBytesPerVertex = 64;
@@ -126,7 +126,7 @@ Result<ShapeGeometry> decode(const Document& document, const Node& node, MemoryB
   return geometry;
 }
 
-// NaN has no order, and would equal every other number: the largest number takes its place.
+// NaN has no order, and would equal every other number: it is replaced by the largest number.
 Matrix makeComparable(const Matrix& matrix) {
   Matrix comparable = matrix;
   for (double& element : comparable) {

@@ -35,7 +35,7 @@ struct Inherited {
 
 class Model {
  public:
-  // Instances inside instances: each is a recursion of whoever walks the model.
+  // Instances inside instances: each is one recursion of the converter's walk.
   static constexpr std::uint32_t kMaxInstanceDepth = 500;
 
   // The root of a model; it owns everything else and is destroyed by its last unref.
@@ -59,10 +59,11 @@ class Model {
   bool countPlace(NodeRef node);
   // Counts a name that is handed out: each goes into the log and the scene.
   void countName(std::size_t bytes);
-  // Counts a shape that is asked for, and its corners. False (and told once) when there is no room for them.
+  // Counts a shape that is asked for, and its corners. False (and reported once) when the budget has no room
+  // for them.
   bool countShape();
   bool countCorners(std::size_t corners);
-  // Whether there is room for any more names and shapes. False is told once.
+  // Whether the budget has room for any more names and shapes. False is reported once.
   bool hasRoom();
 
   // Adds the node's own attributes to what comes from above; its transforms are applied before `matrix`.
@@ -89,7 +90,7 @@ class Model {
   void holds(ShapeObject* shape) { holding_.push_back(shape); }
   // The same for what was made of exact geometry.
   void holds(ExactGeometry* exact) { holding_exact_.push_back(exact); }
-  // What the triangles of exact geometry depend on besides the parameters.
+  // What the triangles of exact geometry depend on in addition to the parameters.
   struct ExactKey {
     const Document* document;
     std::vector<Guid> segments;
@@ -112,7 +113,7 @@ class Model {
   void releaseShapes();
 
  private:
-  // What decides how a part looks at a place.
+  // What decides how an occurrence of a part looks.
   struct PartKey {
     Document* document;
     std::uint32_t node;
@@ -127,20 +128,20 @@ class Model {
     }
   };
 
-  // Tells, once for each, of a transform that places nothing well, and of coordinates that are no numbers.
+  // Reports, once for each, an unusable transform, and coordinates that are not finite.
   void checkTransform(NodeRef ref, std::uint32_t attribute);
   void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
   void tellOwnTransforms() const;
   void tellOfMissingNotes() const noexcept;
   // Always false.
   bool tellPlaces();
-  // Tells, once for each shape, what is odd about it.
+  // Reports the doubts and faults in `facts`, once for each shape.
   void tellFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts);
-  // Takes a place in `told`, which holds nodes of the shape's file.
+  // A note, once per shape: `told` holds the nodes of the shape's file that have had theirs.
   void noteShape(NodeRef shape, const std::string& part_name, std::unordered_set<std::uint32_t>& told,
                  const std::string& text, const char* of_more);
-  // `arrays` with their memory, which goes back when nobody holds them any more. `before`: what was taken
-  // before they were decoded.
+  // `arrays` with their memory, which is given back when nothing holds them any more. `before`: what was
+  // taken before they were decoded.
   std::shared_ptr<const ShapeArrays> countMemory(ShapeArrays arrays, std::uint64_t before);
   JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
   JtkHierarchy* hold(JtkHierarchy* object);

@@ -98,7 +98,7 @@ void addDecomposed(char32_t c, std::u32string& out) {
   out += found->mark;
 }
 
-// A byte that is no UTF-8 stands for itself, above all characters.
+// A byte that is no UTF-8 gets a value of its own, above all characters.
 constexpr char32_t kBytes = 0x110000;
 
 char32_t nextCodePoint(std::string_view utf8, std::size_t& at) {

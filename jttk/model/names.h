@@ -1,7 +1,7 @@
 // Names of nodes that have none of their own. A part or assembly takes the name of the nearest named node
-// above it (group, instance, assembly, partition) on the first way that leads to it, depth first, so that a
-// node has one name wherever it is met. A part whose inherited name another part already has gets " (2)",
-// " (3)", … appended; names that stand in a file are never changed.
+// above it (group, instance, assembly, partition) on the first path that leads to it, depth first, so that a
+// node has one name in all its occurrences. A part whose inherited name another part already has gets " (2)",
+// " (3)", … appended; names that a file states are never changed.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ namespace jttk {
 // opens all of its files for that.
 std::string productName(const Product& product, Met met, Library& library);
 
-// Opens all files of the model (and works out all inherited names on the way).
+// Opens all files of the model (and works out all inherited names meanwhile).
 void openAllFiles(Library& library);
 
 }  // namespace jttk

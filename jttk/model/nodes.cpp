@@ -44,7 +44,7 @@ constexpr std::array kKnownKinds = {
     KnownKind{{0xd239e7b6, 0xdd77, 0x4289, {0xa0, 0x7d, 0xb0, 0xee, 0x79, 0xf7, 0x94, 0x94}},
               NodeKind::NullShape},
     KnownKind{common(0x10dd107f), NodeKind::Shape},
-    // A wire harness: its wires are in a segment that nobody has described.
+    // A wire harness: its wires are in a segment whose layout is not published.
     KnownKind{{0x4cc7a521, 0x0728, 0x11d3, {0x9d, 0x8b, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}},
               NodeKind::Shape},
     KnownKind{common(0x10dd1059), NodeKind::Shape},

@@ -8,11 +8,11 @@
 
 namespace jttk {
 
-// The kind of node that a GUID stands for; empty when it stands for none that is known.
+// The kind of node that a GUID names; empty when it is unknown.
 std::optional<NodeKind> nodeKind(const Guid& guid);
 
-// What a node of a kind that is not known can be read as by its base type: every group has its children in
-// the same place, every shape its figures. Empty for other base types.
+// The kind as which a node of unknown kind can be read by its base type: every group has its children at the
+// same offset, every shape its stated box, area and counts. Empty for other base types.
 std::optional<NodeKind> nodeKindOfBaseType(std::uint8_t base_type);
 
 // Reads the element's body and appends the node to the graph. `attribute_ids` gets the ids of its attributes

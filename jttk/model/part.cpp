@@ -209,7 +209,7 @@ bool PartObject::levelZeroIsEmpty() const {
                      [](const ShapePlace& shape) { return shape.ref.data().kind == NodeKind::NullShape; });
 }
 
-// A part whose nodes are all hidden has no shapes because nobody is to see them.
+// A part whose nodes are all hidden has no shapes because they must not be seen.
 bool PartObject::hidesItsShapes() const {
   if (product_.content.node == kNone || !levels_->empty()) return false;
   const SceneGraph& graph = product_.content.document().graph;
@@ -243,7 +243,7 @@ const float* PartObject::box() {
   }
   if (levels_->empty()) return nullptr;
   for (const ShapePlace& shape : levels_->front()) {
-    // A shape that is placed elsewhere would need its box moved; its file states the units some other way.
+    // Shapes with a transform are left out: their boxes would have to be moved first.
     if (shape.ref.data().figures == kNone || shape.transform != nullptr) continue;
     const auto& own = shape.ref.document().graph.figures[shape.ref.data().figures].box;
     if (!box_) box_ = own;

@@ -30,7 +30,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   [[nodiscard]] int requiresTessellation() override;
   int tessellate(JtkTessParams* parameters, JtkEntityList*& results) override;
 
-  // A shape of the part: its node, and what the nodes on the way to it say.
+  // A shape of the part: its node, and what the nodes on the path to it state.
   struct ShapePlace {
     NodeRef ref;
     MaterialStates::State material = MaterialStates::kEmpty;
@@ -41,7 +41,7 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   [[nodiscard]] const std::vector<std::vector<ShapePlace>>& levels();
   // Whether exact geometry that can be read belongs to the part.
   [[nodiscard]] bool hasExactGeometry() const { return exact_.exists(); }
-  // Whether both have the same shapes and material, at whatever place.
+  // Whether both have the same shapes and material, apart from where they are.
   [[nodiscard]] bool looksLike(const PartObject& other) const;
   // The levels as the file states them, without a look at what they yield; made anew at each call.
   [[nodiscard]] std::vector<std::vector<ShapePlace>> statedLevels();

@@ -63,11 +63,11 @@ void PartObject::chooseFirstLevel() {
     }
     if (level != wanted || !exact_is_known || settings().level_of_detail != kFinestLevel) continue;
     if (exact_.arrays(latestTessValues(), name(), box(), false)) break;
-    tried.damage = true;  // and its reason is told
+    tried.damage = true;  // and its reason is reported
   }
   level_zero_yields_ = false;
   if (exact_is_known && exact_.arrays(latestTessValues(), name(), box(), false)) return;
-  // Of exact geometry beside shapes a note was told, which is not enough when they show nothing.
+  // For exact geometry beside shapes there is only a note, which is not enough when the shapes show nothing.
   const NodeRef top = product_.top();
   if (exact_is_wanted && any_shape && top.document().told_levels.insert(top.node).second) {
     model_.library().lost(name(), loftbay::host::toHostPath(top.document().path) +
@@ -92,7 +92,7 @@ void PartObject::tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tr
   }
 }
 
-// A part without shapes and exact geometry of its own may have nodes below it with geometry that nobody can
+// A part without shapes and exact geometry of its own may have nodes below it with geometry that cannot be
 // read.
 void PartObject::tellUnreadGeometry() {
   if (product_.content.node == kNone) return;
@@ -106,7 +106,7 @@ void PartObject::tellUnreadGeometry() {
     if (!model_.library().spend(1) && !model_.hasRoom()) return;
     if (!isShown(graph, index) || !visited.insert(index).second) continue;
     const Node& node = graph.nodes[index];
-    // Other shapes tell it themselves.
+    // Other shapes report it themselves.
     const bool tells = !isShape(node.kind) || node.kind == NodeKind::NullShape;
     const LateLoaded* unread = tells ? unreadGeometry(document, node) : nullptr;
     if (unread != nullptr && document.reported_segments.insert(unread->segment).second) {
@@ -120,7 +120,7 @@ void PartObject::tellUnreadGeometry() {
   }
 }
 
-// Facets of several colours, in whose place exact geometry stands: it has one colour.
+// Facets of several colours that exact geometry replaces: it has one colour.
 void PartObject::noteOneColor() {
   if (levels_->empty()) return;
   const auto color = [&](const ShapePlace& place) {

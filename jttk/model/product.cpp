@@ -131,7 +131,7 @@ Product classify(NodeRef ref, Met met, Library& library) {
   const FileWay* way = library.follow(ref);
   if (way == nullptr || !isShown(way->document->graph, way->document->graph.root)) return product;
   ref = {way, way->document->graph.root};
-  // Another file's root is met as if it stood where the partition stands.
+  // Another file's root is treated as if it replaced the partition.
   if (ref.data().kind == NodeKind::Partition)
     return partition(ref, Met::AsChild, std::move(product), library);
   Product root = classify(ref, Met::AsTarget, library);

@@ -28,7 +28,7 @@ struct Atom {
 // damage list.
 std::vector<Atom> readAtoms(ByteReader& reader, Version version, SceneGraph& graph);
 
-// Reads the table and hangs names, units, late loaded segments and other texts on the nodes. `node_by_id`
+// Reads the table and assigns names, units, late loaded segments and other texts to the nodes. `node_by_id`
 // is sorted by id.
 void readPropertyTable(ByteReader& reader, const std::vector<Atom>& atoms,
                        const std::vector<std::pair<std::int32_t, std::uint32_t>>& node_by_id,

@@ -19,9 +19,9 @@ std::vector<std::uint32_t> freeNodes(const SceneGraph& graph) {
   return free;
 }
 
-// The root when every partition is somebody's child. If elements could not be read, one of them may have been
-// the root: the first parentless node that is no shape. Else the first partition that is no reference to a
-// file.
+// The root when every partition is a child of some node. If elements could not be read, one of them may have
+// been the root: the first parentless node that is no shape. Else the first partition that is no reference to
+// a file.
 std::uint32_t standIn(const SceneGraph& graph, const std::vector<std::uint32_t>& free) {
   std::uint32_t free_group = kNone;
   for (const std::uint32_t node : free) {

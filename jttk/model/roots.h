@@ -5,7 +5,7 @@
 
 namespace jttk {
 
-// The root is the partition that is nobody's child. Where several are, or none is, the first in the file is
+// The root is the partition that is no node's child. Where several are, or none is, the first in the file is
 // taken, which is reported. The graph has at least one node; its children are resolved.
 std::uint32_t findRoot(SceneGraph& graph);
 

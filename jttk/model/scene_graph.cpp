@@ -1,5 +1,5 @@
-// The segment in order: graph elements (nodes and attributes mixed), end of elements, property atoms, end
-// of elements, property table. Kinds are told by GUID alone: one writer leaves the base type byte 0.
+// The segment in order: graph elements (nodes and attributes mixed), end of elements, property atoms, end of
+// elements, property table. Kinds follow from the GUID alone: one writer leaves the base type byte 0.
 #include "jttk/model/scene_graph.h"
 
 #include <algorithm>

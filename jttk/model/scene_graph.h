@@ -114,7 +114,7 @@ struct Property {
   std::uint32_t value = 0;
 };
 
-// A segment that belongs to a node and is read when somebody asks for it.
+// A segment that belongs to a node and is read on demand.
 struct LateLoaded {
   std::uint32_t key = 0;  // of SceneGraph::strings
   Guid segment;

@@ -145,7 +145,7 @@ ShapeArrays makeShapeArrays(ShapeGeometry geometry, NodeKind kind) {
   } else {
     dropShort(geometry, geometry.kind == PrimitiveKind::TriangleStrips ? 3 : 1);
   }
-  geometry.vertex_flags = {};  // nobody asks for them
+  geometry.vertex_flags = {};  // they are not used
   arrays.geometry = std::move(geometry);
   return arrays;
 }

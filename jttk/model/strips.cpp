@@ -1,7 +1,7 @@
 // Passes over flat arrays, each linear: corners get vertex numbers (the same number where position and record
 // are the same), edges are sorted by their smaller vertex and paired there, and strips are grown greedily.
-// From each seed the three ways to start are tried and the longest is kept, so every triangle is looked at a
-// bounded number of times.
+// From each seed triangle the three possible starts are tried and the longest strip is kept, so every
+// triangle is looked at a bounded number of times.
 #include "jttk/model/strips.h"
 
 #include <algorithm>
@@ -72,8 +72,8 @@ class Stripifier {
     }
   }
 
-  // Where every record belongs to one position, the record says it all. (Corners without a record are told
-  // apart by position.)
+  // Where every record belongs to one position, the record alone identifies the vertex. (Corners without a
+  // record are distinguished by position.)
   bool numberByRecord() {
     const std::size_t record_count = highest(records_) + std::size_t{1};
     std::vector<std::uint32_t> position_of(record_count, kNobody);

@@ -20,8 +20,8 @@ struct Primitives {
   std::vector<std::uint32_t> records;
 };
 
-// In a strip, triangle k is corners k, k + 1, k + 2; of the odd ones the first two change places. Linear in
-// the number of corners.
+// In a strip, triangle k is corners k, k + 1, k + 2; in odd ones the first two are swapped. Linear in the
+// number of corners.
 Primitives stripsOfPolygons(std::span<const std::uint32_t> starts, std::span<const std::uint32_t> positions,
                             std::span<const std::uint32_t> records);
 
