@@ -29,7 +29,7 @@ jttk::TopologySymbols readSymbols(jttk::ByteReader& reader, jttk::PacketForm for
   for (std::uint32_t& word : symbols.wide_mask_words) word = reader.u32("words");
   read(symbols.split_offsets, jttk::Predictor::Lag1);
   read(symbols.split_positions, jttk::Predictor::Null);
-  // What the decoder demands of the lengths is easily met here.
+  // Gives the arrays the lengths that the decoder demands, so that it reads their values.
   symbols.flags.resize(symbols.valences.size());
   symbols.split_positions.resize(symbols.split_offsets.size());
   symbols.upper_masks.resize(symbols.masks[7].size());

@@ -1,4 +1,5 @@
-// What of file.h is the same on every host: who owns a handle or a mapping, and reads that come in pieces.
+// The part of file.h that is the same on every host: ownership of handles and mappings, and reads that come
+// in pieces.
 #include "host/file.h"
 
 #include <utility>

@@ -45,7 +45,7 @@ std::ostream& JtkInfo::post(Streams /*stream*/) { return *loftbay::diag::program
 
 namespace {
 
-// They live until fini: who asks for them never releases them.
+// They live until fini: callers never release them.
 std::vector<jttk::TessParams*>& tessParams() {
   static std::vector<jttk::TessParams*> params;
   return params;

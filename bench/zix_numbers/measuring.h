@@ -32,8 +32,8 @@ void measureWriting();
 void measureOpening();
 void measureDrawing();
 
-// A scene of about so many objects: per part what the converter makes of one, which is eight. What it makes,
-// and the bytes of their names.
+// Writes a scene of about this many objects: per part the eight that the converter makes. Returns how many
+// were made, and the bytes of their names.
 struct Made {
   std::uint64_t objects = 0;
   std::uint64_t name_bytes = 0;

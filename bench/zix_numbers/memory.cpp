@@ -102,7 +102,7 @@ Made writeParts(const std::string& path, std::uint64_t objects) {
 
 namespace {
 
-// The objects that the scene knows most about.
+// Arrays of coordinates with long names: the objects for which the scene keeps most.
 Made writeCoordinates(std::uint64_t objects) {
   CountingScene scene;
   const auto root = scene.make(ObjectType::Node, "root");

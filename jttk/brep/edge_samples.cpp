@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMaximumPoints = 16384;
 constexpr int kMaximumDepth = 14;
-// Pieces of a closed edge at least; fewer could fall together to a line.
+// Pieces of a closed edge at least; fewer could collapse to a line.
 constexpr int kRingPieces = 6;
 // A curve whose ends are closer than this counts as closed, in metres.
 constexpr double kSmallestGap = 1e-6;

@@ -36,7 +36,7 @@ DomainLoop moved(DomainLoop loop, Vec2 by) {
 }
 
 DomainLoop SeamCutter::cutBetween(const DomainPoint& a, const DomainPoint& b) {
-  // A cut that comes back to its start must not fall together to a point.
+  // A cut that comes back to its start must not collapse to a point.
   int pieces = points_[a.id] == geometry_.at(surface_, b.uv).p || a.id == b.id ? 4 : 1;
   for (; pieces < 256; pieces *= 2) {
     bool fine = true;

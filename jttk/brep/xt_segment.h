@@ -16,7 +16,7 @@ struct XtData {
 };
 
 // `data` are the unpacked data of a segment of type XtBrep. All versions: the wrapper's layouts differ by
-// version; the right one is followed by the XT mark.
+// version; the right one leads to data that begin with the XT mark.
 Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std::uint64_t base_offset);
 
 // All XT data in a segment of type MultiXtBrep, whose wrapper is not known: wherever the mark follows a

@@ -38,7 +38,7 @@ class BitReader {
     return static_cast<std::uint32_t>((buffer_ >> 32) >> (32 - width));
   }
 
-  // Passes over `width` bits, no more than the last peek showed.
+  // Skips `width` bits, no more than the last peek showed.
   void skip(std::uint32_t width) noexcept {
     buffer_ <<= width;
     available_ -= width;

@@ -1,4 +1,4 @@
-// The box that the scene graph states for a shape, as a second witness of the shape's coordinates.
+// The box that the scene graph states for a shape, as a second check of the shape's coordinates.
 //
 // The box is in the shape's own coordinates and contains them, give or take half a quantiser step: writers
 // compute it before they quantise.

@@ -31,7 +31,8 @@ class ExactGeometry {
 
   // Whether both are of the same segments.
   [[nodiscard]] bool isOf(const ExactGeometry& other) const;
-  // Whether the segments are of a kind that can be read; if they can be is known when they are asked for.
+  // Whether the segments are of a kind that can be read; whether reading them succeeds is known only when
+  // they are asked for.
   [[nodiscard]] bool isOfAReadableKind() const;
 
   // The part as strips, the first triangle of each counter-clockwise seen from outside, each with an odd

@@ -1,4 +1,4 @@
-// Decoded shapes that are kept for the next use, up to a number of bytes; those that were not used longest go
+// Decoded shapes that are kept for the next use, up to a number of bytes; the least recently used are dropped
 // first.
 #pragma once
 

@@ -16,7 +16,7 @@ class ShapeObject final : public JtkShape {
  public:
   ShapeObject(Model& model, NodeRef node, std::string part_name, const Matrix* transform,
               JtkMaterial* material);
-  // A part's exact geometry at a place of its own: `part` gives the arrays when they are asked for.
+  // A part's exact geometry in one occurrence: `part` provides the arrays on demand.
   ShapeObject(Model& model, PartObject& part, JtkMaterial* material);
   // A shape of its own, which holds its arrays to its end. Its strips have an odd number of corners;
   // getPrimitiveSetGeometry hands them out backwards, so that they turn over.

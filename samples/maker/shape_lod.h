@@ -15,7 +15,7 @@ std::uint64_t bindings(const Shape& shape);
 // two after it are the element's and its vertex records' (9.0 and later).
 Bytes shapeSegment(const Shape& shape, const Options& options, std::int32_t object_id);
 
-// Of a shape as it is stored, for the figures of its node.
+// Counts of a shape as it is stored, which its node states.
 struct ShapeFigures {
   std::uint32_t vertices = 0;
   std::uint32_t polygons = 0;

@@ -88,7 +88,7 @@ Solid turned(const Outline& profile, std::size_t segments) {
       if (profile[j].x != 0) solid.triangles.push_back({at(i, s + 1), at(j, s + 1), at(j, s)});
     }
   }
-  // Between two poles there is nothing to turn: both triangles were left out, as they should be.
+  // An edge between two poles lies on the axis: both triangles were left out, as they should be.
   return solid;
 }
 

@@ -1,4 +1,4 @@
-// A window for dialogs that is none: it keeps texts and check states, and writes down every call in order.
+// A dialog's window without a real window: it keeps texts and check states, and records every call in order.
 #pragma once
 
 #include <map>

@@ -1,4 +1,4 @@
-// Consoles of every age: what is switched on, and that everything is as it was at the end.
+// Consoles of old and new systems: which modes are switched on, and that all are restored at the end.
 #include "cli/console_state.h"
 
 #include <gtest/gtest.h>

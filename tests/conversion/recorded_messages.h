@@ -1,4 +1,4 @@
-// What a whole conversion tells its observer.
+// The counts, losses and notes that a whole conversion reports to its observer.
 #pragma once
 
 #include <cstdint>

@@ -129,7 +129,7 @@ TEST_F(TransformTest, AnEmptyStackIsOutOfRange) {
   Transform transform;
   transform.elements = kIdentity;
   EXPECT_THROW(job.SetZixTransformation(&transform), std::out_of_range);
-  // Without elements nothing is asked of the stack.
+  // Without elements the stack is not looked at.
   transform.elements.reset();
   EXPECT_NO_THROW(job.SetZixTransformation(&transform));
 }
@@ -173,7 +173,7 @@ double determinantOf(const Matrix3& m) {
   return sum;
 }
 
-// Every number of its own: whatever is exchanged shows.
+// All numbers differ, so any exchange shows.
 TEST_F(TransformTest, AGeneralMatrixKeepsEveryElementInItsPlace) {
   const Elements m = {1, 2, 3.5F, 0.25F, -4, 5, 6, 0.5F, 7, 8.5F, -9, 0.75F, 10, 11, 12, 0.875F};
   const std::string calls = placed(m);

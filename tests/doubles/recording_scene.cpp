@@ -25,7 +25,7 @@ Record& record() {
   return record;
 }
 
-// The second half proves that whole ids travel.
+// The second half shows whether ids are passed on as a whole.
 std::uint64_t secondHalf(std::uint64_t first) { return first * 0x100000001ULL + 7; }
 
 std::string show(const ObjectId& id) {

@@ -1,4 +1,4 @@
-// A JT toolkit that plays a product tree built in the test and writes down what is asked of it.
+// A JT toolkit with a product tree that the test builds; it records what is asked of it.
 //
 //   Product p;
 //   auto& bolt = p.part("bolt");

@@ -74,7 +74,7 @@ TEST_F(SurfaceShape, AnEmptySetCountsAsAStripButHasNoLength) {
   EXPECT_EQ(logLines("No of Prims"), "obJt2Zix::WriteShape(): No of Prims = 3\n");
 }
 
-// Only a count of 0 is passed over.
+// Only a count of 0 is skipped.
 TEST_F(SurfaceShape, ANegativeVertexCountIsAStripThatMakesNothingAndMovesOnByTwo) {
   auto& shape = product.countedSets(JtkEntity::JtkTRISTRIPSET, {3, 0, 3});
   shape.sets[1].claimed_vertices = -1;

@@ -1,4 +1,4 @@
-// Damaged models: the face that is hit is reported and left out, the rest comes.
+// Damaged models: the damaged face is reported and left out, the rest is meshed.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -78,7 +78,7 @@ TEST(Bodies, SegmentOfSeveralStreamsGivesAModelPerStream) {
   ASSERT_EQ(models->size(), 2U);
   EXPECT_NEAR((*models)[0].surfaces.at(0).radius, 0.01, 1e-12);
   EXPECT_NEAR((*models)[1].surfaces.at(0).radius, 0.005, 1e-12);
-  // Damage in one of them is not passed over.
+  // Damage in one of them is not ignored.
   segment.unpacked[37 + 4 + 90] = std::byte{0xff};  // type of the first node
   segment.data = segment.unpacked;
   EXPECT_FALSE(readMultiXtBrep(segment, ByteOrder::Little));

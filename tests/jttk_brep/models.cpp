@@ -80,7 +80,7 @@ XtModel box(double x, double y, double z) {
   BoxParts parts = boxCorners(model, x, y, z);
   model.face(model.plane({0, 0, 0}, -kZ, kX), false, {parts.loop(model, {0, 2, 3, 1})});
   model.face(model.plane({0, 0, z}, kZ, kX), false, {parts.loop(model, {4, 5, 7, 6})});
-  // With the sense against the surface, for a change.
+  // This face's sense is opposite to its surface's, to test that, too.
   model.face(model.plane({0, 0, 0}, kY, kX), true, {parts.loop(model, {0, 1, 5, 4})});
   model.face(model.plane({0, y, 0}, kY, kX), false, {parts.loop(model, {2, 6, 7, 3})});
   model.face(model.plane({0, 0, 0}, -kX, kY), false, {parts.loop(model, {0, 4, 6, 2})});

@@ -71,8 +71,8 @@ double areaOfTheFloor(const ShapeGeometry& shape) {
   return area;
 }
 
-// Needles much thinner than the tolerance, with a minimum edge longer than their rim: the rim does not fall
-// together, its points leave the end at least the area of a hexagon.
+// Needles much thinner than the tolerance, with a minimum edge longer than their rim: the rim keeps enough
+// points that the end has at least the area of a hexagon.
 TEST(ThinSolid, NeedlesKeepTheirEnds) {
   const double share_of_hexagon = 3 * std::sqrt(3.0) / 2 / kPi;
   TessellationOptions options;

@@ -1,5 +1,5 @@
-// Where the JT files of others are that some tests read: LOFTBAY_JT_SAMPLES, else a folder beside the
-// project. It need not be there; then those tests are skipped.
+// The folder of the real JT files that some tests read: LOFTBAY_JT_SAMPLES, else one beside the project. It
+// need not be there; then those tests are skipped.
 #pragma once
 
 #include <cstdlib>

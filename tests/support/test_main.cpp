@@ -19,7 +19,7 @@ class TemporaryFolder {
     std::string name = (std::filesystem::temp_directory_path() / "loftbay-test-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) return;
     path_ = name;
-    // Like the folder it stands for: some tests go on as another user.
+    // With the permissions of the usual temporary folder: some tests go on as another user.
     using std::filesystem::perms;
     std::filesystem::permissions(path_, perms::all | perms::sticky_bit);
     setenv("TMPDIR", path_.c_str(), 1);

@@ -1,4 +1,4 @@
-// What windows look like on the screen.
+// Pictures of windows on the screen, and what they show.
 #pragma once
 
 #include <windows.h>

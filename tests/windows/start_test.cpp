@@ -83,7 +83,7 @@ TEST_F(Start, LogsToAFolderWithAnyName) {
 }
 
 TEST_F(Start, TwoInOneSecondShareADirectoryAndTheSecondEmptiesTheLog) {
-  // Whether both fall into one second is up to the clock: tried until they do.
+  // Whether both fall into one second depends on the clock, so this is repeated until they do.
   for (int attempt = 0; attempt < 10; ++attempt) {
     fs::remove_all(base_);
     auto start = options();

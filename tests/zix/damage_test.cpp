@@ -169,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
                     [](B& b) { b.children.pop_back(); b.objects[1].first_child = b.objects[1].child_count = 0; }},
         RefusalCase{"Cycle", "CYCLE",
                     [](B& b) {
-                      // Two nodes that hang under one another.
+                      // Two nodes, each of which is the other's parent.
                       auto node = B::plain(19);
                       node.child_count = 1;
                       node.first_child = 2;

@@ -26,7 +26,7 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 class DiffTolerance : public ::testing::Test {
  protected:
-  // Puts a number at one place of a scene.
+  // Writes a number to one field of a scene.
   using Place = std::function<void(Scene_V1&, float)>;
 
   std::string write(const std::string& name, float value, const Place& place) {
@@ -74,7 +74,7 @@ TEST_F(DiffTolerance, NumbersMayDifferByTheToleranceAndByNoMore) {
   }
 }
 
-// It is the distance that counts, not its share of the numbers.
+// The absolute difference counts, not the relative one.
 TEST_F(DiffTolerance, LargeNumbersMayDifferByNoMoreThanSmallOnes) {
   EXPECT_EQ(differences(16777216, 16777218, 1.5, asCoordinate), 1U);
   EXPECT_EQ(differences(16777216, 16777218, 2, asCoordinate), 0U);

@@ -185,7 +185,7 @@ TEST(Kill, LeavesATemporaryOnlyBetweenItsNameAndTheRename) {
     for (const std::string& name : folder.names()) {
       if (name == "scene.zix") continue;
       ++left;
-      // A complete file, though nobody will look for it there.
+      // A complete file, though not under the output's name.
       EXPECT_EQ(validateFile(folder.programPath(name)).error_count, 0U) << kills;
       std::filesystem::remove(folder.path() / name);
     }

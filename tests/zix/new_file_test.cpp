@@ -1,4 +1,4 @@
-// What a new scene file is while it is written, and how it comes to its name.
+// How a new scene file exists while it is written, and how it gets its name.
 #include <gmock/gmock.h>
 
 #include "tests/zix/output_ways.h"
@@ -47,7 +47,7 @@ TEST(NewFile, HasTheRightsOfAnyNewFileHoweverItWasMade) {
 
 #endif
 
-// Writes down the operations, runs of equal ones once.
+// Records the operations, runs of equal ones once.
 class Recorder : public WayHook {
  public:
   using WayHook::WayHook;

@@ -20,7 +20,7 @@ enum class Way { Unnamed, Named };
 
 inline const char* nameOf(Way way) { return way == Way::Unnamed ? "Unnamed" : "Named"; }
 
-// Sees every call to the system while it lives, and may take the files without a name away.
+// Sees every call to the system while it lives, and can make creating files without a name fail.
 class WayHook : public Orb::Zix::FileOperationHook {
  public:
   explicit WayHook(Way way) : way_(way) { Orb::Zix::setFileOperationHook(this); }

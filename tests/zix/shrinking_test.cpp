@@ -1,4 +1,4 @@
-// A scene's file that becomes shorter while it is open: an error with file and place, never a signal.
+// A scene's file that becomes shorter while it is open: an error with file and offset, never a signal.
 #include <gmock/gmock.h>
 
 #include "tests/zix/sample_scenes.h"

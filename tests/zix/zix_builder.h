@@ -46,7 +46,7 @@ class ZixBuilder {
   std::uint16_t major_version = 1;
   std::uint16_t minor_version = 0;
 
-  // An object that hangs under nothing; the ordinal is counted.
+  // An object without a parent; the ordinal is counted.
   std::uint32_t add(Orb::Zix::format::ObjectRecord object) {
     for (const auto& other : objects) object.ordinal += other.type == object.type ? 1 : 0;
     objects.push_back(object);

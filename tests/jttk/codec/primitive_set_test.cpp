@@ -360,7 +360,7 @@ TEST(PrimitiveMeaning, aRotationIsReadWithItsRealPartAtTheEndThatFits) {
   expectFills({turned}, {0, -3, 0, 1, 0, 2});
 }
 
-// Which of its sides a prism's tip is over does not show in the box; the area tells.
+// The box does not show above which end of its side a prism's tip is; the area decides.
 TEST(PrimitiveMeaning, theAreaDecidesWhereTheBoxDoesNot) {
   const Primitive prism = {PrimitiveType::TriPrism, {0, 0, 0}, {3, 10, 4}, kUnturned, {}};
   const std::array<float, 6> box = {0, 0, 0, 3, 10, 4};

@@ -330,7 +330,7 @@ TEST(ShapeLod, coordinatesThatFillTheStatedBoxNeedNoHash) {
         EXPECT_TRUE(decodeIn(box).has_value()) << side << ' ' << move;
       }
     }
-    // A box that says nothing is no witness.
+    // A box of zeros, or with exchanged corners, confirms nothing.
     EXPECT_FALSE(decodeIn({}).has_value());
     EXPECT_FALSE(decodeIn({3, 6, 9.5F, 0, 0, 0.5F}).has_value());
   }
@@ -392,7 +392,7 @@ TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
     rep.back() ^= std::byte{1};
     const jttk::StatedExtent stated[] = {{kTetrahedronBox, 0}};
     EXPECT_FALSE(decode(shapeElement(kTriStripSetId, form, rep), form, {stated, nullptr}).has_value());
-    // So is a mesh that is none.
+    // A wrong hash of symbols that give no mesh fails the shape, too.
     jttk::TopologySymbols open = tetrahedronSymbols(0);
     open.degrees[0].front() = 4;
     rep = topologicalRepData(open, 4, 0, {form, true, 0x02});

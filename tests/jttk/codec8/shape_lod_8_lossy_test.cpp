@@ -213,7 +213,7 @@ TEST(ShapeLod8Attributes, countIsThatOfWhatTheyBelongTo) {
   EXPECT_EQ(decode(lossyBody(shape), test::kTriStripSet).facts.unread_attributes, "");
 }
 
-// Nobody knows how writers count facets and primitives: the shape stays, its normals go.
+// It is not known how writers count facets and primitives: the shape stays, its normals are dropped.
 TEST(ShapeLod8Attributes, ofFacetsAndPrimitivesInAnotherNumberAreDropped) {
   LossyShape shape = quad();
   shape.normals = {{5, 1}, {3, 7}, {127, 127}, {0, 0}};
@@ -225,7 +225,7 @@ TEST(ShapeLod8Attributes, ofFacetsAndPrimitivesInAnotherNumberAreDropped) {
   EXPECT_THAT(decoded.corner_positions, ElementsAre(0, 1, 2, 3));
 }
 
-// The indices behind them are needed, so they are passed over.
+// The indices behind them are needed, so they are skipped.
 TEST(ShapeLod8Attributes, thatCannotBeReadAreDropped) {
   const auto expectWithout = [](const LossyShape& shape, const char* reason) {
     const ShapeGeometry decoded = decode(lossyBody(shape), test::kTriStripSet);

@@ -70,7 +70,7 @@ const Outline kSquare = {{0, 0}, {4, 0}, {4, 4}, {0, 4}};
 // Its first corner sees only a part of it.
 const Outline kComb = {{0, 4}, {0, 0}, {9, 0}, {9, 4}, {8, 4}, {8, 1}, {6, 1}, {6, 4},
                        {5, 4}, {5, 1}, {3, 1}, {3, 4}, {2, 4}, {2, 1}, {1, 1}, {1, 4}};
-// A square with a square hole, tied to the outline by two edges that coincide.
+// A square with a square hole, joined to the outline by a double edge.
 const Outline kKeyhole = {{0, 0}, {9, 0}, {9, 9}, {0, 9}, {0, 0}, {3, 3}, {3, 6}, {6, 6}, {6, 3}, {3, 3}};
 
 TEST(Concave, convexPolygonsStayAsTheyAre) {

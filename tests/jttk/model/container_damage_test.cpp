@@ -33,7 +33,7 @@ std::uint32_t numberAt(const Bytes& bytes, std::size_t at) {
 void setNumber(Bytes& bytes, std::size_t at, std::uint32_t value) {
   std::memcpy(bytes.data() + at, &value, sizeof value);
 }
-// Where the entry with that number says that its segment lies.
+// The offset that the entry with that number states.
 std::size_t placeOf(const Bytes& bytes, std::size_t entry) {
   return numberAt(bytes, kEntries + entry * kEntryBytes + 16);
 }
@@ -204,7 +204,7 @@ TEST(ContainerDamage, AShapeSegmentOfWhatIsNoShapeIsToldWithItsName) {
                                                         HasSubstr("\"wheel\""))));
 }
 
-// Everything of it is meant to stay out of the scene.
+// All of it is left out of the scene on purpose.
 TEST(ContainerDamage, CoarserLevelsHiddenPartsAndAlternativesAreNotUnused) {
   const Guid exact{1, 1, 1, {}};
   GraphBuilder graph;

@@ -67,7 +67,7 @@ struct Mesh {
 
 enum class From { Arrays, Geometry };
 
-// The triangles with the ordinary winding of strips. Normals must be there and have unit length.
+// The triangles, with the usual winding of strips. Normals must be there and have unit length.
 Mesh meshOf(JtkShape* shape, From from) {
   Mesh mesh;
   for (int set = 0; set < shape->getPrimitiveSetCount(); ++set) {

@@ -119,7 +119,7 @@ TEST_F(ManyFiles, ReferencesAreSeenFromTheFileThatHoldsThem) {
   EXPECT_THAT(recorder_.losses, IsEmpty());
 }
 
-// Assemblies name the file of a part as often as they place it: that is one part.
+// Assemblies name the file of a part once for each occurrence: it is one part.
 TEST_F(ManyFiles, PlacesOfOneFileAreOnePartAndFilesOfOneNameAreNoted) {
   writePart("bolt.jt", "bolt");
   writePart("other.jt", "bolt");
@@ -428,7 +428,7 @@ TEST(Share, IsHostAndFolderOfANetworkName) {
   }
 }
 
-// The hosts of these tests take two separators for one, so that a file exists under the network name and
+// The hosts of these tests treat two separators as one, so that a file exists under the network name and
 // would be found if the system were asked. What is not asked for is found by its tail, or not at all.
 class NamesNotAskedFor : public Tails {
  protected:

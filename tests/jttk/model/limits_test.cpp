@@ -172,7 +172,7 @@ TEST_F(Limits, FilesThatAllReferToEachOtherAreCutAtTheNumberOfPlaces) {
     return loss.find("--max-places") != std::string::npos;
   };
   EXPECT_EQ(std::count_if(recorder.losses.begin(), recorder.losses.end(), is_limit), 1);
-  // The others are the circles.
+  // The others are the cycles.
   EXPECT_LE(recorder.losses.size(), 1 + kFiles * (kFiles - 1));
 }
 

@@ -1,5 +1,4 @@
-// Matrices and coordinates that are not what they should be: element 15, numbers that are none, matrices
-// that nothing can be placed by.
+// Faulty matrices and coordinates: element 15, NaN and infinity, matrices that cannot place anything.
 #include <gmock/gmock.h>
 
 #include <cmath>

@@ -249,7 +249,7 @@ struct Shares {
   }
 };
 
-// Real files never come near to what small hostile ones are kept from.
+// Real files stay far below the limits that small hostile ones hit.
 TEST(Samples, TakeASmallPartOfEveryLimit) {
   if (sampleFiles().empty()) GTEST_SKIP() << "no samples in " << sampleFolder();
   Shares shares;

@@ -390,7 +390,7 @@ TEST(Names, AnInstanceWithoutANameHasThatOfItsTarget) {
                                                 "  instance root", "  =part root"));
 }
 
-// Parts of one name are one part to the converter, so inherited names must not meet.
+// Parts of one name are one part to the converter, so inherited names must not be equal.
 TEST(Names, InheritedNamesOfPartsAreMadeDifferent) {
   GraphBuilder graph;
   graph.partition(0, {1}).name("root");

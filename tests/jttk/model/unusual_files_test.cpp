@@ -227,7 +227,7 @@ TEST(UnusualFiles, CoordinatesThatOnlyTheBoxConfirmsAreNoted) {
                                                                {jttk::PacketForm::Jt9, true, 2});
   rep.back() ^= std::byte{1};
   for (const bool moved : {false, true}) {
-    // Where the shape's own node moves it, its box may be the moved one: then it is no witness.
+    // If the shape's node has a transform, its box may be the transformed one: then it is not used.
     GraphBuilder graph = withRepData(rep, moved ? jttk::testing::Ids{20} : jttk::testing::Ids{});
     graph.move(20, 1, 2, 3);
     const Loaded model(graph);
@@ -277,7 +277,7 @@ TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
   {
     const Loaded model(withRepData(large));
     EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
-    // What the others took goes back, so that any number of them fits one after the other.
+    // What the others took is given back, so that any number of them fits one after the other.
     for (int i = 0; i < 100; ++i) EXPECT_NE(shapeOf(model.root(), 0, 1), nullptr);
     EXPECT_THAT(model.recorder.losses,
                 ElementsAre(HasSubstr("more memory is asked for than the limit of 20000")));

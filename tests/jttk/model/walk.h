@@ -1,4 +1,4 @@
-// Walks a model through the public interface in the way of the converter and writes down every placed shape.
+// Walks a model through the public interface as the converter does, and records every occurrence of a shape.
 #pragma once
 
 #include <array>

@@ -103,7 +103,7 @@ class GraphBuilder {
   // Every late loaded atom is followed by another one with the same id, which names this segment.
   void rivalAtoms(const Guid& segment) { rival_ = segment; }
 
-  // So many bytes without a meaning follow the elements of transforms from here on.
+  // This many bytes without a meaning follow the elements of transforms from here on.
   void bytesBehindTransforms(std::size_t count) { behind_transforms_ = count; }
   // Row-major; only elements that differ from the identity are stored.
   void transform(std::int32_t id, const std::array<double, 16>& elements, std::uint8_t state = 8);

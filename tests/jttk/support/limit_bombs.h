@@ -11,7 +11,7 @@ namespace jttk::testing {
 // Thirty levels of assemblies, each with two instances of the next: 2^30 occurrences.
 GraphBuilder instancesOfInstances();
 
-// A node with this many children, which are one and the same part with a shape.
+// A node with this many children, all the same part with a shape.
 GraphBuilder equalChildren(std::size_t count);
 
 // Files that all refer to each other: file k of `count`, with the name that the others know it by.

@@ -1,4 +1,4 @@
-// Figures of a decoded shape that can be compared with those of another reader of the format: counts, box,
+// Numbers of a decoded shape that can be compared with those of another reader of the format: counts, box,
 // sums and order-independent checksums of its triangles.
 #pragma once
 
