@@ -11,11 +11,11 @@ namespace {
 
 using loftbay::geometry::Point;
 
-constexpr std::size_t kTriangles = 400'000;
+constexpr std::size_t kMergedTriangles = 400'000;
 
 // Every corner of every triangle, as shapes of short strips hand them out.
 std::vector<Point> corners() {
-  const auto shape = loftbay::bench::ring(kTriangles);
+  const auto shape = loftbay::bench::ring(kMergedTriangles);
   std::vector<Point> points;
   for (const auto corner : shape.corner_positions) {
     const auto& p = shape.positions[corner];

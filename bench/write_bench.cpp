@@ -13,11 +13,11 @@
 
 namespace {
 
-constexpr std::size_t kArrays = 64;
+constexpr std::size_t kArraysWritten = 64;
 
 std::size_t floatsPerArray() { return loftbay::bench::quick() ? 3'000 : 1'500'000; }
 
-std::vector<float> values() {
+std::vector<float> arrayValues() {
   std::vector<float> result(floatsPerArray());
   for (std::size_t i = 0; i < result.size(); ++i) result[i] = static_cast<float>(i) * 0.001F;
   return result;
@@ -25,13 +25,13 @@ std::vector<float> values() {
 
 void plainWrite(benchmark::State& state) {
   constexpr std::size_t kBlock = 1U << 20U;
-  const auto array = values();
+  const auto array = arrayValues();
   const std::string path = loftbay::bench::temporaryPath("plain.bin");
   const std::size_t size = array.size() * sizeof(float);
   const char* const bytes = reinterpret_cast<const char*>(array.data());
   for (auto _ : state) {
     const int file = open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
-    for (std::size_t i = 0; i < kArrays; ++i) {
+    for (std::size_t i = 0; i < kArraysWritten; ++i) {
       for (std::size_t done = 0; done < size; done += kBlock) {
         const std::size_t block = std::min(kBlock, size - done);
         if (write(file, bytes + done, block) != static_cast<ssize_t>(block))
@@ -41,18 +41,18 @@ void plainWrite(benchmark::State& state) {
     fsync(file);
     close(file);
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(size * kArrays) * state.iterations());
+  state.SetBytesProcessed(static_cast<std::int64_t>(size * kArraysWritten) * state.iterations());
 }
 
 void sceneWrite(benchmark::State& state) {
   using namespace Orb::Zix;
-  const auto array = values();
+  const auto array = arrayValues();
   const std::string path = loftbay::host::toProgramPath(loftbay::bench::temporaryPath("scene.zix"));
   for (auto _ : state) {
     Scene_V1 scene("Model");
     scene.saveTo(path.c_str(), " ", true, true);
     const auto root = scene.createObject(ObjectType::Node);
-    for (std::size_t i = 0; i < kArrays; ++i) {
+    for (std::size_t i = 0; i < kArraysWritten; ++i) {
       const auto coordinates = scene.createObject(ObjectType::Coordinates);
       scene.setDimension(coordinates, 3);
       scene.setValues<float>(coordinates, array.data(), array.size() / 3);
@@ -60,7 +60,7 @@ void sceneWrite(benchmark::State& state) {
     scene.createDefaultViews(root);
     scene.closeFile(path.c_str());
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(array.size() / 3 * 3 * sizeof(float) * kArrays) *
+  state.SetBytesProcessed(static_cast<std::int64_t>(array.size() / 3 * 3 * sizeof(float) * kArraysWritten) *
                           state.iterations());
 }
 
