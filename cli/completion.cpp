@@ -37,7 +37,7 @@ std::vector<std::string_view> commandNames(const Program& program) {
 std::vector<std::string_view> optionNames(const Program& program, const Command& command) {
   std::vector<std::string_view> names;
   for (const Option& option : program.options) {
-    if (takes(command, option) && !option.hidden) names.push_back(option.name);
+    if (shows(command, option)) names.push_back(option.name);
   }
   return names;
 }
@@ -72,7 +72,7 @@ std::string zshValues(const Option& option) {
 std::string zshArguments(const Program& program, const Command& command) {
   std::string text;
   for (const Option& option : program.options) {
-    if (!takes(command, option) || option.hidden) continue;
+    if (!shows(command, option)) continue;
     const bool has_value = option.kind != OptionKind::Flag;
     const std::string spec = fmt::format("{}{}{}[{}]{}", option.repeated ? "*" : "", option.name,
                                          has_value ? "=" : "", plain(option.help), zshValues(option));

@@ -27,8 +27,6 @@ std::string operandsText(const Command& command) {
   return text.empty() ? "" : "\nFiles:\n" + text;
 }
 
-bool shown(const Command& command, const Option& option) { return !option.hidden && takes(command, option); }
-
 }  // namespace
 
 std::string nameWithArgument(const Option& option) {
@@ -50,7 +48,7 @@ std::vector<std::string> usagesOf(const Program& program, const Command& command
   for (const Operand& operand : command.operands) text += fmt::format(" {}", operand.name);
   for (const Option& option : program.options) {
     const bool is_common = option.commands.empty();
-    if (!is_common && shown(command, option)) text += fmt::format(" [{}]", nameWithArgument(option));
+    if (!is_common && shows(command, option)) text += fmt::format(" [{}]", nameWithArgument(option));
   }
   return {text};
 }
@@ -59,7 +57,7 @@ std::vector<std::string_view> groupsOf(const Program& program, const Command& co
   std::vector<std::string_view> groups;
   for (const Option& option : program.options) {
     const bool is_new = std::ranges::find(groups, option.group) == groups.end();
-    if (shown(command, option) && is_new) groups.push_back(option.group);
+    if (shows(command, option) && is_new) groups.push_back(option.group);
   }
   return groups;
 }
@@ -73,7 +71,7 @@ std::string helpText(const Program& program, const Command& command) {
   for (const std::string_view group : groupsOf(program, command)) {
     text += fmt::format("\n{}:\n", group);
     for (const Option& option : program.options) {
-      if (shown(command, option) && option.group == group)
+      if (shows(command, option) && option.group == group)
         text += line(nameWithArgument(option), helpOf(option));
     }
   }

@@ -53,7 +53,7 @@ std::string commandText(const Program& program, const Command& command) {
   for (const std::string_view group : groupsOf(program, command)) {
     text += fmt::format(".SS {}\n", escaped(group));
     for (const Option& option : program.options) {
-      if (takes(command, option) && !option.hidden && option.group == group) text += optionText(option);
+      if (shows(command, option) && option.group == group) text += optionText(option);
     }
   }
   return text;

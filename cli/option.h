@@ -67,6 +67,8 @@ struct Program {
 };
 
 [[nodiscard]] bool takes(const Command& command, const Option& option);
+// Also not one that is for programs.
+[[nodiscard]] bool shows(const Command& command, const Option& option);
 
 // The options that every program has: --help, --version, and the hidden --describe.
 std::vector<Option> commonOptions();

@@ -21,6 +21,7 @@ using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 // `fopen`; null when the file cannot be opened or is no regular file: opening a named pipe would wait for its
 // other end, and opening a device can do anything. Files that are opened for writing or appending can be read
 // and written by other processes at the same time. Mode "r" fails for a directory on every host.
+// Throws std::bad_alloc where the stream's own memory cannot be had.
 FilePointer openFile(std::string_view program_path, const char* mode);
 
 // `remove`, of a file only. False when nothing was removed.

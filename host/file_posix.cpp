@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -55,11 +56,16 @@ FilePointer openFile(std::string_view program_path, const char* mode) {
   const int descriptor = ::open(path.c_str(), how | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
   if (descriptor < 0) return nullptr;
   FilePointer file;
+  errno = 0;
   if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
       (!empties || ftruncate(descriptor, 0) == 0)) {
     file.reset(fdopen(descriptor, mode));
   }
-  if (!file) close(descriptor);
+  if (!file) {
+    const bool memory_is_out = errno == ENOMEM;
+    close(descriptor);
+    if (memory_is_out) throw std::bad_alloc();  // the file itself is there
+  }
   return file;
 }
 

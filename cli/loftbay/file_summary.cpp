@@ -156,11 +156,6 @@ std::size_t widthOf(std::string_view utf8) {
       std::ranges::count_if(utf8, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
 }
 
-// Empty: the file states none.
-std::string statedVersion(const jttk::FileDescription& file) {
-  return file.major == 0 ? "" : fmt::format("{}.{}", file.major, file.minor);
-}
-
 JsonValue sizeJson(const jttk::FileDescription& file) {
   const auto size = sizeOf(file);
   if (!size) return nullptr;
@@ -180,6 +175,14 @@ JsonValue levelJson(const LevelSummary& level) {
 
 }  // namespace
 
+std::string statedVersion(const jttk::FileDescription& file) {
+  return file.major == 0 ? "" : fmt::format("{}.{}", file.major, file.minor);
+}
+
+std::string failureOf(const jttk::FileDescription& file) {
+  return file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
+}
+
 FileSummary summarise(const jttk::FileDescription& file) { return Summing(file).run(); }
 
 JsonValue summaryJson(const std::string& input, const jttk::FileDescription& file) {
@@ -187,8 +190,7 @@ JsonValue summaryJson(const std::string& input, const jttk::FileDescription& fil
   const auto bytes = bytesOf(input);
   JsonValue document = JsonValue::object(
       {{"schema_version", kSummarySchemaVersion}, {"input", input}, {"loaded", file.loaded}});
-  if (!file.loaded)
-    document.set("error", file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason);
+  if (!file.loaded) document.set("error", failureOf(file));
   document.set("version", orNull(statedVersion(file)));
   document.set("bytes", orNull(bytes));
   document.set("units", orNull(file.units));

@@ -32,6 +32,12 @@ struct FileSummary {
   std::vector<std::pair<std::string, std::uint64_t>> not_converted;
 };
 
+// "9.5"; empty where the file states none.
+std::string statedVersion(const jttk::FileDescription& file);
+
+// Why the file could not be loaded.
+std::string failureOf(const jttk::FileDescription& file);
+
 FileSummary summarise(const jttk::FileDescription& file);
 
 JsonValue summaryJson(const std::string& input, const jttk::FileDescription& file);

@@ -24,10 +24,6 @@ using host::shownText;
 
 constexpr int kInfoSchemaVersion = 1;
 
-std::string versionOf(const jttk::FileDescription& file) {
-  return fmt::format("{}.{}", file.major, file.minor);
-}
-
 // Segments by type, over all compressions.
 std::map<std::string, std::size_t> segmentsByType(const jttk::FileDescription& file) {
   std::map<std::string, std::size_t> counts;
@@ -83,10 +79,6 @@ JsonValue lossesJson(const jttk::FileDescription& file) {
   return losses;
 }
 
-std::string failureOf(const jttk::FileDescription& file) {
-  return file.losses.empty() ? "the file cannot be loaded" : file.losses.front().reason;
-}
-
 // What the documents of all forms begin with.
 JsonValue documentOf(const std::string& input, const jttk::FileDescription& file) {
   JsonValue document =
@@ -97,7 +89,7 @@ JsonValue documentOf(const std::string& input, const jttk::FileDescription& file
 
 JsonValue descriptionJson(const std::string& input, const jttk::FileDescription& file) {
   JsonValue document = documentOf(input, file);
-  document.set("version", file.major == 0 ? JsonValue() : JsonValue(versionOf(file)));
+  document.set("version", orNull(statedVersion(file)));
   document.set("byte_order", file.big_endian ? "big" : "little");
   document.set("header", file.header_text);
   document.set("units", orNull(file.units));
@@ -150,7 +142,7 @@ void printNode(const jttk::NodeDescription& node) {
 void printText(const std::string& input, const jttk::FileDescription& file) {
   print(fmt::format("{}\n", shownText(input)));
   if (file.major != 0) {
-    print(fmt::format("JT {}, {}-endian{}\n", versionOf(file), file.big_endian ? "big" : "little",
+    print(fmt::format("JT {}, {}-endian{}\n", statedVersion(file), file.big_endian ? "big" : "little",
                       file.units.empty() ? "" : ", units " + shownText(file.units)));
   }
   if (!file.segments.empty()) print("Segments:\n");

@@ -63,8 +63,10 @@ class Builder {
       for (Unwrapped& loop : unwrapped) turnOver(loop);
     }
     arrange(unwrapped, !loops.empty());
-    if (!geometry_.mayWork()) domain_.problem = kTooMuchWork;
-    if (!geometry_.mayWork()) domain_.wishes.clear();
+    if (!geometry_.mayWork()) {
+      domain_.problem = kTooMuchWork;
+      domain_.wishes.clear();
+    }
     if (!domain_.loops.empty()) findCenter();
     return std::move(domain_);
   }

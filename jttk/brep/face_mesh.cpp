@@ -12,7 +12,7 @@ namespace jttk::brep {
 namespace {
 
 constexpr int kMaximumRounds = 40;
-constexpr std::size_t kMaximumPoints = 100000;
+constexpr std::size_t kMaximumFacePoints = 100000;
 // Largest sideways deviation of a mesh edge from its curve on the surface, as a share of its length.
 constexpr double kMaximumDrift = 0.15;
 // A corner counts as turned when the normals of the triangle and the surface there differ by more than 60
@@ -292,7 +292,7 @@ class Mesher {
                        [](const Split& a, const Split& b) { return a.size > b.size; });
       bool any = false;
       for (const Split& split : splits) {
-        if (nodes_.size() >= kMaximumPoints) return;
+        if (nodes_.size() >= kMaximumFacePoints) return;
         if (!stillThere(split)) continue;
         any = addMiddle(split) || any;
       }

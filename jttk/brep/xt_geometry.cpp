@@ -9,7 +9,7 @@ namespace jttk::brep {
 namespace {
 
 // How deep geometry may refer to geometry (trimmed -> on surface -> offset -> ...).
-constexpr int kMaximumDepth = 8;
+constexpr int kMaximumNesting = 8;
 // Where a profile that ends on one side only is taken to end on the other, in metres.
 constexpr double kFarAway = 1e3;
 
@@ -58,7 +58,7 @@ bool XtGeometryReader::takeNumbers(std::size_t count, std::string& problem) {
 
 std::int32_t XtGeometryReader::curve(const XtNode& node, int depth) {
   return numberOf(node, curves_, bodies_.curves, [&] {
-    if (depth < kMaximumDepth) return readCurve(node, depth);
+    if (depth < kMaximumNesting) return readCurve(node, depth);
     Curve unread;
     unread.problem = "curves refer to each other too deeply";
     return unread;
@@ -67,7 +67,7 @@ std::int32_t XtGeometryReader::curve(const XtNode& node, int depth) {
 
 std::int32_t XtGeometryReader::surface(const XtNode& node, int depth) {
   return numberOf(node, surfaces_, bodies_.surfaces, [&] {
-    if (depth < kMaximumDepth) return readSurface(node, depth);
+    if (depth < kMaximumNesting) return readSurface(node, depth);
     Surface unread;
     unread.problem = "surfaces refer to each other too deeply";
     return unread;

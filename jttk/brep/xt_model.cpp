@@ -16,7 +16,6 @@ constexpr int kShell = 13;
 constexpr int kFace = 14;
 constexpr int kLoop = 15;
 constexpr int kEdge = 16;
-constexpr int kFin = 17;
 constexpr int kVertex = 18;
 constexpr int kRegion = 19;
 constexpr int kPoint = 29;

@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::size_t kMaximumBytes = std::size_t{1} << 31;
 constexpr std::int32_t kMaximumUserFields = 16;
-constexpr int kFin = 17;
 
 double bigReal(const std::byte* p) {
   ByteReader reader({p, 8}, ByteOrder::Big);

@@ -94,16 +94,7 @@ TEST(FaceBorder, ABlendHasLoops) {
 // of a period, and must not be taken for the shorter rest.
 TEST(FaceBorder, RimsGoRoundUnevenParameters) {
   XtModel model;
-  const double w = std::sqrt(0.5);
-  std::vector<double> net;
-  for (int i = 0; i <= 8; ++i) {
-    const double weight = i % 2 == 0 ? 1 : w;
-    const double r = i % 2 == 0 ? 0.01 : 0.01 / w;
-    for (const double z : {0.0, 0.03}) {
-      net.insert(net.end(), {r * std::cos(kPi / 4 * i) * weight, r * std::sin(kPi / 4 * i) * weight,
-                             z * weight, weight});
-    }
-  }
+  const std::vector<double> net = turnedNet({{0.01, 0}, {0.01, 0.03}});
   const auto side =
       model.splineSurface(2, 1, 9, 2, true, net, {0, 40, 41, 42, 43}, {3, 2, 2, 2, 3}, {0, 1}, {2, 2});
   // Halves of rings: rings would be cut into more pieces.

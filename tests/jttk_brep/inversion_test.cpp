@@ -221,19 +221,8 @@ TEST(Inversion, OfALargeNetKeepsItsGridSmall) {
 // leads away.
 TEST(Inversion, LeavesAPole) {
   XtModel model;
-  const double w = std::sqrt(0.5);
-  std::vector<double> net;
-  for (int i = 0; i <= 8; ++i) {
-    const double round = i % 2 == 0 ? 1 : w;
-    const double r = i % 2 == 0 ? 0.01 : 0.01 / w;
-    // From the pole over an eighth of a turn to the equator.
-    const double arc[3][3] = {{0, 1, 1}, {1, 1, w}, {1, 0, 1}};
-    for (const auto& p : arc) {
-      const double weight = round * p[2];
-      net.insert(net.end(), {r * std::cos(kPi / 4 * i) * p[0] * weight,
-                             r * std::sin(kPi / 4 * i) * p[0] * weight, 0.01 * p[1] * weight, weight});
-    }
-  }
+  // From the pole over an eighth of a turn to the equator.
+  const std::vector<double> net = turnedNet({{0, 0.01}, {0.01, 0.01, std::sqrt(0.5)}, {0.01, 0}});
   const auto cap =
       model.splineSurface(2, 2, 9, 3, true, net, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3}, {0, 1}, {3, 3});
   const Bodies bodies = bodiesOf(model, cap);

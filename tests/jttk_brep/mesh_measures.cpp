@@ -55,17 +55,13 @@ MeshMeasures measure(const ShapeGeometry& shape) {
     }
     of_position[i] = numbers.try_emplace(key, static_cast<std::uint32_t>(numbers.size())).first->second;
   }
-  const auto at = [&](std::uint32_t p) {
-    return Vec3{double{shape.positions[3 * p]}, double{shape.positions[3 * p + 1]},
-                double{shape.positions[3 * p + 2]}};
-  };
   for (std::size_t t = 0; t + 1 < shape.primitive_starts.size(); ++t) {
     const std::size_t first = shape.primitive_starts[t];
     std::uint32_t ids[3];
     Vec3 p[3];
     for (std::size_t k = 0; k < 3; ++k) {
       ids[k] = of_position[shape.corner_positions[first + k]];
-      p[k] = at(shape.corner_positions[first + k]);
+      p[k] = cornerOf(shape, first + k);
     }
     if (ids[0] == ids[1] || ids[1] == ids[2] || ids[2] == ids[0]) {
       ++made.degenerate;
@@ -94,11 +90,8 @@ MeshMeasures measure(const ShapeGeometry& shape) {
 double farthest(const ShapeGeometry& shape, const std::function<double(const Vec3&)>& distance, int steps) {
   double worst = 0;
   for (std::size_t t = 0; t + 1 < shape.primitive_starts.size(); ++t) {
-    Vec3 p[3];
-    for (std::size_t k = 0; k < 3; ++k) {
-      const std::size_t q = 3 * std::size_t{shape.corner_positions[shape.primitive_starts[t] + k]};
-      p[k] = {double{shape.positions[q]}, double{shape.positions[q + 1]}, double{shape.positions[q + 2]}};
-    }
+    const std::size_t first = shape.primitive_starts[t];
+    const Vec3 p[] = {cornerOf(shape, first), cornerOf(shape, first + 1), cornerOf(shape, first + 2)};
     for (int i = 0; i <= steps; ++i) {
       for (int k = 0; i + k <= steps; ++k) {
         worst = std::max(worst, distance((p[0] * i + p[1] * k + p[2] * (steps - i - k)) * (1.0 / steps)));

@@ -20,6 +20,12 @@ struct MeshMeasures {
   std::size_t bad_normals = 0;      // not of unit length
 };
 
+// A corner of `shape` by its number in corner_positions.
+inline Vec3 cornerOf(const ShapeGeometry& shape, std::size_t number) {
+  const float* const p = &shape.positions[3 * std::size_t{shape.corner_positions[number]}];
+  return {double{p[0]}, double{p[1]}, double{p[2]}};
+}
+
 // Positions are compared by value: -0 is 0.
 MeshMeasures measure(const ShapeGeometry& shape);
 

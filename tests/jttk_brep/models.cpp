@@ -27,6 +27,21 @@ std::vector<std::byte> segmentAround(const std::vector<std::byte>& stream) {
   return toBytes(loftbay::maker::xtBrepSegment(values, {}));
 }
 
+std::vector<double> turnedNet(const std::vector<ProfilePoint>& profile) {
+  const double w = std::sqrt(0.5);
+  std::vector<double> net;
+  for (int i = 0; i <= 8; ++i) {
+    const bool is_corner = i % 2 != 0;  // where two tangents of the circle meet
+    for (const ProfilePoint& p : profile) {
+      const double r = is_corner ? p.radius / w : p.radius;
+      const double weight = is_corner ? p.weight * w : p.weight;
+      net.insert(net.end(), {r * std::cos(kPi / 4 * i) * weight, r * std::sin(kPi / 4 * i) * weight,
+                             p.height * weight, weight});
+    }
+  }
+  return net;
+}
+
 }  // namespace jttk::brep
 
 namespace jttk::brep::models {
@@ -283,16 +298,7 @@ XtModel ellipticRod(double major, double minor, double height) {
 
 XtModel splineCylinder(double radius, double height) {
   XtModel model;
-  const double w = std::sqrt(0.5);
-  std::vector<double> net;
-  for (int i = 0; i <= 8; ++i) {
-    const double angle = kPi / 4 * i;
-    const double r = i % 2 == 0 ? radius : radius / w;
-    const double weight = i % 2 == 0 ? 1 : w;
-    for (const double z : {0.0, height}) {
-      net.insert(net.end(), {r * std::cos(angle) * weight, r * std::sin(angle) * weight, z * weight, weight});
-    }
-  }
+  const std::vector<double> net = turnedNet({{radius, 0}, {radius, height}});
   const auto side =
       model.splineSurface(2, 1, 9, 2, true, net, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3}, {0, 1}, {2, 2});
   const int ring_low = model.edge(model.circle({0, 0, 0}, kZ, kY, radius), -1, -1);

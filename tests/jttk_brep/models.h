@@ -17,6 +17,16 @@ std::vector<std::byte> segmentAround(const std::vector<std::byte>& stream);
 // The stream alone.
 std::vector<std::byte> streamOf(const XtModel& model);
 
+// Rational points of the circle that a point of radius `radius` and height `height` runs through about z, in
+// four arcs of degree 2; `weight` is the point's own in a rational profile.
+struct ProfilePoint {
+  double radius, height;
+  double weight = 1;
+};
+// Points of a net whose rows are such circles' points, one for each point of the profile: four values for
+// each.
+std::vector<double> turnedNet(const std::vector<ProfilePoint>& profile);
+
 }  // namespace jttk::brep
 
 namespace jttk::brep::models {

@@ -47,10 +47,7 @@ void addConePiece(XtModel& model, const Side& side, double from, double width) {
 std::size_t expectNormalsAtTheTip(const Outcome& o, double z, const Vec3& slope) {
   const TessellatedBody& body = o.made.bodies.at(0);
   const ShapeGeometry& shape = body.shape;
-  const auto at = [&](std::size_t corner) {
-    const std::size_t q = 3 * std::size_t{shape.corner_positions[corner]};
-    return Vec3{double{shape.positions[q]}, double{shape.positions[q + 1]}, double{shape.positions[q + 2]}};
-  };
+  const auto at = [&](std::size_t corner) { return cornerOf(shape, corner); };
   std::size_t tips = 0;
   for (std::size_t i = 0; i < shape.corner_positions.size(); ++i) {
     const std::int32_t surface = o.bodies.faces[body.triangle_faces[i / 3]].surface;

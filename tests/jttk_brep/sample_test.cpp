@@ -29,10 +29,7 @@ std::vector<char> readFile(const std::filesystem::path& path) {
 using Triangles = std::vector<MeshDistance::Triangle>;
 
 void addTriangles(const ShapeGeometry& shape, Triangles& triangles) {
-  const auto at = [&](std::size_t corner) {
-    const std::size_t p = 3 * std::size_t{shape.corner_positions[corner]};
-    return Vec3{double{shape.positions[p]}, double{shape.positions[p + 1]}, double{shape.positions[p + 2]}};
-  };
+  const auto at = [&](std::size_t corner) { return cornerOf(shape, corner); };
   for (std::size_t i = 0; i + 1 < shape.primitive_starts.size(); ++i) {
     const std::size_t first = shape.primitive_starts[i];
     for (std::size_t k = first + 2; k < shape.primitive_starts[i + 1]; ++k) {

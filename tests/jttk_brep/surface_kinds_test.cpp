@@ -108,15 +108,8 @@ TEST(SurfaceKind, TorusThatMeetsItsAxisShowsItsOuterSide) {
 TEST(SurfaceKind, SweptSplineSection) {
   // A rational circle of four arcs, moved along z.
   XtModel model;
-  const double w = std::sqrt(0.5);
   const auto circle = [&](double z) {
-    std::vector<double> points;
-    for (int i = 0; i <= 8; ++i) {
-      const double weight = i % 2 == 0 ? 1 : w;
-      const double r = i % 2 == 0 ? 0.01 : 0.01 / w;
-      points.insert(points.end(), {r * std::cos(kPi / 4 * i) * weight, r * std::sin(kPi / 4 * i) * weight,
-                                   z * weight, weight});
-    }
+    const std::vector<double> points = turnedNet({{0.01, z}});
     return model.splineCurve(2, 4, true, points, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3});
   };
   const int low = model.edge(circle(0), -1, -1);
@@ -206,16 +199,7 @@ TEST(SurfaceKind, OffsetOfASplineSurface) {
   for (const double offset : {0.002, -0.003}) {
     SCOPED_TRACE(offset);
     XtModel model;
-    const double w = std::sqrt(0.5);
-    std::vector<double> net;
-    for (int i = 0; i <= 8; ++i) {
-      const double weight = i % 2 == 0 ? 1 : w;
-      const double r = i % 2 == 0 ? 0.01 : 0.01 / w;
-      for (const double z : {0.0, 0.02}) {
-        net.insert(net.end(), {r * std::cos(kPi / 4 * i) * weight, r * std::sin(kPi / 4 * i) * weight,
-                               z * weight, weight});
-      }
-    }
+    const std::vector<double> net = turnedNet({{0.01, 0}, {0.01, 0.02}});
     const auto base =
         model.splineSurface(2, 1, 9, 2, true, net, {0, 1, 2, 3, 4}, {3, 2, 2, 2, 3}, {0, 1}, {2, 2});
     const double radius = 0.01 + offset;

@@ -61,11 +61,8 @@ TEST(ThinSolid, WallsThinnerThanTheToleranceStayWhole) {
 double areaOfTheFloor(const ShapeGeometry& shape) {
   double area = 0;
   for (std::size_t t = 0; t + 1 < shape.primitive_starts.size(); ++t) {
-    Vec3 p[3];
-    for (std::size_t k = 0; k < 3; ++k) {
-      const std::size_t q = 3 * std::size_t{shape.corner_positions[shape.primitive_starts[t] + k]};
-      p[k] = {double{shape.positions[q]}, double{shape.positions[q + 1]}, double{shape.positions[q + 2]}};
-    }
+    const std::size_t first = shape.primitive_starts[t];
+    const Vec3 p[] = {cornerOf(shape, first), cornerOf(shape, first + 1), cornerOf(shape, first + 2)};
     if (p[0].z == 0 && p[1].z == 0 && p[2].z == 0) area += length(cross(p[1] - p[0], p[2] - p[0])) / 2;
   }
   return area;
