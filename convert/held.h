@@ -1,7 +1,7 @@
 // A reference on a toolkit object for the length of a scope, also when an exception ends it.
 #pragma once
 
-#include "jttk/jttk.h"
+#include "jttk/interface/jttk.h"
 
 namespace loftbay::convert {
 

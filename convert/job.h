@@ -21,7 +21,7 @@
 
 #include "convert/notes.h"
 #include "geometry/shape_arrays.h"
-#include "jttk/jttk.h"
+#include "jttk/interface/jttk.h"
 #include "zix/zix.h"
 
 namespace loftbay::convert {

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "jttk/model/scene_graph.h"
+#include "jttk/graph/scene_graph.h"
 
 namespace {
 

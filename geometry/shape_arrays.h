@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "geometry/duplicate_vertices.h"
-#include "jttk/jttk.h"
+#include "jttk/interface/jttk.h"
 
 namespace loftbay::geometry {
 

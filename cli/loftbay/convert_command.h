@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cli/loftbay/limits.h"
-#include "jttk/settings.h"
+#include "jttk/interface/settings.h"
 
 namespace loftbay::cli {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/json_value.h"
-#include "jttk/inspect.h"
+#include "jttk/interface/inspect.h"
 
 namespace loftbay::cli {
 

@@ -14,7 +14,7 @@
 #include "host/out_of_memory.h"
 #include "host/path.h"
 #include "host/shown_text.h"
-#include "jttk/inspect.h"
+#include "jttk/interface/inspect.h"
 
 namespace loftbay::cli {
 

@@ -1,7 +1,7 @@
 #include "cli/loftbay/limits.h"
 
 #include "cli/loftbay/options.h"
-#include "jttk/settings.h"
+#include "jttk/interface/settings.h"
 
 namespace loftbay::cli {
 

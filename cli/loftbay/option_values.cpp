@@ -5,7 +5,7 @@
 
 #include "cli/loftbay/options.h"
 #include "cli/number_text.h"
-#include "jttk/settings.h"
+#include "jttk/interface/settings.h"
 
 namespace loftbay::cli {
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "host/path.h"
-#include "jttk/settings.h"
+#include "jttk/interface/settings.h"
 
 namespace loftbay::cli {
 

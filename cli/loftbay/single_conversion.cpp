@@ -19,7 +19,7 @@
 #include "host/out_of_memory.h"
 #include "host/path.h"
 #include "host/process.h"
-#include "jttk/settings.h"
+#include "jttk/interface/settings.h"
 #include "zix/interrupted_write.h"
 #include "zix/reader.h"
 

@@ -14,9 +14,9 @@
 
 #include "jttk/brep/bodies.h"
 #include "jttk/brep/work_counter.h"
-#include "jttk/codec/shape_lod.h"
 #include "jttk/file/error.h"
 #include "jttk/file/jt_file.h"
+#include "jttk/mesh/shape_geometry.h"
 
 namespace jttk::brep {
 

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
+#include "jttk/file/object_ids.h"
+
 namespace jttk::brep {
 namespace {
-
-constexpr Guid kXtBrepElement{0x873a70e0, 0x2ac9, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 
 struct Form {
   std::size_t version_bytes;
@@ -51,7 +51,7 @@ Result<XtData> findXtData(std::span<const std::byte> data, ByteOrder order, std:
   element.skip(1, "object base type");
   if (!reader.ok()) return reader.unexpected();
   if (!element.ok()) return element.unexpected();
-  if (!(id == kXtBrepElement)) return fail("not an XT B-Rep element but " + id.text(), id_offset);
+  if (!(id == object_id::kXtBrep)) return fail("not an XT B-Rep element but " + id.text(), id_offset);
   XtData found;
   // With the object id (9.0 and later), then without.
   for (const std::size_t id_bytes : {std::size_t{4}, std::size_t{0}}) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "jttk/codec/primitive_solid.h"
-#include "jttk/codec/vector3.h"
+#include "jttk/mesh/vector3.h"
 
 namespace jttk {
 

@@ -5,7 +5,7 @@
 #include <numbers>
 
 #include "host/portable_math.h"
-#include "jttk/codec/vector3.h"
+#include "jttk/mesh/vector3.h"
 
 namespace jttk {
 

@@ -11,9 +11,9 @@
 #include "jttk/codec/primitive_meaning.h"
 #include "jttk/codec/primitive_set.h"
 #include "jttk/codec/rep_data.h"
-#include "jttk/codec/shape_ids.h"
 #include "jttk/codec/shape_lod_8.h"
 #include "jttk/codec/stated_box.h"
+#include "jttk/file/object_ids.h"
 
 namespace jttk {
 namespace {
@@ -37,11 +37,14 @@ Result<Element> readElement(ByteReader& reader) {
   return Element{kind, body};
 }
 
-bool isPrimitiveSet(const Guid& kind) { return kind == kPrimitiveSet || kind == kPrimitiveSetNode; }
+bool isPrimitiveSet(const Guid& kind) {
+  return kind == object_id::kPrimitiveSet || kind == object_id::kPrimitiveSetNode;
+}
 
 bool isShape(const Guid& kind) {
-  return kind == kTriStripSet || kind == kPolygonSet || kind == kPolylineSet || kind == kPointSet ||
-         kind == kNullShape || isPrimitiveSet(kind);
+  return kind == object_id::kTriStripSet || kind == object_id::kPolygonSet ||
+         kind == object_id::kPolylineSet || kind == object_id::kPointSet || kind == object_id::kNullShape ||
+         isPrimitiveSet(kind);
 }
 
 // The shape is usually the first element; others in front of it are skipped.
@@ -58,10 +61,10 @@ Result<Element> findShape(ByteReader& reader) {
 }
 
 const char* nameOf(const Guid& kind) {
-  if (kind == kTriStripSet) return "tri-strip set";
-  if (kind == kPolygonSet) return "polygon set";
-  if (kind == kPolylineSet) return "polyline set";
-  if (kind == kPointSet) return "point set";
+  if (kind == object_id::kTriStripSet) return "tri-strip set";
+  if (kind == object_id::kPolygonSet) return "polygon set";
+  if (kind == object_id::kPolylineSet) return "polyline set";
+  if (kind == object_id::kPointSet) return "point set";
   return "shape";
 }
 
@@ -93,8 +96,9 @@ Result<ByteReader> openInnerElement10(ByteReader& body) {
 Result<ShapeGeometry> decodeRepData(ByteReader& reader, const Guid& kind, PacketForm form,
                                     const ShapeContext& context) {
   if (!reader.ok()) return reader.unexpected();
-  if (kind == kPolylineSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Polylines, context);
-  if (kind == kPointSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Points, context);
+  if (kind == object_id::kPolylineSet)
+    return decodeIndexedRepData(reader, form, PrimitiveKind::Polylines, context);
+  if (kind == object_id::kPointSet) return decodeIndexedRepData(reader, form, PrimitiveKind::Points, context);
   return decodeTopologicalRepData(reader, form, context);
 }
 
@@ -133,7 +137,7 @@ Result<ShapeGeometry> decodeLod(const Segment& segment, Version version, ByteOrd
   const auto element = findShape(reader);
   if (!element) return tl::unexpected<Error>(element.error().in("shape"));
   const Guid& kind = element->kind;
-  if (kind == kNullShape) return ShapeGeometry{};
+  if (kind == object_id::kNullShape) return ShapeGeometry{};
   if (isPrimitiveSet(kind)) return decodePrimitives(element->body, version, context.stated);
   const std::uint64_t offset = element->body.offset();
   // Errors of 8.x name the kind already.

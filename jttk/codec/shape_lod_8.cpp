@@ -11,9 +11,9 @@
 
 #include "jttk/codec/int32_packet_mk1.h"
 #include "jttk/codec/predictors.h"
-#include "jttk/codec/shape_ids.h"
 #include "jttk/codec/shape_limits.h"
 #include "jttk/codec/shape_lod_8_data.h"
+#include "jttk/file/object_ids.h"
 
 namespace jttk {
 
@@ -29,10 +29,10 @@ struct VertexShape {
 };
 
 std::optional<VertexShape> vertexShapeKind(const Guid& guid) {
-  if (guid == kTriStripSet) return VertexShape{PrimitiveKind::TriangleStrips, "tri-strip set"};
-  if (guid == kPolylineSet) return VertexShape{PrimitiveKind::Polylines, "polyline set"};
-  if (guid == kPolygonSet) return VertexShape{PrimitiveKind::Polygons, "polygon set"};
-  if (guid == kPointSet) return VertexShape{PrimitiveKind::Points, "point set"};
+  if (guid == object_id::kTriStripSet) return VertexShape{PrimitiveKind::TriangleStrips, "tri-strip set"};
+  if (guid == object_id::kPolylineSet) return VertexShape{PrimitiveKind::Polylines, "polyline set"};
+  if (guid == object_id::kPolygonSet) return VertexShape{PrimitiveKind::Polygons, "polygon set"};
+  if (guid == object_id::kPointSet) return VertexShape{PrimitiveKind::Points, "point set"};
   return std::nullopt;
 }
 
@@ -128,7 +128,7 @@ Result<void> shape8::readValues(ByteReader& in, Context& context, std::size_t ma
 }
 
 Result<ShapeGeometry> decodeShapeLod8(ByteReader element_body, const Guid& kind, MemoryBudget* memory) {
-  if (kind == kNullShape) return ShapeGeometry{};
+  if (kind == object_id::kNullShape) return ShapeGeometry{};
   const std::optional<VertexShape> vertex_shape = vertexShapeKind(kind);
   if (!vertex_shape)
     return fail("shape LOD element " + kind.text() + ": not supported", element_body.offset());

@@ -1,8 +1,8 @@
 #include "jttk/model/document.h"
 
+#include "jttk/graph/roots.h"
 #include "jttk/model/labels.h"
-#include "jttk/model/roots.h"
-#include "jttk/settings.h"
+#include "jttk/model/settings.h"
 
 namespace jttk {
 
@@ -76,10 +76,6 @@ std::string Document::nearestLabel(std::uint32_t node) const {
   const std::uint32_t named = node == kNone ? kNone : graph.nearest_named[node];
   std::string text = named == kNone ? std::string() : label(named);
   return text.empty() ? std::string(fileStem(path)) : text;
-}
-
-bool Document::isReference(std::uint32_t index) const {
-  return standsForFile(graph.nodes[index]) && index != graph.root;
 }
 
 std::shared_ptr<WorkBudget> newBudget() { return std::make_shared<WorkBudget>(workLimits()); }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "jttk/file/jt_file.h"
-#include "jttk/model/scene_graph.h"
+#include "jttk/graph/scene_graph.h"
 
 namespace jttk {
 
@@ -48,8 +48,6 @@ struct Document {
   [[nodiscard]] std::string label(std::uint32_t node) const;
   // The label of the nearest named node at or above, or the file's name: for messages.
   [[nodiscard]] std::string nearestLabel(std::uint32_t node) const;
-  // Whether the node is a reference to another file.
-  [[nodiscard]] bool isReference(std::uint32_t node) const;
 };
 
 // A new budget, with the limits that the settings give.

@@ -7,7 +7,9 @@
 #include <bit>
 
 #include "host/path.h"
-#include "jttk/model/properties.h"
+#include "jttk/graph/properties.h"
+#include "jttk/mesh/append.h"
+#include "jttk/mesh/winding.h"
 
 namespace jttk {
 
@@ -22,61 +24,6 @@ constexpr std::size_t kBytesPerWork = 16;
 bool canBeRead(std::int32_t segment_type) {
   const auto type = static_cast<SegmentType>(segment_type);
   return type == SegmentType::XtBrep || type == SegmentType::MultiXtBrep;
-}
-
-template <typename T>
-void append(std::vector<T>& to, const std::vector<T>& from) {
-  to.insert(to.end(), from.begin(), from.end());
-}
-
-void append(ShapeGeometry& to, const ShapeGeometry& from) {
-  if (from.primitiveCount() == 0) return;
-  const auto positions = static_cast<std::uint32_t>(to.positions.size() / 3);
-  const auto records = static_cast<std::uint32_t>(to.normals.size() / 3);
-  const auto corners = static_cast<std::uint32_t>(to.corner_positions.size());
-  append(to.positions, from.positions);
-  append(to.normals, from.normals);
-  if (to.primitive_starts.empty()) to.primitive_starts.push_back(0);
-  for (std::size_t i = 1; i < from.primitive_starts.size(); ++i) {
-    to.primitive_starts.push_back(corners + from.primitive_starts[i]);
-  }
-  for (const std::uint32_t p : from.corner_positions) to.corner_positions.push_back(positions + p);
-  for (const std::uint32_t r : from.corner_records) {
-    to.corner_records.push_back(r == ShapeGeometry::kNoRecord ? r : records + r);
-  }
-}
-
-// A strip with an even number of corners keeps its winding when it is read backwards. So it is split: the
-// first triangle becomes a strip of three; the rest begins one corner later, which flips its winding, so it
-// is stored backwards. Both have an odd number of corners then.
-ShapeGeometry withOddStrips(ShapeGeometry geometry) {
-  ShapeGeometry result;
-  const bool has_records = !geometry.corner_records.empty();
-  const auto add = [&](std::uint32_t corner) {
-    result.corner_positions.push_back(geometry.corner_positions[corner]);
-    if (has_records) result.corner_records.push_back(geometry.corner_records[corner]);
-  };
-  const auto finish = [&] {
-    result.primitive_starts.push_back(static_cast<std::uint32_t>(result.corner_positions.size()));
-  };
-  finish();
-  const auto& starts = geometry.primitive_starts;
-  for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
-    std::uint32_t first = starts[i];
-    const std::uint32_t end = starts[i + 1];
-    if ((end - first) % 2 != 0) {
-      for (std::uint32_t c = first; c < end; ++c) add(c);
-    } else {
-      for (std::uint32_t c = first; c < first + 3; ++c) add(c);
-      finish();
-      for (std::uint32_t c = end; c-- > first + 1;) add(c);
-    }
-    finish();
-  }
-  geometry.primitive_starts = std::move(result.primitive_starts);
-  geometry.corner_positions = std::move(result.corner_positions);
-  geometry.corner_records = std::move(result.corner_records);
-  return geometry;
 }
 
 }  // namespace
@@ -174,8 +121,7 @@ bool ExactGeometry::isOfAReadableKind() const {
 std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& values,
                                                          const std::string& part_name, const float* box,
                                                          bool quietly) {
-  const bool same = values.chord_percent == values_.chord_percent &&
-                    values.minimum_edge_length == values_.minimum_edge_length;
+  const bool same = values == values_;
   if (segments_.empty() || (hopeless_ && same)) return nullptr;
   if (arrays_ && same) return arrays_;
   const ShapeCache::Key key = keyOf(values, box);
@@ -262,8 +208,8 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::make(const TessValues& values,
   }
   if (all.primitiveCount() == 0) return nullptr;
   all.kind = PrimitiveKind::Polygons;
-  ShapeArrays strips = makeShapeArrays(std::move(all), NodeKind::TriStripSet);
-  strips.geometry = withOddStrips(std::move(strips.geometry));
+  ShapeArrays strips = makeShapeArrays(std::move(all));
+  makeStripsOdd(strips.geometry);
   return std::make_shared<const ShapeArrays>(std::move(strips));
 }
 

@@ -8,7 +8,7 @@
 
 #include "jttk/brep/tessellate.h"
 #include "jttk/model/model.h"
-#include "jttk/tess_params.h"
+#include "jttk/model/tess_values.h"
 
 namespace jttk {
 

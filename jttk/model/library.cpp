@@ -7,7 +7,6 @@
 #include "host/path.h"
 #include "host/shown_text.h"
 #include "jttk/brep/tessellate.h"
-#include "jttk/jttk.h"
 #include "jttk/model/unused_geometry.h"
 
 namespace jttk {
@@ -194,7 +193,7 @@ void Library::noteSegment(Document& document, const Segment& segment) {
 void Library::lost(const std::string& part, const std::string& reason) {
   diag::programSeams().observer->lost(part, reason);
   // A line break in a name would begin a line that looks like a message of its own.
-  JtkInfo::post(JtkInfo::JtkERRORS) << host::shownText(part + ": " + reason) << '\n';
+  *diag::programSeams().toolkit_messages << host::shownText(part + ": " + reason) << '\n';
 }
 
 bool Library::spend(std::uint64_t units) {

@@ -1,7 +1,5 @@
 #include "jttk/model/material_states.h"
 
-#include "jttk/model/types.h"
-
 namespace jttk {
 
 namespace {
@@ -26,34 +24,7 @@ void take(MaterialValues& material, const MaterialValues& from, std::uint32_t fi
   if ((fields & kShininess) != 0) material.shininess = from.shininess;
 }
 
-// What the converter takes for a shape without a material.
-MaterialValues greyValues() {
-  MaterialValues grey;
-  grey.diffuse = {0.698F, 0.698F, 0.698F, 1.0F};
-  grey.ambient = grey.diffuse;
-  grey.emission = {0, 0, 0, 1.0F};
-  grey.specular = grey.emission;
-  grey.shininess = 128.0F;
-  return grey;
-}
-
 }  // namespace
-
-class MaterialStates::Material final : public Typed<JtkMaterial, JtkEntity::JtkMATERIAL> {
- public:
-  explicit Material(const MaterialValues& values) : values_(values) { ref(); }
-  void getDiffuseColor(float*& rgba) override { rgba = values_.diffuse.data(); }
-  void getAmbientColor(float*& rgba) override { rgba = values_.ambient.data(); }
-  void getEmissionColor(float*& rgba) override { rgba = values_.emission.data(); }
-  void getShininess(float& shininess) override { shininess = values_.shininess; }
-  void getSpecularColor(float*& rgba) override { rgba = values_.specular.data(); }
-
- private:
-  MaterialValues values_;
-};
-
-MaterialStates::MaterialStates() { states_.emplace_back(); }
-MaterialStates::~MaterialStates() = default;
 
 MaterialStates::State MaterialStates::apply(State above, const SceneGraph& graph, std::uint32_t index) {
   const Attribute& attribute = graph.attributes[index];
@@ -90,16 +61,9 @@ bool MaterialStates::areEqual(State a, State b) const {
                     one.material == other.material);
 }
 
-JtkMaterial* MaterialStates::material(State state) {
-  Values& values = states_[state];
-  if (!values.present) return nullptr;
-  if (!values.object) values.object = std::make_unique<Material>(values.material);
-  return values.object.get();
-}
-
-JtkMaterial* MaterialStates::grey() {
-  if (!grey_) grey_ = std::make_unique<Material>(greyValues());
-  return grey_.get();
+const MaterialValues* MaterialStates::values(State state) const {
+  const Values& values = states_[state];
+  return values.present ? &values.material : nullptr;
 }
 
 }  // namespace jttk

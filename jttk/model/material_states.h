@@ -6,11 +6,9 @@
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <memory>
 #include <tuple>
 
-#include "jttk/jttk.h"
-#include "jttk/model/scene_graph.h"
+#include "jttk/graph/scene_graph.h"
 
 namespace jttk {
 
@@ -20,8 +18,7 @@ class MaterialStates {
   // No material so far.
   static constexpr State kEmpty = 0;
 
-  MaterialStates();
-  ~MaterialStates();
+  MaterialStates() { states_.emplace_back(); }
   MaterialStates(const MaterialStates&) = delete;
   MaterialStates& operator=(const MaterialStates&) = delete;
 
@@ -31,18 +28,14 @@ class MaterialStates {
 
   // Whether the materials in force are the same.
   [[nodiscard]] bool areEqual(State a, State b) const;
-  // The material in force in a state; null in kEmpty. Owned by this object, the same one every time.
-  JtkMaterial* material(State state);
-  // Neutral grey, for parts without a material in a model where others have one.
-  JtkMaterial* grey();
+  // The material in force in a state; null in kEmpty. It stays where it is as long as this object lives.
+  [[nodiscard]] const MaterialValues* values(State state) const;
 
  private:
-  class Material;
   struct Values {
     MaterialValues material;
     bool present = false;
     std::uint32_t final_fields = 0;
-    std::unique_ptr<Material> object;
   };
   struct StepKey {
     State above;
@@ -55,7 +48,6 @@ class MaterialStates {
 
   std::deque<Values> states_;
   std::map<StepKey, State> steps_;
-  std::unique_ptr<Material> grey_;
 };
 
 }  // namespace jttk

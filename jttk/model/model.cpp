@@ -6,13 +6,11 @@
 
 #include "diag/program_seams.h"
 #include "host/path.h"
-#include "jttk/codec/shape_lod.h"
+#include "jttk/graph/roots.h"
 #include "jttk/model/exact_geometry.h"
-#include "jttk/model/hierarchy.h"
-#include "jttk/model/part.h"
-#include "jttk/model/properties.h"
-#include "jttk/model/roots.h"
-#include "jttk/settings.h"
+#include "jttk/model/names.h"
+#include "jttk/model/settings.h"
+#include "jttk/model/shape_decoding.h"
 
 namespace jttk {
 
@@ -30,111 +28,6 @@ constexpr std::uint32_t kFreeAttributes = 16;
 
 std::uint64_t unitsOfName(std::size_t bytes) { return bytes > kFreeNameBytes ? bytes - kFreeNameBytes : 0; }
 
-bool isShapeSegment(const Document& document, const LateLoaded& entry) {
-  const TocEntry* listed = document.file->find(entry.segment);
-  const auto type = listed != nullptr ? listed->type : static_cast<SegmentType>(entry.segment_type);
-  return type >= SegmentType::Shape && type <= SegmentType::ShapeLod9;
-}
-
-// The late loaded entry with a shape's geometry: the one with the usual key, else one whose segment is of
-// such a type.
-std::uint32_t geometryEntry(const Document& document, const Node& node) {
-  const std::uint32_t usual = document.graph.findLateLoaded(node, kShapeKey);
-  if (usual != kNone) return usual;
-  for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
-    const std::uint32_t index = node.late_loaded.first + i;
-    if (isShapeSegment(document, document.graph.late_loaded[index])) return index;
-  }
-  return kNone;
-}
-
-// A shape node that states 0 vertices and 0 polygons may lack a segment.
-bool countsNothing(const SceneGraph& graph, const Node& node) {
-  if (node.figures == kNone) return false;
-  const Figures& figures = graph.figures[node.figures];
-  return figures.vertex_count[1] == 0 && figures.polygon_count[1] == 0;
-}
-
-// Whether the file has no transforms, and no other shape than `shape`.
-bool isTheOnlyShape(const SceneGraph& graph, const Node& shape) {
-  const auto is_other = [&](const Node& node) { return isShape(node.kind) && node.id != shape.id; };
-  return graph.transforms.empty() && std::none_of(graph.nodes.begin(), graph.nodes.end(), is_other);
-}
-
-// Whether the shape node has a transform of its own. Then it is unclear whether its box is before or after
-// it.
-bool movesItself(const SceneGraph& graph, const Node& node) {
-  for (std::uint32_t i = 0; i < node.attributes.count; ++i) {
-    const std::uint32_t index = graph.node_attributes[node.attributes.first + i];
-    if (index != kNone && graph.attributes[index].kind == AttributeKind::Transform) return true;
-  }
-  return false;
-}
-
-// What the scene graph states about a shape: its own extent; for a primitive set that is the only shape, the
-// root's, too.
-std::vector<StatedExtent> statedExtents(const SceneGraph& graph, const Node& node) {
-  if (node.kind != NodeKind::PrimitiveSet && movesItself(graph, node)) return {};
-  std::vector<StatedExtent> stated;
-  const auto add = [&](std::uint32_t index) {
-    if (index != kNone) stated.push_back({graph.figures[index].box, graph.figures[index].area});
-  };
-  add(node.figures);
-  if (node.kind == NodeKind::PrimitiveSet && isTheOnlyShape(graph, node))
-    add(graph.nodes[graph.root].figures);
-  return stated;
-}
-
-// Counts the memory that using a decoded shape takes for a while: several arrays per triangle to make strips
-// of polygons, and tables of the vertices in the code that receives the shape.
-Result<void> takeMemoryToUse(const ShapeGeometry& geometry, MemoryBudget& memory) {
-  constexpr std::uint64_t kBytesPerCorner = 24;
-  constexpr std::uint64_t kBytesPerVertex = 64;
-  const std::size_t corners = geometry.kind == PrimitiveKind::Polygons ? geometry.corner_positions.size() : 0;
-  auto taken = memory.take(corners, kBytesPerCorner, 0);
-  return taken ? memory.take(geometry.positions.size() / 3, kBytesPerVertex, 0) : taken;
-}
-
-Result<ShapeGeometry> decode(const Document& document, const Node& node, MemoryBudget& memory) {
-  if (node.kind == NodeKind::NullShape) return ShapeGeometry{};
-  const SceneGraph& graph = document.graph;
-  const std::uint32_t entry = geometryEntry(document, node);
-  const std::string what = std::string(kindName(node.kind)) + " " + std::to_string(node.id);
-  if (entry == kNone) {
-    if (const LateLoaded* unread = unreadGeometry(document, node)) {
-      return fail("segment " + unread->segment.text() + ": " + unreadText(segmentType(document, *unread)), 0);
-    }
-    if (countsNothing(graph, node)) return ShapeGeometry{};
-    return fail(what + " has no geometry segment", 0);
-  }
-  const Guid& id = graph.late_loaded[entry].segment;
-  const std::string place = "segment " + id.text();
-  const TocEntry* listed = document.file->find(id);
-  if (listed == nullptr) return fail(place + ": is not in the table of contents", 0);
-  const Result<Segment> segment = document.file->segment(*listed);
-  if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
-  const std::vector<StatedExtent> stated = statedExtents(graph, node);
-  Result<ShapeGeometry> geometry =
-      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), {stated, &memory});
-  if (geometry) {
-    if (auto taken = takeMemoryToUse(*geometry, memory); !taken) geometry = tl::unexpected(taken.error());
-  }
-  if (!geometry) return tl::unexpected<Error>(geometry.error().in(place));
-  for (std::string* text : {&geometry->facts.doubt, &geometry->facts.coordinate_note}) {
-    if (!text->empty()) text->insert(0, place + ": ");
-  }
-  return geometry;
-}
-
-// NaN has no order, and would equal every other number: it is replaced by the largest number.
-Matrix makeComparable(const Matrix& matrix) {
-  Matrix comparable = matrix;
-  for (double& element : comparable) {
-    if (std::isnan(element)) element = std::numeric_limits<double>::max();
-  }
-  return comparable;
-}
-
 // How many corners have a coordinate that is no finite number.
 std::size_t cornersWithoutPlace(const ShapeGeometry& geometry) {
   const auto is_number = [](float value) { return std::isfinite(value); };
@@ -150,25 +43,6 @@ std::size_t cornersWithoutPlace(const ShapeGeometry& geometry) {
 
 }  // namespace
 
-JtkHierarchy* Model::create(std::unique_ptr<Document> main) {
-  auto model = std::make_unique<Model>(std::move(main));
-  const FileWay* way = model->library_.mainWay();
-  const NodeRef root{way, way->document->graph.root};
-  Model& owned = *model;  // the root takes the pointer
-  JtkHierarchy* object = owned.make(root, rootMet(root), {});
-  switch (object->typeID()) {
-    case JtkEntity::JtkASSEMBLY:
-      static_cast<AssemblyObject*>(object)->own(std::move(model));
-      break;
-    case JtkEntity::JtkINSTANCE:
-      static_cast<InstanceObject*>(object)->own(std::move(model));
-      break;
-    default:
-      static_cast<PartObject*>(object)->own(std::move(model));
-  }
-  return object;
-}
-
 Model::Model(std::unique_ptr<Document> main)
     : library_(std::move(main), settings().allow_outside, settings().search_folders),
       memory_(std::make_shared<MemoryBudget>()),
@@ -181,46 +55,6 @@ Model::~Model() {
   } catch (...) {
     tellOfMissingNotes();
   }
-  for (JtkHierarchy* object : objects_) object->unref();
-}
-
-JtkHierarchy* Model::hold(JtkHierarchy* object) {
-  object->ref();
-  objects_.push_back(object);
-  return object;
-}
-
-JtkHierarchy* Model::make(NodeRef ref, Met met, const Inherited& inherited) {
-  Product product = isShown(ref.document().graph, ref.node)
-                        ? classify(ref, met, library_)
-                        : Product{ProductKind::Part, {}, {ref.way, kNone}, false};
-  if (product.top().node == kNone) return new PartObject(*this, ref, ref.document().nearestLabel(ref.node));
-  switch (product.kind) {
-    case ProductKind::Assembly:
-      return new AssemblyObject(*this, std::move(product), met, inherited);
-    case ProductKind::Instance:
-      return new InstanceObject(*this, std::move(product), met, inherited);
-    case ProductKind::Part:
-      break;
-  }
-  return new PartObject(*this, std::move(product), met, inherited);
-}
-
-JtkHierarchy* Model::place(NodeRef ref, Met met, const Inherited& inherited) {
-  const PartKey key{&ref.document(),
-                    ref.node,
-                    met,
-                    inherited.material,
-                    inherited.transform_is_final,
-                    inherited.transform == nullptr ? kIdentity : makeComparable(*inherited.transform)};
-  if (const auto known = parts_.find(key); known != parts_.end()) return known->second;
-  JtkHierarchy* object = hold(make(ref, met, inherited));
-  if (object->typeID() == JtkEntity::JtkPART) parts_.emplace(key, object);
-  return object;
-}
-
-JtkHierarchy* Model::placeEmpty(NodeRef near, std::string name) {
-  return hold(new PartObject(*this, near, std::move(name)));
 }
 
 bool Model::tellPlaces() {
@@ -299,11 +133,6 @@ void Model::noteOwnTransform(const std::string& instance) {
   ++own_transforms_;
   if (own_transform_names_.size() < kNamesShown && std::ranges::count(own_transform_names_, instance) == 0)
     own_transform_names_.push_back(instance);
-}
-
-void Model::noteName(const std::string& name, const PartObject& part) {
-  const PartObject& first = *first_of_name_.try_emplace(name, &part).first->second;
-  if (&first != &part && !part.looksLike(first)) library_.notes().add(ModelNotes::Kind::SameName, name);
 }
 
 void Model::tellOwnTransforms() const {
@@ -389,7 +218,7 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
   const std::uint64_t before = memory_->taken();
   const std::uint64_t asked_before = memory_->asked();
   memory_->setLimit(library_.budget().memoryLimit());
-  Result<ShapeGeometry> geometry = decode(document, shape.data(), *memory_);
+  Result<ShapeGeometry> geometry = decodeShape(document, shape.data(), *memory_);
   library_.budget().contents().spend((memory_->asked() - asked_before) / kDecodedBytesPerUnit);
   if (!geometry) {
     memory_->giveBackTo(before);
@@ -402,7 +231,7 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
   if (!geometry->colors.empty() && document.counted_colors.insert(shape.node).second) {
     library_.notes().add(ModelNotes::Kind::VertexColors, 1);
   }
-  auto arrays = countMemory(makeShapeArrays(std::move(*geometry), shape.data().kind), before);
+  auto arrays = countMemory(makeShapeArrays(std::move(*geometry)), before);
   cache_.keep(key, arrays);
   latest_document_ = &document;
   latest_node_ = shape.node;
@@ -412,8 +241,6 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
 
 void Model::releaseShapes() {
   latest_.reset();
-  for (ShapeObject* shape : holding_) shape->release();
-  holding_.clear();
   for (ExactGeometry* exact : holding_exact_) exact->release();
   holding_exact_.clear();
 }

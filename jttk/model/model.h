@@ -1,5 +1,5 @@
-// One loaded model: its files, and the interface's objects for its nodes. They are created on demand, one per
-// occurrence, because a shared node can have another material in each, and live as long as the root.
+// One loaded model: its files, the materials and placements that come down to its nodes, and its decoded
+// shapes.
 #pragma once
 
 #include <array>
@@ -12,18 +12,16 @@
 #include <unordered_map>
 #include <vector>
 
-#include "jttk/jttk.h"
+#include "jttk/file/memory_budget.h"
+#include "jttk/mesh/matrix.h"
 #include "jttk/model/library.h"
 #include "jttk/model/material_states.h"
-#include "jttk/model/matrix.h"
 #include "jttk/model/product.h"
 #include "jttk/model/shape_cache.h"
 
 namespace jttk {
 
 class ExactGeometry;
-class PartObject;
-class ShapeObject;
 
 // What comes down to a node from above.
 struct Inherited {
@@ -38,9 +36,6 @@ class Model {
   // Instances inside instances: each is one recursion of the converter's walk.
   static constexpr std::uint32_t kMaxInstanceDepth = 500;
 
-  // The root of a model; it owns everything else and is destroyed by its last unref.
-  static JtkHierarchy* create(std::unique_ptr<Document> main);
-
   explicit Model(std::unique_ptr<Document> main);
   ~Model();
   Model(const Model&) = delete;
@@ -49,11 +44,6 @@ class Model {
   [[nodiscard]] Library& library() { return library_; }
   [[nodiscard]] MaterialStates& materials() { return materials_; }
 
-  // The object for one occurrence of a node. Held by the model. A part that occurs again with the same
-  // inherited state is the same object, so that the converter can tell that it is one part.
-  JtkHierarchy* place(NodeRef ref, Met met, const Inherited& inherited);
-  // A part without levels for something that cannot be had.
-  JtkHierarchy* placeEmpty(NodeRef near, std::string name);
   // Counts an occurrence of a node. False (and reported once) when there are more than the budget allows, or
   // when the node's own name would cost more than is left.
   bool countPlace(NodeRef node);
@@ -81,14 +71,9 @@ class Model {
   // An instance whose part has a transform of its own. Counted, and reported at the end: the converter places
   // instanced parts by the instance alone.
   void noteOwnTransform(const std::string& instance);
-  // Called for each part that the walk leaves. The converter uses the first part of a name for all of them;
-  // parts that look different are counted for a note.
-  void noteName(const std::string& name, const PartObject& part);
   // Whether a shape node has no shape segment but one of a kind that is not read.
   [[nodiscard]] static bool isPlaceholder(NodeRef shape);
-  // A shape that holds its arrays until the next releaseShapes.
-  void holds(ShapeObject* shape) { holding_.push_back(shape); }
-  // The same for what was made of exact geometry.
+  // Exact geometry that holds its strips until the next releaseShapes.
   void holds(ExactGeometry* exact) { holding_exact_.push_back(exact); }
   // What the triangles of exact geometry depend on in addition to the parameters.
   struct ExactKey {
@@ -113,21 +98,6 @@ class Model {
   void releaseShapes();
 
  private:
-  // What decides how an occurrence of a part looks.
-  struct PartKey {
-    Document* document;
-    std::uint32_t node;
-    Met met;
-    MaterialStates::State material;
-    bool transform_is_final;
-    Matrix transform;  // comparable: see makeComparable
-    bool operator<(const PartKey& other) const {
-      return std::tie(document, node, met, material, transform_is_final, transform) <
-             std::tie(other.document, other.node, other.met, other.material, other.transform_is_final,
-                      other.transform);
-    }
-  };
-
   // Reports, once for each, an unusable transform, and coordinates that are not finite.
   void checkTransform(NodeRef ref, std::uint32_t attribute);
   void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
@@ -143,8 +113,6 @@ class Model {
   // `arrays` with their memory, which is given back when nothing holds them any more. `before`: what was
   // taken before they were decoded.
   std::shared_ptr<const ShapeArrays> countMemory(ShapeArrays arrays, std::uint64_t before);
-  JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
-  JtkHierarchy* hold(JtkHierarchy* object);
 
   Library library_;
   MaterialStates materials_;
@@ -152,13 +120,9 @@ class Model {
   std::shared_ptr<MemoryBudget> memory_;
   ShapeCache cache_;
   std::deque<Matrix> matrices_;
-  std::vector<JtkHierarchy*> objects_;
-  std::map<PartKey, JtkHierarchy*> parts_;
-  std::unordered_map<std::string, const PartObject*> first_of_name_;
   const Document* latest_document_ = nullptr;
   std::uint32_t latest_node_ = kNone;
   std::shared_ptr<const ShapeArrays> latest_;
-  std::vector<ShapeObject*> holding_;
   std::vector<ExactGeometry*> holding_exact_;
   // Exact geometry by what decides about it: the first node that has it (see sameGeometry), and the values of
   // those of which nothing comes.
@@ -166,17 +130,6 @@ class Model {
   std::set<ShapeCache::Key> hopeless_;
   std::size_t own_transforms_ = 0;
   std::vector<std::string> own_transform_names_;  // the first few
-};
-
-// What all nodes of a model have in common behind the interface.
-class ModelNode {
- public:
-  // Told by the traverser when it has left the node.
-  virtual void wasLeft() = 0;
-  [[nodiscard]] virtual Model& model() = 0;
-
- protected:
-  ~ModelNode() = default;
 };
 
 }  // namespace jttk

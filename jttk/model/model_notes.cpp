@@ -5,8 +5,8 @@
 #include <set>
 #include <string_view>
 
+#include "jttk/graph/properties.h"
 #include "jttk/model/document.h"
-#include "jttk/model/properties.h"
 
 namespace jttk {
 

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "jttk/graph/shown_children.h"
 #include "jttk/model/labels.h"
 
 namespace jttk {
@@ -116,9 +117,9 @@ class NameGiver {
       return;
     }
     const std::uint32_t child = graph.children[node.children.first + task.next++];
-    if (!isShown(graph, child)) return;
-    if (isLod(graph.nodes[child].kind) && !graph.nodes[child].has_shapes) return;
-    if (node.kind == NodeKind::Switch && child != graph.selectedChild(node)) return;
+    if (!isShownChild(graph, node, child)) return;
+    // An empty group is still an assembly where an instance refers to it.
+    if (isLod(graph.nodes[child].kind) && !hasContents(graph.nodes[child])) return;
     tasks_.push_back({{task.ref.way, child}, task.met, task.name});
   }
 

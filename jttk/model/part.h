@@ -1,82 +1,89 @@
-// Parts: levels of detail, and the shapes of each.
+// The contents of a part: levels of detail, and the shapes of each.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "jttk/model/exact_geometry.h"
-#include "jttk/model/hierarchy.h"
-#include "jttk/model/shape_object.h"
+#include "jttk/model/model.h"
 
 namespace jttk {
 
-class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
+// A shape of a part: its node, and what the nodes on the path to it state.
+struct ShapeOccurrence {
+  NodeRef ref;
+  MaterialStates::State material = MaterialStates::kEmpty;
+  bool has_own_material = false;      // a material was found at or below the level of detail
+  const Matrix* transform = nullptr;  // into the part's coordinates
+  bool is_exact = false;              // the part's exact geometry; `ref` is the part's node
+};
+using Level = std::vector<ShapeOccurrence>;
+
+class Part {
  public:
-  PartObject(Model& model, Product product, Met met, const Inherited& inherited)
-      : HierarchyObject(model, std::move(product), met, inherited), exact_(model, product_.chain) {}
-  // A part without levels.
-  PartObject(Model& model, NodeRef near, std::string name);
-  ~PartObject() override;
+  // `product` outlives this object. `inherited`: with the part's own attributes.
+  Part(Model& model, const Product& product, Met met, const Inherited& inherited)
+      : model_(model), product_(product), met_(met), inherited_(inherited), exact_(model, product.chain) {}
 
-  void wasLeft() override;
-  void getMaterial(JtkMaterial*& material) override;
-  // Whether getMaterial answers one that the file gives, and not the grey one.
-  [[nodiscard]] bool hasMaterialInForce() const { return below_.material != MaterialStates::kEmpty; }
-  [[nodiscard]] int numShapeLODs() override;
-  [[nodiscard]] int numShapes(int level) override;
-  void getShape(JtkShape*& shape, int level, int index) override;
-  [[nodiscard]] int requiresTessellation() override;
-  int tessellate(JtkTessParams* parameters, JtkEntityList*& results) override;
+  // The name that messages call it by, instead of that which the file gives.
+  void setName(std::string name) { given_name_ = std::move(name); }
+  [[nodiscard]] std::string name() const;
+  // Exact geometry that is to be used becomes level 0. Called before anything is asked for.
+  void offerExactAsLevel() { offers_exact_as_level_ = true; }
 
-  // A shape of the part: its node, and what the nodes on the path to it state.
-  struct ShapePlace {
-    NodeRef ref;
-    MaterialStates::State material = MaterialStates::kEmpty;
-    bool has_own_material = false;      // a material was found at or below the level of detail
-    const Matrix* transform = nullptr;  // into the part's coordinates
-    ShapeObject* object = nullptr;
-  };
-  [[nodiscard]] const std::vector<std::vector<ShapePlace>>& levels();
-  // Whether exact geometry that can be read belongs to the part.
-  [[nodiscard]] bool hasExactGeometry() const { return exact_.exists(); }
-  // Whether both have the same shapes and material, apart from where they are.
-  [[nodiscard]] bool looksLike(const PartObject& other) const;
+  // The levels that are handed out, the first that yields geometry first.
+  [[nodiscard]] const std::vector<Level>& levels();
   // The levels as the file states them, without a look at what they yield; made anew at each call.
-  [[nodiscard]] std::vector<std::vector<ShapePlace>> statedLevels();
-  // Strips of the exact geometry, made with the parameters that were created last; null when there are none.
-  std::shared_ptr<const ShapeArrays> exactArrays() { return exactArrays(latestTessValues()); }
-
- private:
-  [[nodiscard]] std::string name() override;
-  // Whether exact geometry is to be used: level 0 is empty (and not hidden), or the setting asks for it.
-  [[nodiscard]] bool wantsExactGeometry();
-  [[nodiscard]] bool levelZeroIsEmpty() const;
-  // Decides which level is handed out first (part_levels.cpp), by decoding as much as that takes.
-  void chooseFirstLevel();
-  struct Tried;
-  bool yields(std::size_t level, Tried& tried);
-  void tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried);
-  void tellUnreadGeometry();
-  void noteOneColor();
-  [[nodiscard]] bool hidesItsShapes() const;
-  std::shared_ptr<const ShapeArrays> exactArrays(const TessValues& values);
-  [[nodiscard]] const float* box();
-  void offerExactGeometry();
-  void noteWireframe();
+  [[nodiscard]] std::vector<Level> statedLevels();
+  // The material that all its shapes share or that comes from above.
   [[nodiscard]] MaterialStates::State materialInForce();
 
+  // Whether exact geometry that can be read belongs to the part.
+  [[nodiscard]] bool hasExactGeometry() const { return exact_.exists(); }
+  // Whether exact geometry is to be used: level 0 is empty (and not hidden), or the setting asks for it.
+  [[nodiscard]] bool wantsExactGeometry();
+  // Whether level 0 is the exact geometry.
+  [[nodiscard]] bool offersExactGeometry();
+  // Strips of the exact geometry; null when there are none.
+  std::shared_ptr<const ShapeArrays> exactArrays(const TessValues& values);
+  // A note that exact geometry has one colour where the facets that it replaces have several.
+  void noteOneColor();
+
+  // Whether both have the same shapes and material, apart from where they are.
+  [[nodiscard]] bool looksLike(const Part& other) const;
+
+ private:
+  struct Tried;
+  [[nodiscard]] bool levelZeroIsEmpty() const;
+  [[nodiscard]] bool hidesItsShapes() const;
+  // Decides which level is handed out first (part_levels.cpp), by decoding as much as that takes.
+  void chooseFirstLevel();
+  bool yields(std::size_t level, Tried& tried);
+  void dropLevelsBefore(std::size_t level);
+  void tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried);
+  void tellUnreadGeometry();
+  void noteWireframe();
+  [[nodiscard]] const float* box();
+  void offerExactGeometry();
+
+  Model& model_;
+  const Product& product_;
+  Met met_;
+  Inherited inherited_;
   std::optional<std::string> given_name_;
-  std::optional<std::vector<std::vector<ShapePlace>>> levels_;
+  std::optional<std::vector<Level>> levels_;
   ExactGeometry exact_;
-  bool offers_exact_ = false;  // level 0 is the exact geometry
+  bool offers_exact_as_level_ = false;
+  bool offers_exact_ = false;
   // Whether level 0 gives any geometry, where that had to be found out.
   std::optional<bool> level_zero_yields_;
   std::optional<std::array<float, 6>> box_;
 };
 
 // The level that the settings ask for, as an index of these levels; 0 where there are none.
-[[nodiscard]] std::size_t wantedLevel(const std::vector<std::vector<PartObject::ShapePlace>>& levels);
+[[nodiscard]] std::size_t wantedLevel(const std::vector<Level>& levels);
 
 }  // namespace jttk

@@ -6,26 +6,25 @@
 #include <set>
 
 #include "host/path.h"
+#include "jttk/graph/shown_children.h"
 #include "jttk/model/part.h"
-#include "jttk/settings.h"
+#include "jttk/model/settings.h"
 
 namespace jttk {
 
-using Levels = std::vector<std::vector<PartObject::ShapePlace>>;
-
-std::size_t wantedLevel(const Levels& levels) {
+std::size_t wantedLevel(const std::vector<Level>& levels) {
   if (levels.empty()) return 0;
   return std::min<std::size_t>(settings().level_of_detail, levels.size() - 1);
 }
 
 // Why levels gave nothing.
-struct PartObject::Tried {
+struct Part::Tried {
   bool damage = false;
   bool unread_kind = false;  // shapes whose only segment is of a kind that is not read
 };
 
-bool PartObject::yields(std::size_t level, Tried& tried) {
-  for (const ShapePlace& place : (*levels_)[level]) {
+bool Part::yields(std::size_t level, Tried& tried) {
+  for (const ShapeOccurrence& place : (*levels_)[level]) {
     const Node& node = place.ref.data();
     if (node.kind == NodeKind::NullShape) continue;
     if (model_.isPlaceholder(place.ref)) {
@@ -39,7 +38,7 @@ bool PartObject::yields(std::size_t level, Tried& tried) {
   return false;
 }
 
-void PartObject::chooseFirstLevel() {
+void Part::chooseFirstLevel() {
   const std::size_t count = levels_->size();
   if (count == 0) return;
   const std::size_t wanted = wantedLevel(*levels_);
@@ -49,7 +48,7 @@ void PartObject::chooseFirstLevel() {
   const auto has_shapes = [](const auto& level) { return !level.empty(); };
   const bool any_shape = std::any_of(levels_->begin(), levels_->end(), has_shapes);
   const bool exact_is_wanted = exact_is_known && settings().exact_geometry;
-  if (exact_is_wanted && exact_.arrays(latestTessValues(), name(), box(), any_shape)) return;
+  if (exact_is_wanted && exact_.arrays(currentTessValues(), name(), box(), any_shape)) return;
   std::vector<std::size_t> order;
   for (std::size_t i = wanted; i < count; ++i) order.push_back(i);
   for (std::size_t i = wanted; i-- > 0;) order.push_back(i);
@@ -58,15 +57,15 @@ void PartObject::chooseFirstLevel() {
     if (yields(level, tried)) {
       level_zero_yields_ = true;
       if (level != wanted) tellOtherLevel(wanted, level, tried);
-      levels_->erase(levels_->begin(), levels_->begin() + static_cast<std::ptrdiff_t>(level));
+      dropLevelsBefore(level);
       return;
     }
     if (level != wanted || !exact_is_known || settings().level_of_detail != kFinestLevel) continue;
-    if (exact_.arrays(latestTessValues(), name(), box(), false)) break;
+    if (exact_.arrays(currentTessValues(), name(), box(), false)) break;
     tried.damage = true;  // and its reason is reported
   }
   level_zero_yields_ = false;
-  if (exact_is_known && exact_.arrays(latestTessValues(), name(), box(), false)) return;
+  if (exact_is_known && exact_.arrays(currentTessValues(), name(), box(), false)) return;
   // For exact geometry beside shapes there is only a note, which is not enough when the shapes show nothing.
   const NodeRef top = product_.top();
   if (exact_is_wanted && any_shape && top.document().told_levels.insert(top.node).second) {
@@ -77,7 +76,7 @@ void PartObject::chooseFirstLevel() {
   if (with_shapes != levels_->end()) levels_->erase(levels_->begin(), with_shapes);
 }
 
-void PartObject::tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried) {
+void Part::tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried) {
   const NodeRef top = product_.top();
   Document& document = top.document();
   if (!document.told_levels.insert(top.node).second) return;
@@ -94,7 +93,7 @@ void PartObject::tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tr
 
 // A part without shapes and exact geometry of its own may have nodes below it with geometry that cannot be
 // read.
-void PartObject::tellUnreadGeometry() {
+void Part::tellUnreadGeometry() {
   if (product_.content.node == kNone) return;
   Document& document = product_.content.document();
   const SceneGraph& graph = document.graph;
@@ -121,15 +120,14 @@ void PartObject::tellUnreadGeometry() {
 }
 
 // Facets of several colours that exact geometry replaces: it has one colour.
-void PartObject::noteOneColor() {
+void Part::noteOneColor() {
   if (levels_->empty()) return;
-  const auto color = [&](const ShapePlace& place) {
-    float* rgba = nullptr;
-    if (JtkMaterial* material = model_.materials().material(place.material)) material->getDiffuseColor(rgba);
-    return rgba == nullptr ? std::vector<float>() : std::vector<float>(rgba, rgba + 4);
+  const auto color = [&](const ShapeOccurrence& shape) {
+    const MaterialValues* values = model_.materials().values(shape.material);
+    return values == nullptr ? std::nullopt : std::optional(values->diffuse);
   };
   const auto& level = levels_->front();
-  const auto differs = [&](const ShapePlace& shape) { return color(shape) != color(level.front()); };
+  const auto differs = [&](const ShapeOccurrence& shape) { return color(shape) != color(level.front()); };
   if (!std::any_of(level.begin(), level.end(), differs)) return;
   const NodeRef top = product_.top();
   if (!top.document().told_colors.insert(top.node).second) return;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "jttk/graph/shown_children.h"
 #include "jttk/model/library.h"
 
 namespace jttk {
@@ -10,18 +11,6 @@ namespace {
 
 // Children per node that may be inspected at no cost to the work budget.
 constexpr std::uint32_t kFreeChildren = 64;
-
-// Number of nodes of the product structure that a child gives, 2 = several.
-int productCount(const Document& document, std::uint32_t index) {
-  const SceneGraph& graph = document.graph;
-  if (!isShown(graph, index)) return 0;
-  const Node& node = graph.nodes[index];
-  if (isGrouping(node.kind)) return node.product_count;
-  if (isLod(node.kind)) return node.has_shapes ? 1 : 0;
-  if (node.kind != NodeKind::Instance) return 1;
-  const std::uint32_t target = graph.children[node.children.first];
-  return target >= graph.nodes.size() || isShown(graph, target) ? 1 : 0;
-}
 
 // The single node of the product structure below `ref`, through groups; `groups` receives these. A node of
 // kNone when there is none or more than one.
@@ -34,8 +23,8 @@ NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups, Library& library)
     for (std::uint32_t i = 0; i < node.children.count && count < 2; ++i) {
       if (i >= kFreeChildren) library.spend(1);
       const std::uint32_t child = document.graph.children[node.children.first + i];
-      if (node.kind == NodeKind::Switch && child != document.graph.selectedChild(node)) continue;
-      const int products = productCount(document, child);
+      if (!isShownChild(document.graph, node, child)) continue;
+      const int products = productsAt(document.graph.nodes[child]);
       if (products > 0) only = child;
       count += products;
     }
@@ -61,7 +50,7 @@ Product partition(NodeRef ref, Met met, Product product, Library& library) {
     const NodeRef child = singleChild(ref, groups, library);
     if (child.node == kNone) return product;
     const NodeKind kind = child.data().kind;
-    const bool is_partition = kind == NodeKind::Partition && !child.document().isReference(child.node);
+    const bool is_partition = kind == NodeKind::Partition && !isReference(child.document().graph, child.node);
     const bool is_part = kind == NodeKind::Part || isLod(kind) || isShape(kind);
     if (!is_partition && kind != NodeKind::MetaData && (!is_part || met == Met::AsTarget)) return product;
     product.chain.insert(product.chain.end(), groups.begin(), groups.end());
@@ -83,10 +72,6 @@ Product partition(NodeRef ref, Met met, Product product, Library& library) {
 Product single(NodeRef ref, ProductKind kind) { return {kind, {ref}, ref, false}; }
 
 }  // namespace
-
-bool isShown(const SceneGraph& graph, std::uint32_t node) {
-  return node < graph.nodes.size() && (graph.nodes[node].flags & Node::kIgnored) == 0;
-}
 
 std::string Product::ownName() const {
   for (const NodeRef& ref : chain) {
@@ -124,7 +109,7 @@ Product classify(NodeRef ref, Met met, Library& library) {
     default:
       return {ProductKind::Part, {}, ref, true};
   }
-  if (!ref.document().isReference(ref.node)) return partition(ref, met, {}, library);
+  if (!isReference(ref.document().graph, ref.node)) return partition(ref, met, {}, library);
   Product product;
   product.chain.push_back(ref);
   product.content = {ref.way, kNone};

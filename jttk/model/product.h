@@ -59,7 +59,4 @@ enum class Met : std::uint8_t { AsChild, AsTarget };
 // `ref` must not be hidden. For grouping nodes only with Met::AsTarget.
 Product classify(NodeRef ref, Met met, Library& library);
 
-// Whether a link leads to a node that is shown.
-[[nodiscard]] bool isShown(const SceneGraph& graph, std::uint32_t node);
-
 }  // namespace jttk

@@ -8,8 +8,8 @@
 #include <memory>
 #include <tuple>
 
+#include "jttk/mesh/shape_arrays.h"
 #include "jttk/model/document.h"
-#include "jttk/model/shape_arrays.h"
 
 namespace jttk {
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "diag/program_seams.h"
-#include "jttk/jttk.h"
+#include "jttk/interface/jttk.h"
 
 namespace {
 

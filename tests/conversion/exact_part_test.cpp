@@ -13,8 +13,8 @@
 #include "diag/trace_log.h"
 #include "host/path.h"
 #include "tests/conversion/recorded_messages.h"
+#include "tests/jttk/brep/models.h"
 #include "tests/jttk/support/jt_graph.h"
-#include "tests/jttk_brep/models.h"
 
 namespace {
 

@@ -19,11 +19,11 @@
 #include "jttk/brep/tessellate.h"
 #include "jttk/brep/xt_model.h"
 #include "jttk/brep/xt_segment.h"
-#include "jttk/settings.h"
+#include "jttk/model/settings.h"
 #include "samples/maker/flange_joint.h"
 #include "samples/maker/write_jt.h"
 #include "tests/conversion/recorded_messages.h"
-#include "tests/jttk_brep/mesh_measures.h"
+#include "tests/jttk/brep/mesh_measures.h"
 #include "tests/support/sample_folder.h"
 #include "zix/reader.h"
 

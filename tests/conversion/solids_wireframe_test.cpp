@@ -10,7 +10,7 @@
 #include "convert/job.h"
 #include "diag/program_seams.h"
 #include "host/path.h"
-#include "jttk/inspect.h"
+#include "jttk/interface/inspect.h"
 #include "samples/maker/primitives.h"
 #include "samples/maker/write_jt.h"
 #include "tests/conversion/recorded_messages.h"

@@ -21,7 +21,7 @@
 #include <string>
 #include <vector>
 
-#include "jttk/jttk.h"
+#include "jttk/interface/jttk.h"
 
 namespace loftbay::doubles {
 

@@ -8,8 +8,8 @@
 #include <map>
 
 #include "host/path.h"
-#include "jttk/inspect.h"
-#include "jttk/model/shape_arrays.h"
+#include "jttk/interface/inspect.h"
+#include "jttk/interface/shape_type.h"
 #include "samples/maker/primitives.h"
 #include "samples/maker/shape_lod.h"
 #include "samples/maker/write_jt.h"
@@ -218,7 +218,7 @@ TEST(PrimitiveSets, setsOfSeveralTypesAreReadWhereAllOfThemReachTheBox) {
   const auto decoded = decode(shape, {});
   ASSERT_TRUE(decoded) << decoded.error().text();
   EXPECT_NEAR(volumeOf(*decoded), maker::volumeOf(box) + maker::volumeOf(ball), 60);
-  EXPECT_EQ(jttk::makeShapeArrays(*decoded, jttk::NodeKind::PrimitiveSet).type, JtkEntity::JtkPRIMITIVESET);
+  EXPECT_EQ(jttk::shapeType(*decoded, jttk::NodeKind::PrimitiveSet), JtkEntity::JtkPRIMITIVESET);
 }
 
 TEST(PrimitiveSets, aSetOfOneTypeIsAnEntityOfThatType) {
@@ -228,7 +228,7 @@ TEST(PrimitiveSets, aSetOfOneTypeIsAnEntityOfThatType) {
   for (std::size_t i = 0; i < 5; ++i) {
     const auto decoded = decode(setOf({example(kTypes[i])}), {});
     ASSERT_TRUE(decoded) << decoded.error().text();
-    EXPECT_EQ(jttk::makeShapeArrays(*decoded, jttk::NodeKind::PrimitiveSet).type, kIds[i]);
+    EXPECT_EQ(jttk::shapeType(*decoded, jttk::NodeKind::PrimitiveSet), kIds[i]);
   }
 }
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "host/path.h"
-#include "jttk/jttk.h"
+#include "jttk/interface/jttk.h"
 
 namespace {
 

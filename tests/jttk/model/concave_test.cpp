@@ -1,5 +1,5 @@
 // Polygons that are not convex, taken apart: the triangles cover the polygon once, with its winding.
-#include "jttk/model/concave.h"
+#include "jttk/mesh/concave.h"
 
 #include <gmock/gmock.h>
 
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <random>
 
-#include "jttk/model/shape_arrays.h"
+#include "jttk/mesh/shape_arrays.h"
 
 namespace {
 
@@ -246,7 +246,7 @@ TEST(Concave, hugePolygonsEnd) {
 }
 
 TEST(Concave, shapesOfPolygonsAreStripsOfTheRightTriangles) {
-  const jttk::ShapeArrays arrays = jttk::makeShapeArrays(flat({kDart}), jttk::NodeKind::PolygonSet);
+  const jttk::ShapeArrays arrays = jttk::makeShapeArrays(flat({kDart}));
   const ShapeGeometry& strips = arrays.geometry;
   double sum = 0;
   for (std::size_t i = 0; i < strips.primitiveCount(); ++i) {

@@ -50,7 +50,7 @@ struct Outcome {
     const Recorder recorder;
     auto document = jttk::openDocument("folder\\machine.jt", bytes);
     if (document) {
-      JtkHierarchy* root = jttk::Model::create(std::move(*document));
+      JtkHierarchy* root = jttk::Objects::create(std::move(*document));
       root->ref();
       for (const auto& shape : jttk::testing::walk(root).shapes) triangles.push_back(shape.triangles);
       root->unref();

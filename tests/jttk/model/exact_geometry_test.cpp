@@ -5,9 +5,9 @@
 #include <array>
 #include <map>
 
-#include "jttk/settings.h"
+#include "jttk/model/settings.h"
+#include "tests/jttk/brep/models.h"
 #include "tests/jttk/model/loaded.h"
-#include "tests/jttk_brep/models.h"
 
 namespace {
 

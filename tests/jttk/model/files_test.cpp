@@ -7,8 +7,8 @@
 #include "host/path.h"
 #include "jttk/model/file_finder.h"
 #include "jttk/model/name_key.h"
+#include "jttk/model/settings.h"
 #include "jttk/model/stated_name.h"
-#include "jttk/settings.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/write_file.h"
 

@@ -7,7 +7,7 @@
 #include <limits>
 #include <memory>
 
-#include "jttk/model/scene_graph.h"
+#include "jttk/graph/scene_graph.h"
 #include "tests/jttk/model/loaded.h"
 
 namespace {
@@ -126,7 +126,7 @@ TEST(DamagedGraph, EveryByteThatIsChangedLeavesAModelThatCanBeWalked) {
     jttk::testing::Recorder recorder;
     auto document = jttk::openDocument("damaged.jt", bytes);
     if (!document) continue;
-    JtkHierarchy* root = jttk::Model::create(std::move(*document));
+    JtkHierarchy* root = jttk::Objects::create(std::move(*document));
     root->ref();
     (void)jttk::testing::walk(root);
     root->unref();

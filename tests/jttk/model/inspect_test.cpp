@@ -1,5 +1,5 @@
 // The plain description of a file.
-#include "jttk/inspect.h"
+#include "jttk/interface/inspect.h"
 
 #include <gmock/gmock.h>
 

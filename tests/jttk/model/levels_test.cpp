@@ -2,12 +2,12 @@
 // cannot hold.
 #include <gmock/gmock.h>
 
-#include "jttk/inspect.h"
-#include "jttk/model/part.h"
-#include "jttk/settings.h"
+#include "jttk/interface/inspect.h"
+#include "jttk/interface/part.h"
+#include "jttk/model/settings.h"
+#include "tests/jttk/brep/models.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/jt_shapes.h"
-#include "tests/jttk_brep/models.h"
 
 namespace {
 
@@ -171,7 +171,7 @@ TEST_F(FirstLevel, IsDecodedOnceWhateverTheCacheHolds) {
   const Loaded model(graph);
   auto* part = static_cast<jttk::PartObject*>(model.root());
   EXPECT_THAT(levelsOf(part), ElementsAre(1, 2));
-  const auto decoded = part->model().shapeArrays(part->levels()[0][0].ref, "part");
+  const auto decoded = part->model().shapeArrays(part->part().levels()[0][0].ref, "part");
   EXPECT_EQ(static_cast<jttk::ShapeObject*>(shapeOf(part, 0, 0))->arrays(), decoded.get());
   // And it is not kept for longer than the part is visited.
   const std::weak_ptr<const jttk::ShapeArrays> watched = decoded;

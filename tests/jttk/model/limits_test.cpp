@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "host/path.h"
-#include "jttk/settings.h"
+#include "jttk/model/settings.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/jt_shapes.h"
 #include "tests/jttk/support/limit_bombs.h"

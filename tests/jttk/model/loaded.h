@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "jttk/model/model.h"
+#include "jttk/interface/objects.h"
 #include "tests/jttk/model/walk.h"
 #include "tests/jttk/support/jt_graph.h"
 
@@ -26,7 +26,7 @@ class Loaded {
       : bytes_(graph.file()) {
     auto document = openDocument(path, bytes_);
     if (document) {
-      root_ = Model::create(std::move(*document));
+      root_ = Objects::create(std::move(*document));
       root_->ref();
     } else {
       ADD_FAILURE() << document.error().text();

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "jttk/model/matrix.h"
+#include "jttk/mesh/matrix.h"
 #include "samples/maker/solids.h"
 #include "samples/maker/write_jt.h"
 #include "tests/jttk/model/loaded.h"
@@ -195,7 +195,7 @@ TEST(Coordinates, ThatAreNoNumbersAreToldAndTheShapeStays) {
     const jttk::testing::Recorder recorder;
     auto document = jttk::openDocument("sheet.jt", bytes);
     ASSERT_TRUE(document) << document.error().text();
-    JtkHierarchy* root = jttk::Model::create(std::move(*document));
+    JtkHierarchy* root = jttk::Objects::create(std::move(*document));
     root->ref();
     EXPECT_EQ(jttk::testing::walk(root).shapes.size(), 1U);
     (void)jttk::testing::walk(root);

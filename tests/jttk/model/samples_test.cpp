@@ -12,10 +12,10 @@
 #include <string>
 
 #include "host/path.h"
+#include "jttk/graph/properties.h"
+#include "jttk/interface/objects.h"
 #include "jttk/model/document.h"
-#include "jttk/model/model.h"
-#include "jttk/model/properties.h"
-#include "jttk/settings.h"
+#include "jttk/model/settings.h"
 #include "tests/jttk/model/walk.h"
 #include "tests/support/sample_folder.h"
 

@@ -5,10 +5,11 @@
 #include <cmath>
 
 #include "host/path.h"
-#include "jttk/model/part.h"
-#include "jttk/model/shape_arrays.h"
-#include "jttk/model/shape_object.h"
-#include "jttk/settings.h"
+#include "jttk/interface/part.h"
+#include "jttk/interface/shape_object.h"
+#include "jttk/interface/shape_type.h"
+#include "jttk/mesh/shape_arrays.h"
+#include "jttk/model/settings.h"
 #include "tests/jttk/model/loaded.h"
 
 namespace {
@@ -269,7 +270,7 @@ TEST(Shapes, AMirrorTurnsStripsOfEveryLengthOver) {
       const auto x = static_cast<float>(i);
       geometry.positions.insert(geometry.positions.end(), {x, x * x, 1});
     }
-    const ShapeArrays plain = makeShapeArrays(geometry, jttk::NodeKind::TriStripSet);
+    const ShapeArrays plain = makeShapeArrays(geometry);
     const ShapeArrays mirrored = transformed(plain, {-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
     auto wanted = triangles(plain.geometry);
     for (auto& t : wanted) std::swap(t[1], t[2]);
@@ -284,7 +285,7 @@ TEST(Shapes, NormalsGoThroughTheInverseTransposeAndHaveLengthOne) {
   geometry.kind = PrimitiveKind::TriangleStrips;
   geometry.positions = {0, 0, 0};
   geometry.normals = {1, 1, 0, 0, 0, 0, 0, 0, 40};
-  const ShapeArrays plain = makeShapeArrays(geometry, jttk::NodeKind::TriStripSet);
+  const ShapeArrays plain = makeShapeArrays(geometry);
   const float half = std::sqrt(0.5F);
   EXPECT_THAT(plain.geometry.normals, ElementsAre(half, half, 0, 0, 0, 0, 0, 0, 1));
   // Twice as wide: the surface x + y = c becomes x / 2 + y = c.
@@ -304,7 +305,7 @@ TEST(Shapes, StoredStripsStayAsTheyAreDegenerateLinksIncluded) {
   geometry.positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0};
   geometry.primitive_starts = {0, 6, 8, 11};
   geometry.corner_positions = {0, 1, 2, 2, 3, 3, 0, 1, 0, 1, 3};
-  const ShapeArrays arrays = makeShapeArrays(geometry, jttk::NodeKind::TriStripSet);
+  const ShapeArrays arrays = makeShapeArrays(geometry);
   // The strip of two corners has no triangle and is not handed out.
   EXPECT_THAT(arrays.geometry.primitive_starts, ElementsAre(0, 6, 9));
   EXPECT_THAT(arrays.geometry.corner_positions, ElementsAre(0, 1, 2, 2, 3, 3, 0, 1, 3));
@@ -314,7 +315,7 @@ TEST(Shapes, TypesFollowTheGeometryAndTheNode) {
   const auto typeOf = [](PrimitiveKind geometry_kind, jttk::NodeKind node) {
     ShapeGeometry geometry;
     geometry.kind = geometry_kind;
-    return makeShapeArrays(geometry, node).type;
+    return jttk::shapeType(geometry, node);
   };
   using jttk::NodeKind;
   EXPECT_EQ(typeOf(PrimitiveKind::Polygons, NodeKind::TriStripSet), JtkEntity::JtkTRISTRIPSET);
@@ -352,13 +353,13 @@ TEST(Shapes, ASetWithoutVerticesIsThereAndCountsNothing) {
   GraphBuilder graph = partOf({});
   const Loaded model(graph);
   ShapeArrays arrays;
-  arrays.type = JtkEntity::JtkTRISTRIPSET;
+  arrays.geometry.kind = PrimitiveKind::TriangleStrips;
   arrays.geometry.positions = {0, 0, 0, 1, 0, 0, 0, 1, 0};
   arrays.geometry.normals = {0, 0, 1};
   arrays.geometry.primitive_starts = {0, 0, 3};
   arrays.geometry.corner_positions = {0, 1, 2};
   arrays.geometry.corner_records = {0, 0, 0};
-  jttk::ShapeObject shape(static_cast<jttk::PartObject*>(model.root())->model(),
+  jttk::ShapeObject shape(static_cast<jttk::PartObject*>(model.root())->objects(),
                           std::make_shared<const ShapeArrays>(arrays));
   for (const int set : {0, 1, 2}) {
     float* a[4] = {};

@@ -1,5 +1,5 @@
 // Strips of polygons: exactly the fan triangles, each once, whatever the mesh.
-#include "jttk/model/strips.h"
+#include "jttk/mesh/strips.h"
 
 #include <gmock/gmock.h>
 

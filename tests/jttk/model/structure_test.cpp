@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "jttk/settings.h"
+#include "jttk/model/settings.h"
 #include "tests/jttk/model/loaded.h"
 
 namespace {
@@ -125,7 +125,7 @@ TEST(ProductStructure, InstancedPartsWithATransformOfTheirOwnAreNoted) {
   const Recorder recorder;
   auto document = jttk::openDocument("folder\\machine.jt", bytes);
   ASSERT_TRUE(document);
-  JtkHierarchy* const root = jttk::Model::create(std::move(*document));
+  JtkHierarchy* const root = jttk::Objects::create(std::move(*document));
   root->ref();
   jttk::testing::walk(root);
   EXPECT_THAT(recorder.notes, IsEmpty());

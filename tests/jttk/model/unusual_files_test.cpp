@@ -1,8 +1,8 @@
 // What files of other writers may hold, each once: the model is the same as if it were written as usual.
 #include <gmock/gmock.h>
 
-#include "jttk/model/part.h"
-#include "jttk/settings.h"
+#include "jttk/interface/part.h"
+#include "jttk/model/settings.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/jt_shapes.h"
 

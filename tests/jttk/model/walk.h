@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "diag/program_seams.h"
-#include "jttk/jttk.h"
+#include "jttk/interface/jttk.h"
 
 namespace jttk::testing {
 

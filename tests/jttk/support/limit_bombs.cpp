@@ -4,10 +4,10 @@
 #include <numeric>
 
 #include "jttk/codec/lookup2.h"
+#include "tests/jttk/brep/models.h"
 #include "tests/jttk/codec8/arithmetic_encoder.h"
 #include "tests/jttk/codec8/shape_writer.h"
 #include "tests/jttk/support/jt_shapes.h"
-#include "tests/jttk_brep/models.h"
 
 namespace jttk::testing {
 
