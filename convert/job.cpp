@@ -44,7 +44,7 @@ obJt2Zix::obJt2Zix(const char* input_path, const char* output_path, bool* succes
   WriteTraceLog("obJt2Zix::Start conversion...");
   *success = Convert();
   WriteTraceLog("obJt2Zix::Conversion completed.");
-  notes.report();
+  notes_.report();
 }
 
 bool obJt2Zix::Convert() {

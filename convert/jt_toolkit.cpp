@@ -43,7 +43,7 @@ bool obJt2Zix::InitializeJt() {
     WriteTraceLog("obJt2Zix::InitializeJt():End - The JT toolkit gives no importer");
     *diag::programSeams().startup_failures << "The JT toolkit gives no importer." << std::endl;
     diag::programSeams().observer->lost(host::toHostPath(inputPath), "the JT toolkit could not be started");
-    notes.nothingWasRead();
+    notes_.nothingWasRead();
     return false;
   }
   // Only proves that one can be made; ReadJt makes its own.
@@ -80,7 +80,7 @@ bool obJt2Zix::ReadJt() {
     WriteTraceLog("obJt2Zix::ReadJt():The JT toolkit gives no importer");
     JtkInfo::post(JtkInfo::JtkERRORS) << "The JT toolkit gives no importer." << std::endl;
     diag::programSeams().observer->lost(host::toHostPath(inputPath), "the JT toolkit gives no importer");
-    notes.nothingWasRead();
+    notes_.nothingWasRead();
   } else {
     const Held held_importer(importer);
     importer->configureImporter(nullptr, 0);
@@ -95,7 +95,7 @@ bool obJt2Zix::ReadJt() {
       // The toolkit has reported to the observer what is wrong with the file.
       WriteTraceLog("obJt2Zix::ReadJt():File loading failed!");
       JtkInfo::post(JtkInfo::JtkERRORS) << "Unable to find root node.  Check file...\n";
-      notes.nothingWasRead();
+      notes_.nothingWasRead();
     }
   }
   WriteTraceLog("obJt2Zix::ReadJt():End");

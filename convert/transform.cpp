@@ -41,7 +41,7 @@ void obJt2Zix::SetZixTransformation(JtkTransform* transform) {
 
   for (const float part : shear) {
     if (std::abs(part) > kVisibleShear) {
-      notes.add(Dropped::Shear, {});
+      notes_.add(Dropped::Shear, {});
       break;
     }
   }

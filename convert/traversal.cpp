@@ -142,10 +142,10 @@ bool obJt2Zix::ReadJtAssembly(JtkAssembly* node) {
     WriteTraceLog("obJt2Zix::ReadJtAssembly():Assembly has got Transformation");
     // An assembly that is reached through an instance is placed by the instance alone.
     if (inInstancedAssembly) {
-      notes.add(Dropped::SubAssemblyTransform, name);
+      notes_.add(Dropped::SubAssemblyTransform, name);
       transform = nullptr;
-    } else if (nested_walks > 0) {
-      notes.add(Dropped::SubAssemblyTransformKept, name);
+    } else if (nested_walks_ > 0) {
+      notes_.add(Dropped::SubAssemblyTransformKept, name);
     }
   }
   attachWithTransform(node, parent, object, transform);
@@ -187,7 +187,7 @@ bool obJt2Zix::ReadJtInstance(JtkInstance* node) {
 void obJt2Zix::writeInstancedPart(JtkInstance* instance, const std::string& name, JtkPart* part) {
   const int shapes = part->numShapeLODs() < 1 ? 0 : part->numShapes(0);
   if (shapes < 1) {
-    notes.add(Dropped::InstanceWithoutShapes, name);
+    notes_.add(Dropped::InstanceWithoutShapes, name);
     return;
   }
   for (int index = 0; index < shapes; ++index) {
@@ -204,12 +204,12 @@ void obJt2Zix::walkInstancedAssembly(JtkHierarchy* assembly) {
   traverser->setPreActionCallback(&enterNode);
   traverser->setPostActionCallback(&leaveNode);
   inInstancedAssembly = true;
-  ++nested_walks;
+  ++nested_walks_;
   {
     const Held held_traverser(traverser);
     traverser->traverse(assembly, 0);
   }
-  --nested_walks;
+  --nested_walks_;
   inInstancedAssembly = false;
 }
 
@@ -285,12 +285,12 @@ void obJt2Zix::writePartShapes(JtkPart* part, const std::string& name) {
   const int levels = part->numShapeLODs();
   WriteTraceLog(text("obJt2Zix::ReadJtPart(): partNumShapeLODs : ", levels));
   if (levels <= 0) {
-    notes.add(Dropped::PartWithoutShapes, name);
+    notes_.add(Dropped::PartWithoutShapes, name);
     return;
   }
   const int shapes = part->numShapes(0);
   WriteTraceLog(text("obJt2Zix::ReadJtPart(): partNumShapes : ", shapes));
-  if (shapes <= 0) notes.add(Dropped::PartWithoutShapes, name);
+  if (shapes <= 0) notes_.add(Dropped::PartWithoutShapes, name);
   for (int index = 0; index < shapes; ++index) {
     JtkShape* shape = nullptr;
     part->getShape(shape, 0, index);

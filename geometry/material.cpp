@@ -1,14 +1,14 @@
-// Turns a JT material into a Material object of the scene and puts it on a mesh. Every mesh gets one of its
-// own, all of them named "Material".
+// Every mesh gets a Material object of its own, all of them named "Material".
+#include "geometry/material.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
 
-#include "convert/job.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
 
-namespace loftbay::convert {
+namespace loftbay::geometry {
 
 using diag::text;
 using diag::WriteTraceLog;
@@ -53,7 +53,7 @@ std::string rgbText(const Color& color) { return text(color[0], " ", color[1], "
 
 }  // namespace
 
-void obJt2Zix::WriteMaterial(JtkMaterial* material, const Orb::Zix::ObjectId& mesh) {
+void writeMaterial(Orb::Zix::Scene_V1& scene, JtkMaterial* material, const Orb::Zix::ObjectId& mesh) {
   WriteTraceLog("obJt2Zix::WriteMaterial():Start");
   const Colors colors = colorsOf(material);
   // 0 is opaque. It goes where other colours have their alpha.
@@ -82,4 +82,4 @@ void obJt2Zix::WriteMaterial(JtkMaterial* material, const Orb::Zix::ObjectId& me
   WriteTraceLog("obJt2Zix::WriteMaterial():End");
 }
 
-}  // namespace loftbay::convert
+}  // namespace loftbay::geometry

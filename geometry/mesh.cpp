@@ -1,14 +1,14 @@
-// What all shape writers share: the objects of one shape in the scene, its material, and the lines that frame
-// a shape in the log. `prefix` is the writer's name, with which its lines begin.
-#include <string_view>
+#include "geometry/mesh.h"
 
-#include "convert/job.h"
+#include <stdexcept>
+
 #include "diag/memory_report.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
-#include "geometry/shape_arrays.h"
+#include "geometry/duplicate_vertices.h"
+#include "geometry/material.h"
 
-namespace loftbay::convert {
+namespace loftbay::geometry {
 
 using diag::Counted;
 using diag::text;
@@ -16,17 +16,17 @@ using diag::WriteTraceLog;
 using Orb::Zix::ObjectId;
 using Orb::Zix::ObjectType;
 
-MeshArrays meshArrays(Orb::Zix::MeshType type, const std::vector<geometry::Point>& points,
+MeshArrays meshArrays(Orb::Zix::MeshType type, const std::vector<Point>& points,
                       std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths) {
   return {.type = type,
-          .coordinates = geometry::floatsOf(points),
+          .coordinates = floatsOf(points),
           .point_count = points.size(),
           .indices = indices,
           .lengths = lengths};
 }
 
-bool obJt2Zix::beginShape(std::string_view prefix, const char* shape_name, int primitive_sets) {
-  WriteTraceLog(text(prefix, ": Shape  Name = ", shape_name));
+bool beginShape(std::string_view prefix, const char* name, int primitive_sets) {
+  WriteTraceLog(text(prefix, ": Shape  Name = ", name));
   WriteTraceLog(text(prefix, ": No of Prims = ", primitive_sets));
   if (primitive_sets < 1) {
     WriteTraceLog(text(prefix, ":End - No. of Prims is not valid"));
@@ -36,27 +36,11 @@ bool obJt2Zix::beginShape(std::string_view prefix, const char* shape_name, int p
   return true;
 }
 
-void obJt2Zix::RemoveDuplicateVertices(const std::vector<geometry::Point>& inPoints,
-                                       std::vector<geometry::Point>& outPoints, std::uint32_t* indices,
-                                       std::size_t indexCount,
-                                       const std::vector<geometry::Point>& inCompanion,
-                                       std::vector<geometry::Point>& outCompanion) {
-  geometry::removeDuplicateVertices(inPoints, outPoints, {indices, indexCount}, inCompanion, outCompanion);
-}
-
-void obJt2Zix::mergeVertices(std::string_view prefix, geometry::ShapeArrays& arrays,
-                             std::vector<std::uint32_t>& indices) {
-  if (!optimize) {
-    WriteTraceLog(text(prefix, ": Coord Size  = ", arrays.coordinates.size()));
-    WriteTraceLog(text(prefix, ": Normal Size = ", arrays.normal_count));
-    WriteTraceLog(text(prefix, ": Color Size  = ", arrays.color_count));
-    return;
-  }
+void mergeVertices(std::string_view prefix, ShapeArrays& arrays, std::vector<std::uint32_t>& indices) {
   WriteTraceLog(text(prefix, ":Optimize option enabled"));
-  std::vector<geometry::Point> unique;
-  std::vector<geometry::Point> unique_colors;
-  RemoveDuplicateVertices(arrays.coordinates, unique, indices.data(), indices.size(), arrays.colors,
-                          unique_colors);
+  std::vector<Point> unique;
+  std::vector<Point> unique_colors;
+  removeDuplicateVertices(arrays.coordinates, unique, indices, arrays.colors, unique_colors);
   WriteTraceLog(text(prefix, ":RemoveDuplicateVertices completed"));
   WriteTraceLog(text(prefix, ": Coord Size = ", arrays.coordinates.size()));
   WriteTraceLog(text(prefix, ": Coord Size after RDV = ", unique.size()));
@@ -66,11 +50,20 @@ void obJt2Zix::mergeVertices(std::string_view prefix, geometry::ShapeArrays& arr
   arrays.colors = {};
 }
 
-ObjectId obJt2Zix::writeMesh(std::string_view prefix, const char* shape_name, const MeshArrays& arrays) {
+void logSizes(std::string_view prefix, const ShapeArrays& arrays) {
+  WriteTraceLog(text(prefix, ": Coord Size  = ", arrays.coordinates.size()));
+  WriteTraceLog(text(prefix, ": Normal Size = ", arrays.normal_count));
+  WriteTraceLog(text(prefix, ": Color Size  = ", arrays.color_count));
+}
+
+ObjectId writeMesh(const ShapeTarget& target, std::string_view prefix, const char* name,
+                   const MeshArrays& arrays) {
   constexpr unsigned char kDimension = 3;
+  Orb::Zix::Scene_V1& scene = target.scene;
   const ObjectId shape = scene.createObject(ObjectType::Shape);
-  scene.setName(shape, MakeUniqueName(shape_name).c_str());
-  scene.addComponent(topParent(), shape);
+  scene.setName(shape, target.uniqueName(name).c_str());
+  if (target.parent == nullptr) throw std::out_of_range("invalid vector subscript");
+  scene.addComponent(*target.parent, shape);
 
   const ObjectId mesh = scene.createObject(ObjectType::Mesh);
   scene.setMeshType(mesh, arrays.type);
@@ -89,7 +82,6 @@ ObjectId obJt2Zix::writeMesh(std::string_view prefix, const char* shape_name, co
   scene.setConnectivity(mesh, indices, lengths);
   WriteTraceLog(text(prefix, ":ZIX Geometry is constructed"));
 
-  notes.meshWritten();
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::Shapes, 1);
   observer.counted(Counted::Meshes, 1);
@@ -97,14 +89,14 @@ ObjectId obJt2Zix::writeMesh(std::string_view prefix, const char* shape_name, co
   return mesh;
 }
 
-void obJt2Zix::endShape(std::string_view prefix, JtkShape* shape, const ObjectId& mesh) {
+void endShape(const ShapeTarget& target, std::string_view prefix, JtkShape& shape, const ObjectId& mesh) {
   JtkMaterial* material = nullptr;
-  shape->getShapeMaterial(material);
-  if (material == nullptr && !materialStack.empty()) material = materialStack.back();
-  if (material != nullptr) WriteMaterial(material, mesh);
+  shape.getShapeMaterial(material);
+  if (material == nullptr) material = target.material;
+  if (material != nullptr) writeMaterial(target.scene, material, mesh);
   WriteTraceLog(text(prefix, ":ZIX material is set"));
   WriteTraceLog(text(prefix, ":after constructing ZIX Shape:Memory Usage: ", diag::memoryUsageReport()));
   WriteTraceLog(text(prefix, ":End"));
 }
 
-}  // namespace loftbay::convert
+}  // namespace loftbay::geometry

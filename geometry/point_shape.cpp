@@ -1,13 +1,14 @@
-// Writes one point set as a point mesh. Points that coincide all stay.
+// Writes one point set as a point mesh.
 #include <cstdint>
 #include <numeric>
 
-#include "convert/job.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
+#include "geometry/mesh.h"
 #include "geometry/shape_arrays.h"
+#include "geometry/shape_writers.h"
 
-namespace loftbay::convert {
+namespace loftbay::geometry {
 
 using diag::Counted;
 using diag::text;
@@ -17,11 +18,11 @@ namespace {
 constexpr std::string_view kPointPrefix = "obJt2Zix::WritePointElements()";
 }
 
-void obJt2Zix::WritePointElements(JtkShape* shape, const char* shape_name) {
+WrittenShape writePoints(const ShapeTarget& target, JtkShape& shape, const char* name) {
   WriteTraceLog(text(kPointPrefix, ":Start"));
-  const int primitive_sets = shape->getPrimitiveSetCount();
-  if (!beginShape(kPointPrefix, shape_name, primitive_sets)) return;
-  const auto arrays = geometry::readShape(*shape, {});
+  const int primitive_sets = shape.getPrimitiveSetCount();
+  if (!beginShape(kPointPrefix, name, primitive_sets)) return {};
+  const auto arrays = readShape(shape, {});
   WriteTraceLog(text(kPointPrefix, ":Extracting Coord,Normal,Color is done"));
   const std::size_t points = arrays.coordinates.size();
   WriteTraceLog(text(kPointPrefix, ": Coord Size  = ", points));
@@ -34,7 +35,8 @@ void obJt2Zix::WritePointElements(JtkShape* shape, const char* shape_name) {
   observer.counted(Counted::VerticesRead, points);
   observer.counted(Counted::Points, points);
   const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Points, arrays.coordinates, indices, lengths);
-  endShape(kPointPrefix, shape, writeMesh(kPointPrefix, shape_name, contents));
+  endShape(target, kPointPrefix, shape, writeMesh(target, kPointPrefix, name, contents));
+  return {.has_mesh = true};
 }
 
-}  // namespace loftbay::convert
+}  // namespace loftbay::geometry

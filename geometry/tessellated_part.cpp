@@ -4,12 +4,14 @@
 #include <memory>
 #include <vector>
 
-#include "convert/job.h"
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
+#include "geometry/material.h"
+#include "geometry/mesh.h"
 #include "geometry/shape_arrays.h"
+#include "geometry/shape_writers.h"
 
-namespace loftbay::convert {
+namespace loftbay::geometry {
 
 using diag::Counted;
 using diag::text;
@@ -36,24 +38,23 @@ struct Strip {
 
 }  // namespace
 
-void obJt2Zix::writeTessellatedPart(JtkShape* shape, const char* shape_name) {
-  const int primitive_sets = shape->getPrimitiveSetCount();
+WrittenShape writeTessellation(const ShapeTarget& target, JtkShape& shape, const char* name) {
+  const int primitive_sets = shape.getPrimitiveSetCount();
   std::int64_t vertex_count = 0;
   std::int64_t triangle_count = 0;
   for (int set = 0; set < primitive_sets; ++set) {
-    const int count = Strip(*shape, set).count;
+    const int count = Strip(shape, set).count;
     vertex_count += count;
     triangle_count += count - 2;
   }
   std::vector<float> floats;
   std::vector<std::uint32_t> indices;
   floats.reserve(static_cast<std::size_t>(vertex_count) * 3);
-  if (triangle_count > 0)
-    indices.reserve(static_cast<std::size_t>(triangle_count) * geometry::kTriangleCorners);
+  if (triangle_count > 0) indices.reserve(static_cast<std::size_t>(triangle_count) * kTriangleCorners);
 
   std::uint32_t vertex = 0;
   for (int set = 0; set < primitive_sets; ++set) {
-    const Strip strip(*shape, set);
+    const Strip strip(shape, set);
     floats.insert(floats.end(), strip.vertices.get(), strip.vertices.get() + std::ptrdiff_t{3} * strip.count);
     for (int t = 0; t < strip.count - 2; ++t) {
       const std::uint32_t a = vertex + static_cast<std::uint32_t>(t);
@@ -63,20 +64,21 @@ void obJt2Zix::writeTessellatedPart(JtkShape* shape, const char* shape_name) {
     vertex += static_cast<std::uint32_t>(strip.count);
   }
   const std::vector<std::uint32_t> lengths(triangle_count > 0 ? static_cast<std::size_t>(triangle_count) : 0,
-                                           geometry::kTriangleCorners);
+                                           kTriangleCorners);
 
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::VerticesRead, floats.size() / 3);
-  observer.counted(Counted::Triangles, indices.size() / geometry::kTriangleCorners);
-  const auto mesh = writeMesh(kTessellationPrefix, shape_name,
+  observer.counted(Counted::Triangles, indices.size() / kTriangleCorners);
+  const auto mesh = writeMesh(target, kTessellationPrefix, name,
                               {.type = Orb::Zix::MeshType::Triangles,
                                .coordinates = floats.data(),
                                .point_count = floats.size() / 3,
                                .indices = indices,
                                .lengths = lengths});
-  WriteMaterial(materialStack.empty() ? nullptr : materialStack.back(), mesh);
+  writeMaterial(target.scene, target.material, mesh);
   WriteTraceLog(text(kTessellationPrefix, ":ZIX material is set"));
   WriteTraceLog(text(kTessellationPrefix, ":End"));
+  return {.has_mesh = true};
 }
 
-}  // namespace loftbay::convert
+}  // namespace loftbay::geometry

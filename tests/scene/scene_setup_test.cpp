@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "host/path.h"
+#include "scene/scene_setup.h"
 #include "tests/doubles/job_fixture.h"
 
 namespace loftbay::doubles {
@@ -49,6 +50,29 @@ TEST_F(SceneSetup, TheBoxComesBetweenTheMemoryLines) {
             "obJt2Zix::WriteZix():b4 Writing ZIX:Memory Usage: 5 Kb\t\tPeak Memory Usage :7 Kb\t\n"
             "obJt2Zix::WriteZix():after Writing ZIX:Memory Usage: 5 Kb\t\tPeak Memory Usage :7 Kb\t\n"
             "obJt2Zix::WriteZix():End\n");
+}
+
+// The root and the save by themselves: they need no job and leave its log lines to it.
+TEST_F(SceneSetup, IsThereWithoutAJob) {
+  std::vector<std::string> used = {"plate"};
+  std::vector<std::uint32_t> next = {2};
+  scene::NameMaker names(used, next);
+  {
+    Orb::Zix::Scene_V1 written("Model");
+    const auto root = scene::createRoot(written, names, "plate");
+    letSceneThrow("closeFile");
+    scene::save(written, root, "C:\\out\\plate.zix");
+  }
+  EXPECT_EQ(sceneCalls(),
+            "Scene_V1(\"Model\")\n"
+            "#1 = createObject(Node)\n"
+            "setName(#1, \"plate_orb_2\")\n"
+            "createDefaultViews(#1)\n"
+            "closeFile(\"C:\\out\\plate.zix\") -> throws\n"
+            "~Scene_V1()\n");
+  EXPECT_THAT(boxes, ElementsAre("None: Failed to save"));
+  EXPECT_EQ(observer.counts[diag::Counted::Nodes], 1U);
+  EXPECT_EQ(log(), "");
 }
 
 }  // namespace

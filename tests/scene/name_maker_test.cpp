@@ -1,4 +1,6 @@
 // Names that are unique within a job.
+#include "scene/name_maker.h"
+
 #include "tests/doubles/job_fixture.h"
 
 namespace loftbay::doubles {
@@ -63,6 +65,30 @@ TEST_F(UniqueName, RegistryKeepsFirstUseOrderAndTheNextNumbers) {
   for (const char* const wanted : {"b", "a", "b", "c", "b"}) name(wanted);
   EXPECT_EQ(job_.usedNames, (std::vector<std::string>{"modet", "b", "a", "c"}));
   EXPECT_EQ(job_.nameCounts, (std::vector<std::uint32_t>{2, 4, 2, 2}));
+}
+
+TEST_F(UniqueName, NamesThatOthersRegisterCount) {
+  auto& name = *this;
+  job_.usedNames.insert(job_.usedNames.end(), {"Bolt", "Nut", "Bolt"});
+  job_.nameCounts.insert(job_.nameCounts.end(), {7, 2, 2});
+  EXPECT_EQ(name("Bolt"), "Bolt_orb_7");
+  EXPECT_EQ(name("Bolt"), "Bolt_orb_8");
+  EXPECT_EQ(name("Nut"), "Nut_orb_2");
+  EXPECT_EQ(name("Screw"), "Screw");
+  EXPECT_EQ(job_.nameCounts, (std::vector<std::uint32_t>{2, 9, 3, 2, 2}));
+}
+
+TEST(NameMaker, BeginsAnewWhenTheRegistryIsCleared) {
+  std::vector<std::string> used;
+  std::vector<std::uint32_t> next;
+  scene::NameMaker names(used, next);
+  for (const char* const wanted : {"a", "b", "b"}) names.unique(wanted);
+  used.clear();
+  next.clear();
+  EXPECT_EQ(names.unique("b"), "b");
+  EXPECT_EQ(names.unique("b"), "b_orb_2");
+  EXPECT_EQ(names.unique("a"), "a");
+  EXPECT_EQ(used, (std::vector<std::string>{"b", "a"}));
 }
 
 }  // namespace
