@@ -1,4 +1,4 @@
-"""Which folder may include which: the arrows of docs/architecture.md, followed include by include."""
+"""Which folder may use which: the arrows that stand in CMakeLists.txt, followed include by include and library by library."""
 
 import os
 import re
@@ -49,6 +49,37 @@ def allowed(source, included):
     return there in general or there in ALLOWED[here] or included in ALLOWED[here]
 
 
+# Targets that give headers alone, and programs' folders: what they link stands behind the public headers.
+HEADERS_OF = {"jttk_headers": "jttk/interface/jttk.h", "zix_headers": "zix/zix.h"}
+IMPLEMENTATIONS = {"jttk": "jttk/interface", "zix": "zix"}
+PROGRAMS = ["app", "cli"]
+
+
+def may_link(here, target, there):
+    """Whether a library or program of the folder `here` may link a target of the folder `there`."""
+    if here in PROGRAMS and IMPLEMENTATIONS.get(target) == there:
+        return True
+    return allowed(here + "/x.cpp", HEADERS_OF.get(target, there + "/x.h"))
+
+
+def links():
+    """(file, room, target, the room that defines it) for every target that a list of the house names as linked."""
+    lists = subprocess.run(["git", "-C", TOP, "ls-files", "*CMakeLists.txt"], capture_output=True, text=True, check=True)
+    texts, home = {}, {}
+    for path in lists.stdout.split():
+        with open(os.path.join(TOP, path), encoding="utf-8") as file:
+            texts[path] = re.sub(r"#.*", "", file.read())
+        for name in re.findall(r"\b(?:loftbay|add)_(?:library|executable)\((\w+)", texts[path]):
+            home[name] = room_of(path)
+    for path, text in texts.items():
+        if room_of(path) not in ALLOWED:
+            continue
+        for call in re.findall(r"\b(?:target_link_libraries|console_program|desktop_program)\(\S+([^)]*)\)", text):
+            for target in call.split():
+                if target in home:
+                    yield path, room_of(path), target, home[target]
+
+
 def includes():
     files = subprocess.run(["git", "-C", TOP, "ls-files", "*.h", "*.cpp"], capture_output=True, text=True, check=True)
     for source in files.stdout.split():
@@ -78,6 +109,30 @@ class Includes(unittest.TestCase):
         self.assertFalse(allowed("convert/job.cpp", "jttk/model/model.h"))
         self.assertFalse(allowed("zix/x.cpp", "convert/job.h"))
         self.assertTrue(allowed("convert/job.cpp", "jttk/interface/jttk.h"))
+
+    def test_libraries_follow_the_arrows(self):
+        found = list(links())
+        bad = [f"{path} links {target}" for path, here, target, there in found if not may_link(here, target, there)]
+        self.assertEqual("\n".join(bad), "")
+        self.assertGreater(len(found), 30)
+
+    def test_a_folder_names_what_it_includes(self):
+        linked = {(here, there) for _, here, _, there in links()}
+        missing = set()
+        for source, _, included in includes():
+            here, there = room_of(source), room_of(included)
+            if here in ALLOWED and there != here and there not in FOR_ALL and os.path.isfile(os.path.join(TOP, included)):
+                missing |= {(here, there)} - linked
+        self.assertEqual(missing, set())
+
+    def test_a_forbidden_library_is_seen(self):
+        self.assertFalse(may_link("geometry", "loftbay_convert", "convert"))
+        self.assertFalse(may_link("geometry", "loftbay_scene", "scene"))
+        self.assertFalse(may_link("convert", "jttk", "jttk/interface"))
+        self.assertFalse(may_link("scene", "zix", "zix"))
+        self.assertFalse(may_link("jttk/mesh", "jttk_codec", "jttk/codec"))
+        self.assertTrue(may_link("convert", "jttk_headers", "jttk/interface"))
+        self.assertTrue(may_link("cli", "jttk", "jttk/interface"))
 
 
 if __name__ == "__main__":
