@@ -7,7 +7,7 @@
 #include <span>
 
 #include "diag/program_seams.h"
-#include "jttk/interface/objects.h"
+#include "jttk/interface/object_factory.h"
 #include "jttk/model/settings.h"
 
 namespace {
@@ -75,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   jttk::settings().max_placed_nodes = 2000;
   auto document = jttk::openDocument("no such folder\\fuzz.jt", std::as_bytes(std::span(data, size)));
   if (!document) return 0;
-  JtkHierarchy* root = jttk::Objects::create(std::move(*document));
+  JtkHierarchy* root = jttk::createRoot(std::move(*document));
   root->ref();
   walk(root);
   root->unref();

@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <span>
 
-#include "jttk/codec/primitive_meaning.h"
-#include "jttk/codec/primitive_set.h"
+#include "jttk/codec/primitives/primitive_meaning.h"
+#include "jttk/codec/primitives/primitive_set.h"
 
 namespace {
 

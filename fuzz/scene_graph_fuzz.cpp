@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "jttk/graph/scene_graph.h"
+#include "jttk/graph/read_scene_graph.h"
 
 namespace {
 

@@ -8,11 +8,11 @@
 #include <optional>
 #include <string>
 
-#include "jttk/codec/primitive_meaning.h"
-#include "jttk/codec/primitive_set.h"
-#include "jttk/codec/rep_data.h"
-#include "jttk/codec/shape_lod_8.h"
+#include "jttk/codec/primitives/primitive_meaning.h"
+#include "jttk/codec/primitives/primitive_set.h"
 #include "jttk/codec/stated_box.h"
+#include "jttk/codec/v8/shape_lod.h"
+#include "jttk/codec/v9/rep_data.h"
 #include "jttk/file/object_ids.h"
 
 namespace jttk {
@@ -106,11 +106,11 @@ Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version versi
                                 const ShapeContext& context) {
   if (version.major == 9) {
     skipFrontMatter9(body);
-    return decodeRepData(body, kind, PacketForm::Jt9, context);
+    return decodeRepData(body, kind, PacketForm::V9, context);
   }
   auto inner = openInnerElement10(body);
   if (!inner) return tl::unexpected<Error>(inner.error());
-  return decodeRepData(*inner, kind, PacketForm::Jt10, context);
+  return decodeRepData(*inner, kind, PacketForm::V10, context);
 }
 
 Result<ShapeGeometry> decodePrimitives(const ByteReader& body, Version version,
@@ -142,7 +142,7 @@ Result<ShapeGeometry> decodeLod(const Segment& segment, Version version, ByteOrd
   const std::uint64_t offset = element->body.offset();
   // Errors of 8.x name the kind already.
   if (version.major < 9) {
-    auto shape = decodeShapeLod8(element->body, kind, context.memory);
+    auto shape = decodeShapeLodV8(element->body, kind, context.memory);
     if (shape) compareWithBox(*shape, context.stated, offset);
     return shape;
   }

@@ -7,7 +7,8 @@
 #include <array>
 #include <span>
 
-#include "jttk/codec/shape_lod.h"
+#include "jttk/codec/shape_context.h"
+#include "jttk/mesh/shape_geometry.h"
 
 namespace jttk {
 

@@ -182,8 +182,4 @@ struct SceneGraph {
   [[nodiscard]] const std::string& text(std::uint32_t index) const;
 };
 
-// Reads a scene graph segment (version 8.0 and later, both byte orders). Fails only when there is no node
-// at all; what else cannot be read is listed in `damage`.
-Result<SceneGraph> readSceneGraph(const Segment& segment, Version version, ByteOrder order);
-
 }  // namespace jttk

@@ -4,7 +4,6 @@
 
 #include "host/path.h"
 #include "jttk/graph/shown_children.h"
-#include "jttk/interface/part.h"
 
 namespace jttk {
 
@@ -104,8 +103,8 @@ JtkHierarchy* InstanceObject::getReferencedNode() {
     ++inherited.instance_depth;
     if (!model_.countPlace({ref.way, target})) return referenced_ = objects_.placeEmpty(ref, ownName());
     referenced_ = objects_.place({ref.way, target}, Met::AsTarget, inherited);
-    const auto* part = dynamic_cast<const PartObject*>(referenced_);
-    if (part != nullptr && part->isMoved()) model_.noteOwnTransform(name());
+    const bool is_part = referenced_->typeID() == JtkEntity::JtkPART;
+    if (is_part && dynamic_cast<const ModelNode&>(*referenced_).isMoved()) model_.noteOwnTransform(name());
   }
   return referenced_;
 }

@@ -54,9 +54,8 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
   }
   void getTransform(JtkTransform*& transform) override { transform = transform_.get(); }
   void getMaterial(JtkMaterial*& material) override { material = objects_.material(materialState()); }
-  // Whether it has a transform that moves something.
-  [[nodiscard]] bool isMoved() const { return transform_ != nullptr && transform_->moves(); }
-  void wasLeft() override { objects_.releaseShapes(); }
+  [[nodiscard]] bool isMoved() const override { return transform_ != nullptr && transform_->moves(); }
+  void wasLeft() override { model_.releaseShapes(); }
   [[nodiscard]] Objects& objects() override { return objects_; }
 
   // The root owns all objects and the model; they hold the other nodes.

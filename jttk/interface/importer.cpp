@@ -4,7 +4,7 @@
 #include "host/path.h"
 #include "host/shown_text.h"
 #include "jttk/file/jt_file.h"
-#include "jttk/interface/objects.h"
+#include "jttk/interface/object_factory.h"
 #include "jttk/model/document.h"
 
 namespace jttk {
@@ -23,7 +23,7 @@ JtkEntity* Importer::importFile(const JtkString& path) {
   }
   const Version version = (*document)->file->version();
   diag::programSeams().observer->jtVersion(version.major, version.minor);
-  return Objects::create(std::move(*document));
+  return createRoot(std::move(*document));
 }
 
 int Importer::getFileVersion(const JtkString& path, int& major, int& minor) {

@@ -6,7 +6,7 @@
 
 #include "diag/program_seams.h"
 #include "host/path.h"
-#include "jttk/interface/hierarchy.h"
+#include "jttk/interface/object_factory.h"
 #include "jttk/interface/part.h"
 #include "jttk/model/model.h"
 #include "jttk/model/name_key.h"
@@ -235,7 +235,7 @@ class TreeLister {
         if (options_.decode_shapes) decode(part, level, i, shape);
         node.levels[level].push_back(std::move(shape));
       }
-      part.objects().releaseShapes();
+      part.model().releaseShapes();
     }
   }
 
@@ -328,7 +328,7 @@ FileDescription describeFile(const std::string& program_path, const DescribeOpti
   file.loaded = true;
   describeContainer(**document, file);
   file.box = statedBox((*document)->graph);
-  JtkHierarchy* root = Objects::create(std::move(*document));
+  JtkHierarchy* root = createRoot(std::move(*document));
   root->ref();
   TreeLister(file, options).run(root);
   const Library& library = dynamic_cast<ModelNode&>(*root).model().library();

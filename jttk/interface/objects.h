@@ -12,19 +12,14 @@
 #include "jttk/interface/jttk.h"
 #include "jttk/interface/material_object.h"
 #include "jttk/model/model.h"
+#include "jttk/model/part.h"
 
 namespace jttk {
 
-class PartObject;
-class ShapeObject;
-
 class Objects {
  public:
-  // The root of a model; it owns everything else and is destroyed by its last unref.
-  static JtkHierarchy* create(std::unique_ptr<Document> main);
-
   explicit Objects(std::unique_ptr<Document> main) : model_(std::move(main)) {}
-  ~Objects();
+  virtual ~Objects();
   Objects(const Objects&) = delete;
   Objects& operator=(const Objects&) = delete;
 
@@ -43,10 +38,7 @@ class Objects {
 
   // Called for each part that the walk leaves. The converter uses the first part of a name for all of them;
   // parts that look different are counted for a note.
-  void noteName(const std::string& name, const PartObject& part);
-  // A shape that holds its arrays until the next releaseShapes.
-  void holds(ShapeObject* shape) { holding_.push_back(shape); }
-  void releaseShapes();
+  void noteName(const std::string& name, const Part& part);
 
  private:
   // What decides how an occurrence of a part looks.
@@ -64,7 +56,9 @@ class Objects {
     }
   };
 
-  JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited);
+  // The object of the right class (object_factory.cpp).
+  virtual JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited) = 0;
+  virtual JtkHierarchy* makeEmpty(NodeRef near, std::string name) = 0;
   JtkHierarchy* hold(JtkHierarchy* object);
 
   Model model_;
@@ -72,8 +66,7 @@ class Objects {
   std::map<PartKey, JtkHierarchy*> parts_;
   std::map<MaterialStates::State, MaterialObject> materials_;
   std::unique_ptr<MaterialObject> grey_;
-  std::unordered_map<std::string, const PartObject*> first_of_name_;
-  std::vector<ShapeObject*> holding_;
+  std::unordered_map<std::string, const Part*> first_of_name_;
 };
 
 // What all nodes of a model have in common behind the interface.
@@ -81,6 +74,8 @@ class ModelNode {
  public:
   // Told by the traverser when it has left the node.
   virtual void wasLeft() = 0;
+  // Whether it has a transform that moves something.
+  [[nodiscard]] virtual bool isMoved() const = 0;
   [[nodiscard]] virtual Objects& objects() = 0;
   [[nodiscard]] Model& model() { return objects().model(); }
 

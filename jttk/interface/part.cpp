@@ -26,7 +26,7 @@ PartObject::~PartObject() {
 
 void PartObject::wasLeft() {
   HierarchyObject::wasLeft();
-  objects_.noteName(name(), *this);
+  objects_.noteName(name(), part_);
 }
 
 void PartObject::getMaterial(JtkMaterial*& material) {

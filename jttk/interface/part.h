@@ -29,8 +29,6 @@ class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
   int tessellate(JtkTessParams* parameters, JtkEntityList*& results) override;
 
   [[nodiscard]] Part& part() { return part_; }
-  // Whether both have the same shapes and material, apart from where they are.
-  [[nodiscard]] bool looksLike(const PartObject& other) const { return part_.looksLike(other.part_); }
 
  private:
   [[nodiscard]] std::string name() override { return part_.name(); }

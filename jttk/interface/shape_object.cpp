@@ -53,7 +53,7 @@ bool ShapeObject::acquire() {
   if (from_above_.transform != nullptr)
     arrays_ = std::make_shared<const ShapeArrays>(transformed(*arrays_, *from_above_.transform));
   takeFacts();
-  objects_.holds(this);
+  objects_.model().holds(*this);
   return true;
 }
 

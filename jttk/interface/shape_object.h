@@ -11,7 +11,7 @@
 
 namespace jttk {
 
-class ShapeObject final : public JtkShape {
+class ShapeObject final : public JtkShape, public Holder {
  public:
   // What the nodes on the path to a shape give it; null where they give none.
   struct FromAbove {
@@ -37,7 +37,7 @@ class ShapeObject final : public JtkShape {
 
   // Makes sure that the arrays are there. False when the shape cannot be decoded.
   bool acquire();
-  void release() { arrays_.reset(); }
+  void release() override { arrays_.reset(); }
   // The arrays while they are held.
   [[nodiscard]] const ShapeArrays* arrays() const { return arrays_.get(); }
 

@@ -1,5 +1,6 @@
 #include "jttk/model/document.h"
 
+#include "jttk/graph/read_scene_graph.h"
 #include "jttk/graph/roots.h"
 #include "jttk/model/labels.h"
 #include "jttk/model/settings.h"

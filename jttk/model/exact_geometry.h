@@ -7,21 +7,13 @@
 #include <vector>
 
 #include "jttk/brep/tessellate.h"
+#include "jttk/model/holder.h"
 #include "jttk/model/model.h"
 #include "jttk/model/tess_values.h"
 
 namespace jttk {
 
-// Whether segments of this type hold geometry other than shapes: exact geometry of any kind, or (possibly)
-// types that are unknown.
-[[nodiscard]] bool isGeometryOfItsOwn(std::int32_t segment_type);
-[[nodiscard]] std::int32_t segmentType(const Document& document, const LateLoaded& entry);
-// The node's first such segment; null when there is none.
-[[nodiscard]] const LateLoaded* unreadGeometry(const Document& document, const Node& node);
-// Why a segment of such a type gives nothing.
-[[nodiscard]] std::string unreadText(std::int32_t segment_type);
-
-class ExactGeometry {
+class ExactGeometry final : public Holder {
  public:
   // `chain`: the nodes that are the part, which hold the segments; it outlives this object.
   ExactGeometry(Model& model, const std::vector<NodeRef>& chain);
@@ -42,7 +34,7 @@ class ExactGeometry {
   std::shared_ptr<const ShapeArrays> arrays(const TessValues& values, const std::string& part_name,
                                             const float* box, bool quietly);
   // Frees the strips.
-  void release() { arrays_.reset(); }
+  void release() override { arrays_.reset(); }
 
  private:
   struct Found {

@@ -13,7 +13,7 @@
 #include "jttk/model/document.h"
 #include "jttk/model/file_finder.h"
 #include "jttk/model/model_notes.h"
-#include "jttk/model/product.h"
+#include "jttk/model/node_ref.h"
 
 namespace jttk {
 

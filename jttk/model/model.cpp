@@ -7,8 +7,8 @@
 #include "diag/program_seams.h"
 #include "host/path.h"
 #include "jttk/graph/roots.h"
-#include "jttk/model/exact_geometry.h"
 #include "jttk/model/names.h"
+#include "jttk/model/segment_kinds.h"
 #include "jttk/model/settings.h"
 #include "jttk/model/shape_decoding.h"
 
@@ -241,8 +241,8 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
 
 void Model::releaseShapes() {
   latest_.reset();
-  for (ExactGeometry* exact : holding_exact_) exact->release();
-  holding_exact_.clear();
+  for (Holder* holder : holders_) holder->release();
+  holders_.clear();
 }
 
 }  // namespace jttk

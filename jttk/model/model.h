@@ -14,14 +14,13 @@
 
 #include "jttk/file/memory_budget.h"
 #include "jttk/mesh/matrix.h"
+#include "jttk/model/holder.h"
 #include "jttk/model/library.h"
 #include "jttk/model/material_states.h"
 #include "jttk/model/product.h"
 #include "jttk/model/shape_cache.h"
 
 namespace jttk {
-
-class ExactGeometry;
 
 // What comes down to a node from above.
 struct Inherited {
@@ -73,8 +72,8 @@ class Model {
   void noteOwnTransform(const std::string& instance);
   // Whether a shape node has no shape segment but one of a kind that is not read.
   [[nodiscard]] static bool isPlaceholder(NodeRef shape);
-  // Exact geometry that holds its strips until the next releaseShapes.
-  void holds(ExactGeometry* exact) { holding_exact_.push_back(exact); }
+  // Geometry is held until the next releaseShapes.
+  void holds(Holder& holder) { holders_.push_back(&holder); }
   // What the triangles of exact geometry depend on in addition to the parameters.
   struct ExactKey {
     const Document* document;
@@ -123,7 +122,7 @@ class Model {
   const Document* latest_document_ = nullptr;
   std::uint32_t latest_node_ = kNone;
   std::shared_ptr<const ShapeArrays> latest_;
-  std::vector<ExactGeometry*> holding_exact_;
+  std::vector<Holder*> holders_;
   // Exact geometry by what decides about it: the first node that has it (see sameGeometry), and the values of
   // those of which nothing comes.
   std::map<ExactKey, NodeRef> exact_nodes_;

@@ -9,18 +9,9 @@
 
 #include "jttk/model/exact_geometry.h"
 #include "jttk/model/model.h"
+#include "jttk/model/part_shapes.h"
 
 namespace jttk {
-
-// A shape of a part: its node, and what the nodes on the path to it state.
-struct ShapeOccurrence {
-  NodeRef ref;
-  MaterialStates::State material = MaterialStates::kEmpty;
-  bool has_own_material = false;      // a material was found at or below the level of detail
-  const Matrix* transform = nullptr;  // into the part's coordinates
-  bool is_exact = false;              // the part's exact geometry; `ref` is the part's node
-};
-using Level = std::vector<ShapeOccurrence>;
 
 class Part {
  public:

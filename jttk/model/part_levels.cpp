@@ -8,6 +8,7 @@
 #include "host/path.h"
 #include "jttk/graph/shown_children.h"
 #include "jttk/model/part.h"
+#include "jttk/model/segment_kinds.h"
 #include "jttk/model/settings.h"
 
 namespace jttk {

@@ -3,9 +3,19 @@
 
 #include <vector>
 
-#include "jttk/model/part.h"
+#include "jttk/model/model.h"
 
 namespace jttk {
+
+// A shape of a part: its node, and what the nodes on the path to it state.
+struct ShapeOccurrence {
+  NodeRef ref;
+  MaterialStates::State material = MaterialStates::kEmpty;
+  bool has_own_material = false;      // a material was found at or below the level of detail
+  const Matrix* transform = nullptr;  // into the part's coordinates
+  bool is_exact = false;              // the part's exact geometry; `ref` is the part's node
+};
+using Level = std::vector<ShapeOccurrence>;
 
 struct PartShapes {
   std::vector<Level> levels;

@@ -6,26 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "jttk/model/document.h"
+#include "jttk/model/node_ref.h"
 
 namespace jttk {
 
 class Library;
-
-// The chain of files through which a node was reached, innermost first. A file that refers to one of its own
-// chain would close a cycle.
-struct FileWay {
-  Document* document = nullptr;
-  const FileWay* above = nullptr;
-};
-
-struct NodeRef {
-  const FileWay* way = nullptr;
-  std::uint32_t node = kNone;
-
-  [[nodiscard]] Document& document() const { return *way->document; }
-  [[nodiscard]] const Node& data() const { return way->document->graph.nodes[node]; }
-};
 
 enum class ProductKind : std::uint8_t { Assembly, Part, Instance };
 
@@ -46,15 +31,6 @@ struct Product {
   // The name of the lowest grouping node of the chain; empty when none has one.
   [[nodiscard]] std::string groupName() const;
 };
-
-// How a node was reached: as a child of an assembly, or as the target of an instance. A group or partition
-// that an instance refers to is an assembly.
-enum class Met : std::uint8_t { AsChild, AsTarget };
-
-// How the root of a file counts as reached when nothing is above it.
-[[nodiscard]] inline Met rootMet(NodeRef root) {
-  return isGrouping(root.data().kind) ? Met::AsTarget : Met::AsChild;
-}
 
 // `ref` must not be hidden. For grouping nodes only with Met::AsTarget.
 Product classify(NodeRef ref, Met met, Library& library);

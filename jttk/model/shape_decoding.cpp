@@ -5,7 +5,7 @@
 #include "jttk/codec/shape_lod.h"
 #include "jttk/graph/properties.h"
 #include "jttk/graph/scene_graph.h"
-#include "jttk/model/exact_geometry.h"
+#include "jttk/model/segment_kinds.h"
 
 namespace jttk {
 

@@ -42,10 +42,10 @@ void ElementWriter::end() {
   out_.guid(guids::kEnd);
 }
 
-void ElementWriter::version(int number, bool also_in_8) {
+void ElementWriter::version(int number, bool also_in_v8) {
   if (v10()) {
     out_.u8(static_cast<unsigned>(number));
-  } else if (v9() || also_in_8) {
+  } else if (v9() || also_in_v8) {
     out_.i16(number);
   }
 }

@@ -45,8 +45,8 @@ class ElementWriter {
 
   void begin(const GuidValue& type, unsigned base_type, std::int32_t id);
   void finish();
-  // The version of a collection in the form of the file; in 8.x only where `also_in_8` says so.
-  void version(int number, bool also_in_8 = false);
+  // The version of a collection in the form of the file; in 8.x only where `also_in_v8` says so.
+  void version(int number, bool also_in_v8 = false);
   void ids(const Ids& ids);
   void box(const Figures& figures);
   void baseNode(const Ids& attributes);

@@ -148,7 +148,7 @@ void writeArithmetic(ByteWriter& out, const ValueTable& table, bool version10) {
   }
   bits.writeBytes(out);
   if (!version10 || table.hasEscape()) {
-    writePacketMk2(out, table.out_of_band, Codec::VariableBits, version10);
+    writePacketV9(out, table.out_of_band, Codec::VariableBits, version10);
   }
 }
 
@@ -158,7 +158,7 @@ void writeChopper(ByteWriter& out, std::span<const std::int32_t> values, bool ve
   const unsigned chop_bits = span_bits / 2;
   out.u8(chop_bits);
   if (chop_bits == 0) {
-    writePacketMk2(out, values, Codec::VariableBits, version10);
+    writePacketV9(out, values, Codec::VariableBits, version10);
     return;
   }
   out.i32(*low);
@@ -171,8 +171,8 @@ void writeChopper(ByteWriter& out, std::span<const std::int32_t> values, bool ve
     upper[i] = wrap(offset >> low_bits);
     lower[i] = wrap(offset & ((1U << low_bits) - 1));
   }
-  writePacketMk2(out, upper, Codec::Arithmetic, version10);
-  writePacketMk2(out, lower, Codec::FixedBits, version10);
+  writePacketV9(out, upper, Codec::Arithmetic, version10);
+  writePacketV9(out, lower, Codec::FixedBits, version10);
 }
 
 void writeMoveToFront(ByteWriter& out, std::span<const std::int32_t> values) {
@@ -193,8 +193,8 @@ void writeMoveToFront(ByteWriter& out, std::span<const std::int32_t> values) {
       std::rotate(window.begin(), found, found + 1);
     }
   }
-  writePacketMk2(out, fresh, Codec::VariableBits, true);
-  writePacketMk2(out, offsets, Codec::Arithmetic, true);
+  writePacketV9(out, fresh, Codec::VariableBits, true);
+  writePacketV9(out, offsets, Codec::Arithmetic, true);
 }
 
 void writeBitLength(ByteWriter& out, const BitWriter& bits) {
@@ -232,7 +232,7 @@ std::vector<std::int32_t> residuals(std::span<const std::int32_t> values, Predic
   return out;
 }
 
-void writePacketMk2(ByteWriter& out, std::span<const std::int32_t> values, Codec codec, bool version10) {
+void writePacketV9(ByteWriter& out, std::span<const std::int32_t> values, Codec codec, bool version10) {
   out.i32(static_cast<std::int64_t>(values.size()));
   if (values.empty()) return;
   if (codec == Codec::MoveToFront && !version10) codec = Codec::VariableBits;
@@ -277,9 +277,9 @@ void writePacket(ByteWriter& out, std::span<const std::int32_t> values, Predicto
     values = coded;
   }
   if (options.major() == 8) {
-    writePacketMk1(out, values, options.codec);
+    writePacketV8(out, values, options.codec);
   } else {
-    writePacketMk2(out, values, options.codec, options.major() == 10);
+    writePacketV9(out, values, options.codec, options.major() == 10);
   }
 }
 

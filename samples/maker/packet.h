@@ -24,7 +24,7 @@ void writePacket(ByteWriter& out, std::span<const std::int32_t> values, Predicto
                  const Options& options);
 
 // The two forms, for values that are residuals already.
-void writePacketMk1(ByteWriter& out, std::span<const std::int32_t> values, Codec codec);
-void writePacketMk2(ByteWriter& out, std::span<const std::int32_t> values, Codec codec, bool version10);
+void writePacketV8(ByteWriter& out, std::span<const std::int32_t> values, Codec codec);
+void writePacketV9(ByteWriter& out, std::span<const std::int32_t> values, Codec codec, bool version10);
 
 }  // namespace loftbay::maker

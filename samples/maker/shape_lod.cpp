@@ -1,6 +1,6 @@
 // The element of 9.x:  I16, I16, U64 bindings, I16, U32 records id, I16, rep data, tail
 // of 10.0:             U8, U8, U64 bindings, nested element (U8, U32 records id, U8, rep data), U8
-// of 8.x:              I16, I32 bindings, U8 x 4, I16, rep data (rep_data_8.cpp)
+// of 8.x:              I16, I32 bindings, U8 x 4, I16, rep data (rep_data_v8.cpp)
 // Rep data of 9.0 and later: polygons through the topology coder, lines and points as lists of records.
 #include "samples/maker/shape_lod.h"
 

@@ -86,7 +86,7 @@ bool writeSeed(const fs::path& corpus, const NamedShape& named, const Options& w
   if (!write(corpus / "shape_lod_fuzz" / name, firstAny(options.major(), options.big_endian), bytes))
     return false;
   if (options.major() != 8) return true;
-  return write(corpus / "shape_lod_8_fuzz" / name, first8(shape.kind, options.big_endian),
+  return write(corpus / "shape_lod_v8_fuzz" / name, first8(shape.kind, options.big_endian),
                std::span(bytes).subspan(kElementHeaderBytes));
 }
 

@@ -1,5 +1,5 @@
 // Primitive sets, written byte by byte: layout, what the numbers may mean, and damage of every kind.
-#include "jttk/codec/primitive_set.h"
+#include "jttk/codec/primitives/primitive_set.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <limits>
 #include <memory>
 
-#include "jttk/codec/primitive_meaning.h"
+#include "jttk/codec/primitives/primitive_meaning.h"
 #include "tests/jttk/support/jt_bytes.h"
 
 namespace {
@@ -159,7 +159,7 @@ Bytes quantised(jttk::Version version, std::int32_t type = 3) {
     if (version.major == 8) {  // codec 0, count, values
       out.u8(0).i32(2).i32(a).i32(b);
     } else {
-      out.bytes(packetOf({a, b}, version.major == 9 ? jttk::PacketForm::Jt9 : jttk::PacketForm::Jt10));
+      out.bytes(packetOf({a, b}, version.major == 9 ? jttk::PacketForm::V9 : jttk::PacketForm::V10));
     }
   };
   for (int axis = 0; axis < 3; ++axis) out.f32(0).f32(30).u8(2);

@@ -35,14 +35,14 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-constexpr PacketForm kForms[] = {PacketForm::Jt9, PacketForm::Jt10};
+constexpr PacketForm kForms[] = {PacketForm::V9, PacketForm::V10};
 
 jttk::Result<ShapeGeometry> decode(std::span<const std::byte> element, PacketForm form,
                                    const jttk::ShapeContext& context = {}) {
   jttk::Segment segment;
   segment.type = jttk::SegmentType::ShapeLod0;
   segment.data = element;
-  return jttk::decodeShapeLod(segment, form == PacketForm::Jt10 ? jttk::Version{10, 0} : jttk::Version{9, 5},
+  return jttk::decodeShapeLod(segment, form == PacketForm::V10 ? jttk::Version{10, 0} : jttk::Version{9, 5},
                               jttk::ByteOrder::Little, context);
 }
 
@@ -151,10 +151,10 @@ TEST(ShapeLod, coordinatesOfTwoAndFourComponents) {
     }
   }
   for (const std::uint32_t components : {1U, 5U}) {
-    const ShapeOptions options{PacketForm::Jt9, false, 0x0a, components};
-    EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, PacketForm::Jt9,
+    const ShapeOptions options{PacketForm::V9, false, 0x0a, components};
+    EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, PacketForm::V9,
                                      topologicalRepData(bowTieSymbols(), 5, 5, options)),
-                        PacketForm::Jt9),
+                        PacketForm::V9),
                 HasSubstr("coordinates with " + std::to_string(components) + " components"));
   }
 }
@@ -185,11 +185,11 @@ TEST(ShapeLod, polygonSetsKeepTheCornersOfTheirPolygons) {
 // is decoded, one of some more is not.
 TEST(ShapeLod, theSizeOfAnElementLimitsItsValuesAndCorners) {
   const auto error = [](const jttk::TopologySymbols& symbols, std::uint32_t vertices) {
-    const ShapeOptions options{PacketForm::Jt9, true, 0x02};
-    const Bytes element = shapeElement(kPolygonSetId, PacketForm::Jt9,
+    const ShapeOptions options{PacketForm::V9, true, 0x02};
+    const Bytes element = shapeElement(kPolygonSetId, PacketForm::V9,
                                        topologicalRepData(symbols, std::min(vertices, 1000U), 0, options));
     return element.size() < 2000 + 16 * std::size_t{std::min(vertices, 1000U)}
-               ? errorOf(element, PacketForm::Jt9)
+               ? errorOf(element, PacketForm::V9)
                : "the element is not small";
   };
   EXPECT_THAT(error(polygonSymbols(300'000), 300'000),
@@ -209,7 +209,7 @@ TEST(ShapeLod, listsAreLimitedByTheSizeOfTheElement) {
   for (const std::uint32_t place : {0U, 1U, 2U}) {
     ByteBuilder lists;
     for (std::uint32_t i = 0; i < 3; ++i) lists.u32(i == place ? 0x7fffffffU : 1);
-    EXPECT_THAT(errorOf(shapeElement(kPolylineSetId, PacketForm::Jt9, lists.result()), PacketForm::Jt9),
+    EXPECT_THAT(errorOf(shapeElement(kPolylineSetId, PacketForm::V9, lists.result()), PacketForm::V9),
                 HasSubstr("more primitives than a shape may have"));
   }
 }
@@ -241,20 +241,20 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
     }
   }
   // Normals with an impossible bit count cost only the normals, not the shape.
-  Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, {PacketForm::Jt9, true, 0x0a});
+  Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, {PacketForm::V9, true, 0x0a});
   const Bytes header = ByteBuilder().u32(12).u8(3).u8(2).result();
   *(std::search(rep.begin(), rep.end(), header.begin(), header.end()) + 5) = std::byte{33};
-  const auto shape = decode(shapeElement(kTriStripSetId, PacketForm::Jt9, rep), PacketForm::Jt9);
+  const auto shape = decode(shapeElement(kTriStripSetId, PacketForm::V9, rep), PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_THAT(shape->facts.unread_attributes, HasSubstr("normals of 33 bits"));
   EXPECT_TRUE(shape->normals.empty());
 }
 
 TEST(ShapeLod, withoutRecordsCornersHaveNone) {
-  const ShapeOptions options{PacketForm::Jt9, false, 0x02};
+  const ShapeOptions options{PacketForm::V9, false, 0x02};
   const auto shape = decode(
-      shapeElement(kTriStripSetId, PacketForm::Jt9, topologicalRepData(tetrahedronSymbols(0), 4, 0, options)),
-      PacketForm::Jt9);
+      shapeElement(kTriStripSetId, PacketForm::V9, topologicalRepData(tetrahedronSymbols(0), 4, 0, options)),
+      PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_TRUE(shape->corner_records.empty());
   EXPECT_TRUE(shape->normals.empty());
@@ -276,27 +276,26 @@ TEST(ShapeLod, polylinesShareCoordinatesByRunLengths) {
 
 TEST(ShapeLod, pointSetsHaveTheLayoutOfPolylines) {
   const auto shape =
-      decode(shapeElement(kPointSetId, PacketForm::Jt9, jttk::testing::polylineRepData(PacketForm::Jt9)),
-             PacketForm::Jt9);
+      decode(shapeElement(kPointSetId, PacketForm::V9, jttk::testing::polylineRepData(PacketForm::V9)),
+             PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_EQ(shape->kind, PrimitiveKind::Points);
 }
 
 TEST(ShapeLod, nullShapesAreEmptyAndUnknownElementsRefused) {
   const Guid null_shape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
-  EXPECT_EQ(decode(shapeElement(null_shape, PacketForm::Jt9, {}), PacketForm::Jt9)->kind,
-            PrimitiveKind::Empty);
-  EXPECT_THAT(errorOf(shapeElement({1, 2, 3, {}}, PacketForm::Jt9, {}), PacketForm::Jt9),
+  EXPECT_EQ(decode(shapeElement(null_shape, PacketForm::V9, {}), PacketForm::V9)->kind, PrimitiveKind::Empty);
+  EXPECT_THAT(errorOf(shapeElement({1, 2, 3, {}}, PacketForm::V9, {}), PacketForm::V9),
               HasSubstr("are not known"));
 }
 
 TEST(ShapeLod, aDamagedArrayIsFoundByItsHash) {
-  const ShapeOptions options{PacketForm::Jt9, true, 0x02};
+  const ShapeOptions options{PacketForm::V9, true, 0x02};
   Bytes element =
-      shapeElement(kTriStripSetId, PacketForm::Jt9, topologicalRepData(tetrahedronSymbols(0), 4, 0, options));
+      shapeElement(kTriStripSetId, PacketForm::V9, topologicalRepData(tetrahedronSymbols(0), 4, 0, options));
   // The last byte of the hash of the coordinates, in front of the two bytes at the end.
   element[element.size() - 3] ^= std::byte{1};
-  EXPECT_EQ(errorOf(element, PacketForm::Jt9), "tri-strip set: coordinates do not agree with their hash");
+  EXPECT_EQ(errorOf(element, PacketForm::V9), "tri-strip set: coordinates do not agree with their hash");
 }
 
 // The bytes of a tetrahedron whose hash at the end of the coordinates is wrong, and its box.
@@ -338,12 +337,12 @@ TEST(ShapeLod, coordinatesThatFillTheStatedBoxNeedNoHash) {
 
 TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
   const Bytes element =
-      shapeElement(kTriStripSetId, PacketForm::Jt9,
-                   topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::Jt9, false, 0x02}));
+      shapeElement(kTriStripSetId, PacketForm::V9,
+                   topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::V9, false, 0x02}));
   std::array<float, 6> box = kTetrahedronBox;
   const auto note = [&] {
     const jttk::StatedExtent stated[] = {{box, 0}};
-    const auto shape = decode(element, PacketForm::Jt9, {stated, nullptr});
+    const auto shape = decode(element, PacketForm::V9, {stated, nullptr});
     return shape ? shape->facts.coordinate_note : shape.error().text();
   };
   EXPECT_EQ(note(), "");
@@ -356,7 +355,7 @@ TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
 // Bits of the whole shape and those of its coordinates' quantisers may contradict each other. In JT 9 floats
 // and codes are laid out differently, so that it is found out which they are.
 TEST(ShapeLod, coordinatesThatAreFloatsAgainstWhatTheBitsSay) {
-  constexpr PacketForm kForm = PacketForm::Jt9;
+  constexpr PacketForm kForm = PacketForm::V9;
   Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {kForm, false, 0x02});
   const std::size_t bits = jttk::testing::topologyBytes(tetrahedronSymbols(0), kForm).size() + 8;
   ASSERT_EQ(rep[bits], std::byte{0});
@@ -369,10 +368,10 @@ TEST(ShapeLod, coordinatesThatAreFloatsAgainstWhatTheBitsSay) {
 
 TEST(ShapeLod, coordinatesThatTheirHashVouchesForNeedNoBox) {
   const Bytes element =
-      shapeElement(kTriStripSetId, PacketForm::Jt9,
-                   topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::Jt9, true, 0x02}));
+      shapeElement(kTriStripSetId, PacketForm::V9,
+                   topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::V9, true, 0x02}));
   const jttk::StatedExtent stated[] = {{{100, 100, 100, 101, 101, 101}, 0}};
-  const auto shape = decode(element, PacketForm::Jt9, {stated, nullptr});
+  const auto shape = decode(element, PacketForm::V9, {stated, nullptr});
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_TRUE(shape->facts.coordinate_hash_checked);
   EXPECT_EQ(shape->facts.coordinate_note, "");
@@ -425,7 +424,7 @@ TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
 
 // One wrong hash (of the lists or of the coordinates) is tolerated; two are not.
 TEST(ShapeLod, listsAndCoordinatesWithWrongHashesAreTooMuch) {
-  constexpr PacketForm kForm = PacketForm::Jt10;  // the one whose floats have a hash
+  constexpr PacketForm kForm = PacketForm::V10;  // the one whose floats have a hash
   const Bytes rep = jttk::testing::polylineRepData(kForm);
   const std::array<float, 6> box = {0, 0, 0.5F, 2, 4, 6.5F};
   const jttk::StatedExtent stated[] = {{box, 0}};
@@ -506,12 +505,12 @@ Bytes tetrahedron(std::uint32_t vertices, std::uint32_t records, const ShapeOpti
 }
 
 TEST(ShapeLod, aVertexCountThatDisagreesWithTheTopologyIsAnError) {
-  EXPECT_THAT(errorOf(tetrahedron(5, 12, {}), PacketForm::Jt9),
+  EXPECT_THAT(errorOf(tetrahedron(5, 12, {}), PacketForm::V9),
               HasSubstr("5 vertices are stated, but the topology has 4"));
 }
 
 TEST(ShapeLod, withAnotherNumberOfRecordsThanTheMasksTellTheMeshStays) {
-  const auto shape = decode(tetrahedron(4, 11, {}), PacketForm::Jt9);
+  const auto shape = decode(tetrahedron(4, 11, {}), PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_THAT(shape->facts.unread_attributes,
               HasSubstr("11 vertex attributes are stated, but the topology has 12"));
@@ -543,18 +542,18 @@ TEST(ShapeLod, coloursThatCannotBeReadCostThemselvesAndWhatIsBehindThem) {
 }
 
 TEST(ShapeLod, elementsInFrontOfTheShapeArePassedOver) {
-  const Bytes other = shapeElement({1, 2, 3, {}}, PacketForm::Jt9, {});
+  const Bytes other = shapeElement({1, 2, 3, {}}, PacketForm::V9, {});
   Bytes both = other;
   const Bytes shape = tetrahedron(4, 12, {});
   both.insert(both.end(), shape.begin(), shape.end());
-  EXPECT_EQ(errorOf(both, PacketForm::Jt9), "decoded");
+  EXPECT_EQ(errorOf(both, PacketForm::V9), "decoded");
 }
 
 // Some segments state too small a size and end inside their last element.
 TEST(ShapeLod, whatFollowsTheDataMayBeCutOff) {
   Bytes element = tetrahedron(4, 12, {});
   element.resize(element.size() - 2);
-  EXPECT_EQ(errorOf(element, PacketForm::Jt9), "decoded");
+  EXPECT_EQ(errorOf(element, PacketForm::V9), "decoded");
 }
 
 // All vertices coincide: quantisers of 0 bits, and codes all the same.
@@ -594,24 +593,24 @@ TEST(ShapeLod, listsOfLinesMayBePredicted) {
   // Each entry less the one two before and the step there, whose size was below 8.
   const std::vector<std::int32_t> entry_residuals = {0, 1, 1, 2, 0, 0, 0, -4, -4, 5, 4, -1};
   ByteBuilder rep;
-  rep.u32(1).u32(5).u32(12).bytes(packetOf(groups, PacketForm::Jt9));
-  rep.bytes(packetOf(primitive_residuals, PacketForm::Jt9)).bytes(packetOf(entry_residuals, PacketForm::Jt9));
+  rep.u32(1).u32(5).u32(12).bytes(packetOf(groups, PacketForm::V9));
+  rep.bytes(packetOf(primitive_residuals, PacketForm::V9)).bytes(packetOf(entry_residuals, PacketForm::V9));
   std::uint32_t hash = 0;
   for (const auto* list : {&groups, &primitives, &entries}) {
     hash = jttk::hash32(std::span<const std::int32_t>(*list), hash);
   }
   const std::vector<std::int32_t> ones = {1, 1, 1, 1};
-  rep.u32(hash).u64(2).u8(4).u8(0).u8(0).u8(0).u32(4).u32(4).bytes(packetOf(ones, PacketForm::Jt9));
+  rep.u32(hash).u64(2).u8(4).u8(0).u8(0).u8(0).u32(4).u32(4).bytes(packetOf(ones, PacketForm::V9));
   rep.u32(jttk::hash32(std::span<const std::int32_t>(ones), 0)).u32(4).u8(3);
   for (int i = 0; i < 3; ++i) rep.f32(0).f32(15).u8(4);
   const std::vector<std::int32_t> codes = {0, 5, 10, 15};
   hash = 0;
   for (int i = 0; i < 3; ++i) {
-    rep.bytes(packetOf(codes, PacketForm::Jt9));
+    rep.bytes(packetOf(codes, PacketForm::V9));
     hash = jttk::hash32(std::span<const std::int32_t>(codes), hash);
   }
   rep.u32(hash);
-  const auto shape = decode(shapeElement(kPolylineSetId, PacketForm::Jt9, rep.result()), PacketForm::Jt9);
+  const auto shape = decode(shapeElement(kPolylineSetId, PacketForm::V9, rep.result()), PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_THAT(shape->primitive_starts, ElementsAre(0, 2, 4, 6, 8, 12));
   EXPECT_THAT(shape->corner_positions, ElementsAre(0, 1, 1, 2, 2, 3, 3, 0, 0, 2, 1, 3));
@@ -627,7 +626,7 @@ TEST(ShapeLod, everyTruncationIsNoticed) {
         // The element's length agrees with what is there, so that the representation itself is cut.
         const Bytes cut(rep.begin(), rep.begin() + static_cast<std::ptrdiff_t>(size));
         const Bytes element = shapeElement(kind, form, cut);
-        const std::size_t tail = form == PacketForm::Jt9 ? 2 : 0;
+        const std::size_t tail = form == PacketForm::V9 ? 2 : 0;
         const auto exact = std::make_unique<std::byte[]>(element.size());
         std::copy(element.begin(), element.end(), exact.get());
         // The bytes behind the representation are zeros and ones that may pass for more of it; leave them

@@ -1,5 +1,5 @@
 // Small meshes whose symbols can be followed on paper.
-#include "jttk/codec/topology.h"
+#include "jttk/codec/v9/topology.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ using ::testing::HasSubstr;
 using Polygon = std::vector<std::uint32_t>;
 
 jttk::Result<Topology> decode(const TopologySymbols& symbols) {
-  return jttk::decodeTopology(symbols, PacketForm::Jt9, 0);
+  return jttk::decodeTopology(symbols, PacketForm::V9, 0);
 }
 
 std::string errorOf(const TopologySymbols& symbols) {
@@ -182,19 +182,19 @@ TEST(Topology, masksOfDegreesAbove8AreJoinedFromTheirParts) {
   symbols.masks[7] = {1};
   symbols.upper_masks = {1};
   symbols.top_masks = {1};
-  const auto nine = jttk::decodeTopology(symbols, PacketForm::Jt9, 0);
+  const auto nine = jttk::decodeTopology(symbols, PacketForm::V9, 0);
   ASSERT_TRUE(nine.has_value()) << nine.error().text();
   EXPECT_EQ(nine->records, 61U + 3U);
   EXPECT_EQ(std::count(nine->corner_records.begin(), nine->corner_records.end(), 61U), 30);
   EXPECT_EQ(std::count(nine->corner_records.begin(), nine->corner_records.end(), 63U), 1);
   // JT 10: 32 + 32 bits. Bits 0 and 32.
   symbols.top_masks.clear();
-  const auto ten = jttk::decodeTopology(symbols, PacketForm::Jt10, 0);
+  const auto ten = jttk::decodeTopology(symbols, PacketForm::V10, 0);
   ASSERT_TRUE(ten.has_value()) << ten.error().text();
   EXPECT_EQ(std::count(ten->corner_records.begin(), ten->corner_records.end(), 61U), 32);
   // Left out, the upper bits are 0.
   symbols.upper_masks.clear();
-  const auto short_mask = jttk::decodeTopology(symbols, PacketForm::Jt10, 0);
+  const auto short_mask = jttk::decodeTopology(symbols, PacketForm::V10, 0);
   ASSERT_TRUE(short_mask.has_value()) << short_mask.error().text();
   EXPECT_TRUE(short_mask->records_fit);
   EXPECT_EQ(short_mask->records, 61U + 1U);
@@ -267,10 +267,10 @@ TEST(Topology, moreCornersThanAShapeMayHaveAreRefusedBeforeAllocating) {
 }
 
 TEST(TopologySymbols, areReadInFileOrderAndCheckedAgainstTheirHash) {
-  for (const PacketForm form : {PacketForm::Jt9, PacketForm::Jt10}) {
+  for (const PacketForm form : {PacketForm::V9, PacketForm::V10}) {
     Bytes bytes = topologyBytes(bowTieSymbols(), form);
     ByteReader reader(bytes);
-    jttk::Int32PacketReader packets(form);
+    jttk::PacketReader packets(form);
     const auto symbols = jttk::readTopologySymbols(reader, packets);
     ASSERT_TRUE(symbols.has_value()) << symbols.error().text();
     EXPECT_EQ(reader.remaining(), 0U);
@@ -309,13 +309,13 @@ TEST(Topology, withoutFlagsTheGroupsTellTheCovers) {
 TEST(Topology, memoryIsTakenFromTheBudgetBeforeAllocating) {
   const TopologySymbols symbols = polygonSymbols(1000);
   jttk::MemoryBudget enough(1 << 20);
-  EXPECT_TRUE(jttk::decodeTopology(symbols, PacketForm::Jt9, 0, {5000, &enough}).has_value());
+  EXPECT_TRUE(jttk::decodeTopology(symbols, PacketForm::V9, 0, {5000, &enough}).has_value());
   EXPECT_GE(enough.taken(), 2000 * 16U);
   jttk::MemoryBudget little(20'000);
-  const auto refused = jttk::decodeTopology(symbols, PacketForm::Jt9, 0, {5000, &little});
+  const auto refused = jttk::decodeTopology(symbols, PacketForm::V9, 0, {5000, &little});
   ASSERT_FALSE(refused.has_value());
   EXPECT_THAT(refused.error().what, HasSubstr("more memory is asked for than the limit of 20000 bytes"));
-  EXPECT_FALSE(jttk::decodeTopology(symbols, PacketForm::Jt9, 0, {1999, &enough}).has_value());
+  EXPECT_FALSE(jttk::decodeTopology(symbols, PacketForm::V9, 0, {1999, &enough}).has_value());
 }
 
 }  // namespace

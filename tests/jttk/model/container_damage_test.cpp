@@ -50,7 +50,7 @@ struct Outcome {
     const Recorder recorder;
     auto document = jttk::openDocument("folder\\machine.jt", bytes);
     if (document) {
-      JtkHierarchy* root = jttk::Objects::create(std::move(*document));
+      JtkHierarchy* root = jttk::createRoot(std::move(*document));
       root->ref();
       for (const auto& shape : jttk::testing::walk(root).shapes) triangles.push_back(shape.triangles);
       root->unref();
@@ -75,7 +75,7 @@ GraphBuilder twoParts() {
   graph.part(3, {5}).name("right");
   graph.triStrips(4);
   graph.setGeometry(jttk::testing::shapeElement(
-      jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9,
+      jttk::testing::kTriStripSetId, jttk::PacketForm::V9,
       jttk::testing::topologicalRepData(jttk::testing::cubeSymbols(7), 8, 24, {})));
   graph.setShapeBox({0, 0, 0.5F, 7, 14, 21.5F});
   graph.triStrips(5);

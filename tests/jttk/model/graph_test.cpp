@@ -7,7 +7,7 @@
 #include <limits>
 #include <memory>
 
-#include "jttk/graph/scene_graph.h"
+#include "jttk/graph/read_scene_graph.h"
 #include "tests/jttk/model/loaded.h"
 
 namespace {
@@ -126,7 +126,7 @@ TEST(DamagedGraph, EveryByteThatIsChangedLeavesAModelThatCanBeWalked) {
     jttk::testing::Recorder recorder;
     auto document = jttk::openDocument("damaged.jt", bytes);
     if (!document) continue;
-    JtkHierarchy* root = jttk::Objects::create(std::move(*document));
+    JtkHierarchy* root = jttk::createRoot(std::move(*document));
     root->ref();
     (void)jttk::testing::walk(root);
     root->unref();

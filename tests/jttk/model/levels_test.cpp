@@ -229,7 +229,7 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
   constexpr Guid kTexture{0x10dd1073, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
   GraphBuilder graph = partOf({2, 3});
   graph.setGeometry(jttk::testing::shapeElement(
-      jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9,
+      jttk::testing::kTriStripSetId, jttk::PacketForm::V9,
       jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, colors)));
   graph.triStrips(2).property("JT_LAYER", "7").property("Player::", "one");
   graph.triStrips(3).property("JT_PROP_LAYER_FILTER", "7");

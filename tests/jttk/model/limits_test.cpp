@@ -182,8 +182,8 @@ TEST_F(Limits, AShapeThatIsPlacedOftenCountsByItsCorners) {
   graph.partition(0, Ids(900, 1)).name("root");
   graph.part(1, {2}).name("part");
   graph.setGeometry(
-      shapeElement(kTriStripSetId, jttk::PacketForm::Jt9,
-                   topologicalRepData(polygonSymbols(320), 320, 0, {jttk::PacketForm::Jt9, true, 2})));
+      shapeElement(kTriStripSetId, jttk::PacketForm::V9,
+                   topologicalRepData(polygonSymbols(320), 320, 0, {jttk::PacketForm::V9, true, 2})));
   graph.triStrips(2);
   const Loaded model(graph);
   const Visited visited = visit(model.root());

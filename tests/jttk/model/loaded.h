@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "jttk/interface/objects.h"
+#include "jttk/interface/object_factory.h"
 #include "tests/jttk/model/walk.h"
 #include "tests/jttk/support/jt_graph.h"
 
@@ -26,7 +26,7 @@ class Loaded {
       : bytes_(graph.file()) {
     auto document = openDocument(path, bytes_);
     if (document) {
-      root_ = Objects::create(std::move(*document));
+      root_ = createRoot(std::move(*document));
       root_->ref();
     } else {
       ADD_FAILURE() << document.error().text();

@@ -195,7 +195,7 @@ TEST(Coordinates, ThatAreNoNumbersAreToldAndTheShapeStays) {
     const jttk::testing::Recorder recorder;
     auto document = jttk::openDocument("sheet.jt", bytes);
     ASSERT_TRUE(document) << document.error().text();
-    JtkHierarchy* root = jttk::Objects::create(std::move(*document));
+    JtkHierarchy* root = jttk::createRoot(std::move(*document));
     root->ref();
     EXPECT_EQ(jttk::testing::walk(root).shapes.size(), 1U);
     (void)jttk::testing::walk(root);

@@ -125,7 +125,7 @@ TEST(ProductStructure, InstancedPartsWithATransformOfTheirOwnAreNoted) {
   const Recorder recorder;
   auto document = jttk::openDocument("folder\\machine.jt", bytes);
   ASSERT_TRUE(document);
-  JtkHierarchy* const root = jttk::Objects::create(std::move(*document));
+  JtkHierarchy* const root = jttk::createRoot(std::move(*document));
   root->ref();
   jttk::testing::walk(root);
   EXPECT_THAT(recorder.notes, IsEmpty());

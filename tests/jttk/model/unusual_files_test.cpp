@@ -1,6 +1,7 @@
 // What files of other writers may hold, each once: the model is the same as if it were written as usual.
 #include <gmock/gmock.h>
 
+#include "jttk/graph/read_scene_graph.h"
 #include "jttk/interface/part.h"
 #include "jttk/model/settings.h"
 #include "tests/jttk/model/loaded.h"
@@ -119,7 +120,7 @@ TEST(UnusualFiles, ColoursThatCannotBeReadAreNoted) {
       jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options);
   rep.back() ^= std::byte{1};  // of the hash of the colours, which come last
   GraphBuilder graph;
-  graph.setGeometry(jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9, rep));
+  graph.setGeometry(jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::V9, rep));
   graph.partition(0, {1}).name("root");
   jttk::testing::Ids children;
   for (int i = 0; i < 30; ++i) children.push_back(2 + i);
@@ -192,7 +193,7 @@ GraphBuilder withRepData(const jttk::testing::Bytes& rep, const jttk::testing::I
   GraphBuilder graph = partOf({2, 3});
   const jttk::testing::ShapeOptions options;
   const auto element = [&](const jttk::testing::Bytes& data) {
-    return jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::Jt9, data);
+    return jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::V9, data);
   };
   graph.setGeometry(element(rep));
   graph.triStrips(2).attributes(attributes);
@@ -205,8 +206,8 @@ GraphBuilder withRepData(const jttk::testing::Bytes& rep, const jttk::testing::I
 // It is reported once, however often the shape is asked for.
 TEST(UnusualFiles, ADoubtfulMeshIsHandedOutAndTold) {
   jttk::testing::Bytes rep = jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(0), 4, 0,
-                                                               {jttk::PacketForm::Jt9, false, 2});
-  rep[jttk::testing::topologyBytes(jttk::testing::tetrahedronSymbols(0), jttk::PacketForm::Jt9).size() - 1] ^=
+                                                               {jttk::PacketForm::V9, false, 2});
+  rep[jttk::testing::topologyBytes(jttk::testing::tetrahedronSymbols(0), jttk::PacketForm::V9).size() - 1] ^=
       std::byte{1};
   const Loaded model(withRepData(rep));
   for (int i = 0; i < 2; ++i) {
@@ -224,7 +225,7 @@ TEST(UnusualFiles, ADoubtfulMeshIsHandedOutAndTold) {
 
 TEST(UnusualFiles, CoordinatesThatOnlyTheBoxConfirmsAreNoted) {
   jttk::testing::Bytes rep = jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(0), 4, 0,
-                                                               {jttk::PacketForm::Jt9, true, 2});
+                                                               {jttk::PacketForm::V9, true, 2});
   rep.back() ^= std::byte{1};
   for (const bool moved : {false, true}) {
     // If the shape's node has a transform, its box may be the transformed one: then it is not used.
@@ -273,7 +274,7 @@ TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
   const auto usual = jttk::settings().max_memory_bytes;
   jttk::settings().max_memory_bytes = 20'000;
   const auto large = jttk::testing::topologicalRepData(jttk::testing::polygonSymbols(1000), 1000, 0,
-                                                       {jttk::PacketForm::Jt9, true, 2});
+                                                       {jttk::PacketForm::V9, true, 2});
   {
     const Loaded model(withRepData(large));
     EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);

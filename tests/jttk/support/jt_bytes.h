@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "jttk/codec/int32_packet_mk2.h"
+#include "jttk/codec/v9/packet.h"
 #include "jttk/file/byte_reader.h"
 
 namespace jttk::testing {
@@ -113,7 +113,7 @@ inline Bytes packetOf(const std::vector<std::int32_t>& values, PacketForm form) 
   }
   BitBuilder bits;
   bits.bits("0");
-  if (form == PacketForm::Jt10) {
+  if (form == PacketForm::V10) {
     addNibbles(bits, minimum);
     addNibbles(bits, maximum);
   } else {

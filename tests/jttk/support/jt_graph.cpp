@@ -42,7 +42,7 @@ OrderedBytes& OrderedBytes::put(std::uint64_t v, int count) {
 GraphBuilder::GraphBuilder(std::string version, ByteOrder order)
     : version_(std::move(version)), major_(std::stoi(version_)), order_(order) {
   ShapeOptions options;
-  options.form = major_ >= 10 ? PacketForm::Jt10 : PacketForm::Jt9;
+  options.form = major_ >= 10 ? PacketForm::V10 : PacketForm::V9;
   options.bindings = 2;  // coordinates only
   if (major_ >= 9) {
     geometry_ =

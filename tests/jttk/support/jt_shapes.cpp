@@ -28,7 +28,7 @@ void addFloats(ByteBuilder& out, const std::vector<std::vector<float>>& componen
   for (std::size_t i = 0; i < components.size(); ++i) {
     for (const float value : components[i]) bits[i].push_back(std::bit_cast<std::int32_t>(value));
   }
-  if (form == PacketForm::Jt10) return addCodes(out, bits, lag1, form);
+  if (form == PacketForm::V10) return addCodes(out, bits, lag1, form);
   for (const Values& component : bits) {
     Values exponents;
     Values mantissae;
@@ -77,7 +77,7 @@ void addNormals(ByteBuilder& out, std::uint32_t count, const ShapeOptions& optio
   const Values octants(count, 7);
   const Values thetas(count, 3);
   const Values psis(count, 0);
-  if (options.form == PacketForm::Jt9)
+  if (options.form == PacketForm::V9)
     return addCodes(out, {sextants, octants, thetas, psis}, false, options.form);
   addCodes(out, {Values(count, 1 << 7 | 7 << 4 | 3 << 2)}, false, options.form);
 }
@@ -171,7 +171,7 @@ Bytes topologyBytes(const TopologySymbols& symbols, PacketForm form) {
   out.bytes(packetOf(lag1Residuals(symbols.flags), form));
   for (const auto& masks : symbols.masks) out.bytes(packetOf(masks, form));
   out.bytes(packetOf(symbols.upper_masks, form));
-  if (form == PacketForm::Jt9) out.bytes(packetOf(symbols.top_masks, form));
+  if (form == PacketForm::V9) out.bytes(packetOf(symbols.top_masks, form));
   out.u32(static_cast<std::uint32_t>(symbols.wide_mask_words.size()));
   for (const std::uint32_t word : symbols.wide_mask_words) out.u32(word);
   out.bytes(packetOf(lag1Residuals(symbols.split_offsets), form))
@@ -218,7 +218,7 @@ Bytes polylineRepData(PacketForm form) {
 Bytes shapeElement(const Guid& kind, PacketForm form, const Bytes& rep_data) {
   ByteBuilder body;
   body.guid(kind).u8(4).u32(1);
-  if (form == PacketForm::Jt9) {
+  if (form == PacketForm::V9) {
     body.u16(1).u16(1).u64(0x0a).u16(1).u32(1).u16(1).bytes(rep_data).u16(1);
   } else {
     ByteBuilder inner;

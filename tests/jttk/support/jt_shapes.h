@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "jttk/codec/topology.h"
+#include "jttk/codec/v9/topology.h"
 #include "jttk/file/byte_reader.h"
 #include "tests/jttk/support/jt_bytes.h"
 
@@ -36,7 +36,7 @@ TopologySymbols bowTieSymbols();
 Bytes topologyBytes(const TopologySymbols& symbols, PacketForm form);
 
 struct ShapeOptions {
-  PacketForm form = PacketForm::Jt9;
+  PacketForm form = PacketForm::V9;
   bool quantized = false;
   std::uint64_t bindings = 0x0a;  // coordinates and normals
   // 2: without z; 4: with a fourth of 1.

@@ -5,8 +5,8 @@
 
 #include "jttk/codec/lookup2.h"
 #include "tests/jttk/brep/models.h"
-#include "tests/jttk/codec8/arithmetic_encoder.h"
-#include "tests/jttk/codec8/shape_writer.h"
+#include "tests/jttk/codec/v8/arithmetic_encoder.h"
+#include "tests/jttk/codec/v8/shape_writer.h"
 #include "tests/jttk/support/jt_shapes.h"
 
 namespace jttk::testing {
@@ -71,7 +71,7 @@ GraphBuilder partWith(const std::string& version, const Bytes& shape, const Byte
 }  // namespace
 
 GraphBuilder shapeOf(const std::string& version, const TopologySymbols& symbols, std::uint32_t vertices) {
-  const PacketForm form = version[0] == '9' ? PacketForm::Jt9 : PacketForm::Jt10;
+  const PacketForm form = version[0] == '9' ? PacketForm::V9 : PacketForm::V10;
   ByteBuilder out;
   out.bytes(topologyBytes(symbols, form)).u64(0x2).u8(32).u8(0).u8(8).u8(8);
   out.u32(vertices).u32(0).u32(vertices).u8(3);

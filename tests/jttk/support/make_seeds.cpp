@@ -14,10 +14,10 @@ using jttk::PacketForm;
 
 // The fuzz targets of packets, topology and shapes take one byte first: the form.
 Bytes withForm(PacketForm form, const Bytes& bytes) {
-  return ByteBuilder().u8(form == PacketForm::Jt10 ? 1 : 0).bytes(bytes).result();
+  return ByteBuilder().u8(form == PacketForm::V10 ? 1 : 0).bytes(bytes).result();
 }
 
-std::string formName(PacketForm form) { return form == PacketForm::Jt10 ? "10" : "9"; }
+std::string formName(PacketForm form) { return form == PacketForm::V10 ? "10" : "9"; }
 
 void writePackets(const fs::path& folder, PacketForm form) {
   const auto save = [&](const char* name, const Bytes& bytes) {
@@ -30,12 +30,12 @@ void writePackets(const fs::path& folder, PacketForm form) {
        ByteBuilder().u32(3).u8(5).bytes(packetOf({4, 9}, form)).bytes(packetOf({-1, -1, 1}, form)).result());
   BitBuilder table;
   table.number(3, 16);
-  if (form == PacketForm::Jt9) table.number(3, 6);
-  table.number(2, 6).number(3, form == PacketForm::Jt9 ? 6 : 7).number(10, 32);
-  const int symbol_width = form == PacketForm::Jt9 ? 3 : 1;
-  table.number(form == PacketForm::Jt9 ? 2 : 0, symbol_width).number(2, 2).number(0, 3);
-  table.number(form == PacketForm::Jt9 ? 3 : 0, symbol_width).number(1, 2).number(7, 3);
-  table.number(form == PacketForm::Jt9 ? 0 : 1, symbol_width).number(1, 2).number(0, 3);
+  if (form == PacketForm::V9) table.number(3, 6);
+  table.number(2, 6).number(3, form == PacketForm::V9 ? 6 : 7).number(10, 32);
+  const int symbol_width = form == PacketForm::V9 ? 3 : 1;
+  table.number(form == PacketForm::V9 ? 2 : 0, symbol_width).number(2, 2).number(0, 3);
+  table.number(form == PacketForm::V9 ? 3 : 0, symbol_width).number(1, 2).number(7, 3);
+  table.number(form == PacketForm::V9 ? 0 : 1, symbol_width).number(1, 2).number(0, 3);
   BitBuilder text;
   text.bits("0 10 11 0 0000 0000 0000 0000 00");
   save("arithmetic", ByteBuilder()
@@ -86,8 +86,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   const fs::path root = argv[1];
-  for (const PacketForm form : {PacketForm::Jt9, PacketForm::Jt10}) {
-    writePackets(root / "int32_packet_mk2_fuzz", form);
+  for (const PacketForm form : {PacketForm::V9, PacketForm::V10}) {
+    writePackets(root / "packet_v9_fuzz", form);
     writeShapes(root, form);
   }
   writeContainers(root / "container_fuzz");

@@ -1,0 +1,69 @@
+// The topology coder of JT 9 and 10. It grows the mesh polygon by polygon around vertices that are not
+// finished yet; what it stores is little more than the number of polygons round each new vertex.
+//
+// Words: a polygon has corners; a vertex has slots, one for each polygon round it; corners and slots are
+// numbered counter-clockwise. A cover is a polygon that closes a hole and is not part of the shape. A split
+// is a corner whose vertex exists already and could not be derived.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "jttk/codec/v9/packet.h"
+#include "jttk/file/byte_reader.h"
+#include "jttk/file/error.h"
+
+namespace jttk {
+
+inline constexpr std::size_t kTopologyContexts = 8;
+
+// The arrays as stored, after prediction.
+struct TopologySymbols {
+  std::vector<std::int32_t> degrees[kTopologyContexts];  // slots of a new vertex; 0 = split
+  std::vector<std::int32_t> valences;                    // corners of a polygon
+  std::vector<std::int32_t> groups;                      // face group per polygon; negative = cover
+  std::vector<std::int32_t> flags;                       // per polygon: not 0 = cover; empty = see the groups
+  // Bit s of a vertex's mask: a new attribute record begins at slot s. The last context is for degrees above
+  // 8 and is cut in two or three arrays.
+  std::vector<std::int32_t> masks[kTopologyContexts];
+  std::vector<std::int32_t> upper_masks;       // JT 9: bits 30 to 59; JT 10: bits 32 to 63
+  std::vector<std::int32_t> top_masks;         // JT 9 only: bits 60 to 63
+  std::vector<std::uint32_t> wide_mask_words;  // masks of degrees above 64, ceil(degree / 32) words each
+  std::vector<std::int32_t> split_offsets;     // how far back in the list of open vertices
+  std::vector<std::int32_t> split_positions;   // slot of that vertex
+  // Whether the hash that is stored behind the arrays is theirs, and where it stands.
+  bool hash_agrees = true;
+  std::uint64_t hash_offset = 0;
+};
+
+// Reads the arrays. A hash that is not theirs is no failure: see hash_agrees.
+Result<TopologySymbols> readTopologySymbols(ByteReader& reader, PacketReader& packets);
+
+// The hash over all arrays, in the order in which they are stored.
+std::uint32_t topologyHash(const TopologySymbols& symbols, PacketForm form);
+
+// The decoded mesh; covers are left out.
+struct Topology {
+  std::vector<std::uint32_t> polygon_starts;   // one entry more than polygons; empty when there are none
+  std::vector<std::uint32_t> corner_vertices;  // per corner
+  std::vector<std::uint32_t> corner_records;   // per corner; kNoTopologyRecord where the vertex has none
+  std::uint32_t vertices = 0;
+  std::uint32_t records = 0;  // attribute records of all vertices
+  bool records_fit = true;  // every vertex had its mask, and no mask was left over; else records mean nothing
+  std::uint32_t components = 0;
+  std::uint32_t covers = 0;
+};
+
+inline constexpr std::uint32_t kNoTopologyRecord = 0xffffffffU;
+
+// `offset`: where the arrays came from, for messages. All symbols must be used up, all slots be filled. One
+// large valence makes as many corners, so the mesh is not bounded by the arrays' length but by the limits.
+// The memory of the result stays taken.
+struct TopologyLimits {
+  std::uint64_t maximum_corners = kFreeShapeCorners;  // kMaximumShapeCorners at most
+  MemoryBudget* memory = nullptr;                     // null: without a limit
+};
+Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset,
+                                const TopologyLimits& limits = {});
+
+}  // namespace jttk

@@ -1,0 +1,95 @@
+// The arrays of the topology coder, in file order, and the hash over them.
+#include <span>
+#include <string>
+
+#include "jttk/codec/lookup2.h"
+#include "jttk/codec/v9/topology.h"
+
+namespace jttk {
+namespace {
+
+// The value budget of the packets is the limit; a count has no more than this.
+constexpr std::uint32_t kMaximumCount = 0x7fffffff;
+
+const char* const kDegreeNames[kTopologyContexts] = {
+    "degrees, context 0", "degrees, context 1", "degrees, context 2", "degrees, context 3",
+    "degrees, context 4", "degrees, context 5", "degrees, context 6", "degrees, context 7"};
+const char* const kMaskNames[kTopologyContexts] = {"masks, context 0", "masks, context 1", "masks, context 2",
+                                                   "masks, context 3", "masks, context 4", "masks, context 5",
+                                                   "masks, context 6", "masks, context 7"};
+
+std::uint32_t hashOf(const std::vector<std::int32_t>& values, std::uint32_t seed) {
+  return hash32(std::span<const std::int32_t>(values), seed);
+}
+
+Result<void> readWideMaskWords(ByteReader& reader, std::vector<std::uint32_t>& words) {
+  const std::uint32_t count = reader.count("wide masks", sizeof(std::uint32_t));
+  words.resize(count);
+  for (std::uint32_t& word : words) word = reader.u32("wide masks");
+  if (!reader.ok()) return reader.unexpected();
+  return {};
+}
+
+Result<void> readMasks(ByteReader& reader, PacketReader& packets, TopologySymbols& symbols) {
+  for (std::size_t i = 0; i < kTopologyContexts; ++i) {
+    auto done = packets.read(reader, kMaskNames[i], Predictor::Null, kMaximumCount, symbols.masks[i]);
+    if (!done) return done;
+  }
+  const auto count = static_cast<std::uint32_t>(symbols.masks[kTopologyContexts - 1].size());
+  auto done = packets.read(reader, "upper masks", Predictor::Null, count, symbols.upper_masks);
+  if (!done) return done;
+  if (packets.form() == PacketForm::V9) {
+    done = packets.read(reader, "top masks", Predictor::Null, count, symbols.top_masks);
+    if (!done) return done;
+  }
+  return readWideMaskWords(reader, symbols.wide_mask_words);
+}
+
+Result<void> readArrays(ByteReader& reader, PacketReader& packets, TopologySymbols& symbols) {
+  for (std::size_t i = 0; i < kTopologyContexts; ++i) {
+    auto done = packets.read(reader, kDegreeNames[i], Predictor::Null, kMaximumCount, symbols.degrees[i]);
+    if (!done) return done;
+  }
+  auto done = packets.read(reader, "valences", Predictor::Null, kMaximumCount, symbols.valences);
+  if (!done) return done;
+  const auto polygons = static_cast<std::uint32_t>(symbols.valences.size());
+  done = packets.read(reader, "polygon groups", Predictor::Null, polygons, symbols.groups);
+  if (!done) return done;
+  done = packets.read(reader, "polygon flags", Predictor::Lag1, polygons, symbols.flags);
+  if (!done) return done;
+  done = readMasks(reader, packets, symbols);
+  if (!done) return done;
+  done = packets.read(reader, "split offsets", Predictor::Lag1, kMaximumCount, symbols.split_offsets);
+  if (!done) return done;
+  const auto splits = static_cast<std::uint32_t>(symbols.split_offsets.size());
+  return packets.readExactly(reader, "split positions", Predictor::Null, splits, symbols.split_positions);
+}
+
+}  // namespace
+
+std::uint32_t topologyHash(const TopologySymbols& symbols, PacketForm form) {
+  std::uint32_t hash = 0;
+  for (const auto& degrees : symbols.degrees) hash = hashOf(degrees, hash);
+  hash = hashOf(symbols.valences, hash);
+  hash = hashOf(symbols.groups, hash);
+  hash = hash16(symbols.flags, hash);
+  for (const auto& masks : symbols.masks) hash = hashOf(masks, hash);
+  hash = hashOf(symbols.upper_masks, hash);
+  if (form == PacketForm::V9) hash = hashOf(symbols.top_masks, hash);
+  hash = hash32(std::span<const std::uint32_t>(symbols.wide_mask_words), hash);
+  hash = hashOf(symbols.split_offsets, hash);
+  return hashOf(symbols.split_positions, hash);
+}
+
+Result<TopologySymbols> readTopologySymbols(ByteReader& reader, PacketReader& packets) {
+  TopologySymbols symbols;
+  const auto done = readArrays(reader, packets, symbols);
+  if (!done) return tl::unexpected<Error>(done.error());
+  symbols.hash_offset = reader.offset();
+  const std::uint32_t stored_hash = reader.u32("topology hash");
+  if (!reader.ok()) return reader.unexpected();
+  symbols.hash_agrees = topologyHash(symbols, packets.form()) == stored_hash;
+  return symbols;
+}
+
+}  // namespace jttk
