@@ -3,6 +3,7 @@
 
 #include "jttk/file/byte_reader.h"
 #include "jttk/file/error.h"
+#include "jttk/file/memory_budget.h"
 #include "jttk/mesh/shape_geometry.h"
 
 namespace jttk {
