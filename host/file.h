@@ -21,7 +21,7 @@ using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 // `fopen`; null when the file cannot be opened or is no regular file: opening a named pipe would wait for its
 // other end, and opening a device can do anything. Files that are opened for writing or appending can be read
 // and written by other processes at the same time. Mode "r" fails for a directory on every host.
-// Throws std::bad_alloc where the stream's own memory cannot be had.
+// Throws std::bad_alloc where the memory for it cannot be had, here or in the system.
 FilePointer openFile(std::string_view program_path, const char* mode);
 
 // `remove`, of a file only. False when nothing was removed.
@@ -29,7 +29,7 @@ bool removeFile(std::string_view program_path);
 
 // Opens the file with mode "w", closes and removes it. False when it does not open; whether it could be
 // removed does not matter. On hosts that allow it, no empty file exists in between, so that a process killed
-// half way leaves the old file or none.
+// half way leaves the old file or none. Throws std::bad_alloc as openFile does, and leaves nothing then.
 bool createAndRemove(std::string_view program_path);
 
 // True when a status query for the path succeeds (file or directory).

@@ -43,30 +43,40 @@ bool removeWritable(const std::string& path) {
   return unlink(path.c_str()) == 0;
 }
 
-}  // namespace
-
-FilePointer openFile(std::string_view program_path, const char* mode) {
-  const std::string path = toHostPath(program_path);
+// What openFile opens its stream on. -1 and errno otherwise.
+int openRegular(const std::string& path, const char* mode) {
   // Checked before opening: opening can trigger a device or wake the reader of a pipe.
   struct stat status {};
-  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return nullptr;
+  errno = EINVAL;
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return -1;
   const bool empties = mode[0] == 'w';
   const int how = mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | (empties ? 0 : O_APPEND);
   // Opened without blocking and checked again: the file may have been replaced meanwhile.
   const int descriptor = ::open(path.c_str(), how | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
-  if (descriptor < 0) return nullptr;
-  FilePointer file;
-  errno = 0;
+  if (descriptor < 0) return -1;
+  errno = EINVAL;
   if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
       (!empties || ftruncate(descriptor, 0) == 0)) {
-    file.reset(fdopen(descriptor, mode));
+    return descriptor;
   }
-  if (!file) {
-    const bool memory_is_out = errno == ENOMEM;
+  const int reason = errno;
+  close(descriptor);
+  errno = reason;
+  return -1;
+}
+
+}  // namespace
+
+FilePointer openFile(std::string_view program_path, const char* mode) {
+  const int descriptor = openRegular(toHostPath(program_path), mode);
+  if (descriptor >= 0) {
+    if (FilePointer file{fdopen(descriptor, mode)}) return file;
+    const int reason = errno;
     close(descriptor);
-    if (memory_is_out) throw std::bad_alloc();  // the file itself is there
+    errno = reason;
   }
-  return file;
+  if (errno == ENOMEM) throw std::bad_alloc();  // the file itself may be there
+  return nullptr;
 }
 
 bool removeFile(std::string_view program_path) { return unlink(toHostPath(program_path).c_str()) == 0; }
@@ -84,10 +94,14 @@ bool createAndRemove(std::string_view program_path) {
   } else if (!path.empty() && path.back() != '/' && canCreateBeside(path)) {
     return true;
   }
-  const bool opened = openFile(program_path, "w") != nullptr;
-  // It may have been made although it could not be opened as a stream.
+  // Without a stream, which needs memory: a file that was made here must not stay.
+  const int descriptor = openRegular(path, "w");
+  const bool opened = descriptor >= 0;
+  const bool memory_is_out = !opened && errno == ENOMEM;
+  if (opened) close(descriptor);
   if (opened || (!exists && lstat(path.c_str(), &status) == 0 && status.st_size == 0))
     removeFile(program_path);
+  if (memory_is_out) throw std::bad_alloc();
   return opened;
 }
 

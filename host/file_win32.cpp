@@ -6,7 +6,9 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -26,7 +28,10 @@ HANDLE fromHandle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle
 
 FilePointer openFile(std::string_view program_path, const char* mode) {
   const std::wstring wide_mode(mode, mode + std::char_traits<char>::length(mode));
-  return FilePointer(_wfsopen(toSystemPath(program_path).c_str(), wide_mode.c_str(), _SH_DENYNO));
+  errno = 0;
+  FilePointer file(_wfsopen(toSystemPath(program_path).c_str(), wide_mode.c_str(), _SH_DENYNO));
+  if (!file && errno == ENOMEM) throw std::bad_alloc();
+  return file;
 }
 
 bool removeFile(std::string_view program_path) { return _wremove(toSystemPath(program_path).c_str()) == 0; }

@@ -13,9 +13,6 @@ namespace zix_numbers {
 
 using namespace Orb::Zix;
 
-namespace {
-
-// A closed ring with waves, of about `triangles` triangles.
 void writeRing(const std::string& path, unsigned triangles) {
   const auto across = static_cast<unsigned>(std::sqrt(triangles / 2.0));
   const unsigned along = triangles / 2 / across;
@@ -55,8 +52,6 @@ void writeRing(const std::string& path, unsigned triangles) {
   scene.createDefaultViews(root);
   scene.closeFile(path.c_str());
 }
-
-}  // namespace
 
 void measureDrawing() {
   const unsigned triangles = quick ? 2'000 : 2'000'000;

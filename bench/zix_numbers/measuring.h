@@ -30,6 +30,7 @@ double median(std::vector<double> values);
 void measureMemory();
 void measureWriting();
 void measureOpening();
+void measureReading();
 void measureDrawing();
 
 // Writes a scene of about this many objects: per part the eight that the converter makes. Returns how many
@@ -39,5 +40,8 @@ struct Made {
   std::uint64_t name_bytes = 0;
 };
 Made writeParts(const std::string& path, std::uint64_t objects);
+
+// Writes a scene of one mesh of about this many triangles: a closed ring with waves.
+void writeRing(const std::string& path, unsigned triangles);
 
 }  // namespace zix_numbers

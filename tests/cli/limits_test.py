@@ -1,4 +1,7 @@
-"""What small hostile files cost the real program, the options that bound it, and --timeout."""
+"""What small hostile files cost the real program, the options that bound it, and --timeout.
+
+Prints what each of the files cost (ctest -V shows it).
+"""
 
 import json
 import os
@@ -35,7 +38,10 @@ class LimitTest(ProgramTest):
                 resource.setrlimit(resource.RLIMIT_CPU, (60, 60))
                 resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
 
+        before = resource.getrusage(resource.RUSAGE_CHILDREN)
         result = self.run_program(model, self.out, "--json", *options, preexec_fn=limit)
+        after = resource.getrusage(resource.RUSAGE_CHILDREN)
+        self.processor_seconds = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
         if code is None:
             self.assertIn(result.returncode, (0, 1), result.stderr[:2000])
         else:
@@ -63,6 +69,7 @@ class Bombs(LimitTest):
         model = os.path.join(self.bombs, name)
         self.assertLess(os.path.getsize(model), most_size)
         report, kilobytes, written = self.convert(model, code=None)
+        self.print_cost(model, kilobytes, written)
         limits = self.limits_told(report)
         self.assertEqual(len(limits), len(told), report["skipped"][:5])
         for reason, expected in zip(limits, told):
@@ -72,6 +79,10 @@ class Bombs(LimitTest):
         # What could be kept is kept.
         self.assertGreater(report["counts"]["triangles"], 0)
         return report
+
+    def print_cost(self, model, kilobytes, written):
+        print(f"{os.path.basename(model):<22} {os.path.getsize(model):>8} bytes: {self.processor_seconds:>5.2f} s of CPU, "
+              f"{kilobytes / 1024:>4.0f} MB of memory, {written / 1e6:>6.1f} MB written", flush=True)
 
     def test_instances_of_instances(self):
         report = self.check("instances.jt", "--max-places", most_size=2500)
@@ -124,7 +135,8 @@ class Bombs(LimitTest):
     def test_a_megabyte_that_unpacks_to_a_gigabyte(self):
         model = os.path.join(self.bombs, "zeros.jt")
         self.assertLess(os.path.getsize(model), 1_100_000)
-        report, kilobytes, _ = self.convert(model)
+        report, kilobytes, written = self.convert(model)
+        self.print_cost(model, kilobytes, written)
         self.assertEqual(len(self.limits_told(report)), 1)
         self.assertIn("--max-unpacked", self.limits_told(report)[0])
         self.assertEqual(report["counts"]["shapes"], 1)

@@ -1,6 +1,7 @@
-"""Runs the console programs with one call of the system failing, and judges what they made of it.
+"""Runs the console programs with one fault, and judges what they made of it.
 
-Each run has a folder of its own, in which the output may already be an old file. Afterwards
+A fault is a call of the system that fails, or an input that becomes shorter while it is read. Each run has a folder
+of its own with copies of the inputs, and one in which the output may already be an old file. Afterwards
 - the program has ended by itself, with one of its own codes;
 - code 0 means that nothing is missing: the same output and the same text as without the fault;
 - every other code comes with a message; where memory ran out it says so, otherwise it names the file;
@@ -10,11 +11,16 @@ Each run has a folder of its own, in which the output may already be an old file
 """
 
 import concurrent.futures
+import errno
 import json
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
+
+sys.path.insert(0, os.path.join(os.environ["LOFTBAY_SOURCE_DIR"], "tests", "cli"))
+import graph_file  # noqa: E402  found by the line before
 
 BIN = os.environ["LOFTBAY_BIN_DIR"]
 SAMPLES = os.path.join(os.environ["LOFTBAY_SOURCE_DIR"], "samples")
@@ -24,48 +30,63 @@ OLD = b"old" * 100
 NEVER = 1 << 40
 SECONDS = 300
 FILE_CALLS = ("open", "read", "write", "sync", "rename", "close", "stat", "lock", "map")
+NO_MEMORY_TO_OPEN = "nomem"  # an opening fails with ENOMEM
+CUTS = ("halve", "empty")  # the input is cut to half its size, or to nothing, before one of its reads
+KINDS = (*FILE_CALLS, NO_MEMORY_TO_OPEN, *CUTS, "memory")
 VOLATILE = ("seconds", "peak_rss_kb", "log")
 
 
 class Command:
-    """A program, its arguments before the files, its inputs and the suffix of its output, if it has one."""
+    """A program, its arguments before the files, its inputs and the suffix of its output, if it has one.
 
-    def __init__(self, program, words, inputs, suffix=None):
+    The input that is cut is `part`, a file that the input refers to, or else the first one.
+    """
+
+    def __init__(self, program, words, inputs, suffix=None, part=None):
         self.program, self.words, self.inputs, self.suffix = program, words, inputs, suffix
-        self.name = " ".join([os.path.basename(program), *words])
-        if suffix:
-            self.name += " *" + suffix
+        self.files = sorted({*inputs, *([part] if part else [])})
+        self.cut = os.path.basename(part or inputs[0])
+        names = [os.path.basename(path) for path in inputs]
+        self.name = " ".join([os.path.basename(program), *words, *names, *(["*" + suffix] if suffix else [])])
         self.converts = "convert" in words
         self.expected = None
 
 
 class Run:
-    def __init__(self, command, call, number, lasting=False, with_old=False):
+    def __init__(self, command, call, number, lasting=False, with_old=False, preparation=None):
+        """`preparation` is called in the process before the program starts."""
         self.command, self.call, self.number, self.lasting, self.with_old = command, call, number, lasting, with_old
-        folder = tempfile.mkdtemp(prefix="loftbay-fault-")
+        folder = os.path.realpath(tempfile.mkdtemp(prefix="loftbay-fault-"))
         try:
-            self._run(folder)
+            self._run(folder, preparation)
         finally:
             shutil.rmtree(folder, True)
 
-    def _run(self, top):
-        folder = os.path.join(top, "out")
+    def _run(self, top, preparation):
+        folder, given = os.path.join(top, "out"), os.path.join(top, "in")
         os.mkdir(folder)
+        os.mkdir(given)
+        for path in self.command.files:
+            shutil.copy(path, given)
         output = os.path.join(folder, "result" + (self.command.suffix or ""))
         if self.with_old and self.command.suffix:
             with open(output, "wb") as file:
                 file.write(OLD)
-        arguments = [self.command.program, *self.command.words, *self.command.inputs]
+        arguments = [self.command.program, *self.command.words]
+        arguments += [os.path.join(given, os.path.basename(path)) for path in self.command.inputs]
         if self.command.suffix:
             arguments.append(output)
         environment = {k: v for k, v in os.environ.items()
                        if not k.startswith(("MERIDAN_", "LOFTBAY_FAULT_")) and k not in ("TEMP", "TMP", "USERPROFILE")}
-        environment.update(LD_PRELOAD=SHIM, LOFTBAY_FAULT_CALL=self.call, LOFTBAY_FAULT_NUMBER=str(self.number),
+        environment.update(LD_PRELOAD=SHIM, LOFTBAY_FAULT_CALL="open" if self.call == NO_MEMORY_TO_OPEN else self.call,
+                           LOFTBAY_FAULT_NUMBER=str(self.number), LOFTBAY_FAULT_FILE=os.path.join(given, self.command.cut),
                            LOFTBAY_FAULT_REPORT=os.path.join(top, "calls"), LC_ALL="C",
                            MERIDAN_TEMP_PATH=os.path.join(top, "work"))
         if self.lasting:
             environment["LOFTBAY_FAULT_LASTING"] = "1"
-        done = subprocess.run(arguments, capture_output=True, env=environment, timeout=SECONDS)
+        if self.call == NO_MEMORY_TO_OPEN:
+            environment["LOFTBAY_FAULT_ERROR"] = str(errno.ENOMEM)
+        done = subprocess.run(arguments, capture_output=True, env=environment, timeout=SECONDS, preexec_fn=preparation)
         self.code, self.out, self.err = done.returncode, done.stdout, done.stderr.decode(errors="replace")
         self.out = self.out.replace(folder.encode(), b"").replace(top.encode(), b"")
         self.calls = 0
@@ -104,7 +125,8 @@ class Run:
     def wrong(self):
         """What is wrong with the run; empty when nothing is."""
         expected, faults = self.command.expected, []
-        if self.code not in ((0, 1, 3) if self.command.program == LOFTBAY else (0, 1)):
+        refuses = self.command.program == LOFTBAY and self.call not in CUTS
+        if self.code not in ((0, 1, 3) if refuses else (0, 1)):
             return [f"ended with {self.code}"]
         if self.others:
             faults.append(f"left {self.others}")
@@ -117,10 +139,10 @@ class Run:
         report = self.report() or {}
         # The findings of `validate` are its result, on standard output.
         said = self.err + json.dumps(report.get("skipped", [])) + ("" if report else self.out.decode(errors="replace"))
-        if self.call == "memory":
+        if self.call in ("memory", NO_MEMORY_TO_OPEN):
             if "memory" not in said:
                 faults.append("no word of memory")
-        elif self.code == 1 and not any(os.path.basename(name) in said for name in (*self.command.inputs, "result.")):
+        elif self.code == 1 and not any(os.path.basename(name) in said for name in (*self.command.files, "result.")):
             faults.append("no file is named")
         if not said.strip("[]").strip():
             faults.append("no message")
@@ -139,18 +161,24 @@ class Run:
 
 def commands(folder):
     """A conversion with lines and exact geometry, `info`, and every command of `zix`. Writes a scene for these."""
-    joint, survey = os.path.join(SAMPLES, "flange_joint.jt"), os.path.join(SAMPLES, "survey.jt")
+    small, two, survey = os.path.join(folder, "small.jt"), os.path.join(folder, "two.jt"), os.path.join(SAMPLES, "survey.jt")
+    subprocess.run([os.path.join(BIN, "make_small_model"), small], check=True)
+    graph = graph_file.GraphFile()
+    graph.partition(0, [1])
+    graph.partition(1, [], file_name="small.jt")
+    with open(two, "wb") as file:
+        file.write(graph.bytes())
     convert = ["convert", "--json", "--lines", "--exact-geometry", "--quiet"]
     scene = os.path.join(folder, "scene.zix")
-    subprocess.run([LOFTBAY, *convert, survey, scene], check=True, capture_output=True,
+    subprocess.run([LOFTBAY, *convert, small, scene], check=True, capture_output=True,
                    env={**os.environ, "MERIDAN_TEMP_PATH": os.path.join(folder, "work")})
-    return [Command(LOFTBAY, convert, [survey], ".zix"), Command(LOFTBAY, convert, [joint], ".zix"),
-            Command(LOFTBAY, ["info"], [survey]), Command(LOFTBAY, ["info", "--summary"], [joint]),
-            Command(LOFTBAY, ["info", "--properties"], [survey]),
+    return [Command(LOFTBAY, convert, [small], ".zix"), Command(LOFTBAY, convert, [two], ".zix", part=small),
+            Command(LOFTBAY, ["info"], [small]), Command(LOFTBAY, ["info", "--summary"], [small]),
+            Command(LOFTBAY, ["info", "--properties"], [small]),
             Command(ZIX, ["info"], [scene]), Command(ZIX, ["tree"], [scene]), Command(ZIX, ["validate"], [scene]),
             Command(ZIX, ["diff"], [scene, scene]), Command(ZIX, ["export"], [scene], ".glb"),
             Command(ZIX, ["export"], [scene], ".obj"), Command(ZIX, ["export"], [scene], ".stl"),
-            Command(ZIX, ["render", "--size", "64x48"], [scene], ".png")]
+            Command(ZIX, ["render", "--size", "64x48"], [scene], ".png"), Command(LOFTBAY, convert, [survey], ".zix")]
 
 
 class Row:
@@ -180,10 +208,9 @@ def chosen(count, most):
 
 
 def measure(command, calls, most, jobs):
-    """One row for each kind of call, with at most about `most` runs of each kind."""
+    """Yields one row for each kind of call, with at most about `most` runs of each kind."""
     command.expected = Run(command, "", NEVER)
     assert command.expected.code == 0, str(command.expected)
-    rows = []
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
         for call in calls:
             row = Row(command, call)
@@ -196,5 +223,4 @@ def measure(command, calls, most, jobs):
                     tasks.append(pool.submit(Run, command, call, number, True, not odd))
             for task in tasks:
                 row.add(task.result())
-            rows.append(row)
-    return rows
+            yield row

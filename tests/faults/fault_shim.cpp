@@ -2,7 +2,10 @@
 //
 //   LD_PRELOAD=libfault_shim.so LOFTBAY_FAULT_CALL=memory LOFTBAY_FAULT_NUMBER=17 loftbay …
 //
-// LOFTBAY_FAULT_CALL     memory, open, read, write, sync, rename, close, stat, lock or map
+// LOFTBAY_FAULT_CALL     memory, open, read, write, sync, rename, close, stat, lock or map: these fail.
+//                        halve or empty: a file is cut to half its size, or to nothing, before one of its
+//                        reads, or behind a mapping of it
+// LOFTBAY_FAULT_FILE     the file that is cut: an absolute path without links; only these are counted
 // LOFTBAY_FAULT_NUMBER   how many calls of that kind succeed before
 // LOFTBAY_FAULT_ERROR    the error number; ENOMEM for memory and EIO for the rest unless stated
 // LOFTBAY_FAULT_LASTING  when set, every later call of that kind fails as well
@@ -37,6 +40,7 @@ namespace {
 
 struct Plan {
   char call[16];
+  const char* file;  // null unless a file is to be cut
   long number;
   int error;
   bool lasting;
@@ -49,6 +53,8 @@ Plan plan{};
 void readPlan() {
   const char* const call = std::getenv("LOFTBAY_FAULT_CALL");
   std::snprintf(plan.call, sizeof(plan.call), "%s", call != nullptr ? call : "");
+  const bool cuts = std::strcmp(plan.call, "halve") == 0 || std::strcmp(plan.call, "empty") == 0;
+  plan.file = cuts ? std::getenv("LOFTBAY_FAULT_FILE") : nullptr;
   const char* const number = std::getenv("LOFTBAY_FAULT_NUMBER");
   plan.number = number != nullptr ? std::strtol(number, nullptr, 10) : -1;
   const char* const error = std::getenv("LOFTBAY_FAULT_ERROR");
@@ -58,16 +64,19 @@ void readPlan() {
   plan.lasting = std::getenv("LOFTBAY_FAULT_LASTING") != nullptr;
 }
 
+// False for calls before the environment is there, or while it is read: they are let through.
+bool isPlanned() {
+  if (plan_state.load() == 2) return true;
+  int expected = 0;
+  if (environ == nullptr || !plan_state.compare_exchange_strong(expected, 1)) return false;
+  readPlan();
+  plan_state.store(2);
+  return true;
+}
+
 // Whether this call is to fail; sets errno then.
 bool fails(const char* call) {
-  if (plan_state.load() != 2) {
-    int expected = 0;
-    // Calls before the environment is there, or while it is read, are let through.
-    if (environ == nullptr || !plan_state.compare_exchange_strong(expected, 1)) return false;
-    readPlan();
-    plan_state.store(2);
-  }
-  if (std::strcmp(plan.call, call) != 0) return false;
+  if (!isPlanned() || std::strcmp(plan.call, call) != 0) return false;
   const long before = calls++;
   if (before < plan.number || plan.number < 0 || (before > plan.number && !plan.lasting)) return false;
   errno = plan.error;
@@ -82,6 +91,26 @@ Function* next(const char* name) {
   static_assert(sizeof(found) == sizeof(function));
   std::memcpy(&function, &found, sizeof(function));
   return function;
+}
+
+// Before each read, and behind each mapping: cuts the file if this is the call for it.
+void cutBefore(int file) {
+  if (!isPlanned() || plan.file == nullptr) return;
+  char handle[32];
+  std::snprintf(handle, sizeof(handle), "/proc/self/fd/%d", file);
+  char path[4096];
+  const long length = syscall(SYS_readlink, handle, path, sizeof(path) - 1);
+  if (length < 0) return;
+  path[length] = '\0';
+  const int error = errno;
+  if (std::strcmp(path, plan.file) == 0 && fails(plan.call)) {
+    struct stat status {};
+    const bool halves = std::strcmp(plan.call, "halve") == 0;
+    const long size =
+        halves && next<int(int, struct stat*)>("fstat")(file, &status) == 0 ? status.st_size / 2 : 0;
+    if (syscall(SYS_truncate, path, size) != 0) std::abort();  // a fault that did not happen tests nothing
+  }
+  errno = error;
 }
 
 mode_t modeOf(int flags, va_list arguments) {
@@ -173,10 +202,12 @@ DIR* opendir(const char* path) {
 }
 
 ssize_t read(int file, void* buffer, std::size_t size) {
+  cutBefore(file);
   return fails("read") ? -1 : syscall(SYS_read, file, buffer, size);
 }
 
 ssize_t pread(int file, void* buffer, std::size_t size, off_t offset) {
+  cutBefore(file);
   return fails("read") ? -1 : syscall(SYS_pread64, file, buffer, size, offset);
 }
 
@@ -245,8 +276,10 @@ int fcntl(int file, int command, ...) {
 
 void* mmap(void* place, std::size_t size, int protection, int flags, int file, off_t offset) {
   if (file >= 0 && fails("map")) return MAP_FAILED;
-  return next<void*(void*, std::size_t, int, int, int, off_t)>("mmap")(place, size, protection, flags, file,
-                                                                       offset);
+  void* const mapped = next<void*(void*, std::size_t, int, int, int, off_t)>("mmap")(place, size, protection,
+                                                                                     flags, file, offset);
+  if (file >= 0) cutBefore(file);
+  return mapped;
 }
 
 }  // extern "C"

@@ -4,7 +4,8 @@ import os
 import tempfile
 import unittest
 
-import fault_runs
+import fault_runs  # noqa: I001  says where system_calls is
+import system_calls
 
 
 SANITIZED = os.environ.get("LOFTBAY_SANITIZE", "").upper() in ("ON", "1", "TRUE")
@@ -23,12 +24,35 @@ class Faults(unittest.TestCase):
             for row in fault_runs.measure(command, calls, most, os.cpu_count() or 1):
                 with self.subTest(command=command.name, call=row.call):
                     self.assertEqual(row.wrong, [])
+                    if row.call in fault_runs.CUTS:
+                        self.assertGreater(row.told, 0)  # the input is read, by calls that a cut can come before
 
     def test_memory_runs_out(self):
         self.check(["memory"], 24)
 
     def test_a_call_fails(self):
         self.check(fault_runs.FILE_CALLS, 4)
+
+    def test_an_input_becomes_shorter(self):
+        self.check(fault_runs.CUTS, 6)
+
+    def test_nothing_can_be_opened_for_want_of_memory(self):
+        """All n: one of them is in the path check, which must not say that the input is not there."""
+        self.check([fault_runs.NO_MEMORY_TO_OPEN], 100)
+
+    def test_the_path_check_leaves_nothing_when_memory_runs_out(self):
+        """Where files have a name from the beginning, it makes the output's file to see whether it can."""
+        refused = system_calls.name_filter()
+        if refused is None:
+            self.skipTest("no filter of system calls for this machine")
+        command = self.commands[0]
+        command.expected = fault_runs.Run(command, "", fault_runs.NEVER)
+        calls = fault_runs.Run(command, fault_runs.NO_MEMORY_TO_OPEN, fault_runs.NEVER, preparation=refused).calls
+        self.assertGreater(calls, 5)
+        for number in range(calls):
+            run = fault_runs.Run(command, fault_runs.NO_MEMORY_TO_OPEN, number, preparation=refused)
+            with self.subTest(number):
+                self.assertEqual(run.wrong(), [], str(run))
 
     def test_the_faults_are_seen(self):
         """The library that makes them is loaded, and what it does arrives."""
@@ -37,6 +61,10 @@ class Faults(unittest.TestCase):
         self.assertEqual(fault_runs.Run(command, "sync", 0).code, 1)
         self.assertEqual(fault_runs.Run(command, "write", 0).code, 1)
         self.assertGreater(fault_runs.Run(command, "memory", fault_runs.NEVER).calls, 1000)
+        for cut in fault_runs.CUTS:
+            run = fault_runs.Run(command, cut, 0)
+            self.assertEqual(run.code, 1, str(run))
+            self.assertGreater(run.calls, 0)
 
 
 if __name__ == "__main__":
