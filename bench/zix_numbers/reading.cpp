@@ -3,6 +3,9 @@
 #include <fmt/format.h>
 
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "bench/zix_numbers/measuring.h"
 #include "host/file.h"
