@@ -45,7 +45,7 @@ enum class ShapeKind { Surface, Points, Lines };
 ShapeKind kindOf(const JtkShape& shape);
 
 // `name` is the base of the scene's name. A shape without primitive sets is logged, and nothing is written.
-// The surface's start is logged by the caller, who knows the number of its sets from then.
+// Of a surface the caller has logged the start and counted the sets, before it asked for the kind.
 WrittenShape writeSurface(const ShapeTarget& target, JtkShape& shape, const char* name, int primitive_sets);
 WrittenShape writePolylines(const ShapeTarget& target, JtkShape& shape, const char* name);
 // Points that coincide all stay.
