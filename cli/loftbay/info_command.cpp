@@ -10,7 +10,9 @@
 #include "cli/loftbay/options.h"
 #include "cli/loftbay/report.h"
 #include "cli/loftbay/search_dirs.h"
+#include "cli/loftbay/segment_view.h"
 #include "cli/program.h"
+#include "cli/same_file.h"
 #include "host/out_of_memory.h"
 #include "host/path.h"
 #include "host/shown_text.h"
@@ -206,11 +208,20 @@ struct InfoOptions {
   bool summary = false;
   bool stated = false;
   bool properties = false;
+  std::optional<std::string> segment;
+  std::string raw;
 };
 
 // Why the options make no sense; empty when they do.
 std::string complaint(const InfoOptions& options) {
   if (options.summary && options.properties) return "--summary and --properties exclude each other";
+  if (options.segment && (options.summary || options.properties))
+    return "--segment goes with neither --summary nor --properties";
+  if (options.segment && options.segment->empty()) return "--segment needs the id of a segment, or 'list'";
+  if (!options.raw.empty() && (!options.segment || *options.segment == "list"))
+    return "--raw goes with --segment and an id";
+  if (!options.raw.empty() && isSameFile(options.inputs.front(), options.raw))
+    return "input and output are the same file";
   if (options.stated && !options.summary) return "--stated goes with --summary";
   if (options.inputs.size() > 1 && !options.summary) return "several files go with --summary";
   return {};
@@ -262,15 +273,24 @@ bool describe(const InfoOptions& options) {
 int infoCommand(std::span<const std::string> arguments) {
   const auto line = readCommandLine(loftbayProgram(), infoInTable(), arguments);
   if (!line) return finishOutput("loftbay") ? line.error() : kFailed;
-  const InfoOptions options{line->operands(), line->has("--json"), line->has("--summary"),
-                            line->has("--stated"), line->has("--properties")};
+  const InfoOptions options{line->operands(),
+                            line->has("--json"),
+                            line->has("--summary"),
+                            line->has("--stated"),
+                            line->has("--properties"),
+                            line->value("--segment"),
+                            line->value("--raw").value_or("")};
   if (const std::string reason = complaint(options); !reason.empty())
     return loftbayProgram().refuse(infoInTable(), reason);
   setLimits(limitsIn(*line));
   setSearchDirs(line->values("--search-dir"));
   bool sound = false;
   try {
-    sound = options.summary ? summariseFiles(options) : describe(options);
+    if (options.segment) {
+      sound = showSegments({options.inputs.front(), *options.segment, options.raw, options.json});
+    } else {
+      sound = options.summary ? summariseFiles(options) : describe(options);
+    }
   } catch (const std::exception& error) {
     const std::string place = options.inputs.size() == 1 ? options.inputs.front() + ": " : "";
     complain("loftbay", place + host::failureText(error));

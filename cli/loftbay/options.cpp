@@ -203,6 +203,20 @@ std::vector<Option> infoOptions() {
       {.name = "--properties",
        .help = "the properties of every node instead: keys and texts",
        .group = kGroup,
+       .commands = {kInfo}},
+      {.name = "--segment",
+       .help =
+           "one segment instead: where it lies, how it is packed, its elements and its shape; ID as messages "
+           "name it, or how it begins; 'list': all segments, a line each",
+       .kind = OptionKind::Text,
+       .argument = "ID",
+       .group = kGroup,
+       .commands = {kInfo}},
+      {.name = "--raw",
+       .help = "with --segment: writes the segment's bytes, unpacked, into FILE",
+       .kind = OptionKind::Path,
+       .argument = "FILE",
+       .group = kGroup,
        .commands = {kInfo}}};
 }
 

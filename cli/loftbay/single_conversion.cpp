@@ -10,6 +10,7 @@
 #include "cli/console.h"
 #include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
+#include "cli/same_file.h"
 #include "convert/job.h"
 #include "convert/path_validation.h"
 #include "diag/tolerance.h"
@@ -28,13 +29,6 @@ namespace loftbay::cli {
 namespace {
 
 constexpr const char* kLogFileName = "Loftbay_Log.txt";
-
-bool sameFile(const std::string& input, const std::string& output) {
-  std::error_code error;
-  const auto in = host::toFileSystemPath(host::toProgramPath(input));
-  const auto out = host::toFileSystemPath(host::toProgramPath(output));
-  return !input.empty() && (in == out || std::filesystem::equivalent(in, out, error));
-}
 
 // None when there is no scene, or one that cannot be read.
 std::optional<SceneBytes> sceneBytes(const std::string& program_path) {
@@ -199,7 +193,7 @@ void SingleConversion::fail(std::string reason) {
 int SingleConversion::convert() {
   const std::string input = host::toProgramPath(input_);
   const std::string output = host::toProgramPath(output_);
-  if (sameFile(input_, output_)) {
+  if (isSameFile(input_, output_)) {
     fail("input and output are the same file");
     complain(*report_.error);
   } else {

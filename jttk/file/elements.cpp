@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "jttk/file/object_ids.h"
+
 namespace jttk {
 
 namespace {
-constexpr Guid kEndOfElements{0xffffffffU, 0xffffU, 0xffffU, {255, 255, 255, 255, 255, 255, 255, 255}};
 constexpr std::int32_t kGuidBytes = 16;
 constexpr std::int32_t kElementHeaderBytes = 21;  // GUID, base type, id
 }  // namespace
@@ -22,7 +23,7 @@ bool ElementReader::next(Element& element) {
     ByteReader body = reader_.sub(static_cast<std::size_t>(length), "element");
     if (!reader_.ok()) return false;
     element.kind = body.guid("element kind");
-    if (element.kind == kEndOfElements) return false;
+    if (element.kind == object_id::kEndOfElements) return false;
     if (length < kElementHeaderBytes) continue;  // too short for an id, so nothing can refer to it
     element.base_type = body.u8("base type");
     element.id = body.i32("object id");

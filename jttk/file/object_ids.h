@@ -68,4 +68,10 @@ constexpr Guid kLateLoadedAtom{0xe0b05be5, 0xfbbd, 0x11d1, {0xa3, 0xa7, 0x00, 0x
 // Exact geometry in its segment.
 constexpr Guid kXtBrep{0x873a70e0, 0x2ac9, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
 
+// In place of an id: the mark behind the last element of a sequence.
+constexpr Guid kEndOfElements{0xffffffffU, 0xffffU, 0xffffU, {255, 255, 255, 255, 255, 255, 255, 255}};
+
+// What elements with this id are called; null when it is not known.
+[[nodiscard]] const char* name(const Guid& id);
+
 }  // namespace jttk::object_id

@@ -93,7 +93,7 @@ class Description(ProgramTest):
         with open(self.path("model.jt"), "wb"):
             pass
         self.assertEqual(self.complete("loftbay", "--ex"), ["--exact-geometry"])
-        self.assertEqual(self.complete("loftbay", "info", "--s"), ["--summary", "--stated", "--search-dir"])
+        self.assertEqual(self.complete("loftbay", "info", "--s"), ["--summary", "--stated", "--segment", "--search-dir"])
         self.assertEqual(self.complete("loftbay", "model.jt", "--lod", "c"), ["coarsest"])
         self.assertEqual(self.complete("loftbay", "--jobs", ""), [])
         self.assertEqual(self.complete("loftbay", "mod"), ["model.jt"])

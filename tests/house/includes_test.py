@@ -17,7 +17,8 @@ BELOW_JTTK = {
     "jttk/mesh": ["jttk/file"],
     "jttk/file": [],
 }
-PUBLIC = ["jttk/interface/jttk.h", "jttk/interface/inspect.h", "jttk/interface/settings.h", "zix/zix.h"]
+PUBLIC = ["jttk/interface/jttk.h", "jttk/interface/inspect.h", "jttk/interface/segments.h",
+          "jttk/interface/settings.h", "zix/zix.h"]
 ALLOWED = {
     **BELOW_JTTK,
     "zix": [],
