@@ -124,6 +124,7 @@ class obJt2Zix {
   void noteWritten(const char* shape_name, const geometry::WrittenShape& written);
 
   scene::NameMaker name_maker_{usedNames, nameCounts};
+  bool no_memory_for_tess_params_ = false;
   int nested_walks_ = 0;  // how many instanced assemblies are being walked, one inside the other
   Notes notes_;
 };

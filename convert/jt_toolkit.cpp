@@ -1,5 +1,6 @@
 // The job's side of the JT toolkit: start-up, tessellation parameters, opening the file and starting the
 // walk, shut-down.
+#include <new>
 #include <ostream>
 
 #include "convert/held.h"
@@ -61,6 +62,9 @@ bool obJt2Zix::SetTessParams() {
   if (tessParams == nullptr) {
     try {
       tessParams = createTessParams(minimum_edge_length);
+    } catch (const std::bad_alloc&) {
+      WriteTraceLog("obJt2Zix::SetTessParams(): createTessParams failed");
+      no_memory_for_tess_params_ = true;
     } catch (...) {
       WriteTraceLog("obJt2Zix::SetTessParams(): createTessParams failed");
     }

@@ -6,6 +6,7 @@
 // its handler. `materialStack` grows at parts and instances that have a material and shrinks by one at each
 // leave of an assembly or instance; its depth does not match the tree (see leaveNode). Existing scenes depend
 // on that, so keep it.
+#include <new>
 #include <stdexcept>
 
 #include "convert/held.h"
@@ -239,7 +240,9 @@ bool obJt2Zix::ReadJtPart(JtkPart* node) {
     if (tessParams == nullptr) {
       // Returns without popParent: the object of a part with a transform stays the parent of what follows.
       // Kept, because existing scenes have it so.
-      diag::programSeams().observer->lost(name, "the part needs tessellation, and there are no parameters");
+      std::string reason = "the part needs tessellation, and there are no parameters";
+      if (no_memory_for_tess_params_) reason += ": out of memory";
+      diag::programSeams().observer->lost(name, reason);
       return true;
     }
     tessellatePart(part, name);
@@ -256,13 +259,17 @@ void obJt2Zix::tessellatePart(JtkPart* part, const std::string& name) {
   diag::Observer& observer = *diag::programSeams().observer;
   JtkEntityList* results = nullptr;
   bool failed = true;
+  std::string reason = "the part could not be tessellated";
   try {
     failed = part->tessellate(tessParams, results) != kTessellated;
     if (failed) WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Tessellation failed");
+  } catch (const std::bad_alloc&) {
+    WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Tessellation failed - Exception is caught");
+    reason += ": out of memory";
   } catch (...) {
     WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Tessellation failed - Exception is caught");
   }
-  if (failed) observer.lost(name, "the part could not be tessellated");
+  if (failed) observer.lost(name, reason);
   WriteTraceLog("obJt2Zix::ReadJtPart(): ULP - Tessellation done");
 
   if (results == nullptr) {

@@ -1,4 +1,5 @@
-// Directories and canonical paths by program path (see path.h).
+// Directories and canonical paths by program path (see path.h). Where memory runs out, also the system's,
+// these throw std::bad_alloc.
 #pragma once
 
 #include <optional>

@@ -3,8 +3,10 @@
 
 #include <dirent.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "host/path.h"
 
@@ -17,11 +19,17 @@ struct DirectoryCloser {
 struct Freer {
   void operator()(char* memory) const noexcept { std::free(memory); }
 };
+
+// Nothing, unless it is for want of memory that nothing was found.
+std::nullopt_t nothingFor(int error) {
+  if (error == ENOMEM) throw std::bad_alloc();
+  return std::nullopt;
+}
 }  // namespace
 
 std::optional<std::vector<std::string>> listDirectory(std::string_view program_path) {
   const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(toHostPath(program_path).c_str()));
-  if (!directory) return std::nullopt;
+  if (!directory) return nothingFor(errno);
   std::vector<std::string> names;
   while (const dirent* entry = readdir(directory.get())) {
     const std::string_view name = entry->d_name;
@@ -32,7 +40,7 @@ std::optional<std::vector<std::string>> listDirectory(std::string_view program_p
 
 std::optional<std::string> canonicalPath(std::string_view program_path) {
   const std::unique_ptr<char, Freer> resolved(realpath(toHostPath(program_path).c_str(), nullptr));
-  if (!resolved) return std::nullopt;
+  if (!resolved) return nothingFor(errno);
   return toProgramPath(resolved.get());
 }
 

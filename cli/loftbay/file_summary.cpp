@@ -146,7 +146,12 @@ std::string notConvertedText(const jttk::FileDescription& file, const FileSummar
   const auto add = [&](const std::string& what, std::uint64_t count) {
     text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count, what);
   };
-  if (!file.losses.empty()) add("that cannot be read", file.losses.size());
+  // Not the file's fault, so it must not look like it.
+  const auto for_want_of_memory = static_cast<std::uint64_t>(std::ranges::count_if(
+      file.losses, [](const auto& loss) { return loss.reason.find("out of memory") != std::string::npos; }));
+  if (for_want_of_memory > 0) add("for which memory ran out", for_want_of_memory);
+  if (file.losses.size() > for_want_of_memory)
+    add("that cannot be read", file.losses.size() - for_want_of_memory);
   for (const auto& [what, count] : summary.not_converted) add(what, count);
   return text;
 }

@@ -206,6 +206,19 @@ TEST_F(Traversal, AThrowingTessellationIsLoggedAndTheWalkGoesOn) {
   EXPECT_THAT(observer.losses, testing::ElementsAre("block: the part could not be tessellated"));
 }
 
+TEST_F(Traversal, APartThatIsLostForWantOfMemorySaysSo) {
+  toolkit().memory_runs_out = true;
+  auto& block = product.tessellatedPart("block", {&triangle()});
+  block.tessellation_throws = true;
+  convertTree(block);
+  toolkit().tess_params_throw = true;
+  convertTree(product.tessellatedPart("rod", {&triangle()}));
+  EXPECT_THAT(
+      observer.losses,
+      testing::ElementsAre("block: the part could not be tessellated: out of memory",
+                           "rod: the part needs tessellation, and there are no parameters: out of memory"));
+}
+
 TEST_F(Traversal, AnEmptyResultListAndANullElementAreSkipped) {
   convertTree(product.assembly(
       "root", {&product.tessellatedPart("a", {}), &product.tessellatedPart("b", {nullptr})}));

@@ -1,6 +1,7 @@
 #include "tests/doubles/scripted_toolkit.h"
 
 #include <map>
+#include <new>
 #include <utility>
 
 #include "tests/doubles/array_ledger.h"
@@ -206,6 +207,7 @@ void Part::getShape(JtkShape*& shape, int level, int index) {
 
 int Part::tessellate(JtkTessParams* parameters, JtkEntityList*& list) {
   called("tessellate(" + name + ", " + labelOf(parameters) + ")");
+  if (tessellation_throws && toolkit().memory_runs_out) throw std::bad_alloc();
   if (tessellation_throws) throw std::runtime_error("planned failure of tessellate");
   list = results;
   return tessellation_result;
@@ -347,6 +349,7 @@ JtkTessParams* JtkEntityFactory::createTessParams(float chord_percent, float sec
   for (const float value : {chord_percent, second, third, fourth, fifth, sixth, minimum_edge_length})
     call += loftbay::doubles::exactText(value) + ", ";
   called(call + std::to_string(option) + ", \"" + text.text() + "\", " + std::to_string(flag) + ")");
+  if (toolkit().tess_params_throw && toolkit().memory_runs_out) throw std::bad_alloc();
   if (toolkit().tess_params_throw) throw 1;
   if (toolkit().tess_params_null) return nullptr;
   static loftbay::doubles::TessParams parameters;

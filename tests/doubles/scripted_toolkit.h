@@ -33,6 +33,7 @@ struct Toolkit {
   JtkEntity* root = nullptr;                        // what importFile gives
   int importers = std::numeric_limits<int>::max();  // createCADImporter gives null afterwards
   bool tess_params_throw = false;
+  bool memory_runs_out = false;  // what throws throws std::bad_alloc
   bool tess_params_null = false;
   bool version_readable = true;
   int major = 9;

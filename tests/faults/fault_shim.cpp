@@ -11,8 +11,9 @@
 // LOFTBAY_FAULT_LASTING  when set, every later call of that kind fails as well
 // LOFTBAY_FAULT_REPORT   a file that gets the number of calls when the process ends by itself
 //
-// A close that fails has closed the file nevertheless, as Linux does. Calls that the C library makes inside
-// itself are not seen; of its streams only their opening is.
+// Following a path through its links counts as an opening. A close that fails has closed the file
+// nevertheless, as Linux does. Calls that the C library makes inside itself are not seen; of its streams only
+// their opening is.
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -200,6 +201,13 @@ DIR* opendir(const char* path) {
   if (fails("open")) return nullptr;
   return next<DIR*(const char*)>("opendir")(path);
 }
+
+char* realpath(const char* path, char* resolved) noexcept {
+  if (fails("open")) return nullptr;
+  return next<char*(const char*, char*)>("realpath")(path, resolved);
+}
+
+char* __realpath_chk(const char* path, char* resolved, std::size_t) { return realpath(path, resolved); }
 
 ssize_t read(int file, void* buffer, std::size_t size) {
   cutBefore(file);

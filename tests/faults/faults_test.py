@@ -37,7 +37,7 @@ class Faults(unittest.TestCase):
         self.check(fault_runs.CUTS, 6)
 
     def test_nothing_can_be_opened_for_want_of_memory(self):
-        """All n: one of them is in the path check, which must not say that the input is not there."""
+        """All n: the path check must not say that the input is not there, nor the model that a file lies outside."""
         self.check([fault_runs.NO_MEMORY_TO_OPEN], 100)
 
     def test_the_path_check_leaves_nothing_when_memory_runs_out(self):
@@ -53,6 +53,15 @@ class Faults(unittest.TestCase):
             run = fault_runs.Run(command, fault_runs.NO_MEMORY_TO_OPEN, number, preparation=refused)
             with self.subTest(number):
                 self.assertEqual(run.wrong(), [], str(run))
+
+    def test_a_summary_says_that_memory_ran_out(self):
+        """It has a line per file and no room for reasons, but a lack of memory is not the file's fault."""
+        command = next(command for command in self.commands if "--summary" in command.words)
+        command.expected = fault_runs.Run(command, "", fault_runs.NEVER)
+        calls = fault_runs.Run(command, "memory", fault_runs.NEVER).calls
+        runs = [fault_runs.Run(command, "memory", number) for number in range(0, calls, 16)]
+        self.assertEqual([str(run) for run in runs if run.wrong()], [])
+        self.assertTrue(any(b"memory ran out" in run.out for run in runs))
 
     def test_the_faults_are_seen(self):
         """The library that makes them is loaded, and what it does arrives."""
