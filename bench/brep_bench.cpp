@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "jttk/brep/read_xt_brep.h"
 #include "jttk/brep/tessellate.h"
 #include "jttk/brep/xt_model.h"
 #include "samples/maker/flange_joint.h"

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <span>
 
+#include "jttk/brep/read_xt_brep.h"
 #include "jttk/brep/tessellate.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

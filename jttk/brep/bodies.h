@@ -15,7 +15,8 @@
 
 namespace jttk::brep {
 
-constexpr std::int32_t kNone = -1;
+// Instead of an index into the arrays of Bodies: there is no such item.
+inline constexpr std::int32_t kNoIndex = -1;
 
 // Position and three unit vectors, right-handed.
 struct Frame {
@@ -65,9 +66,9 @@ struct Curve {
   Frame frame;
   double radius = 0;
   double radius_2 = 0;
-  std::int32_t spline = kNone;
-  std::int32_t basis = kNone;
-  std::int32_t surfaces[2] = {kNone, kNone};
+  std::int32_t spline = kNoIndex;
+  std::int32_t basis = kNoIndex;
+  std::int32_t surfaces[2] = {kNoIndex, kNoIndex};
   double parameters[2] = {0, 0};
   Vec3 ends[2];
   std::vector<Vec3> chart;
@@ -100,9 +101,9 @@ struct Surface {
   double radius_2 = 0;
   double sin_half_angle = 0;
   double cos_half_angle = 1;
-  std::int32_t spline = kNone;
-  std::int32_t base = kNone;
-  std::int32_t curve = kNone;
+  std::int32_t spline = kNoIndex;
+  std::int32_t base = kNoIndex;
+  std::int32_t curve = kNoIndex;
   Vec3 sweep;
   double offset = 0;
   std::string problem;
@@ -114,20 +115,20 @@ struct Vertex {
 };
 
 struct Edge {
-  std::int32_t curve = kNone;  // kNone for a tolerant edge, whose fins have curves of their own
+  std::int32_t curve = kNoIndex;  // kNoIndex for a tolerant edge, whose fins have curves of their own
   double tolerance = 0;
-  std::int32_t start = kNone;  // vertices; none on a ring
-  std::int32_t end = kNone;
-  std::int32_t forward_fin = kNone;  // the first one found of each direction
-  std::int32_t backward_fin = kNone;
+  std::int32_t start = kNoIndex;  // vertices; none on a ring
+  std::int32_t end = kNoIndex;
+  std::int32_t forward_fin = kNoIndex;  // the first one found of each direction
+  std::int32_t backward_fin = kNoIndex;
 };
 
 // One side of an edge, in the order of its loop. The face lies to its left, seen against the face normal.
 struct Fin {
-  std::int32_t edge = kNone;  // none: a single vertex, not an edge
-  std::int32_t face = kNone;
-  std::int32_t curve = kNone;  // runs along the fin
-  bool forward = true;         // runs as its edge does
+  std::int32_t edge = kNoIndex;  // none: a single vertex, not an edge
+  std::int32_t face = kNoIndex;
+  std::int32_t curve = kNoIndex;  // runs along the fin
+  bool forward = true;            // runs as its edge does
 };
 
 struct Loop {
@@ -136,11 +137,11 @@ struct Loop {
 };
 
 struct Face {
-  std::int32_t surface = kNone;
+  std::int32_t surface = kNoIndex;
   bool reversed = false;  // against the surface's normal (with Surface::reversed taken into account first)
   std::uint32_t first_loop = 0;
   std::uint32_t loop_count = 0;
-  std::int32_t shell = kNone;
+  std::int32_t shell = kNoIndex;
   std::int32_t id = 0;  // as the file numbers it
   std::string problem;  // not empty: the face cannot be used
 };

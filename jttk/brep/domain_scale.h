@@ -5,6 +5,7 @@
 
 #include "jttk/brep/face_domain.h"
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/tolerances.h"
 #include "jttk/brep/unwrap.h"
 
 namespace jttk::brep {

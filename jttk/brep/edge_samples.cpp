@@ -23,7 +23,7 @@ class Sampler {
       : geometry_(geometry), edge_(edge), tolerances_(tolerances) {}
 
   EdgeSamples run() {
-    if (edge_.curve == kNone) {
+    if (edge_.curve == kNoIndex) {
       sampleTolerant();
     } else {
       sampleCurve(geometry_.curve(edge_.curve));
@@ -39,7 +39,7 @@ class Sampler {
   }
 
  private:
-  [[nodiscard]] bool isRing() const { return edge_.start == kNone || edge_.end == kNone; }
+  [[nodiscard]] bool isRing() const { return edge_.start == kNoIndex || edge_.end == kNoIndex; }
   [[nodiscard]] bool isClosed() const { return isRing() || edge_.start == edge_.end; }
   [[nodiscard]] const Vec3& startPoint() const {
     return geometry_.bodies().vertices[static_cast<std::size_t>(edge_.start)].point;
@@ -63,9 +63,9 @@ class Sampler {
     const auto& fins = geometry_.bodies().fins;
     samples_.problem = "an edge without a curve";
     for (const std::int32_t number : {edge_.forward_fin, edge_.backward_fin}) {
-      if (number == kNone || samples_.problem.empty()) continue;
+      if (number == kNoIndex || samples_.problem.empty()) continue;
       const Fin& fin = fins[static_cast<std::size_t>(number)];
-      if (fin.curve == kNone) continue;
+      if (fin.curve == kNoIndex) continue;
       const Curve& curve = geometry_.curve(fin.curve);
       samples_ = {};
       if (curve.kind == CurveKind::Trimmed) {
@@ -265,15 +265,15 @@ class Sampler {
     const Bodies& bodies = geometry_.bodies();
     int found = 0;
     for (const std::int32_t number : {edge_.forward_fin, edge_.backward_fin}) {
-      if (number == kNone) continue;
+      if (number == kNoIndex) continue;
       const Face& face =
           bodies.faces[static_cast<std::size_t>(bodies.fins[static_cast<std::size_t>(number)].face)];
-      if (face.surface == kNone || geometry_.surface(face.surface).kind == SurfaceKind::Unknown) continue;
+      if (face.surface == kNoIndex || geometry_.surface(face.surface).kind == SurfaceKind::Unknown) continue;
       surfaces[found++] = &geometry_.surface(face.surface);
     }
     if (found == 2 && surfaces[0] != surfaces[1]) return true;
     for (int i = 0; i < 2; ++i) {
-      if (curve.surfaces[i] == kNone) return false;
+      if (curve.surfaces[i] == kNoIndex) return false;
       surfaces[i] = &geometry_.surface(curve.surfaces[i]);
       if (surfaces[i]->kind == SurfaceKind::Unknown) return false;
     }

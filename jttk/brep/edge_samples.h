@@ -6,16 +6,9 @@
 #include <vector>
 
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/tolerances.h"
 
 namespace jttk::brep {
-
-// In metres and radians.
-struct Tolerances {
-  double chord = 1e-4;
-  double angle = 0.349;
-  double minimum_edge = 0;  // the angle criterion makes no pieces shorter than this
-  int line_pieces = 1;      // straight edges are cut into so many
-};
 
 // Points of an edge from its start to its end, both included; the ends are the vertices' own points (a ring
 // repeats its first point). `problem` is not empty when there is no usable curve.

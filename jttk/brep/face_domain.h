@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "jttk/brep/edge_samples.h"
-#include "jttk/brep/geometry.h"
+#include "jttk/brep/bodies.h"
 
 namespace jttk::brep {
 
-constexpr std::uint32_t kNoEdge = 0xffffffffU;
+// A piece of a loop that lies on no edge: of a seam, or between the copies of a pole.
+inline constexpr std::uint32_t kNoEdge = 0xffffffffU;
 
 // A mesh point on a loop. `edge` is the edge from here to the loop's next point.
 struct LoopPoint {
@@ -45,10 +45,5 @@ struct FaceDomain {
   // and its straight image the mesh leaves the face.
   std::vector<EdgeWish> wishes;
 };
-
-// `points` are the body's mesh points by id; those of seams and poles are added.
-FaceDomain makeFaceDomain(Geometry& geometry, const Face& face,
-                          const std::vector<std::vector<LoopPoint>>& loops, const Tolerances& tolerances,
-                          std::vector<Vec3>& points);
 
 }  // namespace jttk::brep

@@ -229,12 +229,13 @@ class Mesher {
     return std::abs(dot(off, n)) <= tolerances_.chord * 1.01;
   }
 
+  static constexpr std::uint32_t kNoCorner = 0xffffffffU;
   struct Split {
     double size;
     std::uint32_t triangle;
     std::uint32_t a;
     std::uint32_t b;
-    std::uint32_t c;  // kNoEdge: split a-b at its middle; else split the triangle at its centre
+    std::uint32_t c;  // kNoCorner: split a-b at its middle; else split the triangle at its centre
   };
 
   void findSplits(std::vector<Split>& splits) {
@@ -264,7 +265,7 @@ class Mesher {
           continue;
         }
         all_fine = false;
-        splits.push_back({distance(place(a), place(b)), t, a, b, kNoEdge});
+        splits.push_back({distance(place(a), place(b)), t, a, b, kNoCorner});
       }
       if (!all_fine || triangle.center_done) continue;
       if (centerIsFine(triangle)) {
@@ -278,7 +279,7 @@ class Mesher {
   [[nodiscard]] bool stillThere(const Split& split) const {
     const auto& corner = plane_->triangles()[split.triangle].corner;
     const auto has = [&](std::uint32_t p) { return corner[0] == p || corner[1] == p || corner[2] == p; };
-    return has(split.a) && has(split.b) && (split.c == kNoEdge || has(split.c));
+    return has(split.a) && has(split.b) && (split.c == kNoCorner || has(split.c));
   }
 
   void refine() {
@@ -301,7 +302,7 @@ class Mesher {
   }
 
   bool addMiddle(const Split& split) {
-    const bool of_edge = split.c == kNoEdge;
+    const bool of_edge = split.c == kNoCorner;
     const Vec2 sum = nodes_[split.a].uv + nodes_[split.b].uv;
     const Vec2 uv = of_edge ? sum * 0.5 : (sum + nodes_[split.c].uv) * (1.0 / 3);
     const std::uint32_t number = plane_->refine(split.triangle, toPlane(uv));
@@ -319,7 +320,8 @@ class Mesher {
   }
 
   void collect() {
-    std::vector<std::uint32_t> normal_of(nodes_.size(), kNoEdge);
+    constexpr std::uint32_t kNoNormal = 0xffffffffU;  // the corner is in no triangle yet
+    std::vector<std::uint32_t> normal_of(nodes_.size(), kNoNormal);
     const double sign = domain_.flipped ? -1 : 1;
     for (const Triangulation::Triangle& t : plane_->triangles()) {
       if (!t.inside) continue;
@@ -334,7 +336,7 @@ class Mesher {
         const Vec3 at_corner = normalAtCorner(t, k);
         if (dot(at_corner, across) < kTurnedCosine * length(across)) ++turned_;
         mesh_.corners.push_back(ids[k]);
-        if (normal_of[number] == kNoEdge || nodes_[number].singular) {
+        if (normal_of[number] == kNoNormal || nodes_[number].singular) {
           normal_of[number] = static_cast<std::uint32_t>(mesh_.normals.size());
           mesh_.normals.push_back(at_corner * sign);
         }

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "jttk/brep/face_domain.h"
+#include "jttk/brep/geometry.h"
+#include "jttk/brep/tolerances.h"
 
 namespace jttk::brep {
 

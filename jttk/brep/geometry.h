@@ -8,6 +8,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "jttk/brep/bodies.h"
@@ -128,7 +129,7 @@ class Geometry {
   std::map<const Curve*, FineCurve> fine_;
   std::map<std::pair<std::int32_t, std::int32_t>, Grid> grids_;  // by spline and base
   std::map<std::int32_t, SurfaceDomain> spline_domains_;
-  std::vector<std::int32_t> closed_splines_;  // per curve spline: 1, 0, kNone while not known
+  std::vector<std::optional<bool>> closed_splines_;  // per curve spline; empty while not known
 };
 
 // Between two points with derivatives, s from 0 to 1 over `width` of the parameter.

@@ -109,10 +109,10 @@ double Geometry::period(const Curve& curve) {
     case CurveKind::Ellipse:
       return kTurn;
     case CurveKind::BSpline: {
-      closed_splines_.resize(bodies_.curve_splines.size(), kNone);
-      std::int32_t& closed = closed_splines_[static_cast<std::size_t>(curve.spline)];
-      if (closed == kNone) closed = isClosedSpline(spline(curve)) ? 1 : 0;
-      return closed == 1 ? range(curve).size() : 0;
+      closed_splines_.resize(bodies_.curve_splines.size());
+      std::optional<bool>& closed = closed_splines_[static_cast<std::size_t>(curve.spline)];
+      if (!closed) closed = isClosedSpline(spline(curve));
+      return *closed ? range(curve).size() : 0;
     }
     case CurveKind::Intersection:
       return curve.closed ? range(curve).size() : 0;

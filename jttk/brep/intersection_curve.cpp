@@ -68,7 +68,7 @@ void Geometry::findSlopes(FineCurve& made, const std::vector<Vec3>& tangents, bo
 void Geometry::refine(const Curve& curve, FineCurve& made) {
   Crossing crossing;
   for (int side = 0; side < 2; ++side) {
-    if (curve.surfaces[side] == kNone) return;  // the chart is all there is
+    if (curve.surfaces[side] == kNoIndex) return;  // the chart is all there is
     crossing.surfaces[side] = &surface(curve.surfaces[side]);
     if (crossing.surfaces[side]->kind == SurfaceKind::Unknown) return;
   }

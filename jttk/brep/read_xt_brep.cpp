@@ -1,9 +1,10 @@
 // From a segment to bodies, and the length unit of a part.
+#include "jttk/brep/read_xt_brep.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 
-#include "jttk/brep/tessellate.h"
 #include "jttk/brep/xt_model.h"
 #include "jttk/brep/xt_segment.h"
 

@@ -48,8 +48,8 @@ void thin(std::vector<double>& places, std::size_t limit) {
 }  // namespace
 
 const Geometry::Grid& Geometry::grid(const Surface& surface) {
-  const std::pair key{surface.kind == SurfaceKind::BSpline ? surface.spline : kNone,
-                      surface.kind == SurfaceKind::BSpline ? kNone : surface.base};
+  const std::pair key{surface.kind == SurfaceKind::BSpline ? surface.spline : kNoIndex,
+                      surface.kind == SurfaceKind::BSpline ? kNoIndex : surface.base};
   const auto known = grids_.find(key);
   if (known != grids_.end()) return known->second;
   std::vector<double> us;

@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <unordered_map>
 
 #include "jttk/brep/edge_samples.h"
-#include "jttk/brep/face_domain.h"
+#include "jttk/brep/face_domain_builder.h"
 #include "jttk/brep/face_mesh.h"
 
 namespace jttk::brep {
@@ -95,7 +96,8 @@ class BodyTessellator {
   TessellatedBody shape(double units_per_metre) const {
     TessellatedBody made;
     ShapeGeometry& shape = made.shape;
-    std::vector<std::uint32_t> position_of(points_.size(), kNoEdge);
+    constexpr std::uint32_t kNoPosition = 0xffffffffU;  // the point is in no triangle yet
+    std::vector<std::uint32_t> position_of(points_.size(), kNoPosition);
     for (std::uint32_t f = 0; f < meshes_.size(); ++f) {
       const FaceMesh& mesh = meshes_[f];
       if (!mesh.problem.empty()) continue;
@@ -109,7 +111,7 @@ class BodyTessellator {
           made.triangle_faces.push_back(body_->first_face + f);
         }
         std::uint32_t& position = position_of[mesh.corners[i]];
-        if (position == kNoEdge) {
+        if (position == kNoPosition) {
           position = static_cast<std::uint32_t>(shape.positions.size() / 3);
           const Vec3 p = points_[mesh.corners[i]] * units_per_metre;
           for (const double x : {p.x, p.y, p.z}) shape.positions.push_back(static_cast<float>(x));
@@ -137,7 +139,7 @@ class BodyTessellator {
       const Loop& loop = bodies_.loops[face.first_loop + l];
       for (std::uint32_t i = 0; i < loop.fin_count; ++i) {
         const std::int32_t edge = bodies_.fins[loop.first_fin + i].edge;
-        if (edge != kNone && bodies_.edges[static_cast<std::size_t>(edge)].start != kNone) return true;
+        if (edge != kNoIndex && bodies_.edges[static_cast<std::size_t>(edge)].start != kNoIndex) return true;
       }
     }
     return false;
@@ -168,7 +170,7 @@ class BodyTessellator {
     made.problem = samples.problem;
     made.ids.clear();
     if (!made.problem.empty()) return;
-    const bool ring = edge.start == kNone || edge.end == kNone;
+    const bool ring = edge.start == kNoIndex || edge.end == kNoIndex;
     const std::size_t last = samples.points.size() - 1;
     for (std::size_t i = 0; i <= last; ++i) {
       if (ring && i == last) {
@@ -187,11 +189,11 @@ class BodyTessellator {
     for (std::uint32_t l = 0; l < face.loop_count; ++l) {
       const Loop& loop = bodies_.loops[face.first_loop + l];
       auto& gathered = loops.emplace_back();
-      std::uint32_t first = kNoEdge;
-      std::uint32_t last = kNoEdge;
+      std::optional<std::uint32_t> first;
+      std::optional<std::uint32_t> last;
       for (std::uint32_t i = 0; i < loop.fin_count; ++i) {
         const Fin& fin = bodies_.fins[loop.first_fin + i];
-        if (fin.edge == kNone) continue;
+        if (fin.edge == kNoIndex) continue;
         const Sampled& sampled = edge(static_cast<std::uint32_t>(fin.edge));
         if (!sampled.problem.empty()) {
           problem = sampled.problem;
@@ -205,11 +207,11 @@ class BodyTessellator {
         }
         std::vector<std::uint32_t> ids = sampled.ids;
         if (!fin.forward) std::reverse(ids.begin(), ids.end());
-        if (last != kNoEdge && ids.front() != last) {
+        if (last && ids.front() != *last) {
           problem = "a loop that does not close";
           return false;
         }
-        if (first == kNoEdge) first = ids.front();
+        if (!first) first = ids.front();
         last = ids.back();
         for (std::size_t k = 0; k + 1 < ids.size(); ++k) {
           gathered.push_back({ids[k], static_cast<std::uint32_t>(fin.edge)});
@@ -245,7 +247,7 @@ class BodyTessellator {
         const Loop& loop = bodies_.loops[face.first_loop + l];
         for (std::uint32_t i = 0; i < loop.fin_count && !touches; ++i) {
           const std::int32_t edge = bodies_.fins[loop.first_fin + i].edge;
-          touches = edge != kNone &&
+          touches = edge != kNoIndex &&
                     std::binary_search(edges.begin(), edges.end(), static_cast<std::uint32_t>(edge));
         }
       }
@@ -324,9 +326,9 @@ double roughDiagonal(const Bodies& bodies, Geometry& geometry) {
   Box box;
   for (const Vertex& v : bodies.vertices) box.add(v.point);
   for (const Edge& edge : bodies.edges) {
-    const bool ring = edge.start == kNone || edge.start == edge.end;
-    const CurveKind kind =
-        edge.curve == kNone ? CurveKind::Trimmed : bodies.curves[static_cast<std::size_t>(edge.curve)].kind;
+    const bool ring = edge.start == kNoIndex || edge.start == edge.end;
+    const CurveKind kind = edge.curve == kNoIndex ? CurveKind::Trimmed
+                                                  : bodies.curves[static_cast<std::size_t>(edge.curve)].kind;
     if (kind == CurveKind::Line || (kind == CurveKind::Intersection && !ring)) continue;
     const EdgeSamples samples = sampleEdge(geometry, edge, coarse);
     if (!geometry.mayWork()) break;
@@ -363,7 +365,7 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
   const std::uint64_t own_limit = kWorkPerPart + kWorkPerFace * bodies.faces.size();
   const std::uint64_t work = std::min(own_limit, options.work_limit - made.work);
   geometry.allowWork(work);
-  for (const std::string& problem : bodies.problems) made.losses.push_back({kNone, problem});
+  for (const std::string& problem : bodies.problems) made.losses.push_back({kNoIndex, problem});
   for (std::uint32_t b = 0; b < bodies.bodies.size(); ++b) {
     BodyTessellator tessellator(bodies, geometry, tolerances);
     tessellator.run(bodies.bodies[b], made.losses);

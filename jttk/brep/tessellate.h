@@ -1,46 +1,20 @@
-// Exact geometry of JT parts: reading XT B-Rep segments, and making triangles of them.
+// Triangles of the exact geometry of JT parts.
 //
-// Usage: readXtBrep on the part's segment, unitsPerMetre for its length unit, tessellate. All three are pure
-// functions and may run in several threads at once. Safe on any bytes: what is damaged is reported, the rest
-// comes; time and memory are bounded by the size of the data.
+// Usage: readXtBrep on the part's segment, unitsPerMetre for its length unit (both in read_xt_brep.h),
+// tessellate. All three are pure functions and may run in several threads at once. Safe on any bytes: what is
+// damaged is reported, the rest comes; time and memory are bounded by the size of the data.
 #pragma once
 
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "jttk/brep/bodies.h"
-#include "jttk/brep/work_counter.h"
-#include "jttk/file/error.h"
-#include "jttk/file/jt_file.h"
+#include "jttk/brep/work_counter.h"  // kTooMuchWork, the reason of a loss
 #include "jttk/mesh/shape_geometry.h"
 
 namespace jttk::brep {
-
-// Reads the whole model of a segment of type XtBrep. `order` is the file's byte order (JtFile::byteOrder()).
-// An error only where the data as a whole cannot be read: no XT data, an unknown node type, data that end
-// early. Damaged faces are in the result, marked (Face::problem).
-Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order);
-
-// The same of a segment of type MultiXtBrep: one model per XT stream in it. An error when there is none, or
-// one that cannot be read to its end.
-Result<std::vector<Bodies>> readMultiXtBrep(const Segment& segment, ByteOrder order);
-
-// The length in metres of the unit that a property JT_PROP_MEASUREMENT_UNITS names ("Millimeters", any letter
-// case); empty when the name is not known.
-std::optional<double> metresOfUnit(std::string_view measurement_units);
-
-// JT length units per metre for a part. The unit that the data state comes first; then `measurement_units`,
-// the part's property JT_PROP_MEASUREMENT_UNITS (any letter case; empty: not known). Empty when neither
-// states it; then use unitsPerMetreFromBox.
-std::optional<double> unitsPerMetre(const Bodies& bodies, std::string_view measurement_units);
-
-// Units per metre from the part's box in JT units (min x y z, max x y z): the size of that box divided by
-// that of the bodies, rounded to the nearest usual unit. Empty when either has no size.
-std::optional<double> unitsPerMetreFromBox(const Bodies& bodies, const float box[6]);
 
 struct TessellationOptions {
   // Greatest distance of triangles from the surface, in percent of the diagonal of the bodies' box.
@@ -58,7 +32,7 @@ struct TessellationOptions {
 
 // A face, or something else, that gave no triangles.
 struct TessellationLoss {
-  std::int32_t face = kNone;  // in Bodies::faces; kNone: not of one face
+  std::int32_t face = kNoIndex;  // in Bodies::faces; kNoIndex: not of one face
   std::string reason;
 };
 

@@ -45,7 +45,7 @@ double LoopUnwrapper::toleranceOf(std::uint32_t number) const {
   const Edge& edge = bodies.edges[number];
   double allowed = edge.tolerance;
   for (const std::int32_t v : {edge.start, edge.end}) {
-    if (v != kNone) allowed = std::max(allowed, bodies.vertices[static_cast<std::size_t>(v)].tolerance);
+    if (v != kNoIndex) allowed = std::max(allowed, bodies.vertices[static_cast<std::size_t>(v)].tolerance);
   }
   return allowed;
 }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "jttk/brep/xt_node_types.h"
+
 namespace jttk::brep {
 namespace {
 
@@ -29,13 +31,13 @@ bool readFrame(const XtNode& node, const char* origin, const char* axis, Frame& 
 bool isLength(double value) { return isSane(value) && value > 0; }
 
 // The number of the node's curve or surface among those `made`: looked up in `known`, else made by `read`.
-// During `read` the entry is kNone, which ends cycles.
+// During `read` the entry is kNoIndex, which ends cycles.
 template <typename Item, typename Read>
 std::int32_t numberOf(const XtNode& node, std::map<std::uint32_t, std::int32_t>& known,
                       std::vector<Item>& made, Read read) {
-  if (!node) return kNone;
+  if (!node) return kNoIndex;
   if (const auto entry = known.find(node.row()); entry != known.end()) return entry->second;
-  known[node.row()] = kNone;
+  known[node.row()] = kNoIndex;
   Item item = read();
   if (!item.problem.empty()) {
     item.kind = decltype(item.kind)::Unknown;
@@ -80,7 +82,7 @@ Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
   for (std::uint32_t side = 0; side < 2; ++side) {
     curve.surfaces[side] = surface(node.pointer("surface", side), depth + 1);
   }
-  const XtNode chart = node.pointer("chart", 40);
+  const XtNode chart = node.pointer("chart", xt_type::kChart);
   const std::int32_t stated = chart.integer("chart_count");
   const std::uint32_t count = std::min(chart.count(), stated > 0 ? static_cast<std::uint32_t>(stated) : 0U);
   if (!takeNumbers(3 * std::size_t{count}, curve.problem)) return curve;
@@ -96,7 +98,7 @@ Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
     curve.problem = "fewer than two different chart points";
     return curve;
   }
-  const XtNode start = node.pointer("start", 41);
+  const XtNode start = node.pointer("start", xt_type::kLimit);
   curve.closed = start.letter("type") == 'H' ||
                  (curve.chart.size() > 3 && distance(curve.chart.front(), curve.chart.back()) < 1e-8);
   if (curve.closed && !(curve.chart.front() == curve.chart.back())) {
@@ -118,7 +120,7 @@ Curve XtGeometryReader::readTrimmed(const XtNode& node, int depth) {
   made.parameters[1] = node.real("parm_2");
   made.ends[0] = node.vector("point_1");
   made.ends[1] = node.vector("point_2");
-  if (made.basis == kNone) {
+  if (made.basis == kNoIndex) {
     made.problem = "no basis curve";
   } else if (const Curve& basis = bodies_.curves[static_cast<std::size_t>(made.basis)];
              basis.kind == CurveKind::Unknown || basis.kind == CurveKind::Trimmed) {
@@ -134,11 +136,12 @@ Curve XtGeometryReader::readOnSurface(const XtNode& node, int depth) {
   Curve made;
   made.kind = CurveKind::OnSurface;
   made.surfaces[0] = surface(node.pointer("surface"), depth + 1);
-  made.spline = curveSpline(node.pointer("b_curve", 134).pointer("nurbs", 136), made.problem);
+  made.spline = curveSpline(node.pointer("b_curve", xt_type::kBCurve).pointer("nurbs", xt_type::kNurbsCurve),
+                            made.problem);
   if (!made.problem.empty()) return made;
   if (bodies_.curve_splines[static_cast<std::size_t>(made.spline)].dimension != 2) {
     made.problem = "the parameter curve is not plane";
-  } else if (made.surfaces[0] == kNone) {
+  } else if (made.surfaces[0] == kNoIndex) {
     made.problem = "no surface";
   } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(made.surfaces[0])];
              on.kind == SurfaceKind::Unknown) {
@@ -150,20 +153,20 @@ Curve XtGeometryReader::readOnSurface(const XtNode& node, int depth) {
 Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
   Curve curve;
   switch (node.type()) {
-    case 30:
+    case xt_type::kLine:
       curve.kind = CurveKind::Line;
       curve.frame.origin = node.vector("pvec");
       curve.frame.z = node.vector("direction");
       if (!isSane(curve.frame.origin) || !isUnit(curve.frame.z)) curve.problem = "no position and direction";
       break;
-    case 31:
+    case xt_type::kCircle:
       curve.kind = CurveKind::Circle;
       curve.radius = curve.radius_2 = node.real("radius");
       if (!readFrame(node, "centre", "normal", curve.frame) || !isLength(curve.radius)) {
         curve.problem = "no axes or radius";
       }
       break;
-    case 32:
+    case xt_type::kEllipse:
       curve.kind = CurveKind::Ellipse;
       curve.radius = node.real("major_radius");
       curve.radius_2 = node.real("minor_radius");
@@ -172,22 +175,22 @@ Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
         curve.problem = "no axes or radii";
       }
       break;
-    case 38:
+    case xt_type::kIntersection:
       curve = readIntersection(node, depth);
       break;
-    case 133:
+    case xt_type::kTrimmedCurve:
       curve = readTrimmed(node, depth);
       break;
-    case 134:
+    case xt_type::kBCurve:
       curve.kind = CurveKind::BSpline;
-      curve.spline = curveSpline(node.pointer("nurbs", 136), curve.problem);
+      curve.spline = curveSpline(node.pointer("nurbs", xt_type::kNurbsCurve), curve.problem);
       if (curve.problem.empty() &&
           bodies_.curve_splines[static_cast<std::size_t>(curve.spline)].dimension != 3) {
         // The parameter curve of an SP_CURVE; no curve in space by itself.
         curve.problem = "a curve in the plane";
       }
       break;
-    case 137:
+    case xt_type::kSpCurve:
       curve = readOnSurface(node, depth);
       break;
     default:
@@ -203,7 +206,7 @@ Surface XtGeometryReader::readOffset(const XtNode& node, int depth) {
   Surface made;
   const std::int32_t base_number = surface(node.pointer("surface"), depth + 1);
   made.offset = node.real("offset");
-  if (base_number == kNone || !isSane(made.offset)) {
+  if (base_number == kNoIndex || !isSane(made.offset)) {
     made.problem = "no base surface or distance";
     return made;
   }
@@ -247,7 +250,7 @@ Surface XtGeometryReader::readBlend(const XtNode& node, int depth) {
     made.problem = "a blend without a radius";
   } else if (range[1] != 0 && std::abs(std::abs(range[1]) - made.radius) > 1e-9) {
     made.problem = "a blend of changing radius";
-  } else if (made.curve == kNone) {
+  } else if (made.curve == kNoIndex) {
     made.problem = "a blend without a spine";
   } else if (const Curve& spine = bodies_.curves[static_cast<std::size_t>(made.curve)];
              spine.kind == CurveKind::Unknown) {
@@ -285,7 +288,7 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
   Surface made;
   const auto needCurve = [&](const char* field) {
     made.curve = curve(node.pointer(field), depth + 1);
-    if (made.curve == kNone) {
+    if (made.curve == kNoIndex) {
       made.problem = "no curve";
     } else if (const Curve& used = bodies_.curves[static_cast<std::size_t>(made.curve)];
                used.kind == CurveKind::Unknown) {
@@ -293,17 +296,17 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
     }
   };
   switch (node.type()) {
-    case 50:
+    case xt_type::kPlane:
       made.kind = SurfaceKind::Plane;
       if (!readFrame(node, "pvec", "normal", made.frame)) made.problem = "no axes";
       break;
-    case 51:
+    case xt_type::kCylinder:
       made.kind = SurfaceKind::Cylinder;
       made.radius = node.real("radius");
       if (!readFrame(node, "pvec", "axis", made.frame) || !isLength(made.radius))
         made.problem = "no axes or radius";
       break;
-    case 52:
+    case xt_type::kCone:
       made.kind = SurfaceKind::Cone;
       made.radius = node.real("radius");
       made.sin_half_angle = node.real("sin_half_angle");
@@ -314,13 +317,13 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
         made.problem = "no axes, radius or angle";
       }
       break;
-    case 53:
+    case xt_type::kSphere:
       made.kind = SurfaceKind::Sphere;
       made.radius = node.real("radius");
       if (!readFrame(node, "centre", "axis", made.frame) || !isLength(made.radius))
         made.problem = "no axes or radius";
       break;
-    case 54:
+    case xt_type::kTorus:
       made.kind = SurfaceKind::Torus;
       made.radius = node.real("major_radius");
       made.radius_2 = node.real("minor_radius");
@@ -329,13 +332,13 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
         made.problem = "no axes or radii";
       }
       break;
-    case 56:
+    case xt_type::kBlendedEdge:
       made = readBlend(node, depth);
       break;
-    case 60:
+    case xt_type::kOffsetSurface:
       made = readOffset(node, depth);
       break;
-    case 67:
+    case xt_type::kSweptSurface:
       made.kind = SurfaceKind::Swept;
       made.sweep = node.vector("sweep");
       needCurve("section");
@@ -343,7 +346,7 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
         made.problem = "no sweep direction";
       }
       break;
-    case 68:
+    case xt_type::kSpunSurface:
       made.kind = SurfaceKind::Spun;
       made.frame.origin = node.vector("base");
       made.frame.z = node.vector("axis");
@@ -357,9 +360,9 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
         limitProfile(node, made);
       }
       break;
-    case 124:
+    case xt_type::kBSurface:
       made.kind = SurfaceKind::BSpline;
-      made.spline = surfaceSpline(node.pointer("nurbs", 126), made.problem);
+      made.spline = surfaceSpline(node.pointer("nurbs", xt_type::kNurbsSurface), made.problem);
       break;
     default:
       made.problem = "a surface that is not known";

@@ -17,7 +17,7 @@ class XtGeometryReader {
   XtGeometryReader(Bodies& bodies, std::size_t data_bytes)
       : bodies_(bodies), numbers_left_(kFreeNumbers + data_bytes / kBytesPerNumber) {}
 
-  // Number of the curve or surface of `node`, read now if it has not been; kNone for a null node. What is
+  // Number of the curve or surface of `node`, read now if it has not been; kNoIndex for a null node. What is
   // not understood becomes one of kind Unknown.
   std::int32_t curve(const XtNode& node) { return curve(node, 0); }
   std::int32_t surface(const XtNode& node) { return surface(node, 0); }
@@ -45,7 +45,7 @@ class XtGeometryReader {
 
   Bodies& bodies_;
   std::size_t numbers_left_;
-  std::map<std::uint32_t, std::int32_t> curves_;  // node row -> number; kNone while being read
+  std::map<std::uint32_t, std::int32_t> curves_;  // node row -> number; kNoIndex while being read
   std::map<std::uint32_t, std::int32_t> surfaces_;
 };
 

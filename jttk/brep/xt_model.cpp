@@ -6,22 +6,11 @@
 #include <unordered_set>
 
 #include "jttk/brep/xt_geometry.h"
+#include "jttk/brep/xt_node_types.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr int kInstance = 11;
-constexpr int kBody = 12;
-constexpr int kShell = 13;
-constexpr int kFace = 14;
-constexpr int kLoop = 15;
-constexpr int kEdge = 16;
-constexpr int kVertex = 18;
-constexpr int kRegion = 19;
-constexpr int kPoint = 29;
-constexpr int kAttributeDefinition = 80;
-constexpr int kAttribute = 81;
-constexpr int kRealValues = 83;
 constexpr std::int32_t kScaleAttribute = 9000;  // XT length = JT length * value
 
 double toleranceOf(const XtNode& node) {
@@ -53,11 +42,11 @@ class ModelBuilder {
 
   void collectShells(const XtNode& body, char region_type) {
     std::unordered_set<std::uint32_t> regions;
-    for (XtNode region = body.pointer("region", kRegion); region && regions.insert(region.row()).second;
-         region = region.pointer("next", kRegion)) {
+    for (XtNode region = body.pointer("region", xt_type::kRegion);
+         region && regions.insert(region.row()).second; region = region.pointer("next", xt_type::kRegion)) {
       if ((region.letter("type") == 'S') != (region_type == 'S')) continue;
-      for (XtNode shell = region.pointer("shell", kShell); shell && isNew(shell);
-           shell = shell.pointer("next", kShell)) {
+      for (XtNode shell = region.pointer("shell", xt_type::kShell); shell && isNew(shell);
+           shell = shell.pointer("next", xt_type::kShell)) {
         addShell(shell);
       }
     }
@@ -66,8 +55,8 @@ class ModelBuilder {
   void addShell(const XtNode& shell) {
     Shell made;
     made.first_face = static_cast<std::uint32_t>(bodies_.faces.size());
-    addFaces(shell.pointer("face", kFace), "next");
-    addFaces(shell.pointer("front_face", kFace), "next_front");
+    addFaces(shell.pointer("face", xt_type::kFace), "next");
+    addFaces(shell.pointer("front_face", xt_type::kFace), "next_front");
     made.face_count = static_cast<std::uint32_t>(bodies_.faces.size()) - made.first_face;
     if (made.face_count > 0) bodies_.shells.push_back(made);
   }
@@ -75,7 +64,7 @@ class ModelBuilder {
   // Those of a chain that no other shell has brought.
   void addFaces(XtNode face, std::string_view next) {
     std::unordered_set<std::uint32_t> chain;
-    for (; face && chain.insert(face.row()).second; face = face.pointer(next, kFace)) {
+    for (; face && chain.insert(face.row()).second; face = face.pointer(next, xt_type::kFace)) {
       if (isNew(face)) addFace(face);
     }
   }
@@ -87,14 +76,15 @@ class ModelBuilder {
     face.reversed = node.letter("sense") == '-';
     face.surface = geometry_.surface(node.pointer("surface"));
     face.first_loop = static_cast<std::uint32_t>(bodies_.loops.size());
-    if (face.surface == kNone) {
+    if (face.surface == kNoIndex) {
       face.problem = "no surface";
     } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(face.surface)];
                on.kind == SurfaceKind::Unknown) {
       face.problem = on.problem;
     }
     const auto number = static_cast<std::int32_t>(bodies_.faces.size());
-    for (XtNode loop = node.pointer("loop", kLoop); loop; loop = loop.pointer("next", kLoop)) {
+    for (XtNode loop = node.pointer("loop", xt_type::kLoop); loop;
+         loop = loop.pointer("next", xt_type::kLoop)) {
       if (!isNew(loop)) {
         if (face.problem.empty()) face.problem = "loops in a circle";
         break;
@@ -108,12 +98,12 @@ class ModelBuilder {
   void addLoop(const XtNode& node, std::int32_t face, std::string& problem) {
     Loop loop;
     loop.first_fin = static_cast<std::uint32_t>(bodies_.fins.size());
-    const XtNode first = node.pointer("fin", kFin);
+    const XtNode first = node.pointer("fin", xt_type::kFin);
     XtNode fin = first;
     bool closes = false;
     while (fin && isNew(fin)) {
       addFin(fin, face, problem);
-      fin = fin.pointer("forward", kFin);
+      fin = fin.pointer("forward", xt_type::kFin);
       closes = fin && fin.row() == first.row();
       if (closes) break;
     }
@@ -129,18 +119,19 @@ class ModelBuilder {
     fin.face = face;
     fin.forward = node.letter("sense") != '-';
     fin.curve = geometry_.curve(node.pointer("curve"));
-    const XtNode edge_node = node.pointer("edge", kEdge);
+    const XtNode edge_node = node.pointer("edge", xt_type::kEdge);
     const auto number = static_cast<std::int32_t>(bodies_.fins.size());
     if (edge_node) {
-      const std::int32_t start = vertex(node.pointer("backward", kFin).pointer("vertex", kVertex), problem);
-      const std::int32_t end = vertex(node.pointer("vertex", kVertex), problem);
+      const std::int32_t start =
+          vertex(node.pointer("backward", xt_type::kFin).pointer("vertex", xt_type::kVertex), problem);
+      const std::int32_t end = vertex(node.pointer("vertex", xt_type::kVertex), problem);
       fin.edge = edge(edge_node, fin.forward ? start : end, fin.forward ? end : start);
       Edge& made = bodies_.edges[static_cast<std::size_t>(fin.edge)];
       if (made.start != (fin.forward ? start : end) || made.end != (fin.forward ? end : start)) {
         if (problem.empty()) problem = "an edge whose sides end at different vertices";
       }
       std::int32_t& side = fin.forward ? made.forward_fin : made.backward_fin;
-      if (side == kNone) side = number;
+      if (side == kNoIndex) side = number;
     }
     bodies_.fins.push_back(fin);
   }
@@ -160,12 +151,12 @@ class ModelBuilder {
   }
 
   std::int32_t vertex(const XtNode& node, std::string& problem) {
-    if (!node) return kNone;
+    if (!node) return kNoIndex;
     const auto [known, is_new] =
         vertices_.try_emplace(node.row(), static_cast<std::int32_t>(bodies_.vertices.size()));
     if (is_new) {
       Vertex made;
-      const XtNode point = node.pointer("point", kPoint);
+      const XtNode point = node.pointer("point", xt_type::kPoint);
       made.point = point.vector("pvec");
       made.tolerance = toleranceOf(node);
       if (!point || !isFinite(made.point) || length(made.point) > 1e9) bad_vertices_.insert(known->second);
@@ -180,9 +171,10 @@ class ModelBuilder {
     std::unordered_set<std::uint32_t> seen;
     for (XtNode at = body.pointer("attributes_features"); at && seen.insert(at.row()).second;
          at = at.pointer("next")) {
-      if (at.type() != kAttribute) continue;
-      if (at.pointer("definition", kAttributeDefinition).integer("type_id") != kScaleAttribute) continue;
-      const double value = at.pointer("fields", kRealValues).real("values");
+      if (at.type() != xt_type::kAttribute) continue;
+      if (at.pointer("definition", xt_type::kAttributeDefinition).integer("type_id") != kScaleAttribute)
+        continue;
+      const double value = at.pointer("fields", xt_type::kRealValues).real("values");
       if (value > 1e-9 && value < 1e9) bodies_.units_per_metre = 1 / value;
     }
   }
@@ -202,11 +194,11 @@ Bodies buildBodies(const XtNodes& nodes) {
   bodies.schema = nodes.schema();
   ModelBuilder builder(bodies, nodes.sizeBytes());
   for (std::size_t row = 0; row < nodes.size(); ++row) {
-    if (nodes.at(row).type() == kBody) builder.addBody(nodes.at(row));
+    if (nodes.at(row).type() == xt_type::kBody) builder.addBody(nodes.at(row));
   }
   if (bodies.bodies.empty()) bodies.problems.emplace_back("the XT data hold no body");
   for (std::size_t row = 0; row < nodes.size(); ++row) {
-    if (nodes.at(row).type() != kInstance || !nodes.at(row).pointer("transform")) continue;
+    if (nodes.at(row).type() != xt_type::kInstance || !nodes.at(row).pointer("transform")) continue;
     bodies.problems.emplace_back("bodies that are placed by an assembly stay where they are");
     break;
   }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <map>
 
+#include "jttk/brep/xt_node_types.h"
+
 namespace jttk::brep {
 namespace {
 
@@ -153,7 +155,7 @@ Result<void> XtNodes::readFields(ByteReader& reader, const XtNodeType& type, Row
   const std::uint64_t start = base_offset_;
   const bool has_user_fields =
       user_fields_.count > 0 && (type.find("node_id") >= 0 || type.find("highest_node_id") >= 0 ||
-                                 (type.number == kFin && user_fields_.of_sides));
+                                 (type.number == xt_type::kFin && user_fields_.of_sides));
   if (has_user_fields && user_fields_.before) reader.skip(4 * user_fields_.count, "XT user fields");
   row.first_field = static_cast<std::uint32_t>(field_starts_.size());
   for (const XtField& field : type.fields) {
@@ -181,7 +183,7 @@ Result<void> XtNodes::readNodes(ByteReader reader) {
     row.offset = static_cast<std::uint32_t>(place - base_offset_);
     const std::int16_t number = reader.i16("XT node type");
     if (!reader.ok()) return reader.unexpected();
-    if (number == 1) break;
+    if (number == xt_type::kEndOfStream) break;
     if (number < 1) return fail("XT node type is " + std::to_string(number), place);
     auto known = type_rows.find(number);
     if (known == type_rows.end()) {

@@ -15,8 +15,6 @@
 
 namespace jttk::brep {
 
-inline constexpr int kFin = 17;  // type of the nodes that stand for sides of edges
-
 class XtNodes;
 
 // One node. Fields that the node's type lacks, or values past an array's end, read as 0 or null.

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "jttk/brep/xt_geometry.h"
+#include "jttk/brep/xt_node_types.h"
 
 namespace jttk::brep {
 namespace {
@@ -91,21 +92,21 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
   if (spline.degree < 1 || spline.degree > kMaximumDegree || spline.dimension < 2 || spline.dimension > 3 ||
       stored < 1) {
     problem = "degree, dimension or number of points makes no sense";
-    return kNone;
+    return kNoIndex;
   }
-  const XtNode vertices = node.pointer("bspline_vertices", 45);
+  const XtNode vertices = node.pointer("bspline_vertices", xt_type::kBsplineVertices);
   const std::size_t point_limit = static_cast<std::size_t>(stored) + static_cast<std::size_t>(spline.degree);
   const auto needed = static_cast<std::size_t>(stored) * static_cast<std::size_t>(stride);
   if (vertices.count() < needed) {
     problem = "fewer points than stated";
-    return kNone;
+    return kNoIndex;
   }
-  if (!takeNumbers(needed, problem)) return kNone;
+  if (!takeNumbers(needed, problem)) return kNoIndex;
   spline.points = vertices.reals("vertices", needed);
-  spline.knots =
-      expandKnots(node.pointer("knots", 128), node.pointer("knot_mult", 127), node.integer("n_knots"),
-                  point_limit + static_cast<std::size_t>(spline.degree) + 1);
-  if (!takeNumbers(spline.knots.size(), problem)) return kNone;
+  spline.knots = expandKnots(node.pointer("knots", xt_type::kKnotSet),
+                             node.pointer("knot_mult", xt_type::kKnotMultiplicities), node.integer("n_knots"),
+                             point_limit + static_cast<std::size_t>(spline.degree) + 1);
+  if (!takeNumbers(spline.knots.size(), problem)) return kNoIndex;
   const bool periodic = node.integer("periodic") != 0;
   if (periodic) closeKnots(spline.knots, spline.degree, static_cast<std::size_t>(stored));
   const std::size_t wanted = pointsForKnots(spline.knots.size(), spline.degree);
@@ -121,7 +122,7 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
       !weightsAreFine(spline.points, static_cast<std::size_t>(stride))) {
     problem = "a weight is not above zero";
   }
-  if (!problem.empty()) return kNone;
+  if (!problem.empty()) return kNoIndex;
   bodies_.curve_splines.push_back(std::move(spline));
   return static_cast<std::int32_t>(bodies_.curve_splines.size() - 1);
 }
@@ -137,23 +138,25 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
       spline.degree_v > kMaximumDegree || stored_u < 1 || stored_v < 1 ||
       node.integer("vertex_dim") != (spline.rational ? 4 : 3)) {
     problem = "degrees, dimension or number of points make no sense";
-    return kNone;
+    return kNoIndex;
   }
   const std::size_t stride = spline.rational ? 4 : 3;
   const auto n_u = static_cast<std::size_t>(stored_u);
   const auto n_v = static_cast<std::size_t>(stored_v);
-  const XtNode vertices = node.pointer("bspline_vertices", 45);
+  const XtNode vertices = node.pointer("bspline_vertices", xt_type::kBsplineVertices);
   if (vertices.count() / stride / n_u < n_v) {
     problem = "fewer points than stated";
-    return kNone;
+    return kNoIndex;
   }
-  if (!takeNumbers(n_u * n_v * stride, problem)) return kNone;
+  if (!takeNumbers(n_u * n_v * stride, problem)) return kNoIndex;
   const std::vector<double> net = vertices.reals("vertices", n_u * n_v * stride);
   const auto degree_u = static_cast<std::size_t>(spline.degree_u);
   const auto degree_v = static_cast<std::size_t>(spline.degree_v);
-  spline.knots_u = expandKnots(node.pointer("u_knots", 128), node.pointer("u_knot_mult", 127),
+  spline.knots_u = expandKnots(node.pointer("u_knots", xt_type::kKnotSet),
+                               node.pointer("u_knot_mult", xt_type::kKnotMultiplicities),
                                node.integer("n_u_knots"), n_u + 2 * degree_u + 1);
-  spline.knots_v = expandKnots(node.pointer("v_knots", 128), node.pointer("v_knot_mult", 127),
+  spline.knots_v = expandKnots(node.pointer("v_knots", xt_type::kKnotSet),
+                               node.pointer("v_knot_mult", xt_type::kKnotMultiplicities),
                                node.integer("n_v_knots"), n_v + 2 * degree_v + 1);
   std::size_t rows = n_u;
   std::size_t columns = n_v;
@@ -167,7 +170,7 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
   }
   // Periodic ones have the first points at their end once more.
   const std::size_t more = (rows * columns - n_u * n_v) * stride;
-  if (!takeNumbers(spline.knots_u.size() + spline.knots_v.size() + more, problem)) return kNone;
+  if (!takeNumbers(spline.knots_u.size() + spline.knots_v.size() + more, problem)) return kNoIndex;
   spline.points.reserve(rows * columns * stride);
   for (std::size_t i = 0; i < rows; ++i) {
     for (std::size_t j = 0; j < columns; ++j) {
@@ -183,7 +186,7 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
   if (problem.empty() && spline.rational && !weightsAreFine(spline.points, stride)) {
     problem = "a weight is not above zero";
   }
-  if (!problem.empty()) return kNone;
+  if (!problem.empty()) return kNoIndex;
   bodies_.surface_splines.push_back(std::move(spline));
   return static_cast<std::int32_t>(bodies_.surface_splines.size() - 1);
 }

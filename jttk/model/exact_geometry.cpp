@@ -7,6 +7,8 @@
 #include <bit>
 
 #include "host/path.h"
+#include "jttk/brep/read_xt_brep.h"
+#include "jttk/brep/tessellate.h"
 #include "jttk/mesh/append.h"
 #include "jttk/mesh/winding.h"
 #include "jttk/model/segment_kinds.h"
@@ -179,8 +181,8 @@ ShapeGeometry ExactGeometry::triangles(const Found& found, const brep::Bodies& b
   }
   for (std::size_t i = 0; i < std::min(made.losses.size(), kMaxToldFaces); ++i) {
     const brep::TessellationLoss& loss = made.losses[i];
-    losses.add(found, loss.face == brep::kNone ? loss.reason
-                                               : "face " + std::to_string(loss.face) + ": " + loss.reason);
+    losses.add(found, loss.face == brep::kNoIndex ? loss.reason
+                                                  : "face " + std::to_string(loss.face) + ": " + loss.reason);
   }
   if (made.losses.size() > kMaxToldFaces) {
     losses.add(found, std::to_string(made.losses.size() - kMaxToldFaces) + " more faces are lost");

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "jttk/brep/tessellate.h"
+#include "jttk/brep/bodies.h"
 #include "jttk/model/holder.h"
 #include "jttk/model/model.h"
 #include "jttk/model/tess_values.h"

@@ -6,7 +6,7 @@
 #include "host/directory.h"
 #include "host/path.h"
 #include "host/shown_text.h"
-#include "jttk/brep/tessellate.h"
+#include "jttk/brep/read_xt_brep.h"
 #include "jttk/model/unused_geometry.h"
 
 namespace jttk {

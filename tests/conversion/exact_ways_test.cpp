@@ -16,6 +16,7 @@
 #include "convert/job.h"
 #include "diag/program_seams.h"
 #include "host/path.h"
+#include "jttk/brep/read_xt_brep.h"
 #include "jttk/brep/tessellate.h"
 #include "jttk/brep/xt_model.h"
 #include "jttk/brep/xt_segment.h"

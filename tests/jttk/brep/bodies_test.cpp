@@ -145,7 +145,7 @@ TEST(Bodies, PlacementByAnAssemblyInTheStreamIsTold) {
   model.nodes().pointer(instance, "transform", transform);
   const TessellatedBodies made = tessellate(read(model), {});
   ASSERT_EQ(made.losses.size(), 1U);
-  EXPECT_EQ(made.losses[0].face, kNone);
+  EXPECT_EQ(made.losses[0].face, kNoIndex);
   EXPECT_EQ(made.losses[0].reason, "bodies that are placed by an assembly stay where they are");
   EXPECT_GT(made.bodies[0].shape.primitiveCount(), 0U);
 }

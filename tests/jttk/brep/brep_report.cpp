@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "jttk/brep/read_xt_brep.h"
 #include "jttk/brep/tessellate.h"
 #include "tests/jttk/brep/mesh_measures.h"
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "jttk/brep/tessellate.h"
+#include "jttk/brep/read_xt_brep.h"
 #include "tests/jttk/brep/models.h"
 
 namespace jttk::brep {

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "jttk/brep/edge_samples.h"
+#include "jttk/brep/read_xt_brep.h"
 #include "jttk/brep/tessellate.h"
 #include "jttk/brep/xt_nodes.h"
 #include "jttk/brep/xt_segment.h"
@@ -64,9 +65,9 @@ Bodies withTolerantEdges(Bodies bodies, double chord) {
     const Edge& edge = given.edges[e];
     const std::vector<Vec3> points = sampleEdge(geometry, edge, tolerances).points;
     for (const std::int32_t number : {edge.forward_fin, edge.backward_fin}) {
-      if (number == kNone || points.size() < 2) continue;
+      if (number == kNoIndex || points.size() < 2) continue;
       Fin& fin = bodies.fins[static_cast<std::size_t>(number)];
-      fin.curve = kNone;
+      fin.curve = kNoIndex;
       const std::int32_t on = given.faces[static_cast<std::size_t>(fin.face)].surface;
       const Surface& surface = geometry.surface(on);
       // Its parameters depend on how finely the spine was followed.
@@ -112,7 +113,7 @@ Bodies withTolerantEdges(Bodies bodies, double chord) {
       bodies.curves.push_back(basis);
       bodies.curves.push_back(trimmed);
     }
-    bodies.edges[e].curve = kNone;
+    bodies.edges[e].curve = kNoIndex;
     bodies.edges[e].tolerance = chord;
   }
   return bodies;

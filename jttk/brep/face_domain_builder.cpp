@@ -1,11 +1,12 @@
 // Faces are classified by how many of their unwrapped loops wind round the surface: none (flat, or a surface
 // that is closed by itself), one (a cap with a pole), two (a band).
-#include "jttk/brep/face_domain.h"
+#include "jttk/brep/face_domain_builder.h"
 
 #include <algorithm>
 #include <optional>
 
 #include "jttk/brep/domain_scale.h"
+#include "jttk/brep/edge_samples.h"
 #include "jttk/brep/seam.h"
 #include "jttk/brep/unwrap.h"
 
