@@ -1,12 +1,12 @@
-// Basis functions by the triangular recurrence, 0/0 = 0; the rows of degree p - 1 give the derivatives.
+// Basis functions by the triangular recurrence (C. de Boor, On Calculating with B-Splines, 1972), 0/0 = 0.
+// The row of degree p - 1 gives the derivatives; those of rational splines follow by the quotient rule (L.
+// Piegl, W. Tiller, The NURBS Book, 1997, chapters 2 to 4).
 #include "jttk/brep/bspline.h"
 
 #include <algorithm>
 
 namespace jttk::brep {
 namespace {
-
-constexpr int kMaximumDegree = 30;
 
 struct Basis {
   int span = 0;

@@ -5,6 +5,9 @@
 
 namespace jttk::brep {
 
+// Splines of a higher degree are not read: basis functions are held in arrays of this size.
+inline constexpr int kMaximumDegree = 30;
+
 struct CurvePoint {
   Vec3 p;
   Vec3 d;  // derivative

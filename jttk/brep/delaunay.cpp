@@ -1,9 +1,12 @@
-// Points go in one by one: walk to the triangle, split it, flip sides until all circles are empty again. All
+// Points go in one by one: walk to the triangle, split it, flip sides until all circles are empty again (C.
+// Lawson, Software for C1 Surface Interpolation, 1977). The walk goes through any side that the point is
+// beyond (O. Devillers, S. Pion, M. Teillaud, Walking in a Triangulation, 2002: visibility walk). All
 // decisions are exact. Constraints: delaunay_constraints.cpp.
 #include "jttk/brep/delaunay.h"
 
 #include <algorithm>
 
+#include "jttk/brep/precision.h"
 #include "jttk/brep/predicates.h"
 
 namespace jttk::brep {
@@ -12,6 +15,14 @@ namespace {
 // In steps: what an exact answer takes, and a new point with its triangles.
 constexpr std::uint64_t kStepsOfExactCircle = 4 * WorkCounter::kStepsPerEvaluation;
 constexpr std::uint64_t kStepsOfPoint = WorkCounter::kStepsPerEvaluation;
+// Distance of the frame from the box of all points, in sizes of the box.
+constexpr double kFrameDistance = 2;
+// Flips that constraints may take: a fixed number, and so many for each point.
+constexpr std::size_t kFreeFlips = 1'000'000;
+constexpr std::size_t kFlipsPerPoint = 200;
+// Triangles that a walk may enter: so many times all there are, and some more where there are few.
+constexpr std::size_t kVisitsPerTriangle = 4;
+constexpr std::size_t kFreeVisits = 16;
 
 }  // namespace
 
@@ -21,7 +32,7 @@ Triangulation::Triangulation(const Vec2& low, const Vec2& high, std::size_t expe
   points_.reserve(expected_points + kFramePoints);
   triangle_of_point_.reserve(expected_points + kFramePoints);
   triangles_.reserve(2 * expected_points + 2);
-  const double margin = std::max({high.u - low.u, high.v - low.v, 1e-9}) * 2;
+  const double margin = std::max({high.u - low.u, high.v - low.v, kSmallestFrame}) * kFrameDistance;
   points_ = {{low.u - margin, low.v - margin},
              {high.u + margin, low.v - margin},
              {high.u + margin, high.v + margin},
@@ -34,14 +45,15 @@ Triangulation::Triangulation(const Vec2& low, const Vec2& high, std::size_t expe
   second.corner = {0, 2, 3};
   second.neighbor = {kNoTriangle, kNoTriangle, 0};
   triangles_ = {first, second};
-  flips_left_ = 1'000'000 + 200 * expected_points;
+  flips_left_ = kFreeFlips + kFlipsPerPoint * expected_points;
 }
 
-Triangulation::Place Triangulation::locate(const Vec2& p, std::uint32_t from) const {
+Triangulation::Location Triangulation::locate(const Vec2& p, std::uint32_t from) const {
   std::uint32_t t = from;
   std::uint32_t came_from = kNoTriangle;
   // A walk in a Delaunay triangulation cannot go in circles; with constraints it could, hence the bound.
-  for (std::size_t step = 0; step < 4 * triangles_.size() + 16 && work_.mayWork(); ++step) {
+  for (std::size_t step = 0; step < kVisitsPerTriangle * triangles_.size() + kFreeVisits && work_.mayWork();
+       ++step) {
     work_.spendSteps();
     const Triangle& triangle = triangles_[t];
     int on = -1;
@@ -64,7 +76,7 @@ Triangulation::Place Triangulation::locate(const Vec2& p, std::uint32_t from) co
       }
     }
     if (moved) continue;
-    Place found{t, -1, -1};
+    Location found{t, -1, -1};
     if (zeros == 0) {
       // The side through which the search entered was not tested above.
       for (int i = 0; i < 3; ++i) {
@@ -127,6 +139,23 @@ void Triangulation::splitTriangle(std::uint32_t t, std::uint32_t p) {
   for (const std::uint32_t m : made) changed(m);
 }
 
+void Triangulation::makeHalf(const Triangle& split, std::uint32_t before, int side, std::uint32_t p,
+                             const Half& half) {
+  Triangle made;
+  made.inside = split.inside;
+  made.corner = {p, half.corners[0], half.corners[1]};
+  made.neighbor = {split.neighbor[at(half.kept_side)], half.neighbors[0], half.neighbors[1]};
+  made.turns[0] = split.turns[at(half.kept_side)];
+  made.fixed[0] = split.fixed[at(half.kept_side)];
+  made.done[0] = split.done[at(half.kept_side)];
+  made.turns[at(half.half_side)] = split.turns[at(side)];
+  made.fixed[at(half.half_side)] = split.fixed[at(side)];
+  triangles_[half.number] = made;
+  if (made.neighbor[0] == kNoTriangle) return;
+  const int back = sideTo(made.neighbor[0], before);
+  if (back >= 0) link(made.neighbor[0], back, half.number);
+}
+
 void Triangulation::splitSide(std::uint32_t t, int side, std::uint32_t p) {
   const Triangle old = triangles_[t];
   const std::uint32_t other = old.neighbor[at(side)];
@@ -140,37 +169,18 @@ void Triangulation::splitSide(std::uint32_t t, int side, std::uint32_t p) {
     o2 = static_cast<std::uint32_t>(triangles_.size());
     triangles_.emplace_back();
   }
-  // t becomes (p, apex, a), t2 becomes (p, b, apex).
-  const auto half = [&](std::uint32_t number, const Triangle& from, int split_side, int kept_side,
-                        std::uint32_t c1, std::uint32_t c2, std::uint32_t n1, std::uint32_t n2, int half_side,
-                        std::uint32_t before) {
-    Triangle made;
-    made.inside = from.inside;
-    made.corner = {p, c1, c2};
-    made.neighbor = {from.neighbor[at(kept_side)], n1, n2};
-    made.turns[0] = from.turns[at(kept_side)];
-    made.fixed[0] = from.fixed[at(kept_side)];
-    made.done[0] = from.done[at(kept_side)];
-    made.turns[at(half_side)] = from.turns[at(split_side)];
-    made.fixed[at(half_side)] = from.fixed[at(split_side)];
-    triangles_[number] = made;
-    if (made.neighbor[0] != kNoTriangle) {
-      const int back = sideTo(made.neighbor[0], before);
-      if (back >= 0) link(made.neighbor[0], back, number);
-    }
-  };
   const Triangle old_other = other == kNoTriangle ? Triangle{} : triangles_[other];
-  // Sides of (p, c1, c2): 0 is c1-c2, 1 is c2-p, 2 is p-c1.
-  half(t, old, side, previous(side), apex, a, o2 == kNoTriangle ? kNoTriangle : o2, t2, 1, t);
-  half(t2, old, side, next(side), b, apex, t, other, 2, t);
+  // Sides of (p, c1, c2): 0 is c1-c2, 1 is c2-p, 2 is p-c1. t becomes (p, apex, a), t2 becomes (p, b, apex).
+  makeHalf(old, t, side, p, {t, previous(side), {apex, a}, {o2, t2}, 1});
+  makeHalf(old, t, side, p, {t2, next(side), {b, apex}, {t, other}, 2});
   if (other != kNoTriangle) {
     int other_side = 0;
     while (old_other.corner[at(next(other_side))] != b || old_other.corner[at(previous(other_side))] != a)
       ++other_side;
     const std::uint32_t far = old_other.corner[at(other_side)];
     // other becomes (p, far, b), o2 becomes (p, a, far).
-    half(other, old_other, other_side, previous(other_side), far, b, t2, o2, 1, other);
-    half(o2, old_other, other_side, next(other_side), a, far, other, t, 2, other);
+    makeHalf(old_other, other, other_side, p, {other, previous(other_side), {far, b}, {t2, o2}, 1});
+    makeHalf(old_other, other, other_side, p, {o2, next(other_side), {a, far}, {other, t}, 2});
   }
   for (const std::uint32_t m : {t, t2, other, o2}) {
     if (m == kNoTriangle) continue;
@@ -258,7 +268,7 @@ void Triangulation::legalize(std::uint32_t p) {
   suspects_.clear();
 }
 
-std::uint32_t Triangulation::place(const Vec2& p, const Place& found) {
+std::uint32_t Triangulation::insertAt(const Vec2& p, const Location& found) {
   if (found.triangle == kNoTriangle) return kNoTriangle;
   if (found.corner >= 0) return triangles_[found.triangle].corner[at(found.corner)];
   work_.spendSteps(kStepsOfPoint);
@@ -275,14 +285,14 @@ std::uint32_t Triangulation::place(const Vec2& p, const Place& found) {
   return number;
 }
 
-std::uint32_t Triangulation::insert(const Vec2& p) { return place(p, locate(p, last_)); }
+std::uint32_t Triangulation::insert(const Vec2& p) { return insertAt(p, locate(p, last_)); }
 
 std::uint32_t Triangulation::refine(std::uint32_t t, const Vec2& p) {
-  const Place found = locate(p, t);
+  const Location found = locate(p, t);
   if (found.triangle == kNoTriangle || found.corner >= 0 || !triangles_[found.triangle].inside)
     return kNoTriangle;
   if (found.side >= 0 && triangles_[found.triangle].fixed[at(found.side)]) return kNoTriangle;
-  return place(p, found);
+  return insertAt(p, found);
 }
 
 bool Triangulation::markInside() {

@@ -64,15 +64,26 @@ class Triangulation {
   static constexpr int previous(int i) { return i == 0 ? 2 : i - 1; }
   static constexpr std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-  struct Place {
+  struct Location {
     std::uint32_t triangle = kNoTriangle;
     int side = -1;    // >= 0: on that side
     int corner = -1;  // >= 0: at that corner
   };
-  [[nodiscard]] Place locate(const Vec2& p, std::uint32_t from) const;
-  std::uint32_t place(const Vec2& p, const Place& at);
+  [[nodiscard]] Location locate(const Vec2& p, std::uint32_t from) const;
+  // The number of the point, put where locate() found it.
+  std::uint32_t insertAt(const Vec2& p, const Location& found);
   void splitTriangle(std::uint32_t t, std::uint32_t p);
   void splitSide(std::uint32_t t, int side, std::uint32_t p);
+  // One of the two triangles that replace a triangle whose side is split.
+  struct Half {
+    std::uint32_t number;  // becomes (p, corners)
+    int kept_side;         // of the split triangle: opposite to p from now on
+    std::array<std::uint32_t, 2> corners;
+    std::array<std::uint32_t, 2> neighbors;  // at sides 1 and 2
+    int half_side;                           // which of these is half of the split side
+  };
+  // `split`: the triangle as it was, `before`: its number; `side`: which of its sides is split at p.
+  void makeHalf(const Triangle& split, std::uint32_t before, int side, std::uint32_t p, const Half& half);
   void legalize(std::uint32_t p);
   void flip(std::uint32_t t, int side);
   void link(std::uint32_t t, int side, std::uint32_t neighbor);

@@ -1,5 +1,6 @@
 // A constraint edge is made by flipping away the edges that it crosses; then the edges that came instead are
-// made Delaunay again. All decisions are exact.
+// made Delaunay again (S. Sloan, A Fast Algorithm for Generating Constrained Delaunay Triangulations, 1993).
+// All decisions are exact.
 #include <deque>
 #include <tuple>
 
@@ -44,8 +45,8 @@ std::pair<std::uint32_t, int> Triangulation::findFirstCrossed(std::uint32_t a, s
       const double turn_left = orient2d(from, to, points_[left]);
       for (const auto& [corner, turn] : {std::pair{right, turn_right}, std::pair{left, turn_left}}) {
         const Vec2 ahead = points_[corner] - from;
-        const Vec2 way = to - from;
-        if (turn == 0 && ahead.u * way.u + ahead.v * way.v > 0) {
+        const Vec2 along = to - from;
+        if (turn == 0 && ahead.u * along.u + ahead.v * along.v > 0) {
           blocking = {corner, corner};
           return {kNoTriangle, -1};
         }

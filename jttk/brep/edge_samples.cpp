@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "host/portable_math.h"
+#include "jttk/brep/precision.h"
 
 namespace jttk::brep {
 namespace {
@@ -14,8 +15,12 @@ constexpr std::size_t kMaximumPoints = 16384;
 constexpr int kMaximumDepth = 14;
 // Pieces of a closed edge at least; fewer could collapse to a line.
 constexpr int kRingPieces = 6;
-// A curve whose ends are closer than this counts as closed, in metres.
-constexpr double kSmallestGap = 1e-6;
+// Where a piece is compared with its chord in addition to its middle, in shares of the piece: not symmetric,
+// so that an S-shaped piece, which passes through the middle of its chord, is seen.
+constexpr double kOtherProbes[] = {0.2, 0.75};
+// Copies of a break, one period apart, that may lie inside the parameters of an edge: an edge goes round once
+// at most and may begin anywhere.
+constexpr int kMaximumPeriods = 3;
 
 class Sampler {
  public:
@@ -121,25 +126,26 @@ class Sampler {
         sampleNearlyClosed(curve, limits);
         return;
       }
-      const double from = isRing() ? limits.low : geometry_.nearest(curve, startPoint(), std::nan(""), 1e-9);
+      const double from =
+          isRing() ? limits.low : geometry_.nearest(curve, startPoint(), std::nan(""), kSamePoint);
       sampleBetween(curve, from, curve.reversed ? from - period : from + period);
       return;
     }
-    double from = geometry_.nearest(curve, startPoint(), std::nan(""), 1e-9);
-    double to = geometry_.nearest(curve, endPoint(), std::nan(""), 1e-9);
+    double from = geometry_.nearest(curve, startPoint(), std::nan(""), kSamePoint);
+    double to = geometry_.nearest(curve, endPoint(), std::nan(""), kSamePoint);
     if (period > 0) {
       // Forward from `from` to `to`, at most once round.
-      double way = curve.reversed ? from - to : to - from;
-      way -= period * std::floor(way / period);
-      if (way < period * 1e-9) way = period;
-      to = curve.reversed ? from - way : from + way;
+      double sweep = curve.reversed ? from - to : to - from;
+      sweep -= period * std::floor(sweep / period);
+      if (sweep < period * kPeriodRounding) sweep = period;
+      to = curve.reversed ? from - sweep : from + sweep;
     }
     sampleBetween(curve, from, to);
   }
 
   // A curve that closes only within tolerance: all of it is sampled.
   void sampleNearlyClosed(const Curve& curve, const Range& limits) {
-    const double gap = std::max(kSmallestGap, edge_.tolerance);
+    const double gap = std::max(kClosingGap, edge_.tolerance);
     if (!limits.bounded() ||
         distance(geometry_.at(curve, limits.low).p, geometry_.at(curve, limits.high).p) > gap ||
         (!isRing() && distance(geometry_.at(curve, limits.low).p, startPoint()) > gap)) {
@@ -150,52 +156,65 @@ class Sampler {
                   curve.reversed ? limits.low : limits.high);
   }
 
-  // Smooth pieces of the curve between two parameters, in that order.
-  std::vector<double> pieces(const Curve& curve, double from, double to) {
-    const Curve& basis = curve.kind == CurveKind::Trimmed ? geometry_.curve(curve.basis) : curve;
-    std::vector<double> places{from};
+  // Breaks of the curve between two parameters, in that order; a break of a closed curve also one period on.
+  void addBreaks(const Curve& basis, double from, double to, std::vector<double>& parameters) {
     const double low = std::min(from, to);
     const double high = std::max(from, to);
+    const double period = geometry_.period(basis);
+    std::vector<double> inside;
+    for (const double t : geometry_.breaks(basis)) {
+      double k = period > 0 ? std::ceil((low - t) / period) : 0;
+      for (int turn = 0; turn < kMaximumPeriods; ++turn, ++k) {
+        const double copy = t + k * period;
+        if (copy > low && copy < high) inside.push_back(copy);
+        if (!(period > 0)) break;
+      }
+    }
+    std::sort(inside.begin(), inside.end());
+    inside.erase(std::unique(inside.begin(), inside.end()), inside.end());
+    if (to < from) std::reverse(inside.begin(), inside.end());
+    parameters.insert(parameters.end(), inside.begin(), inside.end());
+  }
+
+  // Even pieces of a circle that keep the tolerances.
+  void addArcs(const Curve& circle, double from, double to, std::vector<double>& parameters) const {
+    const double sweep = std::abs(to - from);
+    const double r = circle.radius;
+    double step = r > tolerances_.chord ? 2 * portable::acos(1 - tolerances_.chord / r) : std::numbers::pi;
+    double angle_step = tolerances_.angle;
+    if (tolerances_.minimum_edge > 0) angle_step = std::max(angle_step, tolerances_.minimum_edge / r);
+    step = std::min(step, angle_step);
+    const double count = std::clamp(std::ceil(sweep / step - kPieceRounding), 1.0, double{kMaximumPoints});
+    for (int i = 1; i < static_cast<int>(count); ++i) parameters.push_back(from + (to - from) * i / count);
+  }
+
+  // The ends of smooth pieces of the curve between two parameters, in that order.
+  std::vector<double> pieces(const Curve& curve, double from, double to) {
+    const Curve& basis = curve.kind == CurveKind::Trimmed ? geometry_.curve(curve.basis) : curve;
+    std::vector<double> parameters{from};
     if (basis.kind == CurveKind::BSpline || basis.kind == CurveKind::OnSurface) {
-      const double period = geometry_.period(basis);
-      std::vector<double> inside;
-      for (const double t : geometry_.breaks(basis)) {
-        double k = period > 0 ? std::ceil((low - t) / period) : 0;
-        for (int turn = 0; turn < 3; ++turn, ++k) {
-          const double place = t + k * period;
-          if (place > low && place < high) inside.push_back(place);
-          if (!(period > 0)) break;
-        }
-      }
-      std::sort(inside.begin(), inside.end());
-      inside.erase(std::unique(inside.begin(), inside.end()), inside.end());
-      if (to < from) std::reverse(inside.begin(), inside.end());
-      places.insert(places.end(), inside.begin(), inside.end());
+      addBreaks(basis, from, to, parameters);
     } else if (basis.kind == CurveKind::Circle) {
-      const double sweep = std::abs(to - from);
-      const double r = basis.radius;
-      double step = r > tolerances_.chord ? 2 * portable::acos(1 - tolerances_.chord / r) : std::numbers::pi;
-      double angle_step = tolerances_.angle;
-      if (tolerances_.minimum_edge > 0) angle_step = std::max(angle_step, tolerances_.minimum_edge / r);
-      step = std::min(step, angle_step);
-      const double count = std::clamp(std::ceil(sweep / step - 1e-9), 1.0, double{kMaximumPoints});
-      for (int i = 1; i < static_cast<int>(count); ++i) places.push_back(from + (to - from) * i / count);
-    }
-    if (basis.kind == CurveKind::Line) {
+      addArcs(basis, from, to, parameters);
+    } else if (basis.kind == CurveKind::Line) {
       for (int i = 1; i < tolerances_.line_pieces; ++i)
-        places.push_back(from + (to - from) * i / tolerances_.line_pieces);
+        parameters.push_back(from + (to - from) * i / tolerances_.line_pieces);
     }
-    places.push_back(to);
-    if (isClosed() && places.size() < kRingPieces + 1) {
-      std::vector<double> more;
-      for (std::size_t i = 0; i + 1 < places.size(); ++i) {
-        const auto parts = static_cast<int>(kRingPieces / (places.size() - 1) + 1);
-        for (int k = 0; k < parts; ++k) more.push_back(places[i] + (places[i + 1] - places[i]) * k / parts);
-      }
-      more.push_back(to);
-      places.swap(more);
+    parameters.push_back(to);
+    if (isClosed() && parameters.size() < kRingPieces + 1) splitEvenly(parameters);
+    return parameters;
+  }
+
+  // So that there are at least kRingPieces.
+  static void splitEvenly(std::vector<double>& parameters) {
+    std::vector<double> more;
+    for (std::size_t i = 0; i + 1 < parameters.size(); ++i) {
+      const auto parts = static_cast<int>(kRingPieces / (parameters.size() - 1) + 1);
+      for (int k = 0; k < parts; ++k)
+        more.push_back(parameters[i] + (parameters[i + 1] - parameters[i]) * k / parts);
     }
-    return places;
+    more.push_back(parameters.back());
+    parameters.swap(more);
   }
 
   void sampleBetween(const Curve& curve, double from, double to) {
@@ -203,55 +222,67 @@ class Sampler {
       samples_.problem = "an edge without length";
       return;
     }
-    const std::vector<double> places = pieces(curve, from, to);
+    const std::vector<double> parameters = pieces(curve, from, to);
     const Curve& basis = curve.kind == CurveKind::Trimmed ? geometry_.curve(curve.basis) : curve;
-    CurvePoint last = geometry_.at(curve, from);
-    samples_.points.push_back(last.p);
     const double direction = to < from ? -1 : 1;
-    last.d = last.d * direction;
-    for (std::size_t i = 1; i < places.size() && geometry_.mayWork(); ++i) {
-      CurvePoint here = geometry_.at(curve, places[i]);
-      here.d = here.d * direction;
-      if (basis.kind != CurveKind::Line && basis.kind != CurveKind::Circle) {
-        halve(curve, places[i - 1], last, places[i], here, direction, 0);
-      }
+    const Sampled sampled{curve, direction};
+    Sample last = sampleAt(sampled, from);
+    samples_.points.push_back(last.p);
+    for (std::size_t i = 1; i < parameters.size() && geometry_.mayWork(); ++i) {
+      const Sample here = sampleAt(sampled, parameters[i]);
+      if (basis.kind != CurveKind::Line && basis.kind != CurveKind::Circle) halve(sampled, last, here, 0);
       samples_.points.push_back(here.p);
       last = here;
     }
   }
 
   [[nodiscard]] bool tooSharp(double angle, double size) const {
-    return angle > tolerances_.angle && size > 2 * tolerances_.minimum_edge && size > 1e-9;
+    return angle > tolerances_.angle && size > 2 * tolerances_.minimum_edge && size > kSamePoint;
   }
 
-  void halve(const Curve& curve, double t0, const CurvePoint& p0, double t1, const CurvePoint& p1,
-             double direction, int depth) {
+  // A curve and the direction that it is sampled in: 1, or -1 against its parameter.
+  struct Sampled {
+    const Curve& curve;
+    double direction;
+  };
+  struct Sample {
+    double t;
+    Vec3 p;
+    Vec3 d;  // derivative in the direction of sampling
+  };
+  Sample sampleAt(const Sampled& sampled, double t) {
+    const CurvePoint at = geometry_.at(sampled.curve, t);
+    return {t, at.p, at.d * sampled.direction};
+  }
+
+  // Points between two samples, by halving the piece until it is fine.
+  void halve(const Sampled& sampled, const Sample& from, const Sample& to, int depth) {
     if (depth >= kMaximumDepth || samples_.points.size() >= kMaximumPoints || !geometry_.mayWork()) return;
-    const double t = (t0 + t1) / 2;
-    CurvePoint middle = geometry_.at(curve, t);
-    middle.d = middle.d * direction;
-    const double size = distance(p0.p, middle.p) + distance(middle.p, p1.p);
-    bool split = distanceToChord(middle.p, p0.p, p1.p) > tolerances_.chord ||
-                 tooSharp(angleBetween(p0.d, p1.d), size) || tooSharp(2 * angleBetween(p0.d, middle.d), size);
-    for (const double s : {0.2, 0.75}) {
+    const Sample middle = sampleAt(sampled, (from.t + to.t) / 2);
+    const double size = distance(from.p, middle.p) + distance(middle.p, to.p);
+    bool split = distanceToChord(middle.p, from.p, to.p) > tolerances_.chord ||
+                 tooSharp(angleBetween(from.d, to.d), size) ||
+                 tooSharp(2 * angleBetween(from.d, middle.d), size);
+    for (const double s : kOtherProbes) {
       if (split) break;
-      split = distanceToChord(geometry_.at(curve, t0 + (t1 - t0) * s).p, p0.p, p1.p) > tolerances_.chord;
+      const Vec3 probe = geometry_.at(sampled.curve, from.t + (to.t - from.t) * s).p;
+      split = distanceToChord(probe, from.p, to.p) > tolerances_.chord;
     }
     if (!split) return;
-    halve(curve, t0, p0, t, middle, direction, depth + 1);
+    halve(sampled, from, middle, depth + 1);
     samples_.points.push_back(middle.p);
-    halve(curve, t, middle, t1, p1, direction, depth + 1);
+    halve(sampled, middle, to, depth + 1);
   }
 
   // Chart parameter (index + fraction) nearest to p.
-  double chartPlace(const std::vector<Vec3>& chart, const Vec3& p) {
+  double chartParameter(const std::vector<Vec3>& chart, const Vec3& p) {
     geometry_.counter().spendSteps(chart.size());
     double best = 0;
     double best_size = std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i + 1 < chart.size(); ++i) {
-      const Vec3 way = chart[i + 1] - chart[i];
-      const double t = std::clamp(dot(p - chart[i], way) / dot(way, way), 0.0, 1.0);
-      const double size = distance(p, chart[i] + way * t);
+      const Vec3 chord = chart[i + 1] - chart[i];
+      const double t = std::clamp(dot(p - chart[i], chord) / dot(chord, chord), 0.0, 1.0);
+      const double size = distance(p, chart[i] + chord * t);
       if (size < best_size) {
         best_size = size;
         best = static_cast<double>(i) + t;
@@ -281,32 +312,13 @@ class Sampler {
   }
 
   void sampleIntersection(const Curve& curve, bool backward) {
-    const auto& chart = curve.chart;
-    const auto last = static_cast<double>(chart.size() - 1);
-    std::vector<Vec3> coarse;
-    geometry_.counter().spendEvaluations(chart.size());
+    geometry_.counter().spendEvaluations(curve.chart.size());
     if (!geometry_.mayWork()) return;
     if (isClosed() && !curve.closed) {
       samples_.problem = "a closed edge on an open curve";
       return;
     }
-    double from = isRing() ? 0 : chartPlace(chart, startPoint());
-    double to = isRing() ? last : chartPlace(chart, endPoint());
-    // On an open curve the positions of the vertices along the chart decide the direction, not the stored
-    // senses.
-    const bool swapped = curve.closed ? backward : from > to;
-    if (swapped && !isRing()) std::swap(from, to);
-    if (curve.closed && !(from < to)) to += last;
-    coarse.push_back(isRing() ? chart.front() : (swapped ? endPoint() : startPoint()));
-    const auto first_inside = static_cast<std::size_t>(from + 1e-7) + 1;
-    for (std::size_t k = first_inside; static_cast<double>(k) < to - 1e-7; ++k) {
-      const Vec3& p = chart[k % (curve.closed ? chart.size() - 1 : chart.size())];
-      if (distance(p, coarse.back()) > 1e-9) coarse.push_back(p);
-    }
-    const Vec3 end = isRing() ? chart.front() : (swapped ? startPoint() : endPoint());
-    if (coarse.size() > 1 && distance(coarse.back(), end) < 1e-9) coarse.pop_back();
-    coarse.push_back(end);
-    if (swapped) std::reverse(coarse.begin(), coarse.end());
+    const std::vector<Vec3> coarse = chartPoints(curve, backward);
     Geometry::Crossing crossing;
     const bool has_surfaces = sides(curve, crossing.surfaces);
     samples_.points.push_back(coarse.front());
@@ -319,10 +331,35 @@ class Sampler {
     }
   }
 
+  // The edge's ends and the chart's points between them, from its start to its end.
+  std::vector<Vec3> chartPoints(const Curve& curve, bool backward) {
+    const auto& chart = curve.chart;
+    const auto last = static_cast<double>(chart.size() - 1);
+    std::vector<Vec3> coarse;
+    double from = isRing() ? 0 : chartParameter(chart, startPoint());
+    double to = isRing() ? last : chartParameter(chart, endPoint());
+    // On an open curve the positions of the vertices along the chart decide the direction, not the stored
+    // senses.
+    const bool swapped = curve.closed ? backward : from > to;
+    if (swapped && !isRing()) std::swap(from, to);
+    if (curve.closed && !(from < to)) to += last;
+    coarse.push_back(isRing() ? chart.front() : (swapped ? endPoint() : startPoint()));
+    const auto first_inside = static_cast<std::size_t>(from + kChartStep) + 1;
+    for (std::size_t k = first_inside; static_cast<double>(k) < to - kChartStep; ++k) {
+      const Vec3& p = chart[k % (curve.closed ? chart.size() - 1 : chart.size())];
+      if (distance(p, coarse.back()) > kSamePoint) coarse.push_back(p);
+    }
+    const Vec3 end = isRing() ? chart.front() : (swapped ? startPoint() : endPoint());
+    if (coarse.size() > 1 && distance(coarse.back(), end) < kSamePoint) coarse.pop_back();
+    coarse.push_back(end);
+    if (swapped) std::reverse(coarse.begin(), coarse.end());
+    return coarse;
+  }
+
   void follow(Geometry::Crossing& crossing, const Vec3& a, const Vec3& b, int depth) {
     if (depth >= kMaximumDepth || samples_.points.size() >= kMaximumPoints || !geometry_.mayWork()) return;
     const double size = distance(a, b);
-    if (!(size > 1e-9)) return;
+    if (!(size > kSamePoint)) return;
     const auto between = [&](double s, Vec3& p) {
       p = a + (b - a) * s;
       return geometry_.relax(crossing, p, (b - a) * (1 / size), size, touching_);
@@ -332,7 +369,7 @@ class Sampler {
     bool split = distanceToChord(middle, a, b) > tolerances_.chord ||
                  tooSharp(2 * angleBetween(middle - a, b - middle), size);
     if (!split && depth == 0) {
-      for (const double s : {0.2, 0.75}) {
+      for (const double s : kOtherProbes) {
         Vec3 p;
         if (between(s, p) && distanceToChord(p, a, b) > tolerances_.chord) split = true;
       }
@@ -353,10 +390,10 @@ class Sampler {
 }  // namespace
 
 double distanceToChord(const Vec3& p, const Vec3& a, const Vec3& b) {
-  const Vec3 way = b - a;
-  const double size = dot(way, way);
-  const double t = size > 0 ? std::clamp(dot(p - a, way) / size, 0.0, 1.0) : 0;
-  return distance(p, a + way * t);
+  const Vec3 chord = b - a;
+  const double size = dot(chord, chord);
+  const double t = size > 0 ? std::clamp(dot(p - a, chord) / size, 0.0, 1.0) : 0;
+  return distance(p, a + chord * t);
 }
 
 EdgeSamples sampleEdge(Geometry& geometry, const Edge& edge, const Tolerances& tolerances) {

@@ -27,6 +27,12 @@ struct DomainPoint {
 
 using DomainLoop = std::vector<DomainPoint>;
 
+DomainLoop moved(DomainLoop loop, Vec2 by);
+// So that it runs against its former direction.
+void reverseLoop(DomainLoop& loop);
+// Whether p lies inside the polygon.
+[[nodiscard]] bool isInside(const DomainLoop& polygon, Vec2 p);
+
 // A request to sample an edge more finely: the edge, and the factor for its tolerance.
 struct EdgeWish {
   std::uint32_t edge = kNoEdge;

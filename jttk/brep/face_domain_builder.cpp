@@ -7,35 +7,32 @@
 
 #include "jttk/brep/domain_scale.h"
 #include "jttk/brep/edge_samples.h"
+#include "jttk/brep/precision.h"
 #include "jttk/brep/seam.h"
 #include "jttk/brep/unwrap.h"
 
 namespace jttk::brep {
 namespace {
 
+// Copies of a pole in a row: at least half of this where a loop is opposite, twice this where there is none.
 constexpr std::size_t kPoleRowPieces = 12;
+constexpr std::size_t kMaximumPoleRow = 256;
+// Points of a line of the parameter plane that are compared to see a pole, its first one not counted.
+constexpr int kPoleProbes = 5;
+// Lines that are tried as the cut of a surface that is closed both ways. They begin a small share of the
+// period beside its start, where points of loops are likely.
+constexpr int kTriedCuts = 64;
+constexpr int kCutOffsetParts = 200;
+// A hole may have been unwrapped up to so many periods from its face.
+constexpr int kMaximumHoleShift = 3;
 // Largest distance, in chord tolerances, between a piece of an edge and the surface point over the middle of
 // its straight image in the parameter plane.
 constexpr double kMaximumStray = 2;
-
-void reverseLoop(DomainLoop& loop) {
-  if (loop.empty()) return;
-  std::reverse(loop.begin(), loop.end());
-  // A point's `edge` is that of the piece after it: in the reversed loop, of the piece that was before it.
-  const std::uint32_t first = loop.front().edge;
-  for (std::size_t i = 0; i + 1 < loop.size(); ++i) loop[i].edge = loop[i + 1].edge;
-  loop.back().edge = first;
-}
-
-bool isInside(const DomainLoop& polygon, Vec2 p) {
-  bool inside = false;
-  for (std::size_t i = 0, j = polygon.size() - 1; i < polygon.size(); j = i++) {
-    const Vec2 a = polygon[i].uv;
-    const Vec2 b = polygon[j].uv;
-    if ((a.v > p.v) != (b.v > p.v) && p.u < (b.u - a.u) * (p.v - a.v) / (b.v - a.v) + a.u) inside = !inside;
-  }
-  return inside;
-}
+// An edge that strays more is sampled more finely: its tolerance is aimed at this share of what would do (its
+// stray falls about as its tolerance does), by a factor within these limits.
+constexpr double kStrayAim = 0.7;
+constexpr double kSmallestFactor = 1.0 / 1024;
+constexpr double kLargestFactor = 0.25;
 
 class Builder {
  public:
@@ -96,8 +93,8 @@ class Builder {
       const Vec3 middle = geometry_.at(domain_.surface, (a.uv + end) * 0.5).p;
       const double off = distanceToChord(middle, points_[a.id], points_[b.id]);
       if (!(off > kMaximumStray * tolerances_.chord)) continue;
-      domain_.wishes.push_back(
-          {a.edge, std::clamp(0.7 * kMaximumStray * tolerances_.chord / off, 1.0 / 1024, 0.25)});
+      domain_.wishes.push_back({a.edge, std::clamp(kStrayAim * kMaximumStray * tolerances_.chord / off,
+                                                   kSmallestFactor, kLargestFactor)});
     }
   }
 
@@ -119,7 +116,7 @@ class Builder {
     const Surface& s = domain_.surface;
     const bool up = in_u ? turn.u > 0 : turn.v < 0;
     if (s.kind == SurfaceKind::Cone) {
-      if (std::abs(s.sin_half_angle) < 1e-9) return std::nullopt;
+      if (std::abs(s.sin_half_angle) < kNoSine) return std::nullopt;
       const double apex = -s.radius * s.cos_half_angle / s.sin_half_angle;
       const Vec2 first = first_point_;
       if (up != (apex > first.v)) return std::nullopt;
@@ -127,24 +124,25 @@ class Builder {
     }
     const Range& range = in_u ? box_.v : box_.u;
     if (!range.bounded() || (in_u ? box_.period_v : box_.period_u) > 0) return std::nullopt;
-    const double place = up ? range.high : range.low;
-    const Range& way = in_u ? box_.u : box_.v;
-    const Vec3 p = geometry_.at(s, in_u ? Vec2{way.low, place} : Vec2{place, way.low}).p;
-    for (int i = 1; i < 5; ++i) {
-      const double x = way.low + way.size() * i / 5;
-      if (distance(p, geometry_.at(s, in_u ? Vec2{x, place} : Vec2{place, x}).p) > 1e-7) return std::nullopt;
+    const double coordinate = up ? range.high : range.low;
+    const Range& along = in_u ? box_.u : box_.v;
+    const Vec3 p = geometry_.at(s, in_u ? Vec2{along.low, coordinate} : Vec2{coordinate, along.low}).p;
+    for (int i = 1; i < kPoleProbes; ++i) {
+      const double x = along.low + along.size() * i / kPoleProbes;
+      if (distance(p, geometry_.at(s, in_u ? Vec2{x, coordinate} : Vec2{coordinate, x}).p) > kPoleSize)
+        return std::nullopt;
     }
-    return place;
+    return coordinate;
   }
 
   // `count` copies of the pole in the parameter plane, running against `turn` from `start` + turn.
-  DomainLoop poleRow(Vec2 turn, double place, Vec2 start, std::size_t count) {
+  DomainLoop poleRow(Vec2 turn, double coordinate, Vec2 start, std::size_t count) {
     const bool in_u = turn.u != 0;
     DomainLoop row;
     const auto id = static_cast<std::uint32_t>(points_.size());
     for (std::size_t i = 0; i < count; ++i) {
       Vec2 uv = start + turn * (1 - static_cast<double>(i) / static_cast<double>(count));
-      (in_u ? uv.v : uv.u) = place;
+      (in_u ? uv.v : uv.u) = coordinate;
       row.push_back({uv, id, kNoEdge});
     }
     points_.push_back(geometry_.at(domain_.surface, row[0].uv).p);
@@ -160,10 +158,10 @@ class Builder {
   // A surface periodic in u and v, cut along one line of each.
   void wholeTorus(const std::vector<DomainLoop>& holes) {
     // A coordinate at which the cut crosses no hole.
-    const auto freePlace = [&](bool in_u) {
+    const auto freeCoordinate = [&](bool in_u) {
       const double period = in_u ? box_.period_u : box_.period_v;
-      for (int i = 0; i < 64; ++i) {
-        const double place = period * i / 64 + period / 200;
+      for (int i = 0; i < kTriedCuts; ++i) {
+        const double coordinate = period * i / kTriedCuts + period / kCutOffsetParts;
         bool free = true;
         for (const DomainLoop& hole : holes) {
           double low = std::numeric_limits<double>::infinity();
@@ -172,15 +170,15 @@ class Builder {
             low = std::min(low, in_u ? p.uv.u : p.uv.v);
             high = std::max(high, in_u ? p.uv.u : p.uv.v);
           }
-          const double first = place + period * std::ceil((low - place) / period);
+          const double first = coordinate + period * std::ceil((low - coordinate) / period);
           if (first <= high) free = false;
         }
-        if (free) return std::optional<double>(place);
+        if (free) return std::optional<double>(coordinate);
       }
       return std::optional<double>();
     };
-    const std::optional<double> u0 = freePlace(true);
-    const std::optional<double> v0 = freePlace(false);
+    const std::optional<double> u0 = freeCoordinate(true);
+    const std::optional<double> v0 = freeCoordinate(false);
     if (!u0 || !v0) return fail("no free way for the seams");
     const Vec2 turn_u{box_.period_u, 0};
     const Vec2 turn_v{0, box_.period_v};
@@ -228,7 +226,7 @@ class Builder {
   void placeHoles(const std::vector<DomainLoop>& holes) {
     for (const DomainLoop& hole : holes) {
       bool placed = false;
-      for (int ring = 0; ring <= 3 && !placed; ++ring) {
+      for (int ring = 0; ring <= kMaximumHoleShift && !placed; ++ring) {
         for (int i = -ring; i <= ring && !placed; ++i) {
           for (int k = -ring; k <= ring && !placed; ++k) {
             if (std::max(std::abs(i), std::abs(k)) != ring) continue;
@@ -325,7 +323,8 @@ class Builder {
     if (std::abs(lower.turns_u) + std::abs(lower.turns_v) != 1)
       return fail("a loop that goes round more than once");
     // About as many copies of the pole as loop points.
-    const std::size_t count = std::clamp<std::size_t>(lower.points.size(), kPoleRowPieces / 2, 256);
+    const std::size_t count =
+        std::clamp<std::size_t>(lower.points.size(), kPoleRowPieces / 2, kMaximumPoleRow);
     const DomainLoop upper = poleRow(turn, *pole, lower.points.front().uv, count);
     joinBand(lower.points, upper, turn, flat);
     if (domain_.problem.empty()) placeHoles(flat);
@@ -386,7 +385,7 @@ class Builder {
   FaceDomain domain_;
   SurfaceDomain box_;
   Vec2 first_point_;
-  SeamCutter seams_{geometry_, domain_.surface, box_, domain_.scale, tolerances_, points_};
+  SeamCutter seams_{geometry_, domain_, box_, tolerances_, points_};
 };
 
 }  // namespace

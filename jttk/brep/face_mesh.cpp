@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "jttk/brep/delaunay.h"
+#include "jttk/brep/precision.h"
 
 namespace jttk::brep {
 namespace {
@@ -15,6 +16,13 @@ constexpr int kMaximumRounds = 40;
 constexpr std::size_t kMaximumFacePoints = 100000;
 // Largest sideways deviation of a mesh edge from its curve on the surface, as a share of its length.
 constexpr double kMaximumDrift = 0.15;
+// Edges inside a face join points of its border, whose pieces use up the tolerances. So they may exceed these
+// a little, else each would be split for a rounding error or because it is a little slanted. Factors for the
+// distance; the angle between the normals at both ends; and, more, twice that between an end and the middle,
+// because surfaces bend unevenly.
+constexpr double kChordSlack = 1.01;
+constexpr double kAngleSlack = 1.25;
+constexpr double kHalfAngleSlack = 1.2;
 // A corner counts as turned when the normals of the triangle and the surface there differ by more than 60
 // degrees.
 constexpr double kTurnedCosine = 0.5;
@@ -24,19 +32,23 @@ constexpr std::uint64_t kEvaluationsPerTriangle = 2;
 class Mesher {
  public:
   Mesher(Geometry& geometry, const FaceDomain& domain, const Tolerances& tolerances,
-         const PointPairs& not_wanted, std::vector<Vec3>& points, bool stretched)
+         const PointPairs& not_wanted, std::vector<Vec3>& points)
       : geometry_(geometry),
         domain_(domain),
         tolerances_(tolerances),
         not_wanted_(not_wanted),
-        points_(points),
-        scale_(stretched ? Vec2{domain.scale.u * domain.stretch.u, domain.scale.v * domain.stretch.v}
-                         : domain.scale) {}
+        points_(points) {}
 
   // Corners of triangles that turn away from the surface at their corner.
   [[nodiscard]] std::size_t turnedCorners() const { return turned_; }
 
-  FaceMesh run() {
+  // Once only. `stretched`: the plane is stretched as the domain says.
+  FaceMesh run(bool stretched) {
+    if (stretched) {
+      scale_ = {domain_.scale.u * domain_.stretch.u, domain_.scale.v * domain_.stretch.v};
+    } else {
+      scale_ = domain_.scale;
+    }
     fitBox();
     std::size_t expected = 0;
     for (const DomainLoop& loop : domain_.loops) expected += loop.size();
@@ -66,8 +78,8 @@ class Mesher {
   };
 
   void fitBox() {
-    Vec2 low{1e300, 1e300};
-    Vec2 high{-1e300, -1e300};
+    Vec2 low{kBeyondAll, kBeyondAll};
+    Vec2 high{-kBeyondAll, -kBeyondAll};
     for (const DomainLoop& loop : domain_.loops) {
       for (const DomainPoint& p : loop) {
         low = {std::min(low.u, p.uv.u), std::min(low.v, p.uv.v)};
@@ -92,8 +104,8 @@ class Mesher {
         if (number == Triangulation::kNoTriangle) return fail("a point that cannot be placed");
         if (number == nodes_.size()) {
           nodes_.push_back({p.uv, p.id, {}, false, false});
-        } else if (nodes_[number].id != p.id &&
-                   distance(points_[nodes_[number].id], points_[p.id]) > tolerances_.chord * 1e-3) {
+        } else if (nodes_[number].id != p.id && distance(points_[nodes_[number].id], points_[p.id]) >
+                                                    tolerances_.chord * kPrecisionShare) {
           mesh_.wishes.push_back({p.edge});
           return fail("different points of the edges at one place of the surface");
         }
@@ -191,42 +203,43 @@ class Mesher {
     return made == Vec3{} ? own : made;
   }
 
-  [[nodiscard]] const Vec3& place(std::uint32_t number) const { return points_[nodes_[number].id]; }
+  [[nodiscard]] const Vec3& point(std::uint32_t number) const { return points_[nodes_[number].id]; }
 
   bool edgeIsFine(std::uint32_t a, std::uint32_t b) {
     if (!not_wanted_.empty() && not_wanted_.contains(std::minmax(nodes_[a].id, nodes_[b].id))) {
       return false;
     }
-    const Vec3& pa = place(a);
-    const Vec3& pb = place(b);
+    const Vec3& pa = point(a);
+    const Vec3& pb = point(b);
     const double size = distance(pa, pb);
     const SurfacePoint s = geometry_.at(domain_.surface, (nodes_[a].uv + nodes_[b].uv) * 0.5);
     const Vec3 n = normalized(cross(s.du, s.dv));
     const Vec3 off = s.p - (pa + pb) * 0.5;
     const double above = std::abs(dot(off, n));
-    if (above > tolerances_.chord * 1.01) return false;
+    if (above > tolerances_.chord * kChordSlack) return false;
     if (size > 0) {
-      const Vec3 way = (pb - pa) * (1 / size);
-      const double aside = length(off - way * dot(off, way));
+      const Vec3 along = (pb - pa) * (1 / size);
+      const double aside = length(off - along * dot(off, along));
       if (aside > kMaximumDrift * size && aside > tolerances_.chord) return false;
     } else if (length(off) > tolerances_.chord) {
       return false;
     }
-    if (size <= 2 * tolerances_.minimum_edge || size < 1e-8) return true;
-    const double limit = tolerances_.angle * 1.25;
+    if (size <= 2 * tolerances_.minimum_edge || size < kModelResolution) return true;
+    const double limit = tolerances_.angle * kAngleSlack;
     if (angleBetween(normal(a), normal(b)) > limit) return false;
-    return n == Vec3{} || 2 * std::max(angleBetween(normal(a), n), angleBetween(normal(b), n)) <= limit * 1.2;
+    return n == Vec3{} ||
+           2 * std::max(angleBetween(normal(a), n), angleBetween(normal(b), n)) <= limit * kHalfAngleSlack;
   }
 
   bool centerIsFine(const Triangulation::Triangle& t) {
-    const Vec3& a = place(t.corner[0]);
-    const Vec3& b = place(t.corner[1]);
-    const Vec3& c = place(t.corner[2]);
+    const Vec3& a = point(t.corner[0]);
+    const Vec3& b = point(t.corner[1]);
+    const Vec3& c = point(t.corner[2]);
     const Vec3 n = normalized(cross(b - a, c - a));
     if (n == Vec3{}) return true;
     const Vec2 uv = (nodes_[t.corner[0]].uv + nodes_[t.corner[1]].uv + nodes_[t.corner[2]].uv) * (1.0 / 3);
     const Vec3 off = geometry_.at(domain_.surface, uv).p - (a + b + c) * (1.0 / 3);
-    return std::abs(dot(off, n)) <= tolerances_.chord * 1.01;
+    return std::abs(dot(off, n)) <= tolerances_.chord * kChordSlack;
   }
 
   static constexpr std::uint32_t kNoCorner = 0xffffffffU;
@@ -265,7 +278,7 @@ class Mesher {
           continue;
         }
         all_fine = false;
-        splits.push_back({distance(place(a), place(b)), t, a, b, kNoCorner});
+        splits.push_back({distance(point(a), point(b)), t, a, b, kNoCorner});
       }
       if (!all_fine || triangle.center_done) continue;
       if (centerIsFine(triangle)) {
@@ -376,8 +389,8 @@ FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances
     none.problem = domain.problem;
     return none;
   }
-  Mesher stretched(geometry, domain, tolerances, not_wanted, points, true);
-  FaceMesh made = stretched.run();
+  Mesher stretched(geometry, domain, tolerances, not_wanted, points);
+  FaceMesh made = stretched.run(true);
   if (!geometry.mayWork()) return withoutWork(std::move(made));
   if (made.problem.empty() && stretched.turnedCorners() == 0) return made;
   if (domain.stretch == Vec2{1, 1}) return made;
@@ -385,8 +398,8 @@ FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances
   const auto first_own = points.begin() + static_cast<std::ptrdiff_t>(known_points);
   const std::vector<Vec3> own_points(first_own, points.end());
   points.resize(known_points);
-  Mesher plain(geometry, domain, tolerances, not_wanted, points, false);
-  FaceMesh other = plain.run();
+  Mesher plain(geometry, domain, tolerances, not_wanted, points);
+  FaceMesh other = plain.run(false);
   if (!geometry.mayWork()) other = withoutWork(std::move(other));
   const bool better = !made.problem.empty() || plain.turnedCorners() < stretched.turnedCorners();
   if (other.problem.empty() && better) return other;

@@ -102,6 +102,18 @@ class Geometry {
   FineCurve makeFine(const Curve& curve);
   static void findSlopes(FineCurve& made, const std::vector<Vec3>& tangents, bool closed);
   void refine(const Curve& curve, FineCurve& made);
+  // The chart of an intersection while it is refined: per point the unit tangent (zero: not known), and
+  // whether the piece behind the point is fine.
+  struct Refining {
+    FineCurve curve;
+    std::vector<Vec3> tangents;
+    std::vector<bool> done;
+    void add(double t, const Vec3& p, const Vec3& tangent, bool is_done);
+  };
+  // Unit tangent of the intersection at x; zero where the surfaces touch.
+  Vec3 tangentAt(Crossing& crossing, const Vec3& x);
+  // The point in the middle of piece `i`, at `t`, if the cubic misses it (or `always`).
+  std::optional<Vec3> missedMiddle(Crossing& crossing, const Refining& made, std::size_t i, bool always);
   // Foot and unit normal of x on one of the surfaces.
   bool footOn(Crossing& crossing, int side, const Vec3& x, Vec3& foot, Vec3& normal);
   bool relaxTouching(Crossing& crossing, Vec3& x, const Vec3& direction, double reach);
@@ -115,6 +127,8 @@ class Geometry {
   SurfacePoint offsetAt(const Surface& surface, Vec2 uv);
   double descend(const Surface& surface, const SurfaceDomain& domain, const Vec3& p, Vec2& uv);
   double invertBySearch(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
+  // Where invertBySearch() starts from: the nearest grid points, or the foot on the base of an offset.
+  std::vector<Vec2> startsFor(const Surface& surface, const Vec3& p);
   double invertSpun(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
   double invertSwept(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
   double invertBlend(const Surface& surface, const Vec3& p, const Vec2* guess, double accept, Vec2& uv);
@@ -132,8 +146,8 @@ class Geometry {
   std::vector<std::optional<bool>> closed_splines_;  // per curve spline; empty while not known
 };
 
-// Between two points with derivatives, s from 0 to 1 over `width` of the parameter.
-CurvePoint hermite(const Vec3& p0, const Vec3& d0, const Vec3& p1, const Vec3& d1, double s, double width);
+// The cubic between two points with derivatives, s from 0 to 1 over `width` of the parameter.
+CurvePoint hermite(const CurvePoint& from, const CurvePoint& to, double s, double width);
 
 // Unit normal Pu x Pv. At a singular point that of a point slightly nearer to `toward`.
 Vec3 normalAt(Geometry& geometry, const Surface& surface, Vec2 uv, Vec2 toward);

@@ -4,12 +4,24 @@
 
 #include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/precision.h"
 #include "jttk/brep/vec.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr int kMaximumSteps = 30;
+// Of the search along a curve: steps from one start; starts in each smooth piece; starts that are followed,
+// the best of them; and even pieces of a curve without breaks.
+constexpr int kMaximumCurveSteps = 30;
+constexpr int kStartsPerPiece = 4;
+constexpr std::size_t kFollowedStarts = 3;
+constexpr int kEvenPieces = 8;
+// A result that is larger by this share than the best is as good: the last steps only round.
+constexpr double kSizeRounding = 1e-14;
+// A secant is trusted between these multiples of the slope of a straight curve: beyond, the curve bends too
+// much between the two parameters.
+constexpr double kLeastSecant = 0.05;
+constexpr double kGreatestSecant = 20;
 
 bool isClosedSpline(const CurveSpline& spline) {
   const double low = spline.knots[static_cast<std::size_t>(spline.degree)];
@@ -17,7 +29,8 @@ bool isClosedSpline(const CurveSpline& spline) {
   const Vec3 a = evaluateSpline(spline, low).p;
   const Vec3 b = evaluateSpline(spline, high).p;
   const Vec3 middle = evaluateSpline(spline, (low + high) / 2).p;
-  return distance(a, b) <= 1e-9 + 1e-9 * distance(a, middle) && distance(a, middle) > 1e-9;
+  return distance(a, b) <= kSamePoint + kClosedCurveGap * distance(a, middle) &&
+         distance(a, middle) > kSamePoint;
 }
 
 std::vector<double> distinctKnots(const std::vector<double>& knots, int degree, int point_count) {
@@ -25,6 +38,102 @@ std::vector<double> distinctKnots(const std::vector<double>& knots, int degree, 
   distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
   return distinct;
 }
+
+CurvePoint interpolated(const FineCurve& points, bool closed, double t) {
+  if (closed) t = t - points.t.back() * std::floor(t / points.t.back());
+  // Straight on beyond the ends.
+  if (t <= points.t.front()) return {points.p.front() + points.d.front() * t, points.d.front()};
+  if (t >= points.t.back()) {
+    return {points.p.back() + points.d.back() * (t - points.t.back()), points.d.back()};
+  }
+  const auto above = std::upper_bound(points.t.begin(), points.t.end(), t);
+  const auto i = static_cast<std::size_t>(above - points.t.begin()) - 1;
+  const double width = points.t[i + 1] - points.t[i];
+  return hermite({points.p[i], points.d[i]}, {points.p[i + 1], points.d[i + 1]}, (t - points.t[i]) / width,
+                 width);
+}
+
+// Looks for the parameter at which |residual| is least; `residual` gives value and derivative.
+class CurveSearch {
+ public:
+  using Residual = std::function<CurvePoint(double)>;
+  CurveSearch(Geometry& geometry, const Curve& curve, const Residual& residual)
+      : geometry_(geometry),
+        curve_(curve),
+        residual_(residual),
+        limits_(geometry.range(curve)),
+        wraps_(geometry.period(curve) > 0) {}
+
+  [[nodiscard]] double best() const { return best_; }
+  [[nodiscard]] double bestSize() const { return best_size_; }
+
+  // The residual is across the curve where its product with the derivative is 0. The slope of that product:
+  // at first as if the curve were straight, then from the last two parameters.
+  void descendFrom(double t) {
+    double last_t = t;
+    double last_g = 0;
+    for (int step = 0; step < kMaximumCurveSteps && geometry_.mayWork(); ++step) {
+      const CurvePoint r = residual_(t);
+      const double size = length(r.p);
+      const double straight = dot(r.d, r.d);
+      const double g = dot(r.p, r.d);
+      if (!(straight > 0) || !std::isfinite(g)) return;
+      if (size <= best_size_ * (1 + kSizeRounding)) {
+        best_size_ = std::min(size, best_size_);
+        best_ = t;
+      }
+      double slope = straight;
+      if (step > 0 && t != last_t) {
+        const double secant = (g - last_g) / (t - last_t);
+        if (secant > kLeastSecant * straight && secant < kGreatestSecant * straight) slope = secant;
+      }
+      const double next = held(t - g / slope);
+      if (!std::isfinite(next)) return;
+      last_t = t;
+      last_g = g;
+      t = next;
+      if (std::abs(t - last_t) <= kParameterRounding * (1 + std::abs(t))) return;
+    }
+  }
+
+  // The parameters with the least residuals among a few of each smooth piece, the best first.
+  std::vector<double> bestStarts() {
+    const std::vector<double> ends = geometry_.breaks(curve_);
+    const int per_piece = curve_.kind == CurveKind::Intersection ? 1 : kStartsPerPiece;
+    struct Start {
+      double size;
+      double t;
+    };
+    std::vector<Start> starts;
+    for (std::size_t i = 0; i + 1 < ends.size(); ++i) {
+      for (int k = 0; k < per_piece; ++k) {
+        const double t = ends[i] + (ends[i + 1] - ends[i]) * k / per_piece;
+        starts.push_back({length(residual_(t).p), t});
+      }
+    }
+    starts.push_back({length(residual_(ends.back()).p), ends.back()});
+    const std::size_t kept = std::min(kFollowedStarts, starts.size());
+    std::partial_sort(starts.begin(), starts.begin() + static_cast<std::ptrdiff_t>(kept), starts.end(),
+                      [](const Start& a, const Start& b) { return a.size < b.size; });
+    std::vector<double> parameters;
+    for (std::size_t i = 0; i < kept; ++i) parameters.push_back(starts[i].t);
+    return parameters;
+  }
+
+ private:
+  [[nodiscard]] double held(double t) const {
+    const bool clamps = !wraps_ && limits_.bounded() && curve_.kind != CurveKind::Intersection;
+    return clamps ? std::clamp(t, limits_.low, limits_.high) : t;
+  }
+
+  Geometry& geometry_;
+  const Curve& curve_;
+  const Residual& residual_;
+  Range limits_;
+  bool wraps_;
+  double best_ = 0;
+  double best_size_ = std::numeric_limits<double>::infinity();
+};
 
 }  // namespace
 
@@ -63,20 +172,8 @@ CurvePoint Geometry::at(const Curve& curve, double t) {
     }
     case CurveKind::Trimmed:
       return at(this->curve(curve.basis), t);
-    case CurveKind::Intersection: {
-      const FineCurve& points = fine(curve);
-      if (curve.closed) t = t - points.t.back() * std::floor(t / points.t.back());
-      // Straight on beyond the ends.
-      if (t <= points.t.front()) return {points.p.front() + points.d.front() * t, points.d.front()};
-      if (t >= points.t.back()) {
-        return {points.p.back() + points.d.back() * (t - points.t.back()), points.d.back()};
-      }
-      const auto above = std::upper_bound(points.t.begin(), points.t.end(), t);
-      const auto i = static_cast<std::size_t>(above - points.t.begin()) - 1;
-      const double width = points.t[i + 1] - points.t[i];
-      return hermite(points.p[i], points.d[i], points.p[i + 1], points.d[i + 1], (t - points.t[i]) / width,
-                     width);
-    }
+    case CurveKind::Intersection:
+      return interpolated(fine(curve), curve.closed, t);
     case CurveKind::Unknown:
       break;
   }
@@ -144,7 +241,8 @@ std::vector<double> Geometry::breaks(const Curve& curve) {
     default: {
       const Range limits = range(curve);
       std::vector<double> even;
-      for (int i = 0; i <= 8 && limits.bounded(); ++i) even.push_back(limits.low + limits.size() * i / 8);
+      for (int i = 0; i <= kEvenPieces && limits.bounded(); ++i)
+        even.push_back(limits.low + limits.size() * i / kEvenPieces);
       return even;
     }
   }
@@ -152,73 +250,20 @@ std::vector<double> Geometry::breaks(const Curve& curve) {
 
 double Geometry::minimize(const Curve& curve, double guess, double accept,
                           const std::function<CurvePoint(double)>& residual) {
-  const Range limits = range(curve);
-  const bool wraps = period(curve) > 0;
-  double best = 0;
-  double best_size = std::numeric_limits<double>::infinity();
-  const auto held = [&](double t) {
-    const bool clamps = !wraps && limits.bounded() && curve.kind != CurveKind::Intersection;
-    return clamps ? std::clamp(t, limits.low, limits.high) : t;
-  };
-  // The residual is across the curve where its product with the derivative is 0. The slope of that product:
-  // at first as if the curve were straight, then from the last two parameters.
-  const auto descendFrom = [&](double t) {
-    double last_t = t;
-    double last_g = 0;
-    for (int step = 0; step < kMaximumSteps && mayWork(); ++step) {
-      const CurvePoint r = residual(t);
-      const double size = length(r.p);
-      const double straight = dot(r.d, r.d);
-      const double g = dot(r.p, r.d);
-      if (!(straight > 0) || !std::isfinite(g)) return;
-      if (size <= best_size * (1 + 1e-14)) {
-        best_size = std::min(size, best_size);
-        best = t;
-      }
-      double slope = straight;
-      if (step > 0 && t != last_t) {
-        const double secant = (g - last_g) / (t - last_t);
-        if (secant > 0.05 * straight && secant < 20 * straight) slope = secant;
-      }
-      const double next = held(t - g / slope);
-      if (!std::isfinite(next)) return;
-      last_t = t;
-      last_g = g;
-      t = next;
-      if (std::abs(t - last_t) <= 1e-15 * (1 + std::abs(t))) return;
-    }
-  };
+  CurveSearch search(*this, curve, residual);
   if (std::isfinite(guess)) {
-    descendFrom(guess);
-    if (best_size <= accept) return best;
+    search.descendFrom(guess);
+    if (search.bestSize() <= accept) return search.best();
   }
-  if (!limits.bounded()) {
-    descendFrom(0);
-    return best;
+  if (!range(curve).bounded()) {
+    search.descendFrom(0);
+    return search.best();
   }
-  // The best starts among a few per smooth piece.
-  const std::vector<double> places = breaks(curve);
-  const int per_piece = curve.kind == CurveKind::Intersection ? 1 : 4;
-  struct Start {
-    double size;
-    double t;
-  };
-  std::vector<Start> starts;
-  for (std::size_t i = 0; i + 1 < places.size(); ++i) {
-    for (int k = 0; k < per_piece; ++k) {
-      const double t = places[i] + (places[i + 1] - places[i]) * k / per_piece;
-      starts.push_back({length(residual(t).p), t});
-    }
+  for (const double start : search.bestStarts()) {
+    search.descendFrom(start);
+    if (search.bestSize() <= accept * kGoodEnoughShare) break;
   }
-  starts.push_back({length(residual(places.back()).p), places.back()});
-  const std::size_t tried = std::min<std::size_t>(3, starts.size());
-  std::partial_sort(starts.begin(), starts.begin() + static_cast<std::ptrdiff_t>(tried), starts.end(),
-                    [](const Start& a, const Start& b) { return a.size < b.size; });
-  for (std::size_t i = 0; i < tried; ++i) {
-    descendFrom(starts[i].t);
-    if (best_size <= accept * 1e-3) break;
-  }
-  return best;
+  return search.best();
 }
 
 double Geometry::nearest(const Curve& curve, const Vec3& p, double guess, double accept) {

@@ -4,12 +4,25 @@
 
 #include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/precision.h"
 #include "jttk/brep/vec.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr std::uint64_t kEvaluationsOfADomain = 42;
+// Pieces of the border of a spline surface at whose ends both borders are compared; three points each, for u
+// and for v.
+constexpr int kBorderPieces = 6;
+constexpr std::uint64_t kEvaluationsOfADomain = 2 * 3 * (kBorderPieces + 1);
+// Step of the difference quotients of an offset surface, of the parameter's range (or in parameter units
+// where it has no ends): near the cube root of the doubles' precision, where the error of a central
+// difference is least.
+constexpr double kDifferenceStep = 1e-5;
+// The normal at a singular point: attempts, the first step towards the other point, of the way there, and how
+// much each step is longer than the one before.
+constexpr int kNormalAttempts = 5;
+constexpr double kFirstNormalStep = 1e-6;
+constexpr double kNormalStepGrowth = 30;
 
 Vec3 around(const Frame& f, double angle) { return f.x * portable::cos(angle) + f.y * portable::sin(angle); }
 Vec3 aroundTangent(const Frame& f, double angle) {
@@ -23,6 +36,48 @@ Vec3 turned(const Frame& f, const Vec3& v, double c, double s) {
   return f.x * (x * c - y * s) + f.y * (x * s + y * c) + f.z * dot(v, f.z);
 }
 
+SurfacePoint coneAt(const Surface& surface, double u, double v) {
+  const Frame& f = surface.frame;
+  const double slope = surface.sin_half_angle / surface.cos_half_angle;
+  const double r = surface.radius + v * slope;
+  const Vec3 out = around(f, u);
+  return {f.origin + out * r + f.z * v, aroundTangent(f, u) * r, out * slope + f.z};
+}
+
+SurfacePoint sphereAt(const Surface& surface, double u, double v) {
+  const Frame& f = surface.frame;
+  const double r = surface.radius;
+  const Vec3 out = around(f, u);
+  const double c = portable::cos(v);
+  const double s = portable::sin(v);
+  return {f.origin + out * (r * c) + f.z * (r * s), aroundTangent(f, u) * (r * c), (f.z * c - out * s) * r};
+}
+
+SurfacePoint torusAt(const Surface& surface, double u, double v) {
+  const Frame& f = surface.frame;
+  const Vec3 out = around(f, u);
+  const double c = portable::cos(v);
+  const double s = portable::sin(v);
+  const double r = surface.radius + surface.radius_2 * c;
+  return {f.origin + out * r + f.z * (surface.radius_2 * s), aroundTangent(f, u) * r,
+          (f.z * c - out * s) * surface.radius_2};
+}
+
+SurfaceDomain torusDomain(const Surface& surface) {
+  SurfaceDomain made;
+  made.period_u = kTurn;
+  made.u = {0, kTurn};
+  if (surface.radius > surface.radius_2) {
+    made.period_v = kTurn;
+    made.v = {0, kTurn};
+  } else {
+    // Between the two points where it meets its axis.
+    const double end = portable::acos(std::clamp(-surface.radius / surface.radius_2, -1.0, 1.0));
+    made.v = {-end, end};
+  }
+  return made;
+}
+
 SurfaceDomain splineDomain(const SurfaceSpline& s) {
   SurfaceDomain made;
   made.u = {s.knots_u[static_cast<std::size_t>(s.degree_u)], s.knots_u[static_cast<std::size_t>(s.n_u)]};
@@ -31,9 +86,9 @@ SurfaceDomain splineDomain(const SurfaceSpline& s) {
   const auto closes = [&](bool in_u) {
     double gap = 0;
     double size = 0;
-    for (int k = 0; k <= 6; ++k) {
-      const double u = made.u.low + made.u.size() * k / 6;
-      const double v = made.v.low + made.v.size() * k / 6;
+    for (int k = 0; k <= kBorderPieces; ++k) {
+      const double u = made.u.low + made.u.size() * k / kBorderPieces;
+      const double v = made.v.low + made.v.size() * k / kBorderPieces;
       const Vec3 a = in_u ? evaluateSpline(s, made.u.low, v).p : evaluateSpline(s, u, made.v.low).p;
       const Vec3 b = in_u ? evaluateSpline(s, made.u.high, v).p : evaluateSpline(s, u, made.v.high).p;
       const Vec3 m = in_u ? evaluateSpline(s, (made.u.low + made.u.high) / 2, v).p
@@ -41,7 +96,7 @@ SurfaceDomain splineDomain(const SurfaceSpline& s) {
       gap = std::max(gap, distance(a, b));
       size = std::max(size, distance(a, m));
     }
-    return size > 1e-9 && gap <= 1e-8 + 1e-7 * size;
+    return size > kSamePoint && gap <= kModelResolution + kClosedSurfaceGap * size;
   };
   if (closes(true)) made.period_u = made.u.size();
   if (closes(false)) made.period_v = made.v.size();
@@ -64,7 +119,7 @@ SurfacePoint Geometry::blendAt(const Surface& surface, Vec2 uv) {
     const double s = std::clamp((t - points.t[i - 1]) / (points.t[i] - points.t[i - 1]), 0.0, 1.0);
     const Vec3 side = points.across[i - 1] * (1 - s) + points.across[i] * s;
     const Vec3 square = side - along * dot(side, along);
-    if (length(square) > 1e-6) x = normalized(square);
+    if (length(square) > kNoAcrossInterpolated) x = normalized(square);
   } else if (spine.kind == CurveKind::Circle || spine.kind == CurveKind::Ellipse) {
     x = spine.frame.z;
   }
@@ -83,11 +138,11 @@ SurfacePoint Geometry::blendAt(const Surface& surface, Vec2 uv) {
 SurfacePoint Geometry::offsetAt(const Surface& surface, Vec2 uv) {
   const Surface& base = this->surface(surface.base);
   const SurfaceDomain box = domain(base);
-  const auto shifted = [&](Vec2 place) {
-    const SurfacePoint b = at(base, place);
+  const auto shifted = [&](Vec2 at_uv) {
+    const SurfacePoint b = at(base, at_uv);
     return b.p + normalized(cross(b.du, b.dv)) * surface.offset;
   };
-  const auto step = [](const Range& r) { return r.bounded() ? r.size() * 1e-5 : 1e-5; };
+  const auto step = [](const Range& r) { return r.bounded() ? r.size() * kDifferenceStep : kDifferenceStep; };
   SurfacePoint point;
   point.p = shifted(uv);
   const double hu = step(box.u);
@@ -119,28 +174,12 @@ SurfacePoint Geometry::at(const Surface& surface, Vec2 uv) {
       return {f.origin + f.x * u + f.y * v, f.x, f.y};
     case SurfaceKind::Cylinder:
       return {f.origin + around(f, u) * surface.radius + f.z * v, aroundTangent(f, u) * surface.radius, f.z};
-    case SurfaceKind::Cone: {
-      const double slope = surface.sin_half_angle / surface.cos_half_angle;
-      const double r = surface.radius + v * slope;
-      const Vec3 out = around(f, u);
-      return {f.origin + out * r + f.z * v, aroundTangent(f, u) * r, out * slope + f.z};
-    }
-    case SurfaceKind::Sphere: {
-      const double r = surface.radius;
-      const Vec3 out = around(f, u);
-      const double c = portable::cos(v);
-      const double s = portable::sin(v);
-      return {f.origin + out * (r * c) + f.z * (r * s), aroundTangent(f, u) * (r * c),
-              (f.z * c - out * s) * r};
-    }
-    case SurfaceKind::Torus: {
-      const Vec3 out = around(f, u);
-      const double c = portable::cos(v);
-      const double s = portable::sin(v);
-      const double r = surface.radius + surface.radius_2 * c;
-      return {f.origin + out * r + f.z * (surface.radius_2 * s), aroundTangent(f, u) * r,
-              (f.z * c - out * s) * surface.radius_2};
-    }
+    case SurfaceKind::Cone:
+      return coneAt(surface, u, v);
+    case SurfaceKind::Sphere:
+      return sphereAt(surface, u, v);
+    case SurfaceKind::Torus:
+      return torusAt(surface, u, v);
     case SurfaceKind::BSpline: {
       const SurfaceDomain box = domain(surface);
       const auto inside = [](double x, const Range& r, double period) {
@@ -182,14 +221,7 @@ SurfaceDomain Geometry::domain(const Surface& surface) {
       made.v = {-kTurn / 4, kTurn / 4};
       break;
     case SurfaceKind::Torus:
-      made.period_u = kTurn;
-      if (surface.radius > surface.radius_2) {
-        made.period_v = kTurn;
-      } else {
-        const double end = portable::acos(std::clamp(-surface.radius / surface.radius_2, -1.0, 1.0));
-        made.v = {-end, end};
-      }
-      break;
+      return torusDomain(surface);
     case SurfaceKind::BSpline: {
       const auto known = spline_domains_.find(surface.spline);
       if (known != spline_domains_.end()) return known->second;
@@ -223,11 +255,11 @@ SurfaceDomain Geometry::domain(const Surface& surface) {
 
 Vec3 normalAt(Geometry& geometry, const Surface& surface, Vec2 uv, Vec2 toward) {
   double share = 0;
-  for (int i = 0; i < 5; ++i) {
+  for (int i = 0; i < kNormalAttempts; ++i) {
     const SurfacePoint s = geometry.at(surface, uv + (toward - uv) * share);
     const Vec3 n = cross(s.du, s.dv);
-    if (length(n) > 1e-7 * (dot(s.du, s.du) + dot(s.dv, s.dv)) * 0.5) return normalized(n);
-    share = share == 0 ? 1e-6 : share * 30;
+    if (length(n) > kSingularSine * (dot(s.du, s.du) + dot(s.dv, s.dv)) * 0.5) return normalized(n);
+    share = share == 0 ? kFirstNormalStep : share * kNormalStepGrowth;
   }
   return {};
 }

@@ -1,5 +1,7 @@
-// Exact sums: an expansion is a list of doubles of falling significance, whose sum is the value and of which
-// no two overlap. Sum and product of two doubles are two doubles exactly; everything follows from that.
+// Exact sums: an expansion is a list of doubles of rising significance, whose sum is the value and of which
+// no two overlap. Sum and product of two doubles are two doubles exactly; everything follows from that. The
+// method and the error bounds of the quick answers are from J. Shewchuk, Adaptive Precision Floating-Point
+// Arithmetic and Fast Robust Geometric Predicates, 1997; of its four stages there are the first and the last.
 #include "jttk/brep/predicates.h"
 
 #include <array>
@@ -9,7 +11,12 @@
 namespace jttk::brep {
 namespace {
 
-constexpr double kEpsilon = 0x1p-53;
+constexpr double kEpsilon = 0x1p-53;  // half a unit in the last place of 1: the largest error of one rounding
+// Error bounds of the quick answers, in shares of the sum of their products' magnitudes (in the paper: A
+// stage of ORIENT2D and of INCIRCLE).
+constexpr double kOrientBound = (3 + 16 * kEpsilon) * kEpsilon;
+constexpr double kCircleBound = (10 + 96 * kEpsilon) * kEpsilon;
+constexpr double kSplitter = 0x1p27 + 1;  // splits 53 bits into 26 and 26, the sign being one more
 
 struct Pair {
   double high;
@@ -24,7 +31,7 @@ Pair sum(double a, double b) {
 
 // Half of a double's bits, and the rest: the product of two halves is exact.
 Pair split(double a) {
-  const double shifted = a * (0x1p27 + 1);
+  const double shifted = a * kSplitter;
   const double high = shifted - (shifted - a);
   return {high, a - high};
 }
@@ -166,7 +173,7 @@ double orient2d(const Vec2& a, const Vec2& b, const Vec2& c) {
   const double left = (a.u - c.u) * (b.v - c.v);
   const double right = (a.v - c.v) * (b.u - c.u);
   const double value = left - right;
-  const double bound = (3 + 16 * kEpsilon) * kEpsilon * (std::abs(left) + std::abs(right));
+  const double bound = kOrientBound * (std::abs(left) + std::abs(right));
   if (value > bound || -value > bound) return value;
   return orient2dExact(a, b, c);
 }
@@ -186,7 +193,7 @@ CircleAnswer askCircle(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& 
   const double size = a_lift * (std::abs(bu * cv) + std::abs(bv * cu)) +
                       b_lift * (std::abs(cu * av) + std::abs(cv * au)) +
                       c_lift * (std::abs(au * bv) + std::abs(av * bu));
-  const double bound = (10 + 96 * kEpsilon) * kEpsilon * size;
+  const double bound = kCircleBound * size;
   if (value > bound || -value > bound) return {value, false};
   return {inCircleExact(a, b, c, d), true};
 }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "jttk/brep/precision.h"
+
 namespace jttk::brep {
 namespace {
 
@@ -13,7 +15,13 @@ namespace {
 constexpr std::size_t kTriedPoints = 200;
 constexpr std::size_t kSeamTests = 400;
 constexpr std::size_t kSeamTestsAgain = 40;
-constexpr std::size_t kWaysPerHole = 6;
+constexpr std::size_t kCutsPerHole = 6;
+
+// Pieces of a cut: at least so many where it comes back to its start, and at most.
+constexpr int kRingPiecesOfCut = 4;
+constexpr int kMaximumCutPieces = 256;
+// Loops of a band may have been unwrapped up to so many periods from each other, in both directions.
+constexpr int kMaximumLoopShift = 2;
 
 double square(double x) { return x * x; }
 
@@ -30,15 +38,10 @@ bool segmentsMeet(Vec2 a, Vec2 b, Vec2 c, Vec2 d) {
 
 }  // namespace
 
-DomainLoop moved(DomainLoop loop, Vec2 by) {
-  for (DomainPoint& p : loop) p.uv = p.uv + by;
-  return loop;
-}
-
 DomainLoop SeamCutter::cutBetween(const DomainPoint& a, const DomainPoint& b) {
   // A cut that comes back to its start must not collapse to a point.
-  int pieces = points_[a.id] == geometry_.at(surface_, b.uv).p || a.id == b.id ? 4 : 1;
-  for (; pieces < 256; pieces *= 2) {
+  int pieces = points_[a.id] == geometry_.at(surface_, b.uv).p || a.id == b.id ? kRingPiecesOfCut : 1;
+  for (; pieces < kMaximumCutPieces; pieces *= 2) {
     bool fine = true;
     const double step = 1.0 / pieces;
     for (int i = 0; i < pieces && fine; ++i) {
@@ -46,11 +49,12 @@ DomainLoop SeamCutter::cutBetween(const DomainPoint& a, const DomainPoint& b) {
       const SurfacePoint p0 = p(i * step);
       const SurfacePoint p1 = p((i + 1) * step);
       const SurfacePoint middle = p((i + 0.5) * step);
-      const Vec3 way = normalized(p1.p - p0.p);
+      const Vec3 along = normalized(p1.p - p0.p);
       const Vec3 off = middle.p - p0.p;
-      fine = length(off - way * dot(off, way)) <= tolerances_.chord &&
-             (angleBetween(cross(p0.du, p0.dv), cross(middle.du, middle.dv)) <= tolerances_.angle ||
-              length(cross(p0.du, p0.dv)) < 1e-12 || distance(p0.p, p1.p) <= 2 * tolerances_.minimum_edge);
+      fine =
+          length(off - along * dot(off, along)) <= tolerances_.chord &&
+          (angleBetween(cross(p0.du, p0.dv), cross(middle.du, middle.dv)) <= tolerances_.angle ||
+           length(cross(p0.du, p0.dv)) < kNoLength || distance(p0.p, p1.p) <= 2 * tolerances_.minimum_edge);
     }
     if (fine) break;
   }
@@ -63,58 +67,55 @@ DomainLoop SeamCutter::cutBetween(const DomainPoint& a, const DomainPoint& b) {
   return cut;
 }
 
-bool SeamCutter::crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, bool open_end,
-                             Vec2 turn) const {
+bool SeamCutter::crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, Vec2 closing) const {
   geometry_.counter().spendSteps(loop.size());
   for (std::size_t i = 0; i < loop.size(); ++i) {
     const bool last = i + 1 == loop.size();
     const Vec2 c = loop[i].uv + by;
-    const Vec2 d = loop[last ? 0 : i + 1].uv + (last && open_end ? turn : Vec2{}) + by;
+    const Vec2 d = loop[last ? 0 : i + 1].uv + (last ? closing : Vec2{}) + by;
     if (c == a || c == b || d == a || d == b) continue;
     if (segmentsMeet(a, b, c, d)) return true;
   }
   return false;
 }
 
-// Straight cuts from points of `lower` to points of another loop, the shortest first.
-std::vector<SeamCutter::Way> SeamCutter::waysBetween(const DomainLoop& lower, const DomainLoop& other,
+std::vector<SeamCutter::Cut> SeamCutter::cutsBetween(const DomainLoop& lower, const DomainLoop& other,
                                                      Vec2 turn, std::size_t kept) const {
   const double turn_size = turn.u * turn.u + turn.v * turn.v;
-  std::vector<Way> ways;
+  std::vector<Cut> cuts;
   const std::size_t step_a = std::max<std::size_t>(1, lower.size() / kTriedPoints);
   const std::size_t step_b = std::max<std::size_t>(1, other.size() / kTriedPoints);
   geometry_.counter().spendSteps((lower.size() / step_a + 1) * (other.size() / step_b + 1));
-  if (!geometry_.mayWork()) return ways;
+  if (!geometry_.mayWork()) return cuts;
   for (std::size_t i = 0; i < lower.size(); i += step_a) {
     for (std::size_t k = 0; k < other.size(); k += step_b) {
-      const Vec2 way = other[k].uv - lower[i].uv;
-      const double shift = -std::round((way.u * turn.u + way.v * turn.v) / turn_size);
-      const Vec2 d = way + turn * shift;
-      ways.push_back({square(d.u * scale_.u) + square(d.v * scale_.v), i, k, shift});
+      const Vec2 straight = other[k].uv - lower[i].uv;
+      const double shift = -std::round((straight.u * turn.u + straight.v * turn.v) / turn_size);
+      const Vec2 d = straight + turn * shift;
+      cuts.push_back({square(d.u * scale_.u) + square(d.v * scale_.v), i, k, shift});
     }
   }
-  kept = std::min(kept, ways.size());
-  std::partial_sort(ways.begin(), ways.begin() + static_cast<std::ptrdiff_t>(kept), ways.end(),
-                    [](const Way& x, const Way& y) { return x.size < y.size; });
-  ways.resize(kept);
-  return ways;
+  kept = std::min(kept, cuts.size());
+  std::partial_sort(cuts.begin(), cuts.begin() + static_cast<std::ptrdiff_t>(kept), cuts.end(),
+                    [](const Cut& x, const Cut& y) { return x.size < y.size; });
+  cuts.resize(kept);
+  return cuts;
 }
 
-// Whether a-b meets no loop of the band, wherever these were unwrapped.
-bool SeamCutter::isFree(Vec2 a, Vec2 b, const DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
-                        double shift, const std::vector<DomainLoop>& holes) const {
-  for (int k = -2; k <= 2; ++k) {
+bool SeamCutter::isFree(Vec2 a, Vec2 b, double shift, const Band& band) const {
+  const Vec2 turn = band.turn;
+  for (int k = -kMaximumLoopShift; k <= kMaximumLoopShift; ++k) {
     if (!geometry_.mayWork()) return false;
     const Vec2 by = turn * k;
-    if (crossesLoop(a, b, lower, by, true, turn) ||
-        crossesLoop(a, b, upper, turn * shift + by, true, turn * -1)) {
+    if (crossesLoop(a, b, band.lower, by, turn) ||
+        crossesLoop(a, b, band.upper, turn * shift + by, turn * -1)) {
       return false;
     }
-    for (const DomainLoop& hole : holes) {
-      for (int m = -2; m <= 2; ++m) {
+    for (const DomainLoop& hole : band.holes) {
+      for (int m = -kMaximumLoopShift; m <= kMaximumLoopShift; ++m) {
         const Vec2 aside = turn.u != 0 ? Vec2{0, box_.period_v * m} : Vec2{box_.period_u * m, 0};
         if (m != 0 && aside == Vec2{}) continue;
-        if (crossesLoop(a, b, hole, by + aside, false, turn)) return false;
+        if (crossesLoop(a, b, hole, by + aside, {})) return false;
       }
     }
   }
@@ -123,87 +124,96 @@ bool SeamCutter::isFree(Vec2 a, Vec2 b, const DomainLoop& lower, const DomainLoo
 
 DomainLoop SeamCutter::joinBand(DomainLoop lower, const DomainLoop& upper, Vec2 turn,
                                 std::vector<DomainLoop>& holes) {
+  Band band{std::move(lower), upper, turn, holes};
   std::size_t tests = kSeamTests;
   for (;;) {
-    for (const Way& way : waysBetween(lower, upper, turn, tests)) {
-      const Vec2 a = lower[way.a].uv;
-      const Vec2 b = upper[way.b].uv + turn * way.shift;
-      if (!isFree(a, b, lower, upper, turn, way.shift, holes)) continue;
-      return joinAt(lower, way.a, upper, way.b, turn, way.shift);
+    for (const Cut& cut : cutsBetween(band.lower, upper, turn, tests)) {
+      const Vec2 a = band.lower[cut.a].uv;
+      const Vec2 b = upper[cut.b].uv + turn * cut.shift;
+      if (isFree(a, b, cut.shift, band)) return joinAt(band, cut);
     }
-    if (!takeHole(lower, upper, turn, holes)) break;
+    if (!takeHole(band)) break;
     tests = kSeamTestsAgain;
   }
   return {};
 }
 
-// Merges the hole nearest to `lower` into it, along a double edge.
-bool SeamCutter::takeHole(DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
-                          std::vector<DomainLoop>& holes) {
+bool SeamCutter::takeHole(Band& band) {
+  const Vec2 turn = band.turn;
   if ((turn.u != 0 ? box_.period_v : box_.period_u) > 0) return false;
   struct Reach {
-    Way way;
+    Cut cut;
     std::size_t hole;
   };
   std::vector<Reach> reaches;
-  for (std::size_t h = 0; h < holes.size(); ++h) {
-    for (const Way& way : waysBetween(lower, holes[h], turn, kWaysPerHole)) reaches.push_back({way, h});
+  for (std::size_t h = 0; h < band.holes.size(); ++h) {
+    for (const Cut& cut : cutsBetween(band.lower, band.holes[h], turn, kCutsPerHole)) {
+      reaches.push_back({cut, h});
+    }
   }
   std::sort(reaches.begin(), reaches.end(),
-            [](const Reach& a, const Reach& b) { return a.way.size < b.way.size; });
+            [](const Reach& a, const Reach& b) { return a.cut.size < b.cut.size; });
   if (reaches.size() > kSeamTests) reaches.resize(kSeamTests);
   for (const Reach& reach : reaches) {
-    const Way& way = reach.way;
-    geometry_.counter().spendSteps(lower.size());
+    const Cut& cut = reach.cut;
+    geometry_.counter().spendSteps(band.lower.size());
     if (!geometry_.mayWork()) return false;
-    const DomainLoop hole = moved(holes[reach.hole], turn * way.shift);
-    if (!isFree(lower[way.a].uv, hole[way.b].uv, lower, upper, turn, 0, holes)) continue;
-    DomainLoop joined(lower.begin(), lower.begin() + static_cast<std::ptrdiff_t>(way.a) + 1);
-    joined.back().edge = kNoEdge;
-    const DomainLoop cut = cutBetween(lower[way.a], hole[way.b]);
-    joined.insert(joined.end(), cut.begin(), cut.end());
-    for (std::size_t i = 0; i < hole.size(); ++i) joined.push_back(hole[(way.b + i) % hole.size()]);
-    joined.push_back(hole[way.b]);
-    joined.back().edge = kNoEdge;
-    joined.insert(joined.end(), cut.rbegin(), cut.rend());
-    joined.insert(joined.end(), lower.begin() + static_cast<std::ptrdiff_t>(way.a), lower.end());
-    lower = std::move(joined);
-    holes.erase(holes.begin() + static_cast<std::ptrdiff_t>(reach.hole));
+    const DomainLoop hole = moved(band.holes[reach.hole], turn * cut.shift);
+    if (!isFree(band.lower[cut.a].uv, hole[cut.b].uv, 0, band)) continue;
+    mergeHole(band.lower, hole, cut);
+    band.holes.erase(band.holes.begin() + static_cast<std::ptrdiff_t>(reach.hole));
     return true;
   }
   return false;
 }
 
-DomainLoop SeamCutter::joinAt(const DomainLoop& lower, std::size_t a, const DomainLoop& upper, std::size_t b,
-                              Vec2 turn, double shift) {
+// Along a double edge: to the hole, round it, and back.
+void SeamCutter::mergeHole(DomainLoop& lower, const DomainLoop& hole, const Cut& cut) {
+  const auto start = lower.begin() + static_cast<std::ptrdiff_t>(cut.a);
+  DomainLoop joined(lower.begin(), start + 1);
+  joined.back().edge = kNoEdge;
+  const DomainLoop between = cutBetween(lower[cut.a], hole[cut.b]);
+  joined.insert(joined.end(), between.begin(), between.end());
+  for (std::size_t i = 0; i < hole.size(); ++i) joined.push_back(hole[(cut.b + i) % hole.size()]);
+  joined.push_back(hole[cut.b]);
+  joined.back().edge = kNoEdge;
+  joined.insert(joined.end(), between.rbegin(), between.rend());
+  joined.insert(joined.end(), start, lower.end());
+  lower = std::move(joined);
+}
+
+DomainLoop SeamCutter::joinAt(const Band& band, const Cut& cut) {
+  const DomainLoop& lower = band.lower;
+  const DomainLoop& upper = band.upper;
+  const Vec2 turn = band.turn;
   DomainLoop polygon;
   for (std::size_t i = 0; i < lower.size(); ++i) {
-    const std::size_t k = (a + i) % lower.size();
+    const std::size_t k = (cut.a + i) % lower.size();
     DomainPoint p = lower[k];
-    if (a + i >= lower.size()) p.uv = p.uv + turn;
+    if (cut.a + i >= lower.size()) p.uv = p.uv + turn;
     polygon.push_back(p);
   }
-  DomainPoint foot = lower[a];
+  DomainPoint foot = lower[cut.a];
   foot.uv = foot.uv + turn;
   foot.edge = kNoEdge;
   polygon.push_back(foot);
-  DomainPoint head = upper[b];
-  head.uv = head.uv + turn * shift;
-  const DomainLoop cut = cutBetween(lower[a], head);
-  for (DomainPoint p : cut) {
+  DomainPoint head = upper[cut.b];
+  head.uv = head.uv + turn * cut.shift;
+  const DomainLoop between = cutBetween(lower[cut.a], head);
+  for (DomainPoint p : between) {
     p.uv = p.uv + turn;
     polygon.push_back(p);
   }
   for (std::size_t i = 0; i < upper.size(); ++i) {
-    const std::size_t k = (b + i) % upper.size();
+    const std::size_t k = (cut.b + i) % upper.size();
     DomainPoint p = upper[k];
-    p.uv = p.uv + turn * (shift + 1);
-    if (b + i >= upper.size()) p.uv = p.uv - turn;
+    p.uv = p.uv + turn * (cut.shift + 1);
+    if (cut.b + i >= upper.size()) p.uv = p.uv - turn;
     polygon.push_back(p);
   }
   head.edge = kNoEdge;
   polygon.push_back(head);
-  polygon.insert(polygon.end(), cut.rbegin(), cut.rend());
+  polygon.insert(polygon.end(), between.rbegin(), between.rend());
   return polygon;
 }
 

@@ -10,17 +10,15 @@
 
 namespace jttk::brep {
 
-DomainLoop moved(DomainLoop loop, Vec2 by);
-
 class SeamCutter {
  public:
-  // `scale`: metres per unit of u and v. New points are added to `points`. The arguments outlive this object.
-  SeamCutter(Geometry& geometry, const Surface& surface, const SurfaceDomain& box, const Vec2& scale,
+  // Of `face`: its surface and scale. New points are added to `points`. The arguments outlive this object.
+  SeamCutter(Geometry& geometry, const FaceDomain& face, const SurfaceDomain& box,
              const Tolerances& tolerances, std::vector<Vec3>& points)
       : geometry_(geometry),
-        surface_(surface),
+        surface_(face.surface),
         box_(box),
-        scale_(scale),
+        scale_(face.scale),
         tolerances_(tolerances),
         points_(points) {}
 
@@ -33,22 +31,33 @@ class SeamCutter {
   DomainLoop joinBand(DomainLoop lower, const DomainLoop& upper, Vec2 turn, std::vector<DomainLoop>& holes);
 
  private:
-  struct Way {
+  // As in joinBand().
+  struct Band {
+    DomainLoop lower;
+    const DomainLoop& upper;
+    Vec2 turn;
+    std::vector<DomainLoop>& holes;
+  };
+  // From point `a` of one loop to point `b` of another, which is moved by `shift` turns.
+  struct Cut {
     double size;  // squared
     std::size_t a;
     std::size_t b;
-    double shift;  // in turns
+    double shift;
   };
-  [[nodiscard]] bool crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, bool open_end,
-                                 Vec2 turn) const;
+  // Whether a-b crosses the loop when that is moved by `by`. `closing`: by how much the loop's end is beyond
+  // its start, 0 unless it winds round.
+  [[nodiscard]] bool crossesLoop(Vec2 a, Vec2 b, const DomainLoop& loop, Vec2 by, Vec2 closing) const;
   // Straight cuts from points of `lower` to points of another loop: the `kept` shortest, in that order.
-  [[nodiscard]] std::vector<Way> waysBetween(const DomainLoop& lower, const DomainLoop& other, Vec2 turn,
+  [[nodiscard]] std::vector<Cut> cutsBetween(const DomainLoop& lower, const DomainLoop& other, Vec2 turn,
                                              std::size_t kept) const;
-  [[nodiscard]] bool isFree(Vec2 a, Vec2 b, const DomainLoop& lower, const DomainLoop& upper, Vec2 turn,
-                            double shift, const std::vector<DomainLoop>& holes) const;
-  bool takeHole(DomainLoop& lower, const DomainLoop& upper, Vec2 turn, std::vector<DomainLoop>& holes);
-  DomainLoop joinAt(const DomainLoop& lower, std::size_t a, const DomainLoop& upper, std::size_t b, Vec2 turn,
-                    double shift);
+  // Whether a-b meets no loop of the band, wherever these were unwrapped. `shift`: in turns, of the upper
+  // loop.
+  [[nodiscard]] bool isFree(Vec2 a, Vec2 b, double shift, const Band& band) const;
+  // Merges the hole nearest to the lower loop into it. False if none can be reached.
+  bool takeHole(Band& band);
+  void mergeHole(DomainLoop& lower, const DomainLoop& hole, const Cut& cut);
+  DomainLoop joinAt(const Band& band, const Cut& cut);
 
   Geometry& geometry_;
   const Surface& surface_;

@@ -1,48 +1,68 @@
 // The inversion of points on surfaces: closed forms where there are any, the surface's curve where it is made
-// of one, else Gauss-Newton from the best of a few start points that follow the knots.
+// of one, else Gauss-Newton, damped where a step does not help (D. Marquardt, An Algorithm for Least-Squares
+// Estimation of Nonlinear Parameters, 1963), from the best of a few start points that follow the knots.
 #include <algorithm>
 #include <numeric>
 
 #include "host/portable_math.h"
 #include "jttk/brep/geometry.h"
+#include "jttk/brep/precision.h"
 #include "jttk/brep/vec.h"
 
 namespace jttk::brep {
 namespace {
 
 constexpr std::size_t kMaximumGridPoints = 40000;
-constexpr int kMaximumSteps = 40;
+constexpr std::size_t kMaximumGridLines = 200;  // of either parameter
+constexpr int kGridSteps = 24;                  // of surfaces without knots, in u and in v
+// Grid lines of a spline: about so many in all, at least so many between two knots; one where it is straight.
+constexpr int kSplineGridLines = 12;
+constexpr int kLeastGridLinesOfSpan = 2;
+// Looking at so many grid points costs as much as an evaluation.
+constexpr std::size_t kGridPointsPerEvaluation = 16;
+constexpr int kMaximumDescentSteps = 40;
+constexpr int kFewStarts = 3;
 constexpr std::size_t kManyStarts = 24;
-constexpr double kSamePlace = 1e-9;  // metres
+// Below this share of its terms the determinant of the normal equations is rounding.
+constexpr double kSingularDeterminant = 1e-14;
+// Damping: the first and least there is, how much it changes by, and where the search gives up.
+constexpr double kLeastDamping = 1e-3;
+constexpr double kDampingStep = 10;
+constexpr double kMostDamping = 1e4;
+// A descent ends at steps below this length in metres, and this share of the distance that is left.
+constexpr double kDescentEnd = 1e-15;
+constexpr double kDescentEndShare = 1e-10;
 
 double angleOf(const Frame& f, const Vec3& to) { return portable::atan2(dot(to, f.y), dot(to, f.x)); }
 
-std::vector<double> gridPlaces(const std::vector<double>& knots, int degree, int point_count) {
+std::vector<double> gridParameters(const std::vector<double>& knots, int degree, int point_count) {
   std::vector<double> distinct(knots.begin() + degree, knots.begin() + point_count + 1);
   distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
   const auto spans = static_cast<int>(distinct.size()) - 1;
-  const int per_span = degree == 1 ? 1 : std::max(2, (12 + spans - 1) / spans);
-  std::vector<double> places;
+  const int per_span =
+      degree == 1 ? 1 : std::max(kLeastGridLinesOfSpan, (kSplineGridLines + spans - 1) / spans);
+  std::vector<double> parameters;
   for (int i = 0; i < spans; ++i) {
     const double low = distinct[static_cast<std::size_t>(i)];
     const double high = distinct[static_cast<std::size_t>(i) + 1];
-    for (int k = 0; k < per_span; ++k) places.push_back(low + (high - low) * k / per_span);
+    for (int k = 0; k < per_span; ++k) parameters.push_back(low + (high - low) * k / per_span);
   }
-  places.push_back(distinct.back());
-  return places;
+  parameters.push_back(distinct.back());
+  return parameters;
 }
 
-std::vector<double> evenPlaces(const Range& range, int steps) {
-  std::vector<double> places;
-  for (int i = 0; i <= steps; ++i) places.push_back(range.low + range.size() * i / steps);
-  return places;
+std::vector<double> evenParameters(const Range& range, int steps) {
+  std::vector<double> parameters;
+  for (int i = 0; i <= steps; ++i) parameters.push_back(range.low + range.size() * i / steps);
+  return parameters;
 }
 
-void thin(std::vector<double>& places, std::size_t limit) {
-  if (places.size() <= limit) return;
+void thin(std::vector<double>& parameters, std::size_t limit) {
+  if (parameters.size() <= limit) return;
   std::vector<double> kept;
-  for (std::size_t i = 0; i < limit; ++i) kept.push_back(places[i * (places.size() - 1) / (limit - 1)]);
-  places.swap(kept);
+  for (std::size_t i = 0; i < limit; ++i)
+    kept.push_back(parameters[i * (parameters.size() - 1) / (limit - 1)]);
+  parameters.swap(kept);
 }
 
 }  // namespace
@@ -56,15 +76,16 @@ const Geometry::Grid& Geometry::grid(const Surface& surface) {
   std::vector<double> vs;
   if (surface.kind == SurfaceKind::BSpline) {
     const SurfaceSpline& s = spline(surface);
-    us = gridPlaces(s.knots_u, s.degree_u, s.n_u);
-    vs = gridPlaces(s.knots_v, s.degree_v, s.n_v);
+    us = gridParameters(s.knots_u, s.degree_u, s.n_u);
+    vs = gridParameters(s.knots_v, s.degree_v, s.n_v);
   } else {
     const SurfaceDomain box = domain(surface);
-    if (box.u.bounded()) us = evenPlaces(box.u, 24);
-    if (box.v.bounded()) vs = evenPlaces(box.v, 24);
+    if (box.u.bounded()) us = evenParameters(box.u, kGridSteps);
+    if (box.v.bounded()) vs = evenParameters(box.v, kGridSteps);
   }
   thin(us, std::max<std::size_t>(
-               200, kMaximumGridPoints / std::max<std::size_t>(1, std::min<std::size_t>(vs.size(), 200))));
+               kMaximumGridLines,
+               kMaximumGridPoints / std::max<std::size_t>(1, std::min(vs.size(), kMaximumGridLines))));
   thin(vs, std::max<std::size_t>(2, kMaximumGridPoints / std::max<std::size_t>(1, us.size())));
   Grid made;
   // A pole once: all its copies among the nearest grid points would leave no start with the right direction.
@@ -73,7 +94,7 @@ const Geometry::Grid& Geometry::grid(const Surface& surface) {
     for (std::size_t k = 0; k < vs.size(); ++k) {
       const Vec3 p = at(surface, {us[i], vs[k]}).p;
       const bool again =
-          (i > 0 && distance(p, row[k]) < kSamePlace) || (k > 0 && distance(p, row[k - 1]) < kSamePlace);
+          (i > 0 && distance(p, row[k]) < kSamePoint) || (k > 0 && distance(p, row[k - 1]) < kSamePoint);
       row[k] = p;
       if (again) continue;
       made.uv.push_back({us[i], vs[k]});
@@ -91,7 +112,7 @@ double Geometry::descend(const Surface& surface, const SurfaceDomain& box, const
   SurfacePoint here = at(surface, x);
   double size = distance(p, here.p);
   double damping = 0;
-  for (int step = 0; step < kMaximumSteps && mayWork(); ++step) {
+  for (int step = 0; step < kMaximumDescentSteps && mayWork(); ++step) {
     const Vec3 rest = p - here.p;
     const double a = dot(here.du, here.du) * (1 + damping);
     const double c = dot(here.dv, here.dv) * (1 + damping);
@@ -101,7 +122,7 @@ double Geometry::descend(const Surface& surface, const SurfaceDomain& box, const
     const double alone_u = a > 0 ? gu / a : 0;
     const double alone_v = c > 0 ? gv / c : 0;
     const double det = a * c - m * m;
-    const bool solvable = det > 1e-14 * a * c;
+    const bool solvable = det > kSingularDeterminant * a * c;
     double du = solvable ? (gu * c - gv * m) / det : alone_u;
     double dv = solvable ? (gv * a - gu * m) / det : alone_v;
     // At a border that the step would cross, only the other parameter moves.
@@ -121,15 +142,48 @@ double Geometry::descend(const Surface& surface, const SurfaceDomain& box, const
       x = next;
       here = there;
       size = next_size;
-      damping = damping > 1e-3 ? damping / 10 : 0;
+      damping = damping > kLeastDamping ? damping / kDampingStep : 0;
     } else {
-      if (damping > 1e4) break;
-      damping = damping == 0 ? 1e-3 : damping * 10;
+      if (damping > kMostDamping) break;
+      damping = damping == 0 ? kLeastDamping : damping * kDampingStep;
     }
-    if (moved < 1e-15 + 1e-10 * size) break;
+    if (moved < kDescentEnd + kDescentEndShare * size) break;
   }
   uv = x;
   return size;
+}
+
+std::vector<Vec2> Geometry::startsFor(const Surface& surface, const Vec3& p) {
+  if (surface.kind == SurfaceKind::Offset) {
+    // The foot point on the base surface is only the start value.
+    Vec2 foot{};
+    (void)invert(this->surface(surface.base), p, nullptr, 0, foot);
+    return {foot};
+  }
+  const Grid& known = grid(surface);
+  work(known.p.size() / kGridPointsPerEvaluation + 1);
+  std::size_t nearest[kFewStarts] = {0, 0, 0};
+  double sizes[kFewStarts];
+  std::fill(sizes, sizes + kFewStarts, std::numeric_limits<double>::infinity());
+  for (std::size_t i = 0; i < known.p.size(); ++i) {
+    const Vec3 to = known.p[i] - p;
+    const double size = dot(to, to);
+    for (int k = 0; k < kFewStarts; ++k) {
+      if (size >= sizes[k]) continue;
+      for (int j = kFewStarts - 1; j > k; --j) {
+        sizes[j] = sizes[j - 1];
+        nearest[j] = nearest[j - 1];
+      }
+      sizes[k] = size;
+      nearest[k] = i;
+      break;
+    }
+  }
+  std::vector<Vec2> starts;
+  for (int k = 0; k < kFewStarts; ++k) {
+    if (std::isfinite(sizes[k])) starts.push_back(known.uv[nearest[k]]);
+  }
+  return starts;
 }
 
 double Geometry::invertBySearch(const Surface& surface, const Vec3& p, const Vec2* guess, double accept,
@@ -144,43 +198,13 @@ double Geometry::invertBySearch(const Surface& surface, const Vec3& p, const Vec
       return best_size;
     }
   }
-  std::vector<Vec2> starts;
-  if (surface.kind == SurfaceKind::Offset) {
-    // The foot point on the base surface is only the start value.
-    Vec2 foot{};
-    (void)invert(this->surface(surface.base), p, nullptr, 0, foot);
-    starts.push_back(foot);
-  } else {
-    const Grid& places = grid(surface);
-    work(places.p.size() / 16 + 1);
-    std::size_t nearest[3] = {0, 0, 0};
-    double sizes[3];
-    std::fill(sizes, sizes + 3, std::numeric_limits<double>::infinity());
-    for (std::size_t i = 0; i < places.p.size(); ++i) {
-      const Vec3 to = places.p[i] - p;
-      const double size = dot(to, to);
-      for (int k = 0; k < 3; ++k) {
-        if (size >= sizes[k]) continue;
-        for (int j = 2; j > k; --j) {
-          sizes[j] = sizes[j - 1];
-          nearest[j] = nearest[j - 1];
-        }
-        sizes[k] = size;
-        nearest[k] = i;
-        break;
-      }
-    }
-    for (int k = 0; k < 3; ++k) {
-      if (std::isfinite(sizes[k])) starts.push_back(places.uv[nearest[k]]);
-    }
-  }
-  for (Vec2 start : starts) {
+  for (Vec2 start : startsFor(surface, p)) {
     const double size = descend(surface, box, p, start);
     if (size < best_size) {
       best_size = size;
       best = start;
     }
-    if (best_size <= accept * 1e-3) break;
+    if (best_size <= accept * kGoodEnoughShare) break;
   }
   uv = best;
   return best_size;
@@ -191,21 +215,21 @@ double Geometry::invertThoroughly(const Surface& surface, const Vec3& p, Vec2& u
     return invert(surface, p, nullptr, 0, uv);
   }
   const SurfaceDomain box = domain(surface);
-  const Grid& places = grid(surface);
-  work(places.p.size() / 16 + 1);
-  std::vector<std::size_t> order(places.p.size());
+  const Grid& known = grid(surface);
+  work(known.p.size() / kGridPointsPerEvaluation + 1);
+  std::vector<std::size_t> order(known.p.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   const auto tried = static_cast<std::ptrdiff_t>(std::min<std::size_t>(order.size(), kManyStarts));
   std::partial_sort(order.begin(), order.begin() + tried, order.end(), [&](std::size_t a, std::size_t b) {
-    return distance(places.p[a], p) < distance(places.p[b], p);
+    return distance(known.p[a], p) < distance(known.p[b], p);
   });
   double best_size = std::numeric_limits<double>::infinity();
   for (std::ptrdiff_t i = 0; i < tried && mayWork(); ++i) {
-    Vec2 place = places.uv[order[static_cast<std::size_t>(i)]];
-    const double size = descend(surface, box, p, place);
+    Vec2 found = known.uv[order[static_cast<std::size_t>(i)]];
+    const double size = descend(surface, box, p, found);
     if (size >= best_size) continue;
     best_size = size;
-    uv = place;
+    uv = found;
   }
   return best_size;
 }
@@ -247,7 +271,7 @@ double Geometry::invertSpun(const Surface& surface, const Vec3& p, const Vec2* g
   });
   const Vec3 profile = at(curve(surface.curve), u).p;
   double v = angleOf(f, p - f.origin) - angleOf(f, profile - f.origin);
-  if (goal.x < 1e-12 && guess) v = guess->v;
+  if (goal.x < kNoLength && guess) v = guess->v;
   uv = {u, wrapNear(v, guess ? guess->v : kTurn / 2, kTurn)};
   return distance(p, at(surface, uv).p);
 }

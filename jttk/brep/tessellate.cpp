@@ -11,6 +11,8 @@
 #include "jttk/brep/edge_samples.h"
 #include "jttk/brep/face_domain_builder.h"
 #include "jttk/brep/face_mesh.h"
+#include "jttk/brep/precision.h"
+#include "jttk/mesh/append.h"
 
 namespace jttk::brep {
 namespace {
@@ -31,9 +33,22 @@ constexpr std::uint64_t kWorkPerPart = 6'000'000;
 constexpr std::uint64_t kWorkPerFace = 100'000;
 constexpr std::uint64_t kWorkOfAFace = 10;  // in addition to its evaluations
 
+// Rounds in which pairs of faces that share an inner edge are separated.
+constexpr int kSeparationRounds = 3;
+// For the rough size of the bodies: no limit on the chord (metres), pieces of edges by the angle alone
+// (radians), intersection curves followed this exactly (metres).
+constexpr double kRoughChord = 1e6;
+constexpr double kRoughAngle = 0.7;
+constexpr double kRoughPrecision = 1e-4;
+// What options may ask for; outside, the nearest counts. Percent of the diagonal; radians.
+constexpr double kLeastPercent = 1e-3;
+constexpr double kMostPercent = 50;
+constexpr double kLeastAngle = 0.01;
+constexpr double kMostAngle = 1.5;
+
 struct Box {
-  Vec3 low{1e300, 1e300, 1e300};
-  Vec3 high{-1e300, -1e300, -1e300};
+  Vec3 low{kBeyondAll, kBeyondAll, kBeyondAll};
+  Vec3 high{-kBeyondAll, -kBeyondAll, -kBeyondAll};
   void add(const Vec3& p) {
     low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
     high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
@@ -285,7 +300,7 @@ class BodyTessellator {
   // Two faces can both connect the same two border points by an inner edge, which four triangles would then
   // share. One of the faces is remeshed with a point on that edge.
   void separate() {
-    for (int round = 0; round < 3 && geometry_.mayWork(); ++round) {
+    for (int round = 0; round < kSeparationRounds && geometry_.mayWork(); ++round) {
       std::unordered_map<std::uint64_t, std::uint32_t> first_face;
       std::vector<std::uint32_t> again;
       for (std::uint32_t f = 0; f < meshes_.size(); ++f) {
@@ -321,8 +336,8 @@ class BodyTessellator {
 // percent, enough to scale the tolerance.
 double roughDiagonal(const Bodies& bodies, Geometry& geometry) {
   Tolerances coarse;
-  coarse.chord = 1e6;
-  coarse.angle = 0.7;
+  coarse.chord = kRoughChord;
+  coarse.angle = kRoughAngle;
   Box box;
   for (const Vertex& v : bodies.vertices) box.add(v.point);
   for (const Edge& edge : bodies.edges) {
@@ -344,24 +359,28 @@ double roughDiagonal(const Bodies& bodies, Geometry& geometry) {
 
 TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& options) {
   TessellatedBodies made;
-  const double scale = options.units_per_metre > 0 ? options.units_per_metre : 1000;
+  const double scale =
+      options.units_per_metre > 0 ? options.units_per_metre : TessellationOptions().units_per_metre;
   Tolerances tolerances;
-  Geometry rough(bodies, 1e-4);
+  Geometry rough(bodies, kRoughPrecision);
   const std::uint64_t rough_work =
       std::min(kRoughWork + kRoughWorkPerFace * bodies.faces.size(), options.work_limit);
   rough.allowWork(rough_work);
   double diagonal = roughDiagonal(bodies, rough);
   made.work = rough_work - rough.workLeft();
   if (!(diagonal > 0)) diagonal = kUnknownSize;
-  const double percent =
-      std::isfinite(options.chord_tolerance_percent) ? options.chord_tolerance_percent : 0.08;
+  const double percent = std::isfinite(options.chord_tolerance_percent)
+                             ? options.chord_tolerance_percent
+                             : TessellationOptions().chord_tolerance_percent;
   // Never finer than what double arithmetic and the bodies' own precision give.
-  tolerances.chord = std::max(diagonal * std::clamp(percent, 1e-3, 50.0) / 100, 1e-8) * kOwnShare;
-  tolerances.angle = std::clamp(options.angle_tolerance_rad, 0.01, 1.5);
+  tolerances.chord =
+      std::max(diagonal * std::clamp(percent, kLeastPercent, kMostPercent) / 100, kModelResolution) *
+      kOwnShare;
+  tolerances.angle = std::clamp(options.angle_tolerance_rad, kLeastAngle, kMostAngle);
   tolerances.minimum_edge = options.minimum_edge_length > 0 ? options.minimum_edge_length / scale : 0;
   made.chord_tolerance = tolerances.chord / kOwnShare * scale;
   made.diagonal = diagonal * scale;
-  Geometry geometry(bodies, tolerances.chord * 1e-3);
+  Geometry geometry(bodies, tolerances.chord * kPrecisionShare);
   const std::uint64_t own_limit = kWorkPerPart + kWorkPerFace * bodies.faces.size();
   const std::uint64_t work = std::min(own_limit, options.work_limit - made.work);
   geometry.allowWork(work);
@@ -380,19 +399,9 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
 ShapeGeometry mergedShape(const TessellatedBodies& tessellated) {
   ShapeGeometry all;
   for (const TessellatedBody& body : tessellated.bodies) {
-    const ShapeGeometry& one = body.shape;
-    if (one.kind == PrimitiveKind::Empty) continue;
-    const auto first_position = static_cast<std::uint32_t>(all.positions.size() / 3);
-    const auto first_record = static_cast<std::uint32_t>(all.normals.size() / 3);
-    const auto first_corner = static_cast<std::uint32_t>(all.corner_positions.size());
-    all.kind = one.kind;
-    all.positions.insert(all.positions.end(), one.positions.begin(), one.positions.end());
-    all.normals.insert(all.normals.end(), one.normals.begin(), one.normals.end());
-    if (!all.primitive_starts.empty()) all.primitive_starts.pop_back();
-    for (const std::uint32_t start : one.primitive_starts)
-      all.primitive_starts.push_back(first_corner + start);
-    for (const std::uint32_t p : one.corner_positions) all.corner_positions.push_back(first_position + p);
-    for (const std::uint32_t r : one.corner_records) all.corner_records.push_back(first_record + r);
+    if (body.shape.kind == PrimitiveKind::Empty) continue;
+    all.kind = body.shape.kind;
+    append(all, body.shape);
   }
   return all;
 }

@@ -5,12 +5,21 @@
 #include <algorithm>
 #include <cmath>
 
+#include "jttk/brep/precision.h"
+
 namespace jttk::brep {
 namespace {
 
 // A boundary point further from the surface than this many chord tolerances is damage.
 constexpr double kMaximumGap = 20;
 constexpr std::size_t kMaximumPoleCopies = 256;
+// Points beside a pole that are compared with it, in shares of the parameter's range.
+constexpr double kPoleShares[] = {-0.15, -0.05, 0.05, 0.15};
+// Which of both directions a step has gone is open if it is longer than this share of the period. Half a
+// period would be the limit on a circle; surfaces turn unevenly.
+constexpr double kSureStep = 0.3;
+// Other axes of a sphere must keep loops from the pole by this much more, in the cosine.
+constexpr double kBetterReach = 1e-9;
 
 }  // namespace
 
@@ -21,17 +30,16 @@ int LoopUnwrapper::singularIn(Vec2 uv) {
     return 0;
   }
   const SurfacePoint here = geometry_.at(s, uv);
-  constexpr double kSame = 1e-7;
   const auto stays = [&](bool in_u) {
     const Range& range = in_u ? box_.u : box_.v;
-    if (!range.bounded() || length(in_u ? here.du : here.dv) * range.size() > 1e-5) return false;
+    if (!range.bounded() || length(in_u ? here.du : here.dv) * range.size() > kPoleReach) return false;
     const bool wraps = (in_u ? box_.period_u : box_.period_v) > 0;
-    for (const double share : {-0.15, -0.05, 0.05, 0.15}) {
+    for (const double share : kPoleShares) {
       Vec2 other = uv;
       double& x = in_u ? other.u : other.v;
       x += share * range.size();
       if (!wraps) x = std::clamp(x, range.low, range.high);
-      if (distance(geometry_.at(s, other).p, here.p) > kSame) return false;
+      if (distance(geometry_.at(s, other).p, here.p) > kPoleSize) return false;
     }
     return true;
   };
@@ -52,7 +60,7 @@ double LoopUnwrapper::toleranceOf(std::uint32_t number) const {
 
 std::vector<LoopUnwrapper::Entry> LoopUnwrapper::invertAll(const std::vector<LoopPoint>& loop) {
   std::vector<Entry> entries;
-  const double accept = std::max(1e-9, tolerances_.chord * 1e-3);
+  const double accept = std::max(kSamePoint, tolerances_.chord * kPrecisionShare);
   const Vec2* guess = nullptr;
   Vec2 last;
   for (const LoopPoint& p : loop) {
@@ -83,17 +91,60 @@ std::vector<LoopUnwrapper::Entry> LoopUnwrapper::invertAll(const std::vector<Loo
   return entries;
 }
 
-double LoopUnwrapper::stepTo(double from, double to, double period, std::uint32_t a, std::uint32_t b,
-                             bool in_u) {
-  if (!(period > 0)) return to;
-  double next = wrapNear(to, from, period);
-  if (std::abs(next - from) > 0.3 * period) {
-    // More than 0.3 of a period: invert the chord's midpoint to decide the direction.
+double LoopUnwrapper::stepTo(bool in_u, const DomainPoint& from, const DomainPoint& to) {
+  const double period = in_u ? box_.period_u : box_.period_v;
+  const double start = in_u ? from.uv.u : from.uv.v;
+  const double end = in_u ? to.uv.u : to.uv.v;
+  if (!(period > 0)) return end;
+  double next = wrapNear(end, start, period);
+  if (std::abs(next - start) > kSureStep * period) {
+    // Invert the chord's midpoint to decide the direction.
     Vec2 middle;
-    (void)geometry_.invert(surface_, (points_[a] + points_[b]) * 0.5, nullptr, 0, middle);
-    next = wrapNear(to, wrapNear(in_u ? middle.u : middle.v, from, period), period);
+    (void)geometry_.invert(surface_, (points_[from.id] + points_[to.id]) * 0.5, nullptr, 0, middle);
+    next = wrapNear(end, wrapNear(in_u ? middle.u : middle.v, start, period), period);
   }
   return next;
+}
+
+DomainPoint LoopUnwrapper::follow(const std::vector<Entry>& entries, const Entry& regular,
+                                  DomainLoop& points) {
+  DomainPoint last{regular.uv, regular.at.id, kNoEdge};
+  bool after_pole = true;
+  std::vector<std::size_t> open;  // copies of poles that wait for the coordinate of the next point
+  for (const Entry& entry : entries) {
+    if (entry.singular != 0) {
+      // One copy for the piece that leads to the pole, one for the piece that leads away.
+      Vec2 uv = entry.uv;
+      (entry.singular == 1 ? uv.u : uv.v) = entry.singular == 1 ? last.uv.u : last.uv.v;
+      points.push_back({uv, entry.at.id, kNoEdge});
+      open.push_back(points.size());
+      points.push_back({uv, entry.at.id, entry.at.edge});
+      after_pole = true;
+      continue;
+    }
+    DomainPoint here{entry.uv, entry.at.id, entry.at.edge};
+    if (after_pole) {
+      here.uv = {wrapNear(entry.uv.u, last.uv.u, box_.period_u),
+                 wrapNear(entry.uv.v, last.uv.v, box_.period_v)};
+    } else {
+      const double u = stepTo(true, last, here);
+      here.uv = {u, stepTo(false, last, here)};
+    }
+    for (const std::size_t i : open) {
+      // Sets the free coordinate of the pole's second copy; singularIn tells which one that is.
+      DomainPoint& p = points[i];
+      if (singularIn(p.uv) == 1) {
+        p.uv.u = here.uv.u;
+      } else {
+        p.uv.v = here.uv.v;
+      }
+    }
+    open.clear();
+    points.push_back(here);
+    last = here;
+    after_pole = false;
+  }
+  return last;
 }
 
 Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
@@ -110,55 +161,19 @@ Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
     problem_ = "a loop of poles only";
     return made;
   }
-  Vec2 last = regular->uv;
-  std::uint32_t last_id = regular->at.id;
-  bool after_pole = true;
-  std::vector<std::size_t> open;  // copies of poles that wait for the coordinate of the next point
-  for (const Entry& entry : entries) {
-    if (entry.singular != 0) {
-      // One copy for the piece that leads to the pole, one for the piece that leads away.
-      Vec2 uv = entry.uv;
-      (entry.singular == 1 ? uv.u : uv.v) = entry.singular == 1 ? last.u : last.v;
-      made.points.push_back({uv, entry.at.id, kNoEdge});
-      open.push_back(made.points.size());
-      made.points.push_back({uv, entry.at.id, entry.at.edge});
-      after_pole = true;
-      continue;
-    }
-    Vec2 uv;
-    if (after_pole) {
-      uv = {wrapNear(entry.uv.u, last.u, box_.period_u), wrapNear(entry.uv.v, last.v, box_.period_v)};
-    } else {
-      uv = {stepTo(last.u, entry.uv.u, box_.period_u, last_id, entry.at.id, true),
-            stepTo(last.v, entry.uv.v, box_.period_v, last_id, entry.at.id, false)};
-    }
-    for (const std::size_t i : open) {
-      // Sets the free coordinate of the pole's second copy; singularIn tells which one that is.
-      DomainPoint& p = made.points[i];
-      if (singularIn(p.uv) == 1) {
-        p.uv.u = uv.u;
-      } else {
-        p.uv.v = uv.v;
-      }
-    }
-    open.clear();
-    made.points.push_back({uv, entry.at.id, entry.at.edge});
-    last = uv;
-    last_id = entry.at.id;
-    after_pole = false;
-  }
+  const DomainPoint last = follow(entries, *regular, made.points);
   if (has_pole) {
     // The first copy belongs to the last piece of the loop.
     DomainPoint& first = made.points.front();
     (entries.front().singular == 1 ? first.uv.u : first.uv.v) =
-        entries.front().singular == 1 ? last.u : last.v;
+        entries.front().singular == 1 ? last.uv.u : last.uv.v;
     return made;
   }
-  const Vec2 start = made.points.front().uv;
-  const double end_u = stepTo(last.u, start.u, box_.period_u, last_id, entries.front().at.id, true);
-  const double end_v = stepTo(last.v, start.v, box_.period_v, last_id, entries.front().at.id, false);
-  if (box_.period_u > 0) made.turns_u = static_cast<int>(std::lround((end_u - start.u) / box_.period_u));
-  if (box_.period_v > 0) made.turns_v = static_cast<int>(std::lround((end_v - start.v) / box_.period_v));
+  const DomainPoint start = made.points.front();
+  const double end_u = stepTo(true, last, start);
+  const double end_v = stepTo(false, last, start);
+  if (box_.period_u > 0) made.turns_u = static_cast<int>(std::lround((end_u - start.uv.u) / box_.period_u));
+  if (box_.period_v > 0) made.turns_v = static_cast<int>(std::lround((end_v - start.uv.v) / box_.period_v));
   return made;
 }
 
@@ -169,13 +184,13 @@ void fillPoles(Unwrapped& loop, WorkCounter& work) {
     const DomainPoint& from = loop.points[i];
     filled.push_back(from);
     if (i + 1 == loop.points.size() || loop.points[i + 1].id != from.id || from.edge != kNoEdge) continue;
-    const Vec2 way = loop.points[i + 1].uv - from.uv;
-    if (way == Vec2{}) continue;
+    const Vec2 step = loop.points[i + 1].uv - from.uv;
+    if (step == Vec2{}) continue;
     work.spendEvaluations(pieces);
     if (!work.mayWork()) return;
     for (std::size_t k = 1; k < pieces; ++k) {
       const double share = static_cast<double>(k) / static_cast<double>(pieces);
-      filled.push_back({from.uv + way * share, from.id, kNoEdge});
+      filled.push_back({from.uv + step * share, from.id, kNoEdge});
     }
   }
   loop.points = std::move(filled);
@@ -202,12 +217,13 @@ void chooseSphereAxes(Surface& sphere, const std::vector<std::vector<LoopPoint>>
     axes.push_back(normalized(f.y + f.z * a));
     axes.push_back(normalized(f.z + f.x * a));
   }
-  double best_reach = 2;
+  constexpr double kNoReach = 2;  // above any cosine: no axis, or none yet
+  double best_reach = kNoReach;
   Vec3 best = f.z;
   for (const Vec3& axis : axes) {
-    double reach = length(axis) > 0.5 ? 0 : 2;
+    double reach = length(axis) > 0.5 ? 0 : kNoReach;  // axes are unit vectors or zero
     for (const Vec3& d : directions) reach = std::max(reach, std::abs(dot(axis, d)));
-    if (reach < best_reach - 1e-9) {
+    if (reach < best_reach - kBetterReach) {
       best_reach = reach;
       best = axis;
     }

@@ -42,7 +42,10 @@ class LoopUnwrapper {
   int singularIn(Vec2 uv);
   [[nodiscard]] double toleranceOf(std::uint32_t number) const;
   std::vector<Entry> invertAll(const std::vector<LoopPoint>& loop);
-  double stepTo(double from, double to, double period, std::uint32_t a, std::uint32_t b, bool in_u);
+  // The coordinate of `to`, by its copy to which the loop runs from the point `from`.
+  double stepTo(bool in_u, const DomainPoint& from, const DomainPoint& to);
+  // Appends the entries as points, each near its predecessor; gives the last one.
+  DomainPoint follow(const std::vector<Entry>& entries, const Entry& regular, DomainLoop& points);
 
   Geometry& geometry_;
   const Surface& surface_;

@@ -48,7 +48,9 @@ inline Vec3 normalized(const Vec3& a) {
 }
 // Some unit vector across `a`.
 inline Vec3 anyAcross(const Vec3& a) {
-  const Vec3 pick = std::abs(a.x) < 0.6 * length(a) ? Vec3{1, 0, 0} : Vec3{0, 1, 0};
+  // Cosine up to which the x axis is used; beyond it, that of the y axis is 0.8 at most.
+  constexpr double kNotAlong = 0.6;
+  const Vec3 pick = std::abs(a.x) < kNotAlong * length(a) ? Vec3{1, 0, 0} : Vec3{0, 1, 0};
   return normalized(cross(a, pick));
 }
 // Angle between two directions, 0 to pi.

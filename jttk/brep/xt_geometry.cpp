@@ -1,11 +1,13 @@
-// Curves and surfaces: the fields of each node type checked (finite, unit directions, radii above zero) and
-// brought into the form of bodies.h. Splines: xt_splines.cpp.
+// Curves and surfaces that refer to others, checked and brought into the form of bodies.h. Splines:
+// xt_splines.cpp; the simple ones: xt_simple_geometry.cpp.
 #include "jttk/brep/xt_geometry.h"
 
 #include <algorithm>
 #include <cmath>
 
+#include "jttk/brep/precision.h"
 #include "jttk/brep/xt_node_types.h"
+#include "jttk/brep/xt_simple_geometry.h"
 
 namespace jttk::brep {
 namespace {
@@ -14,21 +16,6 @@ namespace {
 constexpr int kMaximumNesting = 8;
 // Where a profile that ends on one side only is taken to end on the other, in metres.
 constexpr double kFarAway = 1e3;
-
-bool isUnit(const Vec3& v) { return isSane(v) && std::abs(length(v) - 1) < 1e-6; }
-
-bool readFrame(const XtNode& node, const char* origin, const char* axis, Frame& frame) {
-  frame.origin = node.vector(origin);
-  const Vec3 z = node.vector(axis);
-  const Vec3 x = node.vector("x_axis");
-  if (!isSane(frame.origin) || !isUnit(z) || !isUnit(x) || std::abs(dot(z, x)) > 1e-5) return false;
-  frame.z = normalized(z);
-  frame.y = normalized(cross(frame.z, x));
-  frame.x = cross(frame.y, frame.z);
-  return true;
-}
-
-bool isLength(double value) { return isSane(value) && value > 0; }
 
 // The number of the node's curve or surface among those `made`: looked up in `known`, else made by `read`.
 // During `read` the entry is kNoIndex, which ends cycles.
@@ -99,10 +86,11 @@ Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
     return curve;
   }
   const XtNode start = node.pointer("start", xt_type::kLimit);
-  curve.closed = start.letter("type") == 'H' ||
-                 (curve.chart.size() > 3 && distance(curve.chart.front(), curve.chart.back()) < 1e-8);
+  curve.closed =
+      start.letter("type") == 'H' ||
+      (curve.chart.size() > 3 && distance(curve.chart.front(), curve.chart.back()) < kModelResolution);
   if (curve.closed && !(curve.chart.front() == curve.chart.back())) {
-    if (distance(curve.chart.front(), curve.chart.back()) < 1e-8) {
+    if (distance(curve.chart.front(), curve.chart.back()) < kModelResolution) {
       curve.chart.back() = curve.chart.front();
     } else {
       curve.chart.push_back(curve.chart.front());
@@ -150,30 +138,28 @@ Curve XtGeometryReader::readOnSurface(const XtNode& node, int depth) {
   return made;
 }
 
+Curve XtGeometryReader::readBCurve(const XtNode& node) {
+  Curve made;
+  made.kind = CurveKind::BSpline;
+  made.spline = curveSpline(node.pointer("nurbs", xt_type::kNurbsCurve), made.problem);
+  if (made.problem.empty() && bodies_.curve_splines[static_cast<std::size_t>(made.spline)].dimension != 3) {
+    // The parameter curve of an SP_CURVE; no curve in space by itself.
+    made.problem = "a curve in the plane";
+  }
+  return made;
+}
+
 Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
   Curve curve;
   switch (node.type()) {
     case xt_type::kLine:
-      curve.kind = CurveKind::Line;
-      curve.frame.origin = node.vector("pvec");
-      curve.frame.z = node.vector("direction");
-      if (!isSane(curve.frame.origin) || !isUnit(curve.frame.z)) curve.problem = "no position and direction";
+      curve = readLine(node);
       break;
     case xt_type::kCircle:
-      curve.kind = CurveKind::Circle;
-      curve.radius = curve.radius_2 = node.real("radius");
-      if (!readFrame(node, "centre", "normal", curve.frame) || !isLength(curve.radius)) {
-        curve.problem = "no axes or radius";
-      }
+      curve = readCircle(node);
       break;
     case xt_type::kEllipse:
-      curve.kind = CurveKind::Ellipse;
-      curve.radius = node.real("major_radius");
-      curve.radius_2 = node.real("minor_radius");
-      if (!readFrame(node, "centre", "normal", curve.frame) || !isLength(curve.radius) ||
-          !isLength(curve.radius_2)) {
-        curve.problem = "no axes or radii";
-      }
+      curve = readEllipse(node);
       break;
     case xt_type::kIntersection:
       curve = readIntersection(node, depth);
@@ -182,13 +168,7 @@ Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
       curve = readTrimmed(node, depth);
       break;
     case xt_type::kBCurve:
-      curve.kind = CurveKind::BSpline;
-      curve.spline = curveSpline(node.pointer("nurbs", xt_type::kNurbsCurve), curve.problem);
-      if (curve.problem.empty() &&
-          bodies_.curve_splines[static_cast<std::size_t>(curve.spline)].dimension != 3) {
-        // The parameter curve of an SP_CURVE; no curve in space by itself.
-        curve.problem = "a curve in the plane";
-      }
+      curve = readBCurve(node);
       break;
     case xt_type::kSpCurve:
       curve = readOnSurface(node, depth);
@@ -248,7 +228,7 @@ Surface XtGeometryReader::readBlend(const XtNode& node, int depth) {
   made.radius = std::abs(range[0]);
   if (!isLength(made.radius) || made.radius > kMaximumReal) {
     made.problem = "a blend without a radius";
-  } else if (range[1] != 0 && std::abs(std::abs(range[1]) - made.radius) > 1e-9) {
+  } else if (range[1] != 0 && std::abs(std::abs(range[1]) - made.radius) > kSamePoint) {
     made.problem = "a blend of changing radius";
   } else if (made.curve == kNoIndex) {
     made.problem = "a blend without a spine";
@@ -284,53 +264,61 @@ void XtGeometryReader::limitProfile(const XtNode& node, Surface& spun) {
   bodies_.curves.push_back(limited);
 }
 
+void XtGeometryReader::useCurve(const XtNode& node, int depth, Surface& made) {
+  made.curve = curve(node, depth + 1);
+  if (made.curve == kNoIndex) {
+    made.problem = "no curve";
+  } else if (const Curve& used = bodies_.curves[static_cast<std::size_t>(made.curve)];
+             used.kind == CurveKind::Unknown) {
+    made.problem = used.problem;
+  }
+}
+
+Surface XtGeometryReader::readSwept(const XtNode& node, int depth) {
+  Surface made;
+  made.kind = SurfaceKind::Swept;
+  made.sweep = node.vector("sweep");
+  useCurve(node.pointer("section"), depth, made);
+  if (made.problem.empty() && (!isSane(made.sweep) || !(length(made.sweep) > kNoLength))) {
+    made.problem = "no sweep direction";
+  }
+  return made;
+}
+
+Surface XtGeometryReader::readSpun(const XtNode& node, int depth) {
+  Surface made;
+  made.kind = SurfaceKind::Spun;
+  made.frame.origin = node.vector("base");
+  made.frame.z = node.vector("axis");
+  useCurve(node.pointer("profile"), depth, made);
+  if (made.problem.empty() && (!isSane(made.frame.origin) || !isUnit(made.frame.z))) {
+    made.problem = "no axis";
+  }
+  if (!made.problem.empty()) return made;
+  made.frame.z = normalized(made.frame.z);
+  made.frame.x = anyAcross(made.frame.z);
+  made.frame.y = cross(made.frame.z, made.frame.x);
+  limitProfile(node, made);
+  return made;
+}
+
 Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
   Surface made;
-  const auto needCurve = [&](const char* field) {
-    made.curve = curve(node.pointer(field), depth + 1);
-    if (made.curve == kNoIndex) {
-      made.problem = "no curve";
-    } else if (const Curve& used = bodies_.curves[static_cast<std::size_t>(made.curve)];
-               used.kind == CurveKind::Unknown) {
-      made.problem = used.problem;
-    }
-  };
   switch (node.type()) {
     case xt_type::kPlane:
-      made.kind = SurfaceKind::Plane;
-      if (!readFrame(node, "pvec", "normal", made.frame)) made.problem = "no axes";
+      made = readPlane(node);
       break;
     case xt_type::kCylinder:
-      made.kind = SurfaceKind::Cylinder;
-      made.radius = node.real("radius");
-      if (!readFrame(node, "pvec", "axis", made.frame) || !isLength(made.radius))
-        made.problem = "no axes or radius";
+      made = readCylinder(node);
       break;
     case xt_type::kCone:
-      made.kind = SurfaceKind::Cone;
-      made.radius = node.real("radius");
-      made.sin_half_angle = node.real("sin_half_angle");
-      made.cos_half_angle = node.real("cos_half_angle");
-      if (!readFrame(node, "pvec", "axis", made.frame) || !isSane(made.radius) ||
-          !(std::abs(made.sin_half_angle) <= 1) || !(std::abs(made.cos_half_angle) > 1e-9) ||
-          !(std::abs(made.cos_half_angle) <= 1)) {
-        made.problem = "no axes, radius or angle";
-      }
+      made = readCone(node);
       break;
     case xt_type::kSphere:
-      made.kind = SurfaceKind::Sphere;
-      made.radius = node.real("radius");
-      if (!readFrame(node, "centre", "axis", made.frame) || !isLength(made.radius))
-        made.problem = "no axes or radius";
+      made = readSphere(node);
       break;
     case xt_type::kTorus:
-      made.kind = SurfaceKind::Torus;
-      made.radius = node.real("major_radius");
-      made.radius_2 = node.real("minor_radius");
-      if (!readFrame(node, "centre", "axis", made.frame) || !isSane(made.radius) ||
-          !isLength(made.radius_2) || !(made.radius > -made.radius_2)) {
-        made.problem = "no axes or radii";
-      }
+      made = readTorus(node);
       break;
     case xt_type::kBlendedEdge:
       made = readBlend(node, depth);
@@ -339,26 +327,10 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
       made = readOffset(node, depth);
       break;
     case xt_type::kSweptSurface:
-      made.kind = SurfaceKind::Swept;
-      made.sweep = node.vector("sweep");
-      needCurve("section");
-      if (made.problem.empty() && (!isSane(made.sweep) || !(length(made.sweep) > 1e-12))) {
-        made.problem = "no sweep direction";
-      }
+      made = readSwept(node, depth);
       break;
     case xt_type::kSpunSurface:
-      made.kind = SurfaceKind::Spun;
-      made.frame.origin = node.vector("base");
-      made.frame.z = node.vector("axis");
-      needCurve("profile");
-      if (made.problem.empty() && (!isSane(made.frame.origin) || !isUnit(made.frame.z)))
-        made.problem = "no axis";
-      if (made.problem.empty()) {
-        made.frame.z = normalized(made.frame.z);
-        made.frame.x = anyAcross(made.frame.z);
-        made.frame.y = cross(made.frame.z, made.frame.x);
-        limitProfile(node, made);
-      }
+      made = readSpun(node, depth);
       break;
     case xt_type::kBSurface:
       made.kind = SurfaceKind::BSpline;

@@ -1,7 +1,6 @@
 // Curves and surfaces of an XT stream, read on demand into the arrays of Bodies.
 #pragma once
 
-#include <cmath>
 #include <map>
 #include <string>
 #include <vector>
@@ -37,8 +36,13 @@ class XtGeometryReader {
   Curve readIntersection(const XtNode& node, int depth);
   Curve readTrimmed(const XtNode& node, int depth);
   Curve readOnSurface(const XtNode& node, int depth);
+  Curve readBCurve(const XtNode& node);
   Surface readOffset(const XtNode& node, int depth);
   Surface readBlend(const XtNode& node, int depth);
+  Surface readSwept(const XtNode& node, int depth);
+  Surface readSpun(const XtNode& node, int depth);
+  // Sets the surface's curve, or its problem.
+  void useCurve(const XtNode& node, int depth, Surface& made);
   void limitProfile(const XtNode& node, Surface& spun);
   std::int32_t curveSpline(const XtNode& node, std::string& problem);
   std::int32_t surfaceSpline(const XtNode& node, std::string& problem);
@@ -48,12 +52,6 @@ class XtGeometryReader {
   std::map<std::uint32_t, std::int32_t> curves_;  // node row -> number; kNoIndex while being read
   std::map<std::uint32_t, std::int32_t> surfaces_;
 };
-
-// Lengths in metres and parameters beyond this are taken for damage, or for not set: there, writers put
-// -3.14158e13.
-inline constexpr double kMaximumReal = 1e9;
-inline bool isSane(double value) { return std::isfinite(value) && std::abs(value) < kMaximumReal; }
-inline bool isSane(const Vec3& v) { return isSane(v.x) && isSane(v.y) && isSane(v.z); }
 
 // Checks a knot vector: finite, never falling, with a domain that is not empty. Empty text when it is fine.
 std::string knotProblem(const std::vector<double>& knots, int degree, int point_count);

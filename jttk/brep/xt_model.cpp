@@ -5,17 +5,21 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "jttk/brep/precision.h"
 #include "jttk/brep/xt_geometry.h"
 #include "jttk/brep/xt_node_types.h"
 
 namespace jttk::brep {
 namespace {
 
+constexpr double kMaximumTolerance = 1;  // metres; what is stated above is damage
+constexpr double kMaximumScale = 1e9;    // and at least its inverse
+constexpr double kMinimumScale = 1e-9;
 constexpr std::int32_t kScaleAttribute = 9000;  // XT length = JT length * value
 
 double toleranceOf(const XtNode& node) {
   const double value = node.real("tolerance");
-  return value > 0 && value < 1 ? value : 0;  // not set is a large negative number
+  return value > 0 && value < kMaximumTolerance ? value : 0;  // not set is a large negative number
 }
 
 class ModelBuilder {
@@ -159,7 +163,8 @@ class ModelBuilder {
       const XtNode point = node.pointer("point", xt_type::kPoint);
       made.point = point.vector("pvec");
       made.tolerance = toleranceOf(node);
-      if (!point || !isFinite(made.point) || length(made.point) > 1e9) bad_vertices_.insert(known->second);
+      if (!point || !isFinite(made.point) || length(made.point) > kMaximumReal)
+        bad_vertices_.insert(known->second);
       if (!isFinite(made.point)) made.point = {};
       bodies_.vertices.push_back(made);
     }
@@ -175,7 +180,7 @@ class ModelBuilder {
       if (at.pointer("definition", xt_type::kAttributeDefinition).integer("type_id") != kScaleAttribute)
         continue;
       const double value = at.pointer("fields", xt_type::kRealValues).real("values");
-      if (value > 1e-9 && value < 1e9) bodies_.units_per_metre = 1 / value;
+      if (value > kMinimumScale && value < kMaximumScale) bodies_.units_per_metre = 1 / value;
     }
   }
 

@@ -12,6 +12,11 @@ namespace {
 
 constexpr std::size_t kMaximumBytes = std::size_t{1} << 31;
 constexpr std::int32_t kMaximumUserFields = 16;
+constexpr std::uint32_t kNeutralBinaryMark = 0x50530000U;  // "PS" and two zeros
+constexpr const char* kBaseSchema = "13006";
+// Characters of a text from the file that an error repeats at most.
+constexpr std::size_t kQuotedKey = 64;
+constexpr std::size_t kQuotedBase = 16;
 
 double bigReal(const std::byte* p) {
   ByteReader reader({p, 8}, ByteOrder::Big);
@@ -121,7 +126,8 @@ XtNode XtNodes::find(std::uint32_t index) const {
 
 Result<void> XtNodes::readHeader(ByteReader& reader) {
   const std::uint64_t start = reader.offset();
-  if (reader.u32("XT mark") != 0x50530000U) return fail("XT data are not of the neutral binary form", start);
+  if (reader.u32("XT mark") != kNeutralBinaryMark)
+    return fail("XT data are not of the neutral binary form", start);
   const std::int16_t text_size = reader.i16("length of the XT header text");
   if (text_size < 0) return fail("length of the XT header text is negative", reader.offset());
   reader.skip(static_cast<std::size_t>(text_size), "XT header text");
@@ -131,13 +137,14 @@ Result<void> XtNodes::readHeader(ByteReader& reader) {
   // "SCH_<version>_<schema>" or "SCH_<version>_<schema>_<base>": with a base the schema is embedded.
   const auto parts = std::count(schema_.begin(), schema_.end(), '_');
   if (schema_.rfind("SCH_", 0) != 0 || parts < 2 || parts > 3) {
-    return fail("XT schema key is \"" + schema_.substr(0, 64) + "\"", key_offset);
+    return fail("XT schema key is \"" + schema_.substr(0, kQuotedKey) + "\"", key_offset);
   }
   embedded_ = parts == 3;
   if (embedded_) {
-    if (schema_.substr(schema_.rfind('_') + 1) != "13006") {
-      return fail("XT schema is based on " + schema_.substr(schema_.rfind('_') + 1, 16) + ", not on 13006",
-                  key_offset);
+    if (schema_.substr(schema_.rfind('_') + 1) != kBaseSchema) {
+      return fail(
+          "XT schema is based on " + schema_.substr(schema_.rfind('_') + 1, kQuotedBase) + ", not on 13006",
+          key_offset);
     }
     reader.skip(2, "number of XT node types");
   }
@@ -179,12 +186,12 @@ Result<void> XtNodes::readNodes(ByteReader reader) {
   field_starts_.clear();
   for (;;) {
     Row row;
-    const std::uint64_t place = reader.offset();
-    row.offset = static_cast<std::uint32_t>(place - base_offset_);
+    const std::uint64_t start_of_node = reader.offset();
+    row.offset = static_cast<std::uint32_t>(start_of_node - base_offset_);
     const std::int16_t number = reader.i16("XT node type");
     if (!reader.ok()) return reader.unexpected();
     if (number == xt_type::kEndOfStream) break;
-    if (number < 1) return fail("XT node type is " + std::to_string(number), place);
+    if (number < 1) return fail("XT node type is " + std::to_string(number), start_of_node);
     auto known = type_rows.find(number);
     if (known == type_rows.end()) {
       if (embedded_) {
@@ -193,7 +200,7 @@ Result<void> XtNodes::readNodes(ByteReader reader) {
         types_.push_back(*std::move(type));
       } else {
         std::optional<XtNodeType> type = baseXtNodeType(number);
-        if (!type) return fail("node type " + std::to_string(number) + " is not known", place);
+        if (!type) return fail("node type " + std::to_string(number) + " is not known", start_of_node);
         types_.push_back(*std::move(type));
       }
       known = type_rows.emplace(number, static_cast<std::uint32_t>(types_.size() - 1)).first;
@@ -206,7 +213,7 @@ Result<void> XtNodes::readNodes(ByteReader reader) {
     }
     row.index = readXtPointer(reader, "XT node index");
     if (!reader.ok()) return tl::unexpected<Error>(reader.error().in(type.name));
-    if (row.index == 0) return fail(type.name + ": node index is 0", place);
+    if (row.index == 0) return fail(type.name + ": node index is 0", start_of_node);
     Result<void> fields = readFields(reader, type, row);
     if (!fields) return fields;
     rows_.push_back(row);

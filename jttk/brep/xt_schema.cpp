@@ -16,6 +16,11 @@ struct BaseType {
   const char* fields;  // "name:letter name:letter[3] name:letter[]"; $ stands for the fields of all geometry
 };
 
+// Instead of the number of fields in a delta: the type is that of the base schema.
+constexpr std::uint8_t kUnchangedType = 255;
+// An index that is too large for one I16 is written as quotient and rest by this.
+constexpr std::int32_t kPointerDivisor = 32767;
+
 constexpr std::string_view kGeometryFields =
     "node_id:d attributes_features:p owner:p next:p previous:p geometric_owner:p sense:c";
 
@@ -190,20 +195,20 @@ Result<void> applyLetters(ByteReader& reader, const XtNodeType& base, std::uint8
                           XtNodeType& type) {
   std::size_t next = 0;
   for (;;) {
-    const std::uint64_t place = reader.offset();
+    const std::uint64_t start = reader.offset();
     const char letter = static_cast<char>(reader.u8("letter of a schema delta"));
     if (!reader.ok()) return reader.unexpected();
     if (letter == 'Z') break;
     if (letter == 'C' || letter == 'D') {
-      if (next >= base.fields.size()) return fail("schema delta uses more fields than the type has", place);
+      if (next >= base.fields.size()) return fail("schema delta uses more fields than the type has", start);
       if (letter == 'C') type.fields.push_back(base.fields[next]);
       ++next;
     } else if (letter == 'I' || letter == 'A') {
       type.fields.push_back(readFieldRecord(reader));
     } else {
-      return fail("unknown letter in a schema delta", place);
+      return fail("unknown letter in a schema delta", start);
     }
-    if (type.fields.size() > field_count) return fail("schema delta gives too many fields", place);
+    if (type.fields.size() > field_count) return fail("schema delta gives too many fields", start);
   }
   if (next != base.fields.size() || type.fields.size() != field_count) {
     return fail("schema delta leaves fields over", reader.offset());
@@ -258,12 +263,12 @@ std::optional<XtNodeType> baseXtNodeType(int number) {
 }
 
 Result<XtNodeType> readXtTypeDelta(ByteReader& reader, int number) {
-  const std::uint64_t place = reader.offset();
+  const std::uint64_t start = reader.offset();
   const std::uint8_t field_count = reader.u8("schema delta");
   if (!reader.ok()) return reader.unexpected();
   std::optional<XtNodeType> base = baseXtNodeType(number);
-  if (field_count == 255) {
-    if (!base) return fail("node type " + std::to_string(number) + " is not known", place);
+  if (field_count == kUnchangedType) {
+    if (!base) return fail("node type " + std::to_string(number) + " is not known", start);
     return *std::move(base);
   }
   if (!base) return readNewType(reader, number, field_count);
@@ -273,7 +278,7 @@ Result<XtNodeType> readXtTypeDelta(ByteReader& reader, int number) {
   const Result<void> applied = applyLetters(reader, *base, field_count, type);
   if (!applied) return tl::unexpected<Error>(applied.error().in(type.name));
   for (std::size_t i = 0; i + 1 < type.fields.size(); ++i) {
-    if (type.fields[i].variable) return fail(type.name + ": a variable field is not the last", place);
+    if (type.fields[i].variable) return fail(type.name + ": a variable field is not the last", start);
   }
   return type;
 }
@@ -288,7 +293,7 @@ std::uint32_t readXtPointer(ByteReader& reader, const char* what) {
   const std::int32_t q = reader.i16(what);
   if (q < 0) reader.setFailed(what, "is a pointer out of range");
   if (!reader.ok()) return 0;
-  return static_cast<std::uint32_t>(q * 32767 - a) - 1;
+  return static_cast<std::uint32_t>(q * kPointerDivisor - a) - 1;
 }
 
 }  // namespace jttk::brep

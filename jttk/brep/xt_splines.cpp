@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "jttk/brep/bspline.h"
+#include "jttk/brep/precision.h"
 #include "jttk/brep/xt_geometry.h"
 #include "jttk/brep/xt_node_types.h"
+#include "jttk/brep/xt_simple_geometry.h"
 
 namespace jttk::brep {
 namespace {
-
-constexpr int kMaximumDegree = 30;
 
 // Knots with repetitions from distinct knots and multiplicities; only the first `count` of each are used.
 std::vector<double> expandKnots(const XtNode& knots, const XtNode& multiplicities, std::int32_t count,
@@ -26,6 +27,19 @@ std::vector<double> expandKnots(const XtNode& knots, const XtNode& multiplicitie
     expanded.insert(expanded.end(), static_cast<std::size_t>(times), distinct[k]);
   }
   return expanded;
+}
+
+// Names of the fields of a spline's node.
+struct KnotFields {
+  const char* knots;
+  const char* multiplicities;
+  const char* count;
+};
+
+std::vector<double> readKnots(const XtNode& node, const KnotFields& fields, std::size_t limit) {
+  return expandKnots(node.pointer(fields.knots, xt_type::kKnotSet),
+                     node.pointer(fields.multiplicities, xt_type::kKnotMultiplicities),
+                     node.integer(fields.count), limit);
 }
 
 // Points of a row that wraps round are not stored twice: the first ones are repeated until they fit.
@@ -48,22 +62,53 @@ void closeKnots(std::vector<double>& knots, int degree, std::size_t stored) {
   std::vector<double> all;
   for (std::ptrdiff_t i = 0; i <= n + 2 * p; ++i) {
     // The last copy of the first knot goes to index `degree`.
-    const std::ptrdiff_t place = i - p + static_cast<std::ptrdiff_t>(times) - 1;
-    const std::ptrdiff_t turns = place >= 0 ? place / n : -((n - 1 - place) / n);
-    all.push_back(knots[static_cast<std::size_t>(place - turns * n)] + static_cast<double>(turns) * period);
+    const std::ptrdiff_t index = i - p + static_cast<std::ptrdiff_t>(times) - 1;
+    const std::ptrdiff_t turns = index >= 0 ? index / n : -((n - 1 - index) / n);
+    all.push_back(knots[static_cast<std::size_t>(index - turns * n)] + static_cast<double>(turns) * period);
   }
   knots.swap(all);
 }
 
 bool weightsAreFine(const std::vector<double>& points, std::size_t stride) {
   for (std::size_t i = stride - 1; i < points.size(); i += stride) {
-    if (!(points[i] > 1e-12)) return false;
+    if (!(points[i] > kSmallestWeight)) return false;
   }
   return true;
 }
 
 bool allSane(const std::vector<double>& values) {
   return std::all_of(values.begin(), values.end(), [](double value) { return isSane(value); });
+}
+
+// Points of a surface as they are stored: `rows` of `columns`, `stride` numbers each.
+struct Net {
+  const std::vector<double>& numbers;
+  std::size_t rows;
+  std::size_t columns;
+  std::size_t stride;
+};
+
+// With so many rows and columns: periodic ones have the first points at their end once more.
+std::vector<double> repeated(const Net& net, std::size_t rows, std::size_t columns) {
+  std::vector<double> points;
+  points.reserve(rows * columns * net.stride);
+  for (std::size_t i = 0; i < rows; ++i) {
+    for (std::size_t j = 0; j < columns; ++j) {
+      const double* const point = &net.numbers[((i % net.rows) * net.columns + j % net.columns) * net.stride];
+      points.insert(points.end(), point, point + net.stride);
+    }
+  }
+  return points;
+}
+
+std::string surfaceProblem(const SurfaceSpline& spline) {
+  std::string problem = knotProblem(spline.knots_u, spline.degree_u, spline.n_u);
+  if (problem.empty()) problem = knotProblem(spline.knots_v, spline.degree_v, spline.n_v);
+  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
+  if (problem.empty() && spline.rational && !weightsAreFine(spline.points, 4)) {
+    problem = "a weight is not above zero";
+  }
+  return problem;
 }
 
 }  // namespace
@@ -103,9 +148,8 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
   }
   if (!takeNumbers(needed, problem)) return kNoIndex;
   spline.points = vertices.reals("vertices", needed);
-  spline.knots = expandKnots(node.pointer("knots", xt_type::kKnotSet),
-                             node.pointer("knot_mult", xt_type::kKnotMultiplicities), node.integer("n_knots"),
-                             point_limit + static_cast<std::size_t>(spline.degree) + 1);
+  spline.knots = readKnots(node, {"knots", "knot_mult", "n_knots"},
+                           point_limit + static_cast<std::size_t>(spline.degree) + 1);
   if (!takeNumbers(spline.knots.size(), problem)) return kNoIndex;
   const bool periodic = node.integer("periodic") != 0;
   if (periodic) closeKnots(spline.knots, spline.degree, static_cast<std::size_t>(stored));
@@ -152,12 +196,8 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
   const std::vector<double> net = vertices.reals("vertices", n_u * n_v * stride);
   const auto degree_u = static_cast<std::size_t>(spline.degree_u);
   const auto degree_v = static_cast<std::size_t>(spline.degree_v);
-  spline.knots_u = expandKnots(node.pointer("u_knots", xt_type::kKnotSet),
-                               node.pointer("u_knot_mult", xt_type::kKnotMultiplicities),
-                               node.integer("n_u_knots"), n_u + 2 * degree_u + 1);
-  spline.knots_v = expandKnots(node.pointer("v_knots", xt_type::kKnotSet),
-                               node.pointer("v_knot_mult", xt_type::kKnotMultiplicities),
-                               node.integer("n_v_knots"), n_v + 2 * degree_v + 1);
+  spline.knots_u = readKnots(node, {"u_knots", "u_knot_mult", "n_u_knots"}, n_u + 2 * degree_u + 1);
+  spline.knots_v = readKnots(node, {"v_knots", "v_knot_mult", "n_v_knots"}, n_v + 2 * degree_v + 1);
   std::size_t rows = n_u;
   std::size_t columns = n_v;
   if (node.integer("u_periodic") != 0) {
@@ -168,24 +208,12 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
     closeKnots(spline.knots_v, spline.degree_v, n_v);
     columns = std::max(columns, pointsForKnots(spline.knots_v.size(), spline.degree_v));
   }
-  // Periodic ones have the first points at their end once more.
   const std::size_t more = (rows * columns - n_u * n_v) * stride;
   if (!takeNumbers(spline.knots_u.size() + spline.knots_v.size() + more, problem)) return kNoIndex;
-  spline.points.reserve(rows * columns * stride);
-  for (std::size_t i = 0; i < rows; ++i) {
-    for (std::size_t j = 0; j < columns; ++j) {
-      const double* const point = &net[((i % n_u) * n_v + j % n_v) * stride];
-      spline.points.insert(spline.points.end(), point, point + stride);
-    }
-  }
+  spline.points = repeated({net, n_u, n_v, stride}, rows, columns);
   spline.n_u = static_cast<int>(rows);
   spline.n_v = static_cast<int>(columns);
-  problem = knotProblem(spline.knots_u, spline.degree_u, spline.n_u);
-  if (problem.empty()) problem = knotProblem(spline.knots_v, spline.degree_v, spline.n_v);
-  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
-  if (problem.empty() && spline.rational && !weightsAreFine(spline.points, stride)) {
-    problem = "a weight is not above zero";
-  }
+  problem = surfaceProblem(spline);
   if (!problem.empty()) return kNoIndex;
   bodies_.surface_splines.push_back(std::move(spline));
   return static_cast<std::int32_t>(bodies_.surface_splines.size() - 1);

@@ -249,10 +249,10 @@ XtModel ringsOfTheSamePoints(int points, int rings) {
   XtModel model;
   model.asSheet();
   XtWriter& nodes = model.nodes();
-  std::vector<double> places;
+  std::vector<double> coordinates;
   for (int i = 0; i < points; ++i) {
     const double turn = 6.283185307179586 * (i % (points - 1)) / (points - 1);
-    places.insert(places.end(), {0.01 * std::cos(turn), 0.01 * std::sin(turn), 0});
+    coordinates.insert(coordinates.end(), {0.01 * std::cos(turn), 0.01 * std::sin(turn), 0});
   }
   std::vector<double> knots;
   std::vector<int> times;
@@ -263,7 +263,7 @@ XtModel ringsOfTheSamePoints(int points, int rings) {
   const auto spline = nodes.add(
       136,
       {{"degree", 1}, {"n_vertices", points}, {"vertex_dim", 3}, {"n_knots", points}, {"rational", false}});
-  nodes.pointer(spline, "bspline_vertices", nodes.add(45, {{"vertices", places}}));
+  nodes.pointer(spline, "bspline_vertices", nodes.add(45, {{"vertices", coordinates}}));
   nodes.pointer(spline, "knot_mult", nodes.add(127, {{"mult", times}}));
   nodes.pointer(spline, "knots", nodes.add(128, {{"knots", knots}}));
   const auto plane = model.plane({0, 0, 0}, {0, 0, 1}, {1, 0, 0});

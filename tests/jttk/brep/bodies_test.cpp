@@ -1,5 +1,5 @@
-// What a stream may hold besides one solid: other kinds of bodies, several of them, nodes around them, and
-// numbers that only the writing program understands.
+// What a stream may hold in addition to one solid: other kinds of bodies, several of them, nodes around them,
+// and numbers that only the writing program understands.
 #include <gtest/gtest.h>
 
 #include "jttk/brep/tessellate.h"
@@ -46,7 +46,7 @@ TEST(Bodies, SeveralInOneStreamStaySeparate) {
   }
 }
 
-TEST(Bodies, AnEqualBodyOfAnotherPlaceInTheStreamIsABodyOfItsOwn) {
+TEST(Bodies, AnEqualBodyElsewhereInTheStreamIsABodyOfItsOwn) {
   XtModel model;
   for (int i = 0; i < 2; ++i) {
     if (i > 0) model.nextBody();
@@ -136,7 +136,7 @@ TEST(Bodies, WireHasNothingToShowAndIsNoDamage) {
   EXPECT_EQ(mergedShape(made).primitiveCount(), made.bodies[1].shape.primitiveCount());
 }
 
-TEST(Bodies, PlacementByAnAssemblyInTheStreamIsTold) {
+TEST(Bodies, PlacementByAnAssemblyInTheStreamIsReported) {
   XtModel model;
   addBall(model, 0.01, 0);
   model.finish();

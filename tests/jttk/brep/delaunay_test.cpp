@@ -88,7 +88,7 @@ TEST(Delaunay, WithoutWorkNothingIsInserted) {
             Triangulation::Constraint::Crosses);
 }
 
-TEST(Delaunay, PointsAtOnePlaceAreOnePoint) {
+TEST(Delaunay, EqualPointsAreOnePoint) {
   WorkCounter work;
   Triangulation t({0, 0}, {1, 1}, 3, work);
   const std::uint32_t a = t.insert({0.5, 0.5});

@@ -190,7 +190,7 @@ TEST(Curve, EllipseNearestPointIsAcross) {
 }
 
 // A wave that comes near itself many times: the nearest points of a coarse grid are on other crests.
-TEST(Surface, ThoroughSearchFindsThePlaceOnANarrowWave) {
+TEST(Surface, ThoroughSearchFindsTheFootOnANarrowWave) {
   XtModel model;
   std::vector<double> net;
   std::vector<double> knots;

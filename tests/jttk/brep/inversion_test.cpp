@@ -84,7 +84,7 @@ void expectFeet(const Bodies& bodies, bool from_a_guess) {
   }
 }
 
-TEST(Inversion, FindsTheNearestPlaceOfASheetWithBorders) {
+TEST(Inversion, FindsTheNearestPointOfASheetWithBorders) {
   XtModel model;
   expectFeet(bodiesOf(model, waves(model)), false);
 }
@@ -109,7 +109,7 @@ TEST(Inversion, AGuessThatLeadsNearEnoughIsTaken) {
 }
 
 // The sheet moved along its normals, bent sharper by that.
-TEST(Inversion, FindsTheNearestPlaceOfAnOffset) {
+TEST(Inversion, FindsTheNearestPointOfAnOffset) {
   for (const double offset : {0.001, -0.001}) {
     XtModel model;
     const Bodies bodies = bodiesOf(model, model.offset(waves(model), offset));
@@ -308,12 +308,12 @@ TEST(Inversion, OfALoopThatBeginsOnASteepWaveIsThorough) {
                {model.edge(far_curve, far_a, far_b), false},
                {model.straight(far_a, a), true},
                {model.edge(curve, a, start), true}}});
-  double way = 0;
+  double arc_length = 0;
   for (int i = 0; i < 9000; ++i)
-    way += distance(evaluateSpline(wave, i / 1000.0).p, evaluateSpline(wave, (i + 1) / 1000.0).p);
+    arc_length += distance(evaluateSpline(wave, i / 1000.0).p, evaluateSpline(wave, (i + 1) / 1000.0).p);
   const Outcome o = run(std::move(model));
   EXPECT_GT(o.measures.triangles, 0U);
-  EXPECT_NEAR(o.measures.area, 1e6 * way * kWidth, 5e3 * way * kWidth);
+  EXPECT_NEAR(o.measures.area, 1e6 * arc_length * kWidth, 5e3 * arc_length * kWidth);
 }
 
 // On the axis any angle is right: the one of the guess is kept, so that a loop through a pole does not jump.

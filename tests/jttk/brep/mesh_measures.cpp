@@ -15,10 +15,10 @@ namespace jttk::brep {
 namespace {
 
 double toSegment(const Vec3& p, const Vec3& a, const Vec3& b) {
-  const Vec3 way = b - a;
-  const double size = dot(way, way);
-  const double t = size > 0 ? std::clamp(dot(p - a, way) / size, 0.0, 1.0) : 0;
-  return distance(p, a + way * t);
+  const Vec3 chord = b - a;
+  const double size = dot(chord, chord);
+  const double t = size > 0 ? std::clamp(dot(p - a, chord) / size, 0.0, 1.0) : 0;
+  return distance(p, a + chord * t);
 }
 
 double toTriangle(const Vec3& p, const MeshDistance::Triangle& t) {

@@ -214,12 +214,13 @@ XtModel splinePatch(double half, double bump) {
   model.asSheet();
   std::vector<double> net;
   constexpr int kSize = 7;
-  const auto place = [&](int i) { return half * (2.0 * i / (kSize - 1) - 1); };
+  const auto coordinate = [&](int i) { return half * (2.0 * i / (kSize - 1) - 1); };
   for (int i = 0; i < kSize; ++i) {
     for (int k = 0; k < kSize; ++k) {
       const bool border = i == 0 || k == 0 || i == kSize - 1 || k == kSize - 1;
-      net.insert(net.end(), {place(i), place(k),
-                             border ? 0 : bump * std::cos(place(i) / half) * std::cos(place(k) / half)});
+      net.insert(net.end(),
+                 {coordinate(i), coordinate(k),
+                  border ? 0 : bump * std::cos(coordinate(i) / half) * std::cos(coordinate(k) / half)});
     }
   }
   const std::vector<double> knots{0, 1, 2, 3, 4};

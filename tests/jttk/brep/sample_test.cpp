@@ -73,20 +73,21 @@ Bodies withTolerantEdges(Bodies bodies, double chord) {
       // Its parameters depend on how finely the spine was followed.
       if (surface.kind == SurfaceKind::Blend) continue;
       const SurfaceDomain box = geometry.domain(surface);
-      std::vector<Vec3> way = points;
-      if (!fin.forward) std::reverse(way.begin(), way.end());
+      std::vector<Vec3> along_fin = points;
+      if (!fin.forward) std::reverse(along_fin.begin(), along_fin.end());
       CurveSpline spline;
       spline.degree = 1;
       spline.dimension = 2;
-      spline.point_count = static_cast<int>(way.size());
+      spline.point_count = static_cast<int>(along_fin.size());
       Vec2 last;
       bool has_last = false;
       const auto isPole = [&](Vec2 uv) {
         return surface.kind == SurfaceKind::Sphere && std::cos(uv.v) < 1e-6;
       };
-      for (std::size_t i = 0; i < way.size(); ++i) {
+      for (std::size_t i = 0; i < along_fin.size(); ++i) {
         Vec2 uv;
-        EXPECT_LE(geometry.invert(surface, way[i], has_last ? &last : nullptr, chord * 1e-3, uv), 10 * chord);
+        EXPECT_LE(geometry.invert(surface, along_fin[i], has_last ? &last : nullptr, chord * 1e-3, uv),
+                  10 * chord);
         if (has_last) uv = {wrapNear(uv.u, last.u, box.period_u), wrapNear(uv.v, last.v, box.period_v)};
         // Any longitude is that of the pole: the one where the curve comes from or goes.
         if (isPole(uv) && has_last) uv.u = last.u;
@@ -106,8 +107,8 @@ Bodies withTolerantEdges(Bodies bodies, double chord) {
       trimmed.kind = CurveKind::Trimmed;
       trimmed.basis = static_cast<std::int32_t>(bodies.curves.size());
       trimmed.parameters[1] = spline.knots.back();
-      trimmed.ends[0] = way.front();
-      trimmed.ends[1] = way.back();
+      trimmed.ends[0] = along_fin.front();
+      trimmed.ends[1] = along_fin.back();
       fin.curve = trimmed.basis + 1;
       bodies.curve_splines.push_back(std::move(spline));
       bodies.curves.push_back(basis);
@@ -195,13 +196,13 @@ class XtSamples : public testing::TestWithParam<const char*> {
   }
 
   void readParts() {
-    std::map<std::string, nlohmann::json> figures;
-    for (const auto& lod : expected_["lods"]) figures[lod["segment"]] = lod;
+    std::map<std::string, nlohmann::json> stated;
+    for (const auto& lod : expected_["lods"]) stated[lod["segment"]] = lod;
     std::map<std::string, Part> by_path;
     for (const auto& placed : expected_["placed"]["list"]) {
       Part& part = by_path[placed["path"].dump()];
-      part.area += figures[placed["segment"]]["area"].get<double>();
-      part.volume += figures[placed["segment"]]["volume6"].get<double>() / 6;
+      part.area += stated[placed["segment"]]["area"].get<double>();
+      part.volume += stated[placed["segment"]]["volume6"].get<double>() / 6;
       for (const TocEntry& entry : file_->contents()) {
         if (entry.id.text() != placed["segment"].get<std::string>()) continue;
         const auto segment = file_->segment(entry);

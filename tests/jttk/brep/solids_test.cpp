@@ -129,7 +129,7 @@ class Patch {
       Weights& w = table_[static_cast<std::size_t>(s)];
       for (int i = 0; i < 7; ++i) {
         w.of[static_cast<std::size_t>(i)] = basis(i, 3, (4 - 1e-12) * s / kSteps);
-        w.x += w.of[static_cast<std::size_t>(i)] * place(i);
+        w.x += w.of[static_cast<std::size_t>(i)] * coordinate(i);
       }
     }
   }
@@ -160,7 +160,7 @@ class Patch {
     std::array<double, 7> of{};
   };
 
-  static double place(int i) { return 20 * (i / 3.0 - 1); }
+  static double coordinate(int i) { return 20 * (i / 3.0 - 1); }
 
   [[nodiscard]] std::array<double, 7> weightsAt(double x) const {
     auto above = std::upper_bound(table_.begin(), table_.end(), x,
@@ -177,7 +177,8 @@ class Patch {
   // Roots of the bump's 10 mm, so that two of them make a height.
   std::array<double, 7> bump_ = [] {
     std::array<double, 7> made{};
-    for (int i = 0; i < 7; ++i) made[static_cast<std::size_t>(i)] = std::sqrt(10.0) * std::cos(place(i) / 20);
+    for (int i = 0; i < 7; ++i)
+      made[static_cast<std::size_t>(i)] = std::sqrt(10.0) * std::cos(coordinate(i) / 20);
     return made;
   }();
 };
