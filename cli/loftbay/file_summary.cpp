@@ -140,18 +140,28 @@ std::string trianglesText(const FileSummary& summary) {
   return source.empty() ? text : text + " (" + source + ")";
 }
 
+bool memoryRanOut(const std::string& reason) {
+  return reason.find("out of memory") != std::string::npos || reason.find(": no memory") != std::string::npos;
+}
+
 std::string notConvertedText(const jttk::FileDescription& file, const FileSummary& summary) {
   if (!file.loaded) return file.losses.empty() ? "cannot be loaded" : file.losses.front().reason;
   std::string text;
   const auto add = [&](const std::string& what, std::uint64_t count) {
     text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count, what);
   };
-  // Not the file's fault, so it must not look like it.
-  const auto for_want_of_memory = static_cast<std::uint64_t>(std::ranges::count_if(
-      file.losses, [](const auto& loss) { return loss.reason.find("out of memory") != std::string::npos; }));
-  if (for_want_of_memory > 0) add("for which memory ran out", for_want_of_memory);
-  if (file.losses.size() > for_want_of_memory)
-    add("that cannot be read", file.losses.size() - for_want_of_memory);
+  // What memory ran out for is not the file's fault, and must not look like it.
+  std::uint64_t parts[2] = {};
+  for (const auto& loss : file.losses) ++parts[memoryRanOut(loss.reason) ? 1 : 0];
+  if (parts[0] > 0) add("that cannot be read", parts[0]);
+  if (parts[1] > 0) add("for which memory ran out", parts[1]);
+  // Segments that no part needs: otherwise the part is counted.
+  std::uint64_t segments[2] = {};
+  if (file.losses.empty()) {
+    for (const auto& reason : file.unreadable_segments) ++segments[memoryRanOut(reason) ? 1 : 0];
+  }
+  if (segments[0] > 0) add("unreadable segment", segments[0]);
+  if (segments[1] > 0) add("segment for which memory ran out", segments[1]);
   for (const auto& [what, count] : summary.not_converted) add(what, count);
   return text;
 }

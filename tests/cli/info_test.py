@@ -173,6 +173,17 @@ class Summary(InfoTest):
             self.assertIn(b"loftbay info: ", result.stderr)
 
 
+class Segments(InfoTest):
+    def test_an_unreadable_segment_that_no_part_needs_is_in_the_line(self):
+        graph = GraphFile()
+        graph.partition(0, [])
+        graph.more_segments = 1
+        path = self.write("cut.jt", graph.bytes()[:-5])
+        result = self.run_program("info", "--summary", path)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(b"1 unreadable segment", result.stdout)
+
+
 class Properties(InfoTest):
     def test_every_text_of_the_graph_by_node(self):
         graph = GraphFile()
