@@ -12,7 +12,8 @@ sys.dont_write_bytecode = True
 
 from edge_cases_test import TOP, named_tests, problem_of, text_of
 
-DOCUMENTS = ["docs/jt-format.md", "docs/behaviour.md", "docs/architecture.md", "docs/contributing.md", "docs/debugging.md"]
+DOCUMENTS = ["docs/jt-format.md", "docs/behaviour.md", "docs/architecture.md", "docs/contributing.md", "docs/debugging.md",
+             "docs/reliability.md"]
 # A path has a folder and an ending: `jttk/codec/normals.h`, but neither `./` nor `docs/`. Scripts have no ending.
 PATH = re.compile(r"[\w.-]+(?:/[\w.-]+)*/[\w-]+\.(?:cpp|h|py|md|json|txt|cmake)|scripts/[\w-]+")
 # `Library::follow()`: the last name is looked for in the files that are named beside it.
