@@ -112,6 +112,10 @@ void ByteReader::setFailed(const char* what, const char* reason) noexcept {
   failed_what_ = what;
   failed_reason_ = reason;
   failed_offset_ = offset();
+#ifdef LOFTBAY_TRACE
+  std::fprintf(stderr, "%s %s (at byte %llu)\n", what, reason,
+               static_cast<unsigned long long>(failed_offset_));
+#endif
 }
 
 }  // namespace jttk

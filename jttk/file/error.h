@@ -7,6 +7,10 @@
 #include <string_view>
 #include <tl/expected.hpp>
 
+#ifdef LOFTBAY_TRACE
+#include <source_location>
+#endif
+
 namespace jttk {
 
 struct Error {
@@ -18,8 +22,8 @@ struct Error {
   bool is_over_budget = false;
 
   // The same error with its context put in front: "segment <id>: …".
-  [[nodiscard]] Error in(std::string_view place) const {
-    return {std::string(place) + ": " + what, offset, is_over_budget};
+  [[nodiscard]] Error in(std::string_view where) const {
+    return {std::string(where) + ": " + what, offset, is_over_budget};
   }
   [[nodiscard]] std::string text() const { return what + " (at byte " + std::to_string(offset) + ")"; }
 };
@@ -27,8 +31,13 @@ struct Error {
 template <typename T>
 using Result = tl::expected<T, Error>;
 
+#ifdef LOFTBAY_TRACE  // of debug builds: prints on standard error which check failed
+tl::unexpected<Error> fail(std::string what, std::uint64_t offset,
+                           std::source_location check = std::source_location::current());
+#else
 inline tl::unexpected<Error> fail(std::string what, std::uint64_t offset) {
   return tl::unexpected<Error>(Error{std::move(what), offset});
 }
+#endif
 
 }  // namespace jttk

@@ -370,9 +370,9 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
 }
 
 Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
-  const std::string place = "segment " + entry.id.text();
+  const std::string where = "segment " + entry.id.text();
   const auto extent = extentOf(entry);
-  if (!extent) return tl::unexpected<Error>(extent.error().in(place));
+  if (!extent) return tl::unexpected<Error>(extent.error().in(where));
   Segment segment;
   segment.id = entry.id;
   segment.type = entry.type;
@@ -382,10 +382,10 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
     const std::string limit = std::to_string(budget_->readLimit());
     const Error error{"more than " + limit + " bytes are read from the file (no option raises this limit)",
                       segment.base_offset, true};
-    return tl::unexpected<Error>(error.in(place));
+    return tl::unexpected<Error>(error.in(where));
   }
   auto read = source_.read(segment.base_offset, reach_bytes);
-  if (!read) return tl::unexpected<Error>(read.error().in(place));
+  if (!read) return tl::unexpected<Error>(read.error().in(where));
   segment.reach = read->bytes;
   segment.stored = std::move(read->memory);
   const std::size_t stated = extent->stated_bytes - kSegmentHeaderBytes;
@@ -397,7 +397,7 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   if (!prefix || (!packed && prefix->exceeds_segment)) {
     const ByteReader data(segment.reach, order_, segment.base_offset);
     if (!mustHavePrefix(entry.type) || beginsWithElement(data)) return segment;
-    if (!prefix) return tl::unexpected<Error>(prefix.error().in(place));
+    if (!prefix) return tl::unexpected<Error>(prefix.error().in(where));
   }
   if (!packed) {
     // A type that may lack the prefix is handed out whole: what looks like a prefix may be data.
@@ -412,7 +412,7 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   if (!unpacked) {
     return tl::unexpected<Error>(
         (prefix->missing_bytes > 0 && !unpacked.error().is_over_budget ? tooShort(*prefix) : unpacked.error())
-            .in(place));
+            .in(where));
   }
   segment.compression = prefix->compression;
   if (unpacked->lacks_checksum) {

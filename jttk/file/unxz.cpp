@@ -147,16 +147,16 @@ Result<std::vector<std::byte>> unpackLzma(std::span<const std::byte> packed, std
     if (came_out != nullptr) *came_out = written;
     if (status == LZMA_STREAM_END) break;
     if (status == LZMA_OK && (stream.avail_out == 0 || stream.avail_in > 0)) continue;
-    const std::uint64_t place = offset + (packed.size() - stream.avail_in);
+    const std::uint64_t where = offset + (packed.size() - stream.avail_in);
     if (status == LZMA_OK || status == LZMA_BUF_ERROR) {
       const bool is_whole =
           lacks_checksum != nullptr && written <= limit_bytes &&
           (is_xz ? xzDataAreWhole(octets(packed), written) : bareDataAreWhole(octets(packed), written));
-      if (!is_whole) return fail("the LZMA stream ends too early", place);
+      if (!is_whole) return fail("the LZMA stream ends too early", where);
       *lacks_checksum = true;
       break;
     }
-    return fail(std::string("the LZMA stream does not unpack: ") + reasonText(status), place);
+    return fail(std::string("the LZMA stream does not unpack: ") + reasonText(status), where);
   }
   if (written > limit_bytes) {
     return fail("the LZMA stream unpacks to more than " + std::to_string(limit_bytes) + " bytes", offset);

@@ -55,7 +55,7 @@ class Linker {
     } else if (visits_[child] == Visit::Open) {
       report(parent, "the " + nodeText(graph_.nodes[parent]) + " has the " + nodeText(graph_.nodes[child]) +
                          ", which is above it, as a child; the circle is not followed");
-      child = kCircularChild;
+      child = kCyclicChild;
     } else if (visits_[child] == Visit::NotYet) {
       enter(child, parent);
     }

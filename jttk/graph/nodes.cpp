@@ -47,16 +47,16 @@ void readCounts(ByteReader& body, std::array<std::int32_t, 2>& counts) {
 
 // BBox, F32 area, I32[2] vertex count, I32[2] node count, I32[2] polygon count.
 void readFigures(ByteReader& body, Node& node, SceneGraph& graph) {
-  Figures figures;
+  NodeStatistics statistics;
   std::array<std::int32_t, 2> node_count{};
-  readBox(body, figures.box);
-  figures.area = body.f32("area");
-  readCounts(body, figures.vertex_count);
+  readBox(body, statistics.box);
+  statistics.area = body.f32("area");
+  readCounts(body, statistics.vertex_count);
   readCounts(body, node_count);
-  readCounts(body, figures.polygon_count);
+  readCounts(body, statistics.polygon_count);
   if (!body.ok()) return;
-  node.figures = static_cast<std::uint32_t>(graph.figures.size());
-  graph.figures.push_back(figures);
+  node.statistics = static_cast<std::uint32_t>(graph.statistics.size());
+  graph.statistics.push_back(statistics);
 }
 
 // v, U32 flags, I32 n, n x I32 attribute ids.
@@ -88,8 +88,8 @@ void readPartition(ByteReader& body, Version version, Node& node, SceneGraph& gr
     node.file_name = static_cast<std::uint32_t>(graph.strings.size());
     graph.strings.push_back(std::move(file_name));
   }
-  ByteReader figures = body;
-  readFigures(figures, node, graph);
+  ByteReader statistics = body;
+  readFigures(statistics, node, graph);
 }
 
 void readShape(ByteReader body, Version version, Node& node, SceneGraph& graph) {

@@ -20,17 +20,17 @@ void readGraphElements(ByteReader& reader, Version version, SceneGraph& graph,
   ElementReader elements(reader);
   Element element;
   while (elements.next(element)) {
-    const std::string place = " element " + std::to_string(element.id);
+    const std::string where = " element " + std::to_string(element.id);
     if (const auto kind = nodeKind(element.kind)) {
       if (!readNode(element, *kind, version, graph, attribute_ids)) {
         graph.unread_nodes.push_back(element.id);
-        graph.addDamage(kNone, element.body.error().in(kindName(*kind) + place));
+        graph.addDamage(kNone, element.body.error().in(kindName(*kind) + where));
       }
     } else if (const auto attribute = attributeKind(element.kind)) {
       graph.lights += isLight(element.kind) ? 1U : 0U;
       graph.textures += isTexture(element.kind) ? 1U : 0U;
       if (!readAttribute(element, *attribute, version, graph)) {
-        graph.addDamage(kNone, element.body.error().in("attribute" + place));
+        graph.addDamage(kNone, element.body.error().in("attribute" + where));
       }
     } else {
       graph.unknown.push_back({element.id, element.kind});

@@ -52,7 +52,7 @@ struct Range {
 };
 
 // What a node states about its geometry. Box: min x y z, max x y z. Counts: minimum, maximum.
-struct Figures {
+struct NodeStatistics {
   std::array<float, 6> box{};
   float area = 0;
   std::array<std::int32_t, 2> vertex_count{};
@@ -65,15 +65,15 @@ struct Node {
   std::int32_t id = 0;
   NodeKind kind = NodeKind::Base;
   std::uint32_t flags = 0;
-  std::int32_t selected = -1;       // of a switch: index of the child that is shown, -1 = none
-  Range attributes;                 // of SceneGraph::node_attributes
-  Range children;                   // of SceneGraph::children; an instance has one
-  Range properties;                 // of SceneGraph::properties
-  Range late_loaded;                // of SceneGraph::late_loaded
-  std::uint32_t name = kNone;       // of SceneGraph::strings
-  std::uint32_t units = kNone;      // of SceneGraph::strings
-  std::uint32_t file_name = kNone;  // of SceneGraph::strings; partitions only
-  std::uint32_t figures = kNone;    // of SceneGraph::figures; partitions and shapes only
+  std::int32_t selected = -1;        // of a switch: index of the child that is shown, -1 = none
+  Range attributes;                  // of SceneGraph::node_attributes
+  Range children;                    // of SceneGraph::children; an instance has one
+  Range properties;                  // of SceneGraph::properties
+  Range late_loaded;                 // of SceneGraph::late_loaded
+  std::uint32_t name = kNone;        // of SceneGraph::strings
+  std::uint32_t units = kNone;       // of SceneGraph::strings
+  std::uint32_t file_name = kNone;   // of SceneGraph::strings; partitions only
+  std::uint32_t statistics = kNone;  // of SceneGraph::figures; partitions and shapes only
   // Set by linkNodes:
   bool has_shapes = false;         // a shape (or another file) is at or below the node
   std::uint8_t product_count = 0;  // of a grouping node: nodes of the product structure below, 2 = several
@@ -141,8 +141,8 @@ struct UnknownElement {
 };
 
 // An entry of SceneGraph::children that is no node index.
-inline constexpr std::uint32_t kMissingChild = 0xffffffffU;   // no node has that id
-inline constexpr std::uint32_t kCircularChild = 0xfffffffeU;  // the child is a node that is above
+inline constexpr std::uint32_t kMissingChild = 0xffffffffU;  // no node has that id
+inline constexpr std::uint32_t kCyclicChild = 0xfffffffeU;   // the child is a node that is above
 
 struct SceneGraph {
   std::vector<Node> nodes;  // in file order
@@ -153,7 +153,7 @@ struct SceneGraph {
   std::vector<Attribute> attributes;
   std::vector<TransformElements> transforms;
   std::vector<MaterialValues> materials;
-  std::vector<Figures> figures;
+  std::vector<NodeStatistics> statistics;
   std::vector<Property> properties;
   std::vector<LateLoaded> late_loaded;
   std::vector<std::string> strings;

@@ -26,6 +26,6 @@ inline constexpr bool kTessellatedStripsAreBackwards = true;
 [[nodiscard]] MaterialValues builtInGrey();
 
 // Whether exact geometry of a part that was reached so has to be offered as a level of detail.
-[[nodiscard]] inline bool offersExactAsLevel(Met met) { return met == Met::AsTarget; }
+[[nodiscard]] inline bool offersExactAsLevel(Reached reached) { return reached == Reached::AsTarget; }
 
 }  // namespace jttk

@@ -7,14 +7,14 @@
 
 namespace jttk {
 
-AssemblyObject::AssemblyObject(Objects& objects, Product product, Met met, const Inherited& inherited)
-    : HierarchyObject(objects, std::move(product), met, inherited), answered_material_(below_.material) {
-  Inherited own = met_ == Met::AsTarget ? below_ : Inherited{};
+AssemblyObject::AssemblyObject(Objects& objects, Product product, Reached reached, const Inherited& inherited)
+    : HierarchyObject(objects, std::move(product), reached, inherited), answered_material_(below_.material) {
+  Inherited own = reached_ == Reached::AsTarget ? below_ : Inherited{};
   Matrix unused = kIdentity;
   if (product_.content_is_child && product_.content.data().kind != NodeKind::Instance) {
     // A group that an instance refers to: its transform goes to the nodes below, its material is its own too.
     model_.applyAttributes(product_.content, own, unused);
-  } else if (met_ == Met::AsChild) {
+  } else if (reached_ == Reached::AsChild) {
     for (const NodeRef& ref : product_.chain) model_.applyAttributes(ref, own, unused);
   }
   answered_material_ = own.material;
@@ -30,7 +30,8 @@ JtkHierarchy* AssemblyObject::getChild(int index) const {
   if (index < 0 || static_cast<std::size_t>(index) >= children_.size()) return nullptr;
   Child& child = children_[static_cast<std::size_t>(index)];
   if (!model_.hasRoom()) return nullptr;
-  if (child.object == nullptr) child.object = objects_.place(child.ref, Met::AsChild, child.inherited);
+  if (child.object == nullptr)
+    child.object = objects_.occurrence(child.ref, Reached::AsChild, child.inherited);
   return child.object;
 }
 
@@ -56,7 +57,7 @@ void AssemblyObject::expand() const {
     const std::uint32_t index = graph.children[node.children.first + level.next++];
     if (!isShownChild(graph, node, index) || !hasContents(graph.nodes[index])) {
       if (!model_.library().spend(1) && !model_.hasRoom()) return;
-    } else if (!enter({level.parent.way, index}, level.inherited, levels)) {
+    } else if (!enter({level.parent.file, index}, level.inherited, levels)) {
       return;
     }
   }
@@ -64,7 +65,7 @@ void AssemblyObject::expand() const {
 
 // Takes a child, or goes on to those of a grouping node. False when the budget has no room for it.
 bool AssemblyObject::enter(NodeRef ref, Inherited inherited, std::vector<Level>& levels) const {
-  if (!model_.countPlace(ref)) return false;
+  if (!model_.countOccurrence(ref)) return false;
   if (!isGrouping(ref.data().kind)) {
     children_.push_back({ref, inherited, nullptr});
     return true;
@@ -75,8 +76,8 @@ bool AssemblyObject::enter(NodeRef ref, Inherited inherited, std::vector<Level>&
   return true;
 }
 
-InstanceObject::InstanceObject(Objects& objects, Product product, Met met, const Inherited& inherited)
-    : HierarchyObject(objects, std::move(product), met, inherited) {
+InstanceObject::InstanceObject(Objects& objects, Product product, Reached reached, const Inherited& inherited)
+    : HierarchyObject(objects, std::move(product), reached, inherited) {
   Inherited own;
   Matrix unused = kIdentity;
   model_.applyAttributes(product_.top(), own, unused);
@@ -95,14 +96,14 @@ JtkHierarchy* InstanceObject::getReferencedNode() {
           label, loftbay::host::toHostPath(document.path) + ": instances are nested more than " +
                      std::to_string(Model::kMaxInstanceDepth) + " deep; what is below is left out");
     }
-    referenced_ = objects_.placeEmpty(ref, label);
+    referenced_ = objects_.emptyPart(ref, label);
   } else if (target >= document.graph.nodes.size()) {
-    referenced_ = objects_.placeEmpty(ref, document.nearestLabel(ref.node));
+    referenced_ = objects_.emptyPart(ref, document.nearestLabel(ref.node));
   } else {
     Inherited inherited = below_;
     ++inherited.instance_depth;
-    if (!model_.countPlace({ref.way, target})) return referenced_ = objects_.placeEmpty(ref, ownName());
-    referenced_ = objects_.place({ref.way, target}, Met::AsTarget, inherited);
+    if (!model_.countOccurrence({ref.file, target})) return referenced_ = objects_.emptyPart(ref, ownName());
+    referenced_ = objects_.occurrence({ref.file, target}, Reached::AsTarget, inherited);
     const bool is_part = referenced_->typeID() == JtkEntity::JtkPART;
     if (is_part && dynamic_cast<const ModelNode&>(*referenced_).isMoved()) model_.noteOwnTransform(name());
   }

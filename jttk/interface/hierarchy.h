@@ -34,11 +34,11 @@ class TransformObject final : public Typed<JtkTransform, JtkEntity::JtkTRANSFORM
 template <typename Interface, JtkEntity::TypeID Type>
 class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
  public:
-  HierarchyObject(Objects& objects, Product product, Met met, const Inherited& inherited)
+  HierarchyObject(Objects& objects, Product product, Reached reached, const Inherited& inherited)
       : objects_(objects),
         model_(objects.model()),
         product_(std::move(product)),
-        met_(met),
+        reached_(reached),
         below_(inherited) {
     Matrix own = inherited.transform == nullptr ? kIdentity : *inherited.transform;
     bool has_transform = inherited.transform != nullptr;
@@ -64,7 +64,7 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
   [[nodiscard]] const Product& product() const { return product_; }
 
  protected:
-  [[nodiscard]] virtual std::string name() { return productName(product_, met_, model_.library()); }
+  [[nodiscard]] virtual std::string name() { return productName(product_, reached_, model_.library()); }
   // The material that getMaterial answers.
   [[nodiscard]] virtual MaterialStates::State materialState() { return below_.material; }
 
@@ -72,7 +72,7 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
   Objects& objects_;
   Model& model_;
   Product product_;
-  Met met_;
+  Reached reached_;
   Inherited below_;  // what goes on to the nodes below
   std::unique_ptr<TransformObject> transform_;
   // NOLINTEND
@@ -83,7 +83,7 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
 
 class AssemblyObject final : public HierarchyObject<JtkAssembly, JtkEntity::JtkASSEMBLY> {
  public:
-  AssemblyObject(Objects& objects, Product product, Met met, const Inherited& inherited);
+  AssemblyObject(Objects& objects, Product product, Reached reached, const Inherited& inherited);
   [[nodiscard]] int numChildren() const override;
   [[nodiscard]] JtkHierarchy* getChild(int index) const override;
 
@@ -110,7 +110,7 @@ class AssemblyObject final : public HierarchyObject<JtkAssembly, JtkEntity::JtkA
 
 class InstanceObject final : public HierarchyObject<JtkInstance, JtkEntity::JtkINSTANCE> {
  public:
-  InstanceObject(Objects& objects, Product product, Met met, const Inherited& inherited);
+  InstanceObject(Objects& objects, Product product, Reached reached, const Inherited& inherited);
   [[nodiscard]] JtkHierarchy* getReferencedNode() override;
   // The name that the file gives the instance; empty when it gives none.
   [[nodiscard]] std::string ownName() const { return product_.ownName(); }

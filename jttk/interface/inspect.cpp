@@ -102,8 +102,8 @@ void countUnread(const Document& document, FileDescription& file) {
 
 // The box that the root of a file states, where it is one.
 std::optional<std::array<float, 6>> statedBox(const SceneGraph& graph) {
-  if (graph.root >= graph.nodes.size() || graph.nodes[graph.root].figures == kNone) return std::nullopt;
-  const auto& box = graph.figures[graph.nodes[graph.root].figures].box;
+  if (graph.root >= graph.nodes.size() || graph.nodes[graph.root].statistics == kNone) return std::nullopt;
+  const auto& box = graph.statistics[graph.nodes[graph.root].statistics].box;
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const float low = box[axis];
     const float high = box[axis + 3];
@@ -249,8 +249,8 @@ class TreeLister {
 
   static std::optional<std::size_t> statedTriangles(const NodeRef& ref) {
     const Node& node = ref.data();
-    if (node.kind != NodeKind::TriStripSet || node.figures == kNone) return std::nullopt;
-    const std::int32_t most = ref.document().graph.figures[node.figures].polygon_count[1];
+    if (node.kind != NodeKind::TriStripSet || node.statistics == kNone) return std::nullopt;
+    const std::int32_t most = ref.document().graph.statistics[node.statistics].polygon_count[1];
     if (most < 0) return std::nullopt;
     return static_cast<std::size_t>(most);
   }

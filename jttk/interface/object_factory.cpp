@@ -12,20 +12,20 @@ class ObjectFactory final : public Objects {
  public:
   using Objects::Objects;
 
-  JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited) override {
+  JtkHierarchy* make(NodeRef ref, Reached reached, const Inherited& inherited) override {
     Product product = isShown(ref.document().graph, ref.node)
-                          ? classify(ref, met, model().library())
-                          : Product{ProductKind::Part, {}, {ref.way, kNone}, false};
+                          ? classify(ref, reached, model().library())
+                          : Product{ProductKind::Part, {}, {ref.file, kNone}, false};
     if (product.top().node == kNone) return new PartObject(*this, ref, ref.document().nearestLabel(ref.node));
     switch (product.kind) {
       case ProductKind::Assembly:
-        return new AssemblyObject(*this, std::move(product), met, inherited);
+        return new AssemblyObject(*this, std::move(product), reached, inherited);
       case ProductKind::Instance:
-        return new InstanceObject(*this, std::move(product), met, inherited);
+        return new InstanceObject(*this, std::move(product), reached, inherited);
       case ProductKind::Part:
         break;
     }
-    return new PartObject(*this, std::move(product), met, inherited);
+    return new PartObject(*this, std::move(product), reached, inherited);
   }
 
   JtkHierarchy* makeEmpty(NodeRef near, std::string name) override {
@@ -37,10 +37,10 @@ class ObjectFactory final : public Objects {
 
 JtkHierarchy* createRoot(std::unique_ptr<Document> main) {
   auto objects = std::make_unique<ObjectFactory>(std::move(main));
-  const FileWay* way = objects->model().library().mainWay();
-  const NodeRef root{way, way->document->graph.root};
+  const FileChain* file = objects->model().library().mainFile();
+  const NodeRef root{file, file->document->graph.root};
   ObjectFactory& owned = *objects;  // the root takes the pointer
-  JtkHierarchy* object = owned.make(root, rootMet(root), {});
+  JtkHierarchy* object = owned.make(root, rootReached(root), {});
   switch (object->typeID()) {
     case JtkEntity::JtkASSEMBLY:
       static_cast<AssemblyObject*>(object)->own(std::move(objects));

@@ -30,20 +30,20 @@ JtkHierarchy* Objects::hold(JtkHierarchy* object) {
   return object;
 }
 
-JtkHierarchy* Objects::place(NodeRef ref, Met met, const Inherited& inherited) {
+JtkHierarchy* Objects::occurrence(NodeRef ref, Reached reached, const Inherited& inherited) {
   const PartKey key{&ref.document(),
                     ref.node,
-                    met,
+                    reached,
                     inherited.material,
                     inherited.transform_is_final,
                     inherited.transform == nullptr ? kIdentity : makeComparable(*inherited.transform)};
   if (const auto known = parts_.find(key); known != parts_.end()) return known->second;
-  JtkHierarchy* object = hold(make(ref, met, inherited));
+  JtkHierarchy* object = hold(make(ref, reached, inherited));
   if (object->typeID() == JtkEntity::JtkPART) parts_.emplace(key, object);
   return object;
 }
 
-JtkHierarchy* Objects::placeEmpty(NodeRef near, std::string name) {
+JtkHierarchy* Objects::emptyPart(NodeRef near, std::string name) {
   return hold(makeEmpty(near, std::move(name)));
 }
 

@@ -27,9 +27,9 @@ class Objects {
 
   // The object for one occurrence of a node. A part that occurs again with the same inherited state is the
   // same object, so that the converter can tell that it is one part.
-  JtkHierarchy* place(NodeRef ref, Met met, const Inherited& inherited);
+  JtkHierarchy* occurrence(NodeRef ref, Reached reached, const Inherited& inherited);
   // A part without levels for something that cannot be had.
-  JtkHierarchy* placeEmpty(NodeRef near, std::string name);
+  JtkHierarchy* emptyPart(NodeRef near, std::string name);
 
   // The object for the material in force in a state; null where there is none. The same one every time.
   JtkMaterial* material(MaterialStates::State state);
@@ -45,19 +45,19 @@ class Objects {
   struct PartKey {
     Document* document;
     std::uint32_t node;
-    Met met;
+    Reached reached;
     MaterialStates::State material;
     bool transform_is_final;
     Matrix transform;  // comparable: see makeComparable
     bool operator<(const PartKey& other) const {
-      return std::tie(document, node, met, material, transform_is_final, transform) <
-             std::tie(other.document, other.node, other.met, other.material, other.transform_is_final,
+      return std::tie(document, node, reached, material, transform_is_final, transform) <
+             std::tie(other.document, other.node, other.reached, other.material, other.transform_is_final,
                       other.transform);
     }
   };
 
   // The object of the right class (object_factory.cpp).
-  virtual JtkHierarchy* make(NodeRef ref, Met met, const Inherited& inherited) = 0;
+  virtual JtkHierarchy* make(NodeRef ref, Reached reached, const Inherited& inherited) = 0;
   virtual JtkHierarchy* makeEmpty(NodeRef near, std::string name) = 0;
   JtkHierarchy* hold(JtkHierarchy* object);
 

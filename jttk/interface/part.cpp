@@ -6,13 +6,14 @@
 
 namespace jttk {
 
-PartObject::PartObject(Objects& objects, Product product, Met met, const Inherited& inherited)
-    : HierarchyObject(objects, std::move(product), met, inherited), part_(model_, product_, met, below_) {
-  if (offersExactAsLevel(met)) part_.offerExactAsLevel();
+PartObject::PartObject(Objects& objects, Product product, Reached reached, const Inherited& inherited)
+    : HierarchyObject(objects, std::move(product), reached, inherited),
+      part_(model_, product_, reached, below_) {
+  if (offersExactAsLevel(reached)) part_.offerExactAsLevel();
 }
 
 PartObject::PartObject(Objects& objects, NodeRef near, std::string name)
-    : PartObject(objects, Product{ProductKind::Part, {}, {near.way, kNone}, false}, Met::AsChild, {}) {
+    : PartObject(objects, Product{ProductKind::Part, {}, {near.file, kNone}, false}, Reached::AsChild, {}) {
   part_.setName(std::move(name));
 }
 

@@ -13,7 +13,7 @@ namespace jttk {
 
 class PartObject final : public HierarchyObject<JtkPart, JtkEntity::JtkPART> {
  public:
-  PartObject(Objects& objects, Product product, Met met, const Inherited& inherited);
+  PartObject(Objects& objects, Product product, Reached reached, const Inherited& inherited);
   // A part without levels.
   PartObject(Objects& objects, NodeRef near, std::string name);
   ~PartObject() override;

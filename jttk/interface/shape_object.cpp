@@ -41,7 +41,7 @@ ShapeObject::ShapeObject(Objects& objects, std::shared_ptr<const ShapeArrays> ar
 }
 
 void ShapeObject::takeFacts() {
-  type_ = shapeType(arrays_->geometry, node_.way == nullptr ? NodeKind::TriStripSet : node_.data().kind);
+  type_ = shapeType(arrays_->geometry, node_.file == nullptr ? NodeKind::TriStripSet : node_.data().kind);
   primitive_count_ = static_cast<int>(arrays_->geometry.primitiveCount());
 }
 

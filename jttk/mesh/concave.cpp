@@ -117,7 +117,7 @@ class EarCutter {
     auto u = static_cast<std::size_t>(largest - normal.begin() + 1) % 3;
     auto v = (u + 1) % 3;
     if (*largest < 0) std::swap(u, v);
-    for (const Vector3& place : places_) points_.push_back({place[u], place[v]});
+    for (const Vector3& where : places_) points_.push_back({where[u], where[v]});
   }
 
   [[nodiscard]] double areaAt(std::uint32_t i) const {

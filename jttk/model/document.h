@@ -39,8 +39,8 @@ struct Document {
   // Shape nodes whose vertex colours have been counted.
   std::unordered_set<std::uint32_t> counted_colors;
   // Part nodes that are shown by another level than the wanted one, and that lose colours: counted once.
-  std::unordered_set<std::uint32_t> told_levels;
-  std::unordered_set<std::uint32_t> told_colors;
+  std::unordered_set<std::uint32_t> reported_levels;
+  std::unordered_set<std::uint32_t> reported_colors;
   // Segments of exact geometry whose losses have been reported.
   std::set<Guid> reported_segments;
 

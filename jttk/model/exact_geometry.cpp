@@ -48,7 +48,7 @@ ExactGeometry::ExactGeometry(Model& model, const std::vector<NodeRef>& chain) : 
     for (std::uint32_t i = 0; i < node.late_loaded.count; ++i) {
       const LateLoaded& entry = document.graph.late_loaded[node.late_loaded.first + i];
       const std::int32_t type = segmentType(document, entry);
-      const auto is_known = [&](const Found& f) { return f.id == entry.segment && f.node.way == ref.way; };
+      const auto is_known = [&](const Found& f) { return f.id == entry.segment && f.node.file == ref.file; };
       if (i >= kFreeSegments && !model_.library().spend(segments_.size() + 1) && !model_.hasRoom()) return;
       if (!isGeometryOfItsOwn(type) || std::any_of(segments_.begin(), segments_.end(), is_known)) continue;
       segments_.push_back({ref, entry.segment, type});
@@ -85,7 +85,7 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
     arrays_ = make(values, box, losses);
     hopeless_ = !arrays_;
     if (hopeless_) model_.setHopeless(key);
-    if (losses.over_budget != nullptr) tellNoWork(*losses.over_budget, part_name);
+    if (losses.over_budget != nullptr) reportNoWork(*losses.over_budget, part_name);
     if (losses.not_unpacked) {
       const auto& [found, error] = *losses.not_unpacked;
       model_.library().lostBy(error, part_name, found->node.document());
@@ -98,15 +98,15 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
       if (found != before) is_new = document.reported_segments.insert(found->id).second;
       before = found;
       if (!is_new) continue;
-      std::string place = loftbay::host::toHostPath(document.path);
+      std::string where = loftbay::host::toHostPath(document.path);
       // A segment that cannot be read at all is named by its reason.
       const std::string segment = "segment " + found->id.text() + ": ";
-      place.append(": ").append(reason.starts_with(segment) ? "" : segment).append(reason);
+      where.append(": ").append(reason.starts_with(segment) ? "" : segment).append(reason);
       if (quietly && !arrays_) {
         model_.library().note(
-            std::string(part_name).append(": the facets of the file are used: ").append(place));
+            std::string(part_name).append(": the facets of the file are used: ").append(where));
       } else {
-        model_.library().lost(part_name, place);
+        model_.library().lost(part_name, where);
       }
     }
     if (arrays_) model_.cache().keep(key, arrays_);
@@ -129,8 +129,8 @@ ShapeCache::Key ExactGeometry::keyOf(const TessValues& values, const float* box)
   return {&node.document(), node.node, values.chord_percent, values.minimum_edge_length};
 }
 
-void ExactGeometry::tellNoWork(const Found& found, const std::string& part_name) const {
-  model_.library().tellLimit(
+void ExactGeometry::reportNoWork(const Found& found, const std::string& part_name) const {
+  model_.library().reportLimit(
       Library::Limit::ExactGeometry, part_name,
       loftbay::host::toHostPath(found.node.document().path) + ": segment " + found.id.text() +
           ": exact geometry of the model needs more work than files of this size are allowed; what is left "

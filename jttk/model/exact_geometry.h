@@ -49,7 +49,7 @@ class ExactGeometry final : public Holder {
                           const float* box, Losses& losses) const;
   Result<std::vector<brep::Bodies>> read(const Found& found);
   [[nodiscard]] ShapeCache::Key keyOf(const TessValues& values, const float* box) const;
-  void tellNoWork(const Found& found, const std::string& part_name) const;
+  void reportNoWork(const Found& found, const std::string& part_name) const;
   // Of the nodes that are the part; empty when none states any.
   [[nodiscard]] std::string statedUnits() const;
   [[nodiscard]] double unitsPerMetre(const Found& found, const brep::Bodies& bodies, const float* box) const;

@@ -19,30 +19,30 @@ Library::Library(std::unique_ptr<Document> main, bool allow_outside, std::vector
   Document* document = main.get();
   // Bytes without a file have no canonical path; no other file can have the empty key.
   documents_.emplace(host::canonicalPath(main->path).value_or(std::string()), std::move(main));
-  ways_.push_back({document, nullptr});
-  tellOpened(*document);
+  chains_.push_back({document, nullptr});
+  reportOpened(*document);
 }
 
-const FileWay* Library::follow(NodeRef partition) {
+const FileChain* Library::follow(NodeRef partition) {
   const Reference reference{&partition.document(), partition.node};
   auto known = references_.find(reference);
   if (known == references_.end()) known = references_.emplace(reference, open(reference)).first;
   Document* document = known->second;
   if (document == nullptr) return nullptr;
-  const auto [way, is_new] = known_ways_.try_emplace({document, partition.way}, nullptr);
-  if (!is_new) return way->second;
-  for (const FileWay* above = partition.way; above != nullptr; above = above->above) {
+  const auto [file, is_new] = known_chains_.try_emplace({document, partition.file}, nullptr);
+  if (!is_new) return file->second;
+  for (const FileChain* above = partition.file; above != nullptr; above = above->above) {
     if (above->document != document) continue;
-    if (told_circles_.emplace(reference, true).second) {
+    if (reported_cycles_.emplace(reference, true).second) {
       lost(partition.document().nearestLabel(partition.node),
            host::toHostPath(partition.document().path) + ": refers to " + host::toHostPath(document->path) +
                ", which refers to this file; the circle is not followed");
     }
     return nullptr;
   }
-  ways_.push_back({document, partition.way});
-  way->second = &ways_.back();
-  return way->second;
+  chains_.push_back({document, partition.file});
+  file->second = &chains_.back();
+  return file->second;
 }
 
 namespace {
@@ -107,7 +107,7 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
     auto document = openDocument(path, main_->budget);
     if (document) {
       entry->second = std::move(*document);
-      tellOpened(*entry->second);
+      reportOpened(*entry->second);
     } else {
       failures_[canonical] = host::toHostPath(path) + ": " + document.error().text();
     }
@@ -117,20 +117,20 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
 }
 
 std::vector<const Document*> Library::documents() const {
-  std::vector<const Document*> all = {mainWay()->document};
+  std::vector<const Document*> all = {mainFile()->document};
   for (const auto& [canonical, document] : documents_) {
-    if (document && document.get() != mainWay()->document) all.push_back(document.get());
+    if (document && document.get() != mainFile()->document) all.push_back(document.get());
   }
   return all;
 }
 
 // What is wrong with the file round the scene graph.
-void Library::tellContainer(const Document& document) {
+void Library::reportContainer(const Document& document) {
   const JtFile& jt = *document.file;
-  const std::string place = host::toHostPath(document.path) + ": ";
-  for (const std::string& text : jt.contradictions()) note(place + text);
-  for (const std::string& text : document.notes) note(place + text);
-  for (const std::string& text : document.graph.notes) note(place + "scene graph: " + text);
+  const std::string where = host::toHostPath(document.path) + ": ";
+  for (const std::string& text : jt.contradictions()) note(where + text);
+  for (const std::string& text : document.notes) note(where + text);
+  for (const std::string& text : document.graph.notes) note(where + "scene graph: " + text);
   constexpr std::size_t kMostListed = 5;
   const std::vector<const TocEntry*> cut = jt.cutOff();
   std::string ids;
@@ -138,22 +138,22 @@ void Library::tellContainer(const Document& document) {
     ids += (i == 0 ? "" : ", ") + cut[i]->id.text() + " (" + segmentTypeName(cut[i]->type) + ")";
   }
   if (!cut.empty()) {
-    note(place + "the file is cut off: " + std::to_string(cut.size()) + " of " +
+    note(where + "the file is cut off: " + std::to_string(cut.size()) + " of " +
          std::to_string(jt.contents().size()) + " segments lie behind its end or go beyond it: " + ids +
          (cut.size() > kMostListed ? ", …" : ""));
   }
-  if (const auto unused = tellUnusedGeometry(document)) lost(document.nearestLabel(kNone), place + *unused);
+  if (const auto unused = reportUnusedGeometry(document)) lost(document.nearestLabel(kNone), where + *unused);
 }
 
-void Library::tellOpened(Document& document) {
+void Library::reportOpened(Document& document) {
   diag::programSeams().observer->opened(host::toHostPath(document.path));
-  tellUnit(document.graph);
-  tellDamage(document);
+  reportUnit(document.graph);
+  reportDamage(document);
   notes_.addFile(document);
 }
 
 // The root's unit is the model's; where it states none, what is nearest to the top of the file.
-void Library::tellUnit(const SceneGraph& graph) {
+void Library::reportUnit(const SceneGraph& graph) {
   const auto tell = [&](const Node& node) {
     const std::string& name = graph.text(node.units);
     const auto metres = brep::metresOfUnit(name);
@@ -166,23 +166,23 @@ void Library::tellUnit(const SceneGraph& graph) {
   for (const Node& node : graph.nodes) tell(node);
 }
 
-void Library::tellDamage(Document& document) {
+void Library::reportDamage(Document& document) {
   SceneGraph& graph = document.graph;
   has_materials_ = has_materials_ || graph.has_materials;
   const std::string file = host::toHostPath(document.path);
-  const std::string place = file + ": scene graph: ";
+  const std::string where = file + ": scene graph: ";
   for (const GraphDamage& damage : graph.damage) {
     const std::string what = damage.error.offset == 0 ? damage.error.what : damage.error.text();
-    lost(document.nearestLabel(damage.node), place + what);
+    lost(document.nearestLabel(damage.node), where + what);
   }
   if (graph.unlisted_damage > 0) {
     lost(document.nearestLabel(kNone),
-         place + std::to_string(graph.unlisted_damage) + " more faults of this kind");
+         where + std::to_string(graph.unlisted_damage) + " more faults of this kind");
   }
   for (const std::uint32_t node : graph.ignored) {
     note(file + ": \"" + document.nearestLabel(node) + "\" is marked as not shown and was left out");
   }
-  tellContainer(document);
+  reportContainer(document);
 }
 
 void Library::noteSegment(Document& document, const Segment& segment) {
@@ -202,20 +202,20 @@ bool Library::spend(std::uint64_t units) {
   return contents.left() > 0;
 }
 
-void Library::tellLimit(Limit limit, const std::string& part, const std::string& reason) {
-  if (told_limits_.insert(limit).second) lost(part, reason);
+void Library::reportLimit(Limit limit, const std::string& part, const std::string& reason) {
+  if (reported_limits_.insert(limit).second) lost(part, reason);
 }
 
 void Library::lostBy(const Error& error, const std::string& part, const Document& document) {
-  const std::string place = host::toHostPath(document.path) + ": ";
+  const std::string where = host::toHostPath(document.path) + ": ";
   if (error.is_over_budget) {
-    tellLimit(Limit::Unpacked, part, place + error.what + "; it is left out, and what is beyond");
+    reportLimit(Limit::Unpacked, part, where + error.what + "; it is left out, and what is beyond");
   } else {
-    lost(part, place + (error.offset == 0 ? error.what : error.text()));
+    lost(part, where + (error.offset == 0 ? error.what : error.text()));
   }
 }
 
-void Library::tellNotes() {
+void Library::reportNotes() {
   for (const std::string& text : notes_.sentences()) note(text);
 }
 

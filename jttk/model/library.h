@@ -22,10 +22,10 @@ class Library {
   // `main`: the file that the user named. Tells what is wrong with it.
   Library(std::unique_ptr<Document> main, bool allow_outside, std::vector<std::string> search_folders);
 
-  [[nodiscard]] const FileWay* mainWay() const { return &ways_.front(); }
+  [[nodiscard]] const FileChain* mainFile() const { return &chains_.front(); }
   // The chain extended by the file that a partition refers to. Null when it is missing, refused, unreadable
   // or closes a cycle, which is reported once for each partition.
-  const FileWay* follow(NodeRef partition);
+  const FileChain* follow(NodeRef partition);
 
   // Something of the model is lost: to the observer and to the toolkit's message stream.
   void lost(const std::string& part, const std::string& reason);
@@ -38,13 +38,13 @@ class Library {
   // The budget that is left. A limit that was hit is reported once for each kind, with its consequence.
   enum class Limit : std::uint8_t { Places, Unpacked, ExactGeometry };
   [[nodiscard]] WorkBudget& budget() { return *main_->budget; }
-  void tellLimit(Limit limit, const std::string& part, const std::string& reason);
+  void reportLimit(Limit limit, const std::string& part, const std::string& reason);
   // Charges `units` for inspecting list entries that give no occurrence. False when the allowance is used up.
   bool spend(std::uint64_t units);
 
   // Notes that are reported at the end of the model.
   [[nodiscard]] ModelNotes& notes() { return notes_; }
-  void tellNotes();
+  void reportNotes();
 
   // True when any file that was opened so far has a material on a node.
   [[nodiscard]] bool hasMaterials() const { return has_materials_; }
@@ -67,22 +67,22 @@ class Library {
   Document* load(const std::string& path, const std::string& canonical, std::string& reason);
   void noteTail(const Document& from, const std::string& reference, const std::string& path);
   // Tells the observer that a file was opened, and what is wrong with it.
-  void tellOpened(Document& document);
-  void tellUnit(const SceneGraph& graph);
-  void tellDamage(Document& document);
-  void tellContainer(const Document& document);
+  void reportOpened(Document& document);
+  void reportUnit(const SceneGraph& graph);
+  void reportDamage(Document& document);
+  void reportContainer(const Document& document);
 
   FileFinder finder_;
   const Document* main_;
   std::map<std::string, std::unique_ptr<Document>> documents_;  // by canonical path; null: cannot be read
   std::map<std::string, std::string> failures_;                 // by canonical path
   std::map<Reference, Document*> references_;
-  std::map<Reference, bool> told_circles_;
-  std::deque<FileWay> ways_;
-  std::map<std::pair<Document*, const FileWay*>, const FileWay*> known_ways_;
+  std::map<Reference, bool> reported_cycles_;
+  std::deque<FileChain> chains_;
+  std::map<std::pair<Document*, const FileChain*>, const FileChain*> known_chains_;
   std::set<std::pair<const Document*, std::string>> noted_tails_;
   ModelNotes notes_;
-  std::set<Limit> told_limits_;
+  std::set<Limit> reported_limits_;
   bool has_materials_ = false;
   bool unit_told_ = false;
   bool names_given_ = false;

@@ -50,36 +50,36 @@ Model::Model(std::unique_ptr<Document> main)
 
 Model::~Model() {
   try {
-    tellOwnTransforms();
-    library_.tellNotes();
+    reportOwnTransforms();
+    library_.reportNotes();
   } catch (...) {
-    tellOfMissingNotes();
+    reportOfMissingNotes();
   }
 }
 
-bool Model::tellPlaces() {
-  library_.tellLimit(Library::Limit::Places, library_.mainWay()->document->nearestLabel(kNone),
-                     "the model places more than " + std::to_string(library_.budget().placeLimit()) +
-                         " nodes or shapes; what is beyond is left out (--max-places)");
+bool Model::reportPlaces() {
+  library_.reportLimit(Library::Limit::Places, library_.mainFile()->document->nearestLabel(kNone),
+                       "the model places more than " + std::to_string(library_.budget().placeLimit()) +
+                           " nodes or shapes; what is beyond is left out (--max-places)");
   return false;
 }
 
-bool Model::hasRoom() { return library_.budget().contents().left() > 0 || tellPlaces(); }
+bool Model::hasRoom() { return library_.budget().contents().left() > 0 || reportPlaces(); }
 
-bool Model::countPlace(NodeRef node) {
+bool Model::countOccurrence(NodeRef node) {
   if (node.node != kNone) {
     const std::uint64_t name = unitsOfName(node.document().graph.text(node.data().name).size());
-    if (name > library_.budget().contents().left()) return tellPlaces();
+    if (name > library_.budget().contents().left()) return reportPlaces();
   }
-  return library_.budget().places().take(WorkBudget::kUnitsPerPlace) || tellPlaces();
+  return library_.budget().places().take(WorkBudget::kUnitsPerPlace) || reportPlaces();
 }
 
 void Model::countName(std::size_t bytes) { library_.budget().contents().spend(unitsOfName(bytes)); }
 
-bool Model::countShape() { return library_.budget().contents().take(kUnitsPerShape) || tellPlaces(); }
+bool Model::countShape() { return library_.budget().contents().take(kUnitsPerShape) || reportPlaces(); }
 
 bool Model::countCorners(std::size_t corners) {
-  return library_.budget().contents().take(kUnitsPerCorner * corners) || tellPlaces();
+  return library_.budget().contents().take(kUnitsPerCorner * corners) || reportPlaces();
 }
 
 bool Model::applyAttributes(NodeRef ref, Inherited& inherited, Matrix& matrix) {
@@ -135,7 +135,7 @@ void Model::noteOwnTransform(const std::string& instance) {
     own_transform_names_.push_back(instance);
 }
 
-void Model::tellOwnTransforms() const {
+void Model::reportOwnTransforms() const {
   if (own_transforms_ == 0) return;
   std::string text = std::to_string(own_transforms_);
   text += own_transforms_ == 1 ? " instanced part lost its own transformation"
@@ -146,9 +146,9 @@ void Model::tellOwnTransforms() const {
   diag::programSeams().observer->note(text);
 }
 
-void Model::tellOfMissingNotes() const noexcept {
+void Model::reportOfMissingNotes() const noexcept {
   try {
-    const std::string file = loftbay::host::toHostPath(library_.mainWay()->document->path);
+    const std::string file = loftbay::host::toHostPath(library_.mainFile()->document->path);
     diag::programSeams().observer->lost(file, "out of memory: some notes are missing");
   } catch (...) {
     // Nor is there memory for this.
@@ -163,7 +163,7 @@ bool Model::hasMaterials() {
   return library_.hasMaterials();
 }
 
-void Model::tellFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts) {
+void Model::reportFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts) {
   Document& document = shape.document();
   if (!facts.doubt.empty() && document.reported_doubts.insert(shape.node).second) {
     library_.lost(part_name, loftbay::host::toHostPath(document.path) + ": " + facts.doubt +
@@ -180,12 +180,13 @@ void Model::tellFacts(NodeRef shape, const std::string& part_name, const ShapeFa
   }
 }
 
-void Model::noteShape(NodeRef shape, const std::string& part_name, std::unordered_set<std::uint32_t>& told,
-                      const std::string& text, const char* of_more) {
+void Model::noteShape(NodeRef shape, const std::string& part_name,
+                      std::unordered_set<std::uint32_t>& reported, const std::string& text,
+                      const char* of_more) {
   constexpr std::size_t kMostNotes = 20;  // of one file, as all its shapes are usually alike
-  if (told.size() > kMostNotes || !told.insert(shape.node).second) return;
+  if (reported.size() > kMostNotes || !reported.insert(shape.node).second) return;
   const std::string file = loftbay::host::toHostPath(shape.document().path);
-  if (told.size() > kMostNotes) {
+  if (reported.size() > kMostNotes) {
     library_.note(file + ": more shapes " + of_more);
     return;
   }
@@ -226,7 +227,7 @@ std::shared_ptr<const ShapeArrays> Model::shapeArrays(NodeRef shape, const std::
     library_.lostBy(geometry.error(), part_name, document);
     return nullptr;
   }
-  tellFacts(shape, part_name, geometry->facts);
+  reportFacts(shape, part_name, geometry->facts);
   checkCoordinates(shape, part_name, *geometry);
   if (!geometry->colors.empty() && document.counted_colors.insert(shape.node).second) {
     library_.notes().add(ModelNotes::Kind::VertexColors, 1);

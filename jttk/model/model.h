@@ -45,7 +45,7 @@ class Model {
 
   // Counts an occurrence of a node. False (and reported once) when there are more than the budget allows, or
   // when the node's own name would cost more than is left.
-  bool countPlace(NodeRef node);
+  bool countOccurrence(NodeRef node);
   // Counts a name that is handed out: each goes into the log and the scene.
   void countName(std::size_t bytes);
   // Counts a shape that is asked for, and its corners. False (and reported once) when the budget has no room
@@ -100,14 +100,14 @@ class Model {
   // Reports, once for each, an unusable transform, and coordinates that are not finite.
   void checkTransform(NodeRef ref, std::uint32_t attribute);
   void checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry);
-  void tellOwnTransforms() const;
-  void tellOfMissingNotes() const noexcept;
+  void reportOwnTransforms() const;
+  void reportOfMissingNotes() const noexcept;
   // Always false.
-  bool tellPlaces();
+  bool reportPlaces();
   // Reports the doubts and faults in `facts`, once for each shape.
-  void tellFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts);
+  void reportFacts(NodeRef shape, const std::string& part_name, const ShapeFacts& facts);
   // A note, once per shape: `told` holds the nodes of the shape's file that have had theirs.
-  void noteShape(NodeRef shape, const std::string& part_name, std::unordered_set<std::uint32_t>& told,
+  void noteShape(NodeRef shape, const std::string& part_name, std::unordered_set<std::uint32_t>& reported,
                  const std::string& text, const char* of_more);
   // `arrays` with their memory, which is given back when nothing holds them any more. `before`: what was
   // taken before they were decoded.

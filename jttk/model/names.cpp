@@ -15,8 +15,8 @@ namespace {
 // A name is copied to every node that inherits it, so one that is absurdly long is cut first.
 constexpr std::size_t kMaxInheritedBytes = 1000;
 
-constexpr std::uint64_t key(std::uint32_t node, Met met) {
-  return std::uint64_t{node} * 2 + (met == Met::AsTarget ? 1 : 0);
+constexpr std::uint64_t key(std::uint32_t node, Reached reached) {
+  return std::uint64_t{node} * 2 + (reached == Reached::AsTarget ? 1 : 0);
 }
 
 // Walks the product structure once, without recursion; a shared node is visited on the first path only.
@@ -25,10 +25,10 @@ class NameGiver {
   explicit NameGiver(Library& library) : library_(library) {}
 
   void run() {
-    const FileWay* way = library_.mainWay();
-    const std::uint32_t file_name = keep(std::string(fileStem(way->document->path)));
-    const NodeRef root{way, way->document->graph.root};
-    tasks_.push_back({root, rootMet(root), file_name});
+    const FileChain* file = library_.mainFile();
+    const std::uint32_t file_name = keep(std::string(fileStem(file->document->path)));
+    const NodeRef root{file, file->document->graph.root};
+    tasks_.push_back({root, rootReached(root), file_name});
     while (!tasks_.empty()) {
       if (tasks_.back().goes_to_children) {
         visitNextChild();
@@ -36,7 +36,7 @@ class NameGiver {
       }
       const Task task = tasks_.back();
       tasks_.pop_back();
-      if (isNew(task.ref, task.met)) visit(task);
+      if (isNew(task.ref, task.reached)) visit(task);
     }
     for (const Unnamed& part : unnamed_parts_) {
       part.document->inherited_names[part.key] = unique(names_[part.name]);
@@ -47,7 +47,7 @@ class NameGiver {
   // A node that is to be visited, or the next of its children.
   struct Task {
     NodeRef ref;
-    Met met;
+    Reached reached;
     std::uint32_t name;  // of the nearest named node above
     bool goes_to_children = false;
     std::uint32_t next = 0;
@@ -68,18 +68,20 @@ class NameGiver {
     return static_cast<std::uint32_t>(names_.size() - 1);
   }
 
-  bool isNew(NodeRef ref, Met met) { return visited_[&ref.document()].insert(key(ref.node, met)).second; }
+  bool isNew(NodeRef ref, Reached reached) {
+    return visited_[&ref.document()].insert(key(ref.node, reached)).second;
+  }
 
   void visit(const Task& task) {
     const Node& node = task.ref.data();
     const bool instance = node.kind == NodeKind::Instance;
-    if (task.met == Met::AsChild && (instance || isGrouping(node.kind))) {
+    if (task.reached == Reached::AsChild && (instance || isGrouping(node.kind))) {
       std::string label = task.ref.document().label(task.ref.node);
       const std::uint32_t name = label.empty() ? task.name : keep(std::move(label));
-      addChildren(task.ref, instance ? Met::AsTarget : Met::AsChild, name);
+      addChildren(task.ref, instance ? Reached::AsTarget : Reached::AsChild, name);
       return;
     }
-    const Product product = classify(task.ref, task.met, library_);
+    const Product product = classify(task.ref, task.reached, library_);
     std::string own = product.ownName();
     const bool is_part = product.kind == ProductKind::Part;
     std::uint32_t name = task.name;
@@ -91,21 +93,21 @@ class NameGiver {
       if (!group.empty()) name = keep(std::move(group));
       const NodeRef top = product.top();
       if (is_part) {
-        unnamed_parts_.push_back({&top.document(), key(top.node, task.met), name});
+        unnamed_parts_.push_back({&top.document(), key(top.node, task.reached), name});
       } else {
-        top.document().inherited_names[key(top.node, task.met)] = names_[name];
+        top.document().inherited_names[key(top.node, task.reached)] = names_[name];
       }
     }
     if (is_part || product.content.node == kNone) return;
     if (product.content_is_child) {
-      tasks_.push_back({product.content, Met::AsChild, name});
+      tasks_.push_back({product.content, Reached::AsChild, name});
     } else {
-      addChildren(product.content, Met::AsChild, name);
+      addChildren(product.content, Reached::AsChild, name);
     }
   }
 
-  void addChildren(NodeRef parent, Met met, std::uint32_t name) {
-    tasks_.push_back({parent, met, name, true});
+  void addChildren(NodeRef parent, Reached reached, std::uint32_t name) {
+    tasks_.push_back({parent, reached, name, true});
   }
 
   void visitNextChild() {
@@ -120,7 +122,7 @@ class NameGiver {
     if (!isShownChild(graph, node, child)) return;
     // An empty group is still an assembly where an instance refers to it.
     if (isLod(graph.nodes[child].kind) && !hasContents(graph.nodes[child])) return;
-    tasks_.push_back({{task.ref.way, child}, task.met, task.name});
+    tasks_.push_back({{task.ref.file, child}, task.reached, task.name});
   }
 
   // `name`, or with the first free number behind it.
@@ -150,13 +152,13 @@ void openAllFiles(Library& library) {
   NameGiver(library).run();
 }
 
-std::string productName(const Product& product, Met met, Library& library) {
+std::string productName(const Product& product, Reached reached, Library& library) {
   std::string own = product.ownName();
   if (!own.empty()) return own;
   const NodeRef top = product.top();
   const auto find = [&] {
     const auto& names = top.document().inherited_names;
-    const auto found = names.find(key(top.node, met));
+    const auto found = names.find(key(top.node, reached));
     return found == names.end() ? std::string() : found->second;
   };
   std::string name = find();

@@ -14,7 +14,7 @@ namespace jttk {
 // The name of a part or assembly. `met`: whether the node was reached as a child or as an instance's target.
 // The first question about a node without a name of its own works out all inherited names of the model and
 // opens all of its files for that.
-std::string productName(const Product& product, Met met, Library& library);
+std::string productName(const Product& product, Reached reached, Library& library);
 
 // Opens all files of the model (and works out all inherited names meanwhile).
 void openAllFiles(Library& library);

@@ -10,7 +10,7 @@
 namespace jttk {
 
 std::string Part::name() const {
-  return given_name_ ? *given_name_ : productName(product_, met_, model_.library());
+  return given_name_ ? *given_name_ : productName(product_, reached_, model_.library());
 }
 
 bool Part::looksLike(const Part& other) const {
@@ -50,7 +50,7 @@ const std::vector<Level>& Part::levels() {
   const bool is_level = offers_exact_as_level_ && wantsExactGeometry();
   if (is_level && exactArrays(currentTessValues())) offerExactGeometry();
   if (levels_->empty()) noteWireframe();
-  if (!exact_.exists() && levelZeroIsEmpty() && !hidesItsShapes()) tellUnreadGeometry();
+  if (!exact_.exists() && levelZeroIsEmpty() && !hidesItsShapes()) reportUnreadGeometry();
   return *levels_;
 }
 
@@ -91,16 +91,16 @@ std::shared_ptr<const ShapeArrays> Part::exactArrays(const TessValues& values) {
 const float* Part::box() {
   if (box_) return box_->data();
   for (const NodeRef& ref : product_.chain) {
-    if (ref.data().figures != kNone) {
-      box_ = ref.document().graph.figures[ref.data().figures].box;
+    if (ref.data().statistics != kNone) {
+      box_ = ref.document().graph.statistics[ref.data().statistics].box;
       return box_->data();
     }
   }
   if (levels_->empty()) return nullptr;
   for (const ShapeOccurrence& shape : levels_->front()) {
     // Shapes with a transform are left out: their boxes would have to be moved first.
-    if (shape.ref.data().figures == kNone || shape.transform != nullptr) continue;
-    const auto& own = shape.ref.document().graph.figures[shape.ref.data().figures].box;
+    if (shape.ref.data().statistics == kNone || shape.transform != nullptr) continue;
+    const auto& own = shape.ref.document().graph.statistics[shape.ref.data().statistics].box;
     if (!box_) box_ = own;
     for (std::size_t k = 0; k < 3; ++k) {
       (*box_)[k] = std::min((*box_)[k], own[k]);

@@ -16,8 +16,12 @@ namespace jttk {
 class Part {
  public:
   // `product` outlives this object. `inherited`: with the part's own attributes.
-  Part(Model& model, const Product& product, Met met, const Inherited& inherited)
-      : model_(model), product_(product), met_(met), inherited_(inherited), exact_(model, product.chain) {}
+  Part(Model& model, const Product& product, Reached reached, const Inherited& inherited)
+      : model_(model),
+        product_(product),
+        reached_(reached),
+        inherited_(inherited),
+        exact_(model, product.chain) {}
 
   // The name that messages call it by, instead of that which the file gives.
   void setName(std::string name) { given_name_ = std::move(name); }
@@ -54,15 +58,15 @@ class Part {
   void chooseFirstLevel();
   bool yields(std::size_t level, Tried& tried);
   void dropLevelsBefore(std::size_t level);
-  void tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried);
-  void tellUnreadGeometry();
+  void reportOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried);
+  void reportUnreadGeometry();
   void noteWireframe();
   [[nodiscard]] const float* box();
   void offerExactGeometry();
 
   Model& model_;
   const Product& product_;
-  Met met_;
+  Reached reached_;
   Inherited inherited_;
   std::optional<std::string> given_name_;
   std::optional<std::vector<Level>> levels_;

@@ -25,14 +25,14 @@ struct Part::Tried {
 };
 
 bool Part::yields(std::size_t level, Tried& tried) {
-  for (const ShapeOccurrence& place : (*levels_)[level]) {
-    const Node& node = place.ref.data();
+  for (const ShapeOccurrence& where : (*levels_)[level]) {
+    const Node& node = where.ref.data();
     if (node.kind == NodeKind::NullShape) continue;
-    if (model_.isPlaceholder(place.ref)) {
+    if (model_.isPlaceholder(where.ref)) {
       tried.unread_kind = true;
       continue;
     }
-    const auto arrays = model_.shapeArrays(place.ref, name());
+    const auto arrays = model_.shapeArrays(where.ref, name());
     if (arrays && arrays->geometry.primitiveCount() > 0) return true;
     if (!arrays) tried.damage = true;
   }
@@ -57,7 +57,7 @@ void Part::chooseFirstLevel() {
   for (const std::size_t level : order) {
     if (yields(level, tried)) {
       level_zero_yields_ = true;
-      if (level != wanted) tellOtherLevel(wanted, level, tried);
+      if (level != wanted) reportOtherLevel(wanted, level, tried);
       dropLevelsBefore(level);
       return;
     }
@@ -69,7 +69,7 @@ void Part::chooseFirstLevel() {
   if (exact_is_known && exact_.arrays(currentTessValues(), name(), box(), false)) return;
   // For exact geometry beside shapes there is only a note, which is not enough when the shapes show nothing.
   const NodeRef top = product_.top();
-  if (exact_is_wanted && any_shape && top.document().told_levels.insert(top.node).second) {
+  if (exact_is_wanted && any_shape && top.document().reported_levels.insert(top.node).second) {
     model_.library().lost(name(), loftbay::host::toHostPath(top.document().path) +
                                       ": neither the exact geometry nor any level of detail can be shown");
   }
@@ -77,10 +77,10 @@ void Part::chooseFirstLevel() {
   if (with_shapes != levels_->end()) levels_->erase(levels_->begin(), with_shapes);
 }
 
-void Part::tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried) {
+void Part::reportOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& tried) {
   const NodeRef top = product_.top();
   Document& document = top.document();
-  if (!document.told_levels.insert(top.node).second) return;
+  if (!document.reported_levels.insert(top.node).second) return;
   if (tried.damage) {
     model_.library().lost(name(), loftbay::host::toHostPath(document.path) + ": level of detail " +
                                       std::to_string(wanted) + " cannot be read; level " +
@@ -94,7 +94,7 @@ void Part::tellOtherLevel(std::size_t wanted, std::size_t chosen, const Tried& t
 
 // A part without shapes and exact geometry of its own may have nodes below it with geometry that cannot be
 // read.
-void Part::tellUnreadGeometry() {
+void Part::reportUnreadGeometry() {
   if (product_.content.node == kNone) return;
   Document& document = product_.content.document();
   const SceneGraph& graph = document.graph;
@@ -131,7 +131,7 @@ void Part::noteOneColor() {
   const auto differs = [&](const ShapeOccurrence& shape) { return color(shape) != color(level.front()); };
   if (!std::any_of(level.begin(), level.end(), differs)) return;
   const NodeRef top = product_.top();
-  if (!top.document().told_colors.insert(top.node).second) return;
+  if (!top.document().reported_colors.insert(top.node).second) return;
   model_.library().notes().add(ModelNotes::Kind::SeveralColors, name());
 }
 

@@ -61,9 +61,9 @@ class Collector {
       levels_[level].push_back(
           {step.ref, step.inherited.material, step.has_own_material, step.inherited.transform});
     } else if (kind == NodeKind::Partition && isReference(step.ref.document().graph, step.ref.node)) {
-      const FileWay* way = model_.library().follow(step.ref);
-      if (way == nullptr || !isShown(way->document->graph, way->document->graph.root)) return;
-      step.ref = {way, way->document->graph.root};
+      const FileChain* file = model_.library().follow(step.ref);
+      if (file == nullptr || !isShown(file->document->graph, file->document->graph.root)) return;
+      step.ref = {file, file->document->graph.root};
       steps_.push_back(step);
     } else if (isLod(kind)) {
       visitLevels(step);
@@ -102,7 +102,7 @@ class Collector {
       return model_.library().spend(1) || model_.hasRoom();
     }
     const std::uint32_t level = step.children_are_levels ? number : step.level;
-    steps_.push_back({{step.ref.way, child}, step.inherited, level, step.has_own_material});
+    steps_.push_back({{step.ref.file, child}, step.inherited, level, step.has_own_material});
     return true;
   }
 

@@ -28,7 +28,7 @@ NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups, Library& library)
       if (products > 0) only = child;
       count += products;
     }
-    if (count != 1) return {ref.way, kNone};
+    if (count != 1) return {ref.file, kNone};
     ref.node = only;
     if (!isGrouping(ref.data().kind)) return ref;
     groups.push_back(ref);
@@ -37,7 +37,7 @@ NodeRef singleChild(NodeRef ref, std::vector<NodeRef>& groups, Library& library)
 
 // A partition that is not a reference to another file. Where its single child is an assembly, a part or a
 // loose shape they are one node; else the partition is an assembly.
-Product partition(NodeRef ref, Met met, Product product, Library& library) {
+Product partition(NodeRef ref, Reached reached, Product product, Library& library) {
   for (;;) {
     product.chain.push_back(ref);
     product.kind = ProductKind::Assembly;
@@ -52,7 +52,8 @@ Product partition(NodeRef ref, Met met, Product product, Library& library) {
     const NodeKind kind = child.data().kind;
     const bool is_partition = kind == NodeKind::Partition && !isReference(child.document().graph, child.node);
     const bool is_part = kind == NodeKind::Part || isLod(kind) || isShape(kind);
-    if (!is_partition && kind != NodeKind::MetaData && (!is_part || met == Met::AsTarget)) return product;
+    if (!is_partition && kind != NodeKind::MetaData && (!is_part || reached == Reached::AsTarget))
+      return product;
     product.chain.insert(product.chain.end(), groups.begin(), groups.end());
     if (is_partition) {
       ref = child;
@@ -91,14 +92,14 @@ std::string Product::groupName() const {
   return {};
 }
 
-Product classify(NodeRef ref, Met met, Library& library) {
+Product classify(NodeRef ref, Reached reached, Library& library) {
   switch (ref.data().kind) {
     case NodeKind::MetaData:
       return single(ref, ProductKind::Assembly);
     case NodeKind::Part:
       return single(ref, ProductKind::Part);
     case NodeKind::Instance:
-      if (met == Met::AsChild) return single(ref, ProductKind::Instance);
+      if (reached == Reached::AsChild) return single(ref, ProductKind::Instance);
       return {ProductKind::Assembly, {}, ref, true};
     case NodeKind::Partition:
       break;
@@ -109,17 +110,17 @@ Product classify(NodeRef ref, Met met, Library& library) {
     default:
       return {ProductKind::Part, {}, ref, true};
   }
-  if (!isReference(ref.document().graph, ref.node)) return partition(ref, met, {}, library);
+  if (!isReference(ref.document().graph, ref.node)) return partition(ref, reached, {}, library);
   Product product;
   product.chain.push_back(ref);
-  product.content = {ref.way, kNone};
-  const FileWay* way = library.follow(ref);
-  if (way == nullptr || !isShown(way->document->graph, way->document->graph.root)) return product;
-  ref = {way, way->document->graph.root};
+  product.content = {ref.file, kNone};
+  const FileChain* file = library.follow(ref);
+  if (file == nullptr || !isShown(file->document->graph, file->document->graph.root)) return product;
+  ref = {file, file->document->graph.root};
   // Another file's root is treated as if it replaced the partition.
   if (ref.data().kind == NodeKind::Partition)
-    return partition(ref, Met::AsChild, std::move(product), library);
-  Product root = classify(ref, Met::AsTarget, library);
+    return partition(ref, Reached::AsChild, std::move(product), library);
+  Product root = classify(ref, Reached::AsTarget, library);
   if (root.chain.empty()) root.content_is_child = true;
   root.chain.insert(root.chain.begin(), product.chain.begin(), product.chain.end());
   return root;

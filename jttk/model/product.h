@@ -32,7 +32,7 @@ struct Product {
   [[nodiscard]] std::string groupName() const;
 };
 
-// `ref` must not be hidden. For grouping nodes only with Met::AsTarget.
-Product classify(NodeRef ref, Met met, Library& library);
+// `ref` must not be hidden. For grouping nodes only with Reached::AsTarget.
+Product classify(NodeRef ref, Reached reached, Library& library);
 
 }  // namespace jttk

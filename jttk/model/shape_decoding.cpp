@@ -19,9 +19,9 @@ bool isShapeSegment(const Document& document, const LateLoaded& entry) {
 
 // A shape node that states 0 vertices and 0 polygons may lack a segment.
 bool countsNothing(const SceneGraph& graph, const Node& node) {
-  if (node.figures == kNone) return false;
-  const Figures& figures = graph.figures[node.figures];
-  return figures.vertex_count[1] == 0 && figures.polygon_count[1] == 0;
+  if (node.statistics == kNone) return false;
+  const NodeStatistics& statistics = graph.statistics[node.statistics];
+  return statistics.vertex_count[1] == 0 && statistics.polygon_count[1] == 0;
 }
 
 // Whether the file has no transforms, and no other shape than `shape`.
@@ -46,11 +46,11 @@ std::vector<StatedExtent> statedExtents(const SceneGraph& graph, const Node& nod
   if (node.kind != NodeKind::PrimitiveSet && movesItself(graph, node)) return {};
   std::vector<StatedExtent> stated;
   const auto add = [&](std::uint32_t index) {
-    if (index != kNone) stated.push_back({graph.figures[index].box, graph.figures[index].area});
+    if (index != kNone) stated.push_back({graph.statistics[index].box, graph.statistics[index].area});
   };
-  add(node.figures);
+  add(node.statistics);
   if (node.kind == NodeKind::PrimitiveSet && isTheOnlyShape(graph, node))
-    add(graph.nodes[graph.root].figures);
+    add(graph.nodes[graph.root].statistics);
   return stated;
 }
 
@@ -89,9 +89,9 @@ Result<ShapeGeometry> decodeShape(const Document& document, const Node& node, Me
     return fail(what + " has no geometry segment", 0);
   }
   const Guid& id = graph.late_loaded[entry].segment;
-  const std::string place = "segment " + id.text();
+  const std::string where = "segment " + id.text();
   const TocEntry* listed = document.file->find(id);
-  if (listed == nullptr) return fail(place + ": is not in the table of contents", 0);
+  if (listed == nullptr) return fail(where + ": is not in the table of contents", 0);
   const Result<Segment> segment = document.file->segment(*listed);
   if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
   const std::vector<StatedExtent> stated = statedExtents(graph, node);
@@ -100,9 +100,9 @@ Result<ShapeGeometry> decodeShape(const Document& document, const Node& node, Me
   if (geometry) {
     if (auto taken = takeMemoryToUse(*geometry, memory); !taken) geometry = tl::unexpected(taken.error());
   }
-  if (!geometry) return tl::unexpected<Error>(geometry.error().in(place));
+  if (!geometry) return tl::unexpected<Error>(geometry.error().in(where));
   for (std::string* text : {&geometry->facts.doubt, &geometry->facts.coordinate_note}) {
-    if (!text->empty()) text->insert(0, place + ": ");
+    if (!text->empty()) text->insert(0, where + ": ");
   }
   return geometry;
 }

@@ -16,7 +16,7 @@ constexpr std::size_t kMostNamed = 5;
 // What the scene graph says of segments.
 struct References {
   std::set<Guid> used;
-  std::set<Guid> told;                          // with a node that could not be read
+  std::set<Guid> reported;                      // with a node that could not be read
   std::map<Guid, std::set<std::string>> names;  // of what else refers to them
 };
 
@@ -40,7 +40,7 @@ References collect(const Document& document) {
   const std::set<std::int32_t> unread(graph.unread_nodes.begin(), graph.unread_nodes.end());
   for (const StrayReference& stray : graph.stray_references) {
     if (children.contains(stray.node_id) || unread.contains(stray.node_id)) {
-      references.told.insert(stray.segment);
+      references.reported.insert(stray.segment);
     } else if (stray.name != kNone) {
       references.names[stray.segment].emplace(withoutSuffix(graph.text(stray.name)));
     }
@@ -59,14 +59,14 @@ std::string listed(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-std::optional<std::string> tellUnusedGeometry(const Document& document) {
+std::optional<std::string> reportUnusedGeometry(const Document& document) {
   std::optional<References> references;
   std::vector<std::string> segments;
   std::set<std::string> names;
   for (const TocEntry& entry : document.file->contents()) {
     if (!holdsGeometry(entry.type)) continue;
     if (!references) references = collect(document);
-    if (references->used.contains(entry.id) || references->told.contains(entry.id)) continue;
+    if (references->used.contains(entry.id) || references->reported.contains(entry.id)) continue;
     segments.push_back(entry.id.text());
     for (const std::string& name : references->names[entry.id]) names.insert("\"" + name + "\"");
   }

@@ -12,6 +12,6 @@ namespace jttk {
 // with their number and the names that are known; nothing when there are none. Not counted: segments of
 // coarser levels, hidden parts and excluded shapes (nodes refer to them), and of unreadable nodes (already
 // reported).
-std::optional<std::string> tellUnusedGeometry(const Document& document);
+std::optional<std::string> reportUnusedGeometry(const Document& document);
 
 }  // namespace jttk

@@ -35,7 +35,7 @@ struct Solid {
   bool pulled_along_y = true;
 
   Rotation rotation{};
-  std::array<double, 3> place{};
+  std::array<double, 3> where{};
   std::array<float, 3> color{};
 };
 

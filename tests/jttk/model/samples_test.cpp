@@ -120,9 +120,9 @@ void compareAttributes(const SceneGraph& graph, jttk::Version version, const Nod
 }
 
 void compareFigures(const SceneGraph& graph, const Node& node, const json& expected) {
-  ASSERT_EQ(expected.contains("bbox"), node.figures != jttk::kNone);
-  if (node.figures == jttk::kNone) return;
-  const jttk::Figures& figures = graph.figures[node.figures];
+  ASSERT_EQ(expected.contains("bbox"), node.statistics != jttk::kNone);
+  if (node.statistics == jttk::kNone) return;
+  const jttk::NodeStatistics& figures = graph.statistics[node.statistics];
   expectNumbers(expected["bbox"], figures.box, "box");
   EXPECT_EQ(expected["area"].get<float>(), figures.area);
   expectNumbers(expected["vertex_count"], figures.vertex_count, "vertex count");
