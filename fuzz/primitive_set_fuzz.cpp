@@ -21,7 +21,7 @@ void check(const jttk::PrimitiveSet& set, const jttk::StatedExtent& stated) {
   require(!set.primitives.empty());
   for (const jttk::Primitive& primitive : set.primitives) {
     require(static_cast<std::size_t>(primitive.type) < jttk::kPrimitiveTypes);
-    for (const float value : primitive.place) require(std::isfinite(value));
+    for (const float value : primitive.origin) require(std::isfinite(value));
     for (const float value : primitive.size) require(std::isfinite(value));
   }
   const auto mesh = jttk::meshOfPrimitives(set, {&stated, 1}, 0);
@@ -57,7 +57,7 @@ jttk::PrimitiveSet anySet(jttk::ByteReader in) {
       const float value = in.f32("number");
       return std::isfinite(value) ? value : 1.0F;
     };
-    for (float& value : primitive.place) value = finite();
+    for (float& value : primitive.origin) value = finite();
     for (float& value : primitive.size) value = finite();
     double squared = 0;
     for (float& value : primitive.rotation) {

@@ -73,15 +73,15 @@ class ArithmeticDecoder {
   // The next symbol as an index into the table's entries. Not for an empty table.
   std::uint32_t decode(const ArithmeticTable& table) noexcept {
     const std::uint32_t range = high_ - low_ + 1;
-    const std::uint32_t where = ((code_ - low_ + 1) * table.total_ - 1) / range;
-    const std::uint32_t entry = table.entry_at_[where];
+    const std::uint32_t slot = ((code_ - low_ + 1) * table.total_ - 1) / range;
+    const std::uint32_t entry = table.entry_at_[slot];
     const ArithmeticTable::Part part = table.parts_[entry];
     narrow(table.share(range, part.begin), table.share(range, part.end));
     return entry;
   }
 
   // For totals that a table does not take: where the code lies in 0 .. total - 1, and the part that is there.
-  [[nodiscard]] std::uint64_t where(std::uint64_t total) const noexcept {
+  [[nodiscard]] std::uint64_t position(std::uint64_t total) const noexcept {
     return (std::uint64_t{code_ - low_ + 1} * total - 1) / (high_ - low_ + 1);
   }
   void take(std::uint64_t begin, std::uint64_t end, std::uint64_t total) noexcept {

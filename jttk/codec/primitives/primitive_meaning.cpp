@@ -132,7 +132,7 @@ std::optional<Solid> solidOf(const Primitive& primitive, Reading reading, RealPa
   const auto& q = primitive.rotation;
   solid->rotation = real_part == RealPart::Last ? rotationOf({q[0], q[1], q[2], q[3]})
                                                 : rotationOf({q[1], q[2], q[3], q[0]});
-  solid->where = {primitive.where[0], primitive.where[1], primitive.where[2]};
+  solid->origin = {primitive.origin[0], primitive.origin[1], primitive.origin[2]};
   solid->color = primitive.color;
   return solid;
 }
@@ -215,8 +215,8 @@ class Chooser {
     for (const Primitive& primitive : set.primitives) {
       present_[static_cast<std::size_t>(primitive.type)] = true;
     }
-    origin_ = {set.primitives.front().where[0], set.primitives.front().where[1],
-               set.primitives.front().where[2]};
+    origin_ = {set.primitives.front().origin[0], set.primitives.front().origin[1],
+               set.primitives.front().origin[2]};
     survey(RealPart::Last, last_);
     survey(RealPart::First, first_);
   }

@@ -130,7 +130,7 @@ Result<std::vector<Primitive>> readLossless(ByteReader& in, const Header& header
   std::vector<Primitive> primitives(block->bytes.size() / record_bytes);
   ByteReader records(block->bytes, in.order());
   for (Primitive& primitive : primitives) {
-    readFloats(records, primitive.where);
+    readFloats(records, primitive.origin);
     readFloats(records, primitive.size);
     readFloats(records, primitive.rotation);
     if (header.has_colors) readFloats(records, primitive.color);
@@ -261,7 +261,7 @@ class LossyReader {
 Result<std::vector<Primitive>> readLossy(ByteReader& in, Version version, const Header& header) {
   std::vector<Primitive> primitives;
   LossyReader reader(in, version);
-  auto done = reader.read("places", &Primitive::where, primitives);
+  auto done = reader.read("places", &Primitive::origin, primitives);
   if (done) done = reader.read("sizes", &Primitive::size, primitives);
   if (done) done = reader.read("rotations", &Primitive::rotation, primitives);
   if (done && header.has_colors) done = reader.readColors(primitives);
@@ -280,7 +280,7 @@ bool allFinite(const std::array<float, n>& values) {
 }
 
 const char* faultOf(const Primitive& primitive, bool has_colors, double length_slack) {
-  if (!allFinite(primitive.where) || !allFinite(primitive.size) || !allFinite(primitive.rotation)) {
+  if (!allFinite(primitive.origin) || !allFinite(primitive.size) || !allFinite(primitive.rotation)) {
     return "has a number that is not finite";
   }
   double squared = 0;

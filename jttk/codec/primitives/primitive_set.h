@@ -18,7 +18,7 @@ inline constexpr std::size_t kPrimitiveTypes = 5;
 
 struct Primitive {
   PrimitiveType type = PrimitiveType::Box;
-  std::array<float, 3> where{};     // the solid's origin; which point that is, see primitive_meaning.h
+  std::array<float, 3> origin{};    // the solid's origin; which point that is, see primitive_meaning.h
   std::array<float, 3> size{};      // lengths or radii; a type may leave some at 0
   std::array<float, 4> rotation{};  // a quaternion of length 1, components in the order of the file
   std::array<float, 3> color{};     // red, green, blue; only where the set has colours

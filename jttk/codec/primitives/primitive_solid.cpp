@@ -23,7 +23,8 @@ class MeshWriter {
   void point(double x, double y, double z) {
     points_.push_back({x, y, z});
     const Vector3 p = turned({x, y, z});
-    for (std::size_t k = 0; k < 3; ++k) mesh_.positions.push_back(static_cast<float>(p[k] + solid_.where[k]));
+    for (std::size_t k = 0; k < 3; ++k)
+      mesh_.positions.push_back(static_cast<float>(p[k] + solid_.origin[k]));
   }
 
   // The record of a normal, which needs no length.

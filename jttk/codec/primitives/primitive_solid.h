@@ -35,7 +35,7 @@ struct Solid {
   bool pulled_along_y = true;
 
   Rotation rotation{};
-  std::array<double, 3> where{};
+  std::array<double, 3> origin{};
   std::array<float, 3> color{};
 };
 

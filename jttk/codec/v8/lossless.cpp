@@ -40,9 +40,9 @@ struct RecordLayout {
  private:
   std::size_t add(Binding binding, bool vertices_only, std::size_t count) {
     if (binding == Binding::None || (vertices_only && binding != Binding::Vertex)) return kAbsent;
-    const std::size_t where = float_count;
+    const std::size_t column = float_count;
     float_count += count;
-    return where;
+    return column;
   }
 };
 
@@ -82,17 +82,18 @@ Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes, MemoryBudget&
               offset);
 }
 
-// Copies `count` floats at `place` of each record to an array with `stride` floats per record, the rest of
-// which are `fill`.
+// Copies `count` floats from float `column` of each record on to an array with `stride` floats per record,
+// the rest of which are `fill`.
 template <ByteOrder order>
-void copyColumn(std::span<const std::byte> bytes, std::size_t record_floats, std::size_t where,
+void copyColumn(std::span<const std::byte> bytes, std::size_t record_floats, std::size_t column,
                 std::size_t count, std::size_t stride, float fill, std::vector<float>& target) {
-  if (where == RecordLayout::kAbsent) return;
+  if (column == RecordLayout::kAbsent) return;
   const std::size_t record_bytes = record_floats * kFloatBytes;
   const std::size_t record_count = bytes.size() / record_bytes;
   target.assign(record_count * stride, fill);
   for (std::size_t record = 0; record < record_count; ++record) {
-    ByteReader floats(bytes.subspan(record * record_bytes + where * kFloatBytes, count * kFloatBytes), order);
+    ByteReader floats(bytes.subspan(record * record_bytes + column * kFloatBytes, count * kFloatBytes),
+                      order);
     for (std::size_t i = 0; i < count; ++i) target[record * stride + i] = floats.f32("float");
   }
 }
@@ -123,10 +124,11 @@ std::optional<RecordLayout> layoutOf(const Bindings& bindings, std::size_t size,
 }
 
 // Attributes found in the records count as per vertex; others are dropped.
-void bindAsRead(Binding& binding, std::size_t where, const char* what, ShapeFacts& facts) {
+void bindAsRead(Binding& binding, std::size_t column, const char* what, ShapeFacts& facts) {
   if (binding == Binding::None) return;
-  if (where == RecordLayout::kAbsent) facts.unread_attributes = std::string(what) + " per facet or primitive";
-  binding = where == RecordLayout::kAbsent ? Binding::None : Binding::Vertex;
+  if (column == RecordLayout::kAbsent)
+    facts.unread_attributes = std::string(what) + " per facet or primitive";
+  binding = column == RecordLayout::kAbsent ? Binding::None : Binding::Vertex;
 }
 
 }  // namespace

@@ -69,12 +69,12 @@ Result<void> readQuantized(ByteReader& in, Context& context, const UniformQuanti
   }
   const Dequantizer dequantize(quantizer);
   std::uint32_t greatest = 0;
-  std::size_t where = component;
+  std::size_t index = component;
   for (const std::int32_t value : codes) {
     const auto code = static_cast<std::uint32_t>(value);
     greatest = std::max(greatest, code);
-    records.values[where] = dequantize(code);
-    where += records.stride;
+    records.values[index] = dequantize(code);
+    index += records.stride;
   }
   // Some writers round up to one code beyond the largest.
   if (greatest <= quantizer.largestCode() + 1) return {};

@@ -206,7 +206,7 @@ class SearchedTable {
 
   [[nodiscard]] std::uint32_t decode(ArithmeticDecoder& decoder) const {
     const std::uint64_t total = ends_.back();
-    const auto entry = std::upper_bound(ends_.begin(), ends_.end(), decoder.where(total));
+    const auto entry = std::upper_bound(ends_.begin(), ends_.end(), decoder.position(total));
     decoder.take(entry == ends_.begin() ? 0 : *std::prev(entry), *entry, total);
     return static_cast<std::uint32_t>(entry - ends_.begin());
   }

@@ -13,9 +13,9 @@ namespace {
 
 // The entry whose share of 0 .. total - 1 contains `place`: the last one that begins at or before it. An
 // entry without occurrences begins where its successor does and is never chosen.
-const ProbabilityEntry& entryAt(const ProbabilityTable& table, std::uint64_t where) {
+const ProbabilityEntry& entryAt(const ProbabilityTable& table, std::uint64_t position) {
   const auto behind = std::upper_bound(
-      table.entries.begin(), table.entries.end(), where,
+      table.entries.begin(), table.entries.end(), position,
       [](std::uint64_t wanted, const ProbabilityEntry& entry) { return wanted < entry.cumulative; });
   return *std::prev(behind);
 }
@@ -93,7 +93,7 @@ Result<void> decodeArithmetic(const CodeText& text, const ProbabilityTable& tabl
                         [&]() -> const ProbabilityEntry& { return entries[decoder.decode(quick)]; });
   } else {
     done = decodeValues(out_of_band, values, [&]() -> const ProbabilityEntry& {
-      const ProbabilityEntry& entry = entryAt(table, decoder.where(table.total));
+      const ProbabilityEntry& entry = entryAt(table, decoder.position(table.total));
       decoder.take(entry.cumulative, std::uint64_t{entry.cumulative} + entry.occurrences, table.total);
       return entry;
     });

@@ -164,23 +164,23 @@ Result<void> PacketReader::readMoveToFront(ByteReader& reader, std::vector<std::
   std::size_t known = 0;
   std::size_t used = 0;
   for (std::int32_t& value : values) {
-    std::size_t where = 0;
+    std::size_t index = 0;
     std::int32_t latest = 0;
     if (value == -1) {
       if (used == fresh.size()) return fail("a move-to-front packet has too few new values", start);
       latest = fresh[used++];
       if (known < kRecentValues) ++known;
-      where = known - 1;
+      index = known - 1;
     } else {
       if (value < 0 || static_cast<std::size_t>(value) >= known) {
         return fail("a move-to-front packet refers to place " + std::to_string(value) + " of " +
                         std::to_string(known) + " recent values",
                     start);
       }
-      where = static_cast<std::size_t>(value);
-      latest = recent[where];
+      index = static_cast<std::size_t>(value);
+      latest = recent[index];
     }
-    std::copy_backward(recent, recent + where, recent + where + 1);
+    std::copy_backward(recent, recent + index, recent + index + 1);
     recent[0] = latest;
     value = latest;
   }

@@ -237,9 +237,9 @@ bool TopologyDecoder::walk(std::uint32_t index, std::uint32_t last) {
 bool TopologyDecoder::link(std::uint32_t polygon, std::uint32_t corner, std::uint32_t vertex_index,
                            std::uint32_t slot) {
   Vertex& vertex = vertices_[vertex_index];
-  Slot& where = slots_[vertex.first_slot + slot];
-  if (where.polygon != kUnknown) return wrong("two polygons in one slot of a vertex");
-  where = {polygon, corner};
+  Slot& taken = slots_[vertex.first_slot + slot];
+  if (taken.polygon != kUnknown) return wrong("two polygons in one slot of a vertex");
+  taken = {polygon, corner};
   --vertex.empty_slots;
   corners_[polygons_[polygon].first_corner + corner].slot = slot;
   if (vertex.degree < 2) return true;
@@ -326,9 +326,9 @@ bool TopologyDecoder::split(std::uint32_t polygon, std::uint32_t corner) {
   const std::uint32_t index = active_[active_.size() - offset];
   Vertex& vertex = vertices_[index];
   if (position >= vertex.degree) return wrong("a split to a slot that the vertex does not have");
-  Slot& where = slots_[vertex.first_slot + position];
-  if (where.polygon != kUnknown) return wrong("a split to a slot that is taken");
-  where = {polygon, corner};
+  Slot& taken = slots_[vertex.first_slot + position];
+  if (taken.polygon != kUnknown) return wrong("a split to a slot that is taken");
+  taken = {polygon, corner};
   --vertex.empty_slots;
   corners_[polygons_[polygon].first_corner + corner] = {index, position};
   return true;
@@ -397,8 +397,8 @@ void TopologyDecoder::assignRecords(std::vector<std::uint32_t>& corner_records) 
     std::uint32_t record = none;
     for (std::uint32_t slot = 0; slot < vertex.degree; ++slot) {
       if (bit(slot) != 0) record = next++;
-      const Slot& where = slots_[vertex.first_slot + slot];
-      corner_records[polygons_[where.polygon].first_corner + where.corner] = record;
+      const Slot& taken = slots_[vertex.first_slot + slot];
+      corner_records[polygons_[taken.polygon].first_corner + taken.corner] = record;
     }
   }
 }

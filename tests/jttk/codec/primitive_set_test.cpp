@@ -31,7 +31,7 @@ constexpr std::array<float, 4> kUnturned = {0, 0, 0, 1};
 
 // A record without colour: origin, size, quaternion, type, reserved.
 void addRecord(ByteBuilder& out, const Primitive& p, bool with_color = false, std::uint32_t reserved = 0) {
-  for (const float v : p.place) out.f32(v);
+  for (const float v : p.origin) out.f32(v);
   for (const float v : p.size) out.f32(v);
   for (const float v : p.rotation) out.f32(v);
   if (with_color) {
@@ -107,7 +107,7 @@ TEST(PrimitiveSet, oneBoxByteByByte) {
   ASSERT_TRUE(set) << set.error().text();
   ASSERT_EQ(set->primitives.size(), 1U);
   EXPECT_EQ(set->primitives[0].type, PrimitiveType::Box);
-  EXPECT_THAT(set->primitives[0].place, ElementsAre(1, 2, 3));
+  EXPECT_THAT(set->primitives[0].origin, ElementsAre(1, 2, 3));
   EXPECT_THAT(set->primitives[0].size, ElementsAre(10, 20, 30));
   EXPECT_THAT(set->primitives[0].rotation, ElementsAre(0, 0, 0, 1));
   EXPECT_FALSE(set->has_colors);
@@ -119,7 +119,7 @@ TEST(PrimitiveSet, packedRecordsInEveryVersion) {
     ASSERT_TRUE(set) << version.major << ": " << set.error().text();
     ASSERT_EQ(set->primitives.size(), 2U);
     EXPECT_EQ(set->primitives[1].type, PrimitiveType::Sphere);
-    EXPECT_THAT(set->primitives[1].place, ElementsAre(5, 6, 7));
+    EXPECT_THAT(set->primitives[1].origin, ElementsAre(5, 6, 7));
   }
 }
 
@@ -187,8 +187,8 @@ TEST(PrimitiveSet, quantisedNumbersInEveryVersion) {
     const auto set = decode(quantised(version), version);
     ASSERT_TRUE(set) << version.major << ": " << set.error().text();
     ASSERT_EQ(set->primitives.size(), 2U);
-    EXPECT_THAT(set->primitives[0].place, ElementsAre(0, 10, 20));
-    EXPECT_THAT(set->primitives[1].place, ElementsAre(30, 10, 0));
+    EXPECT_THAT(set->primitives[0].origin, ElementsAre(0, 10, 20));
+    EXPECT_THAT(set->primitives[1].origin, ElementsAre(30, 10, 0));
     EXPECT_THAT(set->primitives[0].size, ElementsAre(2, 0, 0));
     EXPECT_THAT(set->primitives[1].size, ElementsAre(6, 0, 0));
     EXPECT_THAT(set->primitives[0].rotation, ElementsAre(0, 0, 0, 1));
@@ -272,7 +272,7 @@ TEST(PrimitiveSet, numbersThatAreNoneAndRotationsThatAreNoneAreErrors) {
                             -std::numeric_limits<float>::infinity()};
   for (const float bad : kBad) {
     Primitive p = kBox;
-    p.place[1] = bad;
+    p.origin[1] = bad;
     EXPECT_THAT(errorOf(element(k81, {kBall, p})), HasSubstr("primitive 1 has a number that is not finite"));
     p = kBox;
     p.size[2] = bad;
