@@ -85,11 +85,11 @@ TEST_P(EveryVersion, HasTheSameGraph) {
   EXPECT_EQ(graph->transforms[0][14], 3);
   ASSERT_EQ(graph->materials.size(), 1U);
   EXPECT_EQ(graph->materials[0].diffuse[2], 0.75F);
-  ASSERT_NE(nodes[7].figures, kNone);
-  EXPECT_EQ(graph->figures[nodes[7].figures].area, 1.5F);
-  EXPECT_THAT(graph->figures[nodes[7].figures].polygon_count, ElementsAre(5, 6));
-  ASSERT_NE(nodes[0].figures, kNone);
-  EXPECT_EQ(graph->figures[nodes[0].figures].box[5], 5);
+  ASSERT_NE(nodes[7].statistics, kNone);
+  EXPECT_EQ(graph->figures[nodes[7].statistics].area, 1.5F);
+  EXPECT_THAT(graph->figures[nodes[7].statistics].polygon_count, ElementsAre(5, 6));
+  ASSERT_NE(nodes[0].statistics, kNone);
+  EXPECT_EQ(graph->figures[nodes[0].statistics].box[5], 5);
   const std::uint32_t shape = graph->findLateLoaded(nodes[7], "JT_LLPROP_SHAPEIMPL");
   ASSERT_NE(shape, kNone);
   EXPECT_EQ(graph->late_loaded[shape].segment, builder.shapeSegment(7));
