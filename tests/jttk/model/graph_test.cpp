@@ -86,10 +86,10 @@ TEST_P(EveryVersion, HasTheSameGraph) {
   ASSERT_EQ(graph->materials.size(), 1U);
   EXPECT_EQ(graph->materials[0].diffuse[2], 0.75F);
   ASSERT_NE(nodes[7].statistics, kNone);
-  EXPECT_EQ(graph->figures[nodes[7].statistics].area, 1.5F);
-  EXPECT_THAT(graph->figures[nodes[7].statistics].polygon_count, ElementsAre(5, 6));
+  EXPECT_EQ(graph->statistics[nodes[7].statistics].area, 1.5F);
+  EXPECT_THAT(graph->statistics[nodes[7].statistics].polygon_count, ElementsAre(5, 6));
   ASSERT_NE(nodes[0].statistics, kNone);
-  EXPECT_EQ(graph->figures[nodes[0].statistics].box[5], 5);
+  EXPECT_EQ(graph->statistics[nodes[0].statistics].box[5], 5);
   const std::uint32_t shape = graph->findLateLoaded(nodes[7], "JT_LLPROP_SHAPEIMPL");
   ASSERT_NE(shape, kNone);
   EXPECT_EQ(graph->late_loaded[shape].segment, builder.shapeSegment(7));
