@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "jttk/brep/face_domain_builder.h"
 #include "tests/jttk/brep/axes.h"
 #include "tests/jttk/brep/solid_checks.h"
 
@@ -115,6 +116,40 @@ TEST(FaceBorder, RimsGoRoundUnevenParameters) {
   const Outcome o = run(std::move(model), options);
   expectClosed(o.measures);
   EXPECT_NEAR(o.measures.volume, kPi * 100 * 30, o.measures.area * o.made.chord_tolerance);
+}
+
+// The straight image of an edge in the parameter plane may leave the edge by two chord tolerances. One that
+// leaves it by more is to be sampled more finely.
+TEST(FaceBorder, AnEdgeMayStrayByTwoChordTolerances) {
+  constexpr double kRadius = 0.01;
+  constexpr double kAngle = 0.5;
+  Bodies bodies;
+  bodies.surfaces.emplace_back();
+  bodies.surfaces[0].kind = SurfaceKind::Cylinder;
+  bodies.surfaces[0].radius = kRadius;
+  bodies.edges.resize(4);  // two arcs, which are edges 0 and 2, and two lines along the axis
+  Face face;
+  face.surface = 0;
+  const Vec3 start{kRadius, 0, 0};
+  const Vec3 end{kRadius * std::cos(kAngle), kRadius * std::sin(kAngle), 0};
+  const Vec3 up{0, 0, 0.02};
+  const double stray = kRadius * (1 - std::cos(kAngle / 2));
+  const auto domainWith = [&](double chord) {
+    Geometry geometry(bodies, 1e-9);
+    std::vector<Vec3> points = {start, end, end + up, start + up};
+    Tolerances tolerances;
+    tolerances.chord = chord;
+    return makeFaceDomain(geometry, face, {{{0, 0}, {1, 1}, {2, 2}, {3, 3}}}, tolerances, points);
+  };
+  const FaceDomain within = domainWith(stray / 1.999);
+  EXPECT_EQ(within.problem, "");
+  EXPECT_TRUE(within.wishes.empty());
+  const FaceDomain beyond = domainWith(stray / 2.001);
+  EXPECT_EQ(beyond.problem, "");
+  ASSERT_EQ(beyond.wishes.size(), 2U);
+  EXPECT_EQ(beyond.wishes[0].edge, 0U);
+  EXPECT_EQ(beyond.wishes[1].edge, 2U);
+  EXPECT_EQ(beyond.wishes[0].factor, 0.25);
 }
 
 }  // namespace
