@@ -189,7 +189,9 @@ TEST(TriangleRoundTrip, randomSoupsOfTriangles) {
     if (below(random, 4) != 0) scatterRecords(shape, random, true, colors);
     const JtVersion versions[] = {JtVersion::V8_0, JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0};
     const JtVersion version = versions[below(random, 4)];
-    const Codec codec = version == JtVersion::V8_0 ? kCodecs8[below(random, 6)] : kCodecs9[below(random, 7)];
+    const Codec codec = version == JtVersion::V8_0
+                            ? kCodecs8[below(random, static_cast<std::uint32_t>(std::size(kCodecs8)))]
+                            : kCodecs9[below(random, static_cast<std::uint32_t>(std::size(kCodecs9)))];
     expectRoundTrip(shape, {.version = version, .codec = codec});
   }
 }

@@ -63,7 +63,7 @@ Result<void> PacketReader::readPacket(ByteReader& reader, std::uint32_t maximum_
   budget_ -= count;
   const auto codec = static_cast<Codec>(reader.u8("packet codec"));
   if (!reader.ok()) return reader.unexpected();
-  values.resize(count);
+  values.resize(count);  // within the limits and paid for: codecs allocate nothing for the values
   switch (codec) {
     case Codec::Null:
       return readNull(reader, values);
