@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "jttk/graph/read_scene_graph.h"
+#include "jttk/graph/shown_children.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ void checkNoCircle(const jttk::SceneGraph& graph) {
   while (!way.empty()) {
     auto& [index, next] = way.back();
     const jttk::Node& node = graph.nodes[index];
-    if (next == node.children.count || (node.flags & jttk::Node::kIgnored) != 0) {
+    if (next == node.children.count || !jttk::isShown(graph, index)) {
       state[index] = 2;
       way.pop_back();
       continue;

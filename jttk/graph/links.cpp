@@ -28,8 +28,7 @@ class Linker {
     while (!steps_.empty()) {
       Step& step = steps_.back();
       const Node& node = graph_.nodes[step.node];
-      const bool hidden = (node.flags & Node::kIgnored) != 0;
-      if (hidden || step.next_child == node.children.count) {
+      if (!isShown(graph_, step.node) || step.next_child == node.children.count) {
         leave(step.node);
         steps_.pop_back();
       } else {
@@ -44,7 +43,7 @@ class Linker {
     visits_[index] = Visit::Open;
     const std::uint32_t above = parent == kNone ? kNone : graph_.nearest_named[parent];
     graph_.nearest_named[index] = node.name != kNone ? index : above;
-    if ((node.flags & Node::kIgnored) != 0) graph_.ignored.push_back(index);
+    if (!isShown(graph_, index)) graph_.ignored.push_back(index);
     steps_.push_back({index, 0});
   }
 
@@ -71,7 +70,7 @@ class Linker {
         graph_.has_materials = true;
       }
     }
-    if ((node.flags & Node::kIgnored) != 0) return;
+    if (!isShown(graph_, index)) return;
     node.has_shapes = isShape(node.kind) || isReference(graph_, index);
     forShownChildren(graph_, node, [&](std::uint32_t child) { add(node, graph_.nodes[child]); });
   }

@@ -179,8 +179,13 @@ void Library::reportDamage(Document& document) {
     lost(document.nearestLabel(kNone),
          where + std::to_string(graph.unlisted_damage) + " more faults of this kind");
   }
-  for (const std::uint32_t node : graph.ignored) {
-    note(file + ": \"" + document.nearestLabel(node) + "\" is marked as not shown and was left out");
+  const std::size_t named = std::min(graph.ignored.size(), SceneGraph::kMaxDamage);
+  for (std::size_t i = 0; i < named; ++i) {
+    note(file + ": \"" + document.nearestLabel(graph.ignored[i]) +
+         "\" is marked as not shown and was left out");
+  }
+  if (const std::size_t more = graph.ignored.size() - named; more > 0) {
+    note(file + ": " + std::to_string(more) + " more nodes are marked as not shown and were left out");
   }
   reportContainer(document);
 }

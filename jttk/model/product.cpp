@@ -42,7 +42,7 @@ Product partition(NodeRef ref, Reached reached, Product product, Library& librar
     product.chain.push_back(ref);
     product.kind = ProductKind::Assembly;
     product.content = ref;
-    if ((ref.data().flags & Node::kIgnored) != 0) {
+    if (!isShown(ref.document().graph, ref.node)) {
       product.content.node = kNone;
       return product;
     }

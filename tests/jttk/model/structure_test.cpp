@@ -326,6 +326,18 @@ TEST(ProductStructure, InstancesInsideInstancesEndAtFiveHundred) {
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("nested more than 500 deep")));
 }
 
+TEST(ProductStructure, ManyHiddenNodesAreNotedByNameAndThenByNumber) {
+  GraphBuilder graph;
+  jttk::testing::Ids hidden;
+  for (std::int32_t id = 1; id <= 150; ++id) hidden.push_back(id);
+  graph.partition(0, hidden).name("root");
+  for (const std::int32_t id : hidden) graph.part(id, {}).name("part" + std::to_string(id)).flags(1);
+  const Loaded model(graph);
+  ASSERT_EQ(model.recorder.notes.size(), 101U);
+  EXPECT_THAT(model.recorder.notes[99], HasSubstr("\"part100\" is marked as not shown"));
+  EXPECT_THAT(model.recorder.notes[100], HasSubstr("50 more nodes are marked as not shown"));
+}
+
 // Forty levels of assemblies with two children each, which are one: 2^40 occurrences.
 TEST(ProductStructure, ModelsWithMorePlacesThanAnyoneCouldVisitAreCutAndReported) {
   GraphBuilder graph;
