@@ -76,8 +76,8 @@ struct Scene_V0::Impl {
   // --- the file -----------------------------------------------------------------------------------------
   // Keeps the first failure for closeFile.
   void keep(const std::optional<OutputFailure>& failure);
-  // Writes an array as the file's next chunk and returns the chunk's number, or kNone when nothing can be
-  // written any more. With `box` the finite points of tuples of `record_size / 4` floats are added to it.
+  // Writes an array as the file's next chunk and returns the chunk's number, also after a failure, which
+  // `keep` has. With `box` the finite points of tuples of `record_size / 4` floats are added to it.
   std::uint32_t writeArray(std::uint32_t chunk_type, std::uint32_t record_size,
                            std::span<const std::byte> bytes, BoxF* box);
   void finishFile();
