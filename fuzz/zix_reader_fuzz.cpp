@@ -1,6 +1,7 @@
 // Any bytes: the reader, the validator and everything that walks over an accepted scene. Checksums would
 // reject nearly every mutation at once, so the target repairs those of header, directory and tables first;
-// the first byte of the input says whether it does. Seeds: fuzz/corpus/zix_reader_fuzz, kept from former runs.
+// the first byte of the input says whether it does. Seeds: fuzz/corpus/zix_reader_fuzz, kept from former
+// runs.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
