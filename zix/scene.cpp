@@ -175,7 +175,7 @@ void Scene_V1::setValues<float>(const ObjectId& id, const float* data, std::uint
   const std::uint32_t tuple_size = state.record.dimension * static_cast<std::uint32_t>(sizeof(float));
   if (state.record.chunk != kNone) impl_->refuse("setValues", object, "has its values already");
   if (data == nullptr && count != 0) impl_->refuse("setValues", object, "was given no data");
-  if (count > std::numeric_limits<std::ptrdiff_t>::max() / tuple_size) {
+  if (count > std::uint64_t{std::numeric_limits<std::ptrdiff_t>::max()} / tuple_size) {
     impl_->refuse("setValues", object, "was given more values than memory can hold");
   }
   state.record.chunk = impl_->whole([&] {

@@ -230,6 +230,20 @@ Result<Unpacked> unpack(const Prefix& prefix, WorkBudget* budget) {
 
 }  // namespace
 
+const char* compressionName(Compression compression) {
+  switch (compression) {
+    case Compression::None:
+      return "none";
+    case Compression::Stored:
+      return "stored";
+    case Compression::Zlib:
+      return "zlib";
+    case Compression::Lzma:
+      return "lzma";
+  }
+  return "";
+}
+
 Result<Version> JtFile::readVersion(std::string_view program_path) {
   const auto file = loftbay::host::openFile(program_path, "rb");
   if (!file) return fail("cannot be opened", 0);

@@ -29,6 +29,8 @@ struct Version {
 };
 
 enum class Compression : std::uint8_t { None, Stored, Zlib, Lzma };
+// "none", "stored", "zlib" or "lzma".
+[[nodiscard]] const char* compressionName(Compression compression);
 
 // The data of one segment after its header, unpacked. It owns its bytes, but for those that a caller of
 // JtFile::fromBytes keeps.

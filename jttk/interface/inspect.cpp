@@ -46,21 +46,6 @@ bool isRead(SegmentType type) {
          (type >= SegmentType::ShapeLod0 && type <= SegmentType::ShapeLod9);
 }
 
-const char* compressionName(const Result<Segment>& segment) {
-  if (!segment) return "unreadable";
-  switch (segment->compression) {
-    case Compression::None:
-      return "none";
-    case Compression::Stored:
-      return "stored";
-    case Compression::Zlib:
-      return "zlib";
-    case Compression::Lzma:
-      return "lzma";
-  }
-  return "";
-}
-
 void listCutOff(const JtFile& jt, const std::string& path, std::vector<std::string>& unreadable) {
   for (const TocEntry* entry : jt.cutOff()) {
     unreadable.push_back(loftbay::host::toHostPath(path) + ": segment " + entry->id.text() + " (" +
@@ -83,7 +68,7 @@ void describeContainer(const Document& document, FileDescription& file) {
   std::map<std::pair<SegmentType, std::string>, std::size_t> counts;
   for (const TocEntry& entry : jt.contents()) {
     const Result<Segment> segment = jt.segment(entry);
-    ++counts[{entry.type, compressionName(segment)}];
+    ++counts[{entry.type, segment ? compressionName(segment->compression) : "unreadable"}];
     if (segment || std::find(cut.begin(), cut.end(), &entry) != cut.end()) continue;
     file.unreadable_segments.push_back(loftbay::host::toHostPath(document.path) + ": " +
                                        segment.error().text());

@@ -12,20 +12,6 @@ namespace jttk {
 
 namespace {
 
-const char* nameOf(Compression compression) {
-  switch (compression) {
-    case Compression::None:
-      return "none";
-    case Compression::Stored:
-      return "stored";
-    case Compression::Zlib:
-      return "zlib";
-    case Compression::Lzma:
-      return "lzma";
-  }
-  return "";
-}
-
 const char* nameOf(PrimitiveKind kind) {
   switch (kind) {
     case PrimitiveKind::TriangleStrips:
@@ -149,7 +135,7 @@ SegmentContents readSegment(const std::string& program_path, const SegmentEntry&
     contents.failure = segment.error().text();
     return contents;
   }
-  contents.compression = nameOf(segment->compression);
+  contents.compression = compressionName(segment->compression);
   contents.data.assign(segment->data.begin(), segment->data.end());
   contents.note = segment->note;
   contents.elements = elementsOf(*segment, (*file)->byteOrder());
