@@ -1,7 +1,6 @@
 // Any bytes: the reader, the validator and everything that walks over an accepted scene. Checksums would
 // reject nearly every mutation at once, so the target repairs those of header, directory and tables first;
-// the first byte of the input says whether it does. Seeds: fuzz/corpus/zix_reader_fuzz, kept from former
-// runs.
+// the first byte of the input says whether it does. Seeds: tests/zix/make_zix_seeds.cpp.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

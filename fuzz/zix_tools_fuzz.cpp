@@ -1,6 +1,6 @@
 // Everything that the zix program does with a scene that the reader accepts: what it prints, exports,
-// pictures, differences. Printed text must be valid UTF-8. The corpus is that of zix_reader_fuzz; checksums
-// are always repaired. Outputs go to the temporary folder.
+// pictures, differences. Printed text must be valid UTF-8. Inputs are those of zix_reader_fuzz; checksums
+// are always repaired. Outputs go to the temporary folder. Seeds: tests/zix/make_zix_seeds.cpp.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

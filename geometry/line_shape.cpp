@@ -52,7 +52,7 @@ WrittenShape writePolylines(const ShapeTarget& target, JtkShape& shape, const ch
   } else {
     logSizes(kLinePrefix, arrays);
   }
-  const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Lines, arrays.coordinates, indices, lengths);
+  const MeshContents contents = meshContents(Orb::Zix::MeshType::Lines, arrays.coordinates, indices, lengths);
   endShape(target, kLinePrefix, shape, writeMesh(target, kLinePrefix, name, contents));
   return {.has_mesh = true};
 }

@@ -16,8 +16,8 @@ using diag::WriteTraceLog;
 using Orb::Zix::ObjectId;
 using Orb::Zix::ObjectType;
 
-MeshArrays meshArrays(Orb::Zix::MeshType type, const std::vector<Point>& points,
-                      std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths) {
+MeshContents meshContents(Orb::Zix::MeshType type, const std::vector<Point>& points,
+                          std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths) {
   return {.type = type,
           .coordinates = floatsOf(points),
           .point_count = points.size(),
@@ -57,7 +57,7 @@ void logSizes(std::string_view prefix, const ShapeArrays& arrays) {
 }
 
 ObjectId writeMesh(const ShapeTarget& target, std::string_view prefix, const char* name,
-                   const MeshArrays& arrays) {
+                   const MeshContents& contents) {
   constexpr unsigned char kDimension = 3;
   Orb::Zix::Scene_V1& scene = target.scene;
   const ObjectId shape = scene.createObject(ObjectType::Shape);
@@ -66,26 +66,26 @@ ObjectId writeMesh(const ShapeTarget& target, std::string_view prefix, const cha
   scene.addComponent(*target.parent, shape);
 
   const ObjectId mesh = scene.createObject(ObjectType::Mesh);
-  scene.setMeshType(mesh, arrays.type);
+  scene.setMeshType(mesh, contents.type);
   scene.setName(mesh, "mesh");
   scene.addComponent(shape, mesh);
 
   const ObjectId coordinates = scene.createObject(ObjectType::Coordinates);
   scene.setDimension(coordinates, kDimension);
-  scene.setValues<float>(coordinates, arrays.coordinates, arrays.point_count);
+  scene.setValues<float>(coordinates, contents.coordinates, contents.point_count);
   scene.setCoordinates(mesh, coordinates);
 
   const ObjectId indices = scene.createObject(ObjectType::IndexArray);
-  scene.setValues<unsigned int>(indices, arrays.indices.data(), arrays.indices.size());
+  scene.setValues<unsigned int>(indices, contents.indices.data(), contents.indices.size());
   const ObjectId lengths = scene.createObject(ObjectType::IndexArray);
-  scene.setValues<unsigned int>(lengths, arrays.lengths.data(), arrays.lengths.size());
+  scene.setValues<unsigned int>(lengths, contents.lengths.data(), contents.lengths.size());
   scene.setConnectivity(mesh, indices, lengths);
   WriteTraceLog(text(prefix, ":ZIX Geometry is constructed"));
 
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::Shapes, 1);
   observer.counted(Counted::Meshes, 1);
-  observer.counted(Counted::VerticesWritten, arrays.point_count);
+  observer.counted(Counted::VerticesWritten, contents.point_count);
   return mesh;
 }
 

@@ -14,8 +14,8 @@
 
 namespace loftbay::geometry {
 
-// What goes into a mesh of the scene.
-struct MeshArrays {
+// What goes into a mesh of the scene, kept by the caller.
+struct MeshContents {
   Orb::Zix::MeshType type;
   const float* coordinates;  // three per point
   std::size_t point_count;
@@ -24,8 +24,8 @@ struct MeshArrays {
 };
 
 // Views of the points, indices and lengths.
-MeshArrays meshArrays(Orb::Zix::MeshType type, const std::vector<Point>& points,
-                      std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths);
+MeshContents meshContents(Orb::Zix::MeshType type, const std::vector<Point>& points,
+                          std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths);
 
 // Logs a shape's name, its number of sets and the memory in use. False if there are no sets.
 bool beginShape(std::string_view prefix, const char* name, int primitive_sets);
@@ -37,7 +37,7 @@ void logSizes(std::string_view prefix, const ShapeArrays& arrays);
 
 // Makes Shape, Mesh and its arrays; the result is the Mesh.
 Orb::Zix::ObjectId writeMesh(const ShapeTarget& target, std::string_view prefix, const char* name,
-                             const MeshArrays& arrays);
+                             const MeshContents& contents);
 
 // Gives the mesh its material: the shape's own, otherwise the target's, otherwise none.
 void endShape(const ShapeTarget& target, std::string_view prefix, JtkShape& shape,

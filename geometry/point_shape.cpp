@@ -34,7 +34,8 @@ WrittenShape writePoints(const ShapeTarget& target, JtkShape& shape, const char*
   diag::Observer& observer = *diag::programSeams().observer;
   observer.counted(Counted::VerticesRead, points);
   observer.counted(Counted::Points, points);
-  const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Points, arrays.coordinates, indices, lengths);
+  const MeshContents contents =
+      meshContents(Orb::Zix::MeshType::Points, arrays.coordinates, indices, lengths);
   endShape(target, kPointPrefix, shape, writeMesh(target, kPointPrefix, name, contents));
   return {.has_mesh = true};
 }

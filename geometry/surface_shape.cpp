@@ -65,7 +65,8 @@ WrittenShape writeSurface(const ShapeTarget& target, JtkShape& shape, const char
   } else {
     logSizes(kSurfacePrefix, arrays);
   }
-  const MeshArrays contents = meshArrays(Orb::Zix::MeshType::Triangles, arrays.coordinates, indices, lengths);
+  const MeshContents contents =
+      meshContents(Orb::Zix::MeshType::Triangles, arrays.coordinates, indices, lengths);
   endShape(target, kSurfacePrefix, shape, writeMesh(target, kSurfacePrefix, name, contents));
   result.has_mesh = true;
   return result;

@@ -7,14 +7,19 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace Orb::Zix::format {
 
 static_assert(std::endian::native == std::endian::little, "records are copied as they stand in the file");
 
 inline constexpr std::array<unsigned char, 8> kMagic = {0x89, 'Z', 'I', 'X', '\r', '\n', 0x1A, '\n'};
+// Files of another major version are refused.
 inline constexpr std::uint16_t kMajorVersion = 1;
-inline constexpr std::uint16_t kMinorVersion = 0;
+// The newest minor version that the structures below know. Files of later ones are read as far as these go.
+inline constexpr std::uint16_t kNewestKnownMinor = 0;
+// The minor version that the writer states. It writes records as the structures stand.
+inline constexpr std::uint16_t kWrittenMinor = 0;
 // Every chunk starts at a multiple of this, and the bytes between two chunks are zero.
 inline constexpr std::uint64_t kAlignment = 64;
 // "No object", "no chunk".
@@ -43,6 +48,29 @@ inline constexpr std::uint32_t kIndexChunk = chunkType("INDX");
 inline constexpr std::uint32_t kTransformChunk = chunkType("XFRM");
 inline constexpr std::uint32_t kMaterialChunk = chunkType("MATL");
 inline constexpr std::uint32_t kViewChunk = chunkType("VIEW");
+
+// Records grow at their end. A structure below lists the bytes that its record has since which minor version,
+// beginning with version 0 and ending with its own size. A field that is added gets an initialiser for the
+// rows of older files, which do not have it: 0, or kNone where it is the number of an object or chunk.
+struct RecordSize {
+  std::uint16_t since_minor;
+  std::uint32_t bytes;
+};
+
+// The size of a record in a file of minor version `minor`.
+constexpr std::uint32_t recordSizeIn(std::span<const RecordSize> sizes, std::uint16_t minor) {
+  std::uint32_t bytes = 0;
+  for (const RecordSize& size : sizes) {
+    if (size.since_minor <= minor) bytes = size.bytes;
+  }
+  return bytes;
+}
+
+template <typename Record>
+constexpr bool hasItsListedSize() {
+  return sizeof(Record) == recordSizeIn(Record::kSizes, kNewestKnownMinor) &&
+         sizeof(Record) == recordSizeIn(Record::kSizes, kWrittenMinor);
+}
 
 // Chunk flag: a reader that does not know the chunk's type must refuse the file.
 inline constexpr std::uint32_t kChunkMustBeKnown = 1;
@@ -73,6 +101,7 @@ struct ChunkEntry {
 static_assert(sizeof(ChunkEntry) == 40);
 
 struct SceneRecord {
+  static constexpr RecordSize kSizes[] = {{0, 56}};
   double application_value;
   std::uint64_t model_name_offset;
   std::uint64_t application_offset;
@@ -84,12 +113,13 @@ struct SceneRecord {
   std::uint32_t root;  // object number, or kNone
   std::uint32_t reserved;
 };
-static_assert(sizeof(SceneRecord) == 56);
+static_assert(hasItsListedSize<SceneRecord>());
 inline constexpr std::uint32_t kSceneFirstFlag = 1;
 inline constexpr std::uint32_t kSceneSecondFlag = 2;
 inline constexpr std::uint32_t kSceneApplicationSet = 4;
 
 struct ObjectRecord {
+  static constexpr RecordSize kSizes[] = {{0, 40}};
   std::uint32_t type;     // ObjectType
   std::uint32_t ordinal;  // how many objects of the same type come before it: its row in that type's table
   std::uint64_t name_offset;
@@ -100,9 +130,10 @@ struct ObjectRecord {
   std::uint32_t first_child;
   std::uint32_t child_count;
 };
-static_assert(sizeof(ObjectRecord) == 40);
+static_assert(hasItsListedSize<ObjectRecord>());
 
 struct MeshRecord {
+  static constexpr RecordSize kSizes[] = {{0, 24}};
   std::uint32_t mesh_type;
   std::uint32_t coordinates;  // object numbers, or kNone
   std::uint32_t indices;
@@ -110,25 +141,28 @@ struct MeshRecord {
   std::uint32_t flags;
   std::uint32_t reserved;
 };
-static_assert(sizeof(MeshRecord) == 24);
+static_assert(hasItsListedSize<MeshRecord>());
 inline constexpr std::uint32_t kMeshTypeSet = 1;
 
 struct CoordinatesRecord {
+  static constexpr RecordSize kSizes[] = {{0, 16}};
   std::uint32_t dimension;
   std::uint32_t chunk;  // number of its F32A chunk in the directory, or kNone: values never set
   std::uint32_t flags;
   std::uint32_t reserved;
 };
-static_assert(sizeof(CoordinatesRecord) == 16);
+static_assert(hasItsListedSize<CoordinatesRecord>());
 inline constexpr std::uint32_t kDimensionSet = 1;
 
 struct IndexArrayRecord {
+  static constexpr RecordSize kSizes[] = {{0, 8}};
   std::uint32_t chunk;  // number of its U32A chunk in the directory, or kNone: values never set
   std::uint32_t reserved;
 };
-static_assert(sizeof(IndexArrayRecord) == 8);
+static_assert(hasItsListedSize<IndexArrayRecord>());
 
 struct TransformRecord {
+  static constexpr RecordSize kSizes[] = {{0, 48}};
   float translation[3];
   float rotation_axis[3];
   float rotation_angle_rad;
@@ -136,21 +170,23 @@ struct TransformRecord {
   std::uint32_t flags;
   std::uint32_t reserved;
 };
-static_assert(sizeof(TransformRecord) == 48);
+static_assert(hasItsListedSize<TransformRecord>());
 inline constexpr std::uint32_t kTranslationSet = 1;
 inline constexpr std::uint32_t kRotationSet = 2;
 inline constexpr std::uint32_t kScaleSet = 4;
 inline constexpr TransformRecord kIdentityTransform = {{0, 0, 0}, {1, 0, 0}, 0, {1, 1, 1}, 0, 0};
 
 struct MaterialRecord {
+  static constexpr RecordSize kSizes[] = {{0, 72}};
   float colors[4][4];  // in the order of ColorType: diffuse, specular, emission, ambient
   float ambient_intensity;
   std::uint32_t flags;  // bit n: colour n was set; bit 4: the ambient intensity was set
 };
-static_assert(sizeof(MaterialRecord) == 72);
+static_assert(hasItsListedSize<MaterialRecord>());
 inline constexpr std::uint32_t kAmbientIntensitySet = 16;
 
 struct ViewRecord {
+  static constexpr RecordSize kSizes[] = {{0, 96}};
   std::uint64_t name_offset;
   std::uint32_t name_size;
   std::uint32_t reserved;
@@ -159,6 +195,6 @@ struct ViewRecord {
   double up[3];
   double height;
 };
-static_assert(sizeof(ViewRecord) == 96);
+static_assert(hasItsListedSize<ViewRecord>());
 
 }  // namespace Orb::Zix::format

@@ -59,7 +59,7 @@ std::uint64_t indicesOf(MeshType type, std::span<const std::uint32_t> element) {
 }  // namespace
 
 GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays) {
-  GlbGeometry geometry{mesh, arrays.type, arrays.pointCount(), 0, 0, localBounds(arrays), {}, 0, 0, 0};
+  GlbGeometry geometry{mesh, arrays.type, arrays.pointCount(), 0, 0, localBounds(arrays), {}, {}, {}};
   if (!geometry.box.empty()) geometry.stand_in = geometry.box.low;
   forEachWritten(arrays, [&](std::span<const std::uint32_t> element) {
     ++geometry.element_count;

@@ -11,6 +11,13 @@
 
 namespace Orb::Zix {
 
+// Where an array is in a GLB. Set when all geometries are known.
+struct GlbArray {
+  std::uint64_t number = 0;  // of its accessor, and of its buffer view
+  std::uint64_t offset = 0;  // in the binary chunk
+  std::uint64_t size = 0;    // bytes
+};
+
 struct GlbGeometry {
   std::uint32_t mesh;  // object number of one that has these arrays
   MeshType type;
@@ -19,10 +26,8 @@ struct GlbGeometry {
   std::uint64_t index_count = 0;    // 0: there is nothing to show, and nothing is written
   BoxF box;                         // of all points that are finite
   std::array<float, 3> stand_in{};  // written for points that are not finite; no element refers to them
-  // Number and offsets in the binary chunk, set by the exporter.
-  std::uint64_t number = 0;
-  std::uint64_t positions_offset = 0;
-  std::uint64_t indices_offset = 0;
+  GlbArray positions;
+  GlbArray indices;
 
   [[nodiscard]] std::uint64_t positionsSize() const { return 12 * point_count; }
   [[nodiscard]] std::uint64_t indicesSize() const { return 4 * index_count; }

@@ -137,8 +137,8 @@ class GlbJson {
     json.key("bufferViews");
     json.beginArray();
     plan_.forEachUsed([&](const GlbGeometry& geometry) {
-      writeBufferView(json, geometry.positions_offset, geometry.positionsSize(), 34962);
-      writeBufferView(json, geometry.indices_offset, geometry.indicesSize(), 34963);
+      writeBufferView(json, geometry.positions, 34962);  // ARRAY_BUFFER
+      writeBufferView(json, geometry.indices, 34963);    // ELEMENT_ARRAY_BUFFER
     });
     json.end();
     json.key("buffers");
@@ -159,10 +159,10 @@ class GlbJson {
     json.key("attributes");
     json.beginObject();
     json.key("POSITION");
-    json.number(2 * geometry.number);
+    json.number(geometry.positions.number);
     json.end();
     json.key("indices");
-    json.number(2 * geometry.number + 1);
+    json.number(geometry.indices.number);
     json.key("material");
     json.number(std::uint64_t{mesh.material});
     json.key("mode");
@@ -208,7 +208,7 @@ class GlbJson {
   static void writeAccessors(JsonWriter& json, const GlbGeometry& geometry) {
     json.beginObject();
     json.key("bufferView");
-    json.number(2 * geometry.number);
+    json.number(geometry.positions.number);
     json.key("componentType");
     json.number(std::uint64_t{5126});  // float
     json.key("count");
@@ -224,7 +224,7 @@ class GlbJson {
     json.end();
     json.beginObject();
     json.key("bufferView");
-    json.number(2 * geometry.number + 1);
+    json.number(geometry.indices.number);
     json.key("componentType");
     json.number(std::uint64_t{5125});  // unsigned int
     json.key("count");
@@ -234,15 +234,14 @@ class GlbJson {
     json.end();
   }
 
-  static void writeBufferView(JsonWriter& json, std::uint64_t offset, std::uint64_t size,
-                              std::uint64_t target) {
+  static void writeBufferView(JsonWriter& json, const GlbArray& array, std::uint64_t target) {
     json.beginObject();
     json.key("buffer");
     json.number(std::uint64_t{0});
     json.key("byteOffset");
-    json.number(offset);
+    json.number(array.offset);
     json.key("byteLength");
-    json.number(size);
+    json.number(array.size);
     json.key("target");
     json.number(target);
     json.end();

@@ -13,10 +13,14 @@ using format::kNone;
 
 namespace {
 
-std::array<std::span<const std::byte>, 3> arrayBytes(const MeshArrays& arrays) {
-  return {std::as_bytes(std::span(arrays.values.data(), arrays.values.size())),
-          std::as_bytes(std::span(arrays.indices.data(), arrays.indices.size())),
-          std::as_bytes(std::span(arrays.lengths.data(), arrays.lengths.size()))};
+std::array<std::span<const std::byte>, kMeshArrayCount> arrayBytes(const MeshArrays& arrays) {
+  std::array<std::span<const std::byte>, kMeshArrayCount> bytes;
+  auto next = bytes.begin();
+  forEachMeshArray([&](const auto& kind) {
+    const auto& values = arrays.*kind.values;
+    *next++ = std::as_bytes(std::span(values.data(), values.size()));
+  });
+  return bytes;
 }
 
 bool isSame(const MeshArrays& a, const MeshArrays& b) {
@@ -62,11 +66,10 @@ GlbPlan::GlbPlan(const SceneFile& scene)
 }
 
 std::size_t GlbPlan::geometryNumber(std::uint32_t mesh, const MeshArrays& arrays) {
-  std::array<std::uint64_t, 8> facts{static_cast<std::uint64_t>(arrays.type), arrays.dimension};
-  std::size_t next = 2;
+  std::vector<std::uint64_t> facts{static_cast<std::uint64_t>(arrays.type), arrays.dimension};
   for (const auto bytes : arrayBytes(arrays)) {
-    facts[next++] = bytes.size();
-    facts[next++] = checksum(bytes);
+    facts.push_back(bytes.size());
+    facts.push_back(checksum(bytes));
   }
   const std::uint64_t key = checksum(std::as_bytes(std::span(facts)));
   const auto [begin, end] = geometry_by_key_.equal_range(key);
@@ -92,13 +95,14 @@ std::size_t GlbPlan::materialNumber(std::uint32_t material) {
 }
 
 void GlbPlan::placeInBuffer() {
+  const auto place = [&](GlbArray& array, std::uint64_t size) {
+    array = {array_count_++, binary_size, size};
+    binary_size += size;
+  };
   for (GlbGeometry& geometry : geometries) {
     if (geometry.index_count == 0) continue;
-    geometry.number = used_geometries_++;
-    geometry.positions_offset = binary_size;
-    binary_size += geometry.positionsSize();
-    geometry.indices_offset = binary_size;
-    binary_size += geometry.indicesSize();
+    place(geometry.positions, geometry.positionsSize());
+    place(geometry.indices, geometry.indicesSize());
   }
 }
 

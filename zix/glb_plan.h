@@ -60,7 +60,7 @@ class GlbPlan {
 
   const SceneFile& scene_;
   std::unordered_multimap<std::uint64_t, std::size_t> geometry_by_key_;
-  std::uint64_t used_geometries_ = 0;
+  std::uint64_t array_count_ = 0;  // in the buffer so far
   std::map<std::string, std::size_t> material_by_bytes_;
   std::map<std::pair<std::size_t, std::size_t>, std::size_t> mesh_by_parts_;
 };

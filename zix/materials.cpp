@@ -34,6 +34,8 @@ Appearance appearanceOf(const format::MaterialRecord& material) {
 
 Appearance defaultAppearance() { return {{0.7, 0.7, 0.7}, {0, 0, 0}, 1, 1}; }
 
+// The C library's power may differ from host to host in the last bit. Here it may: what it gives goes into
+// exported files only, whose readers take colours as floats. Nothing that a scene holds depends on it.
 double linearFromDisplay(double value) {
   return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
 }

@@ -19,6 +19,7 @@
 // files that no process writes while they are open.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -86,7 +87,9 @@ class Values : public std::span<const T> {
   std::uint64_t offset_ = 0;
 };
 
-// The rows of one table, read in place. Rows may be longer in the file than here (later minor versions).
+// The rows of one table, read in place. Rows in the file may be longer than T (a later minor version: what is
+// behind the known fields is stepped over) or shorter (an earlier one: the missing fields are as T
+// initialises them).
 template <typename T>
 class Table {
  public:
@@ -98,8 +101,8 @@ class Table {
   [[nodiscard]] std::span<const std::byte> bytes() const { return {start_, size_ * record_size_}; }
   // `row` must be below size().
   T operator[](std::size_t row) const {
-    T record;
-    std::memcpy(&record, start_ + row * record_size_, sizeof(T));
+    T record{};
+    std::memcpy(&record, start_ + row * record_size_, std::min(sizeof(T), record_size_));
     return record;
   }
 

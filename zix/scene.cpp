@@ -234,14 +234,14 @@ void Scene_V1::setMaterial(const ObjectId& target, const ObjectId& material) {
 }
 
 void Scene_V1::setColor(const ObjectId& material, ColorType type, const float& red, const float& green,
-                        const float& blue, const float& alpha) {
+                        const float& blue, const float& fourth) {
   format::MaterialRecord& record = materialOf(*impl_, material, "setColor");
   const auto number = static_cast<std::uint32_t>(type);
   if (number > static_cast<std::uint32_t>(ColorType::Ambient)) {
     impl_->refuse("setColor", static_cast<std::uint32_t>(material.first - 1),
                   "has no colour " + std::to_string(number));
   }
-  const float values[4] = {red, green, blue, alpha};
+  const float values[4] = {red, green, blue, fourth};
   std::memcpy(record.colors[number], values, sizeof(values));
   record.flags |= 1U << number;
 }

@@ -194,13 +194,12 @@ class Diff {
     const MeshArrays second = meshArrays(b_, b);
     compareTexts("the mesh type", meshTypeName(first.type), meshTypeName(second.type));
     compareCounts("the dimension", first.dimension, second.dimension);
-    compareArrays<float>("coordinate", first.values, second.values);
-    compareArrays<std::uint32_t>("index", first.indices, second.indices);
-    compareArrays<std::uint32_t>("length", first.lengths, second.lengths);
+    forEachMeshArray(
+        [&](const auto& kind) { compareArrays(kind.value_name, first.*kind.values, second.*kind.values); });
   }
 
   template <typename T>
-  void compareArrays(const std::string& what, std::span<const T> a, std::span<const T> b) {
+  void compareArrays(const std::string& what, const Values<T>& a, const Values<T>& b) {
     if (a.size() != b.size()) return compareCounts("the number of " + what + " values", a.size(), b.size());
     std::uint64_t different = 0;
     std::size_t first = 0;

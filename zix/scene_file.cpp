@@ -137,7 +137,7 @@ void Scene_V0::Impl::finishFile() {
   format::Header header{};
   header.magic = format::kMagic;
   header.major_version = format::kMajorVersion;
-  header.minor_version = format::kMinorVersion;
+  header.minor_version = format::kWrittenMinor;
   header.header_size = sizeof(header);
   header.file_size = file.size();
   header.directory_offset = none.back().offset;

@@ -25,10 +25,11 @@ std::vector<PlacedMesh> placedMeshes(const SceneFile& scene) {
 
 MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh) {
   const format::MeshRecord record = scene.mesh(mesh);
-  const std::uint32_t dimension =
-      record.coordinates == kNone ? 3 : scene.coordinates(record.coordinates).dimension;
-  return {static_cast<MeshType>(record.mesh_type), dimension, scene.coordinateValues(record.coordinates),
-          scene.indexValues(record.indices), scene.indexValues(record.lengths)};
+  MeshArrays arrays{};
+  arrays.type = static_cast<MeshType>(record.mesh_type);
+  arrays.dimension = record.coordinates == kNone ? 3 : scene.coordinates(record.coordinates).dimension;
+  forEachMeshArray([&](const auto& kind) { arrays.*kind.values = (scene.*kind.read)(record.*kind.object); });
+  return arrays;
 }
 
 std::uint64_t wholeElementCount(const MeshArrays& mesh) {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <span>
+#include <tuple>
 #include <vector>
 
 #include "zix/bounds.h"
@@ -38,6 +39,34 @@ struct MeshArrays {
     return {tuple[0], dimension > 1 ? tuple[1] : 0.0F, dimension > 2 ? tuple[2] : 0.0F};
   }
 };
+
+// One of the arrays that a mesh names: what reading, checking, comparing and exporting do with every array
+// alike needs to know of it.
+template <typename T>
+struct MeshArrayKind {
+  const char* name;
+  const char* value_name;                     // of one value
+  std::uint32_t format::MeshRecord::*object;  // number of the object that holds it
+  ObjectType object_type;                     // that object's
+  Values<T> (SceneFile::*read)(std::uint32_t) const;
+  Values<T> MeshArrays::*values;
+};
+
+// All of them. What a tool does with one of them only (counts, elements, accessors of a GLB) stands there.
+inline constexpr std::tuple kMeshArrayKinds{
+    MeshArrayKind<float>{"coordinates", "coordinate", &format::MeshRecord::coordinates,
+                         ObjectType::Coordinates, &SceneFile::coordinateValues, &MeshArrays::values},
+    MeshArrayKind<std::uint32_t>{"indices", "index", &format::MeshRecord::indices, ObjectType::IndexArray,
+                                 &SceneFile::indexValues, &MeshArrays::indices},
+    MeshArrayKind<std::uint32_t>{"lengths", "length", &format::MeshRecord::lengths, ObjectType::IndexArray,
+                                 &SceneFile::indexValues, &MeshArrays::lengths}};
+inline constexpr std::size_t kMeshArrayCount = std::tuple_size_v<decltype(kMeshArrayKinds)>;
+
+// Calls `visit(kind)` for each.
+template <typename Visit>
+void forEachMeshArray(Visit visit) {
+  std::apply([&](const auto&... kinds) { (visit(kinds), ...); }, kMeshArrayKinds);
+}
 
 // Reads them: throws what SceneFile's accessors of values throw.
 MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh);

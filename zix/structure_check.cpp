@@ -12,25 +12,27 @@ using format::kNone;
 
 namespace {
 
-struct KnownChunk {
+struct KnownTable {
   std::uint32_t type;
-  std::uint32_t record_size;  // of version 1.0
+  std::span<const format::RecordSize> sizes;
 };
 
-constexpr KnownChunk kTables[] = {{format::kSceneChunk, sizeof(format::SceneRecord)},
-                                  {format::kTextChunk, 1},
-                                  {format::kObjectChunk, sizeof(format::ObjectRecord)},
-                                  {format::kChildChunk, sizeof(std::uint32_t)},
-                                  {format::kMeshChunk, sizeof(format::MeshRecord)},
-                                  {format::kCoordinatesChunk, sizeof(format::CoordinatesRecord)},
-                                  {format::kIndexChunk, sizeof(format::IndexArrayRecord)},
-                                  {format::kTransformChunk, sizeof(format::TransformRecord)},
-                                  {format::kMaterialChunk, sizeof(format::MaterialRecord)},
-                                  {format::kViewChunk, sizeof(format::ViewRecord)}};
+constexpr format::RecordSize kTextSizes[] = {{0, 1}};
+constexpr format::RecordSize kNumberSizes[] = {{0, sizeof(std::uint32_t)}};
+constexpr KnownTable kTables[] = {{format::kSceneChunk, format::SceneRecord::kSizes},
+                                  {format::kTextChunk, kTextSizes},
+                                  {format::kObjectChunk, format::ObjectRecord::kSizes},
+                                  {format::kChildChunk, kNumberSizes},
+                                  {format::kMeshChunk, format::MeshRecord::kSizes},
+                                  {format::kCoordinatesChunk, format::CoordinatesRecord::kSizes},
+                                  {format::kIndexChunk, format::IndexArrayRecord::kSizes},
+                                  {format::kTransformChunk, format::TransformRecord::kSizes},
+                                  {format::kMaterialChunk, format::MaterialRecord::kSizes},
+                                  {format::kViewChunk, format::ViewRecord::kSizes}};
 
-const KnownChunk* knownTable(std::uint32_t type) {
+const KnownTable* knownTable(std::uint32_t type) {
   const auto* found = std::find_if(std::begin(kTables), std::end(kTables),
-                                   [&](const KnownChunk& known) { return known.type == type; });
+                                   [&](const KnownTable& known) { return known.type == type; });
   return found == std::end(kTables) ? nullptr : found;
 }
 
@@ -161,7 +163,7 @@ std::optional<ReadError> StructureCheck::checkChunk(std::size_t i, std::uint64_t
                       number(entry.record_size));
   }
   const bool is_array = isArray(entry.type);
-  const KnownChunk* const table = is_array ? nullptr : knownTable(entry.type);
+  const KnownTable* const table = is_array ? nullptr : knownTable(entry.type);
   if (table == nullptr && !is_array) {
     if ((entry.flags & format::kChunkMustBeKnown) == 0) return std::nullopt;
     return refuse("UNKNOWN_CHUNK", place, name() + " is of an unknown type that a reader must know");
@@ -171,9 +173,11 @@ std::optional<ReadError> StructureCheck::checkChunk(std::size_t i, std::uint64_t
     if (known != kNotFound) return refuse("DUPLICATE_CHUNK", place, name() + " is the second of its type");
     known = i;
   }
-  const std::uint32_t smallest = table != nullptr ? table->record_size : 4;
-  const bool exact = hasFixedRecordSize(entry.type) ||
-                     (table != nullptr && scene_.header_.minor_version <= format::kMinorVersion);
+  // A later version may have added fields; every version up to the known one has its size.
+  const std::uint16_t minor = scene_.header_.minor_version;
+  const std::uint32_t smallest = table != nullptr ? format::recordSizeIn(table->sizes, minor) : 4;
+  const bool exact =
+      hasFixedRecordSize(entry.type) || (table != nullptr && minor <= format::kNewestKnownMinor);
   if (entry.record_size < smallest || entry.record_size % (entry.type == format::kTextChunk ? 1 : 4) != 0 ||
       (exact && entry.record_size != smallest)) {
     return refuse(

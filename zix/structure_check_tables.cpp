@@ -1,5 +1,6 @@
 // What the tables say: texts, objects and how they are linked, meshes and arrays.
 #include "zix/object_names.h"
+#include "zix/scene_meshes.h"
 #include "zix/structure_check.h"
 
 namespace Orb::Zix {
@@ -184,14 +185,15 @@ std::optional<ReadError> StructureCheck::checkMeshes() {
     if (mesh.mesh_type > static_cast<std::uint32_t>(MeshType::Points)) {
       return refuseMesh("MESH_TYPE", "has the unknown mesh type " + number(mesh.mesh_type));
     }
-    if (!isNoneOr(mesh.coordinates, ObjectType::Coordinates)) {
-      return refuseMesh("OBJECT_NUMBER",
-                        "has coordinates that are no Coordinates object: " + number(mesh.coordinates));
-    }
-    if (!isNoneOr(mesh.indices, ObjectType::IndexArray) || !isNoneOr(mesh.lengths, ObjectType::IndexArray)) {
-      return refuseMesh("OBJECT_NUMBER", "has a connectivity that is no IndexArray object: " +
-                                             number(mesh.indices) + ", " + number(mesh.lengths));
-    }
+    Failure failure;
+    forEachMeshArray([&](const auto& kind) {
+      const std::uint32_t object = mesh.*kind.object;
+      if (failure || isNoneOr(object, kind.object_type)) return;
+      failure =
+          refuseMesh("OBJECT_NUMBER", std::string("has ") + kind.name + " that are no " +
+                                          objectTypeName(kind.object_type) + " object: " + number(object));
+    });
+    if (failure) return failure;
   }
   return std::nullopt;
 }

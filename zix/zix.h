@@ -114,8 +114,10 @@ class Scene_V1 : public Scene_V0 {
   // how many indices it takes.
   void setConnectivity(const ObjectId& mesh, const ObjectId& indices, const ObjectId& lengths);
   void setMaterial(const ObjectId& target, const ObjectId& material);
+  // The fourth value of the diffuse colour is its transparency: 0 is opaque, 1 invisible (not an alpha).
+  // Those of the other colours are stored and have no meaning.
   void setColor(const ObjectId& material, ColorType type, const float& red, const float& green,
-                const float& blue, const float& alpha);
+                const float& blue, const float& fourth);
   void setAmbientIntensity(const ObjectId& material, float intensity);
 
   // Named cameras front, back, left, right, top, bottom and iso, fitted to the bounds of what is below

@@ -84,7 +84,7 @@ std::vector<Option> allOptions() {
 std::string_view version() {
   static const std::string text = "zix " LOFTBAY_VERSION " (Zix format " +
                                   std::to_string(Orb::Zix::format::kMajorVersion) + "." +
-                                  std::to_string(Orb::Zix::format::kMinorVersion) + ")";
+                                  std::to_string(Orb::Zix::format::kNewestKnownMinor) + ")";
   return text;
 }
 

@@ -195,8 +195,8 @@ void Scene_V1::setMaterial(const ObjectId& target, const ObjectId& material) {
   called("", "setMaterial", target, material);
 }
 void Scene_V1::setColor(const ObjectId& material, ColorType type, const float& red, const float& green,
-                        const float& blue, const float& alpha) {
-  called("", "setColor", material, type, red, green, blue, alpha);
+                        const float& blue, const float& fourth) {
+  called("", "setColor", material, type, red, green, blue, fourth);
 }
 void Scene_V1::setAmbientIntensity(const ObjectId& material, float intensity) {
   called("", "setAmbientIntensity", material, intensity);

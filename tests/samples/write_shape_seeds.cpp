@@ -56,6 +56,7 @@ std::vector<NamedShape> namedShapes() {
 
 bool write(const fs::path& file, std::uint32_t first, std::span<const std::uint8_t> bytes) {
   if (bytes.size() > kLargestSeedBytes) return true;  // too large for a seed
+  fs::create_directories(file.parent_path());
   std::ofstream stream(file, std::ios::binary);
   stream.put(static_cast<char>(first));
   stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));

@@ -124,7 +124,7 @@ INSTANTIATE_TEST_SUITE_P(
     Reader, Refusal,
     ::testing::Values(
         RefusalCase{"LaterMajorVersion", "UNKNOWN_VERSION", [](B& b) { b.major_version = 2; }},
-        RefusalCase{"LaterMinorVersion", "accepted", [](B& b) { b.minor_version = 7; }},
+        RefusalCase{"LaterMinorVersion", "accepted", [](B& b) { b.minor_version = format::kNewestKnownMinor + 7; }},
         RefusalCase{"UnknownChunk", "accepted", [](B& b) { b.others.push_back({0x21212121, 1, "skip me"}); }},
         RefusalCase{"UnknownChunkThatMustBeKnown", "UNKNOWN_CHUNK",
                     [](B& b) { b.others.push_back({0x21212121, 1, "do not skip me", format::kChunkMustBeKnown}); }},
@@ -197,8 +197,17 @@ TEST(Refusal, LongerRecordsOfALaterMinorVersionAreRead) {
   built.others = {{format::kMeshChunk, sizeof(format::MeshRecord) + 8,
                    loftbay::testing_support::recordBytes(built.meshes[0]) + "new data"}};
   EXPECT_EQ(codeOf(built.build()), "RECORD_SIZE") << "not in a file of this version";
-  built.minor_version = 1;
+  built.minor_version = format::kNewestKnownMinor + 1;
   EXPECT_EQ(codeOf(built.build()), "accepted");
+}
+
+TEST(Refusal, ShorterRecordsOfALaterMinorVersionAreNone) {
+  ZixBuilder built = goodBuilder();
+  built.left_out = format::kMeshChunk;
+  built.others = {
+      {format::kMeshChunk, 20, loftbay::testing_support::recordBytes(built.meshes[0]).substr(0, 20)}};
+  built.minor_version = format::kNewestKnownMinor + 1;
+  EXPECT_EQ(codeOf(built.build()), "RECORD_SIZE");
 }
 
 std::vector<std::string> findings(const ZixBuilder& built) {

@@ -43,8 +43,8 @@ class ZixBuilder {
   std::vector<BuiltChunk> arrays;  // before the tables
   std::vector<BuiltChunk> others;  // after the tables
   std::uint32_t left_out = 0;      // type of a table that is not written
-  std::uint16_t major_version = 1;
-  std::uint16_t minor_version = 0;
+  std::uint16_t major_version = zf::kMajorVersion;
+  std::uint16_t minor_version = zf::kNewestKnownMinor;
 
   // An object without a parent; the ordinal is counted.
   std::uint32_t add(Orb::Zix::format::ObjectRecord object) {

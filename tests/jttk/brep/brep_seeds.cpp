@@ -1,5 +1,5 @@
-// brep_seeds FOLDER: writes the corpus of xt_brep_fuzz from the tests' models, and what an earlier version
-// stumbled over, as far as a writer can make it.
+// brep_seeds CORPUS_FOLDER: writes the corpus of xt_brep_fuzz from the tests' models, and what an earlier
+// version stumbled over, as far as a writer can make it.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -24,11 +24,11 @@ void save(const std::filesystem::path& folder, const char* name, jttk::brep::XtM
 
 int main(int argc, char** argv) {
   if (argc != 2) {
-    std::fprintf(stderr, "usage: brep_seeds FOLDER\n");
+    std::fprintf(stderr, "usage: brep_seeds CORPUS_FOLDER\n");
     return 2;
   }
   namespace models = jttk::brep::models;
-  const std::filesystem::path folder = argv[1];
+  const std::filesystem::path folder = std::filesystem::path(argv[1]) / "xt_brep_fuzz";
   std::filesystem::create_directories(folder);
   save(folder, "box", models::box(0.03, 0.02, 0.01));
   save(folder, "cylinder", models::cylinder(0.01, 0.03, false));
