@@ -25,7 +25,7 @@ std::vector<PlacedMesh> placedMeshes(const SceneFile& scene) {
 
 MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh) {
   const format::MeshRecord record = scene.mesh(mesh);
-  MeshArrays arrays{};
+  MeshArrays arrays;
   arrays.type = static_cast<MeshType>(record.mesh_type);
   arrays.dimension = record.coordinates == kNone ? 3 : scene.coordinates(record.coordinates).dimension;
   forEachMeshArray([&](const auto& kind) { arrays.*kind.values = (scene.*kind.read)(record.*kind.object); });

@@ -26,11 +26,11 @@ struct PlacedMesh {
 std::vector<PlacedMesh> placedMeshes(const SceneFile& scene);
 
 struct MeshArrays {
-  MeshType type;
-  std::uint32_t dimension;
-  Values<float> values;
-  Values<std::uint32_t> indices;
-  Values<std::uint32_t> lengths;
+  MeshType type = MeshType::Triangles;
+  std::uint32_t dimension = 3;
+  Values<float> values = {};
+  Values<std::uint32_t> indices = {};
+  Values<std::uint32_t> lengths = {};
 
   [[nodiscard]] std::size_t pointCount() const { return values.size() / dimension; }
   // Coordinates that the tuple does not have are 0.
