@@ -53,9 +53,9 @@ std::string plainName(std::string_view text) {
 
 Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order) {
   const Result<XtData> data = findXtData(segment.data, order, segment.base_offset);
-  if (!data) return tl::unexpected<Error>(data.error().in("XT B-Rep"));
+  if (!data) return tl::unexpected<Error>(segment.named(data.error().ofElement("XT B-Rep")));
   const Result<XtNodes> nodes = XtNodes::read(data->bytes, data->offset);
-  if (!nodes) return tl::unexpected<Error>(nodes.error().in("XT B-Rep"));
+  if (!nodes) return tl::unexpected<Error>(segment.named(nodes.error().ofElement("XT B-Rep")));
   return buildBodies(*nodes);
 }
 
@@ -63,10 +63,13 @@ Result<std::vector<Bodies>> readMultiXtBrep(const Segment& segment, ByteOrder or
   std::vector<Bodies> all;
   for (const XtData& data : findAllXtData(segment.data, order, segment.base_offset)) {
     const Result<XtNodes> nodes = XtNodes::read(data.bytes, data.offset);
-    if (!nodes) return tl::unexpected<Error>(nodes.error().in("multi XT B-Rep"));
+    if (!nodes) return tl::unexpected<Error>(segment.named(nodes.error().ofElement("multi XT B-Rep")));
     all.push_back(buildBodies(*nodes));
   }
-  if (all.empty()) return fail("no XT data in the multi XT B-Rep", segment.base_offset);
+  if (all.empty()) {
+    return tl::unexpected<Error>(
+        segment.named(makeError("no XT data in the multi XT B-Rep", segment.base_offset)));
+  }
   return all;
 }
 

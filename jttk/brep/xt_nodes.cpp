@@ -196,7 +196,7 @@ Result<void> XtNodes::readNodes(ByteReader reader) {
     if (known == type_rows.end()) {
       if (embedded_) {
         Result<XtNodeType> type = readXtTypeDelta(reader, number);
-        if (!type) return tl::unexpected<Error>(type.error());
+        if (!type) return passOn(type);
         types_.push_back(*std::move(type));
       } else {
         std::optional<XtNodeType> type = baseXtNodeType(number);
@@ -231,7 +231,7 @@ Result<XtNodes> XtNodes::read(std::span<const std::byte> bytes, std::uint64_t ba
   nodes.base_offset_ = base_offset;
   ByteReader reader(bytes, ByteOrder::Big, base_offset);
   if (const Result<void> header = nodes.readHeader(reader); !header) {
-    return tl::unexpected<Error>(header.error());
+    return passOn(header);
   }
   Result<void> read = nodes.readNodes(reader);
   // Files do not state which nodes have user fields, and where: the layout that reads up to the end mark is
@@ -242,7 +242,7 @@ Result<XtNodes> XtNodes::read(std::span<const std::byte> bytes, std::uint64_t ba
     nodes.user_fields_.of_sides = of_sides;
     if (nodes.readNodes(reader)) read = {};
   }
-  if (!read) return tl::unexpected<Error>(read.error());
+  if (!read) return passOn(read);
   nodes.by_index_.reserve(nodes.rows_.size());
   for (std::size_t i = 0; i < nodes.rows_.size(); ++i) {
     nodes.by_index_.emplace_back(nodes.rows_[i].index, static_cast<std::uint32_t>(i));

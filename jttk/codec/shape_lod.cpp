@@ -85,7 +85,7 @@ Result<ByteReader> openInnerElement10(ByteReader& body) {
   body.skip(sizeof(std::uint64_t), "vertex bindings");
   if (!body.ok()) return body.unexpected();
   auto inner = readElement(body);
-  if (!inner) return tl::unexpected<Error>(inner.error());
+  if (!inner) return passOn(inner);
   inner->body.skip(4, "object id");
   inner->body.skip(sizeof(std::uint8_t), "element version");
   inner->body.skip(sizeof(std::uint32_t), "vertex records id");
@@ -109,7 +109,7 @@ Result<ShapeGeometry> decodeSet(ByteReader body, const Guid& kind, Version versi
     return decodeRepData(body, kind, PacketForm::V9, context);
   }
   auto inner = openInnerElement10(body);
-  if (!inner) return tl::unexpected<Error>(inner.error());
+  if (!inner) return passOn(inner);
   return decodeRepData(*inner, kind, PacketForm::V10, context);
 }
 
@@ -117,8 +117,8 @@ Result<ShapeGeometry> decodePrimitives(const ByteReader& body, Version version,
                                        std::span<const StatedExtent> stated) {
   const std::uint64_t offset = body.offset();
   const auto set = decodePrimitiveSet(body, version);
-  auto mesh = set ? meshOfPrimitives(*set, stated, offset) : tl::unexpected<Error>(set.error());
-  if (!mesh) return tl::unexpected<Error>(mesh.error().in("primitive set"));
+  auto mesh = set ? meshOfPrimitives(*set, stated, offset) : passOn(set);
+  if (!mesh) return tl::unexpected<Error>(mesh.error().ofElement("primitive set"));
   return mesh;
 }
 
@@ -128,14 +128,14 @@ void compareWithBox(ShapeGeometry& shape, std::span<const StatedExtent> stated, 
   if (box == nullptr || shape.facts.coordinate_hash_checked || !shape.facts.coordinate_note.empty()) return;
   if (liesInBox(shape, *box)) return;
   shape.facts.coordinate_note =
-      Error{"coordinates lie outside of the box that the node states", offset}.text();
+      makeError("coordinates lie outside of the box that the node states", offset).text();
 }
 
 Result<ShapeGeometry> decodeLod(const Segment& segment, Version version, ByteOrder order,
                                 const ShapeContext& context) {
   ByteReader reader(segment.data, order, segment.base_offset);
   const auto element = findShape(reader);
-  if (!element) return tl::unexpected<Error>(element.error().in("shape"));
+  if (!element) return tl::unexpected<Error>(element.error().ofElement("shape"));
   const Guid& kind = element->kind;
   if (kind == object_id::kNullShape) return ShapeGeometry{};
   if (isPrimitiveSet(kind)) return decodePrimitives(element->body, version, context.stated);
@@ -147,7 +147,7 @@ Result<ShapeGeometry> decodeLod(const Segment& segment, Version version, ByteOrd
     return shape;
   }
   auto shape = decodeSet(element->body, kind, version, context);
-  if (!shape) return tl::unexpected<Error>(shape.error().in(nameOf(kind)));
+  if (!shape) return tl::unexpected<Error>(shape.error().ofElement(nameOf(kind)));
   if (!shape->facts.doubt.empty()) shape->facts.doubt.insert(0, std::string(nameOf(kind)) + ": ");
   compareWithBox(*shape, context.stated, offset);
   return shape;
@@ -158,9 +158,11 @@ Result<ShapeGeometry> decodeLod(const Segment& segment, Version version, ByteOrd
 Result<ShapeGeometry> decodeShapeLod(const Segment& segment, Version version, ByteOrder order,
                                      const ShapeContext& context) {
   try {
-    return decodeLod(segment, version, order, context);
+    auto shape = decodeLod(segment, version, order, context);
+    if (!shape) return tl::unexpected<Error>(segment.named(shape.error()));
+    return shape;
   } catch (const std::bad_alloc&) {
-    return fail("out of memory", segment.base_offset);
+    return tl::unexpected<Error>(segment.named(makeError("out of memory", segment.base_offset)));
   }
 }
 

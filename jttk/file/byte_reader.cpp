@@ -39,7 +39,7 @@ std::string Guid::text() const {
   return buffer;
 }
 
-Guid ByteReader::guid(const char* what) {
+Guid ByteReader::guid(FieldName what) {
   Guid id;
   id.a = u32(what);
   id.b = u16(what);
@@ -49,7 +49,7 @@ Guid ByteReader::guid(const char* what) {
   return id;
 }
 
-std::string ByteReader::mbString(const char* what) {
+std::string ByteReader::mbString(FieldName what) {
   const std::uint32_t units = count(what, sizeof(std::uint16_t));
   std::string text;
   text.reserve(units);
@@ -70,7 +70,7 @@ std::string ByteReader::mbString(const char* what) {
   return text;
 }
 
-std::uint32_t ByteReader::count(const char* what, std::size_t minimum_size) {
+std::uint32_t ByteReader::count(FieldName what, std::size_t minimum_size) {
   const std::uint64_t start = offset();
   const std::int32_t value = i32(what);
   if (!ok()) return 0;
@@ -85,7 +85,7 @@ std::uint32_t ByteReader::count(const char* what, std::size_t minimum_size) {
   return 0;
 }
 
-std::span<const std::byte> ByteReader::take(std::size_t size, const char* what) {
+std::span<const std::byte> ByteReader::take(std::size_t size, FieldName what) {
   if (!ok()) return {};
   if (size > remaining()) {
     setFailed(what, "ends too early");
@@ -96,26 +96,23 @@ std::span<const std::byte> ByteReader::take(std::size_t size, const char* what) 
   return view;
 }
 
-ByteReader ByteReader::sub(std::size_t size, const char* what) {
+ByteReader ByteReader::sub(std::size_t size, FieldName what) {
   const std::uint64_t start = offset();
   return ByteReader(take(size, what), order_, start);
 }
 
 Error ByteReader::error() const {
-  return {std::string(failed_what_ != nullptr ? failed_what_ : "nothing") + ' ' +
-              (failed_reason_ != nullptr ? failed_reason_ : "failed"),
-          failed_offset_};
+  const std::string what = failed_what_ != nullptr ? failed_what_ : "nothing";
+  const std::string reason = failed_reason_ != nullptr ? failed_reason_ : "failed";
+  return makeError(what + ' ' + reason, failed_offset_, failed_check_);
 }
 
-void ByteReader::setFailed(const char* what, const char* reason) noexcept {
+void ByteReader::setFailed(FieldName what, const char* reason) noexcept {
   if (failed_what_ != nullptr) return;
-  failed_what_ = what;
+  failed_what_ = what.text;
   failed_reason_ = reason;
   failed_offset_ = offset();
-#ifdef LOFTBAY_TRACE
-  std::fprintf(stderr, "%s %s (at byte %llu)\n", what, reason,
-               static_cast<unsigned long long>(failed_offset_));
-#endif
+  failed_check_ = what.check;
 }
 
 }  // namespace jttk

@@ -11,20 +11,19 @@
 #include <string>
 
 #include "jttk/file/error.h"
+#include "jttk/file/guid.h"
 
 namespace jttk {
 
 enum class ByteOrder : std::uint8_t { Little = 0, Big = 1 };
 
-struct Guid {
-  std::uint32_t a = 0;
-  std::uint16_t b = 0;
-  std::uint16_t c = 0;
-  std::uint8_t d[8] = {};
-  friend bool operator==(const Guid&, const Guid&) = default;
-  friend auto operator<=>(const Guid&, const Guid&) = default;  // NOLINT(modernize-use-nullptr)
-  // 8-4-4-4-12 hex digits, lower case.
-  [[nodiscard]] std::string text() const;
+// The name of a field in messages, a string literal; in debug builds also where it is read.
+struct FieldName {
+  // NOLINTNEXTLINE(google-explicit-constructor): so that readers of fields just name them
+  constexpr FieldName(const char* name, CheckPlace read_at = CheckPlace::current()) noexcept
+      : text(name), check(read_at) {}
+  const char* text;
+  [[no_unique_address]] CheckPlace check;
 };
 
 class ByteReader {
@@ -34,28 +33,28 @@ class ByteReader {
                       std::uint64_t base_offset = 0)
       : bytes_(bytes), order_(order), base_offset_(base_offset) {}
 
-  std::uint8_t u8(const char* what) { return read<std::uint8_t>(what); }
-  std::uint16_t u16(const char* what) { return read<std::uint16_t>(what); }
-  std::uint32_t u32(const char* what) { return read<std::uint32_t>(what); }
-  std::uint64_t u64(const char* what) { return read<std::uint64_t>(what); }
-  std::int16_t i16(const char* what) { return static_cast<std::int16_t>(u16(what)); }
-  std::int32_t i32(const char* what) { return static_cast<std::int32_t>(u32(what)); }
-  float f32(const char* what) { return std::bit_cast<float>(u32(what)); }
-  double f64(const char* what) { return std::bit_cast<double>(u64(what)); }
-  Guid guid(const char* what);
+  std::uint8_t u8(FieldName what) { return read<std::uint8_t>(what); }
+  std::uint16_t u16(FieldName what) { return read<std::uint16_t>(what); }
+  std::uint32_t u32(FieldName what) { return read<std::uint32_t>(what); }
+  std::uint64_t u64(FieldName what) { return read<std::uint64_t>(what); }
+  std::int16_t i16(FieldName what) { return static_cast<std::int16_t>(u16(what)); }
+  std::int32_t i32(FieldName what) { return static_cast<std::int32_t>(u32(what)); }
+  float f32(FieldName what) { return std::bit_cast<float>(u32(what)); }
+  double f64(FieldName what) { return std::bit_cast<double>(u64(what)); }
+  Guid guid(FieldName what);
   // I32 count, then that many UTF-16 units; trailing NULs removed, converted to UTF-8 (an unpaired surrogate
   // becomes U+FFFD).
-  std::string mbString(const char* what);
+  std::string mbString(FieldName what);
 
   // A count of things that take at least `minimum_size` bytes each. Negative counts and counts that do not
   // fit into what is left are failures and give 0. `minimum_size` 0 checks the sign only.
-  std::uint32_t count(const char* what, std::size_t minimum_size);
+  std::uint32_t count(FieldName what, std::size_t minimum_size);
 
   // The next `size` bytes as a view; empty on failure.
-  std::span<const std::byte> take(std::size_t size, const char* what);
-  void skip(std::size_t size, const char* what) { (void)take(size, what); }
+  std::span<const std::byte> take(std::size_t size, FieldName what);
+  void skip(std::size_t size, FieldName what) { (void)take(size, what); }
   // A reader over the next `size` bytes; this reader skips them.
-  ByteReader sub(std::size_t size, const char* what);
+  ByteReader sub(std::size_t size, FieldName what);
 
   [[nodiscard]] std::size_t remaining() const noexcept { return bytes_.size() - position_; }
   [[nodiscard]] std::uint64_t offset() const noexcept { return base_offset_ + position_; }
@@ -64,12 +63,12 @@ class ByteReader {
   // The first failure. Only when !ok().
   [[nodiscard]] Error error() const;
   [[nodiscard]] tl::unexpected<Error> unexpected() const { return tl::unexpected<Error>(error()); }
-  // Lets the caller fail the reader because a value is not legal. `what` and `reason` are string literals.
-  void setFailed(const char* what, const char* reason) noexcept;
+  // Lets the caller fail the reader because a value is not legal. `reason` is a string literal too.
+  void setFailed(FieldName what, const char* reason) noexcept;
 
  private:
   template <typename T>
-  T read(const char* what) {
+  T read(FieldName what) {
     if (sizeof(T) > remaining() || !ok()) {
       setFailed(what, "ends too early");
       return T{};
@@ -99,6 +98,7 @@ class ByteReader {
   const char* failed_what_ = nullptr;
   const char* failed_reason_ = nullptr;
   std::uint64_t failed_offset_ = 0;
+  [[no_unique_address]] CheckPlace failed_check_;
 };
 
 }  // namespace jttk

@@ -9,7 +9,7 @@ Result<ByteSource> ByteSource::open(std::string_view program_path) {
   std::string reason;
   ByteSource source;
   source.file_ = loftbay::host::ReadOnlyFile::open(program_path, &reason);
-  if (!source.file_) return fail("cannot be opened: " + reason, 0);
+  if (!source.file_) return fail("cannot be opened: " + reason);
   return source;
 }
 

@@ -95,62 +95,10 @@ Result<ByteSource::Bytes> readTable(const ByteSource& file, ByteOrder order, std
 
 }  // namespace
 
-bool holdsGeometry(SegmentType type) {
-  switch (type) {
-    case SegmentType::JtBrep:
-    case SegmentType::XtBrep:
-    case SegmentType::Ulp:
-    case SegmentType::Lwpa:
-    case SegmentType::MultiXtBrep:
-    case SegmentType::StepBrep:
-      return true;
-    default:
-      return isShapeSegment(type);
-  }
-}
-
-std::string segmentTypeName(SegmentType type) {
-  const auto number = static_cast<std::uint32_t>(type);
-  switch (type) {
-    case SegmentType::SceneGraph:
-      return "scene graph";
-    case SegmentType::JtBrep:
-      return "JT boundary representation";
-    case SegmentType::Pmi:
-      return "product manufacturing information";
-    case SegmentType::MetaData:
-      return "meta data";
-    case SegmentType::Shape:
-      return "shape";
-    case SegmentType::XtBrep:
-      return "XT boundary representation";
-    case SegmentType::Wireframe:
-      return "wireframe";
-    case SegmentType::Ulp:
-      return "ULP";
-    case SegmentType::Stt:
-      return "STT";
-    case SegmentType::Lwpa:
-      return "LWPA";
-    case SegmentType::MultiXtBrep:
-      return "XT boundary representations";
-    case SegmentType::StepBrep:
-      return "STEP boundary representation";
-    case SegmentType::Information:
-      return "information";
-    default:
-      break;
-  }
-  if (type >= SegmentType::ShapeLod0 && type <= SegmentType::ShapeLod9) {
-    return "shape, level " + std::to_string(number - static_cast<std::uint32_t>(SegmentType::ShapeLod0));
-  }
-  return "type " + std::to_string(number);
-}
-
 Result<SegmentHeader> readSegmentHeader(const ByteSource& file, ByteOrder order, std::uint64_t offset) {
   if (!file.holds(offset, kSegmentHeaderBytes)) return fail("lies outside of the file", offset);
   const auto read = file.read(offset, kSegmentHeaderBytes);
-  if (!read) return tl::unexpected<Error>(read.error());
+  if (!read) return passOn(read);
   ByteReader reader(read->bytes, order, offset);
   SegmentHeader header;
   header.id = reader.guid("segment header");
@@ -162,7 +110,7 @@ Result<SegmentHeader> readSegmentHeader(const ByteSource& file, ByteOrder order,
 Result<Contents> readContents(const ByteSource& file, ByteOrder order, std::uint64_t offset, bool wide) {
   const std::size_t entry_size = wide ? 32 : 28;
   const auto read = readTable(file, order, offset, entry_size);
-  if (!read) return tl::unexpected<Error>(read.error());
+  if (!read) return passOn(read);
   ByteReader toc(read->bytes, order, offset);
   const std::uint32_t entries = toc.count("table of contents", entry_size);
   std::vector<TocEntry> table;

@@ -20,7 +20,6 @@ constexpr std::size_t kMostFirstSize = std::size_t{4} << 20;
 constexpr std::size_t kHeaderBytes = 2;
 constexpr std::size_t kChecksumBytes = 4;
 constexpr const char* kEndsTooEarly = "the zlib stream ends too early";
-constexpr const char* kDoesNotInflate = "the zlib stream does not inflate: ";
 
 // The deflate data inside of a zlib stream, without header and checksum: so their end is seen even where the
 // checksum is cut off.
@@ -40,15 +39,21 @@ class InflateStream {
   bool ready_ = false;
 };
 
-// Null when it is a header that can be read.
-const char* headerFault(std::span<const std::byte> packed) {
+tl::unexpected<Error> doesNotInflate(const std::string& reason, std::uint64_t offset,
+                                     CheckPlace check = CheckPlace::current()) {
+  return fail("the zlib stream does not inflate: " + reason, offset, check);
+}
+
+// Whether it is a header that can be read.
+Result<void> checkHeader(std::span<const std::byte> packed, std::uint64_t offset) {
+  if (packed.size() < kHeaderBytes) return fail(kEndsTooEarly, offset + packed.size());
   const auto method = std::to_integer<unsigned>(packed[0]);
   const auto flags = std::to_integer<unsigned>(packed[1]);
-  if ((method * 256 + flags) % 31 != 0) return "incorrect header check";
-  if ((method & 15U) != Z_DEFLATED) return "unknown compression method";
-  if ((method >> 4U) > 7) return "invalid window size";
-  if ((flags & 32U) != 0) return "it needs a dictionary";
-  return nullptr;
+  if ((method * 256 + flags) % 31 != 0) return doesNotInflate("incorrect header check", offset);
+  if ((method & 15U) != Z_DEFLATED) return doesNotInflate("unknown compression method", offset);
+  if ((method >> 4U) > 7) return doesNotInflate("invalid window size", offset);
+  if ((flags & 32U) != 0) return doesNotInflate("it needs a dictionary", offset);
+  return {};
 }
 
 uLong checksumOf(std::span<const std::byte> bytes) {
@@ -86,8 +91,7 @@ Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, st
                                            std::size_t limit_bytes, bool* lacks_checksum,
                                            std::size_t* came_out) {
   if (came_out != nullptr) *came_out = 0;
-  if (packed.size() < kHeaderBytes) return fail(kEndsTooEarly, offset + packed.size());
-  if (const char* fault = headerFault(packed)) return fail(std::string(kDoesNotInflate) + fault, offset);
+  if (const auto header = checkHeader(packed, offset); !header) return passOn(header);
   InflateStream inflater;
   if (!inflater.ready()) return fail("the zlib stream cannot be unpacked: no memory", offset);
   z_stream& z = inflater.stream;
@@ -114,7 +118,7 @@ Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, st
     if (status == Z_OK && (z.avail_out == 0 || fed < packed.size())) continue;
     if (status == Z_OK || status == Z_BUF_ERROR) return fail(kEndsTooEarly, offset + fed);
     if (status == Z_MEM_ERROR) throw std::bad_alloc();
-    return fail(kDoesNotInflate + std::string(z.msg != nullptr ? z.msg : "damaged"), offset + fed);
+    return doesNotInflate(z.msg != nullptr ? z.msg : "damaged", offset + fed);
   }
   if (written > limit_bytes) {
     return fail("the zlib stream unpacks to more than " + std::to_string(limit_bytes) + " bytes", offset);
@@ -122,7 +126,7 @@ Result<std::vector<std::byte>> inflateZlib(std::span<const std::byte> packed, st
   output.resize(written);
   const auto stored = packed.subspan(fed, std::min(kChecksumBytes, packed.size() - fed));
   if (!agrees(stored, checksumOf(output))) {
-    return fail(kDoesNotInflate + std::string("incorrect data check"), offset + fed + stored.size());
+    return doesNotInflate("incorrect data check", offset + fed + stored.size());
   }
   const bool is_cut_off = stored.size() < kChecksumBytes;
   if (is_cut_off && lacks_checksum == nullptr) return fail(kEndsTooEarly, offset + packed.size());

@@ -23,7 +23,7 @@ constexpr int kLastMajor = 10;
 
 Result<Version> parseVersion(std::string_view text) {
   if (text.substr(0, kHeaderMark.size()) != kHeaderMark) {
-    return fail("not a JT file: the header does not begin with \"Version\"", 0);
+    return fail("not a JT file: the header does not begin with \"Version\"");
   }
   std::size_t at = kHeaderMark.size();
   while (at < text.size() && text[at] == ' ') ++at;
@@ -140,9 +140,9 @@ bool beginsWithElement(ByteReader reader) {
 }
 
 Error tooShort(const Prefix& prefix) {
-  return {"compressed data are " + std::to_string(prefix.stated_bytes + prefix.missing_bytes) +
-              " bytes, but only " + std::to_string(prefix.stated_bytes) + " are left in the segment",
-          prefix.offset};
+  return makeError("compressed data are " + std::to_string(prefix.stated_bytes + prefix.missing_bytes) +
+                       " bytes, but only " + std::to_string(prefix.stated_bytes) + " are left in the segment",
+                   prefix.offset);
 }
 
 // Data that are not compressed are a sequence of elements.
@@ -189,10 +189,16 @@ struct Unpacked {
   bool lacks_checksum = false;
 };
 
-Error overBudget(const WorkBudget& budget, std::uint64_t offset) {
-  return {
+Error overBudget(std::string what, std::uint64_t offset) {
+  Error error = makeError(std::move(what), offset);
+  error.is_over_budget = true;
+  return error;
+}
+
+Error unpacksTooMuch(const WorkBudget& budget, std::uint64_t offset) {
+  return overBudget(
       "the model unpacks to more than " + std::to_string(budget.unpackedLimit()) + " bytes (--max-unpacked)",
-      offset, true};
+      offset);
 }
 
 Result<Unpacked> unpack(Compression compression, std::span<const std::byte> packed, std::uint64_t offset,
@@ -200,7 +206,7 @@ Result<Unpacked> unpack(Compression compression, std::span<const std::byte> pack
   Unpacked unpacked;
   const std::uint64_t left = budget == nullptr ? kMaximumUnpackedBytes : budget->mayUnpack();
   const bool is_short = left < kMaximumUnpackedBytes;
-  if (left == 0) return tl::unexpected<Error>(overBudget(*budget, offset));
+  if (left == 0) return tl::unexpected<Error>(unpacksTooMuch(*budget, offset));
   const std::size_t limit = is_short ? static_cast<std::size_t>(left) : kMaximumUnpackedBytes;
   std::size_t came_out = 0;
   auto bytes = compression == Compression::Zlib
@@ -208,7 +214,8 @@ Result<Unpacked> unpack(Compression compression, std::span<const std::byte> pack
                    : unpackLzma(packed, offset, limit, &unpacked.lacks_checksum, &came_out);
   if (budget != nullptr) budget->unpacked(came_out, !bytes);
   if (!bytes) {
-    return tl::unexpected<Error>(is_short && came_out > limit ? overBudget(*budget, offset) : bytes.error());
+    return tl::unexpected<Error>(is_short && came_out > limit ? unpacksTooMuch(*budget, offset)
+                                                              : bytes.error());
   }
   unpacked.bytes = std::move(*bytes);
   return unpacked;
@@ -246,7 +253,7 @@ const char* compressionName(Compression compression) {
 
 Result<Version> JtFile::readVersion(std::string_view program_path) {
   const auto file = loftbay::host::openFile(program_path, "rb");
-  if (!file) return fail("cannot be opened", 0);
+  if (!file) return fail("cannot be opened");
   char text[kHeaderTextBytes];
   const std::size_t size = std::fread(text, 1, sizeof text, file.get());
   return parseVersion({text, size});
@@ -254,7 +261,7 @@ Result<Version> JtFile::readVersion(std::string_view program_path) {
 
 Result<std::unique_ptr<JtFile>> JtFile::open(std::string_view program_path) {
   auto source = ByteSource::open(program_path);
-  if (!source) return tl::unexpected<Error>(source.error());
+  if (!source) return passOn(source);
   return over(std::move(*source));
 }
 
@@ -266,9 +273,9 @@ Result<std::unique_ptr<JtFile>> JtFile::over(ByteSource source) {
   std::unique_ptr<JtFile> file(new JtFile);
   file->source_ = std::move(source);
   const auto contents_offset = file->readHeader();
-  if (!contents_offset) return tl::unexpected<Error>(contents_offset.error());
+  if (!contents_offset) return passOn(contents_offset);
   auto contents = readContents(file->source_, file->order_, *contents_offset, file->hasWideOffsets());
-  if (!contents) return tl::unexpected<Error>(contents.error());
+  if (!contents) return passOn(contents);
   file->contents_ = std::move(*contents);
   file->starts_.push_back(*contents_offset);
   const auto& entries = file->contents_.entries;
@@ -282,17 +289,16 @@ Result<std::unique_ptr<JtFile>> JtFile::over(ByteSource source) {
 
 Result<std::uint64_t> JtFile::readHeader() {
   const auto read = source_.read(0, std::min<std::uint64_t>(source_.size(), kMostHeaderBytes));
-  if (!read) return tl::unexpected<Error>(read.error());
+  if (!read) return passOn(read);
   const std::span<const std::byte> bytes = read->bytes;
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
                               std::min(bytes.size(), kHeaderTextBytes));
   const auto version = parseVersion(text);
-  if (!version) return tl::unexpected<Error>(version.error());
+  if (!version) return passOn(version);
   version_ = *version;
   if (version_ < kFirstVersion || version_.major > kLastMajor) {
     return fail("JT " + std::to_string(version_.major) + "." + std::to_string(version_.minor) +
-                    " is not supported; 8.0 to 10.x are",
-                0);
+                " is not supported; 8.0 to 10.x are");
   }
   if (bytes.size() <= kHeaderTextBytes) return fail("the file is cut off inside its header", bytes.size());
   header_text_ = trimmed(text);
@@ -340,7 +346,7 @@ Result<JtFile::Extent> JtFile::extentOf(const TocEntry& entry) const {
                 entry.offset);
   }
   const auto header = readSegmentHeader(source_, order_, entry.offset);
-  if (!header) return tl::unexpected<Error>(header.error());
+  if (!header) return passOn(header);
   const bool same_id = header->id == entry.id;
   if (!same_id && header->type != entry.type) {
     return fail("its header names another segment, " + header->id.text(), entry.offset);
@@ -384,9 +390,15 @@ Result<Segment> JtFile::segment(const TocEntry& entry) const {
 }
 
 Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
-  const std::string where = "segment " + entry.id.text();
+  auto segment = readUnnamed(entry);
+  if (segment) return segment;
+  // What fails so far is told by its place in the file.
+  return tl::unexpected<Error>(segment.error().ofSegment({entry.id, entry.type}, OffsetIn::File));
+}
+
+Result<Segment> JtFile::readUnnamed(const TocEntry& entry) const {
   const auto extent = extentOf(entry);
-  if (!extent) return tl::unexpected<Error>(extent.error().in(where));
+  if (!extent) return passOn(extent);
   Segment segment;
   segment.id = entry.id;
   segment.type = entry.type;
@@ -394,12 +406,12 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   const std::size_t reach_bytes = extent->reach_bytes - kSegmentHeaderBytes;
   if (budget_ != nullptr && !budget_->read(reach_bytes)) {
     const std::string limit = std::to_string(budget_->readLimit());
-    const Error error{"more than " + limit + " bytes are read from the file (no option raises this limit)",
-                      segment.base_offset, true};
-    return tl::unexpected<Error>(error.in(where));
+    return tl::unexpected<Error>(
+        overBudget("more than " + limit + " bytes are read from the file (no option raises this limit)",
+                   segment.base_offset));
   }
   auto read = source_.read(segment.base_offset, reach_bytes);
-  if (!read) return tl::unexpected<Error>(read.error().in(where));
+  if (!read) return passOn(read);
   segment.reach = read->bytes;
   segment.stored = std::move(read->memory);
   const std::size_t stated = extent->stated_bytes - kSegmentHeaderBytes;
@@ -411,7 +423,7 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   if (!prefix || (!packed && prefix->exceeds_segment)) {
     const ByteReader data(segment.reach, order_, segment.base_offset);
     if (!mustHavePrefix(entry.type) || beginsWithElement(data)) return segment;
-    if (!prefix) return tl::unexpected<Error>(prefix.error().in(where));
+    if (!prefix) return passOn(prefix);
   }
   if (!packed) {
     // A type that may lack the prefix is handed out whole: what looks like a prefix may be data.
@@ -424,9 +436,10 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   }
   auto unpacked = unpack(*prefix, budget_.get());
   if (!unpacked) {
-    return tl::unexpected<Error>(
-        (prefix->missing_bytes > 0 && !unpacked.error().is_over_budget ? tooShort(*prefix) : unpacked.error())
-            .in(where));
+    if (prefix->missing_bytes > 0 && !unpacked.error().is_over_budget) {
+      return tl::unexpected<Error>(tooShort(*prefix));
+    }
+    return passOn(unpacked);
   }
   segment.compression = prefix->compression;
   if (unpacked->lacks_checksum) {
@@ -438,6 +451,11 @@ Result<Segment> JtFile::readSegment(const TocEntry& entry) const {
   segment.reach = segment.data;
   segment.base_offset = 0;
   return segment;
+}
+
+Error Segment::named(const Error& error) const {
+  const bool is_inflated = compression == Compression::Zlib || compression == Compression::Lzma;
+  return error.ofSegment({id, type}, is_inflated ? OffsetIn::Inflated : OffsetIn::File);
 }
 
 bool JtFile::goesBeyondEnd(const TocEntry& entry) const {

@@ -47,6 +47,9 @@ struct Segment {
   std::span<const std::byte> reach;
   std::string note;  // a fault that cost no data, for a note; empty when there is none
 
+  // An error of reading `data`, with this segment in it.
+  [[nodiscard]] Error named(const Error& error) const;
+
   Segment() = default;
   Segment(Segment&&) = default;  // moving keeps the storage, so `data` stays valid
   Segment& operator=(Segment&&) = default;
@@ -104,6 +107,8 @@ class JtFile {
   };
   [[nodiscard]] Result<Extent> extentOf(const TocEntry& entry) const;
   [[nodiscard]] Result<Segment> readSegment(const TocEntry& entry) const;
+  // Errors do not name the segment yet.
+  [[nodiscard]] Result<Segment> readUnnamed(const TocEntry& entry) const;
   [[nodiscard]] bool goesBeyondEnd(const TocEntry& entry) const;
 
   ByteSource source_;

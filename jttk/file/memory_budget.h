@@ -19,16 +19,15 @@ class MemoryBudget {
 
   // Takes what `count` things of `size` bytes each need. Fails, and takes nothing, where that is more than is
   // left; `offset` goes into the message.
-  Result<void> take(std::uint64_t count, std::uint64_t size, std::uint64_t offset) {
-    const std::uint64_t left = limit_ > taken_ ? limit_ - taken_ : 0;
-    if (size != 0 && count > left / size) {
-      return fail("more memory is asked for than the limit of " + std::to_string(limit_) +
-                      " bytes leaves (--max-memory)",
-                  offset);
-    }
-    taken_ += count * size;
-    asked_ += count * size;
-    return {};
+  Result<void> take(std::uint64_t count, std::uint64_t size, std::uint64_t offset,
+                    CheckPlace check = CheckPlace::current()) {
+    if (takeIfLeft(count, size)) return {};
+    return fail(tooMuch(), offset, check);
+  }
+  // The same for memory that no byte of the file asks for.
+  Result<void> take(std::uint64_t count, std::uint64_t size, CheckPlace check = CheckPlace::current()) {
+    if (takeIfLeft(count, size)) return {};
+    return fail(tooMuch(), check);
   }
   // Gives back what was taken since `earlier` (a value of taken()), except for `kept` bytes.
   void giveBackTo(std::uint64_t earlier, std::uint64_t kept = 0) noexcept {
@@ -44,6 +43,18 @@ class MemoryBudget {
   void setLimit(std::uint64_t limit_bytes) noexcept { limit_ = limit_bytes; }
 
  private:
+  bool takeIfLeft(std::uint64_t count, std::uint64_t size) noexcept {
+    const std::uint64_t left = limit_ > taken_ ? limit_ - taken_ : 0;
+    if (size != 0 && count > left / size) return false;
+    taken_ += count * size;
+    asked_ += count * size;
+    return true;
+  }
+  [[nodiscard]] std::string tooMuch() const {
+    return "more memory is asked for than the limit of " + std::to_string(limit_) +
+           " bytes leaves (--max-memory)";
+  }
+
   std::uint64_t limit_;
   std::uint64_t taken_ = 0;
   std::uint64_t asked_ = 0;

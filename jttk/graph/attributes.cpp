@@ -106,7 +106,7 @@ bool isLight(const Guid& guid) { return guid == object_id::kInfiniteLight || gui
 
 bool isTexture(const Guid& guid) { return guid == object_id::kTextureImage; }
 
-bool readAttribute(Element& element, AttributeKind kind, Version version, SceneGraph& graph) {
+Result<void> readAttribute(Element& element, AttributeKind kind, Version version, SceneGraph& graph) {
   ByteReader& body = element.body;
   Attribute attribute;
   attribute.kind = kind;
@@ -118,23 +118,23 @@ bool readAttribute(Element& element, AttributeKind kind, Version version, SceneG
     attribute.final_fields = body.u32("final fields");
     if (hasPaletteIndex(body, kind, base_version)) body.skip(kPaletteBytes, "palette index");
   }
-  if (!body.ok() && kind != AttributeKind::Other) return false;
+  if (!body.ok() && kind != AttributeKind::Other) return body.unexpected();
   if (kind == AttributeKind::Transform) {
     TransformElements elements{};
     if (!readTransform(body, version, elements)) {
       body.setFailed("transform", "has fewer values than its mask says");
-      return false;
+      return body.unexpected();
     }
     attribute.value = static_cast<std::uint32_t>(graph.transforms.size());
     graph.transforms.push_back(elements);
   } else if (kind == AttributeKind::Material) {
     MaterialValues material;
-    if (!readMaterial(body, version, material)) return false;
+    if (!readMaterial(body, version, material)) return body.unexpected();
     attribute.value = static_cast<std::uint32_t>(graph.materials.size());
     graph.materials.push_back(material);
   }
   graph.attributes.push_back(attribute);
-  return true;
+  return {};
 }
 
 }  // namespace jttk

@@ -16,8 +16,8 @@ std::optional<AttributeKind> attributeKind(const Guid& guid);
 [[nodiscard]] bool isLight(const Guid& guid);  // a light itself, not a set of lights
 [[nodiscard]] bool isTexture(const Guid& guid);
 
-// Reads the element's body and appends the attribute to the graph. False when the body does not hold one;
-// the graph is unchanged then and the element's reader has the reason.
-bool readAttribute(Element& element, AttributeKind kind, Version version, SceneGraph& graph);
+// Reads the element's body and appends the attribute to the graph. Fails when the body does not hold one;
+// the graph is unchanged then.
+Result<void> readAttribute(Element& element, AttributeKind kind, Version version, SceneGraph& graph);
 
 }  // namespace jttk

@@ -93,7 +93,7 @@ class Linker {
     }
   }
 
-  void report(std::uint32_t node, std::string text) { graph_.addDamage(node, {std::move(text), 0}); }
+  void report(std::uint32_t node, std::string text) { graph_.addDamage(node, makeError(std::move(text))); }
 
   SceneGraph& graph_;
   std::vector<Visit> visits_;

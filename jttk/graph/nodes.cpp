@@ -123,8 +123,8 @@ std::optional<NodeKind> nodeKindOfBaseType(std::uint8_t base_type) {
   return std::nullopt;
 }
 
-bool readNode(Element& element, NodeKind kind, Version version, SceneGraph& graph,
-              std::vector<std::int32_t>& attribute_ids) {
+Result<void> readNode(Element& element, NodeKind kind, Version version, SceneGraph& graph,
+                      std::vector<std::int32_t>& attribute_ids) {
   const std::size_t attributes_before = attribute_ids.size();
   const std::size_t children_before = graph.child_ids.size();
   ByteReader& body = element.body;
@@ -149,10 +149,10 @@ bool readNode(Element& element, NodeKind kind, Version version, SceneGraph& grap
   if (!body.ok()) {
     attribute_ids.resize(attributes_before);
     graph.child_ids.resize(children_before);
-    return false;
+    return body.unexpected();
   }
   graph.nodes.push_back(node);
-  return true;
+  return {};
 }
 
 }  // namespace jttk

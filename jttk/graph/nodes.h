@@ -16,9 +16,9 @@ std::optional<NodeKind> nodeKind(const Guid& guid);
 std::optional<NodeKind> nodeKindOfBaseType(std::uint8_t base_type);
 
 // Reads the element's body and appends the node to the graph. `attribute_ids` gets the ids of its attributes
-// (Node::attributes is a range of it until they are resolved). False when the body does not hold what a node
-// of this kind needs; the graph is unchanged then and the element's reader has the reason.
-bool readNode(Element& element, NodeKind kind, Version version, SceneGraph& graph,
-              std::vector<std::int32_t>& attribute_ids);
+// (Node::attributes is a range of it until they are resolved). Fails when the body does not hold what a node
+// of this kind needs; the graph is unchanged then.
+Result<void> readNode(Element& element, NodeKind kind, Version version, SceneGraph& graph,
+                      std::vector<std::int32_t>& attribute_ids);
 
 }  // namespace jttk

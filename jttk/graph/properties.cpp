@@ -108,7 +108,7 @@ std::vector<Atom> readAtoms(ByteReader& reader, Version version, SceneGraph& gra
     atom.id = element.id;
     if (element.kind == object_id::kStringAtom || element.kind == object_id::kLateLoadedAtom) {
       readAtom(element, version, graph, atom);
-      if (!element.body.ok()) graph.addDamage(kNone, element.body.error().in("property"));
+      if (!element.body.ok()) graph.addDamage(kNone, element.body.error().ofElement("property"));
     }
     atoms.push_back(atom);
   }
@@ -143,10 +143,9 @@ void readPropertyTable(ByteReader& reader, const std::vector<Atom>& atoms,
       if (key == nullptr || value == nullptr) continue;
       hang(node, *key, *value, graph);
       if (value->kind == Atom::Kind::Segment && value->rival != Guid{} && mayBeGeometry(*value)) {
-        graph.addDamage(index, {"property atom " + std::to_string(value_id) +
-                                    " is there twice, with segment " + value->segment.text() +
-                                    " and with segment " + value->rival.text() + "; the first is used",
-                                0});
+        graph.addDamage(index, makeError("property atom " + std::to_string(value_id) +
+                                         " is there twice, with segment " + value->segment.text() +
+                                         " and with segment " + value->rival.text() + "; the first is used"));
       }
     }
     node.properties = {properties, static_cast<std::uint32_t>(graph.properties.size()) - properties};

@@ -22,15 +22,15 @@ void readGraphElements(ByteReader& reader, Version version, SceneGraph& graph,
   while (elements.next(element)) {
     const std::string where = " element " + std::to_string(element.id);
     if (const auto kind = nodeKind(element.kind)) {
-      if (!readNode(element, *kind, version, graph, attribute_ids)) {
+      if (const auto read = readNode(element, *kind, version, graph, attribute_ids); !read) {
         graph.unread_nodes.push_back(element.id);
-        graph.addDamage(kNone, element.body.error().in(kindName(*kind) + where));
+        graph.addDamage(kNone, read.error().ofElement(kindName(*kind) + where));
       }
     } else if (const auto attribute = attributeKind(element.kind)) {
       graph.lights += isLight(element.kind) ? 1U : 0U;
       graph.textures += isTexture(element.kind) ? 1U : 0U;
-      if (!readAttribute(element, *attribute, version, graph)) {
-        graph.addDamage(kNone, element.body.error().in("attribute" + where));
+      if (const auto read = readAttribute(element, *attribute, version, graph); !read) {
+        graph.addDamage(kNone, read.error().ofElement("attribute" + where));
       }
     } else {
       graph.unknown.push_back({element.id, element.kind});
@@ -48,9 +48,8 @@ IndexById indexNodes(SceneGraph& graph) {
   std::sort(index.begin(), index.end());
   for (std::size_t i = 1; i < index.size(); ++i) {
     if (index[i].first != index[i - 1].first || (i > 1 && index[i - 2].first == index[i].first)) continue;
-    graph.addDamage(
-        index[i].second,
-        {"node id " + std::to_string(index[i].first) + " is used more than once; the first holds", 0});
+    graph.addDamage(index[i].second, makeError("node id " + std::to_string(index[i].first) +
+                                               " is used more than once; the first holds"));
   }
   return index;
 }
@@ -63,8 +62,9 @@ Result<SceneGraph> readSceneGraph(const Segment& segment, Version version, ByteO
   std::vector<std::int32_t> attribute_ids;
   readGraphElements(reader, version, graph, attribute_ids);
   if (graph.nodes.empty()) {
-    if (!graph.damage.empty()) return tl::unexpected<Error>(graph.damage.front().error.in("scene graph"));
-    return fail("scene graph: has no node", segment.base_offset);
+    const Error error =
+        graph.damage.empty() ? makeError("has no node", segment.base_offset) : graph.damage.front().error;
+    return tl::unexpected<Error>(segment.named(error.ofElement("scene graph")));
   }
   std::sort(graph.unknown.begin(), graph.unknown.end(),
             [](const UnknownElement& a, const UnknownElement& b) { return a.id < b.id; });
@@ -78,6 +78,7 @@ Result<SceneGraph> readSceneGraph(const Segment& segment, Version version, ByteO
   graph.root = findRoot(graph);
   linkNodes(graph);
   reportUnreachable(graph);
+  for (GraphDamage& damage : graph.damage) damage.error = segment.named(damage.error);
   return graph;
 }
 

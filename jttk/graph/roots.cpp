@@ -38,7 +38,7 @@ std::uint32_t standIn(const SceneGraph& graph, const std::vector<std::uint32_t>&
   return free.empty() ? 0 : free.front();
 }
 
-void report(SceneGraph& graph, std::string text) { graph.addDamage(kNone, {std::move(text), 0}); }
+void report(SceneGraph& graph, std::string text) { graph.addDamage(kNone, makeError(std::move(text))); }
 
 }  // namespace
 

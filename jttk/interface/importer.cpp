@@ -16,7 +16,7 @@ JtkEntity* Importer::importFile(const JtkString& path) {
   if (!document) {
     const Error& error = document.error();
     const std::string file = loftbay::host::toHostPath(path.text());
-    const std::string reason = file + ": " + (error.offset == 0 ? error.what : error.text());
+    const std::string reason = file + ": " + error.text();
     diag::programSeams().observer->lost(file, reason);
     JtkInfo::post(JtkInfo::JtkERRORS) << loftbay::host::shownText(reason) << '\n';
     return nullptr;

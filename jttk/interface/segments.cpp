@@ -83,7 +83,7 @@ void decodeShape(const JtFile& file, const Segment& segment, SegmentContents& co
   if (shape) {
     addFacts(*shape, contents);
   } else {
-    contents.failure = shape.error().text();
+    contents.failure = shape.error().textInSegment();
   }
 }
 

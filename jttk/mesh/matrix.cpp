@@ -26,13 +26,13 @@ Matrix homogenised(const Matrix& matrix) {
   return divided;
 }
 
-const char* faultOf(const Matrix& matrix) {
+Result<void> checkPlaces(const Matrix& matrix) {
   const Matrix m = homogenised(matrix);
   const auto is_number = [](double value) { return std::abs(value) <= std::numeric_limits<float>::max(); };
-  if (!std::all_of(m.begin(), m.end(), is_number)) return "has elements that are no finite numbers";
-  if (m[15] == 0) return "has 0 as element 15, by which the others are divided";
+  if (!std::all_of(m.begin(), m.end(), is_number)) return fail("has elements that are no finite numbers");
+  if (m[15] == 0) return fail("has 0 as element 15, by which the others are divided");
   if (std::max({std::abs(m[3]), std::abs(m[7]), std::abs(m[11])}) > kNoise) {
-    return "is a perspective, which no scene can hold";
+    return fail("is a perspective, which no scene can hold");
   }
   // det / |cofactors| is a lower bound of the smallest singular value, |elements| an upper bound of the
   // largest.
@@ -43,7 +43,8 @@ const char* faultOf(const Matrix& matrix) {
   double cofactors = 0;
   for (const double cofactor : cofactors3(m)) cofactors += squared(cofactor);
   const bool is_flat = !(std::abs(determinant3(m)) > kFlat * std::sqrt(elements) * std::sqrt(cofactors));
-  return is_flat ? "flattens what it places" : nullptr;
+  if (is_flat) return fail("flattens what it places");
+  return {};
 }
 
 }  // namespace jttk

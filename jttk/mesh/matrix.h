@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "jttk/file/error.h"
+
 namespace jttk {
 
 using Matrix = std::array<double, 16>;
@@ -40,7 +42,8 @@ inline std::array<double, 9> cofactors3(const Matrix& m) {
 // rounding.
 [[nodiscard]] Matrix homogenised(const Matrix& matrix);
 
-// Why nothing can be placed by the matrix as it stands ("flattens …"); null when it can.
-[[nodiscard]] const char* faultOf(const Matrix& matrix);
+// Fails where nothing can be placed by the matrix as it stands; the error goes on after the matrix's name
+// ("flattens …").
+[[nodiscard]] Result<void> checkPlaces(const Matrix& matrix);
 
 }  // namespace jttk

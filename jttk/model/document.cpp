@@ -16,6 +16,8 @@ Result<SceneGraph> readToItsEnd(const Segment& segment, Version version, ByteOrd
   Result<SceneGraph> graph = readSceneGraph(segment, version, order);
   if ((graph && !graph->is_cut_off) || segment.reach.size() <= segment.data.size()) return graph;
   Segment longer;
+  longer.id = segment.id;
+  longer.type = segment.type;
   longer.data = segment.reach;
   longer.base_offset = segment.base_offset;
   Result<SceneGraph> whole = readSceneGraph(longer, version, order);
@@ -26,9 +28,9 @@ Result<SceneGraph> readToItsEnd(const Segment& segment, Version version, ByteOrd
 Result<SceneGraph> readGraph(const TocEntry& entry, Document& document) {
   const JtFile& jt = *document.file;
   const Result<Segment> segment = jt.segment(entry);
-  if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
+  if (!segment) return passOn(segment);
   Result<SceneGraph> graph = readToItsEnd(*segment, jt.version(), jt.byteOrder());
-  if (!graph) return tl::unexpected<Error>(graph.error().in(placeOf(entry)));
+  if (!graph) return passOn(graph);
   if (!segment->note.empty()) document.notes.push_back(placeOf(entry) + ": " + segment->note);
   return graph;
 }
@@ -50,7 +52,7 @@ Result<SceneGraph> readAnyGraph(const TocEntry& named, Document& document) {
 
 Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::unique_ptr<JtFile>> file,
                                          std::shared_ptr<WorkBudget> budget) {
-  if (!file) return tl::unexpected<Error>(file.error());
+  if (!file) return passOn(file);
   auto document = std::make_unique<Document>();
   document->path = path;
   document->file = std::move(*file);
@@ -59,10 +61,10 @@ Result<std::unique_ptr<Document>> finish(const std::string& path, Result<std::un
   const JtFile& jt = *document->file;
   const TocEntry* entry = jt.sceneGraph();
   if (entry == nullptr) {
-    return fail("the table of contents does not list the scene graph segment " + jt.sceneGraphId().text(), 0);
+    return fail("the table of contents does not list the scene graph segment " + jt.sceneGraphId().text());
   }
   Result<SceneGraph> graph = readAnyGraph(*entry, *document);
-  if (!graph) return tl::unexpected<Error>(graph.error());
+  if (!graph) return passOn(graph);
   document->graph = std::move(*graph);
   return document;
 }

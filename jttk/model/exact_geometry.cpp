@@ -99,9 +99,7 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::arrays(const TessValues& value
       before = found;
       if (!is_new) continue;
       std::string where = loftbay::host::toHostPath(document.path);
-      // A segment that cannot be read at all is named by its reason.
-      const std::string segment = "segment " + found->id.text() + ": ";
-      where.append(": ").append(reason.starts_with(segment) ? "" : segment).append(reason);
+      where.append(": segment ").append(found->id.text()).append(": ").append(reason);
       if (quietly && !arrays_) {
         model_.library().note(
             std::string(part_name).append(": the facets of the file are used: ").append(where));
@@ -153,7 +151,7 @@ std::shared_ptr<const ShapeArrays> ExactGeometry::make(const TessValues& values,
         losses.not_unpacked = std::pair(&found, error);
         continue;
       }
-      losses.add(found, error.offset == 0 ? error.what : error.text());
+      losses.add(found, error.textInSegment());
       continue;
     }
     for (const brep::Bodies& bodies : *models) append(all, triangles(found, bodies, values, box, losses));
@@ -193,19 +191,19 @@ ShapeGeometry ExactGeometry::triangles(const Found& found, const brep::Bodies& b
 }
 
 Result<std::vector<brep::Bodies>> ExactGeometry::read(const Found& found) {
-  if (!canBeRead(found.type)) return fail(unreadText(found.type), 0);
+  if (!canBeRead(found.type)) return fail(unreadText(found.type));
   const JtFile& file = *found.node.document().file;
   const TocEntry* listed = file.find(found.id);
-  if (listed == nullptr) return fail("is not in the table of contents", 0);
+  if (listed == nullptr) return fail("is not in the table of contents");
   const Result<Segment> segment = file.segment(*listed);
-  if (!segment) return tl::unexpected<Error>(segment.error());
+  if (!segment) return passOn(segment);
   model_.library().noteSegment(found.node.document(), *segment);
   model_.library().budget().exact().spend(segment->data.size() / kBytesPerWork);
   if (static_cast<SegmentType>(found.type) == SegmentType::MultiXtBrep) {
     return brep::readMultiXtBrep(*segment, file.byteOrder());
   }
   Result<brep::Bodies> bodies = brep::readXtBrep(*segment, file.byteOrder());
-  if (!bodies) return tl::unexpected<Error>(bodies.error());
+  if (!bodies) return passOn(bodies);
   std::vector<brep::Bodies> one;
   one.push_back(*std::move(bodies));
   return one;

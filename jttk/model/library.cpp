@@ -81,7 +81,9 @@ Document* Library::open(const Reference& reference) {
   std::string reason;
   if (!found.path.empty()) {
     if (found.by_tail) noteTail(from, text, found.path);
-    if (Document* document = load(found.path, found.canonical, reason)) return document;
+    const Result<Document*> document = load(found.path, found.canonical);
+    if (document) return *document;
+    reason = host::toHostPath(found.path) + ": " + document.error().text();
   } else {
     reason = inQuotes(text).append(" ").append(whyNotRead(found.refusal));
   }
@@ -101,7 +103,7 @@ void Library::noteTail(const Document& from, const std::string& reference, const
   }
 }
 
-Document* Library::load(const std::string& path, const std::string& canonical, std::string& reason) {
+Result<Document*> Library::load(const std::string& path, const std::string& canonical) {
   const auto [entry, is_new] = documents_.try_emplace(canonical);
   if (is_new) {
     auto document = openDocument(path, main_->budget);
@@ -109,10 +111,10 @@ Document* Library::load(const std::string& path, const std::string& canonical, s
       entry->second = std::move(*document);
       reportOpened(*entry->second);
     } else {
-      failures_[canonical] = host::toHostPath(path) + ": " + document.error().text();
+      failures_.emplace(canonical, document.error());
     }
   }
-  if (!entry->second) reason = failures_[canonical];
+  if (!entry->second) return tl::unexpected<Error>(failures_.at(canonical));
   return entry->second.get();
 }
 
@@ -172,8 +174,7 @@ void Library::reportDamage(Document& document) {
   const std::string file = host::toHostPath(document.path);
   const std::string where = file + ": scene graph: ";
   for (const GraphDamage& damage : graph.damage) {
-    const std::string what = damage.error.offset == 0 ? damage.error.what : damage.error.text();
-    lost(document.nearestLabel(damage.node), where + what);
+    lost(document.nearestLabel(damage.node), where + damage.error.textInSegment());
   }
   if (graph.unlisted_damage > 0) {
     lost(document.nearestLabel(kNone),
@@ -214,9 +215,10 @@ void Library::reportLimit(Limit limit, const std::string& part, const std::strin
 void Library::lostBy(const Error& error, const std::string& part, const Document& document) {
   const std::string where = host::toHostPath(document.path) + ": ";
   if (error.is_over_budget) {
-    reportLimit(Limit::Unpacked, part, where + error.what + "; it is left out, and what is beyond");
+    reportLimit(Limit::Unpacked, part,
+                where + error.textWithoutOffset() + "; it is left out, and what is beyond");
   } else {
-    lost(part, where + (error.offset == 0 ? error.what : error.text()));
+    lost(part, where + error.text());
   }
 }
 

@@ -64,7 +64,7 @@ class Library {
   };
 
   Document* open(const Reference& reference);
-  Document* load(const std::string& path, const std::string& canonical, std::string& reason);
+  Result<Document*> load(const std::string& path, const std::string& canonical);
   void noteTail(const Document& from, const std::string& reference, const std::string& path);
   // Tells the observer that a file was opened, and what is wrong with it.
   void reportOpened(Document& document);
@@ -75,7 +75,7 @@ class Library {
   FileFinder finder_;
   const Document* main_;
   std::map<std::string, std::unique_ptr<Document>> documents_;  // by canonical path; null: cannot be read
-  std::map<std::string, std::string> failures_;                 // by canonical path
+  std::map<std::string, Error> failures_;                       // by canonical path
   std::map<Reference, Document*> references_;
   std::map<Reference, bool> reported_cycles_;
   std::deque<FileChain> chains_;

@@ -108,11 +108,12 @@ void Model::checkTransform(NodeRef ref, std::uint32_t attribute) {
   Document& document = ref.document();
   if (!document.checked_transforms.insert(attribute).second) return;
   const Attribute& transform = document.graph.attributes[attribute];
-  const char* fault = faultOf(document.graph.transforms[transform.value]);
-  if (fault == nullptr) return;
-  library_.lost(document.nearestLabel(ref.node),
-                loftbay::host::toHostPath(document.path) + ": scene graph: the transform " +
-                    std::to_string(transform.id) + " of the " + nodeText(ref.data()) + " " + fault);
+  const auto places = checkPlaces(document.graph.transforms[transform.value]);
+  if (places) return;
+  library_.lost(document.nearestLabel(ref.node), loftbay::host::toHostPath(document.path) +
+                                                     ": scene graph: the transform " +
+                                                     std::to_string(transform.id) + " of the " +
+                                                     nodeText(ref.data()) + " " + places.error().text());
 }
 
 void Model::checkCoordinates(NodeRef shape, const std::string& part_name, const ShapeGeometry& geometry) {

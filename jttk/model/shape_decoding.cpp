@@ -60,8 +60,8 @@ Result<void> takeMemoryToUse(const ShapeGeometry& geometry, MemoryBudget& memory
   constexpr std::uint64_t kBytesPerCorner = 24;
   constexpr std::uint64_t kBytesPerVertex = 64;
   const std::size_t corners = geometry.kind == PrimitiveKind::Polygons ? geometry.corner_positions.size() : 0;
-  auto taken = memory.take(corners, kBytesPerCorner, 0);
-  return taken ? memory.take(geometry.positions.size() / 3, kBytesPerVertex, 0) : taken;
+  auto taken = memory.take(corners, kBytesPerCorner);
+  return taken ? memory.take(geometry.positions.size() / 3, kBytesPerVertex) : taken;
 }
 
 }  // namespace
@@ -83,26 +83,30 @@ Result<ShapeGeometry> decodeShape(const Document& document, const Node& node, Me
   const std::string what = std::string(kindName(node.kind)) + " " + std::to_string(node.id);
   if (entry == kNone) {
     if (const LateLoaded* unread = unreadGeometry(document, node)) {
-      return fail("segment " + unread->segment.text() + ": " + unreadText(segmentType(document, *unread)), 0);
+      const auto type = static_cast<SegmentType>(segmentType(document, *unread));
+      return tl::unexpected<Error>(makeError(unreadText(segmentType(document, *unread)))
+                                       .ofSegment({unread->segment, type}, OffsetIn::Nothing));
     }
     if (countsNothing(graph, node)) return ShapeGeometry{};
-    return fail(what + " has no geometry segment", 0);
+    return fail(what + " has no geometry segment");
   }
   const Guid& id = graph.late_loaded[entry].segment;
-  const std::string where = "segment " + id.text();
   const TocEntry* listed = document.file->find(id);
-  if (listed == nullptr) return fail(where + ": is not in the table of contents", 0);
+  if (listed == nullptr) {
+    return tl::unexpected<Error>(
+        makeError("is not in the table of contents").ofSegment({id, SegmentType{}}, OffsetIn::Nothing));
+  }
   const Result<Segment> segment = document.file->segment(*listed);
-  if (!segment) return tl::unexpected<Error>(segment.error());  // names the segment
+  if (!segment) return passOn(segment);
   const std::vector<StatedExtent> stated = statedExtents(graph, node);
   Result<ShapeGeometry> geometry =
       decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), {stated, &memory});
   if (geometry) {
-    if (auto taken = takeMemoryToUse(*geometry, memory); !taken) geometry = tl::unexpected(taken.error());
+    if (auto taken = takeMemoryToUse(*geometry, memory); !taken) geometry = passOn(taken);
   }
-  if (!geometry) return tl::unexpected<Error>(geometry.error().in(where));
+  if (!geometry) return tl::unexpected<Error>(segment->named(geometry.error()));
   for (std::string* text : {&geometry->facts.doubt, &geometry->facts.coordinate_note}) {
-    if (!text->empty()) text->insert(0, where + ": ");
+    if (!text->empty()) text->insert(0, "segment " + id.text() + ": ");
   }
   return geometry;
 }

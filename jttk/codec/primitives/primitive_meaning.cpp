@@ -221,21 +221,19 @@ class Chooser {
     survey(RealPart::First, first_);
   }
 
-  // The one choice that agrees with the box; empty, and `reason` set, when there is none.
-  std::optional<Choice> choose(const StatedExtent& stated, const char*& reason) {
+  // The one choice that agrees with the box. `offset`: for messages.
+  Result<Choice> choose(const StatedExtent& stated, std::uint64_t offset) {
     agreeing_.clear();
     collect(RealPart::Last, last_, stated);
     collect(RealPart::First, first_, stated);
     if (agreeing_.empty()) {
-      reason = "its parameters do not agree with the box of its node";
-      return std::nullopt;
+      return fail("its parameters do not agree with the box of its node", offset);
     }
     const double size = extentOf(stated);
     if (areAllSame(agreeing_, size)) return agreeing_.front();
     const std::vector<Choice> best = bestByArea(stated.area);
     if (!best.empty() && areAllSame(best, size)) return best.front();
-    reason = "its parameters agree with the box of its node in more than one way";
-    return std::nullopt;
+    return fail("its parameters agree with the box of its node in more than one way", offset);
   }
 
  private:
@@ -390,16 +388,17 @@ ShapeGeometry makeMesh(const PrimitiveSet& set, const Choice& choice) {
 
 Result<ShapeGeometry> meshOfPrimitives(const PrimitiveSet& set, std::span<const StatedExtent> stated,
                                        std::uint64_t offset) {
-  const char* reason = "its node states no box, by which its parameters could be understood";
-  if (stated.empty()) return fail(reason, offset);
+  if (stated.empty()) {
+    return fail("its node states no box, by which its parameters could be understood", offset);
+  }
   if (cornersOf(set, kFewestCircleSides) > kMaximumCorners) {
     return fail("there are too many primitives: " + std::to_string(set.primitives.size()), offset);
   }
   Chooser chooser(set);
-  for (const StatedExtent& extent : stated) {
-    if (const auto choice = chooser.choose(extent, reason)) return makeMesh(set, *choice);
-  }
-  return fail(reason, offset);
+  Result<Choice> choice = chooser.choose(stated.front(), offset);
+  for (std::size_t i = 1; i < stated.size() && !choice; ++i) choice = chooser.choose(stated[i], offset);
+  if (!choice) return passOn(choice);
+  return makeMesh(set, *choice);
 }
 
 }  // namespace jttk

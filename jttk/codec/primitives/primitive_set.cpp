@@ -119,7 +119,7 @@ void readFloats(ByteReader& in, std::array<float, n>& values) {
 Result<std::vector<Primitive>> readLossless(ByteReader& in, const Header& header) {
   const std::uint64_t offset = in.offset();
   const Result<Block> block = readBlock(in);
-  if (!block) return tl::unexpected<Error>(block.error());
+  if (!block) return passOn(block);
   // Place, size, rotation, colour, type, reserved.
   const std::size_t record_bytes = (3 + 3 + 4 + (header.has_colors ? 3 : 0) + 2) * sizeof(float);
   if (block->bytes.size() % record_bytes != 0) {
@@ -266,7 +266,7 @@ Result<std::vector<Primitive>> readLossy(ByteReader& in, Version version, const 
   if (done) done = reader.read("rotations", &Primitive::rotation, primitives);
   if (done && header.has_colors) done = reader.readColors(primitives);
   if (done) done = reader.readTypes(primitives);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   if (!in.ok()) return in.unexpected();
   if (in.remaining() == 0) return primitives;
   return fail("primitives: " + std::to_string(in.remaining()) + " bytes are left over", in.offset());
@@ -279,18 +279,21 @@ bool allFinite(const std::array<float, n>& values) {
   return std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
 }
 
-const char* faultOf(const Primitive& primitive, bool has_colors, double length_slack) {
+Result<void> checkPrimitive(const Primitive& primitive, bool has_colors, double length_slack,
+                            std::uint64_t offset) {
   if (!allFinite(primitive.origin) || !allFinite(primitive.size) || !allFinite(primitive.rotation)) {
-    return "has a number that is not finite";
+    return fail("has a number that is not finite", offset);
   }
   double squared = 0;
   for (const float component : primitive.rotation) squared += double{component} * component;
-  if (std::abs(std::sqrt(squared) - 1) > length_slack) return "has a rotation that is none";
+  if (std::abs(std::sqrt(squared) - 1) > length_slack) {
+    return fail("has a rotation that is none", offset);
+  }
   const auto is_off = [](float value) { return !(value >= -kColorSlack && value <= 1 + kColorSlack); };
   if (has_colors && std::any_of(primitive.color.begin(), primitive.color.end(), is_off)) {
-    return "has a colour that is none";
+    return fail("has a colour that is none", offset);
   }
-  return nullptr;
+  return {};
 }
 
 Result<PrimitiveSet> decodeForm(ByteReader in, Version version, const Form& form) {
@@ -298,12 +301,13 @@ Result<PrimitiveSet> decodeForm(ByteReader in, Version version, const Form& form
   const Header header = readHeader(in, version, form);
   if (!in.ok()) return in.unexpected();
   auto primitives = header.place_bits == 0 ? readLossless(in, header) : readLossy(in, version, header);
-  if (!primitives) return tl::unexpected<Error>(primitives.error());
+  if (!primitives) return passOn(primitives);
   if (primitives->empty()) return fail("there are no primitives", offset);
   const double slack = header.place_bits == 0 ? kLosslessLength : kLossyLength;
   for (std::size_t i = 0; i < primitives->size(); ++i) {
-    if (const char* fault = faultOf((*primitives)[i], header.has_colors, slack)) {
-      return fail("primitive " + std::to_string(i) + " " + fault, offset);
+    if (auto sound = checkPrimitive((*primitives)[i], header.has_colors, slack, offset); !sound) {
+      sound.error().what.insert(0, "primitive " + std::to_string(i) + " ");
+      return passOn(sound);
     }
   }
   return PrimitiveSet{std::move(*primitives), header.has_colors, header.place_bits, header.color_bits};

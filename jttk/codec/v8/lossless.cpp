@@ -63,7 +63,7 @@ Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes, MemoryBudget&
                 offset);
   }
   // The records themselves, and the arrays that are made of them.
-  if (auto taken = memory.take(size, 3, offset); !taken) return tl::unexpected(taken.error());
+  if (auto taken = memory.take(size, 3, offset); !taken) return passOn(taken);
   Block block;
   const std::uint64_t packed_offset = in.offset();
   const std::span<const std::byte> bytes =
@@ -140,7 +140,7 @@ Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geome
   const std::size_t most_corners =
       listed_corners.value_or(std::min(context.values_left, context.most_corners));
   const Result<Block> block = readBlock(in, most_corners * kMostRecordFloats * kFloatBytes, *context.memory);
-  if (!block) return tl::unexpected(block.error());
+  if (!block) return passOn(block);
   const std::size_t size = block->bytes.size();
   const std::optional<RecordLayout> layout = layoutOf(context.bindings, size, listed_corners);
   if (!layout) {

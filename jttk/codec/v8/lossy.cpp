@@ -101,7 +101,7 @@ Result<void> readPositions(ByteReader& in, Context& context, ShapeGeometry& geom
     }
   }
   const Result<std::size_t> count = readCount(in, context.values_left, "vertex count");
-  if (!count) return tl::unexpected(count.error());
+  if (!count) return passOn(count);
   constexpr std::array kNames = {"x codes", "y codes", "z codes"};
   // Without vertices nothing else follows.
   if (*count == 0) return {};
@@ -120,7 +120,7 @@ Result<void> readNormals(ByteReader& in, Context& context, std::vector<float>& n
   const std::uint64_t offset = in.offset();
   const std::uint32_t bits = in.u8("normal bits");
   const Result<std::size_t> count = readCount(in, context.values_left, "normal count");
-  if (!count) return tl::unexpected(count.error());
+  if (!count) return passOn(count);
   if (bits < 1 || bits > kMaximumNormalBits) {
     return fail("normals: angles of " + std::to_string(bits) + " bits", offset);
   }
@@ -146,7 +146,7 @@ Result<void> readTextureCoordinates(ByteReader& in, Context& context, std::vecto
   std::array<UniformQuantizer, 2> quantizers;
   for (UniformQuantizer& quantizer : quantizers) quantizer = readQuantizer(in);
   const Result<std::size_t> count = readCount(in, context.values_left, "texture coordinate count");
-  if (!count) return tl::unexpected(count.error());
+  if (!count) return passOn(count);
   constexpr std::array kNames = {"u codes", "v codes"};
   Records records{coordinates, *count, 3};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
@@ -166,7 +166,7 @@ Result<void> readColors(ByteReader& in, Context& context, std::vector<float>& co
         hsv != 0 ? UniformQuantizer{0.0F, kHsvMaximum[i], readBits(in, "colour bits")} : readQuantizer(in);
   }
   const Result<std::size_t> count = readCount(in, context.values_left, "colour count");
-  if (!count) return tl::unexpected(count.error());
+  if (!count) return passOn(count);
   constexpr std::array kNames = {"red or hue codes", "green or saturation codes", "blue or value codes",
                                  "alpha codes"};
   Records records{colors, *count, 4};

@@ -45,7 +45,7 @@ Result<std::size_t> readValueCount(ByteReader& in, const Limits& limits) {
                 offset);
   }
   auto taken = limits.memory.take(static_cast<std::uint32_t>(count), sizeof(std::int32_t), offset);
-  if (!taken) return tl::unexpected(taken.error());
+  if (!taken) return passOn(taken);
   return static_cast<std::size_t>(count);
 }
 
@@ -60,7 +60,7 @@ Result<CodeTextHeader> readCodeTextHeader(ByteReader& in, const Limits& limits, 
   CodeTextHeader header;
   header.bit_count = in.count("code text length", 0);
   const Result<std::size_t> value_count = readValueCount(in, limits);
-  if (!value_count) return tl::unexpected(value_count.error());
+  if (!value_count) return passOn(value_count);
   header.value_count = *value_count;
   header.symbol_count = *value_count;
   if (has_symbol_count) {
@@ -95,7 +95,7 @@ Result<void> decodeNull(ByteReader& in, const Limits& limits, Values& values) {
   // Checked against the bytes left first, so that the error names these and not the caller's limit.
   if (ByteReader ahead = in; ahead.count("value count", 4) == 0 && !ahead.ok()) return ahead.unexpected();
   const Result<std::size_t> count = readValueCount(in, limits);
-  if (!count) return tl::unexpected(count.error());
+  if (!count) return passOn(count);
   values.resize(*count);
   for (std::int32_t& value : values) value = in.i32("value");
   return {};
@@ -103,7 +103,7 @@ Result<void> decodeNull(ByteReader& in, const Limits& limits, Values& values) {
 
 // A bit per value: 0 keeps the width, 1 changes it. After the 1 stands the direction (1 wider, 0 narrower);
 // each repetition of the direction is a step of 2 bits more, and the other bit ends the change.
-const char* decodeBitLengths(BitReader& bits, std::span<std::int32_t> values) {
+Result<void> decodeBitLengths(BitReader& bits, std::uint64_t offset, std::span<std::int32_t> values) {
   constexpr unsigned kStep = 2;
   constexpr unsigned kMaximumSteps = 16;  // from no bits to 32
   unsigned width = 0;
@@ -114,49 +114,61 @@ const char* decodeBitLengths(BitReader& bits, std::span<std::int32_t> values) {
       const std::uint32_t run = change << (32 - 1 - kMaximumSteps);
       const bool wider = (run >> 31) != 0;
       const auto steps = static_cast<unsigned>(wider ? std::countl_one(run) : std::countl_zero(run));
-      if (steps > kMaximumSteps) return "a width changes by more than 32 bits";
+      if (steps > kMaximumSteps) return fail("a width changes by more than 32 bits", offset);
       const unsigned difference = steps * kStep;
-      if (wider ? difference > 32 - width : difference > width) return "a width is not within 0 to 32 bits";
+      if (wider ? difference > 32 - width : difference > width) {
+        return fail("a width is not within 0 to 32 bits", offset);
+      }
       width = wider ? width + difference : width - difference;
       bits.skip(steps + 1);
     }
     value = bits.signedBits(width);
   }
-  return bits.consumed() == bits.length() ? nullptr : "the values do not end where the code text does";
+  if (bits.consumed() == bits.length()) return {};
+  return fail("the values do not end where the code text does", offset);
 }
 
 Result<void> decodeBitLength(ByteReader& in, const Limits& limits, Values& values) {
   const std::uint64_t offset = in.offset();
   const Result<CodeTextHeader> header = readCodeTextHeader(in, limits, false);
-  if (!header) return tl::unexpected(header.error());
+  if (!header) return passOn(header);
   if (header->value_count > header->bit_count) {
     return fail(
         std::to_string(header->value_count) + " values in " + std::to_string(header->bit_count) + " bits",
         offset);
   }
   Result<BitReader> bits = readCodeText(in, header->bit_count);
-  if (!bits) return tl::unexpected(bits.error());
+  if (!bits) return passOn(bits);
   values.resize(header->value_count);
-  if (const char* problem = decodeBitLengths(*bits, values))
-    return fail(std::string("bit lengths: ") + problem, offset);
+  if (const auto decoded = decodeBitLengths(*bits, offset, values); !decoded) {
+    return tl::unexpected(decoded.error().in("bit lengths"));
+  }
   return {};
 }
+
+// Symbols that are to be decoded, with what is needed for it.
+struct Coded {
+  const ProbabilityContexts& contexts;
+  std::size_t symbol_count;
+  std::span<const std::int32_t> out_of_band;
+  std::uint64_t offset;  // of the numbers in front of the code text, for messages
+};
 
 // What next_symbol below gives for a table that has no symbols.
 constexpr std::uint32_t kNoEntry = 0xffffffffU;
 
 // Decodes symbols and turns them into values. `next_symbol(context)` gives the entry's index in the table
-// of that context. Null when all is well.
+// of that context.
 template <typename NextSymbol>
-const char* decodeSymbols(const ProbabilityContexts& contexts, std::size_t symbol_count,
-                          std::span<const std::int32_t> out_of_band, std::span<std::int32_t> values,
-                          NextSymbol next_symbol) {
+Result<void> decodeSymbols(const Coded& coded, std::span<std::int32_t> values, NextSymbol next_symbol) {
+  const ProbabilityContexts& contexts = coded.contexts;
+  const std::span<const std::int32_t> out_of_band = coded.out_of_band;
   std::size_t context = 0;
   std::size_t value_count = 0;
   std::size_t out_of_band_count = 0;
-  for (std::size_t i = 0; i < symbol_count; ++i) {
+  for (std::size_t i = 0; i < coded.symbol_count; ++i) {
     const std::uint32_t index = next_symbol(context);
-    if (index == kNoEntry) return "a symbol of a table without symbols";
+    if (index == kNoEntry) return fail("a symbol of a table without symbols", coded.offset);
     const ContextEntry& entry = contexts.tables[context].entries[index];
     std::int32_t value = entry.value;
     if (entry.escape) {
@@ -164,30 +176,32 @@ const char* decodeSymbols(const ProbabilityContexts& contexts, std::size_t symbo
         context = entry.next_context;
         continue;
       }
-      if (out_of_band_count == out_of_band.size()) return "more escapes than out-of-band values";
+      if (out_of_band_count == out_of_band.size()) {
+        return fail("more escapes than out-of-band values", coded.offset);
+      }
       value = out_of_band[out_of_band_count++];
     }
-    if (value_count == values.size()) return "more values than announced";
+    if (value_count == values.size()) return fail("more values than announced", coded.offset);
     values[value_count++] = value;
     context = entry.next_context;
   }
-  if (value_count != values.size()) return "fewer values than announced";
-  return out_of_band_count == out_of_band.size() ? nullptr : "out-of-band values are left over";
+  if (value_count != values.size()) return fail("fewer values than announced", coded.offset);
+  if (out_of_band_count == out_of_band.size()) return {};
+  return fail("out-of-band values are left over", coded.offset);
 }
 
-const char* decodeHuffman(const ProbabilityContexts& contexts, std::size_t symbol_count, BitReader& bits,
-                          std::span<const std::int32_t> out_of_band, std::span<std::int32_t> values) {
+Result<void> decodeHuffman(const Coded& coded, BitReader& bits, std::span<std::int32_t> values) {
+  const ProbabilityContexts& contexts = coded.contexts;
   std::array<HuffmanDecoder, 2> decoders;
   for (std::size_t i = 0; i < contexts.table_count; ++i) decoders[i] = HuffmanDecoder(contexts.tables[i]);
-  const char* problem = decodeSymbols(contexts, symbol_count, out_of_band, values, [&](std::size_t context) {
+  auto decoded = decodeSymbols(coded, values, [&](std::size_t context) {
     return decoders[context].empty() ? kNoEntry : decoders[context].decode(bits);
   });
-  if (problem != nullptr) return problem;
-  if (bits.consumed() == bits.length()) return nullptr;
+  if (!decoded || bits.consumed() == bits.length()) return decoded;
   // A code of one symbol needs no bits; some writers spend one on each value none the less.
   const bool one_symbol = contexts.table_count == 1 && contexts.tables[0].entries.size() == 1;
-  if (one_symbol && bits.length() == symbol_count) return nullptr;
-  return "the values do not end where the code text does";
+  if (one_symbol && bits.length() == coded.symbol_count) return {};
+  return fail("the values do not end where the code text does", coded.offset);
 }
 
 // A table with more occurrences than the quick decoder takes: where each entry ends in 0 .. total.
@@ -215,13 +229,15 @@ class SearchedTable {
   std::vector<std::uint64_t> ends_;
 };
 
-const char* decodeArithmetic(const ProbabilityContexts& contexts, std::size_t symbol_count, BitReader& bits,
-                             std::span<const std::int32_t> out_of_band, std::span<std::int32_t> values) {
+Result<void> decodeArithmetic(const Coded& coded, BitReader& bits, std::span<std::int32_t> values) {
+  const ProbabilityContexts& contexts = coded.contexts;
   std::array<ArithmeticTable, 2> tables;
   std::array<SearchedTable, 2> large_tables;
   for (std::size_t i = 0; i < contexts.table_count; ++i) {
     const ContextTable& table = contexts.tables[i];
-    if (table.total > SearchedTable::kMaximumTotal) return "a table with more than 2^32 occurrences";
+    if (table.total > SearchedTable::kMaximumTotal) {
+      return fail("a table with more than 2^32 occurrences", coded.offset);
+    }
     if (table.total > kMaximumQuickTotal) {
       large_tables[i] = SearchedTable(table);
       continue;
@@ -229,20 +245,19 @@ const char* decodeArithmetic(const ProbabilityContexts& contexts, std::size_t sy
     tables[i] = ArithmeticTable(table.entries, table.total, [](const auto& entry) { return entry.count; });
   }
   ArithmeticDecoder decoder(bits);
-  const char* problem = decodeSymbols(contexts, symbol_count, out_of_band, values, [&](std::size_t context) {
+  auto decoded = decodeSymbols(coded, values, [&](std::size_t context) {
     if (!large_tables[context].empty()) return large_tables[context].decode(decoder);
     return tables[context].empty() ? kNoEntry : decoder.decode(tables[context]);
   });
-  if (problem != nullptr) return problem;
-  return decoder.bits().consumed() <= bits.length() + kArithmeticReadAhead ? nullptr
-                                                                           : "the code text ends too early";
+  if (!decoded || decoder.bits().consumed() <= bits.length() + kArithmeticReadAhead) return decoded;
+  return fail("the code text ends too early", coded.offset);
 }
 
 Result<void> decodePacket(ByteReader& in, const Limits& limits, int depth, Values& values);
 
 Result<void> readOutOfBand(ByteReader& in, const Limits& limits, int depth, Values& out_of_band) {
   const Result<std::size_t> count = readValueCount(in, limits);
-  if (!count) return tl::unexpected(count.error());
+  if (!count) return passOn(count);
   if (*count == 0) return {};
   const std::uint64_t offset = in.offset();
   if (Result<void> read = decodePacket(in, {*count, limits.memory}, depth + 1, out_of_band); !read)
@@ -257,21 +272,21 @@ Result<void> readOutOfBand(ByteReader& in, const Limits& limits, int depth, Valu
 Result<void> decodeSymbolPacket(ByteReader& in, CodecV8 codec, const Limits& limits, int depth,
                                 Values& values) {
   const Result<ProbabilityContexts> contexts = readProbabilityContexts(in);
-  if (!contexts) return tl::unexpected(contexts.error());
+  if (!contexts) return passOn(contexts);
   Values out_of_band;
   if (Result<void> read = readOutOfBand(in, limits, depth, out_of_band); !read) {
     return tl::unexpected(read.error().in("out-of-band values"));
   }
   const std::uint64_t offset = in.offset();
   const Result<CodeTextHeader> header = readCodeTextHeader(in, limits, contexts->table_count == 2);
-  if (!header) return tl::unexpected(header.error());
+  if (!header) return passOn(header);
   Result<BitReader> bits = readCodeText(in, header->bit_count);
-  if (!bits) return tl::unexpected(bits.error());
+  if (!bits) return passOn(bits);
   values.resize(header->value_count);
   const auto decode = codec == CodecV8::Huffman ? decodeHuffman : decodeArithmetic;
-  if (const char* problem = decode(*contexts, header->symbol_count, *bits, out_of_band, values)) {
-    return fail(std::string(codec == CodecV8::Huffman ? "Huffman code: " : "arithmetic code: ") + problem,
-                offset);
+  const Coded coded{*contexts, header->symbol_count, out_of_band, offset};
+  if (const auto decoded = decode(coded, *bits, values); !decoded) {
+    return tl::unexpected(decoded.error().in(codec == CodecV8::Huffman ? "Huffman code" : "arithmetic code"));
   }
   return {};
 }
@@ -304,7 +319,7 @@ Result<void> skipPacket(ByteReader& in, int depth) {
     bool two_tables = false;
     if (codec != CodecV8::BitLength) {
       const Result<ProbabilityContexts> contexts = readProbabilityContexts(in);
-      if (!contexts) return tl::unexpected(contexts.error());
+      if (!contexts) return passOn(contexts);
       two_tables = contexts->table_count == 2;
       if (in.i32("out-of-band count") != 0) {
         if (Result<void> skipped = skipPacket(in, depth + 1); !skipped) return skipped;

@@ -30,30 +30,35 @@ struct TableHeader {
   std::uint32_t minimum = 0;
 };
 
-// Null when the header is legal, else what is wrong with it.
-const char* readHeader(BitReader& bits, bool first, TableHeader& header) {
+// `offset`: of all contexts, for messages.
+Result<TableHeader> readHeader(BitReader& bits, bool first, std::uint64_t offset) {
+  TableHeader header;
   header.entry_count = bits.bits(32);
   header.symbol_bits = bits.bits(6);
   header.count_bits = bits.bits(6);
   if (first) header.value_bits = bits.bits(6);
   header.next_bits = bits.bits(6);
   if (first) header.minimum = bits.bits(32);
-  if (bits.overread()) return "the table ends too early";
+  if (bits.overread()) return fail("the table ends too early", offset);
   if (std::max({header.symbol_bits, header.count_bits, header.value_bits, header.next_bits}) > 32) {
-    return "a field of more than 32 bits";
+    return fail("a field of more than 32 bits", offset);
   }
   const std::uint64_t entry_bits =
       std::uint64_t{header.symbol_bits} + header.count_bits + header.value_bits + header.next_bits;
   // An entry without any bits can only be the one entry of its table.
   const std::uint64_t limit = entry_bits == 0 ? 1 : (bits.length() - bits.consumed()) / entry_bits;
-  if (header.entry_count > limit) return "more entries than the bytes left can hold";
-  return header.entry_count > kMaximumEntries ? "more than 65536 entries" : nullptr;
+  if (header.entry_count > limit) return fail("more entries than the bytes left can hold", offset);
+  if (header.entry_count > kMaximumEntries) return fail("more than 65536 entries", offset);
+  return header;
 }
 
-const char* readTable(BitReader& bits, bool first, std::size_t table_count, SymbolValues& values,
-                      ContextTable& table) {
-  TableHeader header;
-  if (const char* problem = readHeader(bits, first, header)) return problem;
+// The first table fills `values`, the second one takes its values from there.
+Result<ContextTable> readTable(BitReader& bits, bool first, std::size_t table_count, std::uint64_t offset,
+                               SymbolValues& values) {
+  const Result<TableHeader> read = readHeader(bits, first, offset);
+  if (!read) return passOn(read);
+  const TableHeader& header = *read;
+  ContextTable table;
   table.entries.resize(header.entry_count);
   if (first) values.reserve(header.entry_count);
   for (ContextEntry& entry : table.entries) {
@@ -68,14 +73,16 @@ const char* readTable(BitReader& bits, bool first, std::size_t table_count, Symb
       const auto found =
           std::lower_bound(values.begin(), values.end(), symbol,
                            [](const auto& pair, std::uint32_t wanted) { return pair.first < wanted; });
-      if (found == values.end() || found->first != symbol) return "a symbol that the first table lacks";
+      if (found == values.end() || found->first != symbol) {
+        return fail("a symbol that the first table lacks", offset);
+      }
       entry.value = found->second;
     }
     const std::uint32_t next = bits.bits(header.next_bits);
-    if (next >= table_count) return "a next context that does not exist";
+    if (next >= table_count) return fail("a next context that does not exist", offset);
     entry.next_context = static_cast<std::uint8_t>(next);
   }
-  return nullptr;
+  return table;
 }
 
 }  // namespace
@@ -94,9 +101,11 @@ Result<ProbabilityContexts> readProbabilityContexts(ByteReader& in) {
   BitReader bits(ahead.take(available, "probability contexts"), ByteOrder::Big, std::uint64_t{available} * 8);
   SymbolValues values;
   for (std::size_t i = 0; i < contexts.table_count; ++i) {
-    if (const char* problem = readTable(bits, i == 0, contexts.table_count, values, contexts.tables[i])) {
-      return fail("probability contexts: table " + std::to_string(i) + ": " + problem, in.offset());
+    auto table = readTable(bits, i == 0, contexts.table_count, in.offset(), values);
+    if (!table) {
+      return tl::unexpected(table.error().in("probability contexts: table " + std::to_string(i)));
     }
+    contexts.tables[i] = std::move(*table);
     // Stable, so that of two entries with one symbol the earlier one gives the value.
     if (i == 0) {
       std::stable_sort(values.begin(), values.end(),

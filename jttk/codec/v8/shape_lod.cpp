@@ -97,19 +97,19 @@ Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind, Memo
   context.most_corners = plausibleShapeCorners(in.remaining());
   context.memory = &memory;
   const Result<Bindings> bindings = readHeader(in, geometry.facts);
-  if (!bindings) return tl::unexpected(bindings.error());
+  if (!bindings) return passOn(bindings);
   context.bindings = *bindings;
   if (Result<void> read = readPrimitiveStarts(in, context, geometry.primitive_starts); !read) {
-    return tl::unexpected(read.error());
+    return passOn(read);
   }
   const auto readData = geometry.facts.lossless ? v8::readLossless : v8::readLossy;
-  if (Result<void> read = readData(in, context, geometry); !read) return tl::unexpected(read.error());
+  if (Result<void> read = readData(in, context, geometry); !read) return passOn(read);
   // Points are usually stored without a primitive list: they are one group. So is anything else without one.
   if (geometry.primitive_starts.empty() && !geometry.corner_positions.empty()) {
     geometry.primitive_starts = {0, static_cast<std::uint32_t>(geometry.corner_positions.size())};
   }
   if (Result<void> spread = v8::spreadAttributes(context, in.offset(), geometry); !spread) {
-    return tl::unexpected(spread.error());
+    return passOn(spread);
   }
   return geometry;
 }
@@ -130,12 +130,14 @@ Result<void> v8::readValues(ByteReader& in, Context& context, std::size_t maximu
 Result<ShapeGeometry> decodeShapeLodV8(ByteReader element_body, const Guid& kind, MemoryBudget* memory) {
   if (kind == object_id::kNullShape) return ShapeGeometry{};
   const std::optional<VertexShape> vertex_shape = vertexShapeKind(kind);
-  if (!vertex_shape)
-    return fail("shape LOD element " + kind.text() + ": not supported", element_body.offset());
+  if (!vertex_shape) {
+    return tl::unexpected<Error>(
+        makeError("not supported", element_body.offset()).ofElement("shape LOD element " + kind.text()));
+  }
   MemoryBudget unlimited;
   Result<ShapeGeometry> geometry =
       decodeVertexShape(element_body, vertex_shape->primitives, memory != nullptr ? *memory : unlimited);
-  if (!geometry) return tl::unexpected(geometry.error().in(vertex_shape->name));
+  if (!geometry) return tl::unexpected(geometry.error().ofElement(vertex_shape->name));
   return geometry;
 }
 

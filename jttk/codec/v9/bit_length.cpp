@@ -10,8 +10,9 @@ namespace {
 
 constexpr std::uint32_t kMaximumWidth = 32;
 
-tl::unexpected<Error> damaged(const char* reason, const CodeText& text, const BitReader& bits) {
-  return fail(std::string("bit length packet: ") + reason, text.offset + bits.consumed() / 8);
+tl::unexpected<Error> damaged(const char* reason, const CodeText& text, const BitReader& bits,
+                              CheckPlace check = CheckPlace::current()) {
+  return fail(std::string("bit length packet: ") + reason, text.offset + bits.consumed() / 8, check);
 }
 
 // Groups of four bits, the lowest first, each followed by a bit that says whether one more comes. The number

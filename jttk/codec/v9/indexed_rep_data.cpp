@@ -65,7 +65,7 @@ bool undoOtherPredictors(IndexLists& lists, std::uint32_t stored) {
 }
 
 void addDoubt(const char* what, std::uint64_t offset, ShapeFacts& facts) {
-  if (facts.doubt.empty()) facts.doubt = Error{what, offset}.text();
+  if (facts.doubt.empty()) facts.doubt = makeError(what, offset).text();
 }
 
 Result<void> readLists(ByteReader& reader, PacketReader& packets, std::uint64_t most_values,
@@ -125,14 +125,14 @@ Result<std::vector<std::uint32_t>> readRecordPositions(ByteReader& reader, Packe
   if (unique > records) return fail("more coordinates than records", start);
   std::vector<std::int32_t> lengths;
   const auto done = packets.readExactly(reader, "coordinate run lengths", Predictor::Null, unique, lengths);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   const std::uint32_t stored = reader.u32("hash of the run lengths");
   if (!reader.ok()) return reader.unexpected();
   if (hashOf(lengths, 0) != stored) {
     addDoubt("the coordinate run lengths do not agree with their hash", start, facts);
   }
   if (auto taken = packets.memory().take(records, sizeof(std::uint32_t), start); !taken) {
-    return tl::unexpected<Error>(taken.error());
+    return passOn(taken);
   }
   std::vector<std::uint32_t> positions;
   positions.reserve(records);
@@ -177,12 +177,12 @@ Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, 
   shape.kind = kind;
   IndexLists lists;
   auto done = readLists(reader, packets, most_values, lists, shape.facts);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   done = setPrimitives(lists, start, shape);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   VertexArrayReader header(reader, packets);
   done = header.readHeader(shape.facts);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   const std::uint64_t records_offset = reader.offset();
   const std::uint32_t records = reader.count("number of vertex records", 0);
   if (!reader.ok()) return reader.unexpected();
@@ -191,20 +191,20 @@ Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, 
   if (records > 0) {
     std::uint32_t unique = 0;
     auto positions = readRecordPositions(reader, packets, records, unique, shape.facts);
-    if (!positions) return tl::unexpected<Error>(positions.error());
+    if (!positions) return passOn(positions);
     record_positions = std::move(*positions);
     VertexArrayReader arrays(reader, packets,
                              shape.facts.doubt.empty() ? statedBox(context.stated) : nullptr);
     done = arrays.readCoordinates(unique, shape);
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return passOn(done);
     arrays.readAttributes(records, shape);
   }
   shape.facts.topology_hash_checked = shape.facts.doubt.empty();
   if (auto taken = packets.memory().take(lists.vertices.size(), 2 * sizeof(std::uint32_t), start); !taken) {
-    return tl::unexpected<Error>(taken.error());
+    return passOn(taken);
   }
   done = setCorners(lists.vertices, record_positions, start, shape);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   return shape;
 }
 

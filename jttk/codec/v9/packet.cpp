@@ -69,7 +69,7 @@ Result<void> PacketReader::readPacket(ByteReader& reader, std::uint32_t maximum_
       return readNull(reader, values);
     case Codec::BitLength: {
       const auto text = readCodeText(reader);
-      if (!text) return tl::unexpected<Error>(text.error());
+      if (!text) return passOn(text);
       return decodeBitLength(*text, form_, values);
     }
     case Codec::Arithmetic:
@@ -101,9 +101,9 @@ Result<void> PacketReader::readNull(ByteReader& reader, std::vector<std::int32_t
 
 Result<void> PacketReader::readArithmetic(ByteReader& reader, std::vector<std::int32_t>& values, int depth) {
   const auto text = readCodeText(reader);
-  if (!text) return tl::unexpected<Error>(text.error());
+  if (!text) return passOn(text);
   const auto table = readProbabilityTable(reader, form_);
-  if (!table) return tl::unexpected<Error>(table.error());
+  if (!table) return passOn(table);
   std::vector<std::int32_t> out_of_band;
   if (form_ == PacketForm::V9 || table->has_escape) {
     const auto done = readPacket(reader, static_cast<std::uint32_t>(values.size()), out_of_band, depth + 1);

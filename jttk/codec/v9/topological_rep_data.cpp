@@ -15,11 +15,11 @@ namespace {
 
 static_assert(kNoTopologyRecord == ShapeGeometry::kNoRecord);
 
-tl::unexpected<Error> countMismatch(const char* what, std::uint32_t stated, std::uint32_t found,
-                                    std::uint64_t offset) {
-  return fail(
+Error countMismatch(const char* what, std::uint32_t stated, std::uint32_t found, std::uint64_t offset,
+                    CheckPlace check = CheckPlace::current()) {
+  return makeError(
       std::to_string(stated) + " " + what + " are stated, but the topology has " + std::to_string(found),
-      offset);
+      offset, check);
 }
 
 // The mesh, and in `facts` what is known of its hash.
@@ -28,7 +28,7 @@ Result<Topology> readTopology(ByteReader& reader, PacketReader& packets, ShapeFa
   const TopologyLimits limits{plausibleShapeCorners(reader.remaining()), &packets.memory()};
   const std::uint64_t before = limits.memory->taken();
   const auto symbols = readTopologySymbols(reader, packets);
-  if (!symbols) return tl::unexpected<Error>(symbols.error());
+  if (!symbols) return passOn(symbols);
   const std::string doubt = "the topology arrays do not agree with their hash";
   auto mesh = decodeTopology(*symbols, packets.form(), start, limits);
   if (!mesh && !symbols->hash_agrees) {
@@ -36,7 +36,7 @@ Result<Topology> readTopology(ByteReader& reader, PacketReader& packets, ShapeFa
   }
   if (!mesh) return mesh;
   facts.topology_hash_checked = symbols->hash_agrees;
-  if (!symbols->hash_agrees) facts.doubt = Error{doubt, symbols->hash_offset}.text();
+  if (!symbols->hash_agrees) facts.doubt = makeError(doubt, symbols->hash_offset).text();
   const std::size_t kept =
       mesh->corner_vertices.size() + mesh->corner_records.size() + mesh->polygon_starts.size();
   limits.memory->giveBackTo(before, kept * sizeof(std::uint32_t));
@@ -52,29 +52,29 @@ Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm fo
   ShapeGeometry shape;
   shape.kind = PrimitiveKind::Polygons;
   auto read = readTopology(reader, packets, shape.facts);
-  if (!read) return tl::unexpected<Error>(read.error());
+  if (!read) return passOn(read);
   Topology& topology = *read;
   VertexArrayReader arrays(reader, packets,
                            shape.facts.topology_hash_checked ? statedBox(context.stated) : nullptr);
   auto done = arrays.readHeader(shape.facts);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   const std::uint64_t counts_offset = reader.offset();
   const std::uint32_t vertices = reader.count("number of vertices", 0);
   const std::uint32_t records = vertices > 0 ? reader.count("number of vertex attributes", 0) : 0;
   if (!reader.ok()) return reader.unexpected();
   if (vertices != topology.vertices)
-    return countMismatch("vertices", vertices, topology.vertices, counts_offset);
+    return tl::unexpected<Error>(countMismatch("vertices", vertices, topology.vertices, counts_offset));
   // Without vertices no arrays follow, even if the bindings name some.
   if (vertices == 0) return shape;
   done = arrays.readCoordinates(vertices, shape);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   // Without a record for every corner the attributes are dropped; the mesh stays.
   const bool records_fit = topology.records_fit && records == topology.records;
   if (records_fit) {
     arrays.readAttributes(records, shape);
   } else {
     shape.facts.unread_attributes =
-        countMismatch("vertex attributes", records, topology.records, counts_offset).value().text();
+        countMismatch("vertex attributes", records, topology.records, counts_offset).text();
   }
   shape.facts.components = topology.components;
   shape.facts.covers = topology.covers;

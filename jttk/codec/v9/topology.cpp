@@ -56,17 +56,19 @@ struct Slot {
 
 class TopologyDecoder {
  public:
-  TopologyDecoder(const TopologySymbols& symbols, PacketForm form) : symbols_(symbols), form_(form) {}
+  TopologyDecoder(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset)
+      : symbols_(symbols), form_(form), offset_(offset) {}
 
-  // Each of these is false after a mistake in the data; reason() says which.
-  bool prepare(const TopologyLimits& limits, std::uint64_t offset);
+  // Each of these is false after a mistake in the data; error() says which. So are those below, which are
+  // called for every corner: a bool goes up from them in a register, a result does not.
+  bool prepare(const TopologyLimits& limits);
   bool run();
   Topology takeResult();
-  [[nodiscard]] const std::string& reason() const noexcept { return reason_; }
+  [[nodiscard]] const Error& error() const noexcept { return error_; }
 
  private:
-  bool wrong(std::string reason) {
-    reason_ = std::move(reason);
+  bool wrong(std::string reason, CheckPlace check = CheckPlace::current()) {
+    error_ = makeError(std::move(reason), offset_, check);
     return false;
   }
   bool addPolygon(std::uint32_t& polygon);
@@ -88,7 +90,8 @@ class TopologyDecoder {
 
   const TopologySymbols& symbols_;
   PacketForm form_;
-  std::string reason_;
+  std::uint64_t offset_;
+  Error error_;
 
   std::vector<Polygon> polygons_;
   std::vector<Corner> corners_;
@@ -109,7 +112,7 @@ class TopologyDecoder {
 
 // Sizes are known before the first symbol is used: every corner sits in one slot, so there are as many slots
 // as corners, and both arrays get their final size here.
-bool TopologyDecoder::prepare(const TopologyLimits& limits, std::uint64_t offset) {
+bool TopologyDecoder::prepare(const TopologyLimits& limits) {
   std::uint64_t corner_count = 0;
   for (const std::int32_t valence : symbols_.valences) {
     if (valence < 1) return wrong("a polygon without corners");
@@ -135,10 +138,13 @@ bool TopologyDecoder::prepare(const TopologyLimits& limits, std::uint64_t offset
     constexpr std::size_t kPerCorner = sizeof(Corner) + sizeof(Slot) + 2 * sizeof(std::uint32_t);
     constexpr std::size_t kPerPolygon = sizeof(Polygon) + sizeof(std::uint32_t);
     constexpr std::size_t kPerVertex = sizeof(Vertex) + sizeof(std::uint32_t);
-    auto taken = limits.memory->take(corner_count, kPerCorner, offset);
-    if (taken) taken = limits.memory->take(symbols_.valences.size(), kPerPolygon, offset);
-    if (taken) taken = limits.memory->take(vertex_count, kPerVertex, offset);
-    if (!taken) return wrong(taken.error().what);
+    auto taken = limits.memory->take(corner_count, kPerCorner, offset_);
+    if (taken) taken = limits.memory->take(symbols_.valences.size(), kPerPolygon, offset_);
+    if (taken) taken = limits.memory->take(vertex_count, kPerVertex, offset_);
+    if (!taken) {
+      error_ = taken.error();
+      return false;
+    }
   }
   polygons_.reserve(symbols_.valences.size());
   vertices_.reserve(vertex_count);
@@ -446,9 +452,10 @@ Topology TopologyDecoder::takeResult() {
 
 Result<Topology> decodeTopology(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset,
                                 const TopologyLimits& limits) {
-  TopologyDecoder decoder(symbols, form);
-  if (!decoder.prepare(limits, offset) || !decoder.run())
-    return fail("topology: " + decoder.reason(), offset);
+  TopologyDecoder decoder(symbols, form, offset);
+  if (!decoder.prepare(limits) || !decoder.run()) {
+    return tl::unexpected<Error>(decoder.error().in("topology"));
+  }
   return decoder.takeResult();
 }
 

@@ -84,7 +84,7 @@ std::uint32_t topologyHash(const TopologySymbols& symbols, PacketForm form) {
 Result<TopologySymbols> readTopologySymbols(ByteReader& reader, PacketReader& packets) {
   TopologySymbols symbols;
   const auto done = readArrays(reader, packets, symbols);
-  if (!done) return tl::unexpected<Error>(done.error());
+  if (!done) return passOn(done);
   symbols.hash_offset = reader.offset();
   const std::uint32_t stored_hash = reader.u32("topology hash");
   if (!reader.ok()) return reader.unexpected();

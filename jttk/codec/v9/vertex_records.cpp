@@ -93,7 +93,7 @@ Result<void> VertexArrayReader::readHeader(ShapeFacts& facts) {
 
 Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeometry& shape) {
   const auto header = readArrayHeader(reader_, "coordinates", count, false);
-  if (!header) return tl::unexpected<Error>(header.error());
+  if (!header) return passOn(header);
   if (header->components < 2 || header->components > kMaximumCoordinateComponents) {
     return fail("coordinates with " + std::to_string(header->components) + " components", reader_.offset());
   }
@@ -101,7 +101,7 @@ Result<void> VertexArrayReader::readCoordinates(std::uint32_t count, ShapeGeomet
   std::uint32_t bits = 0;
   for (auto& quantizer : layout.quantizers) {
     const auto read = readQuantizer(reader_, "coordinates");
-    if (!read) return tl::unexpected<Error>(read.error());
+    if (!read) return passOn(read);
     quantizer = *read;
     bits |= quantizer.bits;
   }
@@ -163,7 +163,8 @@ Result<void> VertexArrayReader::readCoordinatesAs(const CoordinateLayout& layout
     if (!fits()) return fail("coordinates do not fill the box that the node states", start);
   }
   shape.facts.coordinate_note =
-      Error{"coordinates do not agree with their hash, but fill the box that the node states", start}.text();
+      makeError("coordinates do not agree with their hash, but fill the box that the node states", start)
+          .text();
   return {};
 }
 
@@ -201,7 +202,7 @@ void VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometry& shape
 Result<void> VertexArrayReader::readNormals(std::uint32_t count, std::vector<float>& normals) {
   const TemporaryMemory temporary(packets_.memory(), normals);
   const auto header = readArrayHeader(reader_, "normals", count, true);
-  if (!header) return tl::unexpected<Error>(header.error());
+  if (!header) return passOn(header);
   if (header->components != kFloatsPerPoint) {
     return fail("normals with " + std::to_string(header->components) + " components", reader_.offset());
   }
@@ -248,7 +249,7 @@ Result<void> VertexArrayReader::readPackedNormals(std::uint32_t bits, std::uint3
 Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<float>& colors) {
   const TemporaryMemory temporary(packets_.memory(), colors);
   const auto header = readArrayHeader(reader_, "colours", count, true);
-  if (!header) return tl::unexpected<Error>(header.error());
+  if (!header) return passOn(header);
   if (header->components < 3 || header->components > kColorComponents) {
     return fail("colours with " + std::to_string(header->components) + " components", reader_.offset());
   }
@@ -276,7 +277,7 @@ Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<floa
       continue;
     }
     const auto read = readQuantizer(reader_, "colours");
-    if (!read) return tl::unexpected<Error>(read.error());
+    if (!read) return passOn(read);
     quantizers[i] = *read;
   }
   // Four packets even where three components are stated.
@@ -295,7 +296,7 @@ Result<void> VertexArrayReader::readColors(std::uint32_t count, std::vector<floa
 Result<void> VertexArrayReader::readTextureCoordinates(std::uint32_t count, std::vector<float>& coordinates) {
   const TemporaryMemory temporary(packets_.memory(), coordinates);
   const auto header = readArrayHeader(reader_, "texture coordinates", count, true);
-  if (!header) return tl::unexpected<Error>(header.error());
+  if (!header) return passOn(header);
   if (header->components < 1 || header->components > kMaximumTextureComponents) {
     return fail("texture coordinates with " + std::to_string(header->components) + " components",
                 reader_.offset());
@@ -303,7 +304,7 @@ Result<void> VertexArrayReader::readTextureCoordinates(std::uint32_t count, std:
   std::array<UniformQuantizer, kMaximumTextureComponents> quantizers;
   for (std::uint32_t i = 0; i < header->components && header->bits != 0; ++i) {
     const auto read = readQuantizer(reader_, "texture coordinates");
-    if (!read) return tl::unexpected<Error>(read.error());
+    if (!read) return passOn(read);
     quantizers[i] = *read;
   }
   ComponentArrays arrays(reader_, packets_, count);

@@ -295,7 +295,27 @@ TEST(ShapeLod, aDamagedArrayIsFoundByItsHash) {
       shapeElement(kTriStripSetId, PacketForm::V9, topologicalRepData(tetrahedronSymbols(0), 4, 0, options));
   // The last byte of the hash of the coordinates, in front of the two bytes at the end.
   element[element.size() - 3] ^= std::byte{1};
-  EXPECT_EQ(errorOf(element, PacketForm::V9), "tri-strip set: coordinates do not agree with their hash");
+  EXPECT_EQ(errorOf(element, PacketForm::V9), "coordinates do not agree with their hash");
+}
+
+TEST(ShapeLod, anErrorHasItsElementAndItsSegment) {
+  const Bytes element = shapeElement(kTriStripSetId, PacketForm::V9, {});
+  jttk::Segment segment;
+  segment.id = jttk::testing::kSegmentId;
+  segment.type = jttk::SegmentType::ShapeLod0;
+  segment.data = element;
+  segment.base_offset = 500;
+  const auto shape = jttk::decodeShapeLod(segment, {9, 5}, jttk::ByteOrder::Little);
+  ASSERT_FALSE(shape.has_value());
+  const jttk::Error& error = shape.error();
+  EXPECT_EQ(error.element, "tri-strip set");
+  ASSERT_TRUE(error.segment.has_value());
+  EXPECT_EQ(error.segment->id, segment.id);
+  EXPECT_EQ(error.segment->type, segment.type);
+  EXPECT_EQ(error.offset_in, jttk::OffsetIn::File);
+  EXPECT_GT(error.offset, 500U);
+  EXPECT_EQ(error.text(), "segment " + segment.id.text() + ": tri-strip set: " + error.what + " (at byte " +
+                              std::to_string(error.offset) + ")");
 }
 
 // The bytes of a tetrahedron whose hash at the end of the coordinates is wrong, and its box.

@@ -160,8 +160,8 @@ TEST(JtFile, aSegmentOutsideOfTheFileIsAnErrorOfThatSegment) {
   ASSERT_TRUE(file.has_value());
   const auto segment = (*file)->segment((*file)->contents()[0]);
   ASSERT_FALSE(segment.has_value());
-  EXPECT_THAT(segment.error().what, HasSubstr("lie outside of the file"));
-  EXPECT_THAT(segment.error().what, HasSubstr(kSegmentId.text()));
+  EXPECT_THAT(segment.error().text(), HasSubstr("lie outside of the file"));
+  EXPECT_THAT(segment.error().text(), StartsWith("segment " + kSegmentId.text() + ": "));
 }
 
 TEST(JtFile, ofASegmentThatIsCutOffThereIsWhatThereIs) {

@@ -237,7 +237,32 @@ TEST(DamagedGraph, WithoutANodeItIsNoGraph) {
   const GraphBuilder nothing;
   const auto graph = read(nothing.segment());
   ASSERT_FALSE(graph);
-  EXPECT_EQ(graph.error().what, "scene graph: has no node");
+  EXPECT_EQ(graph.error().textInSegment(), "scene graph: has no node (at byte 0)");
+}
+
+TEST(DamagedGraph, IsToldByItsSegmentAndByWhatItsOffsetsCountIn) {
+  GraphBuilder builder;
+  builder.partition(0, {1}).name("machine");
+  builder.part(1, {});
+  Bytes bytes = builder.segment();
+  bytes.resize(bytes.size() - 3);
+  Segment segment;
+  segment.id = {1, 2, 3, {}};
+  segment.type = jttk::SegmentType::SceneGraph;
+  segment.data = bytes;
+  for (const bool is_inflated : {false, true}) {
+    segment.compression = is_inflated ? jttk::Compression::Zlib : jttk::Compression::Stored;
+    const auto graph = readSceneGraph(segment, {9, 5}, ByteOrder::Little);
+    ASSERT_TRUE(graph) << graph.error().text();
+    ASSERT_FALSE(graph->damage.empty());
+    const jttk::Error& error = graph->damage.back().error;
+    ASSERT_TRUE(error.segment.has_value());
+    EXPECT_EQ(error.segment->id, segment.id);
+    EXPECT_EQ(error.segment->type, segment.type);
+    EXPECT_EQ(error.offset_in, is_inflated ? jttk::OffsetIn::Inflated : jttk::OffsetIn::File);
+    EXPECT_THAT(error.text(), HasSubstr(" (at byte " + std::to_string(error.offset) +
+                                        (is_inflated ? " of the inflated data)" : ")")));
+  }
 }
 
 TEST(DamagedGraph, AMissingRootIsReplacedByAPartitionThatIsNobodysChild) {

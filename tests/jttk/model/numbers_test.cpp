@@ -12,7 +12,7 @@
 namespace {
 
 namespace maker = loftbay::maker;
-using jttk::faultOf;
+using jttk::checkPlaces;
 using jttk::Matrix;
 using jttk::testing::GraphBuilder;
 using jttk::testing::Loaded;
@@ -21,7 +21,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::StrEq;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr const char* kVersions[] = {"8.1", "9.5", "10.0"};
@@ -149,21 +148,22 @@ TEST(Matrices, OfNumbersThatAreNoneDoNotMakeTwoPartsOne) {
   EXPECT_EQ(transformOf(model.at({1}))[0], 2);
 }
 
-TEST(FaultOf, SparesEverythingThatCanBePlaced) {
-  EXPECT_EQ(faultOf(jttk::kIdentity), nullptr);
-  EXPECT_EQ(faultOf({-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}), nullptr);
-  EXPECT_EQ(faultOf({1e-9, 0, 0, 0, 0, 1e-9, 0, 0, 0, 0, 1e-9, 0, 0, 0, 0, 1}), nullptr);
-  EXPECT_EQ(faultOf({1e9, 0, 0, 0, 0, 1e9, 0, 0, 0, 0, 1e9, 0, 0, 0, 0, 1}), nullptr);
-  EXPECT_EQ(faultOf({1, 0, 0, 0, 0, 1e-4, 0, 0, 0, 0, 1e-4, 0, 0, 0, 0, 1}), nullptr);
-  EXPECT_EQ(faultOf({1, 0, 0, 0, 5, 1, 0, 0, 0, 0, 1, 0, 1e6, 0, 0, 1}), nullptr);
-  EXPECT_EQ(faultOf({1, 0, 0, 1e-13, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}), nullptr);
-  EXPECT_EQ(faultOf({25.4, 0, 0, 0, 0, 25.4, 0, 0, 0, 0, 25.4, 0, 0, 0, 0, 25.4}), nullptr);
+TEST(CheckPlaces, SparesEverythingThatCanBePlaced) {
+  EXPECT_TRUE(checkPlaces(jttk::kIdentity));
+  EXPECT_TRUE(checkPlaces({-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+  EXPECT_TRUE(checkPlaces({1e-9, 0, 0, 0, 0, 1e-9, 0, 0, 0, 0, 1e-9, 0, 0, 0, 0, 1}));
+  EXPECT_TRUE(checkPlaces({1e9, 0, 0, 0, 0, 1e9, 0, 0, 0, 0, 1e9, 0, 0, 0, 0, 1}));
+  EXPECT_TRUE(checkPlaces({1, 0, 0, 0, 0, 1e-4, 0, 0, 0, 0, 1e-4, 0, 0, 0, 0, 1}));
+  EXPECT_TRUE(checkPlaces({1, 0, 0, 0, 5, 1, 0, 0, 0, 0, 1, 0, 1e6, 0, 0, 1}));
+  EXPECT_TRUE(checkPlaces({1, 0, 0, 1e-13, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+  EXPECT_TRUE(checkPlaces({25.4, 0, 0, 0, 0, 25.4, 0, 0, 0, 0, 25.4, 0, 0, 0, 0, 25.4}));
 }
 
 // Turned flat matrices in single precision have a determinant that is not quite 0.
-TEST(FaultOf, FindsFlatMatricesHoweverTheyAreTurned) {
-  EXPECT_THAT(faultOf({}), StrEq("has 0 as element 15, by which the others are divided"));
-  EXPECT_THAT(faultOf({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}), StrEq("flattens what it places"));
+TEST(CheckPlaces, FindsFlatMatricesHoweverTheyAreTurned) {
+  EXPECT_EQ(checkPlaces({}).error().text(), "has 0 as element 15, by which the others are divided");
+  EXPECT_EQ(checkPlaces({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}).error().text(),
+            "flattens what it places");
   for (double angle = 0.1; angle < 3; angle += 0.1) {
     const double c = std::cos(angle);
     const double s = std::sin(angle);
@@ -175,7 +175,7 @@ TEST(FaultOf, FindsFlatMatricesHoweverTheyAreTurned) {
         turned[4 * i + k] = static_cast<double>(static_cast<float>((i == k ? 1.0 : 0.0) - n[i] * n[k]));
       }
     }
-    EXPECT_THAT(faultOf(turned), StrEq("flattens what it places")) << angle;
+    EXPECT_EQ(checkPlaces(turned).error().text(), "flattens what it places") << angle;
   }
 }
 

@@ -75,7 +75,10 @@ TEST(ShapeLodV8, nullShapeIsEmpty) {
 }
 
 TEST(ShapeLodV8, otherKindsAreNamed) {
-  EXPECT_EQ(errorOf(Bytes(), {}), "shape LOD element 00000000-0000-0000-0000-000000000000: not supported");
+  const auto unknown = decodeShapeLodV8(Bytes().reader(), {});
+  ASSERT_FALSE(unknown.has_value());
+  EXPECT_EQ(unknown.error().textWithoutOffset(),
+            "shape LOD element 00000000-0000-0000-0000-000000000000: not supported");
 }
 
 TEST(ShapeLodV8, everyPrefixIsAnError) {
@@ -187,7 +190,7 @@ TEST(ShapeLodV8, errorsNameTheKindAndThePlace) {
   const auto decoded =
       decodeShapeLodV8(ByteReader(lossyBody(shape).data(), ByteOrder::Little, 1000), test::kPolygonSet);
   ASSERT_FALSE(decoded.has_value());
-  EXPECT_THAT(decoded.error().what, HasSubstr("polygon set: "));
+  EXPECT_EQ(decoded.error().element, "polygon set");
   EXPECT_GT(decoded.error().offset, 1000U);
 
   // The same through a whole segment: the kind is named once.
@@ -199,7 +202,8 @@ TEST(ShapeLodV8, errorsNameTheKindAndThePlace) {
   segment.data = element.data();
   const auto whole = decodeShapeLod(segment, {8, 1}, ByteOrder::Little);
   ASSERT_FALSE(whole.has_value());
-  EXPECT_EQ(whole.error().what.rfind("polygon set: "), 0U) << whole.error().what;
+  EXPECT_EQ(whole.error().textInSegment().rfind("polygon set: "), 0U) << whole.error().text();
+  EXPECT_EQ(whole.error().element, "polygon set");
 }
 
 }  // namespace
