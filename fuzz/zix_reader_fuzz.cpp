@@ -8,6 +8,7 @@
 
 #include "fuzz/zix_repair.h"
 #include "host/shown_text.h"
+#include "zix/mesh_figures.h"
 #include "zix/scene_meshes.h"
 #include "zix/validate.h"
 
@@ -27,12 +28,15 @@ void readEverything(const SceneFile& scene) {
   BoxD box;
   for (const PlacedMesh& placed : placedMeshes(scene)) {
     const MeshArrays mesh = meshArrays(scene, placed.mesh);
-    addWorldBounds(box, mesh, placed.world);
+    BoxF local;
+    addBounds(scene, placed.mesh, placed.world, local, box);
     localBounds(mesh);
-    if (wholeElementCount(mesh) > mesh.lengths.size()) std::abort();
+    std::uint64_t whole_elements = 0;
     forEachElement(mesh, [&](std::span<const std::uint32_t> element) {
+      ++whole_elements;
       for (const std::uint32_t index : element) sink += mesh.point(index)[0] > 0 ? 1U : 0U;
     });
+    if (wholeElementCount(scene, placed.mesh) != whole_elements) std::abort();
   }
   if (sink == UINT64_MAX) std::abort();
 }

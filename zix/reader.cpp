@@ -26,6 +26,8 @@ SceneReadError::SceneReadError(const std::string& path, std::uint64_t offset, co
 namespace {
 constexpr std::uint64_t kWindow = std::uint64_t{1} << 16;
 constexpr std::uint64_t kSmall = kWindow / 4;
+// Whole tuples of up to three floats, whole pages.
+constexpr std::uint64_t kPiece = std::uint64_t{3} << 16;
 }  // namespace
 
 Values<std::byte> SceneFile::read(std::uint64_t offset, std::uint64_t size) const {
@@ -66,19 +68,22 @@ std::span<const std::byte> SceneFile::keep(Values<std::byte> bytes) {
   return kept_.back();
 }
 
-void SceneFile::forEachPiece(std::uint64_t offset, std::uint64_t size,
-                             const std::function<void(std::span<const std::byte>)>& take) const {
-  if (!file_ || size <= kSmall) return take(read(offset, size));
-  constexpr std::uint64_t kPiece = std::uint64_t{1} << 19;
-  const auto piece = static_cast<std::size_t>(std::min(size, kPiece));
-  const std::unique_ptr<std::byte[]> memory(new std::byte[piece]);
-  std::string reason;
-  for (std::uint64_t done = 0; done < size; done += piece) {
-    const std::span<std::byte> bytes(memory.get(),
-                                     static_cast<std::size_t>(std::min<std::uint64_t>(piece, size - done)));
-    if (!file_->readAt(offset + done, bytes, &reason)) throw SceneReadError(path_, offset + done, reason);
-    take(bytes);
+std::span<const std::byte> PieceReader::next() {
+  const std::uint64_t rest = end_ - next_;
+  if (rest == 0) return {};
+  const std::uint64_t offset = next_;
+  if (!scene_.file_ || rest <= kSmall) {
+    next_ = end_;
+    held_ = scene_.read(offset, rest);
+    return held_;
   }
+  const auto size = static_cast<std::size_t>(std::min(rest, kPiece));
+  if (!memory_) memory_.reset(new std::byte[size]);
+  const std::span<std::byte> bytes(memory_.get(), size);
+  std::string reason;
+  if (!scene_.file_->readAt(offset, bytes, &reason)) throw SceneReadError(scene_.path_, offset, reason);
+  next_ += size;
+  return bytes;
 }
 
 Values<std::byte> SceneFile::chunkBytes(std::size_t chunk) const {
@@ -87,10 +92,10 @@ Values<std::byte> SceneFile::chunkBytes(std::size_t chunk) const {
 }
 
 bool SceneFile::verifyChunk(std::size_t chunk) const {
-  const format::ChunkEntry entry = chunks_[chunk];
   RunningChecksum sum;
-  forEachPiece(entry.offset, entry.size, [&](std::span<const std::byte> piece) { sum.add(piece); });
-  return sum.value() == entry.checksum;
+  PieceReader pieces = chunkPieces(chunk);
+  for (auto piece = pieces.next(); !piece.empty(); piece = pieces.next()) sum.add(piece);
+  return sum.value() == chunks_[chunk].checksum;
 }
 
 std::string_view SceneFile::text(std::uint64_t offset, std::uint32_t size) const {
@@ -148,6 +153,9 @@ format::MaterialRecord SceneFile::material(std::uint32_t number) const {
 format::CoordinatesRecord SceneFile::coordinates(std::uint32_t number) const {
   return coordinates_[objects_[number].ordinal];
 }
+format::IndexArrayRecord SceneFile::indexArray(std::uint32_t number) const {
+  return index_arrays_[objects_[number].ordinal];
+}
 
 template <typename T>
 Values<T> SceneFile::arrayValues(std::uint32_t chunk) const {
@@ -163,7 +171,7 @@ Values<float> SceneFile::coordinateValues(std::uint32_t number) const {
 
 Values<std::uint32_t> SceneFile::indexValues(std::uint32_t number) const {
   if (number == kNone) return {};
-  return arrayValues<std::uint32_t>(index_arrays_[objects_[number].ordinal].chunk);
+  return arrayValues<std::uint32_t>(indexArray(number).chunk);
 }
 
 }  // namespace Orb::Zix

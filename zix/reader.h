@@ -23,7 +23,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -112,6 +111,27 @@ class Table {
   std::size_t size_ = 0;
 };
 
+class SceneFile;
+
+// Some bytes of the file piece by piece, in constant memory. A piece is valid until the next one is asked
+// for.
+class PieceReader {
+ public:
+  PieceReader(const SceneFile& scene, std::uint64_t offset, std::uint64_t size)
+      : scene_(scene), next_(offset), end_(offset + size) {}
+  // Empty at the end. All pieces but the last hold a multiple of 192 bytes. Throws SceneReadError.
+  std::span<const std::byte> next();
+  // Where in the file the bytes stand that the next call hands over.
+  [[nodiscard]] std::uint64_t offset() const { return next_; }
+
+ private:
+  const SceneFile& scene_;
+  std::uint64_t next_;
+  std::uint64_t end_;
+  Values<std::byte> held_;
+  std::unique_ptr<std::byte[]> memory_;
+};
+
 class SceneFile {
  public:
   // `program_path` as everywhere (host/path.h).
@@ -127,10 +147,11 @@ class SceneFile {
 
   // --- chunks ---------------------------------------------------------------------------------------------
   [[nodiscard]] const Table<format::ChunkEntry>& chunks() const { return chunks_; }
-  // Hands over the bytes from `offset` on piece by piece. These three throw SceneReadError.
-  void forEachPiece(std::uint64_t offset, std::uint64_t size,
-                    const std::function<void(std::span<const std::byte>)>& take) const;
-  // True when the chunk's bytes have the checksum that the directory states.
+  [[nodiscard]] PieceReader chunkPieces(std::size_t chunk) const {
+    const format::ChunkEntry entry = chunks_[chunk];
+    return {*this, entry.offset, entry.size};
+  }
+  // True when the chunk's bytes have the checksum that the directory states. These two throw SceneReadError.
   [[nodiscard]] bool verifyChunk(std::size_t chunk) const;
   [[nodiscard]] Values<std::byte> chunkBytes(std::size_t chunk) const;
 
@@ -168,6 +189,7 @@ class SceneFile {
   [[nodiscard]] format::TransformRecord transform(std::uint32_t number) const;
   [[nodiscard]] format::MaterialRecord material(std::uint32_t number) const;
   [[nodiscard]] format::CoordinatesRecord coordinates(std::uint32_t number) const;
+  [[nodiscard]] format::IndexArrayRecord indexArray(std::uint32_t number) const;
   // The floats of a Coordinates object (tuples of its dimension) and the values of an IndexArray object.
   // Empty for kNone and for an object whose values were never set. Throw SceneReadError, and std::bad_alloc
   // for an array that memory does not hold.
@@ -176,6 +198,7 @@ class SceneFile {
 
  private:
   friend class StructureCheck;
+  friend class PieceReader;
   SceneFile() = default;
   [[nodiscard]] std::string_view text(std::uint64_t offset, std::uint32_t size) const;
   // Checks the structure of what the members below hold.

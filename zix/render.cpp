@@ -7,6 +7,7 @@
 #include "zix/default_views.h"
 #include "zix/feature_edges.h"
 #include "zix/materials.h"
+#include "zix/mesh_figures.h"
 #include "zix/raster.h"
 #include "zix/scene_meshes.h"
 
@@ -201,9 +202,9 @@ std::optional<Camera> findCamera(const SceneFile& scene, std::string_view name) 
                   view.height};
   }
   BoxD bounds;
-  for (const PlacedMesh& placed : placedMeshes(scene)) {
-    addWorldBounds(bounds, meshArrays(scene, placed.mesh), placed.world);
-  }
+  BoxF local;  // not asked for
+  for (const PlacedMesh& placed : placedMeshes(scene))
+    addBounds(scene, placed.mesh, placed.world, local, bounds);
   for (const View& view : defaultViews(bounds)) {
     if (view.name == name) return Camera{view.position, view.target, view.up, view.height};
   }

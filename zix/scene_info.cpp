@@ -6,6 +6,7 @@
 
 #include "host/shown_text.h"
 #include "zix/json_writer.h"
+#include "zix/mesh_figures.h"
 #include "zix/object_names.h"
 #include "zix/scene_meshes.h"
 
@@ -35,12 +36,13 @@ SceneFacts collect(const SceneFile& scene) {
   for (const ObjectType type : kObjectTypes) facts.objects[type] = 0;
   for (std::uint32_t i = 0; i < scene.objectCount(); ++i) ++facts.objects[scene.type(i)];
   for (const PlacedMesh& placed : placedMeshes(scene)) {
-    const MeshArrays arrays = meshArrays(scene, placed.mesh);
-    const std::uint64_t whole = wholeElementCount(arrays);
-    facts.totals[static_cast<std::size_t>(arrays.type)] += whole;
-    addWorldBounds(facts.bounds, arrays, placed.world);
-    facts.meshes.push_back({placed, arrays.type, arrays.pointCount(), arrays.lengths.size(),
-                            arrays.indices.size(), whole, localBounds(arrays)});
+    const auto type = static_cast<MeshType>(scene.mesh(placed.mesh).mesh_type);
+    const std::uint64_t whole = wholeElementCount(scene, placed.mesh);
+    facts.totals[static_cast<std::size_t>(type)] += whole;
+    BoxF bounds;
+    addBounds(scene, placed.mesh, placed.world, bounds, facts.bounds);
+    facts.meshes.push_back({placed, type, pointCount(scene, placed.mesh), elementCount(scene, placed.mesh),
+                            indexCount(scene, placed.mesh), whole, bounds});
   }
   return facts;
 }

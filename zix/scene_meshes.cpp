@@ -32,23 +32,17 @@ MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh) {
   return arrays;
 }
 
-std::uint64_t wholeElementCount(const MeshArrays& mesh) {
-  std::uint64_t count = 0;
-  forEachElement(mesh, [&](std::span<const std::uint32_t>) { ++count; });
-  return count;
-}
-
 BoxF localBounds(const MeshArrays& mesh) {
   BoxF box;
   addPoints(box, mesh.values, mesh.dimension);
   return box;
 }
 
-void addWorldBounds(BoxD& box, const MeshArrays& mesh, const Matrix& world) {
-  const std::size_t count = mesh.pointCount();
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto [x, y, z] = mesh.point(i);
-    const auto placed = world.apply(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
+void addPlacedPoints(BoxD& box, std::span<const float> values, std::uint32_t dimension, const Matrix& world) {
+  for (; values.size() >= dimension; values = values.subspan(dimension)) {
+    const auto placed =
+        world.apply(static_cast<double>(values[0]), dimension > 1 ? static_cast<double>(values[1]) : 0,
+                    dimension > 2 ? static_cast<double>(values[2]) : 0);
     if (std::isfinite(placed[0]) && std::isfinite(placed[1]) && std::isfinite(placed[2])) {
       box.add(placed[0], placed[1], placed[2]);
     }

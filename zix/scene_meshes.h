@@ -87,10 +87,10 @@ void forEachElement(const MeshArrays& mesh, Visit visit) {
   }
 }
 
-std::uint64_t wholeElementCount(const MeshArrays& mesh);
-
-// The box of all finite points, and of all points that are finite once they are placed.
+// The box of all finite points.
 BoxF localBounds(const MeshArrays& mesh);
-void addWorldBounds(BoxD& box, const MeshArrays& mesh, const Matrix& world);
+// Adds all points that are finite once they are placed. `values`: tuples of `dimension` coordinates; those
+// that a tuple does not have are 0.
+void addPlacedPoints(BoxD& box, std::span<const float> values, std::uint32_t dimension, const Matrix& world);
 
 }  // namespace Orb::Zix

@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "host/shown_text.h"
+#include "zix/mesh_figures.h"
 #include "zix/object_names.h"
 #include "zix/scene_info.h"
-#include "zix/scene_meshes.h"
 #include "zix/tree_walk.h"
 
 namespace Orb::Zix {
@@ -21,9 +21,9 @@ std::string lineOf(const SceneFile& scene, std::uint32_t object, std::size_t lev
   line += " \"" + loftbay::host::shownText(scene.name(object)) + "\"";
   if (scene.object(object).placement != format::kNone) line += " placed";
   if (scene.type(object) == ObjectType::Mesh) {
-    const MeshArrays mesh = meshArrays(scene, object);
-    line += ": " + std::to_string(wholeElementCount(mesh)) + " " + meshTypeName(mesh.type) + ", " +
-            std::to_string(mesh.pointCount()) + " points in its array";
+    const auto type = static_cast<MeshType>(scene.mesh(object).mesh_type);
+    line += ": " + std::to_string(wholeElementCount(scene, object)) + " " + meshTypeName(type) + ", " +
+            std::to_string(pointCount(scene, object)) + " points in its array";
   }
   return line + "\n";
 }

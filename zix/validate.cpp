@@ -1,10 +1,12 @@
 #include "zix/validate.h"
 
 #include <algorithm>
-#include <cmath>
+#include <vector>
 
 #include "host/shown_text.h"
-#include "zix/scene_meshes.h"
+#include "zix/array_facts.h"
+#include "zix/checksum.h"
+#include "zix/mesh_figures.h"
 #include "zix/structure_check.h"
 
 namespace Orb::Zix {
@@ -25,8 +27,7 @@ class Validator {
   Validator(const SceneFile& scene, ValidationReport& report) : scene_(scene), report_(report) {}
 
   void run() {
-    checkPadding();
-    checkChunks();
+    readFile();
     checkRoot();
     checkObjects();
   }
@@ -39,34 +40,47 @@ class Validator {
     report_.add(false, code, offset, std::move(message));
   }
 
-  void checkPadding() {
+  // Everything between the header and the directory once, from front to back.
+  void readFile() {
     std::uint64_t end = sizeof(format::Header);
-    const auto check = [&](std::uint64_t next) {
-      std::uint64_t at = end;
-      bool is_zero = true;
-      scene_.forEachPiece(end, next - end, [&](std::span<const std::byte> piece) {
-        for (const std::byte byte : piece) {
-          is_zero = is_zero && byte == std::byte{0};
-          if (is_zero) ++at;
-        }
-      });
-      if (!is_zero)
-        error("PADDING", at, "the padding before offset " + std::to_string(next) + " is not zero");
-    };
     for (std::size_t i = 0; i < scene_.chunks().size(); ++i) {
       const format::ChunkEntry entry = scene_.chunks()[i];
-      check(entry.offset);
+      checkPadding(end, entry.offset);
+      readChunk(i, entry);
       end = entry.offset + entry.size;
     }
-    check(scene_.header().directory_offset);
+    checkPadding(end, scene_.header().directory_offset);
   }
 
-  void checkChunks() {
-    for (std::size_t i = 0; i < scene_.chunks().size(); ++i) {
-      if (scene_.verifyChunk(i)) continue;
-      const format::ChunkEntry entry = scene_.chunks()[i];
+  void checkPadding(std::uint64_t start, std::uint64_t end) {
+    PieceReader pieces(scene_, start, end - start);
+    std::uint64_t offset = start;
+    for (auto piece = pieces.next(); !piece.empty(); piece = pieces.next()) {
+      const auto bad =
+          std::find_if(piece.begin(), piece.end(), [](auto byte) { return byte != std::byte{0}; });
+      if (bad != piece.end()) {
+        return error("PADDING", offset + static_cast<std::uint64_t>(bad - piece.begin()),
+                     "the padding before offset " + std::to_string(end) + " is not zero");
+      }
+      offset = pieces.offset();
+    }
+  }
+
+  void readChunk(std::size_t chunk, const format::ChunkEntry& entry) {
+    RunningChecksum sum;
+    FloatFacts* const floats = entry.type == format::kFloatArrayChunk ? &floats_[chunk] : nullptr;
+    IndexFacts* const indices = entry.type == format::kIndexArrayChunk ? &indices_[chunk] : nullptr;
+    PieceReader pieces = scene_.chunkPieces(chunk);
+    std::uint64_t offset = entry.offset;
+    for (auto piece = pieces.next(); !piece.empty(); piece = pieces.next()) {
+      sum.add(piece);
+      if (floats != nullptr) floats->add(piece, offset);
+      if (indices != nullptr) indices->add(piece, offset);
+      offset = pieces.offset();
+    }
+    if (sum.value() != entry.checksum) {
       error("CHUNK_CHECKSUM", entry.offset,
-            "chunk " + std::to_string(i) + " (" + chunkTypeText(entry.type) +
+            "chunk " + std::to_string(chunk) + " (" + chunkTypeText(entry.type) +
                 ") is damaged: its checksum differs");
     }
   }
@@ -95,10 +109,10 @@ class Validator {
   }
 
   void checkCoordinates(std::uint32_t number) {
-    const auto values = scene_.coordinateValues(number);
-    const auto bad = std::find_if_not(values.begin(), values.end(), [](float v) { return std::isfinite(v); });
-    if (bad == values.end()) return;
-    warn("NOT_FINITE", values.offsetOf(*bad), describe(number) + " holds values that are no finite numbers");
+    const std::uint32_t chunk = scene_.coordinates(number).chunk;
+    if (chunk == kNone) return;
+    if (const auto offset = floats_[chunk].firstNotFinite())
+      warn("NOT_FINITE", *offset, describe(number) + " holds values that are no finite numbers");
   }
 
   void checkMesh(std::uint32_t number) {
@@ -106,38 +120,43 @@ class Validator {
     if (record.coordinates == kNone || record.indices == kNone) {
       warn("MESH_INCOMPLETE", 0, describe(number) + " lacks its coordinates or its connectivity");
     }
-    const MeshArrays mesh = meshArrays(scene_, number);
-    std::uint64_t sum = 0;
-    bool reported_length = false;
-    for (const std::uint32_t& length : mesh.lengths) {
-      sum += length;
-      if (mesh.type == MeshType::Triangles && length != 3 && !reported_length) {
-        reported_length = true;
-        warn("ELEMENT_LENGTH", mesh.lengths.offsetOf(length),
-             describe(number) + " is a mesh of triangles with an element of " + std::to_string(length) +
-                 " indices");
-      }
+    const IndexFacts lengths = indexFacts(record.lengths);
+    const auto odd = lengths.firstNotThree();
+    if (odd && static_cast<MeshType>(record.mesh_type) == MeshType::Triangles) {
+      warn("ELEMENT_LENGTH", odd->offset,
+           describe(number) + " is a mesh of triangles with an element of " + std::to_string(odd->value) +
+               " indices");
     }
-    if (sum != mesh.indices.size()) {
-      warn("LENGTHS_SUM", mesh.lengths.empty() ? 0 : mesh.lengths.offsetOf(mesh.lengths.front()),
-           describe(number) + " has " + std::to_string(mesh.indices.size()) +
-               " indices, but the lengths of its elements add up to " + std::to_string(sum));
+    const IndexFacts indices = indexFacts(record.indices);
+    if (lengths.sum() != indices.count()) {
+      warn("LENGTHS_SUM", lengths.count() == 0 ? 0 : startOf(record.lengths),
+           describe(number) + " has " + std::to_string(indices.count()) +
+               " indices, but the lengths of its elements add up to " + std::to_string(lengths.sum()));
     }
-    const auto bad =
-        std::find_if(mesh.indices.begin(), mesh.indices.end(),
-                     [count = mesh.pointCount()](std::uint32_t index) { return index >= count; });
-    if (bad == mesh.indices.end()) return;
-    error("INDEX_RANGE", mesh.indices.offsetOf(*bad),
-          describe(number) + " has the index " + std::to_string(*bad) + " and only " +
-              std::to_string(mesh.pointCount()) + " points");
+    const std::uint64_t points = pointCount(scene_, number);
+    if (indices.count() == 0 || indices.largest() < points) return;
+    error("INDEX_RANGE", indices.largestOffset(),
+          describe(number) + " has the index " + std::to_string(indices.largest()) + " and only " +
+              std::to_string(points) + " points");
   }
 
+  // Of an IndexArray object or kNone.
+  [[nodiscard]] IndexFacts indexFacts(std::uint32_t number) const {
+    const std::uint32_t chunk = number == kNone ? kNone : scene_.indexArray(number).chunk;
+    return chunk == kNone ? IndexFacts() : indices_[chunk];
+  }
+  [[nodiscard]] std::uint64_t startOf(std::uint32_t index_array) const {
+    return scene_.chunks()[scene_.indexArray(index_array).chunk].offset;
+  }
   [[nodiscard]] std::string describe(std::uint32_t number) const {
     return "object " + std::to_string(number) + " '" + loftbay::host::shownText(scene_.name(number)) + "'";
   }
 
   const SceneFile& scene_;
   ValidationReport& report_;
+  // By chunk.
+  std::vector<FloatFacts> floats_ = std::vector<FloatFacts>(scene_.chunks().size());
+  std::vector<IndexFacts> indices_ = std::vector<IndexFacts>(scene_.chunks().size());
 };
 
 ValidationReport validate(const tl::expected<SceneFile, ReadError>& scene) {

@@ -7,6 +7,7 @@
 
 #include "tests/zix/sample_scenes.h"
 #include "tests/zix/scratch_folder.h"
+#include "zix/mesh_figures.h"
 #include "zix/reader.h"
 #include "zix/scene_meshes.h"
 #include "zix/validate.h"
@@ -229,7 +230,8 @@ TEST_F(RoundTrip, DefaultViewsLookAtTheMiddleOfTheWorldBounds) {
   // z -6..0.
   BoxD box;
   for (const PlacedMesh& placed : placedMeshes(file)) {
-    addWorldBounds(box, meshArrays(file, placed.mesh), placed.world);
+    BoxF local;
+    addBounds(file, placed.mesh, placed.world, local, box);
   }
   EXPECT_DOUBLE_EQ(box.low[0], -4);
   EXPECT_NEAR(box.high[0], 10, 1e-6);

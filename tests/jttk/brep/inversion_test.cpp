@@ -265,6 +265,39 @@ TEST(Inversion, IsThoroughOnAnOffsetToo) {
   }
 }
 
+// Where a surface has no knots, the points that searches start from lie on 25 by 25 lines: enough for waves
+// of a dozen spans (above), and few enough that a small file cannot make them costly.
+TEST(Inversion, StartsOnAnOffsetLieOn25By25Lines) {
+  XtModel model;
+  const auto wave =
+      model.splineSurface(1, 1, 3, 2, false, {0, 0, 0, 0, 1, 0, 1, 0, 0.5, 1, 1, 0.5, 2, 0, 0, 2, 1, 0},
+                          {0, 1, 2}, {2, 1, 2}, {0, 1}, {2, 2});
+  const Bodies bodies = bodiesOf(model, model.offset(wave, 1e-6));
+  Nearest nearest(bodies);
+  const auto costOf = [&](const auto& action) {
+    constexpr std::uint64_t kAllowed = 1'000'000;
+    nearest.geometry().allowWork(kAllowed);
+    action();
+    return kAllowed - nearest.geometry().workLeft();
+  };
+  const auto search = [&] {
+    Vec2 found;
+    EXPECT_LE(nearest.geometry().invertThoroughly(nearest.surface(), {0.3, 0.4, 0.15}, found), 1e-5);
+  };
+  Vec2 uv;
+  (void)nearest.geometry().invert(nearest.surface(), {}, nullptr, 0, uv);  // what else is made once
+  const auto first_search = costOf(search);                                // makes the grid
+  const auto later_search = costOf(search);
+  const auto of_the_lines = costOf([&] {
+    for (int i = 0; i <= 24; ++i) {
+      for (int k = 0; k <= 24; ++k) (void)nearest.at({2 * i / 24.0, k / 24.0});
+    }
+  });
+  ASSERT_GT(of_the_lines, 25U * 25U);
+  EXPECT_NEAR(static_cast<double>(first_search - later_search), static_cast<double>(of_the_lines), 1)
+      << "parts of an evaluation are rounded";
+}
+
 // A wave so steep that the search from the nearest points of its grid misses a point of its border by
 // millimetres: the loop that begins there is still found.
 TEST(Inversion, OfALoopThatBeginsOnASteepWaveIsThorough) {
