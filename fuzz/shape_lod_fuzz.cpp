@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   jttk::Segment segment;
   segment.type = jttk::SegmentType::ShapeLod0;
   segment.data = std::as_bytes(std::span(data + 1, size - 1));
-  const auto shape = jttk::decodeShapeLod(segment, version, order);
+  const auto shape = jttk::decodeShapeLod(segment, version, order, {{}, nullptr, true});
   if (shape) check(*shape);
   return 0;
 }

@@ -56,7 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0) return 0;
   const auto order = (data[0] & 1U) != 0 ? jttk::ByteOrder::Big : jttk::ByteOrder::Little;
   const jttk::ByteReader body(std::as_bytes(std::span(data + 1, size - 1)), order);
-  const auto shape = jttk::decodeShapeLodV8(body, kKinds[(data[0] >> 1) % std::size(kKinds)]);
+  const auto shape =
+      jttk::decodeShapeLodV8(body, kKinds[(data[0] >> 1) % std::size(kKinds)], {{}, nullptr, true});
   if (shape) checkShape(*shape);
   return 0;
 }

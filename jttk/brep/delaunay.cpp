@@ -317,27 +317,4 @@ bool Triangulation::markInside() {
   return fine;
 }
 
-bool Triangulation::isSound() const {
-  for (std::uint32_t t = 0; t < triangles_.size(); ++t) {
-    const Triangle& triangle = triangles_[t];
-    const Vec2& a = points_[triangle.corner[0]];
-    const Vec2& b = points_[triangle.corner[1]];
-    const Vec2& c = points_[triangle.corner[2]];
-    if (!(orient2d(a, b, c) > 0)) return false;
-    for (int i = 0; i < 3; ++i) {
-      const std::uint32_t other = triangle.neighbor[at(i)];
-      if (other == kNoTriangle) continue;
-      const int back = sideTo(other, t);
-      if (back < 0 || triangles_[other].fixed[at(back)] != triangle.fixed[at(i)] ||
-          triangles_[other].turns[at(back)] != -triangle.turns[at(i)] ||
-          triangles_[other].corner[at(next(back))] != triangle.corner[at(previous(i))]) {
-        return false;
-      }
-      if (!triangle.fixed[at(i)] && inCircle(a, b, c, points_[triangles_[other].corner[at(back)]]) > 0)
-        return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace jttk::brep

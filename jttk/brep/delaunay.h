@@ -56,8 +56,6 @@ class Triangulation {
   [[nodiscard]] std::size_t pointCount() const { return points_.size(); }
   // The first points are the corners of a frame around everything.
   static constexpr std::uint32_t kFramePoints = 4;
-  // Every neighbour knows its neighbour, every triangle turns left, every free edge is Delaunay.
-  [[nodiscard]] bool isSound() const;
 
  private:
   static constexpr int next(int i) { return i == 2 ? 0 : i + 1; }

@@ -21,6 +21,9 @@ struct ShapeContext {
   std::span<const StatedExtent> stated;
   // Where the decoder takes its memory from; null: without a limit.
   MemoryBudget* memory = nullptr;
+  // Decode texture coordinates and vertex flags too. Where not, their arrays come out empty; nothing is found
+  // out about them, and the rest of the shape is the same. (Auxiliary fields are never decoded.)
+  bool extra_attributes = false;
 };
 
 }  // namespace jttk

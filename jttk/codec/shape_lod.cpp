@@ -142,7 +142,7 @@ Result<ShapeGeometry> decodeLod(const Segment& segment, Version version, ByteOrd
   const std::uint64_t offset = element->body.offset();
   // Errors of 8.x name the kind already.
   if (version.major < 9) {
-    auto shape = decodeShapeLodV8(element->body, kind, context.memory);
+    auto shape = decodeShapeLodV8(element->body, kind, context);
     if (shape) compareWithBox(*shape, context.stated, offset);
     return shape;
   }

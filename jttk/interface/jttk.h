@@ -130,8 +130,9 @@ class JtkShape : public JtkEntity {
   [[nodiscard]] virtual int getPrimitiveSetCount() const = 0;
   // The arrays of one set: vertices, normals and texture coordinates with three floats per entry, colours
   // with three (red, green, blue). Each count is the number of entries; arrays that the shape does not have
-  // are null and their counts stay as they were. A set without vertices has null arrays and a vertex count of
-  // 0. The first triangle of a strip is counter-clockwise seen from outside. Returns 1, or 0 when the set
+  // are null and their counts stay as they were. So are texture coordinates, unless settings ask for them
+  // (jttk/interface/settings.h, extra_attributes). A set without vertices has null arrays and a vertex count
+  // of 0. The first triangle of a strip is counter-clockwise seen from outside. Returns 1, or 0 when the set
   // does not exist (nothing is set then).
   virtual int getPrimitiveSetArrays(int set_index, float*& vertices, int& vertex_count, float*& normals,
                                     int& normal_count, float*& colors, int& color_count,

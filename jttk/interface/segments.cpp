@@ -79,7 +79,7 @@ void decodeShape(const JtFile& file, const Segment& segment, SegmentContents& co
   MemoryBudget memory;
   memory.setLimit(newBudget()->memoryLimit());
   const Result<ShapeGeometry> shape =
-      decodeShapeLod(segment, file.version(), file.byteOrder(), {{}, &memory});
+      decodeShapeLod(segment, file.version(), file.byteOrder(), {{}, &memory, true});
   if (shape) {
     addFacts(*shape, contents);
   } else {

@@ -32,7 +32,8 @@ struct ShapeFacts {
   bool coordinate_hash_checked = false;
   // Quantiser step of x, y and z; 0 for float coordinates.
   std::array<float, 3> coordinate_steps{};
-  // Why attributes (normals, colours, …) that the shape has are not among its records; empty when all are.
+  // Why attributes (normals, colours, …) that the shape has and that were asked for are not among its
+  // records; empty when all are.
   std::string unread_attributes;
   // Not empty when a hash of the connectivity is wrong although the mesh decodes: indices are in range and
   // faces closed, but the faces or lines may not be those that were written.
@@ -49,7 +50,8 @@ struct ShapeGeometry {
 
   // Vertex positions: x, y, z per position.
   std::vector<float> positions;
-  // Attribute records, each array empty or with one entry per record. Normals x, y, z as stored (not always
+  // Attribute records, each array empty or with one entry per record. Texture coordinates and vertex flags
+  // are decoded only where somebody asks for them. Normals x, y, z as stored (not always
   // of unit length); colours red, green, blue, alpha; texture coordinates u, v, w (channel 0, padded with 0).
   std::vector<float> normals;
   std::vector<float> colors;

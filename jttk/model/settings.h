@@ -25,6 +25,10 @@ struct Settings {
   // The level of detail that parts are shown in: 0 is the finest, a number beyond the last level the last.
   // Where that level gives no geometry, the next coarser one that does is taken, else the next finer one.
   std::uint32_t level_of_detail = kFinestLevel;
+  // Texture coordinates and vertex flags of shapes are decoded. No scene holds them, so no program asks for
+  // them; unless somebody does, JtkShape gives no texture coordinates, and damage to these arrays is neither
+  // noticed nor told. The geometry does not depend on it.
+  bool extra_attributes = false;
   // Memory for decoded shapes that are kept for the next use, in bytes.
   std::size_t shape_cache_bytes = std::size_t{64} << 20U;
   // Limits for a whole model, with all its files. Where nothing is set they grow with the size of the files

@@ -6,6 +6,7 @@
 #include "jttk/graph/properties.h"
 #include "jttk/graph/scene_graph.h"
 #include "jttk/model/segment_kinds.h"
+#include "jttk/model/settings.h"
 
 namespace jttk {
 
@@ -100,7 +101,8 @@ Result<ShapeGeometry> decodeShape(const Document& document, const Node& node, Me
   if (!segment) return passOn(segment);
   const std::vector<StatedExtent> stated = statedExtents(graph, node);
   Result<ShapeGeometry> geometry =
-      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(), {stated, &memory});
+      decodeShapeLod(*segment, document.file->version(), document.file->byteOrder(),
+                     {stated, &memory, settings().extra_attributes});
   if (geometry) {
     if (auto taken = takeMemoryToUse(*geometry, memory); !taken) geometry = passOn(taken);
   }

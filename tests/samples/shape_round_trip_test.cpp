@@ -21,7 +21,8 @@ jttk::Result<jttk::ShapeGeometry> decode(const Bytes& bytes, const Options& opti
   segment.type = jttk::SegmentType::ShapeLod0;
   segment.data = std::as_bytes(std::span(bytes));
   return jttk::decodeShapeLod(segment, readerVersion(options),
-                              options.big_endian ? jttk::ByteOrder::Big : jttk::ByteOrder::Little);
+                              options.big_endian ? jttk::ByteOrder::Big : jttk::ByteOrder::Little,
+                              {{}, nullptr, true});
 }
 
 std::string describe(const Options& o) {

@@ -102,7 +102,7 @@ std::vector<Origin> keepWhole(const ShapeGeometry& geometry) {
 
 void spread(std::span<const Origin> origins, Binding binding, std::size_t stride,
             std::vector<float>& records) {
-  if (binding == Binding::None) return;
+  if (binding == Binding::None || records.empty()) return;
   std::vector<float> result(origins.size() * stride);
   for (std::size_t corner = 0; corner < origins.size(); ++corner) {
     const float* from = records.data() + origins[corner].owner(binding) * stride;
@@ -126,33 +126,38 @@ Result<void> takeMemory(const Context& context, const ShapeGeometry& geometry, b
 Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry) {
   const Bindings& bindings = context.bindings;
   const Owners owners = countOwners(geometry);
-  struct {
+  struct Attribute {
     const char* name;
     Binding binding;
     std::size_t stride;
     std::vector<float>& records;
-  } attributes[] = {{"normals", bindings.normal, kNormalFloats, geometry.normals},
-                    {"texture coordinates", bindings.texture, kTextureFloats, geometry.texture_coordinates},
-                    {"colours", bindings.color, kColorFloats, geometry.colors}};
-  bool any = false;
+    bool is_decoded = true;
+  };
+  Attribute attributes[] = {{"normals", bindings.normal, kNormalFloats, geometry.normals},
+                            {"texture coordinates", bindings.texture, kTextureFloats,
+                             geometry.texture_coordinates, context.extra_attributes},
+                            {"colours", bindings.color, kColorFloats, geometry.colors}};
+  bool has_records = false;
   bool per_facet = false;
   bool per_vertex_only = true;
-  for (auto& attribute : attributes) {
-    const std::size_t found = attribute.records.size() / attribute.stride;
+  for (Attribute& attribute : attributes) {
+    const std::size_t found =
+        attribute.is_decoded ? attribute.records.size() / attribute.stride : context.undecoded_textures;
     const std::size_t needed = owners.count(attribute.binding);
     if (attribute.binding != Binding::None && found != needed) {
-      const std::string reason = std::string(attribute.name) + ": " + std::to_string(found) + " where " +
-                                 std::to_string(needed) + " are needed";
-      geometry.facts.unread_attributes = reason;
+      if (attribute.is_decoded) {
+        geometry.facts.unread_attributes = std::string(attribute.name) + ": " + std::to_string(found) +
+                                           " where " + std::to_string(needed) + " are needed";
+      }
       attribute.binding = Binding::None;
       attribute.records = {};
     }
-    any = any || attribute.binding != Binding::None;
+    has_records = has_records || (attribute.is_decoded && attribute.binding != Binding::None);
     per_facet = per_facet || attribute.binding == Binding::Facet;
     per_vertex_only =
         per_vertex_only && (attribute.binding == Binding::None || attribute.binding == Binding::Vertex);
   }
-  if (!any) return {};
+  if (!has_records && per_vertex_only) return {};
   if (auto taken = takeMemory(context, geometry, per_vertex_only, offset); !taken) return taken;
   if (per_vertex_only) {
     geometry.corner_records = geometry.corner_positions;
@@ -160,12 +165,14 @@ Result<void> spreadAttributes(const Context& context, std::uint64_t offset, Shap
   }
   const bool apart = per_facet && facetCorners(geometry.kind) != 0;
   const std::vector<Origin> origins = apart ? takeApart(geometry) : keepWhole(geometry);
-  for (const auto& attribute : attributes)
+  for (const Attribute& attribute : attributes)
     spread(origins, attribute.binding, attribute.stride, attribute.records);
   geometry.corner_positions.clear();
   geometry.corner_records.clear();
   for (const Origin& origin : origins) {
-    geometry.corner_records.push_back(static_cast<std::uint32_t>(geometry.corner_records.size()));
+    if (has_records) {
+      geometry.corner_records.push_back(static_cast<std::uint32_t>(geometry.corner_records.size()));
+    }
     geometry.corner_positions.push_back(origin.position);
   }
   return {};

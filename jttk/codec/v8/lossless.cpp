@@ -99,9 +99,12 @@ void copyColumn(std::span<const std::byte> bytes, std::size_t record_floats, std
 }
 
 template <ByteOrder order>
-void copyRecords(std::span<const std::byte> bytes, const RecordLayout& layout, ShapeGeometry& geometry) {
+void copyRecords(std::span<const std::byte> bytes, const RecordLayout& layout, bool with_texture,
+                 ShapeGeometry& geometry) {
   const std::size_t size = layout.float_count;
-  copyColumn<order>(bytes, size, layout.texture, 2, 3, 0.0F, geometry.texture_coordinates);
+  if (with_texture) {
+    copyColumn<order>(bytes, size, layout.texture, 2, 3, 0.0F, geometry.texture_coordinates);
+  }
   copyColumn<order>(bytes, size, layout.color, layout.color_count, 4, 1.0F, geometry.colors);
   copyColumn<order>(bytes, size, layout.normal, 3, 3, 0.0F, geometry.normals);
   copyColumn<order>(bytes, size, layout.position, 3, 3, 0.0F, geometry.positions);
@@ -123,10 +126,11 @@ std::optional<RecordLayout> layoutOf(const Bindings& bindings, std::size_t size,
   return std::nullopt;
 }
 
-// Attributes found in the records count as per vertex; others are dropped.
-void bindAsRead(Binding& binding, std::size_t column, const char* what, ShapeFacts& facts) {
+// Attributes found in the records count as per vertex; others are dropped, which is told of those that were
+// `asked` for.
+void bindAsRead(Binding& binding, std::size_t column, const char* what, bool asked, ShapeFacts& facts) {
   if (binding == Binding::None) return;
-  if (column == RecordLayout::kAbsent)
+  if (column == RecordLayout::kAbsent && asked)
     facts.unread_attributes = std::string(what) + " per facet or primitive";
   binding = column == RecordLayout::kAbsent ? Binding::None : Binding::Vertex;
 }
@@ -151,15 +155,17 @@ Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geome
                 offset);
   }
   if (in.order() == ByteOrder::Little) {
-    copyRecords<ByteOrder::Little>(block->bytes, *layout, geometry);
+    copyRecords<ByteOrder::Little>(block->bytes, *layout, context.extra_attributes, geometry);
   } else {
-    copyRecords<ByteOrder::Big>(block->bytes, *layout, geometry);
+    copyRecords<ByteOrder::Big>(block->bytes, *layout, context.extra_attributes, geometry);
   }
-  bindAsRead(context.bindings.normal, layout->normal, "normals", geometry.facts);
-  bindAsRead(context.bindings.texture, layout->texture, "texture coordinates", geometry.facts);
-  bindAsRead(context.bindings.color, layout->color, "colours", geometry.facts);
+  bindAsRead(context.bindings.normal, layout->normal, "normals", true, geometry.facts);
+  bindAsRead(context.bindings.texture, layout->texture, "texture coordinates", context.extra_attributes,
+             geometry.facts);
+  bindAsRead(context.bindings.color, layout->color, "colours", true, geometry.facts);
   // Without a primitive list every record is a corner.
   const std::size_t corner_count = size / (layout->float_count * kFloatBytes);
+  context.undecoded_textures = corner_count;
   geometry.corner_positions.resize(corner_count);
   for (std::size_t i = 0; i < corner_count; ++i) geometry.corner_positions[i] = static_cast<std::uint32_t>(i);
   return {};

@@ -205,6 +205,19 @@ Result<void> readAttribute(ByteReader& in, ShapeFacts& facts, Binding& binding, 
   return {};
 }
 
+// Passes over texture coordinates and counts them.
+Result<void> skipTextureCoordinates(ByteReader& in, Context& context, const AttributeLayout& layout) {
+  in.skip(layout.field_bytes, "texture coordinate quantisers");
+  context.undecoded_textures = in.u32("texture coordinate count");
+  if (!in.ok()) return in.unexpected();
+  for (std::size_t i = 0; i < layout.packets; ++i) {
+    if (auto skipped = skipPacketV8(in); !skipped) {
+      return tl::unexpected(skipped.error().in("texture coordinates"));
+    }
+  }
+  return {};
+}
+
 constexpr std::size_t kQuantizerBytes = 2 * sizeof(float) + 1;
 constexpr AttributeLayout kNormalLayout{1, 4};
 constexpr AttributeLayout kTextureLayout{2 * kQuantizerBytes, 2};
@@ -219,7 +232,9 @@ Result<void> readAttributes(ByteReader& in, Context& context, ShapeGeometry& geo
     done = readAttribute(in, facts, bindings.normal, kNormalLayout, geometry.normals,
                          [&] { return readNormals(in, context, geometry.normals); });
   }
-  if (done && bindings.texture != Binding::None) {
+  if (done && bindings.texture != Binding::None && !context.extra_attributes) {
+    done = skipTextureCoordinates(in, context, kTextureLayout);
+  } else if (done && bindings.texture != Binding::None) {
     done = readAttribute(in, facts, bindings.texture, kTextureLayout, geometry.texture_coordinates, [&] {
       return readTextureCoordinates(in, context, geometry.texture_coordinates, scratch);
     });

@@ -31,6 +31,10 @@ struct Context {
   // The same for corners.
   std::size_t most_corners = 0;
   MemoryBudget* memory = nullptr;  // never null
+  // Decode texture coordinates too (ShapeContext::extra_attributes).
+  bool extra_attributes = false;
+  // How many texture coordinates there are, where they are not decoded.
+  std::size_t undecoded_textures = 0;
 };
 
 // Reads a packet of `maximum_count` values at most, undoes the predictor, and takes the values off what is
@@ -48,7 +52,8 @@ Result<void> readLossless(ByteReader& in, Context& context, ShapeGeometry& geome
 
 // Gives each corner its attribute record. When all attributes belong to vertices, records are numbered as
 // positions are. Otherwise every corner gets a record of its own, and strips and lines whose facets carry
-// attributes are taken apart into triangles and line segments. Attributes are dropped, with a reason in
+// attributes are taken apart into triangles and line segments, also where the attributes are not decoded: the
+// corners do not depend on what was asked for. Attributes are dropped, with a reason in
 // facts.unread_attributes, if their number is not that of their vertices, facets or primitives.
 Result<void> spreadAttributes(const Context& context, std::uint64_t offset, ShapeGeometry& geometry);
 

@@ -89,13 +89,15 @@ Result<void> readPrimitiveStarts(ByteReader& in, Context& context, std::vector<s
   return {};
 }
 
-Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind, MemoryBudget& memory) {
+Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind, const ShapeContext& asked,
+                                        MemoryBudget& memory) {
   ShapeGeometry geometry;
   geometry.kind = kind;
   Context context;
   context.values_left = plausibleShapeValues(in.remaining());
   context.most_corners = plausibleShapeCorners(in.remaining());
   context.memory = &memory;
+  context.extra_attributes = asked.extra_attributes;
   const Result<Bindings> bindings = readHeader(in, geometry.facts);
   if (!bindings) return passOn(bindings);
   context.bindings = *bindings;
@@ -127,7 +129,8 @@ Result<void> v8::readValues(ByteReader& in, Context& context, std::size_t maximu
   return {};
 }
 
-Result<ShapeGeometry> decodeShapeLodV8(ByteReader element_body, const Guid& kind, MemoryBudget* memory) {
+Result<ShapeGeometry> decodeShapeLodV8(ByteReader element_body, const Guid& kind,
+                                       const ShapeContext& context) {
   if (kind == object_id::kNullShape) return ShapeGeometry{};
   const std::optional<VertexShape> vertex_shape = vertexShapeKind(kind);
   if (!vertex_shape) {
@@ -135,8 +138,8 @@ Result<ShapeGeometry> decodeShapeLodV8(ByteReader element_body, const Guid& kind
         makeError("not supported", element_body.offset()).ofElement("shape LOD element " + kind.text()));
   }
   MemoryBudget unlimited;
-  Result<ShapeGeometry> geometry =
-      decodeVertexShape(element_body, vertex_shape->primitives, memory != nullptr ? *memory : unlimited);
+  Result<ShapeGeometry> geometry = decodeVertexShape(element_body, vertex_shape->primitives, context,
+                                                     context.memory != nullptr ? *context.memory : unlimited);
   if (!geometry) return tl::unexpected(geometry.error().ofElement(vertex_shape->name));
   return geometry;
 }

@@ -197,7 +197,7 @@ Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, 
                              shape.facts.doubt.empty() ? statedBox(context.stated) : nullptr);
     done = arrays.readCoordinates(unique, shape);
     if (!done) return passOn(done);
-    arrays.readAttributes(records, shape);
+    arrays.readAttributes(records, context.extra_attributes, shape);
   }
   shape.facts.topology_hash_checked = shape.facts.doubt.empty();
   if (auto taken = packets.memory().take(lists.vertices.size(), 2 * sizeof(std::uint32_t), start); !taken) {

@@ -71,7 +71,7 @@ Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm fo
   // Without a record for every corner the attributes are dropped; the mesh stays.
   const bool records_fit = topology.records_fit && records == topology.records;
   if (records_fit) {
-    arrays.readAttributes(records, shape);
+    arrays.readAttributes(records, context.extra_attributes, shape);
   } else {
     shape.facts.unread_attributes =
         countMismatch("vertex attributes", records, topology.records, counts_offset).text();

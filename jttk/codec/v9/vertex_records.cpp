@@ -170,7 +170,7 @@ Result<void> VertexArrayReader::readCoordinatesAs(const CoordinateLayout& layout
 
 // Attributes do not reach the scene, and the layouts of some are not confirmed by files. One that cannot be
 // read is dropped with those behind it; the shape stays.
-void VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometry& shape) {
+void VertexArrayReader::readAttributes(std::uint32_t count, bool with_extras, ShapeGeometry& shape) {
   const std::uint64_t present = shape.facts.bindings;
   Result<void> done;
   const auto keep = [&](auto& values) {
@@ -186,6 +186,7 @@ void VertexArrayReader::readAttributes(std::uint32_t count, ShapeGeometry& shape
     done = readColors(count, shape.colors);
     keep(shape.colors);
   }
+  if (!with_extras) return;
   std::vector<float> dropped;
   for (std::uint32_t channel = 0; channel < bindings::kTextureChannels && done; ++channel) {
     if (((present >> (bindings::kFirstTextureBit + 4 * channel)) & 15U) == 0) continue;

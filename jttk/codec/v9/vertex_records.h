@@ -37,10 +37,11 @@ class VertexArrayReader {
   // Positions, for `count` vertices; says in `facts` whether they were lossless. Those that do not agree with
   // their hash stay where they fill the box, and facts.coordinate_note says so.
   Result<void> readCoordinates(std::uint32_t count, ShapeGeometry& shape);
-  // All arrays that `shape.facts.bindings` names, except coordinates, for `count` records. Texture channels
-  // above the first are read and dropped. Auxiliary fields come last and are left unread. An array that
-  // cannot be read stays empty, and so do those behind it; shape.facts.unread_attributes says why.
-  void readAttributes(std::uint32_t count, ShapeGeometry& shape);
+  // All arrays that `shape.facts.bindings` names, except coordinates, for `count` records. `with_extras`:
+  // also texture coordinates (channels above the first are read and dropped) and vertex flags. These come
+  // last and are left unread otherwise, as auxiliary fields behind them always are. An array that cannot be
+  // read stays empty, and so do those behind it; shape.facts.unread_attributes says why.
+  void readAttributes(std::uint32_t count, bool with_extras, ShapeGeometry& shape);
 
  private:
   struct CoordinateLayout;

@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
+
+#include "jttk/brep/predicates.h"
 
 namespace jttk::brep {
 namespace {
@@ -36,13 +39,38 @@ Triangulation::Constraint constrainLoop(Triangulation& t, const std::vector<std:
   return Triangulation::Constraint::Done;
 }
 
+// Every neighbour knows its neighbour, every triangle turns left, every free edge is Delaunay.
+bool isSound(const Triangulation& t) {
+  const auto& triangles = t.triangles();
+  for (std::uint32_t number = 0; number < triangles.size(); ++number) {
+    const Triangulation::Triangle& triangle = triangles[number];
+    const Vec2& a = t.point(triangle.corner[0]);
+    const Vec2& b = t.point(triangle.corner[1]);
+    const Vec2& c = t.point(triangle.corner[2]);
+    if (!(orient2d(a, b, c) > 0)) return false;
+    for (std::size_t side = 0; side < 3; ++side) {
+      if (triangle.neighbor[side] == Triangulation::kNoTriangle) continue;
+      const Triangulation::Triangle& other = triangles[triangle.neighbor[side]];
+      const auto found = std::find(other.neighbor.begin(), other.neighbor.end(), number);
+      if (found == other.neighbor.end()) return false;
+      const auto back = static_cast<std::size_t>(found - other.neighbor.begin());
+      if (other.fixed[back] != triangle.fixed[side] || other.turns[back] != -triangle.turns[side] ||
+          other.corner[(back + 1) % 3] != triangle.corner[(side + 2) % 3]) {
+        return false;
+      }
+      if (!triangle.fixed[side] && inCircle(a, b, c, t.point(other.corner[back])) > 0) return false;
+    }
+  }
+  return true;
+}
+
 TEST(Delaunay, RandomPointsGiveASoundTriangulation) {
   std::mt19937 random(7);
   std::uniform_real_distribution<double> anywhere(-1, 1);
   WorkCounter work;
   Triangulation t({-1, -1}, {1, 1}, 500, work);
   for (int i = 0; i < 500; ++i) t.insert({anywhere(random), anywhere(random)});
-  EXPECT_TRUE(t.isSound());
+  EXPECT_TRUE(isSound(t));
   // Euler: 2 n - 2 - hull, with the frame's four corners as hull.
   EXPECT_EQ(t.triangles().size(), 2 * (t.pointCount() - 1) - 4);
 }
@@ -54,7 +82,7 @@ TEST(Delaunay, PointsOfAGridAreAllOnCommonCirclesAndLines) {
     for (int k = 0; k <= 20; ++k) t.insert({double(i), double(k)});
   }
   EXPECT_EQ(t.pointCount(), 441 + Triangulation::kFramePoints);
-  EXPECT_TRUE(t.isSound());
+  EXPECT_TRUE(isSound(t));
 }
 
 TEST(Delaunay, AllThatItDoesIsCounted) {
@@ -93,7 +121,7 @@ TEST(Delaunay, EqualPointsAreOnePoint) {
   Triangulation t({0, 0}, {1, 1}, 3, work);
   const std::uint32_t a = t.insert({0.5, 0.5});
   EXPECT_EQ(t.insert({0.5, 0.5}), a);
-  EXPECT_TRUE(t.isSound());
+  EXPECT_TRUE(isSound(t));
 }
 
 TEST(Delaunay, PolygonWithAHoleCoversItsArea) {
@@ -105,7 +133,7 @@ TEST(Delaunay, PolygonWithAHoleCoversItsArea) {
   ASSERT_EQ(constrainLoop(t, hole), Triangulation::Constraint::Done);
   EXPECT_TRUE(t.markInside());
   EXPECT_DOUBLE_EQ(insideArea(t), 100 - 16);
-  EXPECT_TRUE(t.isSound());
+  EXPECT_TRUE(isSound(t));
 }
 
 // A comb: long constraints across many Delaunay edges.
@@ -125,7 +153,7 @@ TEST(Delaunay, DeepCombCoversItsArea) {
   ASSERT_EQ(constrainLoop(t, addLoop(t, comb)), Triangulation::Constraint::Done);
   EXPECT_TRUE(t.markInside());
   EXPECT_NEAR(insideArea(t), teeth * 0.5 * 30 + teeth, 1e-9);
-  EXPECT_TRUE(t.isSound());
+  EXPECT_TRUE(isSound(t));
 }
 
 TEST(Delaunay, StarsOfRandomLoopsCoverTheirArea) {
@@ -150,7 +178,7 @@ TEST(Delaunay, StarsOfRandomLoopsCoverTheirArea) {
     ASSERT_EQ(constrainLoop(t, addLoop(t, star)), Triangulation::Constraint::Done);
     ASSERT_TRUE(t.markInside());
     ASSERT_NEAR(insideArea(t), area, 1e-12);
-    ASSERT_TRUE(t.isSound());
+    ASSERT_TRUE(isSound(t));
   }
 }
 
@@ -198,7 +226,7 @@ TEST(Delaunay, RefinedPointsStayInsideAndKeepConstraints) {
   ASSERT_TRUE(t.markInside());
   const double area = insideArea(t);
   for (int i = 0; i < 300; ++i) t.refine(0, {anywhere(random), anywhere(random)});
-  EXPECT_TRUE(t.isSound());
+  EXPECT_TRUE(isSound(t));
   EXPECT_NEAR(insideArea(t), area, 1e-9);
 }
 

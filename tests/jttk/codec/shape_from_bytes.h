@@ -34,7 +34,7 @@ inline ShapeGeometry decoded(const Bytes& data, Version version, ByteOrder order
   Segment segment;
   segment.type = SegmentType::ShapeLod0;
   segment.data = data;
-  auto shape = decodeShapeLod(segment, version, order);
+  auto shape = decodeShapeLod(segment, version, order, {{}, nullptr, true});
   EXPECT_TRUE(shape.has_value()) << shape.error().text();
   return shape ? std::move(*shape) : ShapeGeometry{};
 }

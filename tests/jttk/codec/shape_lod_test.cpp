@@ -38,7 +38,7 @@ using ::testing::HasSubstr;
 constexpr PacketForm kForms[] = {PacketForm::V9, PacketForm::V10};
 
 jttk::Result<ShapeGeometry> decode(std::span<const std::byte> element, PacketForm form,
-                                   const jttk::ShapeContext& context = {}) {
+                                   const jttk::ShapeContext& context = {{}, nullptr, true}) {
   jttk::Segment segment;
   segment.type = jttk::SegmentType::ShapeLod0;
   segment.data = element;
@@ -558,6 +558,64 @@ TEST(ShapeLod, coloursThatCannotBeReadCostThemselvesAndWhatIsBehindThem) {
     EXPECT_TRUE(shape->vertex_flags.empty());
     EXPECT_EQ(shape->normals.size(), 15U);
     expectPositions(*shape, 5);
+  }
+}
+
+// What a shape is apart from texture coordinates, flags, and what is said about them.
+void expectTheSameBesideExtras(const ShapeGeometry& shape, const ShapeGeometry& other) {
+  EXPECT_EQ(shape.positions, other.positions);
+  EXPECT_EQ(shape.normals, other.normals);
+  EXPECT_EQ(shape.colors, other.colors);
+  EXPECT_EQ(shape.primitive_starts, other.primitive_starts);
+  EXPECT_EQ(shape.corner_positions, other.corner_positions);
+  EXPECT_EQ(shape.corner_records, other.corner_records);
+}
+
+TEST(ShapeLod, textureCoordinatesAndFlagsAreDecodedWhereSomebodyAsks) {
+  for (const PacketForm form : kForms) {
+    for (const bool quantized : {false, true}) {
+      const ShapeOptions options{form, quantized, 0x25a};
+      const Bytes element =
+          shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options));
+      const auto asked = decode(element, form);
+      const auto plain = decode(element, form, {});
+      ASSERT_TRUE(asked.has_value() && plain.has_value());
+      EXPECT_EQ(asked->texture_coordinates.size(), 15U);
+      EXPECT_EQ(asked->vertex_flags.size(), 5U);
+      EXPECT_TRUE(plain->texture_coordinates.empty());
+      EXPECT_TRUE(plain->vertex_flags.empty());
+      EXPECT_EQ(plain->facts.bindings, asked->facts.bindings);
+      expectTheSameBesideExtras(*plain, *asked);
+    }
+  }
+}
+
+// Whatever is wrong with them, and also where they are cut off.
+TEST(ShapeLod, textureCoordinatesAndFlagsThatNobodyAsksForMayBeDamaged) {
+  for (const PacketForm form : kForms) {
+    const auto bytesOf = [form](std::uint64_t bindings) {
+      return topologicalRepData(bowTieSymbols(), 5, 5, {form, true, bindings});
+    };
+    const Bytes whole = bytesOf(0x25a);
+    // The bindings are stored in front: without the extras, the rest is the same bytes up to its end.
+    const std::size_t extras_begin = bytesOf(0x1a).size();
+    const auto sound = decode(shapeElement(kTriStripSetId, form, whole), form, {});
+    ASSERT_TRUE(sound.has_value()) << sound.error().text();
+    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(extras_begin));
+    Bytes overwritten = whole;
+    std::fill(overwritten.begin() + static_cast<std::ptrdiff_t>(extras_begin), overwritten.end(),
+              std::byte{0xff});
+    for (const Bytes& damaged : {cut, overwritten}) {
+      const Bytes element = shapeElement(kTriStripSetId, form, damaged);
+      const auto plain = decode(element, form, {});
+      ASSERT_TRUE(plain.has_value()) << plain.error().text();
+      EXPECT_EQ(plain->facts.unread_attributes, "");
+      expectTheSameBesideExtras(*plain, *sound);
+      const auto asked = decode(element, form);
+      ASSERT_TRUE(asked.has_value()) << asked.error().text();
+      EXPECT_NE(asked->facts.unread_attributes, "");
+      expectTheSameBesideExtras(*asked, *sound);
+    }
   }
 }
 

@@ -349,6 +349,42 @@ TEST(Shapes, ArraysThatDoNotExistAreNullAndTheirCountsStay) {
             0);
 }
 
+// Damage to them is told only to those who ask.
+TEST(Shapes, TextureCoordinatesAreHandedOutWhereSettingsAskForThem) {
+  jttk::testing::ShapeOptions options;
+  options.bindings = 0x20a;
+  const jttk::testing::Bytes sound =
+      jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options);
+  jttk::testing::Bytes damaged = sound;
+  damaged.resize(damaged.size() - 5);  // of the texture coordinates, which come last
+  for (const bool asked : {false, true}) {
+    for (const jttk::testing::Bytes& rep : {sound, damaged}) {
+      jttk::settings().extra_attributes = asked;
+      GraphBuilder graph = partOf({2});
+      graph.setGeometry(
+          jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::V9, rep));
+      graph.triStrips(2);
+      const Loaded model(graph);
+      JtkShape* shape = shapeOf(model.root(), 0, 0);
+      ASSERT_NE(shape, nullptr);
+      float* arrays[4] = {};
+      int counts[4] = {};
+      EXPECT_EQ(shape->getPrimitiveSetArrays(0, arrays[0], counts[0], arrays[1], counts[1], arrays[2],
+                                             counts[2], arrays[3], counts[3]),
+                1);
+      EXPECT_GE(counts[0], 3);
+      EXPECT_EQ(counts[1], counts[0]);
+      const bool is_sound = rep.size() == sound.size();
+      EXPECT_EQ(counts[3], asked && is_sound ? counts[0] : 0);
+      EXPECT_EQ(arrays[3] != nullptr, asked && is_sound);
+      EXPECT_EQ(model.recorder.notes.size(), asked && !is_sound ? 1U : 0U);
+      EXPECT_THAT(model.recorder.losses, IsEmpty());
+      for (const float* array : arrays) delete[] array;
+    }
+  }
+  jttk::settings().extra_attributes = false;
+}
+
 TEST(Shapes, ASetWithoutVerticesIsThereAndCountsNothing) {
   GraphBuilder graph = partOf({});
   const Loaded model(graph);

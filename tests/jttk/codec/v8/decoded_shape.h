@@ -16,15 +16,18 @@
 
 namespace jttk::test {
 
+// Every array is asked for.
+inline constexpr ShapeContext kWithExtras{{}, nullptr, true};
+
 inline ShapeGeometry decode(const Bytes& body, const Guid& kind) {
-  const auto shape = decodeShapeLodV8(body.reader(), kind);
+  const auto shape = decodeShapeLodV8(body.reader(), kind, kWithExtras);
   EXPECT_TRUE(shape.has_value()) << shape.error().text();
   return shape ? *shape : ShapeGeometry{};
 }
 
 // What is wrong; empty when the shape can be read.
 inline std::string errorOf(const Bytes& body, const Guid& kind = kTriStripSet) {
-  const auto shape = decodeShapeLodV8(body.reader(), kind);
+  const auto shape = decodeShapeLodV8(body.reader(), kind, kWithExtras);
   return shape ? "" : shape.error().what;
 }
 

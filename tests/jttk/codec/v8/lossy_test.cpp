@@ -266,6 +266,64 @@ TEST(ShapeLodV8Attributes, thatCannotBeReadAreDropped) {
   }
 }
 
+LossyShape texturedQuad(std::uint32_t binding, std::size_t count) {
+  LossyShape shape = quad();
+  shape.texture_binding = binding;
+  shape.texture_ranges = {{0, 1, 1}, {0, 3, 2}};
+  shape.texture = {Values(count, 1), Values(count, 2)};
+  shape.color_binding = 1;
+  shape.color_ranges = {{0, 1, 1}, {0, 1, 1}, {0, 3, 2}, {0, 1, 1}};
+  shape.colors = {{0, 1, 0, 1}, {1, 1, 0, 0}, {0, 1, 2, 3}, {1, 1, 1, 0}};
+  return shape;
+}
+
+// As the programs decode: texture coordinates are passed over.
+ShapeGeometry decodePlain(const test::Bytes& body, const Guid& kind = test::kTriStripSet) {
+  const auto shape = decodeShapeLodV8(body.reader(), kind);
+  EXPECT_TRUE(shape.has_value()) << shape.error().text();
+  return shape ? *shape : ShapeGeometry{};
+}
+
+// Strips are taken apart for attributes of facets also where these are not decoded.
+TEST(ShapeLodV8Lossy, theShapeIsTheSameWhetherTextureCoordinatesAreAskedForOrNot) {
+  for (const bool with_normals : {true, false}) {
+    for (const auto& [binding, count] : {std::pair{1U, 4U}, {2U, 2U}, {3U, 1U}, {2U, 3U}}) {
+      LossyShape shape = texturedQuad(binding, count);
+      if (!with_normals) shape.normal_binding = shape.color_binding = 0;
+      const ShapeGeometry asked = decode(lossyBody(shape), test::kTriStripSet);
+      const ShapeGeometry plain = decodePlain(lossyBody(shape));
+      EXPECT_THAT(plain.texture_coordinates, IsEmpty());
+      EXPECT_EQ(plain.facts.unread_attributes, "");
+      EXPECT_EQ(plain.positions, asked.positions);
+      EXPECT_EQ(plain.primitive_starts, asked.primitive_starts);
+      EXPECT_EQ(plain.corner_positions, asked.corner_positions);
+      EXPECT_EQ(plain.normals, asked.normals);
+      EXPECT_EQ(plain.colors, asked.colors);
+      if (with_normals) {
+        EXPECT_EQ(plain.corner_records, asked.corner_records);
+      } else {
+        EXPECT_THAT(plain.corner_records, IsEmpty());
+      }
+      const bool count_fits = count != 3;
+      EXPECT_EQ(asked.texture_coordinates.empty(), !count_fits);
+      EXPECT_EQ(asked.facts.unread_attributes.empty(), count_fits);
+    }
+  }
+}
+
+TEST(ShapeLodV8Lossy, textureCoordinatesThatNobodyAsksForMayBeDamaged) {
+  LossyShape shape = texturedQuad(1, 4);
+  const ShapeGeometry sound = decodePlain(lossyBody(shape));
+  shape.texture_ranges[0].bits = 33;
+  shape.texture[1].pop_back();
+  EXPECT_NE(decode(lossyBody(shape), test::kTriStripSet).facts.unread_attributes, "");
+  const ShapeGeometry plain = decodePlain(lossyBody(shape));
+  EXPECT_EQ(plain.facts.unread_attributes, "");
+  EXPECT_EQ(plain.corner_positions, sound.corner_positions);
+  EXPECT_EQ(plain.colors, sound.colors);
+  EXPECT_EQ(plain.normals, sound.normals);
+}
+
 // Arrays follow only where there are vertices.
 TEST(ShapeLodV8Lossy, nothingNeedsNoArraysWhateverItsBindings) {
   test::Bytes body = test::shapeHeader(20, 1, 1, 1, {}, ByteOrder::Little);
@@ -279,10 +337,10 @@ TEST(ShapeLodV8Lossy, nothingNeedsNoArraysWhateverItsBindings) {
 TEST(ShapeLodV8Lossy, memoryIsTakenFromTheBudget) {
   const auto body = lossyBody(quad());
   MemoryBudget enough(1000);
-  EXPECT_TRUE(decodeShapeLodV8(body.reader(), test::kTriStripSet, &enough).has_value());
+  EXPECT_TRUE(decodeShapeLodV8(body.reader(), test::kTriStripSet, {{}, &enough, true}).has_value());
   EXPECT_GT(enough.taken(), 0U);
   MemoryBudget little(40);
-  const auto refused = decodeShapeLodV8(body.reader(), test::kTriStripSet, &little);
+  const auto refused = decodeShapeLodV8(body.reader(), test::kTriStripSet, {{}, &little, true});
   ASSERT_FALSE(refused.has_value());
   EXPECT_THAT(refused.error().what, HasSubstr("more memory is asked for than the limit of 40 bytes"));
 }
