@@ -50,11 +50,11 @@ bool undoOtherPredictors(IndexLists& lists, std::uint32_t stored) {
   auto all_groups = tries(lists.groups);
   auto all_primitives = tries(lists.primitives);
   auto all_vertices = tries(lists.vertices);
-  for (Values& groups : all_groups) {
+  for (List& groups : all_groups) {
     const std::uint32_t group_hash = hashOf(groups, 0);
-    for (Values& primitives : all_primitives) {
+    for (List& primitives : all_primitives) {
       const std::uint32_t primitive_hash = hashOf(primitives, group_hash);
-      for (Values& vertices : all_vertices) {
+      for (List& vertices : all_vertices) {
         if (hashOf(vertices, primitive_hash) != stored) continue;
         lists = {std::move(groups), std::move(primitives), std::move(vertices)};
         return true;
