@@ -1,6 +1,6 @@
 #include "app/about_dialog.h"
 
-#include "app/application.h"
+#include "app/application_name.h"
 #include "app/resource_ids.h"
 #include "diag/build_info.h"
 

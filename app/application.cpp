@@ -1,5 +1,6 @@
 #include "app/application.h"
 
+#include "app/application_name.h"
 #include "app/main_dialog.h"
 #include "app/resource_ids.h"
 #include "diag/build_info.h"
@@ -10,19 +11,8 @@
 
 namespace loftbay::app {
 
-namespace {
-
-std::string& storedApplicationName() {
-  static std::string name;
-  return name;
-}
-
-}  // namespace
-
-const std::string& applicationName() { return storedApplicationName(); }
-
 bool CJt2ZixApp::InitInstance() {
-  storedApplicationName() = diag::CBuildInfo().GetAppName("loftbay");
+  setApplicationName(diag::CBuildInfo().GetAppName("loftbay"));
   diag::SelectWorkDirectory("Loftbay_Log.txt");
   diag::WriteTraceLog("Jt2Zix : Win64 Application");
   diag::WriteTraceLog(std::string("Jt2Zix::Version: ") + diag::kBuildNumber);

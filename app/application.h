@@ -9,10 +9,6 @@
 
 namespace loftbay::app {
 
-// The product's display name: in captions, in the about box and in the name of the work directory.
-// Empty before start-up.
-const std::string& applicationName();
-
 // What the application object asks of the window system; app/win32 answers with the real one.
 class ApplicationFrame {
  public:

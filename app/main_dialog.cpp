@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "app/about_dialog.h"
-#include "app/application.h"
+#include "app/application_name.h"
 #include "app/resource_ids.h"
 #include "convert/job.h"
 #include "convert/path_validation.h"

@@ -17,7 +17,7 @@
 #endif
 
 #include "cli/console_state.h"
-#include "cli/program.h"
+#include "cli/exit_code.h"
 #include "host/shown_text.h"
 #include "zix/interrupted_write.h"
 

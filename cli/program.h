@@ -5,15 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace loftbay::cli {
+#include "cli/exit_code.h"
 
-enum ExitCode : int {
-  kDone = 0,
-  kFailed = 1,
-  kWrongUsage = 2,
-  kPathRefused = 3,
-  kInterrupted = 130,
-};
+namespace loftbay::cli {
 
 // Defined by each program. `arguments` without the program's own name, UTF-8. The result is the exit code.
 int runProgram(const std::vector<std::string>& arguments);

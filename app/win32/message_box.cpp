@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "app/application.h"
+#include "app/application_name.h"
 #include "host/wide_text.h"
 
 namespace loftbay::app::win32 {

@@ -10,6 +10,7 @@
 #include "cli/console.h"
 #include "cli/json_value.h"
 #include "cli/loftbay/batch.h"
+#include "cli/loftbay/convert_options.h"
 #include "cli/loftbay/options.h"
 #include "cli/loftbay/single_conversion.h"
 #include "cli/program.h"

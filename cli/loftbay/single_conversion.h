@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/loftbay/convert_command.h"
+#include "cli/loftbay/convert_options.h"
 #include "cli/loftbay/message_stream.h"
 #include "cli/loftbay/report.h"
 

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "app/about_dialog.h"
+#include "app/application_name.h"
 #include "diag/system_description.h"
 #include "diag/tolerance.h"
 #include "diag/work_directory.h"

@@ -9,7 +9,7 @@
 #include <stdexcept>
 
 #include "app/about_dialog.h"
-#include "app/application.h"
+#include "app/application_name.h"
 #include "convert/job.h"
 #include "diag/memory_report.h"
 #include "diag/program_seams.h"

@@ -18,7 +18,7 @@ BELOW_JTTK = {
     "jttk/file": [],
 }
 # Rooms inside which no header includes one that leads back to it, through the sources of their names.
-ONE_WAY = [*BELOW_JTTK, "diag", "host", "geometry", "scene", "convert"]
+ONE_WAY = [*BELOW_JTTK, "zix", "diag", "host", "geometry", "scene", "convert", "app", "cli"]
 PUBLIC = ["jttk/interface/jttk.h", "jttk/interface/inspect.h", "jttk/interface/segments.h",
           "jttk/interface/settings.h", "zix/zix.h"]
 ALLOWED = {
