@@ -1,6 +1,6 @@
 // How much a shape LOD element of a given size may plausibly hold.
 //
-// Three of the codecs state any number of equal values in no bits at all, so bytes do not bound counts
+// Some codecs state any number of equal values in no bits at all, so bytes do not bound counts
 // strictly. But a shape is never all of one value: a flat, regular grid of two million quantised triangles
 // with one normal takes 640 kB for 14 million values, which is some 20 values per byte. The limits below have
 // room for that at every size, and allow small elements an amount that costs next to nothing. Beyond these

@@ -47,8 +47,11 @@ class ByteReader {
   std::string mbString(FieldName what);
 
   // A count of things that take at least `minimum_size` bytes each. Negative counts and counts that do not
-  // fit into what is left are failures and give 0. `minimum_size` 0 checks the sign only.
+  // fit into what is left are failures and give 0.
   std::uint32_t count(FieldName what, std::size_t minimum_size);
+  // A count of things that may take no bytes of their own. Only negative ones are failures: before anything
+  // is allocated for them, the caller checks the number against a limit.
+  std::uint32_t count(FieldName what) { return count(what, 0); }
 
   // The next `size` bytes as a view; empty on failure.
   std::span<const std::byte> take(std::size_t size, FieldName what);

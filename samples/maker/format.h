@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 namespace loftbay::maker {
 
@@ -22,6 +23,19 @@ enum class Codec : std::uint8_t {
   MoveToFront,            // 10.0
   Huffman,                // 8.x
 };
+
+inline constexpr Codec kCodecs8[] = {Codec::Best,       Codec::Null,    Codec::VariableBits,
+                                     Codec::Arithmetic, Codec::Huffman, Codec::ArithmeticTwoContexts};
+inline constexpr Codec kCodecs9[] = {Codec::Best,         Codec::Null,       Codec::FixedBits,
+                                     Codec::VariableBits, Codec::Arithmetic, Codec::Chopper,
+                                     Codec::MoveToFront};
+
+// All codecs that tests and seeds try in files of a version, those that are replaced in some of them
+// included.
+constexpr std::span<const Codec> codecsOf(JtVersion version) {
+  if (version <= JtVersion::V8_2) return kCodecs8;
+  return kCodecs9;
+}
 
 struct Options {
   JtVersion version = JtVersion::V9_5;

@@ -20,7 +20,6 @@
 namespace {
 
 namespace maker = loftbay::maker;
-using maker::Codec;
 using maker::JtVersion;
 using Orb::Zix::MeshType;
 using Orb::Zix::ObjectType;
@@ -211,15 +210,6 @@ class LinesAndPoints : public testing::TestWithParam<JtVersion> {
   std::filesystem::path folder_;
 };
 
-std::vector<Codec> codecsOf(const maker::Options& options) {
-  if (options.major() == 8) {
-    return {Codec::Best,    Codec::Null,       Codec::VariableBits,
-            Codec::Huffman, Codec::Arithmetic, Codec::ArithmeticTwoContexts};
-  }
-  return {Codec::Best,       Codec::Null,    Codec::FixedBits,  Codec::VariableBits,
-          Codec::Arithmetic, Codec::Chopper, Codec::MoveToFront};
-}
-
 TEST_P(LinesAndPoints, AreThoseOfTheFileInEveryCoding) {
   ignoreBoth(false);
   const maker::Product product = samples();
@@ -231,7 +221,7 @@ TEST_P(LinesAndPoints, AreThoseOfTheFileInEveryCoding) {
       options.coordinate_bits = static_cast<std::uint8_t>(bits);
       options.normal_bits = static_cast<std::uint8_t>(bits == 0 ? 0 : 8);
       options.color_bits = static_cast<std::uint8_t>(bits == 0 ? 0 : 8);
-      for (const Codec codec : codecsOf(options)) {
+      for (const maker::Codec codec : maker::codecsOf(options.version)) {
         options.codec = codec;
         expectSame(product, options, false);
         expectSame(product, options, true);

@@ -47,11 +47,6 @@ void expectRoundTrip(const Shape& shape, const Options& wanted) {
   }
 }
 
-constexpr Codec kCodecs9[] = {Codec::Best,       Codec::Null,    Codec::FixedBits,  Codec::VariableBits,
-                              Codec::Arithmetic, Codec::Chopper, Codec::MoveToFront};
-constexpr Codec kCodecs8[] = {Codec::Best,       Codec::Null,    Codec::VariableBits,
-                              Codec::Arithmetic, Codec::Huffman, Codec::ArithmeticTwoContexts};
-
 std::vector<Shape> shapesOfEveryKind() {
   std::mt19937 random(7);
   std::vector<Shape> shapes = {openGrid(1, 1),  openGrid(9, 7),        torus(8, 5),     torus(17, 12),

@@ -75,13 +75,37 @@ std::uint32_t firstAny(int major, bool big_endian) {
   return big_endian ? 129 + version : version;  // 129 is divisible by 3
 }
 
+const char* nameOf(Codec codec) {
+  switch (codec) {
+    case Codec::Best:
+      return "best";
+    case Codec::Null:
+      return "null";
+    case Codec::FixedBits:
+      return "fixed";
+    case Codec::VariableBits:
+      return "variable";
+    case Codec::Arithmetic:
+      return "arithmetic";
+    case Codec::ArithmeticTwoContexts:
+      return "contexts";
+    case Codec::Chopper:
+      return "chopper";
+    case Codec::MoveToFront:
+      return "recent";
+    case Codec::Huffman:
+      return "huffman";
+  }
+  return "";
+}
+
 bool writeSeed(const fs::path& corpus, const NamedShape& named, const Options& wanted) {
   const Options options = wanted.effective();
   Shape shape = named.shape;
   if (options.major() == 8) shape.vertex_flags.clear();
   const Bytes bytes = shapeSegment(shape, options, 1);
   const std::string name = std::string("made_") + named.name + "_" + options.versionText() + "_" +
-                           std::to_string(static_cast<int>(options.codec)) +
+                           nameOf(options.codec) +
                            (options.coordinate_bits > 0 ? options.hsv_colors ? "_hsv" : "_lossy" : "") +
                            (options.big_endian ? "_big" : "");
   if (!write(corpus / "shape_lod_fuzz" / name, firstAny(options.major(), options.big_endian), bytes))
@@ -170,10 +194,9 @@ bool writeAll(const fs::path& corpus) {
   for (const NamedShape& named : namedShapes()) {
     if (named.name != std::string("full") && named.name != std::string("sheets")) continue;
     for (const auto version : {JtVersion::V8_1, JtVersion::V9_5, JtVersion::V10_0}) {
-      for (const auto codec : {Codec::Null, Codec::FixedBits, Codec::Arithmetic, Codec::ArithmeticTwoContexts,
-                               Codec::Chopper, Codec::MoveToFront, Codec::Huffman}) {
-        const bool first_only = codec == Codec::ArithmeticTwoContexts || codec == Codec::Huffman;
-        if (first_only != (version == JtVersion::V8_1) && (first_only || codec > Codec::Arithmetic)) continue;
+      for (const auto codec : codecsOf(version)) {
+        if (codec == Codec::Best || codec == Codec::VariableBits)
+          continue;  // one of the others; the one above
         if (!writeSeed(corpus, named,
                        {.version = version,
                         .codec = codec,

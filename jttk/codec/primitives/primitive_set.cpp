@@ -84,7 +84,7 @@ struct Block {
 Result<Block> readBlock(ByteReader& in) {
   const std::uint64_t offset = in.offset();
   const std::size_t limit = plausibleShapeValues(in.remaining()) * sizeof(float);
-  const std::uint32_t size = in.count("size of the primitives", 0);
+  const std::uint32_t size = in.count("size of the primitives");
   const std::int64_t stored = in.i32("packed size of the primitives");
   if (!in.ok()) return in.unexpected();
   const auto stored_size = static_cast<std::size_t>(std::abs(stored));
@@ -211,7 +211,7 @@ class LossyReader {
   Result<void> readColumns(const char* what, const std::array<UniformQuantizer, quantizer_count>& quantizers,
                            std::array<float, n> Primitive::*member, std::vector<Primitive>& primitives) {
     const std::uint64_t offset = in_.offset();
-    const std::uint32_t count = in_.count(what, 0);
+    const std::uint32_t count = in_.count(what);
     if (!in_.ok()) return in_.unexpected();
     const bool first = primitives.empty();
     if (first ? count > values_left_ : count != primitives.size()) {

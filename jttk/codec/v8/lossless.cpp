@@ -55,7 +55,7 @@ struct Block {
 // turned negative.
 Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes, MemoryBudget& memory) {
   const std::uint64_t offset = in.offset();
-  const std::uint32_t size = in.count("size of the vertex records", 0);
+  const std::uint32_t size = in.count("size of the vertex records");
   const std::int64_t stored = in.i32("packed size of the vertex records");
   if (!in.ok()) return in.unexpected();
   if (size > maximum_bytes) {

@@ -85,7 +85,7 @@ Result<void> readQuantized(ByteReader& in, Context& context, const UniformQuanti
 
 Result<std::size_t> readCount(ByteReader& in, std::size_t maximum_count, const char* what) {
   const std::uint64_t offset = in.offset();
-  const std::uint32_t count = in.count(what, 0);
+  const std::uint32_t count = in.count(what);
   if (!in.ok()) return in.unexpected();
   if (count <= maximum_count) return static_cast<std::size_t>(count);
   return fail(std::string(what) + ": " + std::to_string(count) + " are more than the element can hold",

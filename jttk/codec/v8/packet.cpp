@@ -58,14 +58,14 @@ struct CodeTextHeader {
 
 Result<CodeTextHeader> readCodeTextHeader(ByteReader& in, const Limits& limits, bool has_symbol_count) {
   CodeTextHeader header;
-  header.bit_count = in.count("code text length", 0);
+  header.bit_count = in.count("code text length");
   const Result<std::size_t> value_count = readValueCount(in, limits);
   if (!value_count) return passOn(value_count);
   header.value_count = *value_count;
   header.symbol_count = *value_count;
   if (has_symbol_count) {
     const std::uint64_t offset = in.offset();
-    header.symbol_count = in.count("symbol count", 0);
+    header.symbol_count = in.count("symbol count");
     // A symbol without a value changes to the first table, whose symbols all have values.
     if (in.ok() &&
         (header.symbol_count < header.value_count || header.symbol_count > 2 * header.value_count + 1)) {

@@ -71,9 +71,9 @@ void addDoubt(const char* what, std::uint64_t offset, ShapeFacts& facts) {
 Result<void> readLists(ByteReader& reader, PacketReader& packets, std::uint64_t most_values,
                        IndexLists& lists, ShapeFacts& facts) {
   const std::uint64_t start = reader.offset();
-  const std::uint32_t groups = reader.count("number of groups", 0);
-  const std::uint32_t primitives = reader.count("number of primitives", 0);
-  const std::uint32_t entries = reader.count("length of the vertex list", 0);
+  const std::uint32_t groups = reader.count("number of groups");
+  const std::uint32_t primitives = reader.count("number of primitives");
+  const std::uint32_t entries = reader.count("length of the vertex list");
   if (!reader.ok()) return reader.unexpected();
   if (groups >= most_values || primitives >= most_values || entries >= most_values) {
     return fail("more primitives than a shape may have", start);
@@ -120,7 +120,7 @@ Result<std::vector<std::uint32_t>> readRecordPositions(ByteReader& reader, Packe
                                                        std::uint32_t records, std::uint32_t& unique,
                                                        ShapeFacts& facts) {
   const std::uint64_t start = reader.offset();
-  unique = reader.count("number of coordinates", 0);
+  unique = reader.count("number of coordinates");
   if (!reader.ok()) return reader.unexpected();
   if (unique > records) return fail("more coordinates than records", start);
   std::vector<std::int32_t> lengths;
@@ -184,7 +184,7 @@ Result<ShapeGeometry> decodeIndexedRepData(ByteReader& reader, PacketForm form, 
   done = header.readHeader(shape.facts);
   if (!done) return passOn(done);
   const std::uint64_t records_offset = reader.offset();
-  const std::uint32_t records = reader.count("number of vertex records", 0);
+  const std::uint32_t records = reader.count("number of vertex records");
   if (!reader.ok()) return reader.unexpected();
   if (records > most_values) return fail("more vertex records than a shape may have", records_offset);
   std::vector<std::uint32_t> record_positions;

@@ -17,7 +17,13 @@ namespace {
 constexpr int kMaximumDepth = 8;
 constexpr std::size_t kRecentValues = 16;
 
-enum class Codec : std::uint8_t { Null = 0, BitLength = 1, Arithmetic = 3, Chopper = 4, MoveToFront = 5 };
+enum class CodecNumber : std::uint8_t {
+  Null = 0,
+  BitLength = 1,
+  Arithmetic = 3,
+  Chopper = 4,
+  MoveToFront = 5
+};
 
 Result<void> expectCount(const std::vector<std::int32_t>& values, std::size_t count, const char* what,
                          std::uint64_t offset) {
@@ -25,6 +31,24 @@ Result<void> expectCount(const std::vector<std::int32_t>& values, std::size_t co
   return fail(std::string(what) + " has " + std::to_string(values.size()) + " values instead of " +
                   std::to_string(count),
               offset);
+}
+
+// The values as they are, with their size before them.
+Result<void> readNull(ByteReader& reader, std::vector<std::int32_t>& values) {
+  const std::uint64_t start = reader.offset();
+  const std::uint32_t size = reader.count("plain packet");
+  if (!reader.ok()) return reader.unexpected();
+  // Given in words by the published layout. In bytes or, as the other codecs have it, in bits is read as
+  // well.
+  const std::size_t bytes = values.size() * sizeof(std::int32_t);
+  if (size != values.size() && size != bytes && size != std::uint64_t{bytes} * 8) {
+    return fail("a plain packet of " + std::to_string(values.size()) + " values states a size of " +
+                    std::to_string(size),
+                start);
+  }
+  if (bytes > reader.remaining()) return fail("a plain packet ends too early", start);
+  for (std::int32_t& value : values) value = reader.i32("plain packet");
+  return {};
 }
 
 }  // namespace
@@ -50,7 +74,7 @@ Result<void> PacketReader::readPacket(ByteReader& reader, std::uint32_t maximum_
   values.clear();
   const std::uint64_t start = reader.offset();
   if (depth > kMaximumDepth) return fail("packets are nested too deeply", start);
-  const std::uint32_t count = reader.count("packet", 0);
+  const std::uint32_t count = reader.count("packet");
   if (!reader.ok()) return reader.unexpected();
   if (count == 0) return {};
   if (count > maximum_count) {
@@ -61,42 +85,25 @@ Result<void> PacketReader::readPacket(ByteReader& reader, std::uint32_t maximum_
   if (count > budget_) return fail("the packets of one shape hold too many values", start);
   if (auto taken = memory().take(count, sizeof(std::int32_t), start); !taken) return taken;
   budget_ -= count;
-  const auto codec = static_cast<Codec>(reader.u8("packet codec"));
+  const auto codec = static_cast<CodecNumber>(reader.u8("packet codec"));
   if (!reader.ok()) return reader.unexpected();
   values.resize(count);  // within the limits and paid for: codecs allocate nothing for the values
   switch (codec) {
-    case Codec::Null:
+    case CodecNumber::Null:
       return readNull(reader, values);
-    case Codec::BitLength: {
+    case CodecNumber::BitLength: {
       const auto text = readCodeText(reader);
       if (!text) return passOn(text);
       return decodeBitLength(*text, form_, values);
     }
-    case Codec::Arithmetic:
+    case CodecNumber::Arithmetic:
       return readArithmetic(reader, values, depth);
-    case Codec::Chopper:
+    case CodecNumber::Chopper:
       return readChopper(reader, values, depth);
-    case Codec::MoveToFront:
+    case CodecNumber::MoveToFront:
       return readMoveToFront(reader, values, depth);
   }
   return fail("packet codec " + std::to_string(static_cast<int>(codec)) + " is not known", start + 4);
-}
-
-Result<void> PacketReader::readNull(ByteReader& reader, std::vector<std::int32_t>& values) {
-  const std::uint64_t start = reader.offset();
-  const std::uint32_t size = reader.count("plain packet", 0);
-  if (!reader.ok()) return reader.unexpected();
-  // Given in words by the published layout. In bytes or, as the other codecs have it, in bits is read as
-  // well.
-  const std::size_t bytes = values.size() * sizeof(std::int32_t);
-  if (size != values.size() && size != bytes && size != std::uint64_t{bytes} * 8) {
-    return fail("a plain packet of " + std::to_string(values.size()) + " values states a size of " +
-                    std::to_string(size),
-                start);
-  }
-  if (bytes > reader.remaining()) return fail("a plain packet ends too early", start);
-  for (std::int32_t& value : values) value = reader.i32("plain packet");
-  return {};
 }
 
 Result<void> PacketReader::readArithmetic(ByteReader& reader, std::vector<std::int32_t>& values, int depth) {

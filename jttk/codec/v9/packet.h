@@ -13,9 +13,9 @@
 
 namespace jttk {
 
-// Reads the packets of one shape. Three of the codecs can state any number of equal values in no bits at all;
-// `value_budget` is how many values the packets may hold together, nested ones included. Memory is taken from
-// `memory`, which outlives the reader; null: without a limit.
+// Reads the packets of one shape. `value_budget` is how many values the packets may hold together, nested
+// ones included (their bytes do not bound it, see shape_limits.h). Memory is taken from `memory`, which
+// outlives the reader; null: without a limit.
 class PacketReader {
  public:
   explicit PacketReader(PacketForm form, std::uint64_t value_budget = kGenerousShapeValues,
@@ -39,7 +39,6 @@ class PacketReader {
  private:
   Result<void> readPacket(ByteReader& reader, std::uint32_t maximum_count, std::vector<std::int32_t>& values,
                           int depth);
-  Result<void> readNull(ByteReader& reader, std::vector<std::int32_t>& values);
   Result<void> readArithmetic(ByteReader& reader, std::vector<std::int32_t>& values, int depth);
   Result<void> readChopper(ByteReader& reader, std::vector<std::int32_t>& values, int depth);
   Result<void> readMoveToFront(ByteReader& reader, std::vector<std::int32_t>& values, int depth);

@@ -59,8 +59,8 @@ Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm fo
   auto done = arrays.readHeader(shape.facts);
   if (!done) return passOn(done);
   const std::uint64_t counts_offset = reader.offset();
-  const std::uint32_t vertices = reader.count("number of vertices", 0);
-  const std::uint32_t records = vertices > 0 ? reader.count("number of vertex attributes", 0) : 0;
+  const std::uint32_t vertices = reader.count("number of vertices");
+  const std::uint32_t records = vertices > 0 ? reader.count("number of vertex attributes") : 0;
   if (!reader.ok()) return reader.unexpected();
   if (vertices != topology.vertices)
     return tl::unexpected<Error>(countMismatch("vertices", vertices, topology.vertices, counts_offset));

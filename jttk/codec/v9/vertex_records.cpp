@@ -32,7 +32,7 @@ struct ArrayHeader {
 Result<ArrayHeader> readArrayHeader(ByteReader& reader, const char* what, std::uint32_t count,
                                     bool with_bits) {
   const std::uint64_t start = reader.offset();
-  const std::uint32_t stored = reader.count(what, 0);
+  const std::uint32_t stored = reader.count(what);
   ArrayHeader header;
   header.components = reader.u8(what);
   if (with_bits) header.bits = reader.u8(what);
@@ -327,7 +327,7 @@ Result<void> VertexArrayReader::readTextureCoordinates(std::uint32_t count, std:
 
 Result<void> VertexArrayReader::readVertexFlags(std::uint32_t count, std::vector<std::uint32_t>& flags) {
   const std::uint64_t start = reader_.offset();
-  const std::uint32_t stored = reader_.count("vertex flags", 0);
+  const std::uint32_t stored = reader_.count("vertex flags");
   if (!reader_.ok()) return reader_.unexpected();
   if (stored != count) {
     return fail("vertex flags: " + std::to_string(stored) + " entries instead of " + std::to_string(count),
