@@ -60,7 +60,7 @@ struct NodeStatistics {
 };
 
 struct Node {
-  static constexpr std::uint32_t kIgnored = 1;  // bit of `flags`: the node and all below is not shown
+  static constexpr std::uint32_t kHidden = 1;  // bit of `flags`: the node and all below it are hidden
 
   std::int32_t id = 0;
   NodeKind kind = NodeKind::Base;
@@ -164,7 +164,7 @@ struct SceneGraph {
   bool is_cut_off = false;                 // reading stopped before the end of the graph
   std::vector<std::int32_t> unread_nodes;  // ids of nodes that are damaged
   std::vector<StrayReference> stray_references;
-  std::vector<std::uint32_t> ignored;  // nodes that were left out because of their flag
+  std::vector<std::uint32_t> hidden;  // nodes that are marked as such, and were left out
   // Per node: the nearest named node at or above it, on the first path found in depth-first order.
   std::vector<std::uint32_t> nearest_named;
   std::size_t lights = 0;      // attribute elements that are lights

@@ -18,6 +18,7 @@ enum BaseType : unsigned {
 };
 
 constexpr unsigned kPersistable = 8;  // state flags of attributes
+constexpr std::uint32_t kHiddenFlag = 1;  // of nodes
 constexpr int kReservedOfParts = 99;
 
 bool isLine(ShapeKind kind) { return kind == ShapeKind::Polylines; }
@@ -63,20 +64,20 @@ void ElementWriter::box(const Figures& figures) {
   }
 }
 
-void ElementWriter::baseNode(const Ids& attributes) {
+void ElementWriter::baseNode(const Ids& attributes, std::uint32_t flags) {
   version(1);
-  out_.u32(0);
+  out_.u32(flags);
   ids(attributes);
 }
 
-void ElementWriter::groupNode(const Ids& attributes, const Ids& children) {
-  baseNode(attributes);
+void ElementWriter::groupNode(const Ids& attributes, const Ids& children, std::uint32_t flags) {
+  baseNode(attributes, flags);
   version(1);
   ids(children);
 }
 
-void ElementWriter::metaDataNode(const Ids& attributes, const Ids& children) {
-  groupNode(attributes, children);
+void ElementWriter::metaDataNode(const Ids& attributes, const Ids& children, std::uint32_t flags) {
+  groupNode(attributes, children, flags);
   version(1, true);
 }
 
@@ -110,9 +111,9 @@ void ElementWriter::metaData(std::int32_t id, const Ids& attributes, const Ids& 
   finish();
 }
 
-void ElementWriter::part(std::int32_t id, const Ids& attributes, const Ids& children) {
+void ElementWriter::part(std::int32_t id, const Ids& attributes, const Ids& children, bool hidden) {
   begin(guids::kPart, kGroupNode, id);
-  metaDataNode(attributes, children);
+  metaDataNode(attributes, children, hidden ? kHiddenFlag : 0);
   version(1, true);
   out_.i32(kReservedOfParts);
   finish();

@@ -24,7 +24,7 @@ class ElementWriter {
                  const Figures& figures, const Figures& untransformed);
   void group(std::int32_t id, const Ids& attributes, const Ids& children);
   void metaData(std::int32_t id, const Ids& attributes, const Ids& children);
-  void part(std::int32_t id, const Ids& attributes, const Ids& children);
+  void part(std::int32_t id, const Ids& attributes, const Ids& children, bool hidden);
   void instance(std::int32_t id, const Ids& attributes, std::int32_t child);
   void rangeLod(std::int32_t id, const Ids& attributes, const Ids& children, const Figures& figures);
   void shape(std::int32_t id, const Ids& attributes, const ShapeRecord& shape);
@@ -49,9 +49,9 @@ class ElementWriter {
   void version(int number, bool also_in_v8 = false);
   void ids(const Ids& ids);
   void box(const Figures& figures);
-  void baseNode(const Ids& attributes);
-  void groupNode(const Ids& attributes, const Ids& children);
-  void metaDataNode(const Ids& attributes, const Ids& children);
+  void baseNode(const Ids& attributes, std::uint32_t flags = 0);
+  void groupNode(const Ids& attributes, const Ids& children, std::uint32_t flags = 0);
+  void metaDataNode(const Ids& attributes, const Ids& children, std::uint32_t flags = 0);
   void baseShape(const Ids& attributes, const ShapeRecord& shape);
   void primitiveShape(const Ids& attributes, const ShapeRecord& shape);
   void vertexShape(const Ids& attributes, const ShapeRecord& shape);

@@ -152,7 +152,7 @@ class GraphWriter {
       node_writer_.rangeLod(children.back(), {}, levels, record.figures);
     }
     const Ids attributes = attributesOf(part.material, work.direct);
-    node_writer_.part(work.id, attributes, children);
+    node_writer_.part(work.id, attributes, children, part.hidden);
     describe(work.id, part.name, part.units, Ref::Kind::Part, work.direct);
     for (const auto& p : part.properties) property(work.id, p.key, p.value);
     if (!record.exact) return;

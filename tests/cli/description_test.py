@@ -93,7 +93,9 @@ class Description(ProgramTest):
         with open(self.path("model.jt"), "wb"):
             pass
         self.assertEqual(self.complete("loftbay", "--ex"), ["--exact-geometry"])
-        self.assertEqual(self.complete("loftbay", "info", "--s"), ["--summary", "--stated", "--segment", "--search-dir"])
+        beginning = [o["name"] for o in table("loftbay") if "info" in o["commands"] and o["name"].startswith("--s")]
+        self.assertGreater(len(beginning), 2)
+        self.assertEqual(self.complete("loftbay", "info", "--s"), beginning)
         self.assertEqual(self.complete("loftbay", "model.jt", "--lod", "c"), ["coarsest"])
         self.assertEqual(self.complete("loftbay", "--jobs", ""), [])
         self.assertEqual(self.complete("loftbay", "mod"), ["model.jt"])

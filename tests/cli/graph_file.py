@@ -77,3 +77,12 @@ class GraphFile:
             contents += other_id + struct.pack("<III", place + len(segment) + len(more), len(other), 3 << 24)
             more += other
         return header + contents + segment + more
+
+
+def assembly_file(references):
+    """A JT file whose root refers to other files by name, and holds nothing else."""
+    graph = GraphFile()
+    graph.partition(0, list(range(1, len(references) + 1)), file_name="assembly.jt")
+    for number, reference in enumerate(references, 1):
+        graph.partition(number, [], file_name=reference)
+    return graph.bytes()

@@ -7,11 +7,11 @@ import pty
 import re
 import shutil
 import signal
-import struct
 import subprocess
 import time
 import unittest
 
+from graph_file import assembly_file
 from programs import LOFTBAY, SOURCE, ProgramTest
 
 SURVEY = os.path.join(SOURCE, "samples", "survey.jt")
@@ -21,34 +21,6 @@ REPORT_KEYS = ["schema_version", "input", "output", "ok", "jt_version", "seconds
                "skipped", "notes", "log", "outcome", "exit_code", "error", "options", "files", "unit", "bytes"]
 COUNT_KEYS = ["nodes", "transforms", "shapes", "meshes", "materials", "triangles", "lines", "points",
               "vertices_read", "vertices_written"]
-
-
-# Type ids, as their bytes lie in a little-endian file.
-PARTITION = bytes.fromhex("3e10dd10c82ad1119b6b0080c7bb5997")
-END = b"\xff" * 16
-
-
-def assembly_file(references):
-    """A JT 9.5 file whose root refers to other files by name, and holds nothing else."""
-    def partition(number, children, file_name):
-        name = file_name.encode("utf-16-le")
-        body = struct.pack("<hII", 1, 0, 0) + struct.pack("<hI", 1, len(children))
-        body += b"".join(struct.pack("<i", child) for child in children)
-        body += struct.pack("<II", 0, len(name) // 2) + name + bytes(6 * 4 + 4 + 6 * 4)
-        element = PARTITION + b"\x01" + struct.pack("<i", number) + body
-        return struct.pack("<I", len(element)) + element
-
-    end = struct.pack("<I", 16) + END
-    graph = partition(0, list(range(1, len(references) + 1)), "assembly.jt")
-    for number, reference in enumerate(references, 1):
-        graph += partition(number, [], reference)
-    graph += end + end + struct.pack("<hI", 1, 0)
-    data = struct.pack("<IIB", 0, len(graph) + 1, 1) + graph  # stored plainly
-    segment_id = bytes(range(16))
-    segment = segment_id + struct.pack("<II", 1, 24 + len(data)) + data
-    header = b"Version 9.5 JT".ljust(79) + b"\n" + bytes(5) + struct.pack("<I", 105) + segment_id
-    contents = struct.pack("<I", 1) + segment_id + struct.pack("<III", 105 + 32, len(segment), 1 << 24)
-    return header + contents + segment
 
 
 class CliTest(ProgramTest):

@@ -7,7 +7,8 @@ import shutil
 import subprocess
 import unittest
 
-from loftbay_cli_test import SAMPLE, SURVEY, CliTest, assembly_file
+from graph_file import assembly_file
+from loftbay_cli_test import SAMPLE, SURVEY, CliTest
 from programs import LOFTBAY, SOURCE
 
 JOINT = os.path.join(SOURCE, "samples", "flange_joint.jt")

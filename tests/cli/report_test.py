@@ -11,7 +11,8 @@ import time
 import unittest
 
 import schema
-from loftbay_cli_test import SAMPLE, SURVEY, CliTest, assembly_file
+from graph_file import assembly_file
+from loftbay_cli_test import SAMPLE, SURVEY, CliTest
 from programs import LOFTBAY, REPORT_SCHEMA
 
 

@@ -63,6 +63,7 @@ void expand(const Product& product, const Options& options, const Ref& ref, cons
     return;
   }
   const Part& part = product.parts[ref.index];
+  if (part.hidden) return;
   path.push_back(name.empty() ? part.name : name);
   if (part.lods.empty()) return;
   for (const auto& source : part.lods[0]) {
@@ -163,6 +164,13 @@ TEST(FileRoundTrip, quantisedAndBigEndianFiles) {
   for (const auto version : {JtVersion::V8_1, JtVersion::V9_5, JtVersion::V10_0}) {
     expectWalks(engine, {.version = version, .big_endian = true, .coordinate_bits = 24, .normal_bits = 10});
   }
+}
+
+TEST(FileRoundTrip, hiddenPartsAreLeftOutInEveryVersion) {
+  Product engine = beamEngine();
+  engine.parts[0].hidden = true;
+  engine.parts[2].hidden = true;
+  for (const auto version : kJtVersions) expectWalks(engine, {.version = version});
 }
 
 TEST(FileRoundTrip, segmentTypesAndStoredSegmentsMakeNoDifference) {

@@ -129,10 +129,8 @@ std::size_t triangles(const Loaded& model, JtkTessParams* values) {
 
 class ExactGeometry : public testing::Test {
  protected:
-  ~ExactGeometry() override {
-    jttk::settings().exact_geometry = false;
-    JtkEntityFactory::fini();
-  }
+  ~ExactGeometry() override { JtkEntityFactory::fini(); }
+  const jttk::testing::ScopedSettings settings_;
   // A part, node 2, with exact geometry and these children, below an assembly.
   static GraphBuilder exactPart(const Bytes& data, const Ids& children) {
     GraphBuilder graph;
@@ -307,7 +305,7 @@ TEST_F(ExactGeometry, FacetsOfTheFileAreUsedUnlessTheSettingSaysOtherwise) {
   EXPECT_EQ(requires_(model.at({0})), 0);
   EXPECT_EQ(static_cast<JtkPart*>(model.at({0}))->numShapes(0), 1);
 
-  jttk::settings().exact_geometry = true;
+  settings_->exact_geometry = true;
   const Loaded exact(withFacets(box()));
   EXPECT_NE(requires_(exact.at({0})), 0);
   const Result result(exact.at({0}));
@@ -317,7 +315,7 @@ TEST_F(ExactGeometry, FacetsOfTheFileAreUsedUnlessTheSettingSaysOtherwise) {
 }
 
 TEST_F(ExactGeometry, TheMaterialOfAllFacetsStaysWithThePart) {
-  jttk::settings().exact_geometry = true;
+  settings_->exact_geometry = true;
   GraphBuilder graph = exactPart(box(), {3});
   graph.triStrips(3).attributes({9});
   graph.material(9, {.diffuse = {0.25F, 0, 0, 1}});
@@ -326,7 +324,7 @@ TEST_F(ExactGeometry, TheMaterialOfAllFacetsStaysWithThePart) {
 }
 
 TEST_F(ExactGeometry, WhatCannotBeReadLeavesTheFacets) {
-  jttk::settings().exact_geometry = true;
+  settings_->exact_geometry = true;
   const Loaded model(withFacets(Bytes(40, std::byte{3})));
   for (int i = 0; i < 2; ++i) EXPECT_EQ(requires_(model.at({0})), 0);
   EXPECT_EQ(static_cast<JtkPart*>(model.at({0}))->numShapes(0), 1);

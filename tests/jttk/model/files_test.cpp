@@ -31,10 +31,7 @@ class ManyFiles : public ::testing::Test {
     fs::remove_all(folder_);
     fs::create_directories(folder_ / "model");
   }
-  void TearDown() override {
-    fs::remove_all(folder_);
-    jttk::settings() = {};
-  }
+  void TearDown() override { fs::remove_all(folder_); }
 
   void write(const std::string& name, const GraphBuilder& graph) const {
     const fs::path relative(std::u8string(name.begin(), name.end()));
@@ -81,6 +78,7 @@ class ManyFiles : public ::testing::Test {
   fs::path folder_;
   std::size_t shapes_ = 0;
   Recorder recorder_;
+  const jttk::testing::ScopedSettings settings_;
 };
 
 // The folder is the usual one for the parts of main.jt.
@@ -189,7 +187,7 @@ TEST_F(ManyFiles, FilesOutsideTheModelsFolderAreReadOnlyWhenThatIsAllowed) {
   ASSERT_EQ(recorder_.losses.size(), 3U);
   EXPECT_THAT(recorder_.losses[0], HasSubstr("lies outside the folder of the model"));
   recorder_.losses.clear();
-  jttk::settings().allow_outside = true;
+  settings_->allow_outside = true;
   (void)tree();
   EXPECT_EQ(shapes_, 3U);
   EXPECT_THAT(recorder_.losses, IsEmpty());
@@ -353,10 +351,10 @@ TEST_F(ManyFiles, ComposedAndDecomposedLettersAreTheSame) {
 class SearchFolders : public Tails {
  protected:
   void search(const std::vector<std::string>& folders) const {
-    jttk::settings().search_folders.clear();
+    settings_->search_folders.clear();
     for (const std::string& folder : folders) {
       fs::create_directories(folder_ / folder);
-      jttk::settings().search_folders.push_back(loftbay::host::toProgramPath((folder_ / folder).string()));
+      settings_->search_folders.push_back(loftbay::host::toProgramPath((folder_ / folder).string()));
     }
   }
 };

@@ -33,8 +33,7 @@ Bytes exactBox() {
 
 class FirstLevel : public testing::Test {
  protected:
-  ~FirstLevel() override { jttk::settings() = {}; }
-
+  const jttk::testing::ScopedSettings settings_;
   enum class Holds { Nothing, NullShape, EmptyMesh, Damage, Ulp, Shapes };
   // A part, node 1, with a level of one group for each of `levels`; group k has k + 1 shapes, so that the
   // number of shapes shows which level it was.
@@ -153,7 +152,7 @@ TEST_F(FirstLevel, ExactGeometryThatIsReadComesBeforeCoarserLevels) {
 
 TEST_F(FirstLevel, DamagedExactGeometryBesideShapesThatShowNothingIsALoss) {
   for (const bool wanted : {true, false}) {
-    jttk::settings().exact_geometry = wanted;
+    settings_->exact_geometry = wanted;
     GraphBuilder graph = withLevels({Holds::EmptyMesh, Holds::NullShape});
     GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_XTBREP", kLateSegment, 17);
     graph.exactGeometry(kLateSegment, Bytes(20));
@@ -166,7 +165,7 @@ TEST_F(FirstLevel, DamagedExactGeometryBesideShapesThatShowNothingIsALoss) {
 }
 
 TEST_F(FirstLevel, IsDecodedOnceWhateverTheCacheHolds) {
-  jttk::settings().shape_cache_bytes = 0;
+  settings_->shape_cache_bytes = 0;
   GraphBuilder graph = withLevels({Holds::Shapes, Holds::Shapes});
   const Loaded model(graph);
   auto* part = static_cast<jttk::PartObject*>(model.root());
@@ -183,7 +182,7 @@ TEST_F(FirstLevel, IsDecodedOnceWhateverTheCacheHolds) {
 TEST_F(FirstLevel, TheSettingNamesALevelAndTheLastStandsForAllBeyondIt) {
   for (const auto& [wanted, shapes] :
        {std::pair{0U, 1}, {1U, 2}, {2U, 3}, {7U, 3}, {jttk::kCoarsestLevel, 3}}) {
-    jttk::settings().level_of_detail = wanted;
+    settings_->level_of_detail = wanted;
     Loaded model(withLevels({Holds::Shapes, Holds::Shapes, Holds::Shapes}));
     EXPECT_EQ(levelsOf(model.root()).front(), shapes) << wanted;
     model.close();
@@ -193,7 +192,7 @@ TEST_F(FirstLevel, TheSettingNamesALevelAndTheLastStandsForAllBeyondIt) {
 }
 
 TEST_F(FirstLevel, FromAnEmptyLevelTheSettingGoesToCoarserOnesThenToFinerOnes) {
-  jttk::settings().level_of_detail = 1;
+  settings_->level_of_detail = 1;
   const auto first = [](const std::vector<Holds>& levels) {
     const Loaded model(withLevels(levels));
     return levelsOf(model.root()).front();
@@ -258,7 +257,8 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
 }
 
 TEST(Dropped, ColoursOfFacetsThatExactGeometryReplacesAreNoted) {
-  jttk::settings().exact_geometry = true;
+  const jttk::testing::ScopedSettings settings;
+  settings->exact_geometry = true;
   constexpr std::array<float, 4> kColor = {0.25F, 0, 0, 1};
   for (const auto& other :
        {std::array{0.5F, 0.0F, 0.0F, 1.0F}, std::array{0.25F, 0.0F, 0.0F, 0.5F}, kColor}) {
@@ -281,7 +281,6 @@ TEST(Dropped, ColoursOfFacetsThatExactGeometryReplacesAreNoted) {
                   ElementsAre(HasSubstr("1 part has facets of several colours, and the exact geometry")));
     }
   }
-  jttk::settings() = {};
 }
 
 }  // namespace

@@ -66,7 +66,7 @@ WorkBudget& budgetOf(JtkHierarchy* root) {
 
 class Limits : public ::testing::Test {
  protected:
-  void TearDown() override { jttk::settings() = {}; }
+  const jttk::testing::ScopedSettings settings_;
 };
 
 TEST_F(Limits, InstancesOfInstancesAreCutAtTheNumberOfPlaces) {
@@ -99,13 +99,13 @@ TEST_F(Limits, OfTwoMillionEqualChildrenThoseThatFitComeWithTheirShapes) {
 }
 
 TEST_F(Limits, TheNumberOfPlacesIsTheUsersWhereHeGivesOne) {
-  jttk::settings().max_placed_nodes = 100'000;
+  settings_->max_placed_nodes = 100'000;
   {
     const Loaded model(equalChildren(10'000));
     EXPECT_EQ(visit(model.root()).nodes, 10'001U);
     EXPECT_THAT(model.recorder.losses, IsEmpty());
   }
-  jttk::settings().max_placed_nodes = 10;
+  settings_->max_placed_nodes = 10;
   const Loaded model(equalChildren(10'000));
   EXPECT_EQ(visit(model.root()).nodes, 11U);
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("places more than 10 nodes")));
@@ -177,7 +177,7 @@ TEST_F(Limits, FilesThatAllReferToEachOtherAreCutAtTheNumberOfPlaces) {
 }
 
 TEST_F(Limits, AShapeThatIsPlacedOftenCountsByItsCorners) {
-  jttk::settings().max_placed_nodes = 1000;
+  settings_->max_placed_nodes = 1000;
   GraphBuilder graph;
   graph.partition(0, Ids(900, 1)).name("root");
   graph.part(1, {2}).name("part");
@@ -217,14 +217,14 @@ TEST_F(Limits, PackedDataUnpackToWhatTheFileMayCostAndTheRestComes) {
                 ElementsAre(AllOf(HasSubstr("zeros: "), HasSubstr("segment "), HasSubstr("--max-unpacked"),
                                   HasSubstr("unpacks to more than " + std::to_string(limit) + " bytes"))));
   }
-  jttk::settings().max_unpacked_bytes = 130'000'000;
+  settings_->max_unpacked_bytes = 130'000'000;
   const Loaded model(bomb);
   visit(model.root());
   EXPECT_THAT(model.recorder.losses, ElementsAre(::testing::Not(HasSubstr("--max-unpacked"))));
 }
 
 TEST_F(Limits, ASceneGraphBeyondTheLimitIsToldWithItsOption) {
-  jttk::settings().max_unpacked_bytes = 1000;
+  settings_->max_unpacked_bytes = 1000;
   const auto document = jttk::openDocument("folder\\machine.jt", instancesOfInstances().file());
   ASSERT_FALSE(document);
   EXPECT_THAT(document.error().what, HasSubstr("unpacks to more than 1000 bytes (--max-unpacked)"));

@@ -253,12 +253,13 @@ struct Shares {
 TEST(Samples, TakeASmallPartOfEveryLimit) {
   if (sampleFiles().empty()) GTEST_SKIP() << "no samples in " << sampleFolder();
   Shares shares;
+  const jttk::testing::ScopedSettings settings;
   for (const bool exact_geometry : {false, true}) {
     for (const fs::path& path : sampleFiles()) {
-      jttk::settings() = {};
-      jttk::settings().exact_geometry = exact_geometry;
+      settings->exact_geometry = exact_geometry;
+      settings->max_memory_bytes.reset();
       // A fifth of the memory will do.
-      jttk::settings().max_memory_bytes = jttk::workLimits().memory.of(fs::file_size(path)) / 5;
+      settings->max_memory_bytes = jttk::workLimits().memory.of(fs::file_size(path)) / 5;
       const jttk::testing::Recorder recorder;
       JtkEntity* const root = jttk::testing::import(programPath(path));
       ASSERT_NE(root, nullptr) << path;
@@ -274,7 +275,6 @@ TEST(Samples, TakeASmallPartOfEveryLimit) {
       }
     }
   }
-  jttk::settings() = {};
   for (const auto& [limit, worst] : shares.worst) {
     std::printf("%s: %.2f percent, %s\n", limit.c_str(), 100 * worst.first, worst.second.c_str());
     EXPECT_LT(worst.first, 0.2) << limit << ", " << worst.second;

@@ -203,14 +203,14 @@ TEST(Shapes, OfAnInstancesTargetAreFreedWhenTheWalkLeavesTheInstance) {
   graph.part(2, {4}).name("part");
   graph.part(3, {}).name("other");
   graph.triStrips(4);
-  jttk::settings().shape_cache_bytes = 0;
+  const jttk::testing::ScopedSettings settings;
+  settings->shape_cache_bytes = 0;
   const Loaded model(graph);
   auto* shape = static_cast<jttk::ShapeObject*>(shapeOf(Loaded::target(model.at({0})), 0, 0));
   ASSERT_NE(shape, nullptr);
   EXPECT_NE(shape->arrays(), nullptr);
   (void)model.tree();
   EXPECT_EQ(shape->arrays(), nullptr);
-  jttk::settings() = {};
 }
 
 TEST(Shapes, WithoutASegmentTheyAreReported) {
@@ -424,7 +424,8 @@ TEST(Shapes, AreReadAgainAfterTheTraverserHasLeftThePart) {
   graph.part(1, {2}).name("part");
   graph.triStrips(2);
   graph.part(3, {}).name("other");
-  jttk::settings().shape_cache_bytes = 0;
+  const jttk::testing::ScopedSettings settings;
+  settings->shape_cache_bytes = 0;
   const Loaded model(graph);
   auto* shape = static_cast<jttk::ShapeObject*>(shapeOf(model.at({0}), 0, 0));
   const auto before = firstVertices(shape);
@@ -432,7 +433,6 @@ TEST(Shapes, AreReadAgainAfterTheTraverserHasLeftThePart) {
   (void)model.tree();
   EXPECT_EQ(shape->arrays(), nullptr);
   EXPECT_EQ(firstVertices(shape), before);
-  jttk::settings() = {};
 }
 
 TEST(ShapeCache, KeepsTheLatestUpToItsLimit) {

@@ -344,11 +344,11 @@ TEST(ProductStructure, ModelsWithMorePlacesThanAnyoneCouldVisitAreCutAndReported
   graph.partition(0, {1, 1}).name("root");
   for (std::int32_t i = 1; i <= 40; ++i) graph.metaData(i, {i + 1, i + 1});
   graph.part(41, {});
-  jttk::settings().max_placed_nodes = 1000;
+  const jttk::testing::ScopedSettings settings;
+  settings->max_placed_nodes = 1000;
   const Loaded model(graph);
   EXPECT_LE(model.tree().size(), 1001U);
   EXPECT_THAT(model.recorder.losses, ElementsAre(HasSubstr("more than 1000 nodes")));
-  jttk::settings() = {};
 }
 
 TEST(ProductStructure, SharedEmptyGroupsCostNothing) {

@@ -253,9 +253,9 @@ TEST(UnusualFiles, CoordinatesOutsideOfTheBoxAreNotedWhereNoHashIsKnown) {
 
 // Each of them fits, all together do not.
 TEST(UnusualFiles, TheMemoryOfAShapeThatNobodyHoldsGoesBack) {
-  const auto before = jttk::settings();
-  jttk::settings().max_memory_bytes = 20'000;
-  jttk::settings().shape_cache_bytes = 0;
+  const jttk::testing::ScopedSettings settings;
+  settings->max_memory_bytes = 20'000;
+  settings->shape_cache_bytes = 0;
   constexpr int kShapes = 200;
   jttk::testing::Ids ids;
   for (int i = 0; i < kShapes; ++i) ids.push_back(2 + i);
@@ -267,15 +267,14 @@ TEST(UnusualFiles, TheMemoryOfAShapeThatNobodyHoldsGoesBack) {
     static_cast<jttk::PartObject*>(model.root())->wasLeft();
   }
   EXPECT_THAT(model.recorder.losses, IsEmpty());
-  jttk::settings() = before;
 }
 
 TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
-  const auto usual = jttk::settings().max_memory_bytes;
-  jttk::settings().max_memory_bytes = 20'000;
   const auto large = jttk::testing::topologicalRepData(jttk::testing::polygonSymbols(1000), 1000, 0,
                                                        {jttk::PacketForm::V9, true, 2});
   {
+    const jttk::testing::ScopedSettings settings;
+    settings->max_memory_bytes = 20'000;
     const Loaded model(withRepData(large));
     EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
     // What the others took is given back, so that any number of them fits one after the other.
@@ -283,7 +282,6 @@ TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
     EXPECT_THAT(model.recorder.losses,
                 ElementsAre(HasSubstr("more memory is asked for than the limit of 20000")));
   }
-  jttk::settings().max_memory_bytes = usual;
   const Loaded model(withRepData(large));
   EXPECT_NE(shapeOf(model.root(), 0, 0), nullptr);
   EXPECT_THAT(model.recorder.losses, IsEmpty());

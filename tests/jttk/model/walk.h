@@ -9,6 +9,7 @@
 
 #include "diag/program_seams.h"
 #include "jttk/interface/jttk.h"
+#include "jttk/model/settings.h"
 
 namespace jttk::testing {
 
@@ -62,6 +63,19 @@ class Recorder final : public loftbay::diag::Observer {
  private:
   std::ostringstream messages_;
   loftbay::diag::ProgramSeams before_;
+};
+
+// The toolkit's settings, which a test may change: when this ends, all are as they were.
+class ScopedSettings {
+ public:
+  ScopedSettings() : before_(settings()) {}
+  ~ScopedSettings() { settings() = before_; }
+  ScopedSettings(const ScopedSettings&) = delete;
+  ScopedSettings& operator=(const ScopedSettings&) = delete;
+  Settings* operator->() const { return &settings(); }
+
+ private:
+  Settings before_;
 };
 
 // Loads a file through the importer; the result is held once. Null when it cannot be loaded.
