@@ -17,7 +17,7 @@ enum BaseType : unsigned {
   kLateLoaded = 8
 };
 
-constexpr unsigned kPersistable = 8;  // state flags of attributes
+constexpr unsigned kPersistable = 8;      // state flags of attributes
 constexpr std::uint32_t kHiddenFlag = 1;  // of nodes
 constexpr int kReservedOfParts = 99;
 
