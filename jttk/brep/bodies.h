@@ -2,7 +2,7 @@
 // angles radians, the part's own coordinates.
 //
 // Unreadable curves, surfaces and faces stay in the arrays, marked: a curve or surface by kind Unknown, a
-// face by its `problem`. Every other number in here is in range, and references between curves and surfaces
+// face by its `usable`. Every other number in here is in range, and references between curves and surfaces
 // form no cycle.
 #pragma once
 
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "jttk/brep/vec.h"
+#include "jttk/file/error.h"
 
 namespace jttk::brep {
 
@@ -73,7 +74,7 @@ struct Curve {
   Vec3 ends[2];
   std::vector<Vec3> chart;
   bool closed = false;  // Intersection only: the last chart point repeats the first
-  std::string problem;  // of an Unknown one: what it is, or what is wrong with it
+  Result<void> usable;  // of an Unknown one the error says what it is, or what is wrong with it
 };
 
 // Pu x Pv is the natural normal.
@@ -106,7 +107,7 @@ struct Surface {
   std::int32_t curve = kNoIndex;
   Vec3 sweep;
   double offset = 0;
-  std::string problem;
+  Result<void> usable;  // as a curve's
 };
 
 struct Vertex {
@@ -143,7 +144,7 @@ struct Face {
   std::uint32_t loop_count = 0;
   std::int32_t shell = kNoIndex;
   std::int32_t id = 0;  // as the file numbers it
-  std::string problem;  // not empty: the face cannot be used
+  Result<void> usable;  // the error says why the face cannot be used
 };
 
 struct Shell {
@@ -176,7 +177,7 @@ struct Bodies {
   std::optional<double> units_per_metre;
   std::string schema;
   // Damage that belongs to no face, with where it is.
-  std::vector<std::string> problems;
+  std::vector<Error> damage;
 };
 
 }  // namespace jttk::brep

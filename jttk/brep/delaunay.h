@@ -38,8 +38,9 @@ class Triangulation {
 
   using Edge = std::pair<std::uint32_t, std::uint32_t>;
   enum class Constraint : std::uint8_t { Done, Crosses, PassesPoint };
-  // Inserts the constraint edge a-b. If another constraint edge or a point blocks it, `blocking` receives the
-  // edge's two ends, or the point twice.
+  // Inserts the constraint edge a-b. What blocks it is no error (the caller has other ways, and asks for each
+  // edge of each loop), so the answer is an enum and not a result. If another constraint edge or a point
+  // blocks it, `blocking` receives the edge's two ends, or the point twice.
   Constraint constrain(std::uint32_t a, std::uint32_t b, Edge& blocking);
 
   // Marks triangles with winding number 1 as `inside`. False if any triangle has a winding number other than
@@ -96,10 +97,9 @@ class Triangulation {
   // lies on the segment; `blocking` then receives it twice.
   [[nodiscard]] std::pair<std::uint32_t, int> findFirstCrossed(std::uint32_t a, std::uint32_t b,
                                                                Edge& blocking) const;
-  // The edges that the segment a-b crosses. False when a point or a constraint edge blocks it: `problem` and
-  // `blocking` as in constrain().
-  bool findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed, Constraint& problem,
-                   Edge& blocking) const;
+  // The edges that the segment a-b crosses. Where a point or a constraint edge blocks it, the answer and
+  // `blocking` are as in constrain().
+  Constraint findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed, Edge& blocking) const;
   // Flips the edges in `crossed` until none of them crosses a-b any more, or no flips are left; `made` gets
   // those that came instead.
   void flipAway(std::uint32_t a, std::uint32_t b, const std::vector<Edge>& crossed, std::vector<Edge>& made);

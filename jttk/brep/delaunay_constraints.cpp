@@ -60,44 +60,38 @@ std::pair<std::uint32_t, int> Triangulation::findFirstCrossed(std::uint32_t a, s
   return {kNoTriangle, -1};
 }
 
-bool Triangulation::findCrossed(std::uint32_t a, std::uint32_t b, std::vector<Edge>& crossed,
-                                Constraint& problem, Edge& blocking) const {
+Triangulation::Constraint Triangulation::findCrossed(std::uint32_t a, std::uint32_t b,
+                                                     std::vector<Edge>& crossed, Edge& blocking) const {
   const Vec2& from = points_[a];
   const Vec2& to = points_[b];
   auto [t, side] = findFirstCrossed(a, b, blocking);
-  if (t == kNoTriangle) {
-    problem = Constraint::PassesPoint;
-    return false;
-  }
+  if (t == kNoTriangle) return Constraint::PassesPoint;
   for (std::size_t step = 0; step < triangles_.size() + 4 && work_.mayWork(); ++step) {
     work_.spendSteps();
     const Triangle& triangle = triangles_[t];
     const std::uint32_t right = triangle.corner[at(next(side))];
     const std::uint32_t left = triangle.corner[at(previous(side))];
     if (triangle.fixed[at(side)]) {
-      problem = Constraint::Crosses;
       blocking = {right, left};
-      return false;
+      return Constraint::Crosses;
     }
     crossed.emplace_back(right, left);
     const std::uint32_t other = triangle.neighbor[at(side)];
     const Triangle& beyond = triangles_[other];
     const int back = sideTo(other, t);
     const std::uint32_t far = beyond.corner[at(back)];
-    if (far == b) return true;
+    if (far == b) return Constraint::Done;
     const double turn = orient2d(from, to, points_[far]);
     if (turn == 0) {
-      problem = Constraint::PassesPoint;
       blocking = {far, far};
-      return false;
+      return Constraint::PassesPoint;
     }
     // From `far` counter-clockwise: left, right. On through the side far-right or left-far.
     side = turn > 0 ? next(back) : previous(back);
     t = other;
   }
-  problem = Constraint::Crosses;
   blocking = {a, b};
-  return false;
+  return Constraint::Crosses;
 }
 
 void Triangulation::flipAway(std::uint32_t a, std::uint32_t b, const std::vector<Edge>& crossed,
@@ -161,8 +155,8 @@ Triangulation::Constraint Triangulation::constrain(std::uint32_t a, std::uint32_
   auto [t, side] = findEdge(a, b);
   if (t == kNoTriangle) {
     std::vector<Edge> crossed;
-    Constraint problem = Constraint::Done;
-    if (!findCrossed(a, b, crossed, problem, blocking)) return problem;
+    const Constraint found = findCrossed(a, b, crossed, blocking);
+    if (found != Constraint::Done) return found;
     std::vector<Edge> made;
     flipAway(a, b, crossed, made);
     std::tie(t, side) = findEdge(a, b);

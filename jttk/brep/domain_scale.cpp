@@ -106,7 +106,7 @@ void measureDomain(Geometry& geometry, const SurfaceDomain& box, const std::vect
   }
   if (sum.u > 0 && sum.v > 0) domain.scale = sum * (1 / static_cast<double>(samples.uv.size()));
   const bool finite = std::isfinite(domain.scale.u) && std::isfinite(domain.scale.v);
-  if (!finite && domain.problem.empty()) domain.problem = "a surface that is not finite";
+  if (!finite && domain.usable) domain.usable = fail("a surface that is not finite");
   if (domain.surface.kind != SurfaceKind::Plane && !samples.uv.empty())
     stretch(geometry, box, tolerances, samples, domain);
 }

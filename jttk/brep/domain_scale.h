@@ -10,8 +10,8 @@
 
 namespace jttk::brep {
 
-// Sets `scale` and `stretch` of the domain, whose surface is set; `problem` where the surface is not finite.
-// `box`: the surface's own domain. `loops`: the face's.
+// Sets `scale` and `stretch` of the domain, whose surface is set; the domain is not usable where the surface
+// is not finite. `box`: the surface's own domain. `loops`: the face's.
 void measureDomain(Geometry& geometry, const SurfaceDomain& box, const std::vector<Unwrapped>& loops,
                    const Tolerances& tolerances, FaceDomain& domain);
 

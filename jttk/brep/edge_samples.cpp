@@ -33,13 +33,13 @@ class Sampler {
     } else {
       sampleCurve(geometry_.curve(edge_.curve));
     }
-    if (samples_.problem.empty() && samples_.points.size() < 2) samples_.problem = "an edge without length";
+    if (samples_.usable && samples_.points.size() < 2) samples_.usable = fail("an edge without length");
     for (const Vec3& p : samples_.points) {
-      if (!isFinite(p)) samples_.problem = "an edge that is not finite";
+      if (!isFinite(p)) samples_.usable = fail("an edge that is not finite");
     }
-    if (samples_.points.size() >= kMaximumPoints) samples_.problem = "an edge of too many pieces";
-    if (!geometry_.mayWork()) samples_.problem = kTooMuchWork;
-    if (samples_.problem.empty()) pinEnds();
+    if (samples_.points.size() >= kMaximumPoints) samples_.usable = fail("an edge of too many pieces");
+    if (!geometry_.mayWork()) samples_.usable = fail(kTooMuchWork);
+    if (samples_.usable) pinEnds();
     return std::move(samples_);
   }
 
@@ -66,9 +66,9 @@ class Sampler {
   // A tolerant edge has no curve: one of its fins' is sampled, which runs in the fin's direction.
   void sampleTolerant() {
     const auto& fins = geometry_.bodies().fins;
-    samples_.problem = "an edge without a curve";
+    samples_.usable = fail("an edge without a curve");
     for (const std::int32_t number : {edge_.forward_fin, edge_.backward_fin}) {
-      if (number == kNoIndex || samples_.problem.empty()) continue;
+      if (number == kNoIndex || samples_.usable) continue;
       const Fin& fin = fins[static_cast<std::size_t>(number)];
       if (fin.curve == kNoIndex) continue;
       const Curve& curve = geometry_.curve(fin.curve);
@@ -90,7 +90,7 @@ class Sampler {
 
   void sampleCurve(const Curve& curve) {
     if (curve.kind == CurveKind::Unknown) {
-      samples_.problem = curve.problem;
+      samples_.usable = curve.usable;
     } else if (curve.kind == CurveKind::Trimmed) {
       const Curve& basis = geometry_.curve(curve.basis);
       if (basis.kind == CurveKind::Intersection) {
@@ -104,7 +104,7 @@ class Sampler {
       sampleIntersection(curve, curve.reversed);
     } else if (curve.kind == CurveKind::Line) {
       if (isRing()) {
-        samples_.problem = "a line that ends nowhere";
+        samples_.usable = fail("a line that ends nowhere");
         return;
       }
       geometry_.counter().spendEvaluations(static_cast<std::uint64_t>(tolerances_.line_pieces));
@@ -149,7 +149,7 @@ class Sampler {
     if (!limits.bounded() ||
         distance(geometry_.at(curve, limits.low).p, geometry_.at(curve, limits.high).p) > gap ||
         (!isRing() && distance(geometry_.at(curve, limits.low).p, startPoint()) > gap)) {
-      samples_.problem = "a closed edge on an open curve";
+      samples_.usable = fail("a closed edge on an open curve");
       return;
     }
     sampleBetween(curve, curve.reversed ? limits.high : limits.low,
@@ -219,7 +219,7 @@ class Sampler {
 
   void sampleBetween(const Curve& curve, double from, double to) {
     if (!(std::abs(to - from) > 0) || !std::isfinite(to - from)) {
-      samples_.problem = "an edge without length";
+      samples_.usable = fail("an edge without length");
       return;
     }
     const std::vector<double> parameters = pieces(curve, from, to);
@@ -315,7 +315,7 @@ class Sampler {
     geometry_.counter().spendEvaluations(curve.chart.size());
     if (!geometry_.mayWork()) return;
     if (isClosed() && !curve.closed) {
-      samples_.problem = "a closed edge on an open curve";
+      samples_.usable = fail("a closed edge on an open curve");
       return;
     }
     const std::vector<Vec3> coarse = chartPoints(curve, backward);

@@ -11,10 +11,10 @@
 namespace jttk::brep {
 
 // Points of an edge from its start to its end, both included; the ends are the vertices' own points (a ring
-// repeats its first point). `problem` is not empty when there is no usable curve.
+// repeats its first point). They are not usable when there is no usable curve.
 struct EdgeSamples {
   std::vector<Vec3> points;
-  std::string problem;
+  Result<void> usable;
 };
 
 double distanceToChord(const Vec3& p, const Vec3& a, const Vec3& b);

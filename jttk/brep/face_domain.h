@@ -46,7 +46,7 @@ struct FaceDomain {
   Vec2 stretch{1, 1};    // applied after `scale`, to make curvature about equal; the product is 1
   std::vector<DomainLoop> loops;
   Vec2 center;
-  std::string problem;
+  Result<void> usable;  // the error says why the face has no domain; `wishes` count all the same
   // Edges that are not straight enough in the parameter plane. The domain is usable, but between such an edge
   // and its straight image the mesh leaves the face.
   std::vector<EdgeWish> wishes;

@@ -49,10 +49,11 @@ class Builder {
     std::vector<Unwrapped> unwrapped;
     for (const auto& loop : loops) {
       if (loop.size() < 2) continue;  // nothing to go round
-      unwrapped.push_back(unwrapper.unwrap(loop));
-      domain_.problem = unwrapper.problem();
-      if (!geometry_.mayWork()) domain_.problem = kTooMuchWork;
-      if (!domain_.problem.empty()) return std::move(domain_);
+      Result<Unwrapped> made = unwrapper.unwrap(loop);
+      if (!made) domain_.usable = passOn(made);
+      if (!geometry_.mayWork()) domain_.usable = fail(kTooMuchWork);
+      if (!domain_.usable) return std::move(domain_);
+      unwrapped.push_back(*std::move(made));
     }
     for (const Unwrapped& loop : unwrapped) checkStraight(loop);
     measureDomain(geometry_, box_, unwrapped, tolerances_, domain_);
@@ -62,7 +63,7 @@ class Builder {
     }
     arrange(unwrapped, !loops.empty());
     if (!geometry_.mayWork()) {
-      domain_.problem = kTooMuchWork;
+      domain_.usable = fail(kTooMuchWork);
       domain_.wishes.clear();
     }
     if (!domain_.loops.empty()) findCenter();
@@ -70,8 +71,9 @@ class Builder {
   }
 
  private:
-  void fail(const char* why) {
-    if (domain_.problem.empty()) domain_.problem = why;
+  // The first reason counts.
+  void reject(const char* why, CheckPlace check = CheckPlace::current()) {
+    if (domain_.usable) domain_.usable = fail(why, check);
   }
 
   static void turnOver(Unwrapped& loop) {
@@ -151,7 +153,7 @@ class Builder {
 
   void joinBand(const DomainLoop& lower, const DomainLoop& upper, Vec2 turn, std::vector<DomainLoop>& holes) {
     DomainLoop polygon = seams_.joinBand(lower, upper, turn, holes);
-    if (polygon.empty()) return fail("no free way for the seam");
+    if (polygon.empty()) return reject("no free way for the seam");
     domain_.loops.push_back(std::move(polygon));
   }
 
@@ -179,7 +181,7 @@ class Builder {
     };
     const std::optional<double> u0 = freeCoordinate(true);
     const std::optional<double> v0 = freeCoordinate(false);
-    if (!u0 || !v0) return fail("no free way for the seams");
+    if (!u0 || !v0) return reject("no free way for the seams");
     const Vec2 turn_u{box_.period_u, 0};
     const Vec2 turn_v{0, box_.period_v};
     DomainPoint corner{{*u0, *v0}, static_cast<std::uint32_t>(points_.size()), kNoEdge};
@@ -241,12 +243,12 @@ class Builder {
           }
         }
       }
-      if (!placed) fail("a hole outside of its face");
+      if (!placed) reject("a hole outside of its face");
     }
   }
 
   void arrange(std::vector<Unwrapped>& loops, bool had_loops) {
-    if (!domain_.problem.empty()) return;
+    if (!domain_.usable) return;
     std::vector<DomainLoop> flat;
     std::vector<const Unwrapped*> winding;
     for (const Unwrapped& loop : loops) {
@@ -263,13 +265,13 @@ class Builder {
     } else if (winding.size() == 2) {
       arrangeBand(*winding[0], *winding[1], flat);
     } else {
-      fail("more than two loops that go round the surface");
+      reject("more than two loops that go round the surface");
     }
   }
 
   void arrangeFlat(std::vector<DomainLoop>& flat, bool had_loops) {
     if (flat.empty() && had_loops && domain_.surface.kind == SurfaceKind::Plane)
-      return fail("loops without edges");
+      return reject("loops without edges");
     const bool may_lack_outer = isClosedByItself();
     // The outer loop is the largest one, and runs counter-clockwise; only where it may be missing, the
     // largest may be a hole.
@@ -282,10 +284,10 @@ class Builder {
     }
     if (may_lack_outer && (flat.empty() || !(area(flat[outer]) > 0))) {
       wholeSurface(flat);
-      if (domain_.problem.empty()) placeHoles(flat);
+      if (domain_.usable) placeHoles(flat);
       return;
     }
-    if (flat.empty()) return fail("a face without loops on a surface that is not closed");
+    if (flat.empty()) return reject("a face without loops on a surface that is not closed");
     if (area(flat[outer]) < 0) {
       // The loop runs clockwise, so the stated orientation is wrong: flip the face.
       domain_.flipped = !domain_.flipped;
@@ -315,24 +317,24 @@ class Builder {
       turn = turn * -1;
       pole = poleLeftOf(turn);
       if (!pole || std::abs(loop.turns_u) + std::abs(loop.turns_v) != 1)
-        return fail("a loop round a surface without a pole");
+        return reject("a loop round a surface without a pole");
       domain_.flipped = !domain_.flipped;
       turnOver(lower);
       for (DomainLoop& hole : flat) reverseLoop(hole);
     }
     if (std::abs(lower.turns_u) + std::abs(lower.turns_v) != 1)
-      return fail("a loop that goes round more than once");
+      return reject("a loop that goes round more than once");
     // About as many copies of the pole as loop points.
     const std::size_t count =
         std::clamp<std::size_t>(lower.points.size(), kPoleRowPieces / 2, kMaximumPoleRow);
     const DomainLoop upper = poleRow(turn, *pole, lower.points.front().uv, count);
     joinBand(lower.points, upper, turn, flat);
-    if (domain_.problem.empty()) placeHoles(flat);
+    if (domain_.usable) placeHoles(flat);
   }
 
   void arrangeBand(const Unwrapped& a, const Unwrapped& b, std::vector<DomainLoop>& flat) {
     if (a.turns_u != -b.turns_u || a.turns_v != -b.turns_v)
-      return fail("two loops that go round differently");
+      return reject("two loops that go round differently");
     const Vec2 turn = turnOf(a);
     DomainLoop lower = a.points;
     DomainLoop upper = b.points;
@@ -366,11 +368,11 @@ class Builder {
       reverseLoop(upper);
       for (DomainLoop& hole : flat) reverseLoop(hole);
       joinBand(lower, upper, turn * -1, flat);
-      if (domain_.problem.empty()) placeHoles(flat);
+      if (domain_.usable) placeHoles(flat);
       return;
     }
     joinBand(lower, upper, turn, flat);
-    if (domain_.problem.empty()) placeHoles(flat);
+    if (domain_.usable) placeHoles(flat);
   }
 
   void findCenter() {

@@ -58,7 +58,7 @@ class Mesher {
     if (!insertLoops()) return std::move(mesh_);
     geometry_.counter().spendSteps(plane.triangles().size());
     if (!plane.markInside()) {
-      mesh_.problem = "loops that cross themselves or lie in one another";
+      mesh_.usable = fail("loops that cross themselves or lie in one another");
       return std::move(mesh_);
     }
     refine();
@@ -101,13 +101,13 @@ class Mesher {
       auto& of_loop = numbers.emplace_back();
       for (const DomainPoint& p : loop) {
         const std::uint32_t number = plane_->insert(toPlane(p.uv));
-        if (number == Triangulation::kNoTriangle) return fail("a point that cannot be placed");
+        if (number == Triangulation::kNoTriangle) return reject("a point that cannot be placed");
         if (number == nodes_.size()) {
           nodes_.push_back({p.uv, p.id, {}, false, false});
         } else if (nodes_[number].id != p.id && distance(points_[nodes_[number].id], points_[p.id]) >
                                                     tolerances_.chord * kPrecisionShare) {
           mesh_.wishes.push_back({p.edge});
-          return fail("different points of the edges at one place of the surface");
+          return reject("different points of the edges at one place of the surface");
         }
         of_loop.push_back(number);
       }
@@ -132,7 +132,7 @@ class Mesher {
       }
     }
     if (!blocked_) return true;
-    return fail("edges of the face that cross each other");
+    return reject("edges of the face that cross each other");
   }
 
   void blocked(const std::vector<std::vector<std::uint32_t>>& numbers, std::uint32_t edge,
@@ -159,8 +159,8 @@ class Mesher {
     }
   }
 
-  bool fail(const char* why) {
-    mesh_.problem = why;
+  bool reject(const char* why, CheckPlace check = CheckPlace::current()) {
+    mesh_.usable = fail(why, check);
     return false;
   }
 
@@ -374,7 +374,7 @@ class Mesher {
 };
 
 FaceMesh withoutWork(FaceMesh mesh) {
-  mesh.problem = kTooMuchWork;
+  mesh.usable = fail(kTooMuchWork);
   mesh.wishes.clear();
   return mesh;
 }
@@ -384,15 +384,15 @@ FaceMesh withoutWork(FaceMesh mesh) {
 FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances& tolerances,
                   const PointPairs& not_wanted, std::vector<Vec3>& points) {
   const std::size_t known_points = points.size();
-  if (!domain.problem.empty()) {
+  if (!domain.usable) {
     FaceMesh none;
-    none.problem = domain.problem;
+    none.usable = domain.usable;
     return none;
   }
   Mesher stretched(geometry, domain, tolerances, not_wanted, points);
   FaceMesh made = stretched.run(true);
   if (!geometry.mayWork()) return withoutWork(std::move(made));
-  if (made.problem.empty() && stretched.turnedCorners() == 0) return made;
+  if (made.usable && stretched.turnedCorners() == 0) return made;
   if (domain.stretch == Vec2{1, 1}) return made;
   // The stretched triangulation failed or turned triangles over: try without stretch.
   const auto first_own = points.begin() + static_cast<std::ptrdiff_t>(known_points);
@@ -401,8 +401,8 @@ FaceMesh meshFace(Geometry& geometry, const FaceDomain& domain, const Tolerances
   Mesher plain(geometry, domain, tolerances, not_wanted, points);
   FaceMesh other = plain.run(false);
   if (!geometry.mayWork()) other = withoutWork(std::move(other));
-  const bool better = !made.problem.empty() || plain.turnedCorners() < stretched.turnedCorners();
-  if (other.problem.empty() && better) return other;
+  const bool better = !made.usable || plain.turnedCorners() < stretched.turnedCorners();
+  if (other.usable && better) return other;
   points.resize(known_points);
   points.insert(points.end(), own_points.begin(), own_points.end());
   return made;

@@ -19,7 +19,7 @@ struct FaceMesh {
   // Three per triangle: normals by number. Unit vectors, outward.
   std::vector<std::uint32_t> corner_normals;
   std::vector<Vec3> normals;
-  std::string problem;
+  Result<void> usable;  // the error says why there is no mesh; `wishes` count all the same
   // Edges whose pieces intersect in the parameter plane; finer sampling may avoid that.
   std::vector<EdgeWish> wishes;
 };

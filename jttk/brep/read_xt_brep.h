@@ -14,7 +14,7 @@ namespace jttk::brep {
 
 // Reads the whole model of a segment of type XtBrep. `order` is the file's byte order (JtFile::byteOrder()).
 // An error only where the data as a whole cannot be read: no XT data, an unknown node type, data that end
-// early. Damaged faces are in the result, marked (Face::problem).
+// early. Damaged faces are in the result, marked (Face::usable).
 Result<Bodies> readXtBrep(const Segment& segment, ByteOrder order);
 
 // The same of a segment of type MultiXtBrep: one model per XT stream in it. An error when there is none, or

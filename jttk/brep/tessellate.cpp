@@ -85,8 +85,8 @@ class BodyTessellator {
     }
     separate();
     for (std::uint32_t f = 0; f < body.face_count; ++f) {
-      if (!meshes_[f].problem.empty()) {
-        losses.push_back({static_cast<std::int32_t>(body.first_face + f), meshes_[f].problem});
+      if (!meshes_[f].usable) {
+        losses.push_back({static_cast<std::int32_t>(body.first_face + f), meshes_[f].usable.error().text()});
       }
     }
   }
@@ -98,12 +98,12 @@ class BodyTessellator {
     not_wanted_.resize(body.face_count);
     for (std::uint32_t f = 0; f < body.face_count; ++f) {
       const Face& face = bodies_.faces[body.first_face + f];
-      if (!face.problem.empty() || hasVertex(face)) continue;
+      if (!face.usable || hasVertex(face)) continue;
       const SurfaceKind kind = bodies_.surfaces[static_cast<std::size_t>(face.surface)].kind;
       if (kind == SurfaceKind::Plane || kind == SurfaceKind::Cylinder || kind == SurfaceKind::Cone) continue;
       domains_[f] = domain(f);
       const FaceMesh made = mesh(f);
-      if (!made.problem.empty()) continue;
+      if (!made.usable) continue;
       for (const std::uint32_t corner : made.corners) box.add(points_[corner]);
     }
   }
@@ -115,7 +115,7 @@ class BodyTessellator {
     std::vector<std::uint32_t> position_of(points_.size(), kNoPosition);
     for (std::uint32_t f = 0; f < meshes_.size(); ++f) {
       const FaceMesh& mesh = meshes_[f];
-      if (!mesh.problem.empty()) continue;
+      if (!mesh.usable) continue;
       const auto first_record = static_cast<std::uint32_t>(shape.normals.size() / 3);
       for (const Vec3& n : mesh.normals) {
         for (const double x : {n.x, n.y, n.z}) shape.normals.push_back(static_cast<float>(x));
@@ -145,7 +145,7 @@ class BodyTessellator {
  private:
   struct Sampled {
     std::vector<std::uint32_t> ids;
-    std::string problem;
+    Result<void> usable;
     double fineness = 1;
   };
 
@@ -182,9 +182,9 @@ class BodyTessellator {
       finer.line_pieces = static_cast<int>(std::ceil(std::sqrt(1 / made.fineness)));
     }
     const EdgeSamples samples = sampleEdge(geometry_, edge, finer);
-    made.problem = samples.problem;
+    made.usable = samples.usable;
     made.ids.clear();
-    if (!made.problem.empty()) return;
+    if (!made.usable) return;
     const bool ring = edge.start == kNoIndex || edge.end == kNoIndex;
     const std::size_t last = samples.points.size() - 1;
     for (std::size_t i = 0; i <= last; ++i) {
@@ -199,8 +199,9 @@ class BodyTessellator {
     }
   }
 
-  // The face's loops as points; false (with the reason in `problem`) when they cannot be put together.
-  bool gatherLoops(const Face& face, std::vector<std::vector<LoopPoint>>& loops, std::string& problem) {
+  // The face's loops as points.
+  Result<std::vector<std::vector<LoopPoint>>> gatherLoops(const Face& face) {
+    std::vector<std::vector<LoopPoint>> loops;
     for (std::uint32_t l = 0; l < face.loop_count; ++l) {
       const Loop& loop = bodies_.loops[face.first_loop + l];
       auto& gathered = loops.emplace_back();
@@ -210,43 +211,33 @@ class BodyTessellator {
         const Fin& fin = bodies_.fins[loop.first_fin + i];
         if (fin.edge == kNoIndex) continue;
         const Sampled& sampled = edge(static_cast<std::uint32_t>(fin.edge));
-        if (!sampled.problem.empty()) {
-          problem = sampled.problem;
-          return false;
-        }
+        if (!sampled.usable) return passOn(sampled.usable);
         // An edge may be a side of any number of faces.
         geometry_.counter().spendSteps(sampled.ids.size());
-        if (!geometry_.mayWork()) {
-          problem = kTooMuchWork;
-          return false;
-        }
+        if (!geometry_.mayWork()) return fail(kTooMuchWork);
         std::vector<std::uint32_t> ids = sampled.ids;
         if (!fin.forward) std::reverse(ids.begin(), ids.end());
-        if (last && ids.front() != *last) {
-          problem = "a loop that does not close";
-          return false;
-        }
+        if (last && ids.front() != *last) return fail("a loop that does not close");
         if (!first) first = ids.front();
         last = ids.back();
         for (std::size_t k = 0; k + 1 < ids.size(); ++k) {
           gathered.push_back({ids[k], static_cast<std::uint32_t>(fin.edge)});
         }
       }
-      if (first != last) {
-        problem = "a loop that does not close";
-        return false;
-      }
+      if (first != last) return fail("a loop that does not close");
     }
-    return true;
+    return loops;
   }
 
   FaceDomain domain(std::uint32_t f) {
     const Face& face = bodies_.faces[body_->first_face + f];
     FaceDomain made;
-    made.problem = face.problem;
-    std::vector<std::vector<LoopPoint>> loops;
-    if (!made.problem.empty() || !gatherLoops(face, loops, made.problem)) return made;
-    return makeFaceDomain(geometry_, face, loops, tolerances_, points_);
+    made.usable = face.usable;
+    if (!made.usable) return made;
+    const Result<std::vector<std::vector<LoopPoint>>> loops = gatherLoops(face);
+    if (loops) return makeFaceDomain(geometry_, face, *loops, tolerances_, points_);
+    made.usable = passOn(loops);
+    return made;
   }
 
   FaceMesh mesh(std::uint32_t f) {
@@ -305,7 +296,7 @@ class BodyTessellator {
       std::vector<std::uint32_t> again;
       for (std::uint32_t f = 0; f < meshes_.size(); ++f) {
         const FaceMesh& mesh = meshes_[f];
-        if (!mesh.problem.empty()) continue;
+        if (!mesh.usable) continue;
         for (std::size_t i = 0; i < mesh.corners.size(); ++i) {
           const std::uint32_t a = mesh.corners[i];
           const std::uint32_t b = mesh.corners[i % 3 == 2 ? i - 2 : i + 1];
@@ -384,7 +375,7 @@ TessellatedBodies tessellate(const Bodies& bodies, const TessellationOptions& op
   const std::uint64_t own_limit = kWorkPerPart + kWorkPerFace * bodies.faces.size();
   const std::uint64_t work = std::min(own_limit, options.work_limit - made.work);
   geometry.allowWork(work);
-  for (const std::string& problem : bodies.problems) made.losses.push_back({kNoIndex, problem});
+  for (const Error& damage : bodies.damage) made.losses.push_back({kNoIndex, damage.text()});
   for (std::uint32_t b = 0; b < bodies.bodies.size(); ++b) {
     BodyTessellator tessellator(bodies, geometry, tolerances);
     tessellator.run(bodies.bodies[b], made.losses);

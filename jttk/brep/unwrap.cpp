@@ -58,7 +58,7 @@ double LoopUnwrapper::toleranceOf(std::uint32_t number) const {
   return allowed;
 }
 
-std::vector<LoopUnwrapper::Entry> LoopUnwrapper::invertAll(const std::vector<LoopPoint>& loop) {
+Result<std::vector<LoopUnwrapper::Entry>> LoopUnwrapper::invertAll(const std::vector<LoopPoint>& loop) {
   std::vector<Entry> entries;
   const double accept = std::max(kSamePoint, tolerances_.chord * kPrecisionShare);
   const Vec2* guess = nullptr;
@@ -75,10 +75,7 @@ std::vector<LoopUnwrapper::Entry> LoopUnwrapper::invertAll(const std::vector<Loo
       const double enough = std::max(accept, std::min(2 * tolerance, tolerances_.chord));
       double gap = geometry_.invert(surface_, points_[p.id], guess, enough, entry.uv);
       if (!(gap <= limit)) gap = geometry_.invertThoroughly(surface_, points_[p.id], entry.uv);
-      if (!(gap <= limit)) {
-        problem_ = "an edge that does not lie on its surface";
-        return entries;
-      }
+      if (!(gap <= limit)) return fail("an edge that does not lie on its surface");
       known_.emplace(p.id, entry.uv);
     }
     entry.singular = singularIn(entry.uv);
@@ -147,20 +144,18 @@ DomainPoint LoopUnwrapper::follow(const std::vector<Entry>& entries, const Entry
   return last;
 }
 
-Unwrapped LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
+Result<Unwrapped> LoopUnwrapper::unwrap(const std::vector<LoopPoint>& loop) {
   Unwrapped made;
-  std::vector<Entry> entries = invertAll(loop);
-  if (!problem_.empty()) return made;
+  Result<std::vector<Entry>> inverted = invertAll(loop);
+  if (!inverted) return passOn(inverted);
+  std::vector<Entry>& entries = *inverted;
   const auto pole =
       std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.singular != 0; });
   const bool has_pole = pole != entries.end();
   if (has_pole) std::rotate(entries.begin(), pole, entries.end());
   const auto regular =
       std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.singular == 0; });
-  if (regular == entries.end()) {
-    problem_ = "a loop of poles only";
-    return made;
-  }
+  if (regular == entries.end()) return fail("a loop of poles only");
   const DomainPoint last = follow(entries, *regular, made.points);
   if (has_pole) {
     // The first copy belongs to the last piece of the loop.

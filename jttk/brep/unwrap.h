@@ -28,9 +28,7 @@ class LoopUnwrapper {
                 const Tolerances& tolerances, const std::vector<Vec3>& points)
       : geometry_(geometry), surface_(surface), box_(box), tolerances_(tolerances), points_(points) {}
 
-  // Of no use when problem() is not empty afterwards.
-  Unwrapped unwrap(const std::vector<LoopPoint>& loop);
-  [[nodiscard]] const std::string& problem() const { return problem_; }
+  Result<Unwrapped> unwrap(const std::vector<LoopPoint>& loop);
 
  private:
   struct Entry {
@@ -41,7 +39,7 @@ class LoopUnwrapper {
   // 1 if the surface is singular in u there (all u give the same point), 2 if in v, else 0.
   int singularIn(Vec2 uv);
   [[nodiscard]] double toleranceOf(std::uint32_t number) const;
-  std::vector<Entry> invertAll(const std::vector<LoopPoint>& loop);
+  Result<std::vector<Entry>> invertAll(const std::vector<LoopPoint>& loop);
   // The coordinate of `to`, by its copy to which the loop runs from the point `from`.
   double stepTo(bool in_u, const DomainPoint& from, const DomainPoint& to);
   // Appends the entries as points, each near its predecessor; gives the last one.
@@ -53,7 +51,6 @@ class LoopUnwrapper {
   const Tolerances& tolerances_;
   const std::vector<Vec3>& points_;
   std::unordered_map<std::uint32_t, Vec2> known_;  // parameters by id of the point
-  std::string problem_;
 };
 
 // Where a loop passes a pole, adds copies of it (about as many as the loop has points, 256 at most) between

@@ -26,9 +26,10 @@ std::int32_t numberOf(const XtNode& node, std::map<std::uint32_t, std::int32_t>&
   if (const auto entry = known.find(node.row()); entry != known.end()) return entry->second;
   known[node.row()] = kNoIndex;
   Item item = read();
-  if (!item.problem.empty()) {
+  if (!item.usable) {
     item.kind = decltype(item.kind)::Unknown;
-    item.problem = node.typeName() + " " + std::to_string(node.index()) + ": " + item.problem;
+    const Error error = item.usable.error().ofElement(node.typeName() + " " + std::to_string(node.index()));
+    item.usable = tl::unexpected<Error>(error);
   }
   made.push_back(std::move(item));
   return known[node.row()] = static_cast<std::int32_t>(made.size() - 1);
@@ -36,20 +37,17 @@ std::int32_t numberOf(const XtNode& node, std::map<std::uint32_t, std::int32_t>&
 
 }  // namespace
 
-bool XtGeometryReader::takeNumbers(std::size_t count, std::string& problem) {
-  if (count > numbers_left_) {
-    problem = "the same numbers are used too often";
-    return false;
-  }
+Result<void> XtGeometryReader::takeNumbers(std::size_t count) {
+  if (count > numbers_left_) return fail("the same numbers are used too often");
   numbers_left_ -= count;
-  return true;
+  return {};
 }
 
 std::int32_t XtGeometryReader::curve(const XtNode& node, int depth) {
   return numberOf(node, curves_, bodies_.curves, [&] {
     if (depth < kMaximumNesting) return readCurve(node, depth);
     Curve unread;
-    unread.problem = "curves refer to each other too deeply";
+    unread.usable = fail("curves refer to each other too deeply");
     return unread;
   });
 }
@@ -58,7 +56,7 @@ std::int32_t XtGeometryReader::surface(const XtNode& node, int depth) {
   return numberOf(node, surfaces_, bodies_.surfaces, [&] {
     if (depth < kMaximumNesting) return readSurface(node, depth);
     Surface unread;
-    unread.problem = "surfaces refer to each other too deeply";
+    unread.usable = fail("surfaces refer to each other too deeply");
     return unread;
   });
 }
@@ -72,17 +70,18 @@ Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
   const XtNode chart = node.pointer("chart", xt_type::kChart);
   const std::int32_t stated = chart.integer("chart_count");
   const std::uint32_t count = std::min(chart.count(), stated > 0 ? static_cast<std::uint32_t>(stated) : 0U);
-  if (!takeNumbers(3 * std::size_t{count}, curve.problem)) return curve;
+  curve.usable = takeNumbers(3 * std::size_t{count});
+  if (!curve.usable) return curve;
   for (std::uint32_t k = 0; k < count; ++k) {
     const Vec3 point = chart.vector("hvec", k);
     if (!isSane(point)) {
-      curve.problem = "a chart point is not finite";
+      curve.usable = fail("a chart point is not finite");
       return curve;
     }
     if (curve.chart.empty() || !(point == curve.chart.back())) curve.chart.push_back(point);
   }
   if (curve.chart.size() < 2) {
-    curve.problem = "fewer than two different chart points";
+    curve.usable = fail("fewer than two different chart points");
     return curve;
   }
   const XtNode start = node.pointer("start", xt_type::kLimit);
@@ -96,7 +95,7 @@ Curve XtGeometryReader::readIntersection(const XtNode& node, int depth) {
       curve.chart.push_back(curve.chart.front());
     }
   }
-  if (curve.closed && curve.chart.size() < 4) curve.problem = "a closed curve with too few chart points";
+  if (curve.closed && curve.chart.size() < 4) curve.usable = fail("a closed curve with too few chart points");
   return curve;
 }
 
@@ -109,13 +108,14 @@ Curve XtGeometryReader::readTrimmed(const XtNode& node, int depth) {
   made.ends[0] = node.vector("point_1");
   made.ends[1] = node.vector("point_2");
   if (made.basis == kNoIndex) {
-    made.problem = "no basis curve";
+    made.usable = fail("no basis curve");
   } else if (const Curve& basis = bodies_.curves[static_cast<std::size_t>(made.basis)];
              basis.kind == CurveKind::Unknown || basis.kind == CurveKind::Trimmed) {
-    made.problem = basis.problem.empty() ? "a trimmed curve of a trimmed curve" : basis.problem;
+    made.usable = basis.usable;
+    if (basis.usable) made.usable = fail("a trimmed curve of a trimmed curve");
   } else if (!isSane(made.parameters[0]) || !isSane(made.parameters[1]) || !isSane(made.ends[0]) ||
              !isSane(made.ends[1])) {
-    made.problem = "ends are not finite";
+    made.usable = fail("ends are not finite");
   }
   return made;
 }
@@ -124,16 +124,20 @@ Curve XtGeometryReader::readOnSurface(const XtNode& node, int depth) {
   Curve made;
   made.kind = CurveKind::OnSurface;
   made.surfaces[0] = surface(node.pointer("surface"), depth + 1);
-  made.spline = curveSpline(node.pointer("b_curve", xt_type::kBCurve).pointer("nurbs", xt_type::kNurbsCurve),
-                            made.problem);
-  if (!made.problem.empty()) return made;
+  const auto spline =
+      curveSpline(node.pointer("b_curve", xt_type::kBCurve).pointer("nurbs", xt_type::kNurbsCurve));
+  if (!spline) {
+    made.usable = passOn(spline);
+    return made;
+  }
+  made.spline = *spline;
   if (bodies_.curve_splines[static_cast<std::size_t>(made.spline)].dimension != 2) {
-    made.problem = "the parameter curve is not plane";
+    made.usable = fail("the parameter curve is not plane");
   } else if (made.surfaces[0] == kNoIndex) {
-    made.problem = "no surface";
+    made.usable = fail("no surface");
   } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(made.surfaces[0])];
              on.kind == SurfaceKind::Unknown) {
-    made.problem = on.problem;
+    made.usable = on.usable;
   }
   return made;
 }
@@ -141,10 +145,15 @@ Curve XtGeometryReader::readOnSurface(const XtNode& node, int depth) {
 Curve XtGeometryReader::readBCurve(const XtNode& node) {
   Curve made;
   made.kind = CurveKind::BSpline;
-  made.spline = curveSpline(node.pointer("nurbs", xt_type::kNurbsCurve), made.problem);
-  if (made.problem.empty() && bodies_.curve_splines[static_cast<std::size_t>(made.spline)].dimension != 3) {
+  const auto spline = curveSpline(node.pointer("nurbs", xt_type::kNurbsCurve));
+  if (!spline) {
+    made.usable = passOn(spline);
+    return made;
+  }
+  made.spline = *spline;
+  if (bodies_.curve_splines[static_cast<std::size_t>(made.spline)].dimension != 3) {
     // The parameter curve of an SP_CURVE; no curve in space by itself.
-    made.problem = "a curve in the plane";
+    made.usable = fail("a curve in the plane");
   }
   return made;
 }
@@ -174,7 +183,7 @@ Curve XtGeometryReader::readCurve(const XtNode& node, int depth) {
       curve = readOnSurface(node, depth);
       break;
     default:
-      curve.problem = "a curve that is not known";
+      curve.usable = fail("a curve that is not known");
       break;
   }
   curve.reversed = node.letter("sense") == '-';
@@ -187,7 +196,7 @@ Surface XtGeometryReader::readOffset(const XtNode& node, int depth) {
   const std::int32_t base_number = surface(node.pointer("surface"), depth + 1);
   made.offset = node.real("offset");
   if (base_number == kNoIndex || !isSane(made.offset)) {
-    made.problem = "no base surface or distance";
+    made.usable = fail("no base surface or distance");
     return made;
   }
   Surface base = bodies_.surfaces[static_cast<std::size_t>(base_number)];
@@ -199,7 +208,7 @@ Surface XtGeometryReader::readOffset(const XtNode& node, int depth) {
     case SurfaceKind::Cylinder:
     case SurfaceKind::Sphere:
       base.radius += d;
-      if (!isLength(base.radius)) base.problem = "offset as far as the radius";
+      if (!isLength(base.radius)) base.usable = fail("offset as far as the radius");
       return base;
     case SurfaceKind::Cone:
       base.frame.origin += base.frame.z * (-d * base.sin_half_angle);
@@ -207,10 +216,10 @@ Surface XtGeometryReader::readOffset(const XtNode& node, int depth) {
       return base;
     case SurfaceKind::Torus:
       base.radius_2 += d;
-      if (!isLength(base.radius_2)) base.problem = "offset as far as the radius";
+      if (!isLength(base.radius_2)) base.usable = fail("offset as far as the radius");
       return base;
     case SurfaceKind::Unknown:
-      made.problem = base.problem;
+      made.usable = base.usable;
       return made;
     default:
       made.kind = SurfaceKind::Offset;
@@ -227,14 +236,14 @@ Surface XtGeometryReader::readBlend(const XtNode& node, int depth) {
   if (!isSane(range[1])) range[1] = 0;  // not set
   made.radius = std::abs(range[0]);
   if (!isLength(made.radius) || made.radius > kMaximumReal) {
-    made.problem = "a blend without a radius";
+    made.usable = fail("a blend without a radius");
   } else if (range[1] != 0 && std::abs(std::abs(range[1]) - made.radius) > kSamePoint) {
-    made.problem = "a blend of changing radius";
+    made.usable = fail("a blend of changing radius");
   } else if (made.curve == kNoIndex) {
-    made.problem = "a blend without a spine";
+    made.usable = fail("a blend without a spine");
   } else if (const Curve& spine = bodies_.curves[static_cast<std::size_t>(made.curve)];
              spine.kind == CurveKind::Unknown) {
-    made.problem = spine.problem;
+    made.usable = spine.usable;
   }
   return made;
 }
@@ -267,10 +276,10 @@ void XtGeometryReader::limitProfile(const XtNode& node, Surface& spun) {
 void XtGeometryReader::useCurve(const XtNode& node, int depth, Surface& made) {
   made.curve = curve(node, depth + 1);
   if (made.curve == kNoIndex) {
-    made.problem = "no curve";
+    made.usable = fail("no curve");
   } else if (const Curve& used = bodies_.curves[static_cast<std::size_t>(made.curve)];
              used.kind == CurveKind::Unknown) {
-    made.problem = used.problem;
+    made.usable = used.usable;
   }
 }
 
@@ -279,8 +288,8 @@ Surface XtGeometryReader::readSwept(const XtNode& node, int depth) {
   made.kind = SurfaceKind::Swept;
   made.sweep = node.vector("sweep");
   useCurve(node.pointer("section"), depth, made);
-  if (made.problem.empty() && (!isSane(made.sweep) || !(length(made.sweep) > kNoLength))) {
-    made.problem = "no sweep direction";
+  if (made.usable && (!isSane(made.sweep) || !(length(made.sweep) > kNoLength))) {
+    made.usable = fail("no sweep direction");
   }
   return made;
 }
@@ -291,10 +300,10 @@ Surface XtGeometryReader::readSpun(const XtNode& node, int depth) {
   made.frame.origin = node.vector("base");
   made.frame.z = node.vector("axis");
   useCurve(node.pointer("profile"), depth, made);
-  if (made.problem.empty() && (!isSane(made.frame.origin) || !isUnit(made.frame.z))) {
-    made.problem = "no axis";
+  if (made.usable && (!isSane(made.frame.origin) || !isUnit(made.frame.z))) {
+    made.usable = fail("no axis");
   }
-  if (!made.problem.empty()) return made;
+  if (!made.usable) return made;
   made.frame.z = normalized(made.frame.z);
   made.frame.x = anyAcross(made.frame.z);
   made.frame.y = cross(made.frame.z, made.frame.x);
@@ -334,10 +343,14 @@ Surface XtGeometryReader::readSurface(const XtNode& node, int depth) {
       break;
     case xt_type::kBSurface:
       made.kind = SurfaceKind::BSpline;
-      made.spline = surfaceSpline(node.pointer("nurbs", xt_type::kNurbsSurface), made.problem);
+      if (const auto spline = surfaceSpline(node.pointer("nurbs", xt_type::kNurbsSurface))) {
+        made.spline = *spline;
+      } else {
+        made.usable = passOn(spline);
+      }
       break;
     default:
-      made.problem = "a surface that is not known";
+      made.usable = fail("a surface that is not known");
       break;
   }
   made.reversed = node.letter("sense") == '-';

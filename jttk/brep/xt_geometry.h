@@ -27,8 +27,8 @@ class XtGeometryReader {
   static constexpr std::size_t kFreeNumbers = 100'000;
   static constexpr std::size_t kBytesPerNumber = 2;
 
-  // False, with the reason in `problem`, where so many numbers more are too many.
-  bool takeNumbers(std::size_t count, std::string& problem);
+  // Fails where so many numbers more are too many.
+  Result<void> takeNumbers(std::size_t count);
   std::int32_t curve(const XtNode& node, int depth);
   std::int32_t surface(const XtNode& node, int depth);
   Curve readCurve(const XtNode& node, int depth);
@@ -41,11 +41,12 @@ class XtGeometryReader {
   Surface readBlend(const XtNode& node, int depth);
   Surface readSwept(const XtNode& node, int depth);
   Surface readSpun(const XtNode& node, int depth);
-  // Sets the surface's curve, or its problem.
+  // Sets the surface's curve, or why it is not usable.
   void useCurve(const XtNode& node, int depth, Surface& made);
   void limitProfile(const XtNode& node, Surface& spun);
-  std::int32_t curveSpline(const XtNode& node, std::string& problem);
-  std::int32_t surfaceSpline(const XtNode& node, std::string& problem);
+  // The spline's number.
+  Result<std::int32_t> curveSpline(const XtNode& node);
+  Result<std::int32_t> surfaceSpline(const XtNode& node);
 
   Bodies& bodies_;
   std::size_t numbers_left_;
@@ -53,7 +54,7 @@ class XtGeometryReader {
   std::map<std::uint32_t, std::int32_t> surfaces_;
 };
 
-// Checks a knot vector: finite, never falling, with a domain that is not empty. Empty text when it is fine.
-std::string knotProblem(const std::vector<double>& knots, int degree, int point_count);
+// Checks a knot vector: finite, never falling, with a domain that is not empty.
+Result<void> checkKnots(const std::vector<double>& knots, int degree, int point_count);
 
 }  // namespace jttk::brep

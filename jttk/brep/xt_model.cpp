@@ -73,6 +73,11 @@ class ModelBuilder {
     }
   }
 
+  // The first reason counts.
+  static void reject(Face& face, const char* why, CheckPlace check = CheckPlace::current()) {
+    if (face.usable) face.usable = fail(why, check);
+  }
+
   void addFace(const XtNode& node) {
     Face face;
     face.id = node.integer("node_id");
@@ -81,58 +86,56 @@ class ModelBuilder {
     face.surface = geometry_.surface(node.pointer("surface"));
     face.first_loop = static_cast<std::uint32_t>(bodies_.loops.size());
     if (face.surface == kNoIndex) {
-      face.problem = "no surface";
+      face.usable = fail("no surface");
     } else if (const Surface& on = bodies_.surfaces[static_cast<std::size_t>(face.surface)];
                on.kind == SurfaceKind::Unknown) {
-      face.problem = on.problem;
+      face.usable = on.usable;
     }
     const auto number = static_cast<std::int32_t>(bodies_.faces.size());
     for (XtNode loop = node.pointer("loop", xt_type::kLoop); loop;
          loop = loop.pointer("next", xt_type::kLoop)) {
       if (!isNew(loop)) {
-        if (face.problem.empty()) face.problem = "loops in a circle";
+        reject(face, "loops in a circle");
         break;
       }
-      addLoop(loop, number, face.problem);
+      addLoop(loop, number, face);
     }
     face.loop_count = static_cast<std::uint32_t>(bodies_.loops.size()) - face.first_loop;
     bodies_.faces.push_back(std::move(face));
   }
 
-  void addLoop(const XtNode& node, std::int32_t face, std::string& problem) {
+  void addLoop(const XtNode& node, std::int32_t number, Face& face) {
     Loop loop;
     loop.first_fin = static_cast<std::uint32_t>(bodies_.fins.size());
     const XtNode first = node.pointer("fin", xt_type::kFin);
     XtNode fin = first;
     bool closes = false;
     while (fin && isNew(fin)) {
-      addFin(fin, face, problem);
+      addFin(fin, number, face);
       fin = fin.pointer("forward", xt_type::kFin);
       closes = fin && fin.row() == first.row();
       if (closes) break;
     }
-    if (!closes && problem.empty()) {
-      problem = first ? "a loop that does not close" : "a loop without edges";
-    }
+    if (!closes) reject(face, first ? "a loop that does not close" : "a loop without edges");
     loop.fin_count = static_cast<std::uint32_t>(bodies_.fins.size()) - loop.first_fin;
     bodies_.loops.push_back(loop);
   }
 
-  void addFin(const XtNode& node, std::int32_t face, std::string& problem) {
+  void addFin(const XtNode& node, std::int32_t face_number, Face& face) {
     Fin fin;
-    fin.face = face;
+    fin.face = face_number;
     fin.forward = node.letter("sense") != '-';
     fin.curve = geometry_.curve(node.pointer("curve"));
     const XtNode edge_node = node.pointer("edge", xt_type::kEdge);
     const auto number = static_cast<std::int32_t>(bodies_.fins.size());
     if (edge_node) {
       const std::int32_t start =
-          vertex(node.pointer("backward", xt_type::kFin).pointer("vertex", xt_type::kVertex), problem);
-      const std::int32_t end = vertex(node.pointer("vertex", xt_type::kVertex), problem);
+          vertex(node.pointer("backward", xt_type::kFin).pointer("vertex", xt_type::kVertex), face);
+      const std::int32_t end = vertex(node.pointer("vertex", xt_type::kVertex), face);
       fin.edge = edge(edge_node, fin.forward ? start : end, fin.forward ? end : start);
       Edge& made = bodies_.edges[static_cast<std::size_t>(fin.edge)];
       if (made.start != (fin.forward ? start : end) || made.end != (fin.forward ? end : start)) {
-        if (problem.empty()) problem = "an edge whose sides end at different vertices";
+        reject(face, "an edge whose sides end at different vertices");
       }
       std::int32_t& side = fin.forward ? made.forward_fin : made.backward_fin;
       if (side == kNoIndex) side = number;
@@ -154,7 +157,7 @@ class ModelBuilder {
     return known->second;
   }
 
-  std::int32_t vertex(const XtNode& node, std::string& problem) {
+  std::int32_t vertex(const XtNode& node, Face& face) {
     if (!node) return kNoIndex;
     const auto [known, is_new] =
         vertices_.try_emplace(node.row(), static_cast<std::int32_t>(bodies_.vertices.size()));
@@ -168,7 +171,7 @@ class ModelBuilder {
       if (!isFinite(made.point)) made.point = {};
       bodies_.vertices.push_back(made);
     }
-    if (bad_vertices_.contains(known->second) && problem.empty()) problem = "a vertex without a point";
+    if (bad_vertices_.contains(known->second)) reject(face, "a vertex without a point");
     return known->second;
   }
 
@@ -201,10 +204,10 @@ Bodies buildBodies(const XtNodes& nodes) {
   for (std::size_t row = 0; row < nodes.size(); ++row) {
     if (nodes.at(row).type() == xt_type::kBody) builder.addBody(nodes.at(row));
   }
-  if (bodies.bodies.empty()) bodies.problems.emplace_back("the XT data hold no body");
+  if (bodies.bodies.empty()) bodies.damage.push_back(makeError("the XT data hold no body"));
   for (std::size_t row = 0; row < nodes.size(); ++row) {
     if (nodes.at(row).type() != xt_type::kInstance || !nodes.at(row).pointer("transform")) continue;
-    bodies.problems.emplace_back("bodies that are placed by an assembly stay where they are");
+    bodies.damage.push_back(makeError("bodies that are placed by an assembly stay where they are"));
     break;
   }
   return bodies;

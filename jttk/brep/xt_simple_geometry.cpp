@@ -23,7 +23,7 @@ Curve readLine(const XtNode& node) {
   made.kind = CurveKind::Line;
   made.frame.origin = node.vector("pvec");
   made.frame.z = node.vector("direction");
-  if (!isSane(made.frame.origin) || !isUnit(made.frame.z)) made.problem = "no position and direction";
+  if (!isSane(made.frame.origin) || !isUnit(made.frame.z)) made.usable = fail("no position and direction");
   return made;
 }
 
@@ -32,7 +32,7 @@ Curve readCircle(const XtNode& node) {
   made.kind = CurveKind::Circle;
   made.radius = made.radius_2 = node.real("radius");
   if (!readFrame(node, "centre", "normal", made.frame) || !isLength(made.radius)) {
-    made.problem = "no axes or radius";
+    made.usable = fail("no axes or radius");
   }
   return made;
 }
@@ -44,7 +44,7 @@ Curve readEllipse(const XtNode& node) {
   made.radius_2 = node.real("minor_radius");
   if (!readFrame(node, "centre", "normal", made.frame) || !isLength(made.radius) ||
       !isLength(made.radius_2)) {
-    made.problem = "no axes or radii";
+    made.usable = fail("no axes or radii");
   }
   return made;
 }
@@ -52,7 +52,7 @@ Curve readEllipse(const XtNode& node) {
 Surface readPlane(const XtNode& node) {
   Surface made;
   made.kind = SurfaceKind::Plane;
-  if (!readFrame(node, "pvec", "normal", made.frame)) made.problem = "no axes";
+  if (!readFrame(node, "pvec", "normal", made.frame)) made.usable = fail("no axes");
   return made;
 }
 
@@ -61,7 +61,7 @@ Surface readCylinder(const XtNode& node) {
   made.kind = SurfaceKind::Cylinder;
   made.radius = node.real("radius");
   if (!readFrame(node, "pvec", "axis", made.frame) || !isLength(made.radius)) {
-    made.problem = "no axes or radius";
+    made.usable = fail("no axes or radius");
   }
   return made;
 }
@@ -75,7 +75,7 @@ Surface readCone(const XtNode& node) {
   if (!readFrame(node, "pvec", "axis", made.frame) || !isSane(made.radius) ||
       !(std::abs(made.sin_half_angle) <= 1) || !(std::abs(made.cos_half_angle) > kNoSine) ||
       !(std::abs(made.cos_half_angle) <= 1)) {
-    made.problem = "no axes, radius or angle";
+    made.usable = fail("no axes, radius or angle");
   }
   return made;
 }
@@ -85,7 +85,7 @@ Surface readSphere(const XtNode& node) {
   made.kind = SurfaceKind::Sphere;
   made.radius = node.real("radius");
   if (!readFrame(node, "centre", "axis", made.frame) || !isLength(made.radius)) {
-    made.problem = "no axes or radius";
+    made.usable = fail("no axes or radius");
   }
   return made;
 }
@@ -97,7 +97,7 @@ Surface readTorus(const XtNode& node) {
   made.radius_2 = node.real("minor_radius");
   if (!readFrame(node, "centre", "axis", made.frame) || !isSane(made.radius) || !isLength(made.radius_2) ||
       !(made.radius > -made.radius_2)) {
-    made.problem = "no axes or radii";
+    made.usable = fail("no axes or radii");
   }
   return made;
 }

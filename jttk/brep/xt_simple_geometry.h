@@ -15,7 +15,7 @@ inline bool isSane(const Vec3& v) { return isSane(v.x) && isSane(v.y) && isSane(
 inline bool isUnit(const Vec3& v) { return isSane(v) && std::abs(length(v) - 1) < kUnitLengthError; }
 inline bool isLength(double value) { return isSane(value) && value > 0; }
 
-// Of a node of the type that the name says. Not usable, with the reason in `problem`, where a field fails its
+// Of a node of the type that the name says. Not usable where a field fails its
 // check. `reversed` is left to the caller.
 Curve readLine(const XtNode& node);
 Curve readCircle(const XtNode& node);

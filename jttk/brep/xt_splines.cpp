@@ -101,33 +101,32 @@ std::vector<double> repeated(const Net& net, std::size_t rows, std::size_t colum
   return points;
 }
 
-std::string surfaceProblem(const SurfaceSpline& spline) {
-  std::string problem = knotProblem(spline.knots_u, spline.degree_u, spline.n_u);
-  if (problem.empty()) problem = knotProblem(spline.knots_v, spline.degree_v, spline.n_v);
-  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
-  if (problem.empty() && spline.rational && !weightsAreFine(spline.points, 4)) {
-    problem = "a weight is not above zero";
-  }
-  return problem;
+Result<void> checkSpline(const SurfaceSpline& spline) {
+  auto sound = checkKnots(spline.knots_u, spline.degree_u, spline.n_u);
+  if (sound) sound = checkKnots(spline.knots_v, spline.degree_v, spline.n_v);
+  if (!sound) return sound;
+  if (!allSane(spline.points)) return fail("points are not finite");
+  if (spline.rational && !weightsAreFine(spline.points, 4)) return fail("a weight is not above zero");
+  return {};
 }
 
 }  // namespace
 
-std::string knotProblem(const std::vector<double>& knots, int degree, int point_count) {
+Result<void> checkKnots(const std::vector<double>& knots, int degree, int point_count) {
   const auto p = static_cast<std::size_t>(degree);
   const auto n = static_cast<std::size_t>(point_count);
-  if (knots.size() != n + p + 1) return "knots do not fit the degree and the number of points";
-  if (!allSane(knots)) return "knots are not finite";
-  if (!std::is_sorted(knots.begin(), knots.end())) return "knots are out of order";
-  if (!(knots[p] < knots[n])) return "knots give no domain";
+  if (knots.size() != n + p + 1) return fail("knots do not fit the degree and the number of points");
+  if (!allSane(knots)) return fail("knots are not finite");
+  if (!std::is_sorted(knots.begin(), knots.end())) return fail("knots are out of order");
+  if (!(knots[p] < knots[n])) return fail("knots give no domain");
   // p + 2 equal knots inside would tear the spline apart.
   for (std::size_t i = 0; i + p + 1 < knots.size(); ++i) {
-    if (knots[i] == knots[i + p + 1]) return "a knot is repeated too often";
+    if (knots[i] == knots[i + p + 1]) return fail("a knot is repeated too often");
   }
   return {};
 }
 
-std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& problem) {
+Result<std::int32_t> XtGeometryReader::curveSpline(const XtNode& node) {
   CurveSpline spline;
   spline.degree = node.integer("degree");
   spline.rational = node.integer("rational") != 0;
@@ -136,21 +135,19 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
   const std::int32_t stored = node.integer("n_vertices");
   if (spline.degree < 1 || spline.degree > kMaximumDegree || spline.dimension < 2 || spline.dimension > 3 ||
       stored < 1) {
-    problem = "degree, dimension or number of points makes no sense";
-    return kNoIndex;
+    return fail("degree, dimension or number of points makes no sense");
   }
   const XtNode vertices = node.pointer("bspline_vertices", xt_type::kBsplineVertices);
   const std::size_t point_limit = static_cast<std::size_t>(stored) + static_cast<std::size_t>(spline.degree);
   const auto needed = static_cast<std::size_t>(stored) * static_cast<std::size_t>(stride);
   if (vertices.count() < needed) {
-    problem = "fewer points than stated";
-    return kNoIndex;
+    return fail("fewer points than stated");
   }
-  if (!takeNumbers(needed, problem)) return kNoIndex;
+  if (const auto taken = takeNumbers(needed); !taken) return passOn(taken);
   spline.points = vertices.reals("vertices", needed);
   spline.knots = readKnots(node, {"knots", "knot_mult", "n_knots"},
                            point_limit + static_cast<std::size_t>(spline.degree) + 1);
-  if (!takeNumbers(spline.knots.size(), problem)) return kNoIndex;
+  if (const auto taken = takeNumbers(spline.knots.size()); !taken) return passOn(taken);
   const bool periodic = node.integer("periodic") != 0;
   if (periodic) closeKnots(spline.knots, spline.degree, static_cast<std::size_t>(stored));
   const std::size_t wanted = pointsForKnots(spline.knots.size(), spline.degree);
@@ -160,18 +157,17 @@ std::int32_t XtGeometryReader::curveSpline(const XtNode& node, std::string& prob
     }
   }
   spline.point_count = static_cast<int>(spline.points.size() / static_cast<std::size_t>(stride));
-  problem = knotProblem(spline.knots, spline.degree, spline.point_count);
-  if (problem.empty() && !allSane(spline.points)) problem = "points are not finite";
-  if (problem.empty() && spline.rational &&
-      !weightsAreFine(spline.points, static_cast<std::size_t>(stride))) {
-    problem = "a weight is not above zero";
+  const auto knots = checkKnots(spline.knots, spline.degree, spline.point_count);
+  if (!knots) return passOn(knots);
+  if (!allSane(spline.points)) return fail("points are not finite");
+  if (spline.rational && !weightsAreFine(spline.points, static_cast<std::size_t>(stride))) {
+    return fail("a weight is not above zero");
   }
-  if (!problem.empty()) return kNoIndex;
   bodies_.curve_splines.push_back(std::move(spline));
   return static_cast<std::int32_t>(bodies_.curve_splines.size() - 1);
 }
 
-std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& problem) {
+Result<std::int32_t> XtGeometryReader::surfaceSpline(const XtNode& node) {
   SurfaceSpline spline;
   spline.degree_u = node.integer("u_degree");
   spline.degree_v = node.integer("v_degree");
@@ -181,18 +177,16 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
   if (spline.degree_u < 1 || spline.degree_u > kMaximumDegree || spline.degree_v < 1 ||
       spline.degree_v > kMaximumDegree || stored_u < 1 || stored_v < 1 ||
       node.integer("vertex_dim") != (spline.rational ? 4 : 3)) {
-    problem = "degrees, dimension or number of points make no sense";
-    return kNoIndex;
+    return fail("degrees, dimension or number of points make no sense");
   }
   const std::size_t stride = spline.rational ? 4 : 3;
   const auto n_u = static_cast<std::size_t>(stored_u);
   const auto n_v = static_cast<std::size_t>(stored_v);
   const XtNode vertices = node.pointer("bspline_vertices", xt_type::kBsplineVertices);
   if (vertices.count() / stride / n_u < n_v) {
-    problem = "fewer points than stated";
-    return kNoIndex;
+    return fail("fewer points than stated");
   }
-  if (!takeNumbers(n_u * n_v * stride, problem)) return kNoIndex;
+  if (const auto taken = takeNumbers(n_u * n_v * stride); !taken) return passOn(taken);
   const std::vector<double> net = vertices.reals("vertices", n_u * n_v * stride);
   const auto degree_u = static_cast<std::size_t>(spline.degree_u);
   const auto degree_v = static_cast<std::size_t>(spline.degree_v);
@@ -209,12 +203,12 @@ std::int32_t XtGeometryReader::surfaceSpline(const XtNode& node, std::string& pr
     columns = std::max(columns, pointsForKnots(spline.knots_v.size(), spline.degree_v));
   }
   const std::size_t more = (rows * columns - n_u * n_v) * stride;
-  if (!takeNumbers(spline.knots_u.size() + spline.knots_v.size() + more, problem)) return kNoIndex;
+  if (const auto taken = takeNumbers(spline.knots_u.size() + spline.knots_v.size() + more); !taken)
+    return passOn(taken);
   spline.points = repeated({net, n_u, n_v, stride}, rows, columns);
   spline.n_u = static_cast<int>(rows);
   spline.n_v = static_cast<int>(columns);
-  problem = surfaceProblem(spline);
-  if (!problem.empty()) return kNoIndex;
+  if (const auto sound = checkSpline(spline); !sound) return passOn(sound);
   bodies_.surface_splines.push_back(std::move(spline));
   return static_cast<std::int32_t>(bodies_.surface_splines.size() - 1);
 }

@@ -295,7 +295,10 @@ TEST(BadInput, WhatIsCopiedOutOfTheDataIsBoundedByTheirSize) {
   EXPECT_GE(copied(*bodies), 80'000U);
   EXPECT_EQ(bodies->curves.size(), 500U);
   EXPECT_EQ(bodies->curves.front().kind, CurveKind::BSpline);
-  EXPECT_NE(bodies->curves.back().problem.find("the same numbers are used too often"), std::string::npos);
+  ASSERT_FALSE(bodies->curves.back().usable);
+  const Error& error = bodies->curves.back().usable.error();
+  EXPECT_EQ(error.what, "the same numbers are used too often");
+  EXPECT_EQ(error.element.rfind("B_CURVE ", 0), 0U) << error.element;
 }
 
 TEST(BadInput, EvaluationsOfSplinesCountByTheirDegrees) {
@@ -322,12 +325,13 @@ TEST(BadInput, EvaluationsOfSplinesCountByTheirDegrees) {
 }
 
 TEST(BadInput, KnotTable) {
-  EXPECT_EQ(knotProblem({0, 0, 1, 1}, 1, 2), "");
-  EXPECT_EQ(knotProblem({0, 0, 1}, 1, 2), "knots do not fit the degree and the number of points");
-  EXPECT_EQ(knotProblem({0, 1, 0, 1}, 1, 2), "knots are out of order");
-  EXPECT_EQ(knotProblem({0, 1, 1, 2}, 1, 2), "knots give no domain");
-  EXPECT_EQ(knotProblem({0, 0, 1, 1, 1, 2, 2}, 1, 5), "a knot is repeated too often");
-  EXPECT_EQ(knotProblem({0, std::nan(""), 1, 1}, 1, 2), "knots are not finite");
+  EXPECT_TRUE(checkKnots({0, 0, 1, 1}, 1, 2));
+  EXPECT_EQ(checkKnots({0, 0, 1}, 1, 2).error().text(),
+            "knots do not fit the degree and the number of points");
+  EXPECT_EQ(checkKnots({0, 1, 0, 1}, 1, 2).error().text(), "knots are out of order");
+  EXPECT_EQ(checkKnots({0, 1, 1, 2}, 1, 2).error().text(), "knots give no domain");
+  EXPECT_EQ(checkKnots({0, 0, 1, 1, 1, 2, 2}, 1, 5).error().text(), "a knot is repeated too often");
+  EXPECT_EQ(checkKnots({0, std::nan(""), 1, 1}, 1, 2).error().text(), "knots are not finite");
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ void expectNear(const Vec3& a, const Vec3& b, double tolerance) {
 void expectConsistent(const Bodies& bodies, Range u, Range v, double tolerance = 1e-9, bool exact_du = true) {
   Geometry geometry(bodies, 1e-9);
   const Surface& s = bodies.surfaces[static_cast<std::size_t>(bodies.faces[0].surface)];
-  ASSERT_NE(s.kind, SurfaceKind::Unknown) << s.problem;
+  ASSERT_NE(s.kind, SurfaceKind::Unknown) << (s.usable ? "" : s.usable.error().text());
   const SurfaceDomain box = geometry.domain(s);
   for (int i = 1; i < 8; ++i) {
     for (int k = 1; k < 8; ++k) {
