@@ -3,10 +3,12 @@
 #pragma once
 
 #include <bit>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace loftbay::maker {
@@ -19,6 +21,7 @@ struct GuidValue {
   std::uint16_t c = 0;
   std::uint8_t d[8] = {};
   friend bool operator==(const GuidValue&, const GuidValue&) = default;
+  friend auto operator<=>(const GuidValue&, const GuidValue&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
 class ByteWriter {

@@ -1,39 +1,16 @@
 #include "samples/maker/container.h"
 
-#include <lzma.h>
-#include <zlib.h>
-
 #include <algorithm>
 #include <stdexcept>
 #include <string>
 
+#include "samples/maker/compress.h"
 #include "samples/maker/hash.h"
 
 namespace loftbay::maker {
 namespace {
 
 constexpr std::size_t kSegmentHeaderSize = 24;
-
-Bytes zlibCompressed(const Bytes& data) {
-  Bytes out(compressBound(static_cast<uLong>(data.size())));
-  auto size = static_cast<uLongf>(out.size());
-  if (compress2(out.data(), &size, data.data(), static_cast<uLong>(data.size()), 6) != Z_OK) {
-    throw std::runtime_error("zlib cannot compress a segment");
-  }
-  out.resize(size);
-  return out;
-}
-
-Bytes xzCompressed(const Bytes& data) {
-  Bytes out(lzma_stream_buffer_bound(data.size()));
-  std::size_t size = 0;
-  if (lzma_easy_buffer_encode(6, LZMA_CHECK_CRC64, nullptr, data.data(), data.size(), out.data(), &size,
-                              out.size()) != LZMA_OK) {
-    throw std::runtime_error("liblzma cannot compress a segment");
-  }
-  out.resize(size);
-  return out;
-}
 
 }  // namespace
 

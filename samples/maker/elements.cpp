@@ -26,22 +26,31 @@ bool isPoint(ShapeKind kind) { return kind == ShapeKind::Points; }
 
 }  // namespace
 
+std::size_t beginElement(ByteWriter& out, const GuidValue& kind, unsigned base_type, std::int32_t id) {
+  const std::size_t begin = out.size();
+  out.i32(0);
+  out.guid(kind);
+  out.u8(base_type);
+  out.i32(id);
+  return begin;
+}
+
+void finishElement(ByteWriter& out, std::size_t begin) {
+  out.patchI32(begin, static_cast<std::int64_t>(out.size() - begin - 4));
+}
+
+void endOfElements(ByteWriter& out) {
+  out.i32(16);
+  out.guid(guids::kEnd);
+}
+
 void ElementWriter::begin(const GuidValue& type, unsigned base_type, std::int32_t id) {
-  length_at_ = out_.size();
-  out_.i32(0);
-  out_.guid(type);
-  out_.u8(base_type);
-  out_.i32(id);
+  length_at_ = beginElement(out_, type, base_type, id);
 }
 
-void ElementWriter::finish() {
-  out_.patchI32(length_at_, static_cast<std::int64_t>(out_.size() - length_at_ - 4));
-}
+void ElementWriter::finish() { finishElement(out_, length_at_); }
 
-void ElementWriter::end() {
-  out_.i32(16);
-  out_.guid(guids::kEnd);
-}
+void ElementWriter::end() { endOfElements(out_); }
 
 void ElementWriter::version(int number, bool also_in_v8) {
   if (v10()) {

@@ -3,6 +3,8 @@
 // I16 in 9.x, with a U8 in 10.0; some have more or fewer fields.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -14,6 +16,12 @@
 namespace loftbay::maker {
 
 using Ids = std::vector<std::int32_t>;
+
+// Around the fields of an element: its length, kind, base type and object id; finishElement() puts in the
+// length. `begin` is what beginElement() answered.
+std::size_t beginElement(ByteWriter& out, const GuidValue& kind, unsigned base_type, std::int32_t id);
+void finishElement(ByteWriter& out, std::size_t begin);
+void endOfElements(ByteWriter& out);
 
 class ElementWriter {
  public:

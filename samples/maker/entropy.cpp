@@ -75,6 +75,7 @@ void ArithmeticEncoder::encode(std::uint32_t cumulative, std::uint32_t occurrenc
       emit((high_ & 0x8000U) != 0);
     } else if ((low_ & 0x4000U) != 0 && (high_ & 0x4000U) == 0) {
       ++pending_;
+      ++straddles_;
       low_ &= 0x3fffU;
       high_ |= 0x4000U;
     } else {
@@ -90,9 +91,13 @@ void ArithmeticEncoder::emit(bool bit) {
   for (; pending_ > 0; --pending_) bits_.put(!bit);
 }
 
-void ArithmeticEncoder::finish() {
+void ArithmeticEncoder::end() {
   ++pending_;
   emit((low_ & 0x4000U) != 0);
+}
+
+void ArithmeticEncoder::finish() {
+  end();
   bits_.put(0, 16);
 }
 

@@ -41,10 +41,14 @@ class ArithmeticEncoder {
  public:
   // A symbol that owns [cumulative, cumulative + occurrences) of `total`.
   void encode(std::uint32_t cumulative, std::uint32_t occurrences, std::uint32_t total);
+  // Two bits that lie within the last interval for any bits behind them.
+  void end();
   // The decoder holds 16 bits ahead of what it has used; together with the two bits that fix the last
   // interval the text is two bits longer than what it reads.
   void finish();
   [[nodiscard]] const BitWriter& bits() const { return bits_; }
+  // How often the interval lay around the middle.
+  [[nodiscard]] int straddles() const { return straddles_; }
 
  private:
   void emit(bool bit);
@@ -53,6 +57,7 @@ class ArithmeticEncoder {
   std::uint32_t low_ = 0;
   std::uint32_t high_ = 0xffff;
   std::uint32_t pending_ = 0;
+  int straddles_ = 0;
 };
 
 // Bits needed for an unsigned value; 0 for 0.

@@ -35,21 +35,7 @@ GuidValue lodGuid(ShapeKind kind) {
 
 void writeTopology(ByteWriter& out, const Shape& shape, const Options& options) {
   const Topology topology = encodeTopology(shape, options.major() == 10);
-  const auto plain = [&](const std::vector<std::int32_t>& values) {
-    writePacket(out, values, Predictor::None, options);
-  };
-  for (const auto& array : topology.degrees) plain(array);
-  plain(topology.valences);
-  plain(topology.groups);
-  writePacket(out, topology.flags, Predictor::Lag1, options);
-  for (const auto& array : topology.masks) plain(array);
-  for (const auto& array : topology.upper_masks) plain(array);
-  out.i32(static_cast<std::int64_t>(topology.high_degree_masks.size()));
-  for (const auto word : topology.high_degree_masks) out.u32(word);
-  writePacket(out, topology.split_offsets, Predictor::Lag1, options);
-  plain(topology.split_positions);
-  out.u32(topology.hash);
-
+  writeTopologyStreams(out, topology, options);
   out.u64(bindings(shape));
   writeQuantisation(out, options);
   out.i32(static_cast<std::int64_t>(topology.vert_positions.size()));

@@ -9,6 +9,7 @@
 #include <bit>
 
 #include "samples/maker/hash.h"
+#include "samples/maker/packet.h"
 #include "samples/maker/polygon_mesh.h"
 
 namespace loftbay::maker {
@@ -40,7 +41,7 @@ class Coder {
       for (auto c = first; c < mesh_.polygon_starts[p + 1]; ++c) activate(c);
       for (std::uint32_t v = nextActive(); v != kNone; v = nextActive()) complete(v);
     }
-    finishHash();
+    out_.hash = topologyHash(out_);
     return std::move(out_);
   }
 
@@ -217,19 +218,6 @@ class Coder {
     }
   }
 
-  void finishHash() {
-    std::uint32_t h = 0;
-    for (const auto& array : out_.degrees) h = hashWords(array, h);
-    h = hashWords(out_.valences, h);
-    h = hashWords(out_.groups, h);
-    h = hashHalves(out_.flags, h);
-    for (const auto& array : out_.masks) h = hashWords(array, h);
-    for (const auto& array : out_.upper_masks) h = hashWords(array, h);
-    h = hashWords(out_.high_degree_masks, h);
-    h = hashWords(out_.split_offsets, h);
-    out_.hash = hashWords(out_.split_positions, h);
-  }
-
   const Shape& shape_;
   bool version10_;
   PolygonMesh mesh_;
@@ -244,5 +232,35 @@ class Coder {
 }  // namespace
 
 Topology encodeTopology(const Shape& shape, bool version10) { return Coder(shape, version10).run(); }
+
+std::uint32_t topologyHash(const Topology& topology) {
+  std::uint32_t h = 0;
+  for (const auto& array : topology.degrees) h = hashWords(array, h);
+  h = hashWords(topology.valences, h);
+  h = hashWords(topology.groups, h);
+  h = hashHalves(topology.flags, h);
+  for (const auto& array : topology.masks) h = hashWords(array, h);
+  for (const auto& array : topology.upper_masks) h = hashWords(array, h);
+  h = hashWords(topology.high_degree_masks, h);
+  h = hashWords(topology.split_offsets, h);
+  return hashWords(topology.split_positions, h);
+}
+
+void writeTopologyStreams(ByteWriter& out, const Topology& topology, const Options& options) {
+  const auto plain = [&](const std::vector<std::int32_t>& values) {
+    writePacket(out, values, Predictor::None, options);
+  };
+  for (const auto& array : topology.degrees) plain(array);
+  plain(topology.valences);
+  plain(topology.groups);
+  writePacket(out, topology.flags, Predictor::Lag1, options);
+  for (const auto& array : topology.masks) plain(array);
+  for (const auto& array : topology.upper_masks) plain(array);
+  out.i32(static_cast<std::int64_t>(topology.high_degree_masks.size()));
+  for (const auto word : topology.high_degree_masks) out.u32(word);
+  writePacket(out, topology.split_offsets, Predictor::Lag1, options);
+  plain(topology.split_positions);
+  out.u32(topology.hash);
+}
 
 }  // namespace loftbay::maker

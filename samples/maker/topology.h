@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "samples/maker/byte_writer.h"
+#include "samples/maker/format.h"
 #include "samples/maker/product.h"
 
 namespace loftbay::maker {
@@ -33,5 +35,10 @@ struct Topology {
 
 // `shape` holds polygons of at least three corners each; no polygon names a position twice.
 Topology encodeTopology(const Shape& shape, bool version10);
+
+// The hash of the streams, in stored order.
+std::uint32_t topologyHash(const Topology& topology);
+// The streams and their hash, as stored; `options`: of 9.0 or later.
+void writeTopologyStreams(ByteWriter& out, const Topology& topology, const Options& options);
 
 }  // namespace loftbay::maker

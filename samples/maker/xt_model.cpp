@@ -3,6 +3,17 @@
 #include <cmath>
 
 namespace loftbay::maker {
+namespace {
+
+// The zero vector where there is no direction.
+Point normalized(const Point& a) {
+  const double size = std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z);
+  if (!(size > 0) || !std::isfinite(size)) return {};
+  const double scale = 1 / size;
+  return {a.x * scale, a.y * scale, a.z * scale};
+}
+
+}  // namespace
 
 XtModel::XtModel() { nextBody(); }
 

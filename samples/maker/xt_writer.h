@@ -10,12 +10,23 @@
 #include <utility>
 #include <vector>
 
-#include "jttk/brep/vec.h"
 #include "samples/maker/byte_writer.h"
 
 namespace loftbay::maker {
 
-using Point = jttk::brep::Vec3;  // metres; or a direction
+struct Point {  // metres; or a direction
+  double x = 0;
+  double y = 0;
+  double z = 0;
+  constexpr Point() = default;
+  constexpr Point(double px, double py, double pz) : x(px), y(py), z(pz) {}
+  // From the vectors of whoever makes a model.
+  template <typename Vector>
+  requires requires(const Vector& v) { v.x + v.y + v.z; }
+  constexpr Point(const Vector& v) : x(v.x), y(v.y), z(v.z) {}
+};
+inline Point operator-(const Point& a) { return {-a.x, -a.y, -a.z}; }
+inline Point operator-(const Point& a, const Point& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 
 // Nodes of the base schema, by name of field. Fields that are not given are 0, null, or the real that means
 // "not set".

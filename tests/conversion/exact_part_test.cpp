@@ -12,14 +12,14 @@
 #include "diag/tolerance.h"
 #include "diag/trace_log.h"
 #include "host/path.h"
+#include "samples/maker/pieces/graph_builder.h"
 #include "tests/conversion/recorded_messages.h"
 #include "tests/jttk/brep/models.h"
-#include "tests/jttk/support/jt_graph.h"
 
 namespace {
 
 namespace diag = loftbay::diag;
-using jttk::testing::GraphBuilder;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

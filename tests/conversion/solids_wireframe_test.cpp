@@ -11,18 +11,18 @@
 #include "diag/program_seams.h"
 #include "host/path.h"
 #include "jttk/interface/inspect.h"
+#include "samples/maker/pieces/graph_builder.h"
 #include "samples/maker/primitives.h"
 #include "samples/maker/write_jt.h"
 #include "tests/conversion/recorded_messages.h"
-#include "tests/jttk/support/jt_graph.h"
 #include "zix/reader.h"
 
 namespace {
 
 namespace diag = loftbay::diag;
 namespace maker = loftbay::maker;
-using jttk::testing::Bytes;
-using jttk::testing::GraphBuilder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -108,8 +108,8 @@ TEST_F(OtherGeometry, EveryTypeOfSolidReachesTheSceneWithItsVolume) {
 }
 
 TEST_F(OtherGeometry, AWireframeIsLeftOutAndTheRestConverts) {
-  constexpr jttk::Guid kFrame{9, 1, 2, {}};
-  constexpr jttk::Guid kLonely{9, 1, 3, {}};
+  constexpr maker::GuidValue kFrame{9, 1, 2, {}};
+  constexpr maker::GuidValue kLonely{9, 1, 3, {}};
   GraphBuilder graph;
   graph.partition(0, {1}).name("root");
   graph.metaData(1, {2, 3}).name("assembly");

@@ -72,8 +72,8 @@ double pocketVolume(const Base& base, double radius, double bottom) {
 }
 
 // Points of the pocket's mouth; the angle turns from y to z.
-std::vector<Vec3> mouth(const Base& base, double radius, double from, double to, int steps) {
-  std::vector<Vec3> chart;
+std::vector<loftbay::maker::Point> mouth(const Base& base, double radius, double from, double to, int steps) {
+  std::vector<loftbay::maker::Point> chart;
   for (int i = 0; i <= steps; ++i) {
     const double angle = from + (to - from) * i / steps;
     const double y = radius * std::cos(angle);
@@ -118,7 +118,7 @@ class Driller {
       addEnds({{low, false}}, {{high, true}});
     }
     if (hole_radius_ > 0) {
-      std::vector<Vec3> chart = mouth(base_, hole_radius_, 0, 2 * kPi, 8);
+      std::vector<loftbay::maker::Point> chart = mouth(base_, hole_radius_, 0, 2 * kPi, 8);
       chart.back() = chart.front();
       const int ring = model_.edge(model_.intersection(base_.surface, drill_, chart), -1, -1);
       loops.push_back({{ring, true}});
@@ -247,7 +247,7 @@ Drilled perforatedCylinder(double radius, double height, double hole_radius, int
       const double z = height * (row + 0.5) / rows;
       const Vec3 out{std::cos(angle), std::sin(angle), 0};
       const Vec3 aside = cross(kZ, out);
-      std::vector<Vec3> chart;
+      std::vector<loftbay::maker::Point> chart;
       for (int k = 0; k < 8; ++k) {
         const double y = hole_radius * std::cos(kPi / 4 * k);
         chart.push_back(out * base.reach(y, 0) + aside * y + kZ * (z + hole_radius * std::sin(kPi / 4 * k)));

@@ -220,7 +220,7 @@ TEST(Curve, IntersectionFollowsItsSurfaces) {
   XtModel model;
   const auto a = model.cylinder({0, 0, 0}, {0, 0, 1}, {1, 0, 0}, 0.01);
   const auto b = model.cylinder({0, 0, 0}, {0, 1, 0}, {1, 0, 0}, 0.01);
-  std::vector<Vec3> chart;
+  std::vector<loftbay::maker::Point> chart;
   for (int i = 0; i <= 3; ++i) {
     const double t = 0.5 + 2.0 * i / 3;
     chart.push_back({0.01 * std::cos(t), 0.01 * std::sin(t), 0.01 * std::sin(t)});

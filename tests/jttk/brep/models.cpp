@@ -192,7 +192,7 @@ XtModel drilledCylinder(double radius, double height, double hole_radius) {
   const auto drill = model.cylinder({0, 0, height / 2}, kX, kY, hole_radius);
   const int ring_low = model.edge(model.circle({0, 0, 0}, kZ, kX, radius), -1, -1);
   const int ring_high = model.edge(model.circle({0, 0, height}, kZ, kX, radius), -1, -1);
-  std::vector<Vec3> chart;
+  std::vector<loftbay::maker::Point> chart;
   for (int i = 0; i <= 8; ++i) {
     const double t = i == 8 ? 0 : 2 * kPi * i / 8;
     const double y = hole_radius * std::cos(t);

@@ -221,7 +221,7 @@ TEST(SurfaceKind, OffsetOfASweptEllipseBetweenIntersectionCurves) {
   const auto bottom = model.plane({}, -kZ, kX);
   const auto top = model.plane({0, 0, 0.01}, kZ, kX);
   const auto rim = [&](double z, Id plane) {
-    std::vector<Vec3> chart;
+    std::vector<loftbay::maker::Point> chart;
     for (int i = 0; i < 12; ++i) {
       const double t = 2 * kPi * i / 12;
       const Vec3 n = normalized({0.01 * std::cos(t), 0.02 * std::sin(t), 0});
@@ -302,7 +302,7 @@ TEST(SurfaceKind, BlendRoundAnIntersectionCurve) {
   XtModel model;
   const auto side = model.cylinder({}, kZ, kX, 0.01);
   const auto top = model.plane({0, 0, 0.02}, kZ, kX);
-  std::vector<Vec3> chart;
+  std::vector<loftbay::maker::Point> chart;
   for (int i = 0; i < 8; ++i)
     chart.push_back({0.007 * std::cos(kPi / 4 * i), 0.007 * std::sin(kPi / 4 * i), 0.017});
   chart.push_back(chart.front());

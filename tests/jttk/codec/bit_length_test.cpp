@@ -8,7 +8,6 @@
 namespace {
 
 using namespace jttk::testing;  // NOLINT: everything here is about these packets
-using jttk::PacketForm;
 using ::testing::HasSubstr;
 
 TEST(BitReader, takesBitsFromTheTopOfWordsInFileOrder) {

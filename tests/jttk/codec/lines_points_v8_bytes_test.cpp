@@ -9,12 +9,12 @@ namespace {
 using jttk::ByteOrder;
 using jttk::PrimitiveKind;
 using jttk::ShapeGeometry;
-using jttk::testing::Bytes;
 using jttk::testing::decoded;
 using jttk::testing::fromHex;
 using jttk::testing::Line;
 using jttk::testing::linesOf;
 using jttk::testing::Point;
+using loftbay::maker::pieces::Bytes;
 
 const std::vector<Line> kThreePoints = {{{0, 16, -10}, {7, 5, -10}, {255, 32, -10}}};
 

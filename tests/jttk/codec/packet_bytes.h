@@ -8,17 +8,25 @@
 #include <vector>
 
 #include "jttk/codec/v9/packet.h"
-#include "tests/jttk/support/jt_bytes.h"
+#include "samples/maker/pieces/bytes.h"
+#include "samples/maker/pieces/packets.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace jttk::testing {
 
+using jttk::from_maker::formOf;
+using loftbay::maker::pieces::BitBuilder;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::PacketForm;
+using loftbay::maker::pieces::packetOf;
 using Values = std::vector<std::int32_t>;
 
 inline constexpr std::uint32_t kPlenty = 1000;
 
 inline Result<Values> decode(const Bytes& bytes, PacketForm form, std::uint32_t maximum = kPlenty) {
   ByteReader reader(bytes);
-  PacketReader packets(form);
+  PacketReader packets(formOf(form));
   Values values;
   const auto done = packets.read(reader, "values", Predictor::Null, maximum, values);
   if (!done) return tl::unexpected<Error>(done.error());

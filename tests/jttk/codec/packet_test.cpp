@@ -10,7 +10,6 @@ namespace {
 
 using namespace jttk::testing;  // NOLINT: everything here is about these packets
 using jttk::ByteReader;
-using jttk::PacketForm;
 using jttk::Predictor;
 using ::testing::HasSubstr;
 
@@ -40,7 +39,7 @@ TEST(PacketV9, thePacketsOfOneReaderShareABudget) {
                           .bytes(packetOf({1, 2}, PacketForm::V9))
                           .result();
   ByteReader reader(bytes);
-  jttk::PacketReader packets(PacketForm::V9, 4);
+  jttk::PacketReader packets(formOf(PacketForm::V9), 4);
   Values values;
   EXPECT_TRUE(packets.read(reader, "first", Predictor::Null, kPlenty, values).has_value());
   const auto second = packets.read(reader, "second", Predictor::Null, kPlenty, values);
@@ -73,7 +72,7 @@ TEST(PacketV9, everyTruncationIsAnError) {
       const auto exact = std::make_unique<std::byte[]>(size);
       std::copy_n(whole.begin(), size, exact.get());
       ByteReader reader({exact.get(), size});
-      jttk::PacketReader packets(PacketForm::V9);
+      jttk::PacketReader packets(formOf(PacketForm::V9));
       Values values;
       EXPECT_FALSE(packets.read(reader, "values", Predictor::Null, kPlenty, values).has_value()) << size;
     }
@@ -86,7 +85,7 @@ TEST(PacketV9, memoryIsTakenFromTheBudget) {
   for (const bool enough : {true, false}) {
     jttk::MemoryBudget memory((std::uint64_t{4} << 21U) - (enough ? 0 : 1));
     jttk::ByteReader reader(bytes);
-    jttk::PacketReader packets(PacketForm::V9, std::uint64_t{1} << 27U, &memory);
+    jttk::PacketReader packets(formOf(PacketForm::V9), std::uint64_t{1} << 27U, &memory);
     Values values;
     const auto read = packets.read(reader, "values", Predictor::Null, 1U << 22U, values);
     EXPECT_EQ(read.has_value(), enough);

@@ -11,12 +11,12 @@ namespace {
 using jttk::PrimitiveKind;
 using jttk::ShapeGeometry;
 using jttk::testing::at;
-using jttk::testing::Bytes;
 using jttk::testing::decoded;
 using jttk::testing::fromHex;
 using jttk::testing::Line;
 using jttk::testing::linesOf;
 using jttk::testing::Point;
+using loftbay::maker::pieces::Bytes;
 using ::testing::ElementsAre;
 
 const std::vector<Line> kPointsRead = {{{0, 16, -10}, {7, 5, -10}, {255, 32, -10}}};

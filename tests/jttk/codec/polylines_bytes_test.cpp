@@ -9,11 +9,11 @@ namespace {
 using jttk::ByteOrder;
 using jttk::PrimitiveKind;
 using jttk::ShapeGeometry;
-using jttk::testing::Bytes;
 using jttk::testing::decoded;
 using jttk::testing::fromHex;
 using jttk::testing::Line;
 using jttk::testing::linesOf;
+using loftbay::maker::pieces::Bytes;
 
 const std::vector<Line> kTwoLines = {{{1, 2, 0}, {3, 2, 0}, {3, 4, 0}},
                                      {{1, 4, -1}, {0.5F, -2, 7}, {1, 2, 0}}};

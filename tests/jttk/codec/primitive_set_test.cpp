@@ -9,18 +9,20 @@
 #include <memory>
 
 #include "jttk/codec/primitives/primitive_meaning.h"
-#include "tests/jttk/support/jt_bytes.h"
+#include "samples/maker/pieces/bytes.h"
+#include "samples/maker/pieces/packets.h"
 
 namespace {
 
+namespace pieces = loftbay::maker::pieces;
 using jttk::Primitive;
 using jttk::PrimitiveSet;
 using jttk::PrimitiveType;
 using jttk::StatedExtent;
-using jttk::testing::ByteBuilder;
-using jttk::testing::Bytes;
-using jttk::testing::packetOf;
-using jttk::testing::zlibOf;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::packetOf;
+using loftbay::maker::pieces::zlibOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
@@ -159,7 +161,7 @@ Bytes quantised(jttk::Version version, std::int32_t type = 3) {
     if (version.major == 8) {  // codec 0, count, values
       out.u8(0).i32(2).i32(a).i32(b);
     } else {
-      out.bytes(packetOf({a, b}, version.major == 9 ? jttk::PacketForm::V9 : jttk::PacketForm::V10));
+      out.bytes(packetOf({a, b}, version.major == 9 ? pieces::PacketForm::V9 : pieces::PacketForm::V10));
     }
   };
   for (int axis = 0; axis < 3; ++axis) out.f32(0).f32(30).u8(2);

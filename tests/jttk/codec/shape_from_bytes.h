@@ -12,10 +12,11 @@
 #include <vector>
 
 #include "jttk/codec/shape_lod.h"
-#include "tests/jttk/support/jt_bytes.h"
+#include "samples/maker/pieces/bytes.h"
 
 namespace jttk::testing {
 
+using loftbay::maker::pieces::Bytes;
 using Point = std::array<float, 3>;
 using Line = std::vector<Point>;
 

@@ -9,28 +9,27 @@
 #include <memory>
 
 #include "jttk/codec/lookup2.h"
-#include "tests/jttk/support/jt_shapes.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/shapes.h"
 
 namespace {
 
-using jttk::Guid;
-using jttk::PacketForm;
+namespace guids = loftbay::maker::guids;
+namespace pieces = loftbay::maker::pieces;
 using jttk::PrimitiveKind;
 using jttk::ShapeGeometry;
-using jttk::testing::bowTieSymbols;
-using jttk::testing::ByteBuilder;
-using jttk::testing::Bytes;
-using jttk::testing::cubeSymbols;
-using jttk::testing::kPointSetId;
-using jttk::testing::kPolygonSetId;
-using jttk::testing::kPolylineSetId;
-using jttk::testing::kTriStripSetId;
-using jttk::testing::packetOf;
-using jttk::testing::polygonSymbols;
-using jttk::testing::shapeElement;
-using jttk::testing::ShapeOptions;
-using jttk::testing::tetrahedronSymbols;
-using jttk::testing::topologicalRepData;
+using loftbay::maker::GuidValue;
+using loftbay::maker::pieces::bowTieSymbols;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::cubeSymbols;
+using loftbay::maker::pieces::PacketForm;
+using loftbay::maker::pieces::packetOf;
+using loftbay::maker::pieces::polygonSymbols;
+using loftbay::maker::pieces::shapeElement;
+using loftbay::maker::pieces::ShapeOptions;
+using loftbay::maker::pieces::tetrahedronSymbols;
+using loftbay::maker::pieces::topologicalRepData;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -67,7 +66,7 @@ TEST(ShapeLod, triStripSetsLosslessAndQuantised) {
     for (const bool quantized : {false, true}) {
       const ShapeOptions options{form, quantized, 0x0a};
       const auto shape = decode(
-          shapeElement(kTriStripSetId, form, topologicalRepData(tetrahedronSymbols(7), 4, 12, options)),
+          shapeElement(guids::kTriStripLod, form, topologicalRepData(tetrahedronSymbols(7), 4, 12, options)),
           form);
       ASSERT_TRUE(shape.has_value()) << shape.error().text();
       EXPECT_EQ(shape->kind, PrimitiveKind::Polygons);
@@ -85,8 +84,8 @@ TEST(ShapeLod, triStripSetsLosslessAndQuantised) {
 TEST(ShapeLod, colorsTextureCoordinatesAndFlags) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x25a};
-    const auto shape =
-        decode(shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
+    const auto shape = decode(
+        shapeElement(guids::kTriStripLod, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     EXPECT_EQ(shape->facts.bindings, 0x25aU);
     EXPECT_EQ(shape->facts.covers, 1U);
@@ -106,8 +105,8 @@ TEST(ShapeLod, coloursAsHueSaturationAndValue) {
   for (const PacketForm form : kForms) {
     ShapeOptions options{form, true, 0x1a};
     options.hsv = true;
-    const auto shape =
-        decode(shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
+    const auto shape = decode(
+        shapeElement(guids::kTriStripLod, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     ASSERT_EQ(shape->colors.size(), 20U);
     // A fifth of full green; alpha is not stored.
@@ -123,7 +122,7 @@ TEST(ShapeLod, channelsAboveTheFirstAndAuxiliaryFieldsArePassedOver) {
     for (const bool quantized : {false, true}) {
       const ShapeOptions options{form, quantized, kAllChannels | kFlagsAndFields};
       const auto shape = decode(
-          shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
+          shapeElement(guids::kTriStripLod, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
       ASSERT_TRUE(shape.has_value()) << shape.error().text();
       EXPECT_EQ(shape->texture_coordinates.size(), 15U);
       // Flags are stored behind all channels and before the fields.
@@ -139,7 +138,8 @@ TEST(ShapeLod, coordinatesOfTwoAndFourComponents) {
       const auto shape = [&](std::uint32_t components) {
         options.coordinate_components = components;
         const auto decoded = decode(
-            shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options)), form);
+            shapeElement(guids::kTriStripLod, form, topologicalRepData(bowTieSymbols(), 5, 5, options)),
+            form);
         EXPECT_TRUE(decoded.has_value()) << decoded.error().text();
         return decoded ? *decoded : ShapeGeometry{};
       };
@@ -152,7 +152,7 @@ TEST(ShapeLod, coordinatesOfTwoAndFourComponents) {
   }
   for (const std::uint32_t components : {1U, 5U}) {
     const ShapeOptions options{PacketForm::V9, false, 0x0a, components};
-    EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, PacketForm::V9,
+    EXPECT_THAT(errorOf(shapeElement(guids::kTriStripLod, PacketForm::V9,
                                      topologicalRepData(bowTieSymbols(), 5, 5, options)),
                         PacketForm::V9),
                 HasSubstr("coordinates with " + std::to_string(components) + " components"));
@@ -161,8 +161,8 @@ TEST(ShapeLod, coordinatesOfTwoAndFourComponents) {
 
 TEST(ShapeLod, polygonSetsKeepTheCornersOfTheirPolygons) {
   for (const PacketForm form : kForms) {
-    const auto shape =
-        decode(shapeElement(kPolygonSetId, form, topologicalRepData(cubeSymbols(7), 8, 24, {form})), form);
+    const auto shape = decode(
+        shapeElement(guids::kPolygonLod, form, topologicalRepData(cubeSymbols(7), 8, 24, {form})), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     EXPECT_EQ(shape->kind, PrimitiveKind::Polygons);
     EXPECT_THAT(shape->primitive_starts, ElementsAre(0, 4, 8, 12, 16, 20, 24));
@@ -172,7 +172,7 @@ TEST(ShapeLod, polygonSetsKeepTheCornersOfTheirPolygons) {
         std::vector<std::uint32_t>(shape->corner_positions.begin(), shape->corner_positions.begin() + 8),
         ElementsAre(0, 1, 2, 3, 3, 2, 4, 5));
     const auto six = decode(
-        shapeElement(kPolygonSetId, form, topologicalRepData(polygonSymbols(6), 6, 0, {form, false, 2})),
+        shapeElement(guids::kPolygonLod, form, topologicalRepData(polygonSymbols(6), 6, 0, {form, false, 2})),
         form);
     ASSERT_TRUE(six.has_value()) << six.error().text();
     EXPECT_THAT(six->primitive_starts, ElementsAre(0, 6));
@@ -184,9 +184,9 @@ TEST(ShapeLod, polygonSetsKeepTheCornersOfTheirPolygons) {
 // A corner count that a few bytes state is believed as far as it costs little: a polygon of a million corners
 // is decoded, one of some more is not.
 TEST(ShapeLod, theSizeOfAnElementLimitsItsValuesAndCorners) {
-  const auto error = [](const jttk::TopologySymbols& symbols, std::uint32_t vertices) {
+  const auto error = [](const loftbay::maker::Topology& symbols, std::uint32_t vertices) {
     const ShapeOptions options{PacketForm::V9, true, 0x02};
-    const Bytes element = shapeElement(kPolygonSetId, PacketForm::V9,
+    const Bytes element = shapeElement(guids::kPolygonLod, PacketForm::V9,
                                        topologicalRepData(symbols, std::min(vertices, 1000U), 0, options));
     return element.size() < 2000 + 16 * std::size_t{std::min(vertices, 1000U)}
                ? errorOf(element, PacketForm::V9)
@@ -196,12 +196,12 @@ TEST(ShapeLod, theSizeOfAnElementLimitsItsValuesAndCorners) {
               HasSubstr("1000 vertices are stated, but the topology has 300000"));
   EXPECT_THAT(error(polygonSymbols(3'000'000), 3'000'000), HasSubstr("too many values"));
   // Two values and 64 million corners: no array is long.
-  jttk::TopologySymbols digon;
+  loftbay::maker::Topology digon;
   digon.degrees[7] = {1 << 25, 1 << 25};
   digon.valences = {1 << 25, 1 << 25};
   digon.groups = {0, 0};
   digon.flags = {0, 0};
-  digon.wide_mask_words = {};
+  digon.high_degree_masks = {};
   EXPECT_THAT(error(digon, 2), HasSubstr("more corners than its bytes can stand for"));
 }
 
@@ -209,7 +209,7 @@ TEST(ShapeLod, listsAreLimitedByTheSizeOfTheElement) {
   for (const std::uint32_t place : {0U, 1U, 2U}) {
     ByteBuilder lists;
     for (std::uint32_t i = 0; i < 3; ++i) lists.u32(i == place ? 0x7fffffffU : 1);
-    EXPECT_THAT(errorOf(shapeElement(kPolylineSetId, PacketForm::V9, lists.result()), PacketForm::V9),
+    EXPECT_THAT(errorOf(shapeElement(guids::kPolylineLod, PacketForm::V9, lists.result()), PacketForm::V9),
                 HasSubstr("more primitives than a shape may have"));
   }
 }
@@ -220,8 +220,7 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x0a};
     const Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, options);
-    const std::size_t coordinates =
-        jttk::testing::topologyBytes(tetrahedronSymbols(7), form).size() + 8 + 4 + 4 + 4;
+    const std::size_t coordinates = pieces::topologyBytes(tetrahedronSymbols(7), form).size() + 8 + 4 + 4 + 4;
     const auto with = [&](std::size_t place, std::uint32_t bits) {
       Bytes changed = rep;
       changed[place] = static_cast<std::byte>(bits);
@@ -231,11 +230,11 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
       const std::size_t place = coordinates + 5 + 9 * axis + 8;
       ASSERT_EQ(rep[place], std::byte{4});
       for (const std::uint32_t bits : {33U, 64U, 255U}) {
-        EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, form, with(place, bits)), form),
+        EXPECT_THAT(errorOf(shapeElement(guids::kTriStripLod, form, with(place, bits)), form),
                     HasSubstr("a quantiser of " + std::to_string(bits) + " bits"));
       }
       // One axis without bits: its codes mean the minimum.
-      const auto flat = decode(shapeElement(kTriStripSetId, form, with(place, 0)), form);
+      const auto flat = decode(shapeElement(guids::kTriStripLod, form, with(place, 0)), form);
       ASSERT_TRUE(flat.has_value()) << flat.error().text();
       for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(flat->positions[3 * i + axis], axis == 2 ? 0.5F : 0.0F);
     }
@@ -244,7 +243,7 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
   Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, {PacketForm::V9, true, 0x0a});
   const Bytes header = ByteBuilder().u32(12).u8(3).u8(2).result();
   *(std::search(rep.begin(), rep.end(), header.begin(), header.end()) + 5) = std::byte{33};
-  const auto shape = decode(shapeElement(kTriStripSetId, PacketForm::V9, rep), PacketForm::V9);
+  const auto shape = decode(shapeElement(guids::kTriStripLod, PacketForm::V9, rep), PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_THAT(shape->facts.unread_attributes, HasSubstr("normals of 33 bits"));
   EXPECT_TRUE(shape->normals.empty());
@@ -252,9 +251,9 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
 
 TEST(ShapeLod, withoutRecordsCornersHaveNone) {
   const ShapeOptions options{PacketForm::V9, false, 0x02};
-  const auto shape = decode(
-      shapeElement(kTriStripSetId, PacketForm::V9, topologicalRepData(tetrahedronSymbols(0), 4, 0, options)),
-      PacketForm::V9);
+  const auto shape = decode(shapeElement(guids::kTriStripLod, PacketForm::V9,
+                                         topologicalRepData(tetrahedronSymbols(0), 4, 0, options)),
+                            PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_TRUE(shape->corner_records.empty());
   EXPECT_TRUE(shape->normals.empty());
@@ -262,7 +261,7 @@ TEST(ShapeLod, withoutRecordsCornersHaveNone) {
 
 TEST(ShapeLod, polylinesShareCoordinatesByRunLengths) {
   for (const PacketForm form : kForms) {
-    const auto shape = decode(shapeElement(kPolylineSetId, form, jttk::testing::polylineRepData(form)), form);
+    const auto shape = decode(shapeElement(guids::kPolylineLod, form, pieces::polylineRepData(form)), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     EXPECT_EQ(shape->kind, PrimitiveKind::Polylines);
     EXPECT_THAT(shape->primitive_starts, ElementsAre(0, 2, 5));
@@ -276,14 +275,14 @@ TEST(ShapeLod, polylinesShareCoordinatesByRunLengths) {
 
 TEST(ShapeLod, pointSetsHaveTheLayoutOfPolylines) {
   const auto shape =
-      decode(shapeElement(kPointSetId, PacketForm::V9, jttk::testing::polylineRepData(PacketForm::V9)),
+      decode(shapeElement(guids::kPointLod, PacketForm::V9, pieces::polylineRepData(PacketForm::V9)),
              PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_EQ(shape->kind, PrimitiveKind::Points);
 }
 
 TEST(ShapeLod, nullShapesAreEmptyAndUnknownElementsRefused) {
-  const Guid null_shape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
+  const GuidValue null_shape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
   EXPECT_EQ(decode(shapeElement(null_shape, PacketForm::V9, {}), PacketForm::V9)->kind, PrimitiveKind::Empty);
   EXPECT_THAT(errorOf(shapeElement({1, 2, 3, {}}, PacketForm::V9, {}), PacketForm::V9),
               HasSubstr("are not known"));
@@ -291,8 +290,8 @@ TEST(ShapeLod, nullShapesAreEmptyAndUnknownElementsRefused) {
 
 TEST(ShapeLod, aDamagedArrayIsFoundByItsHash) {
   const ShapeOptions options{PacketForm::V9, true, 0x02};
-  Bytes element =
-      shapeElement(kTriStripSetId, PacketForm::V9, topologicalRepData(tetrahedronSymbols(0), 4, 0, options));
+  Bytes element = shapeElement(guids::kTriStripLod, PacketForm::V9,
+                               topologicalRepData(tetrahedronSymbols(0), 4, 0, options));
   // The last byte of the hash of the coordinates, in front of the two bytes at the end.
   element[element.size() - 3] ^= std::byte{1};
   EXPECT_EQ(errorOf(element, PacketForm::V9), "coordinates do not agree with their hash");
@@ -323,7 +322,7 @@ constexpr std::array<float, 6> kTetrahedronBox = {0, 0, 0.5F, 3, 6, 9.5F};
 Bytes withWrongCoordinateHash(PacketForm form, bool quantized) {
   Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {form, quantized, 0x02});
   rep.back() ^= std::byte{1};
-  return shapeElement(kTriStripSetId, form, rep);
+  return shapeElement(guids::kTriStripLod, form, rep);
 }
 
 TEST(ShapeLod, coordinatesThatFillTheStatedBoxNeedNoHash) {
@@ -357,7 +356,7 @@ TEST(ShapeLod, coordinatesThatFillTheStatedBoxNeedNoHash) {
 
 TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
   const Bytes element =
-      shapeElement(kTriStripSetId, PacketForm::V9,
+      shapeElement(guids::kTriStripLod, PacketForm::V9,
                    topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::V9, false, 0x02}));
   std::array<float, 6> box = kTetrahedronBox;
   const auto note = [&] {
@@ -377,10 +376,10 @@ TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
 TEST(ShapeLod, coordinatesThatAreFloatsAgainstWhatTheBitsSay) {
   constexpr PacketForm kForm = PacketForm::V9;
   Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {kForm, false, 0x02});
-  const std::size_t bits = jttk::testing::topologyBytes(tetrahedronSymbols(0), kForm).size() + 8;
+  const std::size_t bits = pieces::topologyBytes(tetrahedronSymbols(0), kForm).size() + 8;
   ASSERT_EQ(rep[bits], std::byte{0});
   rep[bits] = std::byte{12};
-  const auto shape = decode(shapeElement(kTriStripSetId, kForm, rep), kForm);
+  const auto shape = decode(shapeElement(guids::kTriStripLod, kForm, rep), kForm);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_TRUE(shape->facts.lossless);
   expectPositions(*shape, 4);
@@ -388,7 +387,7 @@ TEST(ShapeLod, coordinatesThatAreFloatsAgainstWhatTheBitsSay) {
 
 TEST(ShapeLod, coordinatesThatTheirHashVouchesForNeedNoBox) {
   const Bytes element =
-      shapeElement(kTriStripSetId, PacketForm::V9,
+      shapeElement(guids::kTriStripLod, PacketForm::V9,
                    topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::V9, true, 0x02}));
   const jttk::StatedExtent stated[] = {{{100, 100, 100, 101, 101, 101}, 0}};
   const auto shape = decode(element, PacketForm::V9, {stated, nullptr});
@@ -399,10 +398,10 @@ TEST(ShapeLod, coordinatesThatTheirHashVouchesForNeedNoBox) {
 
 TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
   for (const PacketForm form : kForms) {
-    const std::size_t hash_end = jttk::testing::topologyBytes(tetrahedronSymbols(0), form).size();
+    const std::size_t hash_end = pieces::topologyBytes(tetrahedronSymbols(0), form).size();
     Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {form, true, 0x02});
     rep[hash_end - 1] ^= std::byte{1};
-    const auto shape = decode(shapeElement(kTriStripSetId, form, rep), form);
+    const auto shape = decode(shapeElement(guids::kTriStripLod, form, rep), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     EXPECT_EQ(shape->primitiveCount(), 4U);
     EXPECT_THAT(shape->facts.doubt, HasSubstr("the topology arrays do not agree with their hash (at byte"));
@@ -410,28 +409,28 @@ TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
     // Two wrong hashes fail the shape, whatever the box is.
     rep.back() ^= std::byte{1};
     const jttk::StatedExtent stated[] = {{kTetrahedronBox, 0}};
-    EXPECT_FALSE(decode(shapeElement(kTriStripSetId, form, rep), form, {stated, nullptr}).has_value());
+    EXPECT_FALSE(decode(shapeElement(guids::kTriStripLod, form, rep), form, {stated, nullptr}).has_value());
     // A wrong hash of symbols that give no mesh fails the shape, too.
-    jttk::TopologySymbols open = tetrahedronSymbols(0);
+    loftbay::maker::Topology open = tetrahedronSymbols(0);
     open.degrees[0].front() = 4;
     rep = topologicalRepData(open, 4, 0, {form, true, 0x02});
-    rep[jttk::testing::topologyBytes(open, form).size() - 1] ^= std::byte{1};
-    EXPECT_THAT(errorOf(shapeElement(kTriStripSetId, form, rep), form),
+    rep[pieces::topologyBytes(open, form).size() - 1] ^= std::byte{1};
+    EXPECT_THAT(errorOf(shapeElement(guids::kTriStripLod, form, rep), form),
                 HasSubstr("do not agree with their hash, and there is no mesh in them"));
   }
 }
 
 TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
   for (const PacketForm form : kForms) {
-    const Bytes rep = jttk::testing::polylineRepData(form);
-    const auto usual = decode(shapeElement(kPolylineSetId, form, rep), form);
+    const Bytes rep = pieces::polylineRepData(form);
+    const auto usual = decode(shapeElement(guids::kPolylineLod, form, rep), form);
     ASSERT_TRUE(usual.has_value());
     // The hash comes before bindings of 64 bits, which begin with 0x12 or the like.
     bool found = false;
     for (std::size_t at = 12; at + 12 < rep.size() && !found; ++at) {
       Bytes changed = rep;
       changed[at] ^= std::byte{1};
-      const auto shape = decode(shapeElement(kPolylineSetId, form, changed), form);
+      const auto shape = decode(shapeElement(guids::kPolylineLod, form, changed), form);
       if (!shape || shape->facts.doubt.find("index lists") == std::string::npos) continue;
       if (shape->corner_positions != usual->corner_positions) continue;
       found = true;
@@ -445,13 +444,13 @@ TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
 // One wrong hash (of the lists or of the coordinates) is tolerated; two are not.
 TEST(ShapeLod, listsAndCoordinatesWithWrongHashesAreTooMuch) {
   constexpr PacketForm kForm = PacketForm::V10;  // the one whose floats have a hash
-  const Bytes rep = jttk::testing::polylineRepData(kForm);
+  const Bytes rep = pieces::polylineRepData(kForm);
   const std::array<float, 6> box = {0, 0, 0.5F, 2, 4, 6.5F};
   const jttk::StatedExtent stated[] = {{box, 0}};
   const auto changedAt = [&](std::initializer_list<std::size_t> places) {
     Bytes changed = rep;
     for (const std::size_t place : places) changed[place] ^= std::byte{1};
-    return decode(shapeElement(kPolylineSetId, kForm, changed), kForm, {stated, nullptr});
+    return decode(shapeElement(guids::kPolylineLod, kForm, changed), kForm, {stated, nullptr});
   };
   std::size_t of_lists = 0;
   std::size_t of_coordinates = 0;
@@ -474,7 +473,7 @@ TEST(ShapeLod, normalsThatCannotBeReadCostThemselvesOnly) {
     const auto with = [&](std::size_t place) {
       Bytes changed = rep;
       changed[place] ^= std::byte{1};
-      return shapeElement(kTriStripSetId, form, changed);
+      return shapeElement(guids::kTriStripLod, form, changed);
     };
     // Count, components, hash.
     for (const std::size_t place : {start, start + 4, rep.size() - 1}) {
@@ -492,8 +491,8 @@ TEST(ShapeLod, normalsThatCannotBeReadCostThemselvesOnly) {
 TEST(ShapeLod, anEmptySetIsNotDamagedWhateverItsBindingsName) {
   for (const PacketForm form : kForms) {
     ByteBuilder rep;
-    rep.bytes(jttk::testing::topologyBytes({}, form)).u64(0x7a).u32(0).u32(0);
-    const auto shape = decode(shapeElement(kTriStripSetId, form, rep.result()), form);
+    rep.bytes(pieces::topologyBytes({}, form)).u64(0x7a).u32(0).u32(0);
+    const auto shape = decode(shapeElement(guids::kTriStripLod, form, rep.result()), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     EXPECT_EQ(shape->primitiveCount(), 0U);
     EXPECT_EQ(shape->facts.unread_attributes, "");
@@ -502,8 +501,8 @@ TEST(ShapeLod, anEmptySetIsNotDamagedWhateverItsBindingsName) {
 
 TEST(ShapeLod, whatDoesNotFitTheMemoryBudgetIsRefused) {
   for (const PacketForm form : kForms) {
-    const Bytes element =
-        shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, {form, true, 0x25a}));
+    const Bytes element = shapeElement(guids::kTriStripLod, form,
+                                       topologicalRepData(bowTieSymbols(), 5, 5, {form, true, 0x25a}));
     jttk::MemoryBudget enough(100'000);
     ASSERT_TRUE(decode(element, form, {{}, &enough}).has_value());
     EXPECT_GT(enough.taken(), 0U);
@@ -520,7 +519,7 @@ TEST(ShapeLod, whatDoesNotFitTheMemoryBudgetIsRefused) {
 }
 
 Bytes tetrahedron(std::uint32_t vertices, std::uint32_t records, const ShapeOptions& options) {
-  return shapeElement(kTriStripSetId, options.form,
+  return shapeElement(guids::kTriStripLod, options.form,
                       topologicalRepData(tetrahedronSymbols(7), vertices, records, options));
 }
 
@@ -549,7 +548,7 @@ TEST(ShapeLod, coloursThatCannotBeReadCostThemselvesAndWhatIsBehindThem) {
     const ShapeOptions without_flags{form, true, 0x21a};
     const std::size_t hash_end = topologicalRepData(bowTieSymbols(), 5, 5, without_flags).size();
     rep[hash_end - 1] ^= std::byte{1};
-    const auto shape = decode(shapeElement(kTriStripSetId, form, rep), form);
+    const auto shape = decode(shapeElement(guids::kTriStripLod, form, rep), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     EXPECT_THAT(shape->facts.unread_attributes,
                 HasSubstr("texture coordinates do not agree with their hash"));
@@ -655,7 +654,7 @@ TEST(ShapeLod, quantisersOfNoBitsCanBelongToCodes) {
     for (const float place : {7.0F, 8.0F, 9.0F}) rep.f32(place).f32(place).u8(0);
     for (int i = 0; i < 3; ++i) rep.bytes(packetOf(zeros, form));
     rep.u32(hashOf(zeros, zeros, zeros));
-    const auto shape = decode(shapeElement(kPointSetId, form, rep.result()), form);
+    const auto shape = decode(shapeElement(guids::kPointLod, form, rep.result()), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
     EXPECT_FALSE(shape->facts.lossless);
     EXPECT_THAT(shape->positions, ElementsAre(7, 8, 9, 7, 8, 9));
@@ -688,7 +687,7 @@ TEST(ShapeLod, listsOfLinesMayBePredicted) {
     hash = jttk::hash32(std::span<const std::int32_t>(codes), hash);
   }
   rep.u32(hash);
-  const auto shape = decode(shapeElement(kPolylineSetId, PacketForm::V9, rep.result()), PacketForm::V9);
+  const auto shape = decode(shapeElement(guids::kPolylineLod, PacketForm::V9, rep.result()), PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_THAT(shape->primitive_starts, ElementsAre(0, 2, 4, 6, 8, 12));
   EXPECT_THAT(shape->corner_positions, ElementsAre(0, 1, 1, 2, 2, 3, 3, 0, 0, 2, 1, 3));
@@ -698,8 +697,8 @@ TEST(ShapeLod, everyTruncationIsNoticed) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x25a};
     for (const Bytes& rep :
-         {topologicalRepData(bowTieSymbols(), 5, 5, options), jttk::testing::polylineRepData(form)}) {
-      const Guid kind = rep == jttk::testing::polylineRepData(form) ? kPolylineSetId : kTriStripSetId;
+         {topologicalRepData(bowTieSymbols(), 5, 5, options), pieces::polylineRepData(form)}) {
+      const GuidValue kind = rep == pieces::polylineRepData(form) ? guids::kPolylineLod : guids::kTriStripLod;
       for (std::size_t size = 0; size < rep.size(); ++size) {
         // The element's length agrees with what is there, so that the representation itself is cut.
         const Bytes cut(rep.begin(), rep.begin() + static_cast<std::ptrdiff_t>(size));

@@ -10,26 +10,29 @@
 #include <set>
 #include <utility>
 
-#include "tests/jttk/support/jt_shapes.h"
+#include "samples/maker/pieces/shapes.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace {
 
 using jttk::ByteReader;
-using jttk::PacketForm;
 using jttk::Topology;
 using jttk::TopologySymbols;
-using jttk::testing::bowTieSymbols;
-using jttk::testing::Bytes;
-using jttk::testing::cubeSymbols;
-using jttk::testing::polygonSymbols;
-using jttk::testing::tetrahedronSymbols;
-using jttk::testing::topologyBytes;
-using jttk::testing::triangleSymbols;
+using jttk::from_maker::formOf;
+using jttk::from_maker::symbolsOf;
+using loftbay::maker::pieces::bowTieSymbols;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::cubeSymbols;
+using loftbay::maker::pieces::PacketForm;
+using loftbay::maker::pieces::polygonSymbols;
+using loftbay::maker::pieces::tetrahedronSymbols;
+using loftbay::maker::pieces::topologyBytes;
+using loftbay::maker::pieces::triangleSymbols;
 using ::testing::HasSubstr;
 using Polygon = std::vector<std::uint32_t>;
 
 jttk::Result<Topology> decode(const TopologySymbols& symbols) {
-  return jttk::decodeTopology(symbols, PacketForm::V9, 0);
+  return jttk::decodeTopology(symbols, formOf(PacketForm::V9), 0);
 }
 
 std::string errorOf(const TopologySymbols& symbols) {
@@ -62,7 +65,7 @@ void expectClosed(const Topology& mesh) {
 }
 
 TEST(Topology, tetrahedron) {
-  const auto mesh = decode(tetrahedronSymbols(1));
+  const auto mesh = decode(symbolsOf(tetrahedronSymbols(1)));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->vertices, 4U);
   EXPECT_EQ(mesh->components, 1U);
@@ -74,7 +77,7 @@ TEST(Topology, tetrahedron) {
 }
 
 TEST(Topology, cube) {
-  const auto mesh = decode(cubeSymbols(7));
+  const auto mesh = decode(symbolsOf(cubeSymbols(7)));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->vertices, 8U);
   EXPECT_EQ(polygonsOf(*mesh).size(), 6U);
@@ -83,14 +86,14 @@ TEST(Topology, cube) {
 }
 
 TEST(Topology, coversAreDropped) {
-  const auto mesh = decode(triangleSymbols());
+  const auto mesh = decode(symbolsOf(triangleSymbols()));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->covers, 1U);
   EXPECT_THAT(polygonsOf(*mesh), ::testing::ElementsAre(Polygon{0, 1, 2}));
 }
 
 TEST(Topology, aSplitGoesBackToAnOpenVertex) {
-  const auto mesh = decode(bowTieSymbols());
+  const auto mesh = decode(symbolsOf(bowTieSymbols()));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->vertices, 5U);
   // The cover goes 0, 1, 2, back to 0, 3, 4; the triangles run along its edges in the other direction.
@@ -98,7 +101,7 @@ TEST(Topology, aSplitGoesBackToAnOpenVertex) {
 }
 
 TEST(Topology, twoComponents) {
-  TopologySymbols symbols = triangleSymbols();
+  TopologySymbols symbols = symbolsOf(triangleSymbols());
   const auto twice = [](auto& values) { values.insert(values.end(), values.begin(), values.end()); };
   // Reserved first: inserting a vector into itself must not move it.
   for (auto* values : {&symbols.degrees[0], &symbols.degrees[1], &symbols.valences, &symbols.groups,
@@ -114,19 +117,19 @@ TEST(Topology, twoComponents) {
 
 TEST(Topology, everyMaskBitBeginsARecord) {
   // One record per corner: all different.
-  const auto corners = decode(tetrahedronSymbols(7));
+  const auto corners = decode(symbolsOf(tetrahedronSymbols(7)));
   EXPECT_EQ(corners->records, 12U);
   EXPECT_EQ(std::set<std::uint32_t>(corners->corner_records.begin(), corners->corner_records.end()).size(),
             12U);
   // One record per vertex: the vertex's number.
-  const auto vertices = decode(tetrahedronSymbols(1));
+  const auto vertices = decode(symbolsOf(tetrahedronSymbols(1)));
   EXPECT_EQ(vertices->records, 4U);
   EXPECT_EQ(vertices->corner_records, vertices->corner_vertices);
 }
 
 TEST(Topology, slotsBeforeTheFirstBitBelongToTheLastRecord) {
   // Bits 1 and 2 of three slots: slot 0 wraps round to the record that begins at slot 2.
-  const auto mesh = decode(tetrahedronSymbols(6));
+  const auto mesh = decode(symbolsOf(tetrahedronSymbols(6)));
   ASSERT_TRUE(mesh.has_value());
   EXPECT_EQ(mesh->records, 8U);
   // The first polygon sits in slot 0 of its three vertices, whose records are 0-1, 2-3, 4-5.
@@ -136,7 +139,7 @@ TEST(Topology, slotsBeforeTheFirstBitBelongToTheLastRecord) {
 }
 
 TEST(Topology, withoutMaskBitsThereAreNoRecords) {
-  const auto mesh = decode(tetrahedronSymbols(0));
+  const auto mesh = decode(symbolsOf(tetrahedronSymbols(0)));
   ASSERT_TRUE(mesh.has_value());
   EXPECT_EQ(mesh->records, 0U);
   for (const std::uint32_t record : mesh->corner_records) EXPECT_EQ(record, jttk::kNoTopologyRecord);
@@ -182,19 +185,19 @@ TEST(Topology, masksOfDegreesAbove8AreJoinedFromTheirParts) {
   symbols.masks[7] = {1};
   symbols.upper_masks = {1};
   symbols.top_masks = {1};
-  const auto nine = jttk::decodeTopology(symbols, PacketForm::V9, 0);
+  const auto nine = jttk::decodeTopology(symbols, formOf(PacketForm::V9), 0);
   ASSERT_TRUE(nine.has_value()) << nine.error().text();
   EXPECT_EQ(nine->records, 61U + 3U);
   EXPECT_EQ(std::count(nine->corner_records.begin(), nine->corner_records.end(), 61U), 30);
   EXPECT_EQ(std::count(nine->corner_records.begin(), nine->corner_records.end(), 63U), 1);
   // JT 10: 32 + 32 bits. Bits 0 and 32.
   symbols.top_masks.clear();
-  const auto ten = jttk::decodeTopology(symbols, PacketForm::V10, 0);
+  const auto ten = jttk::decodeTopology(symbols, formOf(PacketForm::V10), 0);
   ASSERT_TRUE(ten.has_value()) << ten.error().text();
   EXPECT_EQ(std::count(ten->corner_records.begin(), ten->corner_records.end(), 61U), 32);
   // Left out, the upper bits are 0.
   symbols.upper_masks.clear();
-  const auto short_mask = jttk::decodeTopology(symbols, PacketForm::V10, 0);
+  const auto short_mask = jttk::decodeTopology(symbols, formOf(PacketForm::V10), 0);
   ASSERT_TRUE(short_mask.has_value()) << short_mask.error().text();
   EXPECT_TRUE(short_mask->records_fit);
   EXPECT_EQ(short_mask->records, 61U + 1U);
@@ -202,9 +205,9 @@ TEST(Topology, masksOfDegreesAbove8AreJoinedFromTheirParts) {
 
 // Masks say which attributes a corner has. The mesh does not need them.
 TEST(Topology, masksThatDoNotFitCostTheRecordsOnly) {
-  const auto whole = decode(tetrahedronSymbols(1));
+  const auto whole = decode(symbolsOf(tetrahedronSymbols(1)));
   for (const bool too_many : {false, true}) {
-    TopologySymbols symbols = tetrahedronSymbols(1);
+    TopologySymbols symbols = symbolsOf(tetrahedronSymbols(1));
     too_many ? symbols.masks[1].push_back(1) : symbols.masks[1].pop_back();
     const auto mesh = decode(symbols);
     ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
@@ -214,7 +217,7 @@ TEST(Topology, masksThatDoNotFitCostTheRecordsOnly) {
 }
 
 TEST(Topology, withoutFlagsNoPolygonIsACover) {
-  TopologySymbols symbols = tetrahedronSymbols(1);
+  TopologySymbols symbols = symbolsOf(tetrahedronSymbols(1));
   symbols.flags.clear();
   const auto mesh = decode(symbols);
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
@@ -224,7 +227,7 @@ TEST(Topology, withoutFlagsNoPolygonIsACover) {
 
 TEST(Topology, refusesArraysThatDoNotFit) {
   const auto with = [](auto change) {
-    TopologySymbols symbols = tetrahedronSymbols(1);
+    TopologySymbols symbols = symbolsOf(tetrahedronSymbols(1));
     change(symbols);
     return errorOf(symbols);
   };
@@ -245,7 +248,7 @@ TEST(Topology, refusesArraysThatDoNotFit) {
 
 TEST(Topology, refusesSplitsToNowhere) {
   const auto with = [](std::int32_t offset, std::int32_t position) {
-    TopologySymbols symbols = bowTieSymbols();
+    TopologySymbols symbols = symbolsOf(bowTieSymbols());
     symbols.split_offsets = {offset};
     symbols.split_positions = {position};
     return errorOf(symbols);
@@ -270,7 +273,7 @@ TEST(TopologySymbols, areReadInFileOrderAndCheckedAgainstTheirHash) {
   for (const PacketForm form : {PacketForm::V9, PacketForm::V10}) {
     Bytes bytes = topologyBytes(bowTieSymbols(), form);
     ByteReader reader(bytes);
-    jttk::PacketReader packets(form);
+    jttk::PacketReader packets(formOf(form));
     const auto symbols = jttk::readTopologySymbols(reader, packets);
     ASSERT_TRUE(symbols.has_value()) << symbols.error().text();
     EXPECT_EQ(reader.remaining(), 0U);
@@ -289,7 +292,7 @@ TEST(TopologySymbols, areReadInFileOrderAndCheckedAgainstTheirHash) {
 }
 
 TEST(Topology, withoutFlagsTheGroupsTellTheCovers) {
-  TopologySymbols symbols = bowTieSymbols();
+  TopologySymbols symbols = symbolsOf(bowTieSymbols());
   symbols.groups.assign(symbols.valences.size(), 3);
   for (std::size_t i = 0; i < symbols.flags.size(); ++i) {
     if (symbols.flags[i] != 0) symbols.groups[i] = -1;
@@ -307,15 +310,15 @@ TEST(Topology, withoutFlagsTheGroupsTellTheCovers) {
 }
 
 TEST(Topology, memoryIsTakenFromTheBudgetBeforeAllocating) {
-  const TopologySymbols symbols = polygonSymbols(1000);
+  const TopologySymbols symbols = symbolsOf(polygonSymbols(1000));
   jttk::MemoryBudget enough(1 << 20);
-  EXPECT_TRUE(jttk::decodeTopology(symbols, PacketForm::V9, 0, {5000, &enough}).has_value());
+  EXPECT_TRUE(jttk::decodeTopology(symbols, formOf(PacketForm::V9), 0, {5000, &enough}).has_value());
   EXPECT_GE(enough.taken(), 2000 * 16U);
   jttk::MemoryBudget little(20'000);
-  const auto refused = jttk::decodeTopology(symbols, PacketForm::V9, 0, {5000, &little});
+  const auto refused = jttk::decodeTopology(symbols, formOf(PacketForm::V9), 0, {5000, &little});
   ASSERT_FALSE(refused.has_value());
   EXPECT_THAT(refused.error().what, HasSubstr("more memory is asked for than the limit of 20000 bytes"));
-  EXPECT_FALSE(jttk::decodeTopology(symbols, PacketForm::V9, 0, {1999, &enough}).has_value());
+  EXPECT_FALSE(jttk::decodeTopology(symbols, formOf(PacketForm::V9), 0, {1999, &enough}).has_value());
 }
 
 }  // namespace

@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/jttk/support/jt_bytes.h"
+#include "samples/maker/pieces/bytes.h"
 
 namespace {
 
 using jttk::ByteOrder;
 using jttk::ByteReader;
-using jttk::testing::ByteBuilder;
-using jttk::testing::Bytes;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::Bytes;
 
 TEST(ByteReader, readsNumbersInEitherByteOrder) {
   const Bytes bytes = ByteBuilder().u8(0x01).u8(0x02).u8(0x03).u8(0x04).result();

@@ -6,22 +6,23 @@
 #include <cstring>
 #include <memory>
 
-#include "tests/jttk/support/jt_shapes.h"
-#include "tests/jttk/support/xz.h"
+#include "samples/maker/pieces/container.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace {
 
 using jttk::Compression;
-using jttk::Guid;
 using jttk::JtFile;
 using jttk::SegmentType;
-using jttk::testing::ByteBuilder;
-using jttk::testing::Bytes;
-using jttk::testing::container;
-using jttk::testing::ContainerSegment;
-using jttk::testing::kSegmentId;
-using jttk::testing::xzOf;
-using jttk::testing::zlibOf;
+using jttk::from_maker::guidOf;
+using loftbay::maker::GuidValue;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::container;
+using loftbay::maker::pieces::ContainerSegment;
+using loftbay::maker::pieces::kSegmentId;
+using loftbay::maker::pieces::xzOf;
+using loftbay::maker::pieces::zlibOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -47,7 +48,7 @@ jttk::Result<Bytes> unpackedSegment(std::string_view version, std::uint32_t type
   const Bytes bytes = container(version, {{kSegmentId, type, data}});
   const auto file = JtFile::fromBytes(bytes);
   if (!file) return tl::unexpected<jttk::Error>(file.error());
-  const auto segment = (*file)->segment(*(*file)->find(kSegmentId));
+  const auto segment = (*file)->segment(*(*file)->find(guidOf(kSegmentId)));
   if (!segment) return tl::unexpected<jttk::Error>(segment.error());
   if (compression != nullptr) *compression = segment->compression;
   return Bytes(segment->data.begin(), segment->data.end());
@@ -64,7 +65,7 @@ TEST(JtFile, readsHeaderAndContentsOfBothOffsetWidths) {
     const auto file = JtFile::fromBytes(bytes);
     ASSERT_TRUE(file.has_value()) << file.error().text();
     EXPECT_EQ((*file)->headerText(), std::string("Version ") + version + " JT");
-    EXPECT_EQ((*file)->sceneGraphId(), kSegmentId);
+    EXPECT_EQ((*file)->sceneGraphId(), guidOf(kSegmentId));
     ASSERT_EQ((*file)->contents().size(), 1U);
     EXPECT_EQ((*file)->contents()[0].type, SegmentType::ShapeLod0);
     EXPECT_EQ(unpackedSegment(version, kShapeLod0, textBytes("abc")).value(), textBytes("abc"));
@@ -135,7 +136,7 @@ TEST(JtFile, bytesThatAreReadAgainAndAgainMeetALimit) {
                        .exact = unlimited,
                        .memory = unlimited});
   (*file)->setBudget(budget);
-  const jttk::TocEntry& entry = *(*file)->find(kSegmentId);
+  const jttk::TocEntry& entry = *(*file)->find(guidOf(kSegmentId));
   for (std::uint64_t i = 0; i < kTimes; ++i) EXPECT_TRUE((*file)->segment(entry)) << i;
   const auto refused = (*file)->segment(entry);
   ASSERT_FALSE(refused);
@@ -161,7 +162,7 @@ TEST(JtFile, aSegmentOutsideOfTheFileIsAnErrorOfThatSegment) {
   const auto segment = (*file)->segment((*file)->contents()[0]);
   ASSERT_FALSE(segment.has_value());
   EXPECT_THAT(segment.error().text(), HasSubstr("lie outside of the file"));
-  EXPECT_THAT(segment.error().text(), StartsWith("segment " + kSegmentId.text() + ": "));
+  EXPECT_THAT(segment.error().text(), StartsWith("segment " + guidOf(kSegmentId).text() + ": "));
 }
 
 TEST(JtFile, ofASegmentThatIsCutOffThereIsWhatThereIs) {
@@ -210,14 +211,14 @@ TEST(JtFile, aTypeThatTheContentsLeaveOutIsThatOfTheSegment) {
 }
 
 TEST(JtFile, theSceneGraphIsFoundByItsTypeWhereItsIdIsNotListed) {
-  const Guid other{7, 7, 7, {}};
+  const GuidValue other{7, 7, 7, {}};
   Bytes bytes = container("9.5", {{other, kShapeLod0, textBytes("abc")}, {kSegmentId, kSceneGraph, {}}});
   const auto file = JtFile::fromBytes(bytes);
-  EXPECT_EQ((*file)->sceneGraph()->id, other);  // the header's word counts
-  bytes[kOrderByte + 9] ^= std::byte{1};        // now it names what does not exist
+  EXPECT_EQ((*file)->sceneGraph()->id, guidOf(other));  // the header's word counts
+  bytes[kOrderByte + 9] ^= std::byte{1};                // now it names what does not exist
   const auto lost = JtFile::fromBytes(bytes);
   ASSERT_NE((*lost)->sceneGraph(), nullptr);
-  EXPECT_EQ((*lost)->sceneGraph()->id, kSegmentId);
+  EXPECT_EQ((*lost)->sceneGraph()->id, guidOf(kSegmentId));
 }
 
 // Flag and algorithm usually agree.
@@ -279,11 +280,12 @@ void add(Bytes& bytes, std::size_t at, int difference) {
 }
 
 constexpr std::size_t kPrefix9 = kHeader9 + 24;  // where there is one segment
-constexpr Guid kOther{7, 7, 7, {}};
+constexpr GuidValue kOther{7, 7, 7, {}};
 
 // A file of one segment that is packed with zlib, or with LZMA.
 Bytes packedFile(const Bytes& plain, bool lzma) {
-  const Bytes data = lzma ? prefixed(3, 3, xzOf(plain, LZMA_CHECK_CRC32)) : prefixed(2, 2, zlibOf(plain));
+  const Bytes data =
+      lzma ? prefixed(3, 3, xzOf(plain, loftbay::maker::XzCheck::Crc32)) : prefixed(2, 2, zlibOf(plain));
   return container("9.5", {{kSegmentId, kSceneGraph, data}});
 }
 
@@ -355,19 +357,20 @@ TEST(JtFile, anElementIsWholeWhateverTheLengthSays) {
 }
 
 // The entries of a file with segments a, b, c name them as `ids` says.
-Bytes misnamed(const std::vector<Guid>& ids) {
-  const Guid names[] = {kSegmentId, kOther, {8, 8, 8, {}}};
+Bytes misnamed(const std::vector<GuidValue>& ids) {
+  const GuidValue names[] = {kSegmentId, kOther, {8, 8, 8, {}}};
   std::vector<ContainerSegment> segments;
   const char* texts[] = {"a", "bb", "ccc"};
   for (std::size_t i = 0; i < ids.size(); ++i)
     segments.push_back({names[i], kShapeLod0, textBytes(texts[i])});
   Bytes bytes = container("9.5", segments);
-  for (std::size_t i = 0; i < ids.size(); ++i) std::memcpy(&bytes[kEntry9 + 28 * i], &ids[i], sizeof(Guid));
+  for (std::size_t i = 0; i < ids.size(); ++i)
+    std::memcpy(&bytes[kEntry9 + 28 * i], &ids[i], sizeof(GuidValue));
   return bytes;
 }
 
-std::string textOf(const JtFile& file, const Guid& id) {
-  const jttk::TocEntry* entry = file.find(id);
+std::string textOf(const JtFile& file, const GuidValue& id) {
+  const jttk::TocEntry* entry = file.find(guidOf(id));
   if (entry == nullptr) return "not listed";
   const auto segment = file.segment(*entry);
   if (!segment) return segment.error().what;
@@ -375,7 +378,7 @@ std::string textOf(const JtFile& file, const Guid& id) {
 }
 
 TEST(JtFile, ofTwoIdsOfASegmentThatOfItsHeaderCountsWhereItIsListed) {
-  const Guid third{8, 8, 8, {}};
+  const GuidValue third{8, 8, 8, {}};
   const Bytes swapped = misnamed({kOther, kSegmentId});
   const auto file = JtFile::fromBytes(swapped);
   EXPECT_EQ(textOf(**file, kSegmentId), "a");
@@ -396,8 +399,8 @@ TEST(JtFile, ofManyContradictionsTheFirstAreToldAndTheOthersCounted) {
   for (std::uint32_t i = 0; i < 25; ++i) segments.push_back({{i + 1, 0, 0, {}}, kShapeLod0, textBytes("a")});
   Bytes bytes = container("9.5", segments);
   for (std::uint32_t i = 0; i < 25; ++i) {
-    const Guid unknown{i + 100, 0, 0, {}};
-    std::memcpy(&bytes[kEntry9 + 28 * i], &unknown, sizeof(Guid));
+    const GuidValue unknown{i + 100, 0, 0, {}};
+    std::memcpy(&bytes[kEntry9 + 28 * i], &unknown, sizeof(GuidValue));
   }
   const auto file = JtFile::fromBytes(bytes);
   ASSERT_EQ((*file)->contradictions().size(), 21U);
@@ -407,7 +410,7 @@ TEST(JtFile, ofManyContradictionsTheFirstAreToldAndTheOthersCounted) {
 }
 
 TEST(JtFile, anIdThatOnlyTheTableKnowsCounts) {
-  const Bytes bytes = misnamed({kSegmentId, Guid{9, 9, 9, {}}});
+  const Bytes bytes = misnamed({kSegmentId, GuidValue{9, 9, 9, {}}});
   const auto file = JtFile::fromBytes(bytes);
   EXPECT_EQ(textOf(**file, {9, 9, 9, {}}), "bb");
   ASSERT_EQ((*file)->contradictions().size(), 1U);
@@ -415,9 +418,9 @@ TEST(JtFile, anIdThatOnlyTheTableKnowsCounts) {
 }
 
 TEST(JtFile, ofTwoPlacesOfASegmentThatWithItsHeaderIsUsed) {
-  const Guid nobody{9, 9, 9, {}};
+  const GuidValue nobody{9, 9, 9, {}};
   Bytes bytes = misnamed({kOther, kOther});  // nobody's is listed first as the other
-  std::memcpy(&bytes[kEntry9 + 56], &nobody, sizeof(Guid));
+  std::memcpy(&bytes[kEntry9 + 56], &nobody, sizeof(GuidValue));
   const auto file = JtFile::fromBytes(bytes);
   EXPECT_EQ(textOf(**file, kOther), "bb");
   EXPECT_EQ((*file)->contents().size(), 1U);

@@ -4,7 +4,8 @@
 #include <filesystem>
 
 #include "jttk/file/jt_file.h"
-#include "tests/jttk/support/jt_shapes.h"
+#include "samples/maker/pieces/container.h"
+#include "tests/jttk/support/from_maker.h"
 #include "tests/zix/scratch_folder.h"
 
 #ifndef _WIN32  // there a file that is open cannot be shortened
@@ -12,11 +13,12 @@
 namespace jttk {
 namespace {
 
+using from_maker::guidOf;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::container;
+using loftbay::maker::pieces::kSegmentId;
 using loftbay::testing_support::ScratchFolder;
-using testing::Bytes;
-using testing::container;
 using ::testing::HasSubstr;
-using testing::kSegmentId;
 using ::testing::StartsWith;
 
 constexpr std::uint32_t kShapeLod0 = 7;
@@ -34,7 +36,7 @@ class Shrinking : public ::testing::Test {
   }
   void shrinkTo(std::uintmax_t size) { std::filesystem::resize_file(folder_.path() / "model.jt", size); }
   static std::string errorOf(const JtFile& file) {
-    const auto segment = file.segment(*file.find(kSegmentId));
+    const auto segment = file.segment(*file.find(guidOf(kSegmentId)));
     return segment ? "read" : segment.error().text();
   }
 
@@ -45,7 +47,8 @@ TEST_F(Shrinking, ASegmentThatIsGoneIsAnErrorWithItsNameAndPlace) {
   const auto file = openFile();
   EXPECT_EQ(errorOf(*file), "read");
   shrinkTo(kManyPages / 2);
-  EXPECT_THAT(errorOf(*file), StartsWith("segment " + kSegmentId.text() + ": cannot be read: the file ends"));
+  EXPECT_THAT(errorOf(*file),
+              StartsWith("segment " + guidOf(kSegmentId).text() + ": cannot be read: the file ends"));
   EXPECT_THAT(errorOf(*file), HasSubstr("bytes when it was opened (at byte "));
   shrinkTo(0);
   EXPECT_THAT(errorOf(*file), HasSubstr("cannot be read: the file ends"));
@@ -53,7 +56,7 @@ TEST_F(Shrinking, ASegmentThatIsGoneIsAnErrorWithItsNameAndPlace) {
 
 TEST_F(Shrinking, WhatWasReadBeforeStays) {
   const auto file = openFile();
-  const auto segment = file->segment(*file->find(kSegmentId));
+  const auto segment = file->segment(*file->find(guidOf(kSegmentId)));
   ASSERT_TRUE(segment);
   shrinkTo(0);
   EXPECT_EQ(segment->data.size(), kManyPages);

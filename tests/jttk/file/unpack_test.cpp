@@ -5,17 +5,16 @@
 
 #include "jttk/file/inflate.h"
 #include "jttk/file/unxz.h"
-#include "tests/jttk/support/jt_bytes.h"
-#include "tests/jttk/support/xz.h"
+#include "samples/maker/pieces/bytes.h"
 
 namespace {
 
 using jttk::inflateZlib;
 using jttk::unpackLzma;
-using jttk::testing::ByteBuilder;
-using jttk::testing::Bytes;
-using jttk::testing::xzOf;
-using jttk::testing::zlibOf;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::xzOf;
+using loftbay::maker::pieces::zlibOf;
 using ::testing::HasSubstr;
 
 Bytes sampleText() {

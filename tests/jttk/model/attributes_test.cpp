@@ -5,13 +5,14 @@
 
 namespace {
 
-using jttk::testing::GraphBuilder;
+namespace pieces = loftbay::maker::pieces;
 using jttk::testing::Loaded;
 using jttk::testing::materialOf;
 using jttk::testing::moveOf;
 using jttk::testing::redOf;
 using jttk::testing::shapeOf;
 using jttk::testing::transformOf;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -42,8 +43,7 @@ float shininessOf(JtkHierarchy* node) {
 }
 
 // root (0): part (1) with shape (2); `attributes` hang on the nodes.
-void onePart(GraphBuilder& graph, jttk::testing::Ids root, jttk::testing::Ids part,
-             jttk::testing::Ids shape = {}) {
+void onePart(GraphBuilder& graph, pieces::Ids root, pieces::Ids part, pieces::Ids shape = {}) {
   graph.partition(0, {1, 9}).name("root").attributes(std::move(root));
   graph.part(1, {2}).name("part").attributes(std::move(part));
   graph.triStrips(2).attributes(std::move(shape));

@@ -3,16 +3,22 @@
 
 #include <cstring>
 
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/container.h"
+#include "samples/maker/pieces/shapes.h"
 #include "tests/jttk/model/loaded.h"
-#include "tests/jttk/support/jt_shapes.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace {
 
-using jttk::Guid;
-using jttk::testing::Bytes;
-using jttk::testing::GraphBuilder;
+namespace guids = loftbay::maker::guids;
+namespace pieces = loftbay::maker::pieces;
+using jttk::from_maker::guidOf;
 using jttk::testing::partOf;
 using jttk::testing::Recorder;
+using loftbay::maker::GuidValue;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -74,9 +80,8 @@ GraphBuilder twoParts() {
   graph.part(2, {4}).name("left");
   graph.part(3, {5}).name("right");
   graph.triStrips(4);
-  graph.setGeometry(jttk::testing::shapeElement(
-      jttk::testing::kTriStripSetId, jttk::PacketForm::V9,
-      jttk::testing::topologicalRepData(jttk::testing::cubeSymbols(7), 8, 24, {})));
+  graph.setGeometry(pieces::shapeElement(guids::kTriStripLod, pieces::PacketForm::V9,
+                                         pieces::topologicalRepData(pieces::cubeSymbols(7), 8, 24, {})));
   graph.setShapeBox({0, 0, 0.5F, 7, 14, 21.5F});
   graph.triStrips(5);
   return graph;
@@ -142,18 +147,18 @@ TEST(ContainerDamage, LengthsOfAStoredSceneGraphDoNotCostTheModel) {
 }
 
 TEST(ContainerDamage, ASceneGraphWhoseChecksumIsCutOffIsNoted) {
-  Bytes packed = jttk::testing::zlibOf(twoParts().segment());
+  Bytes packed = pieces::zlibOf(twoParts().segment());
   packed.pop_back();
-  const Bytes data = jttk::testing::ByteBuilder()
+  const Bytes data = pieces::ByteBuilder()
                          .u32(2)
                          .u32(static_cast<std::uint32_t>(packed.size()) + 1)
                          .u8(2)
                          .bytes(packed)
                          .result();
-  const Outcome outcome(jttk::testing::container("9.5", {{jttk::testing::kSegmentId, 1, data}}));
+  const Outcome outcome(pieces::container("9.5", {{pieces::kSegmentId, 1, data}}));
   EXPECT_EQ(outcome.error, "");
   EXPECT_THAT(outcome.notes, ElementsAre(AllOf(HasSubstr("machine.jt"), HasSubstr("checksum"),
-                                               HasSubstr(jttk::testing::kSegmentId.text()))));
+                                               HasSubstr(guidOf(pieces::kSegmentId).text()))));
 }
 
 TEST(ContainerDamage, AHeaderThatNamesAShapeAsTheSceneGraphIsNoted) {
@@ -167,7 +172,7 @@ TEST(ContainerDamage, AHeaderThatNamesAShapeAsTheSceneGraphIsNoted) {
 }
 
 TEST(ContainerDamage, AtomsWithOneIdAreTold) {
-  const Guid rival{1, 2, 3, {}};
+  const GuidValue rival{1, 2, 3, {}};
   GraphBuilder graph;
   graph.rivalAtoms(rival);
   graph.partition(0, {1}).name("machine");
@@ -175,7 +180,7 @@ TEST(ContainerDamage, AtomsWithOneIdAreTold) {
   graph.triStrips(2).lateLoaded("JT_LLPROP_METADATA", {9, 9, 9, {}}, 4);
   const Outcome outcome(graph.file());
   EXPECT_THAT(outcome.triangles, SizeIs(1));
-  EXPECT_THAT(outcome.losses, ElementsAre(AllOf(HasSubstr("part: "), HasSubstr(rival.text()))));
+  EXPECT_THAT(outcome.losses, ElementsAre(AllOf(HasSubstr("part: "), HasSubstr(guidOf(rival).text()))));
   EXPECT_THAT(outcome.notes, ElementsAre(HasSubstr("2 property atoms have the id of another one")));
 }
 
@@ -187,9 +192,9 @@ TEST(ContainerDamage, GeometryThatNobodyUsesIsTold) {
   graph.lateSegment({3, 3, 3, {}}, 4, {});   // no geometry
   graph.lateSegment({4, 4, 4, {}}, 18, {});  // a wireframe
   const Outcome outcome(graph.file());
-  EXPECT_THAT(outcome.losses,
-              ElementsAre(AllOf(HasSubstr("2 geometry segments are not used"),
-                                HasSubstr(Guid{1, 1, 1, {}}.text()), HasSubstr(Guid{2, 2, 2, {}}.text()))));
+  EXPECT_THAT(outcome.losses, ElementsAre(AllOf(HasSubstr("2 geometry segments are not used"),
+                                                HasSubstr(guidOf(GuidValue{1, 1, 1, {}}).text()),
+                                                HasSubstr(guidOf(GuidValue{2, 2, 2, {}}).text()))));
 }
 
 TEST(ContainerDamage, AShapeSegmentOfWhatIsNoShapeIsToldWithItsName) {
@@ -206,7 +211,7 @@ TEST(ContainerDamage, AShapeSegmentOfWhatIsNoShapeIsToldWithItsName) {
 
 // All of it is left out of the scene on purpose.
 TEST(ContainerDamage, CoarserLevelsHiddenPartsAndAlternativesAreNotUnused) {
-  const Guid exact{1, 1, 1, {}};
+  const GuidValue exact{1, 1, 1, {}};
   GraphBuilder graph;
   graph.partition(0, {1}).name("machine");
   graph.metaData(1, {2, 3, 10});
@@ -240,7 +245,7 @@ TEST(ContainerDamage, WhatTheEndOfTheFileCutsOffIsNotedThoughNobodyNeedsIt) {
     EXPECT_THAT(outcome.triangles, SizeIs(1)) << size;
     EXPECT_THAT(outcome.losses, IsEmpty()) << size;
     EXPECT_THAT(outcome.notes, ElementsAre(AllOf(HasSubstr("the file is cut off: 1 of 3 segments"),
-                                                 HasSubstr(graph.shapeSegment(6).text()))));
+                                                 HasSubstr(guidOf(graph.shapeSegment(6)).text()))));
   }
 }
 

@@ -8,22 +8,24 @@
 #include "jttk/model/settings.h"
 #include "tests/jttk/brep/models.h"
 #include "tests/jttk/model/loaded.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace {
 
-using jttk::Guid;
-using jttk::testing::Bytes;
-using jttk::testing::GraphBuilder;
-using jttk::testing::Ids;
+using jttk::from_maker::guidOf;
 using jttk::testing::Loaded;
 using jttk::testing::shapeOf;
+using loftbay::maker::GuidValue;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
+using loftbay::maker::pieces::Ids;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr Guid kExactSegment{7, 1, 2, {}};
-constexpr Guid kOther{8, 1, 2, {}};
+constexpr GuidValue kExactSegment{7, 1, 2, {}};
+constexpr GuidValue kOther{8, 1, 2, {}};
 
 // 2 cm x 3 cm x 5 cm: 30 cm3.
 Bytes box() {
@@ -350,9 +352,9 @@ TEST_F(ExactGeometry, WhatIsHiddenStaysHidden) {
 TEST_F(ExactGeometry, AnUnreadableSegmentIsToldOnceWithPartFileAndReason) {
   const Loaded model(alone(Bytes(40, std::byte{3})));
   for (int i = 0; i < 2; ++i) EXPECT_EQ(requires_(model.at({0})), 0);
-  EXPECT_THAT(
-      model.recorder.losses,
-      ElementsAre(AllOf(HasSubstr("part: "), HasSubstr("machine.jt: segment " + kExactSegment.text()))));
+  EXPECT_THAT(model.recorder.losses,
+              ElementsAre(AllOf(HasSubstr("part: "),
+                                HasSubstr("machine.jt: segment " + guidOf(kExactSegment).text()))));
   EXPECT_EQ(Result(model.at({0})).answer, 0);
 }
 

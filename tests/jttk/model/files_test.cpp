@@ -9,14 +9,15 @@
 #include "jttk/model/name_key.h"
 #include "jttk/model/settings.h"
 #include "jttk/model/stated_name.h"
+#include "samples/maker/pieces/write_file.h"
 #include "tests/jttk/model/loaded.h"
-#include "tests/jttk/support/write_file.h"
 
 namespace {
 
+namespace pieces = loftbay::maker::pieces;
 namespace fs = std::filesystem;
-using jttk::testing::GraphBuilder;
 using jttk::testing::Recorder;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -35,7 +36,7 @@ class ManyFiles : public ::testing::Test {
 
   void write(const std::string& name, const GraphBuilder& graph) const {
     const fs::path relative(std::u8string(name.begin(), name.end()));
-    jttk::testing::writeFile(folder_ / "model" / relative, graph.file());
+    pieces::writeFile(folder_ / "model" / relative, graph.file());
   }
   // A file with one part of that name.
   void writePart(const std::string& name, const std::string& part) const {
@@ -48,7 +49,7 @@ class ManyFiles : public ::testing::Test {
   // main.jt refers to files in the order given.
   void writeMain(const std::vector<std::string>& references) const {
     GraphBuilder graph;
-    jttk::testing::Ids children;
+    pieces::Ids children;
     for (std::size_t i = 0; i < references.size(); ++i) children.push_back(static_cast<std::int32_t>(10 + i));
     graph.partition(0, {1}).name("main.asm;0;0:");
     graph.metaData(1, children);

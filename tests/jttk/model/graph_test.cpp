@@ -9,10 +9,11 @@
 
 #include "jttk/graph/read_scene_graph.h"
 #include "tests/jttk/model/loaded.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace {
 
-using jttk::ByteOrder;
+namespace pieces = loftbay::maker::pieces;
 using jttk::kNone;
 using jttk::Node;
 using jttk::NodeKind;
@@ -20,9 +21,10 @@ using jttk::readSceneGraph;
 using jttk::SceneGraph;
 using jttk::Segment;
 using jttk::Version;
-using jttk::testing::Bytes;
-using jttk::testing::GraphBuilder;
 using jttk::testing::Loaded;
+using loftbay::maker::pieces::ByteOrder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -31,7 +33,7 @@ jttk::Result<SceneGraph> read(const Bytes& bytes, Version version = {9, 5},
                               ByteOrder order = ByteOrder::Little) {
   Segment segment;
   segment.data = bytes;
-  return readSceneGraph(segment, version, order);
+  return readSceneGraph(segment, version, jttk::from_maker::orderOf(order));
 }
 
 GraphBuilder everything(const std::string& version, ByteOrder order) {
@@ -92,7 +94,7 @@ TEST_P(EveryVersion, HasTheSameGraph) {
   EXPECT_EQ(graph->statistics[nodes[0].statistics].box[5], 5);
   const std::uint32_t shape = graph->findLateLoaded(nodes[7], "JT_LLPROP_SHAPEIMPL");
   ASSERT_NE(shape, kNone);
-  EXPECT_EQ(graph->late_loaded[shape].segment, builder.shapeSegment(7));
+  EXPECT_EQ(graph->late_loaded[shape].segment, jttk::from_maker::guidOf(builder.shapeSegment(7)));
   EXPECT_EQ(graph->late_loaded[shape].segment_type, 7);
   ASSERT_EQ(nodes[7].properties.count, 1U);
   EXPECT_EQ(graph->strings[graph->properties[nodes[7].properties.first].value], "red");
@@ -138,8 +140,9 @@ TEST(DamagedGraph, AnElementThatEndsTooEarlyCostsThatElement) {
   graph.partition(0, {1, 2}).name("root");
   graph.part(1, {}).name("seen");
   // A group whose child count is larger than its bytes: version, flags, no attributes, version, count.
-  const jttk::Guid group{0x10dd101b, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
-  jttk::testing::OrderedBytes body(ByteOrder::Little);
+  const loftbay::maker::GuidValue group{
+      0x10dd101b, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+  pieces::ByteBuilder body(ByteOrder::Little);
   body.u16(1).u32(0).i32(0).u16(1).i32(1000);
   graph.element(2, group, body.result());
   const Loaded model(graph);
@@ -156,7 +159,7 @@ TEST(DamagedGraph, ElementsThatOverlapTheNextOneAreToldAndTheRestStands) {
   graph.part(1, {}).name("seen");
   graph.part(2, {}).name("overlapped");
   const Bytes whole = graph.segment();
-  jttk::testing::ByteBuilder marker;
+  pieces::ByteBuilder marker;
   marker.u32(0xce357244).u16(0x38fb).u16(0x11d1);  // how the GUID of a part begins
   const auto first = std::search(whole.begin(), whole.end(), marker.result().begin(), marker.result().end());
   ASSERT_NE(first, whole.end());
@@ -225,7 +228,7 @@ TEST(DamagedGraph, AnIdThatIsUsedTwiceIsReportedAndTheFirstHolds) {
 
 TEST(DamagedGraph, ManyFaultsAreCountedNotListed) {
   GraphBuilder graph;
-  jttk::testing::Ids missing(1000);
+  pieces::Ids missing(1000);
   for (std::int32_t i = 0; i < 1000; ++i) missing[static_cast<std::size_t>(i)] = 5000 + i;
   graph.partition(0, missing).name("root");
   const Loaded model(graph);

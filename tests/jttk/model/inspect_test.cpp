@@ -7,14 +7,16 @@
 #include <fstream>
 
 #include "host/path.h"
-#include "tests/jttk/support/jt_graph.h"
+#include "samples/maker/pieces/graph_builder.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace {
 
+namespace pieces = loftbay::maker::pieces;
 namespace fs = std::filesystem;
 using jttk::describeFile;
 using jttk::FileDescription;
-using jttk::testing::GraphBuilder;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -41,7 +43,7 @@ GraphBuilder machine() {
   graph.part(5, {6}).name("wheel");
   graph.rangeLod(6, {7, 8});
   graph.triStrips(7);
-  graph.setGeometry(jttk::testing::Bytes(40));
+  graph.setGeometry(pieces::Bytes(40));
   graph.triStrips(8);
   graph.element(9, {0x12345678, 1, 1, {}}, {});
   return graph;
@@ -127,8 +129,8 @@ TEST(Inspect, SegmentsThatCannotBeReadAreListedThoughNobodyNeedsThem) {
   fs::remove(path);
   EXPECT_TRUE(file.loaded);
   EXPECT_THAT(file.losses, IsEmpty());
-  EXPECT_THAT(file.unreadable_segments,
-              ElementsAre(HasSubstr(jttk::Guid{5, 5, 5, {}}.text()), HasSubstr("shape, level 0")));
+  EXPECT_THAT(file.unreadable_segments, ElementsAre(HasSubstr(jttk::from_maker::guidOf({5, 5, 5, {}}).text()),
+                                                    HasSubstr("shape, level 0")));
 }
 
 TEST(Inspect, AFileThatCannotBeReadHasALoss) {

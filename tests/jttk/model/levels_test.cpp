@@ -5,25 +5,28 @@
 #include "jttk/interface/inspect.h"
 #include "jttk/interface/part.h"
 #include "jttk/model/settings.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/shapes.h"
 #include "tests/jttk/brep/models.h"
 #include "tests/jttk/model/loaded.h"
-#include "tests/jttk/support/jt_shapes.h"
 
 namespace {
 
-using jttk::Guid;
-using jttk::testing::Bytes;
-using jttk::testing::GraphBuilder;
-using jttk::testing::Ids;
+namespace guids = loftbay::maker::guids;
+namespace pieces = loftbay::maker::pieces;
 using jttk::testing::Loaded;
 using jttk::testing::partOf;
 using jttk::testing::shapeOf;
+using loftbay::maker::GuidValue;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
+using loftbay::maker::pieces::Ids;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr Guid kLateSegment{7, 1, 2, {}};
+constexpr GuidValue kLateSegment{7, 1, 2, {}};
 
 Bytes exactBox() {
   auto model = jttk::brep::models::box(0.02, 0.03, 0.05);
@@ -222,14 +225,14 @@ TEST(UnreadGeometry, IsALossThatNamesTheType) {
 }
 
 TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
-  jttk::testing::ShapeOptions colors;
+  pieces::ShapeOptions colors;
   colors.bindings = 0x12;
-  constexpr Guid kLight{0x10dd1028, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
-  constexpr Guid kTexture{0x10dd1073, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+  constexpr GuidValue kLight{0x10dd1028, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+  constexpr GuidValue kTexture{0x10dd1073, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
   GraphBuilder graph = partOf({2, 3});
-  graph.setGeometry(jttk::testing::shapeElement(
-      jttk::testing::kTriStripSetId, jttk::PacketForm::V9,
-      jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, colors)));
+  graph.setGeometry(
+      pieces::shapeElement(guids::kTriStripLod, pieces::PacketForm::V9,
+                           pieces::topologicalRepData(pieces::tetrahedronSymbols(7), 4, 12, colors)));
   graph.triStrips(2).property("JT_LAYER", "7").property("Player::", "one");
   graph.triStrips(3).property("JT_PROP_LAYER_FILTER", "7");
   graph.element(20, kLight, Bytes(1));
@@ -238,7 +241,7 @@ TEST(Dropped, WhatTheSceneHasNoPlaceForIsNotedWithACount) {
   GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kLateSegment, 3).attributes({20, 21, 22});
   graph.lateSegment(kLateSegment, 3, Bytes(4));
   // Only the key states its type.
-  constexpr Guid kByKey{7, 1, 3, {}};
+  constexpr GuidValue kByKey{7, 1, 3, {}};
   GraphBuilder::NodeSettings(graph, 1).lateLoaded("JT_LLPROP_PMI", kByKey, 4);
   graph.lateSegment(kByKey, 4, Bytes(4));
   Loaded model(graph);

@@ -6,18 +6,22 @@
 
 #include "host/path.h"
 #include "jttk/model/settings.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/limit_bombs.h"
+#include "samples/maker/pieces/shapes.h"
+#include "samples/maker/pieces/write_file.h"
 #include "tests/jttk/model/loaded.h"
-#include "tests/jttk/support/jt_shapes.h"
-#include "tests/jttk/support/limit_bombs.h"
-#include "tests/jttk/support/write_file.h"
 
 namespace {
 
+namespace guids = loftbay::maker::guids;
+namespace pieces = loftbay::maker::pieces;
 namespace fs = std::filesystem;
 using namespace jttk::testing;
-using jttk::Guid;
+using namespace loftbay::maker::pieces;
 using jttk::Model;
 using jttk::WorkBudget;
+using loftbay::maker::GuidValue;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -182,8 +186,8 @@ TEST_F(Limits, AShapeThatIsPlacedOftenCountsByItsCorners) {
   graph.partition(0, Ids(900, 1)).name("root");
   graph.part(1, {2}).name("part");
   graph.setGeometry(
-      shapeElement(kTriStripSetId, jttk::PacketForm::V9,
-                   topologicalRepData(polygonSymbols(320), 320, 0, {jttk::PacketForm::V9, true, 2})));
+      shapeElement(guids::kTriStripLod, pieces::PacketForm::V9,
+                   topologicalRepData(polygonSymbols(320), 320, 0, {pieces::PacketForm::V9, true, 2})));
   graph.triStrips(2);
   const Loaded model(graph);
   const Visited visited = visit(model.root());
@@ -236,7 +240,7 @@ TEST_F(Limits, ExactGeometryThatManyPartsHaveIsTessellatedOnce) {
     Ids children;
     for (std::size_t i = 0; i < parts; ++i) children.push_back(static_cast<std::int32_t>(1 + i));
     graph.partition(0, children).name("root");
-    constexpr Guid kSegment{7, 1, 2, {}};
+    constexpr GuidValue kSegment{7, 1, 2, {}};
     for (std::size_t i = 0; i < parts; ++i) {
       graph.part(children[i], {})
           .name("part " + std::to_string(i))

@@ -6,10 +6,14 @@
 #include <string>
 
 #include "jttk/interface/object_factory.h"
+#include "samples/maker/pieces/graph_builder.h"
 #include "tests/jttk/model/walk.h"
-#include "tests/jttk/support/jt_graph.h"
 
 namespace jttk::testing {
+
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
+using loftbay::maker::pieces::Ids;
 
 // A file of one part, node 1, with these children.
 inline GraphBuilder partOf(const Ids& children) {

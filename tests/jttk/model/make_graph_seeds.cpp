@@ -3,14 +3,13 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/jttk/support/jt_graph.h"
-#include "tests/jttk/support/write_file.h"
+#include "samples/maker/pieces/graph_builder.h"
+#include "samples/maker/pieces/write_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using namespace jttk::testing;
-using jttk::ByteOrder;
+using namespace loftbay::maker::pieces;
 
 // One of everything.
 GraphBuilder machine(const std::string& version, ByteOrder order) {

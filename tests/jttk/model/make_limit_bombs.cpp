@@ -2,11 +2,11 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "tests/jttk/support/limit_bombs.h"
-#include "tests/jttk/support/write_file.h"
+#include "samples/maker/pieces/limit_bombs.h"
+#include "samples/maker/pieces/write_file.h"
 
 int main(int argc, char** argv) {
-  using namespace jttk::testing;
+  using namespace loftbay::maker::pieces;
   if (argc != 2) {
     std::fputs("usage: make_limit_bombs FOLDER\n", stderr);
     return 2;

@@ -14,9 +14,9 @@ namespace {
 namespace maker = loftbay::maker;
 using jttk::checkPlaces;
 using jttk::Matrix;
-using jttk::testing::GraphBuilder;
 using jttk::testing::Loaded;
 using jttk::testing::transformOf;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;

@@ -5,9 +5,9 @@
 
 namespace {
 
-using jttk::testing::GraphBuilder;
 using jttk::testing::Loaded;
 using jttk::testing::walk;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;

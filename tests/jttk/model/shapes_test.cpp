@@ -11,17 +11,19 @@
 #include "jttk/mesh/shape_arrays.h"
 #include "jttk/model/settings.h"
 #include "tests/jttk/model/loaded.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace {
 
 using jttk::PrimitiveKind;
 using jttk::ShapeArrays;
 using jttk::ShapeGeometry;
-using jttk::testing::Bytes;
-using jttk::testing::GraphBuilder;
+using jttk::from_maker::guidOf;
 using jttk::testing::Loaded;
 using jttk::testing::partOf;
 using jttk::testing::shapeOf;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -167,20 +169,20 @@ TEST(Shapes, ADamagedOneIsNullAndReportedOnceWithFileSegmentAndPlace) {
   }
   EXPECT_THAT(model.recorder.losses,
               ElementsAre(AllOf(HasSubstr("part: " + loftbay::host::toHostPath("folder\\machine.jt") +
-                                          ": segment " + graph.shapeSegment(6).text()),
+                                          ": segment " + guidOf(graph.shapeSegment(6)).text()),
                                 HasSubstr("at byte"))));
-  EXPECT_THAT(model.recorder.messages(), HasSubstr(graph.shapeSegment(6).text()));
+  EXPECT_THAT(model.recorder.messages(), HasSubstr(guidOf(graph.shapeSegment(6)).text()));
 }
 
 TEST(Shapes, ASegmentThatCannotBeReadIsNamedOnce) {
-  constexpr jttk::Guid kTooShort{7, 7, 7, {7}};
+  constexpr loftbay::maker::GuidValue kTooShort{7, 7, 7, {7}};
   GraphBuilder graph = partOf({2});
   graph.lateSegment(kTooShort, 6, {});
   graph.unknownShape(2, {9, 9, 9, {9}}).lateLoaded("JT_LLPROP_SHAPEIMPL", kTooShort, 6);
   const Loaded model(graph);
   EXPECT_EQ(shapeOf(model.root(), 0, 0), nullptr);
   ASSERT_EQ(model.recorder.losses.size(), 1U);
-  const std::string segment = "segment " + kTooShort.text() + ": ";
+  const std::string segment = "segment " + guidOf(kTooShort).text() + ": ";
   EXPECT_THAT(model.recorder.losses[0], HasSubstr(segment));
   EXPECT_THAT(model.recorder.losses[0], Not(HasSubstr(segment + segment)));
 }

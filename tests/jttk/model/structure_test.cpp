@@ -8,11 +8,12 @@
 
 namespace {
 
-using jttk::testing::Bytes;
-using jttk::testing::GraphBuilder;
-using jttk::testing::Ids;
+namespace pieces = loftbay::maker::pieces;
 using jttk::testing::Loaded;
 using jttk::testing::Recorder;
+using loftbay::maker::pieces::Bytes;
+using loftbay::maker::pieces::GraphBuilder;
+using loftbay::maker::pieces::Ids;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -254,7 +255,7 @@ TEST(ProductStructure, CirclesAreReportedAndNotFollowed) {
 TEST(ProductStructure, UnknownElementsAreSkippedAndTheirUseIsReported) {
   GraphBuilder graph;
   graph.partition(0, {1, 2}).name("root");
-  graph.element(1, {0x12345678, 1, 1, {}}, jttk::testing::Bytes(33));
+  graph.element(1, {0x12345678, 1, 1, {}}, pieces::Bytes(33));
   graph.part(2, {}).name("seen");
   const Loaded model(graph);
   EXPECT_THAT(model.tree(), ElementsAre("part root"));
@@ -328,7 +329,7 @@ TEST(ProductStructure, InstancesInsideInstancesEndAtFiveHundred) {
 
 TEST(ProductStructure, ManyHiddenNodesAreNotedByNameAndThenByNumber) {
   GraphBuilder graph;
-  jttk::testing::Ids hidden;
+  pieces::Ids hidden;
   for (std::int32_t id = 1; id <= 150; ++id) hidden.push_back(id);
   graph.partition(0, hidden).name("root");
   for (const std::int32_t id : hidden) graph.part(id, {}).name("part" + std::to_string(id)).flags(1);

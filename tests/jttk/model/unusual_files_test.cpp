@@ -4,26 +4,30 @@
 #include "jttk/graph/read_scene_graph.h"
 #include "jttk/interface/part.h"
 #include "jttk/model/settings.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/shapes.h"
 #include "tests/jttk/model/loaded.h"
-#include "tests/jttk/support/jt_shapes.h"
 
 namespace {
 
-using jttk::Guid;
-using jttk::testing::GraphBuilder;
+namespace guids = loftbay::maker::guids;
+namespace pieces = loftbay::maker::pieces;
 using jttk::testing::Loaded;
 using jttk::testing::moveOf;
 using jttk::testing::partOf;
 using jttk::testing::redOf;
 using jttk::testing::shapeOf;
+using loftbay::maker::GuidValue;
+using loftbay::maker::pieces::GraphBuilder;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 constexpr const char* kGenerations[] = {"8.1", "9.5", "10.5"};
-constexpr Guid kNobodysKind{0x12345678, 1, 2, {3}};
-constexpr Guid kWireHarness{0x4cc7a521, 0x0728, 0x11d3, {0x9d, 0x8b, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
+constexpr GuidValue kNobodysKind{0x12345678, 1, 2, {3}};
+constexpr GuidValue kWireHarness{
+    0x4cc7a521, 0x0728, 0x11d3, {0x9d, 0x8b, 0x00, 0xa0, 0xc9, 0xc7, 0xdd, 0xc2}};
 
 TEST(UnusualFiles, AGroupOfAnUnknownKindHoldsItsChildren) {
   for (const char* version : kGenerations) {
@@ -42,7 +46,7 @@ TEST(UnusualFiles, AGroupOfAnUnknownKindHoldsItsChildren) {
 }
 
 TEST(UnusualFiles, AShapeNodeOfAnUnknownKindIsWhatItsSegmentIs) {
-  for (const Guid& kind : {kNobodysKind, kWireHarness}) {
+  for (const GuidValue& kind : {kNobodysKind, kWireHarness}) {
     GraphBuilder graph = partOf({2, 3});
     graph.triStrips(2);
     graph.unknownShape(3, kind).lateLoaded("JT_LLPROP_SHAPEIMPL", graph.shapeSegment(2), 7);
@@ -114,15 +118,14 @@ TEST(UnusualFiles, AShapeThatCountsNothingNeedsNoGeometry) {
 
 // Colours do not reach the scene: the shape stays, and notes name the first shapes of a file.
 TEST(UnusualFiles, ColoursThatCannotBeReadAreNoted) {
-  jttk::testing::ShapeOptions options;
+  pieces::ShapeOptions options;
   options.bindings = 0x22;
-  jttk::testing::Bytes rep =
-      jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options);
+  pieces::Bytes rep = pieces::topologicalRepData(pieces::tetrahedronSymbols(7), 4, 12, options);
   rep.back() ^= std::byte{1};  // of the hash of the colours, which come last
   GraphBuilder graph;
-  graph.setGeometry(jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::V9, rep));
+  graph.setGeometry(pieces::shapeElement(guids::kTriStripLod, pieces::PacketForm::V9, rep));
   graph.partition(0, {1}).name("root");
-  jttk::testing::Ids children;
+  pieces::Ids children;
   for (int i = 0; i < 30; ++i) children.push_back(2 + i);
   graph.part(1, children).name("part");
   for (int i = 0; i < 30; ++i) graph.triStrips(2 + i);
@@ -159,7 +162,7 @@ TEST(UnusualFiles, AttributesOf10MayHaveAPaletteIndex) {
 // A light that ends too early costs nothing.
 TEST(UnusualFiles, AttributesThatChangeNothingMayBeOfAnyForm) {
   GraphBuilder graph;
-  const Guid light{0x10dd1028, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
+  const GuidValue light{0x10dd1028, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
   graph.element(20, light, {std::byte{1}});
   graph.element(21, kNobodysKind, {});
   graph.partition(0, {1}).name("part").attributes({20, 21, 99});
@@ -173,7 +176,7 @@ TEST(UnusualFiles, APartitionWithChildrenNeedsNothingBehindThem) {
     GraphBuilder graph(version);
     graph.partition(0, {1}).name("machine");
     graph.part(1, {}).name("part");
-    jttk::testing::Bytes bytes = graph.segment();
+    pieces::Bytes bytes = graph.segment();
     // The length of the file name: behind length, GUID, base type, id, base node, children, flags.
     const int major = std::stoi(version);
     const std::size_t number = major == 8 ? 0 : major == 9 ? 2 : 1;
@@ -189,25 +192,24 @@ TEST(UnusualFiles, APartitionWithChildrenNeedsNothingBehindThem) {
 }
 
 // Two tri-strip sets, the first with a changed representation and with these attributes.
-GraphBuilder withRepData(const jttk::testing::Bytes& rep, const jttk::testing::Ids& attributes = {}) {
+GraphBuilder withRepData(const pieces::Bytes& rep, const pieces::Ids& attributes = {}) {
   GraphBuilder graph = partOf({2, 3});
-  const jttk::testing::ShapeOptions options;
-  const auto element = [&](const jttk::testing::Bytes& data) {
-    return jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::V9, data);
+  const pieces::ShapeOptions options;
+  const auto element = [&](const pieces::Bytes& data) {
+    return pieces::shapeElement(guids::kTriStripLod, pieces::PacketForm::V9, data);
   };
   graph.setGeometry(element(rep));
   graph.triStrips(2).attributes(attributes);
-  graph.setGeometry(
-      element(jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options)));
+  graph.setGeometry(element(pieces::topologicalRepData(pieces::tetrahedronSymbols(7), 4, 12, options)));
   graph.triStrips(3);
   return graph;
 }
 
 // It is reported once, however often the shape is asked for.
 TEST(UnusualFiles, ADoubtfulMeshIsHandedOutAndTold) {
-  jttk::testing::Bytes rep = jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(0), 4, 0,
-                                                               {jttk::PacketForm::V9, false, 2});
-  rep[jttk::testing::topologyBytes(jttk::testing::tetrahedronSymbols(0), jttk::PacketForm::V9).size() - 1] ^=
+  pieces::Bytes rep =
+      pieces::topologicalRepData(pieces::tetrahedronSymbols(0), 4, 0, {pieces::PacketForm::V9, false, 2});
+  rep[pieces::topologyBytes(pieces::tetrahedronSymbols(0), pieces::PacketForm::V9).size() - 1] ^=
       std::byte{1};
   const Loaded model(withRepData(rep));
   for (int i = 0; i < 2; ++i) {
@@ -224,12 +226,12 @@ TEST(UnusualFiles, ADoubtfulMeshIsHandedOutAndTold) {
 }
 
 TEST(UnusualFiles, CoordinatesThatOnlyTheBoxConfirmsAreNoted) {
-  jttk::testing::Bytes rep = jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(0), 4, 0,
-                                                               {jttk::PacketForm::V9, true, 2});
+  pieces::Bytes rep =
+      pieces::topologicalRepData(pieces::tetrahedronSymbols(0), 4, 0, {pieces::PacketForm::V9, true, 2});
   rep.back() ^= std::byte{1};
   for (const bool moved : {false, true}) {
     // If the shape's node has a transform, its box may be the transformed one: then it is not used.
-    GraphBuilder graph = withRepData(rep, moved ? jttk::testing::Ids{20} : jttk::testing::Ids{});
+    GraphBuilder graph = withRepData(rep, moved ? pieces::Ids{20} : pieces::Ids{});
     graph.move(20, 1, 2, 3);
     const Loaded model(graph);
     EXPECT_EQ(shapeOf(model.root(), 0, 0) == nullptr, moved);
@@ -257,7 +259,7 @@ TEST(UnusualFiles, TheMemoryOfAShapeThatNobodyHoldsGoesBack) {
   settings->max_memory_bytes = 20'000;
   settings->shape_cache_bytes = 0;
   constexpr int kShapes = 200;
-  jttk::testing::Ids ids;
+  pieces::Ids ids;
   for (int i = 0; i < kShapes; ++i) ids.push_back(2 + i);
   GraphBuilder graph = partOf(ids);
   for (const auto id : ids) graph.triStrips(id);
@@ -270,8 +272,8 @@ TEST(UnusualFiles, TheMemoryOfAShapeThatNobodyHoldsGoesBack) {
 }
 
 TEST(UnusualFiles, AShapeBeyondTheMemoryLimitIsToldAndTheOthersStay) {
-  const auto large = jttk::testing::topologicalRepData(jttk::testing::polygonSymbols(1000), 1000, 0,
-                                                       {jttk::PacketForm::V9, true, 2});
+  const auto large =
+      pieces::topologicalRepData(pieces::polygonSymbols(1000), 1000, 0, {pieces::PacketForm::V9, true, 2});
   {
     const jttk::testing::ScopedSettings settings;
     settings->max_memory_bytes = 20'000;

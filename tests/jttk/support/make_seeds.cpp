@@ -3,14 +3,16 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/jttk/support/jt_shapes.h"
-#include "tests/jttk/support/write_file.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/container.h"
+#include "samples/maker/pieces/shapes.h"
+#include "samples/maker/pieces/write_file.h"
 
 namespace {
 
+namespace guids = loftbay::maker::guids;
 namespace fs = std::filesystem;
-using namespace jttk::testing;
-using jttk::PacketForm;
+using namespace loftbay::maker::pieces;
 
 // The fuzz targets of packets, topology and shapes take one byte first: the form.
 Bytes withForm(PacketForm form, const Bytes& bytes) {
@@ -57,14 +59,14 @@ void writeShapes(const fs::path& root, PacketForm form) {
   const fs::path shapes = root / "shape_lod_fuzz";
   ShapeOptions options;
   options.form = form;
-  const auto save = [&](const char* shape, const jttk::Guid& kind, const Bytes& rep) {
+  const auto save = [&](const char* shape, const loftbay::maker::GuidValue& kind, const Bytes& rep) {
     writeFile(shapes / (shape + name), withForm(form, shapeElement(kind, form, rep)));
   };
-  save("lossless", kTriStripSetId, topologicalRepData(tetrahedronSymbols(7), 4, 12, options));
+  save("lossless", guids::kTriStripLod, topologicalRepData(tetrahedronSymbols(7), 4, 12, options));
   options.quantized = true;
   options.bindings = 0x15a;
-  save("lossy", kTriStripSetId, topologicalRepData(bowTieSymbols(), 5, 5, options));
-  save("lines", kPolylineSetId, polylineRepData(form));
+  save("lossy", guids::kTriStripLod, topologicalRepData(bowTieSymbols(), 5, 5, options));
+  save("lines", guids::kPolylineLod, polylineRepData(form));
 }
 
 void writeContainers(const fs::path& folder) {
@@ -72,7 +74,7 @@ void writeContainers(const fs::path& folder) {
   const Bytes graph =
       ByteBuilder().u32(2).u32(static_cast<std::uint32_t>(packed.size()) + 1).u8(2).bytes(packed).result();
   const Bytes stored = ByteBuilder().u32(0).u32(5).u8(1).text("abcd").result();
-  const jttk::Guid other{7, 7, 7, {}};
+  const loftbay::maker::GuidValue other{7, 7, 7, {}};
   for (const char* version : {"8.1", "9.5", "10.0"}) {
     writeFile(folder / version, container(version, {{kSegmentId, 1, graph}, {other, 4, stored}}));
   }

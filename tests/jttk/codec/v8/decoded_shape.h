@@ -3,54 +3,56 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
-#include <vector>
 
 #include "jttk/codec/v8/shape_lod.h"
-#include "tests/jttk/codec/v8/shape_writer.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/shapes_v8.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace jttk::test {
+
+namespace pieces = loftbay::maker::pieces;
+using from_maker::readerOf;
+using pieces::ByteBuilder;
+
+inline const Guid kTriStripSet = from_maker::guidOf(loftbay::maker::guids::kTriStripLod);
+inline const Guid kPolylineSet = from_maker::guidOf(loftbay::maker::guids::kPolylineLod);
+inline const Guid kPolygonSet = from_maker::guidOf(loftbay::maker::guids::kPolygonLod);
+inline const Guid kPointSet = from_maker::guidOf(loftbay::maker::guids::kPointLod);
 
 // Every array is asked for.
 inline constexpr ShapeContext kWithExtras{{}, nullptr, true};
 
-inline ShapeGeometry decode(const Bytes& body, const Guid& kind) {
-  const auto shape = decodeShapeLodV8(body.reader(), kind, kWithExtras);
+inline ShapeGeometry decode(const ByteBuilder& body, const Guid& kind) {
+  const auto shape = decodeShapeLodV8(readerOf(body), kind, kWithExtras);
   EXPECT_TRUE(shape.has_value()) << shape.error().text();
   return shape ? *shape : ShapeGeometry{};
 }
 
 // What is wrong; empty when the shape can be read.
-inline std::string errorOf(const Bytes& body, const Guid& kind = kTriStripSet) {
-  const auto shape = decodeShapeLodV8(body.reader(), kind, kWithExtras);
+inline std::string errorOf(const ByteBuilder& body, const Guid& kind = kTriStripSet) {
+  const auto shape = decodeShapeLodV8(readerOf(body), kind, kWithExtras);
   return shape ? "" : shape.error().what;
 }
 
-inline Bytes floats(std::initializer_list<float> values, ByteOrder order) {
-  Bytes bytes(order);
+inline ByteBuilder floats(std::initializer_list<float> values, pieces::ByteOrder order) {
+  ByteBuilder bytes(order);
   for (const float value : values) bytes.f32(value);
   return bytes;
 }
 
 // I32 size, I32 packed size, records.
-inline Bytes losslessBody(const Bytes& header, const Bytes& records, bool packed) {
-  Bytes body = header;
+inline ByteBuilder losslessBody(const ByteBuilder& header, const ByteBuilder& records, bool packed) {
+  ByteBuilder body = header;
   const auto size = static_cast<std::int64_t>(records.size());
   if (!packed) return body.i32(size).i32(-size).bytes(records);
-  // zlib's long has 32 bits on Windows.
-  const auto record_size = static_cast<uLong>(records.size());
-  std::vector<std::byte> stream(compressBound(record_size));
-  auto stream_size = static_cast<uLongf>(stream.size());
-  EXPECT_EQ(compress(reinterpret_cast<Bytef*>(stream.data()), &stream_size,
-                     reinterpret_cast<const Bytef*>(records.data().data()), record_size),
-            Z_OK);
-  stream.resize(stream_size);
-  return body.i32(size).i32(static_cast<std::int64_t>(stream_size)).bytes(stream);
+  const pieces::Bytes stream = pieces::zlibOf(records.view());
+  return body.i32(size).i32(static_cast<std::int64_t>(stream.size())).bytes(stream);
 }
 
 // Four records of a strip: a normal and a position each.

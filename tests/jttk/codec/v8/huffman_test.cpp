@@ -5,13 +5,14 @@
 
 #include <string>
 
-#include "tests/jttk/codec/v8/packet_writer.h"
+#include "samples/maker/pieces/packets_v8.h"
 
 namespace jttk {
 namespace {
 
-using test::Bits;
-using test::Bytes;
+namespace pieces = loftbay::maker::pieces;
+using loftbay::maker::pieces::BitBuilder;
+using loftbay::maker::pieces::ByteBuilder;
 using testing::ElementsAre;
 
 ContextTable tableOf(const std::vector<std::uint32_t>& counts) {
@@ -26,10 +27,10 @@ ContextTable tableOf(const std::vector<std::uint32_t>& counts) {
 // Decodes all of `text`: the entries, or an empty list when the text does not end with a symbol.
 std::vector<std::uint32_t> decodeAll(const std::vector<std::uint32_t>& counts, std::string_view text) {
   const HuffmanDecoder decoder(tableOf(counts));
-  const Bits bits(text);
-  Bytes words;
-  words.codeTextWords(bits);
-  const std::span<const std::byte> stored = words.data();
+  const BitBuilder bits(text);
+  ByteBuilder words;
+  pieces::addCodeText(words, bits);
+  const std::span<const std::byte> stored = words.view();
   BitReader reader(stored.subspan(4), ByteOrder::Little, bits.size());
   std::vector<std::uint32_t> entries;
   while (reader.consumed() < reader.length()) entries.push_back(decoder.decode(reader));

@@ -10,21 +10,22 @@
 namespace jttk {
 namespace {
 
-using test::Bytes;
+namespace pieces = loftbay::maker::pieces;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::Values;
 using test::decode;
 using test::errorOf;
 using test::floats;
 using test::kNormalsAndPositions;
 using test::losslessBody;
-using test::Values;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 TEST(ShapeLodV8Lossless, recordsAreNormalThenPositionPerCorner) {
-  for (const ByteOrder order : {ByteOrder::Little, ByteOrder::Big}) {
+  for (const pieces::ByteOrder order : {pieces::ByteOrder::Little, pieces::ByteOrder::Big}) {
     for (const bool packed : {false, true}) {
-      const Bytes header = test::shapeHeader(0, 1, 0, 0, {0, 4}, order);
+      const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, {0, 4}, order);
       const ShapeGeometry shape =
           decode(losslessBody(header, floats(kNormalsAndPositions, order), packed), test::kTriStripSet);
       EXPECT_TRUE(shape.facts.lossless);
@@ -40,15 +41,16 @@ TEST(ShapeLodV8Lossless, recordsAreNormalThenPositionPerCorner) {
 
 // There is no hash in 8.x.
 TEST(ShapeLodV8Lossless, coordinatesAreComparedWithTheBoxOfTheNode) {
-  const Bytes header = test::shapeHeader(0, 1, 0, 0, {0, 4}, ByteOrder::Little);
-  const Bytes body = losslessBody(header, floats(kNormalsAndPositions, ByteOrder::Little), false);
-  Bytes element(ByteOrder::Little);
+  const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, {0, 4}, pieces::ByteOrder::Little);
+  const ByteBuilder body =
+      losslessBody(header, floats(kNormalsAndPositions, pieces::ByteOrder::Little), false);
+  ByteBuilder element(pieces::ByteOrder::Little);
   element.i32(static_cast<std::int64_t>(17 + body.size()));
   element.i32(test::kTriStripSet.a).i16(test::kTriStripSet.b).i16(test::kTriStripSet.c);
   for (const std::uint8_t byte : test::kTriStripSet.d) element.u8(byte);
   element.u8(0).bytes(body);
   Segment segment;
-  segment.data = element.data();
+  segment.data = element.result();
   const auto note = [&](std::array<float, 6> box) {
     const StatedExtent stated[] = {{box, 0}};
     const auto shape = decodeShapeLod(segment, {8, 1}, ByteOrder::Little, {stated, nullptr});
@@ -59,9 +61,9 @@ TEST(ShapeLodV8Lossless, coordinatesAreComparedWithTheBoxOfTheNode) {
 }
 
 TEST(ShapeLodV8Lossless, textureCoordinatesAndColoursComeFirst) {
-  const Bytes header = test::shapeHeader(0, 1, 1, 1, {0, 1}, ByteOrder::Little);
-  const Bytes body =
-      losslessBody(header, floats({1, 2, 0.25F, 0.5F, 0.75F, 0, 0, 1, 7, 8, 9}, ByteOrder::Little), false);
+  const ByteBuilder header = pieces::shapeHeader(0, 1, 1, 1, {0, 1}, pieces::ByteOrder::Little);
+  const ByteBuilder body = losslessBody(
+      header, floats({1, 2, 0.25F, 0.5F, 0.75F, 0, 0, 1, 7, 8, 9}, pieces::ByteOrder::Little), false);
   const ShapeGeometry shape = decode(body, test::kPolylineSet);
   EXPECT_THAT(shape.texture_coordinates, ElementsAre(1, 2, 0));
   EXPECT_THAT(shape.colors, ElementsAre(0.25F, 0.5F, 0.75F, 1));
@@ -88,9 +90,9 @@ TEST(ShapeLodV8Lossless, textureCoordinatesAreLeftOutUnlessAskedFor) {
 }
 
 TEST(ShapeLodV8Lossless, pointsWithoutPrimitiveListAreOneGroup) {
-  const Bytes header = test::shapeHeader(0, 0, 0, 0, {}, ByteOrder::Little);
-  const ShapeGeometry shape =
-      decode(losslessBody(header, floats({1, 2, 3, 4, 5, 6}, ByteOrder::Little), true), test::kPointSet);
+  const ByteBuilder header = pieces::shapeHeader(0, 0, 0, 0, {}, pieces::ByteOrder::Little);
+  const ShapeGeometry shape = decode(
+      losslessBody(header, floats({1, 2, 3, 4, 5, 6}, pieces::ByteOrder::Little), true), test::kPointSet);
   EXPECT_THAT(shape.primitive_starts, ElementsAre(0, 2));
   EXPECT_THAT(shape.positions, ElementsAre(1, 2, 3, 4, 5, 6));
   EXPECT_THAT(shape.corner_records, IsEmpty());
@@ -98,8 +100,8 @@ TEST(ShapeLodV8Lossless, pointsWithoutPrimitiveListAreOneGroup) {
 
 TEST(ShapeLodV8Lossless, sizeIsCornersTimesRecord) {
   const auto error = [](const Values& starts, bool packed) {
-    const Bytes header = test::shapeHeader(0, 1, 0, 0, starts, ByteOrder::Little);
-    return errorOf(losslessBody(header, floats(kNormalsAndPositions, ByteOrder::Little), packed));
+    const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, starts, pieces::ByteOrder::Little);
+    return errorOf(losslessBody(header, floats(kNormalsAndPositions, pieces::ByteOrder::Little), packed));
   };
   for (const bool packed : {false, true}) {
     EXPECT_EQ(error({0, 4}, packed), "");
@@ -110,9 +112,10 @@ TEST(ShapeLodV8Lossless, sizeIsCornersTimesRecord) {
 }
 
 TEST(ShapeLodV8Lossless, packedSizeIsChecked) {
-  const Bytes header = test::shapeHeader(0, 1, 0, 0, {0, 4}, ByteOrder::Little);
+  const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, {0, 4}, pieces::ByteOrder::Little);
   const auto body = [&](std::int64_t size, std::int64_t stored) {
-    return Bytes(header).i32(size).i32(stored).bytes(floats(kNormalsAndPositions, ByteOrder::Little));
+    return ByteBuilder(header).i32(size).i32(stored).bytes(
+        floats(kNormalsAndPositions, pieces::ByteOrder::Little));
   };
   EXPECT_EQ(errorOf(body(96, -96)), "");
   EXPECT_THAT(errorOf(body(96, -95)), HasSubstr("95 bytes where 96 are announced"));
@@ -125,26 +128,26 @@ TEST(ShapeLodV8Lossless, packedSizeIsChecked) {
 
 // Normals per facet may be in the records or not: the size of the records decides.
 TEST(ShapeLodV8Lossless, attributesPerFacetAreReadWhereTheRecordsHaveThem) {
-  const Bytes header = test::shapeHeader(0, 2, 0, 0, {0, 2}, ByteOrder::Little);
-  const ShapeGeometry with =
-      decode(losslessBody(header, floats({0, 0, 1, 1, 2, 3, 0, 1, 0, 4, 5, 6}, ByteOrder::Little), true),
-             test::kPolylineSet);
+  const ByteBuilder header = pieces::shapeHeader(0, 2, 0, 0, {0, 2}, pieces::ByteOrder::Little);
+  const ShapeGeometry with = decode(
+      losslessBody(header, floats({0, 0, 1, 1, 2, 3, 0, 1, 0, 4, 5, 6}, pieces::ByteOrder::Little), true),
+      test::kPolylineSet);
   EXPECT_THAT(with.positions, ElementsAre(1, 2, 3, 4, 5, 6));
   EXPECT_THAT(with.normals, ElementsAre(0, 0, 1, 0, 1, 0));
   EXPECT_THAT(with.corner_records, ElementsAre(0, 1));
   EXPECT_EQ(with.facts.unread_attributes, "");
-  const ShapeGeometry without =
-      decode(losslessBody(header, floats({1, 2, 3, 4, 5, 6}, ByteOrder::Little), true), test::kPolylineSet);
+  const ShapeGeometry without = decode(
+      losslessBody(header, floats({1, 2, 3, 4, 5, 6}, pieces::ByteOrder::Little), true), test::kPolylineSet);
   EXPECT_THAT(without.positions, ElementsAre(1, 2, 3, 4, 5, 6));
   EXPECT_THAT(without.normals, IsEmpty());
   EXPECT_EQ(without.facts.unread_attributes, "normals per facet or primitive");
 }
 
 TEST(ShapeLodV8Lossless, aColourMayHaveAnAlpha) {
-  const Bytes header = test::shapeHeader(0, 0, 0, 1, {0, 1}, ByteOrder::Little);
-  const ShapeGeometry shape =
-      decode(losslessBody(header, floats({0.25F, 0.5F, 0.75F, 0.5F, 7, 8, 9}, ByteOrder::Little), false),
-             test::kPolylineSet);
+  const ByteBuilder header = pieces::shapeHeader(0, 0, 0, 1, {0, 1}, pieces::ByteOrder::Little);
+  const ShapeGeometry shape = decode(
+      losslessBody(header, floats({0.25F, 0.5F, 0.75F, 0.5F, 7, 8, 9}, pieces::ByteOrder::Little), false),
+      test::kPolylineSet);
   EXPECT_THAT(shape.colors, ElementsAre(0.25F, 0.5F, 0.75F, 0.5F));
   EXPECT_THAT(shape.positions, ElementsAre(7, 8, 9));
 }

@@ -7,18 +7,20 @@
 namespace jttk {
 namespace {
 
+namespace pieces = loftbay::maker::pieces;
+using from_maker::readerOf;
+using loftbay::maker::pieces::lossyBody;
+using loftbay::maker::pieces::LossyShape;
+using loftbay::maker::pieces::quad;
+using loftbay::maker::pieces::Values;
 using test::decode;
 using test::errorOf;
-using test::lossyBody;
-using test::LossyShape;
-using test::quad;
-using test::Values;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 TEST(ShapeLodV8Lossy, triStripInBothByteOrders) {
-  for (const ByteOrder order : {ByteOrder::Little, ByteOrder::Big}) {
+  for (const pieces::ByteOrder order : {pieces::ByteOrder::Little, pieces::ByteOrder::Big}) {
     const ShapeGeometry shape = decode(lossyBody(quad(), order), test::kTriStripSet);
     EXPECT_EQ(shape.kind, PrimitiveKind::TriangleStrips);
     EXPECT_FALSE(shape.facts.lossless);
@@ -278,8 +280,8 @@ LossyShape texturedQuad(std::uint32_t binding, std::size_t count) {
 }
 
 // As the programs decode: texture coordinates are passed over.
-ShapeGeometry decodePlain(const test::Bytes& body, const Guid& kind = test::kTriStripSet) {
-  const auto shape = decodeShapeLodV8(body.reader(), kind);
+ShapeGeometry decodePlain(const pieces::ByteBuilder& body, const Guid& kind = test::kTriStripSet) {
+  const auto shape = decodeShapeLodV8(readerOf(body), kind);
   EXPECT_TRUE(shape.has_value()) << shape.error().text();
   return shape ? *shape : ShapeGeometry{};
 }
@@ -326,8 +328,8 @@ TEST(ShapeLodV8Lossy, textureCoordinatesThatNobodyAsksForMayBeDamaged) {
 
 // Arrays follow only where there are vertices.
 TEST(ShapeLodV8Lossy, nothingNeedsNoArraysWhateverItsBindings) {
-  test::Bytes body = test::shapeHeader(20, 1, 1, 1, {}, ByteOrder::Little);
-  test::addRanges(body, {{0, 3, 2}, {-1, 1, 1}, {5, 5, 8}});
+  pieces::ByteBuilder body = pieces::shapeHeader(20, 1, 1, 1, {}, pieces::ByteOrder::Little);
+  pieces::addRanges(body, {{0, 3, 2}, {-1, 1, 1}, {5, 5, 8}});
   body.i32(0);
   const ShapeGeometry decoded = decode(body, test::kTriStripSet);
   EXPECT_THAT(decoded.corner_positions, IsEmpty());
@@ -337,10 +339,10 @@ TEST(ShapeLodV8Lossy, nothingNeedsNoArraysWhateverItsBindings) {
 TEST(ShapeLodV8Lossy, memoryIsTakenFromTheBudget) {
   const auto body = lossyBody(quad());
   MemoryBudget enough(1000);
-  EXPECT_TRUE(decodeShapeLodV8(body.reader(), test::kTriStripSet, {{}, &enough, true}).has_value());
+  EXPECT_TRUE(decodeShapeLodV8(readerOf(body), test::kTriStripSet, {{}, &enough, true}).has_value());
   EXPECT_GT(enough.taken(), 0U);
   MemoryBudget little(40);
-  const auto refused = decodeShapeLodV8(body.reader(), test::kTriStripSet, {{}, &little, true});
+  const auto refused = decodeShapeLodV8(readerOf(body), test::kTriStripSet, {{}, &little, true});
   ASSERT_FALSE(refused.has_value());
   EXPECT_THAT(refused.error().what, HasSubstr("more memory is asked for than the limit of 40 bytes"));
 }

@@ -3,36 +3,40 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/jttk/codec/v8/packet_writer.h"
+#include "samples/maker/pieces/packets_v8.h"
+#include "tests/jttk/codec/v8/prefixes.h"
+#include "tests/jttk/support/from_maker.h"
 
 namespace jttk {
 namespace {
 
-using test::Bits;
-using test::Bytes;
+namespace pieces = loftbay::maker::pieces;
+using from_maker::readerOf;
+using loftbay::maker::pieces::BitBuilder;
+using loftbay::maker::pieces::ByteBuilder;
 using test::forEachPrefix;
 using testing::HasSubstr;
 
 // Symbols of 2 bits, counts of 4, values of 3 above -3, no next context: 9 bits per entry.
-Bytes oneTable() {
-  return Bytes().u8(1).byteBits(Bits()
-                                    .add(3, 32)
-                                    .add("000010 000100 000011 000000")
-                                    .add(0xfffffffdU, 32)
-                                    .add("10 0101 110")    // symbol 0, 5 times, value 6 - 3
-                                    .add("00 0011 000")    // escape, 3 times
-                                    .add("11 1111 000"));  // symbol 1, 15 times, value 0 - 3
+ByteBuilder oneTable() {
+  return ByteBuilder().u8(1).byteBits(BitBuilder()
+                                          .number(3, 32)
+                                          .bits("000010 000100 000011 000000")
+                                          .number(0xfffffffdU, 32)
+                                          .bits("10 0101 110")    // symbol 0, 5 times, value 6 - 3
+                                          .bits("00 0011 000")    // escape, 3 times
+                                          .bits("11 1111 000"));  // symbol 1, 15 times, value 0 - 3
 }
 
 TEST(ProbabilityContexts, fieldsAreABitStreamOfBytes) {
-  const Bytes bytes = oneTable();
+  const ByteBuilder bytes = oneTable();
   // By hand; the entries are 10010111 00000110 00111111 000.
   const std::uint8_t golden[] = {0x01, 0x00, 0x00, 0x00, 0x03, 0x08, 0x40, 0xc0,
                                  0xff, 0xff, 0xff, 0xfd, 0x97, 0x06, 0x3f, 0x00};
   ASSERT_EQ(bytes.size(), sizeof golden);
-  for (std::size_t i = 0; i < sizeof golden; ++i) EXPECT_EQ(std::to_integer<int>(bytes.data()[i]), golden[i]);
+  for (std::size_t i = 0; i < sizeof golden; ++i) EXPECT_EQ(std::to_integer<int>(bytes.view()[i]), golden[i]);
 
-  ByteReader in = bytes.reader();
+  ByteReader in = readerOf(bytes);
   const auto contexts = readProbabilityContexts(in);
   ASSERT_TRUE(contexts.has_value()) << contexts.error().text();
   EXPECT_EQ(contexts->table_count, 1U);
@@ -50,8 +54,8 @@ TEST(ProbabilityContexts, fieldsAreABitStreamOfBytes) {
 }
 
 TEST(ProbabilityContexts, byteOrderOfTheFileDoesNotMatter) {
-  const Bytes bytes = oneTable();
-  ByteReader in(bytes.data(), ByteOrder::Big);
+  const ByteBuilder bytes = oneTable();
+  ByteReader in(bytes.view(), ByteOrder::Big);
   const auto contexts = readProbabilityContexts(in);
   ASSERT_TRUE(contexts.has_value());
   EXPECT_EQ(contexts->tables[0].entries[0].value, 3);
@@ -59,9 +63,9 @@ TEST(ProbabilityContexts, byteOrderOfTheFileDoesNotMatter) {
 
 TEST(ProbabilityContexts, secondTableTakesValuesBySymbolFromTheFirst) {
   // The second table has other frequencies, another order, and its escape is no symbol of the first.
-  const Bytes bytes =
-      test::contexts({{{5, 1, 50, 1}, {7, 2, -70, 0}}, {{7, 9, 0, 1}, {-2, 4, 0, 0}, {5, 3, 0, 1}}});
-  ByteReader in = bytes.reader();
+  const ByteBuilder bytes =
+      pieces::contexts({{{5, 1, 50, 1}, {7, 2, -70, 0}}, {{7, 9, 0, 1}, {-2, 4, 0, 0}, {5, 3, 0, 1}}});
+  ByteReader in = readerOf(bytes);
   const auto contexts = readProbabilityContexts(in);
   ASSERT_TRUE(contexts.has_value()) << contexts.error().text();
   ASSERT_EQ(contexts->table_count, 2U);
@@ -78,45 +82,47 @@ TEST(ProbabilityContexts, secondTableTakesValuesBySymbolFromTheFirst) {
 }
 
 TEST(ProbabilityContexts, valuesWrapAround) {
-  const Bytes bytes = Bytes().u8(1).byteBits(Bits()
-                                                 .add(1, 32)
-                                                 .add("000010 000001 100000 000000")
-                                                 .add(0x80000000U, 32)
-                                                 .add("11 1")
-                                                 .add(0xffffffffU, 32));
-  ByteReader in = bytes.reader();
+  const ByteBuilder bytes = ByteBuilder().u8(1).byteBits(BitBuilder()
+                                                             .number(1, 32)
+                                                             .bits("000010 000001 100000 000000")
+                                                             .number(0x80000000U, 32)
+                                                             .bits("11 1")
+                                                             .number(0xffffffffU, 32));
+  ByteReader in = readerOf(bytes);
   const auto contexts = readProbabilityContexts(in);
   ASSERT_TRUE(contexts.has_value()) << contexts.error().text();
   EXPECT_EQ(contexts->tables[0].entries[0].value, 0x7fffffff);
 }
 
 TEST(ProbabilityContexts, everyPrefixIsAnError) {
-  const Bytes bytes =
-      test::contexts({{{5, 1, 50, 1}, {7, 2, -70, 0}}, {{7, 9, 0, 1}, {-2, 4, 0, 0}, {5, 3, 0, 1}}});
+  const ByteBuilder bytes =
+      pieces::contexts({{{5, 1, 50, 1}, {7, 2, -70, 0}}, {{7, 9, 0, 1}, {-2, 4, 0, 0}, {5, 3, 0, 1}}});
   forEachPrefix(bytes,
                 [](ByteReader in, bool whole) { EXPECT_EQ(readProbabilityContexts(in).has_value(), whole); });
 }
 
-std::string contextsError(const Bytes& bytes) {
-  ByteReader in = bytes.reader();
+std::string contextsError(const ByteBuilder& bytes) {
+  ByteReader in = readerOf(bytes);
   const auto contexts = readProbabilityContexts(in);
   return contexts ? "" : contexts.error().what;
 }
 
 TEST(ProbabilityContexts, tableCountIsOneOrTwo) {
-  EXPECT_THAT(contextsError(Bytes().u8(0)), HasSubstr("0 tables"));
-  EXPECT_THAT(contextsError(Bytes().u8(3)), HasSubstr("3 tables"));
+  EXPECT_THAT(contextsError(ByteBuilder().u8(0)), HasSubstr("0 tables"));
+  EXPECT_THAT(contextsError(ByteBuilder().u8(3)), HasSubstr("3 tables"));
 }
 
 TEST(ProbabilityContexts, fieldsHave32BitsAtMost) {
-  EXPECT_THAT(contextsError(Bytes().u8(1).byteBits(
-                  Bits().add(1, 32).add("000010 100001 000011 000000").add(0, 32).add(0, 64))),
-              HasSubstr("more than 32 bits"));
+  EXPECT_THAT(
+      contextsError(ByteBuilder().u8(1).byteBits(
+          BitBuilder().number(1, 32).bits("000010 100001 000011 000000").number(0, 32).number(0, 64))),
+      HasSubstr("more than 32 bits"));
 }
 
 TEST(ProbabilityContexts, entryCountIsCheckedAgainstTheBytesLeft) {
   const auto claim = [](std::uint32_t count, std::string_view widths) {
-    return contextsError(Bytes().u8(1).byteBits(Bits().add(count, 32).add(widths).add(0, 32).add(0, 24)));
+    return contextsError(ByteBuilder().u8(1).byteBits(
+        BitBuilder().number(count, 32).bits(widths).number(0, 32).number(0, 24)));
   };
   EXPECT_THAT(claim(0xffffffffU, "000010 000100 000011 000000"), HasSubstr("more entries"));
   EXPECT_THAT(claim(3, "000010 000100 000011 000000"), HasSubstr("more entries"));
@@ -127,12 +133,12 @@ TEST(ProbabilityContexts, entryCountIsCheckedAgainstTheBytesLeft) {
 }
 
 TEST(ProbabilityContexts, secondTableHasNoSymbolsOfItsOwn) {
-  EXPECT_THAT(contextsError(test::contexts({{{5, 1, 50}}, {{6, 1, 0}}})),
+  EXPECT_THAT(contextsError(pieces::contexts({{{5, 1, 50}}, {{6, 1, 0}}})),
               HasSubstr("a symbol that the first table lacks"));
 }
 
 TEST(ProbabilityContexts, nextContextExists) {
-  EXPECT_THAT(contextsError(test::contexts({{{5, 1, 50, 1}}})),
+  EXPECT_THAT(contextsError(pieces::contexts({{{5, 1, 50, 1}}})),
               HasSubstr("a next context that does not exist"));
 }
 

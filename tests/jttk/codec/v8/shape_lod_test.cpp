@@ -5,21 +5,23 @@
 
 #include "jttk/codec/shape_lod.h"
 #include "tests/jttk/codec/v8/decoded_shape.h"
+#include "tests/jttk/codec/v8/prefixes.h"
 
 namespace jttk {
 namespace {
 
-using test::Bytes;
+namespace pieces = loftbay::maker::pieces;
+using loftbay::maker::pieces::ByteBuilder;
+using loftbay::maker::pieces::lossyBody;
+using loftbay::maker::pieces::LossyShape;
+using loftbay::maker::pieces::nullPacket;
+using loftbay::maker::pieces::quad;
+using loftbay::maker::pieces::Values;
 using test::decode;
 using test::errorOf;
 using test::floats;
 using test::kNormalsAndPositions;
 using test::losslessBody;
-using test::lossyBody;
-using test::LossyShape;
-using test::nullPacket;
-using test::quad;
-using test::Values;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -31,8 +33,8 @@ TEST(ShapeLodV8, withoutAPrimitiveListEverythingIsOnePrimitive) {
   for (const Guid& kind : {test::kPolylineSet, test::kTriStripSet}) {
     EXPECT_THAT(decode(lossyBody(shape), kind).primitive_starts, ElementsAre(0, 3));
   }
-  const Bytes header = test::shapeHeader(0, 0, 0, 0, {}, ByteOrder::Little);
-  const Bytes body = losslessBody(header, floats({1, 2, 3, 4, 5, 6}, ByteOrder::Little), true);
+  const ByteBuilder header = pieces::shapeHeader(0, 0, 0, 0, {}, pieces::ByteOrder::Little);
+  const ByteBuilder body = losslessBody(header, floats({1, 2, 3, 4, 5, 6}, pieces::ByteOrder::Little), true);
   EXPECT_THAT(decode(body, test::kPolylineSet).primitive_starts, ElementsAre(0, 2));
 }
 
@@ -43,7 +45,7 @@ TEST(ShapeLodV8, polygonSetsKeepTheCornersOfTheirPolygons) {
   shape.ranges = {{0, 7, 3}, {0, 7, 3}, {0, 0, 8}};
   shape.coordinates = {{0, 6, 2, 0}, {0, 0, 2, 6}, {0, 0, 0, 0}};
   shape.indices = {0, 1, 2, 3, 1, 3, 2};
-  for (const ByteOrder order : {ByteOrder::Little, ByteOrder::Big}) {
+  for (const pieces::ByteOrder order : {pieces::ByteOrder::Little, pieces::ByteOrder::Big}) {
     const ShapeGeometry decoded = decode(lossyBody(shape, order), test::kPolygonSet);
     EXPECT_EQ(decoded.kind, PrimitiveKind::Polygons);
     EXPECT_THAT(decoded.primitive_starts, ElementsAre(0, 4, 7));
@@ -69,13 +71,13 @@ TEST(ShapeLodV8, polygonsCanHaveANormalEach) {
 
 TEST(ShapeLodV8, nullShapeIsEmpty) {
   const Guid null_shape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
-  const ShapeGeometry shape = decode(Bytes(), null_shape);
+  const ShapeGeometry shape = decode(ByteBuilder(), null_shape);
   EXPECT_EQ(shape.kind, PrimitiveKind::Empty);
   EXPECT_EQ(shape.primitiveCount(), 0U);
 }
 
 TEST(ShapeLodV8, otherKindsAreNamed) {
-  const auto unknown = decodeShapeLodV8(Bytes().reader(), {});
+  const auto unknown = decodeShapeLodV8(from_maker::readerOf(ByteBuilder()), {});
   ASSERT_FALSE(unknown.has_value());
   EXPECT_EQ(unknown.error().textWithoutOffset(),
             "shape LOD element 00000000-0000-0000-0000-000000000000: not supported");
@@ -90,11 +92,11 @@ TEST(ShapeLodV8, everyPrefixIsAnError) {
   full.hsv = true;
   full.color_ranges = {{0, 0, 2}, {0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
   full.colors = {{0, 1, 2, 3}, {1, 1, 1, 0}, {1, 1, 1, 1}, {1, 1, 1, 0}};
-  const Bytes header = test::shapeHeader(0, 1, 0, 0, {0, 4}, ByteOrder::Little);
-  const Bytes records = floats(kNormalsAndPositions, ByteOrder::Little);
-  const Bytes bodies[] = {lossyBody(full), losslessBody(header, records, false),
-                          losslessBody(header, records, true)};
-  for (const Bytes& body : bodies) {
+  const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, {0, 4}, pieces::ByteOrder::Little);
+  const ByteBuilder records = floats(kNormalsAndPositions, pieces::ByteOrder::Little);
+  const ByteBuilder bodies[] = {lossyBody(full), losslessBody(header, records, false),
+                                losslessBody(header, records, true)};
+  for (const ByteBuilder& body : bodies) {
     test::forEachPrefix(body, [](ByteReader in, bool whole) {
       EXPECT_EQ(decodeShapeLodV8(in, test::kTriStripSet).has_value(), whole);
     });
@@ -105,17 +107,17 @@ TEST(ShapeLodV8, bytesBehindTheDataAreIgnored) { EXPECT_EQ(errorOf(lossyBody(qua
 
 TEST(ShapeLodV8, bindingsAreChecked) {
   const auto header = [](std::uint32_t normal) {
-    return errorOf(Bytes().i16(1).i32(0).i32(0).i16(1).i16(1).u8(normal).u8(0).u8(0).i32(0));
+    return errorOf(ByteBuilder().i16(1).i32(0).i32(0).i16(1).i16(1).u8(normal).u8(0).u8(0).i32(0));
   };
   EXPECT_THAT(header(4), HasSubstr("normal binding"));
   EXPECT_THAT(header(3), HasSubstr("primitive list"));  // nothing wrong up to there
 }
 
 TEST(ShapeLodV8, otherVersionNumbersOfTheLayersAreReadLikeOurs) {
-  Bytes body(ByteOrder::Little);
+  ByteBuilder body(pieces::ByteOrder::Little);
   body.i16(2).i32(0).i32(0).i16(3).i16(2).i32(0).u8(0).u8(0).u8(0);  // … no attributes, lossless
   body.bytes(nullPacket(Values{0, 2}));
-  body.i32(24).i32(-24).bytes(floats({1, 2, 3, 4, 5, 6}, ByteOrder::Little));
+  body.i32(24).i32(-24).bytes(floats({1, 2, 3, 4, 5, 6}, pieces::ByteOrder::Little));
   EXPECT_THAT(decode(body, test::kPolylineSet).positions, ElementsAre(1, 2, 3, 4, 5, 6));
 }
 
@@ -135,10 +137,10 @@ TEST(ShapeLodV8, primitiveListAscendsFrom0) {
 }
 
 TEST(ShapeLodV8, countsOfVerticesAreThoseOfThePackets) {
-  const Bytes head = test::shapeHeader(20, 0, 0, 0, {0, 4}, ByteOrder::Little);
+  const ByteBuilder head = pieces::shapeHeader(20, 0, 0, 0, {0, 4}, pieces::ByteOrder::Little);
   const auto error = [&](std::int64_t count) {
-    Bytes body = head;
-    test::addRanges(body, quad().ranges);
+    ByteBuilder body = head;
+    pieces::addRanges(body, quad().ranges);
     return errorOf(body.i32(count).bytes(nullPacket(Values{0, 1, 2})));
   };
   EXPECT_THAT(error(-1), HasSubstr("vertex count"));
@@ -188,18 +190,18 @@ TEST(ShapeLodV8, errorsNameTheKindAndThePlace) {
   LossyShape shape = quad();
   shape.indices = {0, 1, 2, 4};
   const auto decoded =
-      decodeShapeLodV8(ByteReader(lossyBody(shape).data(), ByteOrder::Little, 1000), test::kPolygonSet);
+      decodeShapeLodV8(ByteReader(lossyBody(shape).view(), ByteOrder::Little, 1000), test::kPolygonSet);
   ASSERT_FALSE(decoded.has_value());
   EXPECT_EQ(decoded.error().element, "polygon set");
   EXPECT_GT(decoded.error().offset, 1000U);
 
   // The same through a whole segment: the kind is named once.
-  Bytes element;
+  ByteBuilder element;
   element.i32(17 + 2).i32(0x10dd109f).i16(0x2ac8).i16(0x11d1);
   for (const std::uint32_t byte : test::kPolygonSet.d) element.u8(byte);
   element.u8(4).i16(7);  // base type, a version that does not exist
   Segment segment;
-  segment.data = element.data();
+  segment.data = element.result();
   const auto whole = decodeShapeLod(segment, {8, 1}, ByteOrder::Little);
   ASSERT_FALSE(whole.has_value());
   EXPECT_EQ(whole.error().textInSegment().rfind("polygon set: "), 0U) << whole.error().text();

@@ -3,18 +3,18 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/jttk/codec/v8/arithmetic_encoder.h"
-#include "tests/jttk/codec/v8/shape_writer.h"
+#include "samples/maker/entropy.h"
+#include "samples/maker/pieces/shapes_v8.h"
 
 namespace {
 
-using namespace jttk::test;  // NOLINT: everything here is about these writers
+using namespace loftbay::maker::pieces;  // NOLINT: everything here is about these writers
 
-bool write(const std::filesystem::path& file, std::uint32_t first, const Bytes& bytes) {
-  Bytes whole;
+bool write(const std::filesystem::path& file, std::uint32_t first, const ByteBuilder& bytes) {
+  ByteBuilder whole;
   whole.u8(first).bytes(bytes);
   std::ofstream stream(file, std::ios::binary);
-  stream.write(reinterpret_cast<const char*>(whole.data().data()),
+  stream.write(reinterpret_cast<const char*>(whole.view().data()),
                static_cast<std::streamsize>(whole.size()));
   return stream.good();
 }
@@ -24,14 +24,15 @@ bool writePackets(const std::filesystem::path& folder) {
   const std::vector<std::vector<Entry>> two = {{{0, 1, 7, 0}, {1, 1, 9, 1}},
                                                {{1, 1, 0, 1}, {kEscape, 2, 0, 0}, {0, 1, 0, 0}}};
   return write(folder / "null", 0, nullPacket(Values{1, -2, 3})) &&
-         write(folder / "null_big_endian", 1, nullPacket(Values{1, -2, 3}, jttk::ByteOrder::Big)) &&
+         write(folder / "null_big_endian", 1, nullPacket(Values{1, -2, 3}, ByteOrder::Big)) &&
          write(folder / "bit_length", 0,
-               bitLengthPacket(Bits("0 110 01 0 10 1110 011111 101 1000 1001 1111110 10000000"), 7)) &&
+               bitLengthPacket(BitBuilder("0 110 01 0 10 1110 011111 101 1000 1001 1111110 10000000"), 7)) &&
          write(folder / "huffman", 0,
-               symbolPacket(2, one, Values{123456, -654321}, Bits("11 10 01 00 10 11"), 6)) &&
-         write(folder / "arithmetic", 0, symbolPacket(3, one, Values{123456}, Bits("00 01 10 11"), 4)) &&
+               symbolPacket(2, one, Values{123456, -654321}, BitBuilder("11 10 01 00 10 11"), 6)) &&
+         write(folder / "arithmetic", 0,
+               symbolPacket(3, one, Values{123456}, BitBuilder("00 01 10 11"), 4)) &&
          write(folder / "arithmetic_two_tables", 0,
-               symbolPacket(3, two, Values{}, Bits("0 1 00 10 11 0"), 6, 7));
+               symbolPacket(3, two, Values{}, BitBuilder("0 1 00 10 11 0"), 6, 7));
 }
 
 bool writeShapes(const std::filesystem::path& folder) {
@@ -49,11 +50,11 @@ bool writeShapes(const std::filesystem::path& folder) {
   LossyShape points = quad();
   points.normal_binding = 0;
   points.starts = {};
-  Bytes lossless = shapeHeader(0, 0, 0, 0, {0, 3}, jttk::ByteOrder::Little);
+  ByteBuilder lossless = shapeHeader(0, 0, 0, 0, {0, 3}, ByteOrder::Little);
   lossless.i32(36).i32(-36);
   for (int i = 0; i < 9; ++i) lossless.f32(static_cast<float>(i));
   return write(folder / "strip", 0, lossyBody(quad())) &&
-         write(folder / "strip_big_endian", 1, lossyBody(quad(), jttk::ByteOrder::Big)) &&
+         write(folder / "strip_big_endian", 1, lossyBody(quad(), ByteOrder::Big)) &&
          write(folder / "strip_all_attributes", 0, lossyBody(full)) &&
          write(folder / "strip_facet_normals", 0, lossyBody(facets)) &&
          write(folder / "strip_lossless", 0, lossless) && write(folder / "polyline", 2, lossyBody(quad())) &&

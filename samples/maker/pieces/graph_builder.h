@@ -1,5 +1,5 @@
-// Writes scene graph segments and whole files with them, for tests and fuzzing seeds: any version from 8.0 to
-// 10.x, both byte orders, every element as the format lays it out.
+// Writes scene graph segments and whole files with them, element by element: any version from 8.0 to 10.x,
+// both byte orders. Nothing checks that they make sense together.
 //
 //   GraphBuilder graph("9.5");
 //   graph.partition(0, {1}).name("machine.asm;0;0:");
@@ -9,7 +9,6 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -18,37 +17,12 @@
 #include <utility>
 #include <vector>
 
-#include "jttk/file/byte_reader.h"
-#include "tests/jttk/support/jt_bytes.h"
+#include "samples/maker/elements.h"
+#include "samples/maker/pieces/bytes.h"
 
-namespace jttk::testing {
+namespace loftbay::maker::pieces {
 
-// Bytes in either order.
-class OrderedBytes {
- public:
-  explicit OrderedBytes(ByteOrder order) : order_(order) {}
-  OrderedBytes& u8(std::uint64_t v) { return put(v, 1); }
-  OrderedBytes& u16(std::uint64_t v) { return put(v, 2); }
-  OrderedBytes& u32(std::uint64_t v) { return put(v, 4); }
-  OrderedBytes& u64(std::uint64_t v) { return put(v, 8); }
-  OrderedBytes& i32(std::int32_t v) { return put(static_cast<std::uint32_t>(v), 4); }
-  OrderedBytes& f32(float v) { return u32(std::bit_cast<std::uint32_t>(v)); }
-  OrderedBytes& f64(double v) { return u64(std::bit_cast<std::uint64_t>(v)); }
-  OrderedBytes& guid(const Guid& id);
-  OrderedBytes& mbString(std::string_view ascii);
-  OrderedBytes& bytes(const Bytes& v) {
-    bytes_.insert(bytes_.end(), v.begin(), v.end());
-    return *this;
-  }
-  [[nodiscard]] const Bytes& result() const { return bytes_; }
-
- private:
-  OrderedBytes& put(std::uint64_t v, int count);
-  ByteOrder order_;
-  Bytes bytes_;
-};
-
-using Ids = std::vector<std::int32_t>;
+using maker::Ids;
 
 class GraphBuilder {
  public:
@@ -60,7 +34,7 @@ class GraphBuilder {
     NodeSettings(GraphBuilder& graph, std::int32_t id) : graph_(graph), id_(id) {}
     NodeSettings& name(std::string_view text) { return property("JT_PROP_NAME", text); }
     NodeSettings& property(std::string_view key, std::string_view value);
-    NodeSettings& lateLoaded(std::string_view key, const Guid& segment, std::int32_t type);
+    NodeSettings& lateLoaded(std::string_view key, const GuidValue& segment, std::int32_t type);
     NodeSettings& attributes(Ids ids);
     NodeSettings& flags(std::uint32_t flags);
 
@@ -81,16 +55,16 @@ class GraphBuilder {
   NodeSettings triStrips(std::int32_t id);
   // A shape node of another kind, with a segment of its own that holds `geometry`. `tail`: what follows the
   // base shape in the node.
-  NodeSettings shapeNode(std::int32_t id, const Guid& kind, const Bytes& tail, const Bytes& geometry);
+  NodeSettings shapeNode(std::int32_t id, const GuidValue& kind, const Bytes& tail, const Bytes& geometry);
   // The same without geometry.
   NodeSettings emptyTriStrips(std::int32_t id);
   // The same, and its counts are 0.
   NodeSettings triStripsOfNothing(std::int32_t id);
   NodeSettings nullShape(std::int32_t id);
   // Nodes of an unknown kind, with the base type of a group, of a shape.
-  NodeSettings unknownGroup(std::int32_t id, const Guid& kind, Ids children);
-  NodeSettings unknownShape(std::int32_t id, const Guid& kind);
-  NodeSettings element(std::int32_t id, const Guid& kind, Bytes body);
+  NodeSettings unknownGroup(std::int32_t id, const GuidValue& kind, Ids children);
+  NodeSettings unknownShape(std::int32_t id, const GuidValue& kind);
+  NodeSettings element(std::int32_t id, const GuidValue& kind, Bytes body);
 
   // For the attributes from here on (10.x): the version of the base attribute, and whether a palette index
   // follows.
@@ -101,7 +75,7 @@ class GraphBuilder {
   // The property table lists every node once for each of its properties.
   void splitPropertyTable() { split_table_ = true; }
   // Every late loaded atom is followed by another one with the same id, which names this segment.
-  void rivalAtoms(const Guid& segment) { rival_ = segment; }
+  void rivalAtoms(const GuidValue& segment) { rival_ = segment; }
 
   // This many bytes without a meaning follow the elements of transforms from here on.
   void bytesBehindTransforms(std::size_t count) { behind_transforms_ = count; }
@@ -126,15 +100,15 @@ class GraphBuilder {
   // A whole file: the scene graph, stored plainly, and the segments of the shapes.
   [[nodiscard]] Bytes file() const;
   // The segment that a shape of triStrips is in.
-  [[nodiscard]] Guid shapeSegment(std::int32_t id) const;
+  [[nodiscard]] GuidValue shapeSegment(std::int32_t id) const;
   // A segment of type 17, stored plainly.
-  void exactGeometry(const Guid& segment, const Bytes& data) { lateSegment(segment, 17, data); }
+  void exactGeometry(const GuidValue& segment, const Bytes& data) { lateSegment(segment, 17, data); }
   // A segment of a type that starts with a compression prefix, stored plainly.
-  void lateSegment(const Guid& segment, std::uint32_t type, const Bytes& data) {
+  void lateSegment(const GuidValue& segment, std::uint32_t type, const Bytes& data) {
     late_[segment] = {type, data};
   }
   // A segment of such a type with any packed data (a zlib stream).
-  void packedSegment(const Guid& segment, std::uint32_t type, const Bytes& packed) {
+  void packedSegment(const GuidValue& segment, std::uint32_t type, const Bytes& packed) {
     late_[segment] = {type, packed};
     packed_.insert(segment);
   }
@@ -148,7 +122,7 @@ class GraphBuilder {
  private:
   struct Listed {
     std::int32_t id = 0;
-    Guid kind;
+    GuidValue kind;
     std::uint8_t base_type = 0;
     bool is_node = true;
     std::uint32_t flags = 0;
@@ -158,20 +132,19 @@ class GraphBuilder {
   struct Property {
     std::string key;
     std::string text;
-    Guid segment;
+    GuidValue segment;
     std::int32_t segment_type = -1;  // -1: text
   };
 
-  NodeSettings add(std::int32_t id, const Guid& kind, std::uint8_t base_type, const Bytes& body);
-  void version(OrderedBytes& out, std::uint32_t number = 1) const;
+  NodeSettings add(std::int32_t id, const GuidValue& kind, std::uint8_t base_type, const Bytes& body);
+  void version(ByteBuilder& out, std::uint32_t number = 1) const;
   [[nodiscard]] Bytes groupBody(const Ids& children) const;
   [[nodiscard]] Bytes shapeBody(bool counts = true) const;
-  void beginAttribute(OrderedBytes& out, std::uint8_t state, std::uint32_t inhibited,
+  void beginAttribute(ByteBuilder& out, std::uint8_t state, std::uint32_t inhibited,
                       std::uint32_t final_fields) const;
-  void addAttribute(std::int32_t id, const Guid& kind, const Bytes& body);
-  void writeElement(OrderedBytes& out, const Listed& element) const;
-  void writeAtoms(OrderedBytes& atoms, OrderedBytes& table) const;
-  void endOfElements(OrderedBytes& out) const;
+  void addAttribute(std::int32_t id, const GuidValue& kind, const Bytes& body);
+  void writeElement(ByteBuilder& out, const Listed& element) const;
+  void writeAtoms(ByteBuilder& atoms, ByteBuilder& table) const;
 
   std::string version_;
   int major_;
@@ -179,16 +152,16 @@ class GraphBuilder {
   std::vector<Listed> elements_;
   std::map<std::int32_t, std::vector<Property>> properties_;
   std::map<std::int32_t, Bytes> shapes_;
-  std::map<Guid, std::pair<std::uint32_t, Bytes>> late_;  // type and data
+  std::map<GuidValue, std::pair<std::uint32_t, Bytes>> late_;  // type and data
   Bytes geometry_;
   std::array<float, 6> shape_box_ = {0, 0, 0.5F, 3, 6, 9.5F};
   std::uint32_t base_attribute_version_ = 1;
   bool palette_index_ = false;
   std::size_t behind_transforms_ = 0;
   bool split_table_ = false;
-  Guid rival_;
-  std::set<Guid> packed_;
+  GuidValue rival_;
+  std::set<GuidValue> packed_;
   bool packs_graph_ = false;
 };
 
-}  // namespace jttk::testing
+}  // namespace loftbay::maker::pieces

@@ -1,23 +1,28 @@
-#include "tests/jttk/support/limit_bombs.h"
+#include "samples/maker/pieces/limit_bombs.h"
 
 #include <algorithm>
 #include <numeric>
 
-#include "jttk/codec/lookup2.h"
-#include "tests/jttk/brep/models.h"
-#include "tests/jttk/codec/v8/arithmetic_encoder.h"
-#include "tests/jttk/codec/v8/shape_writer.h"
-#include "tests/jttk/support/jt_shapes.h"
+#include "samples/maker/entropy.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/hash.h"
+#include "samples/maker/pieces/shapes.h"
+#include "samples/maker/pieces/shapes_v8.h"
+#include "samples/maker/xt_brep.h"
+#include "samples/maker/xt_model.h"
 
-namespace jttk::testing {
+namespace loftbay::maker::pieces {
 
 namespace {
 
 constexpr std::uint32_t kExactType = 17;
 constexpr const char* kExactKey = "JT_LLPROP_XTBREP";
-constexpr Guid kExactSegment{7, 1, 2, {}};
+constexpr GuidValue kExactSegment{7, 1, 2, {}};
 
 std::int32_t number(std::size_t i) { return static_cast<std::int32_t>(i); }
+
+// The data of a segment of exact geometry.
+Bytes segmentOf(const XtModel& model) { return bytesOf(xtBrepSegment(model.stream(), {})); }
 
 // Zeros, as a zlib stream; without its end it fails.
 Bytes packedZeroBytes(std::size_t count, bool fails) {
@@ -42,15 +47,16 @@ constexpr std::size_t kFiller = 7'900;
 constexpr float kHalf = 1;  // of the box that scattered coordinates fill
 
 // A JT 8.x packet of values that are 0 but for the first four.
-jttk::test::Bytes fewValuesPacket(const std::vector<std::int32_t>& values) {
+ByteBuilder fewValuesPacket(const std::vector<std::int32_t>& values) {
   constexpr std::uint32_t kZeros = 8000;
-  jttk::test::ArithmeticEncoder encoder;
+  ArithmeticEncoder encoder;
   for (std::size_t i = 0; i < values.size(); ++i) {
-    i < 4 ? encoder.encode(kZeros, kZeros + 1, kZeros + 1) : encoder.encode(0, kZeros, kZeros + 1);
+    i < 4 ? encoder.encode(kZeros, 1, kZeros + 1) : encoder.encode(0, kZeros, kZeros + 1);
   }
+  encoder.end();
   const std::vector<std::int32_t> first(values.begin(), values.begin() + 4);
-  return jttk::test::symbolPacket(3, {{{0, kZeros, values[4]}, {jttk::test::kEscape, 1, 0}}}, first,
-                                  encoder.finish(), values.size());
+  return symbolPacket(3, {{{0, kZeros, values[4]}, {kEscape, 1, 0}}}, first, BitBuilder(encoder.bits()),
+                      values.size());
 }
 
 // The shape in a part, and a sound part behind it.
@@ -70,7 +76,7 @@ GraphBuilder partWith(const std::string& version, const Bytes& shape, const Byte
 
 }  // namespace
 
-GraphBuilder shapeOf(const std::string& version, const TopologySymbols& symbols, std::uint32_t vertices) {
+GraphBuilder shapeOf(const std::string& version, const Topology& symbols, std::uint32_t vertices) {
   const PacketForm form = version[0] == '9' ? PacketForm::V9 : PacketForm::V10;
   ByteBuilder out;
   out.bytes(topologyBytes(symbols, form)).u64(0x2).u8(32).u8(0).u8(8).u8(8);
@@ -79,15 +85,15 @@ GraphBuilder shapeOf(const std::string& version, const TopologySymbols& symbols,
   std::uint32_t hash = 0;
   for (const std::uint32_t step : kSteps) {
     const std::vector<std::int32_t> codes = scattered(vertices, step);
-    out.bytes(packetOf(lag1Residuals(codes), form));
-    hash = hash32(std::span<const std::int32_t>(codes), hash);
+    addPacket(out, codes, Predictor::Lag1, form);
+    hash = hashWords(codes, hash);
   }
   out.u32(hash).bytes(Bytes(kFiller));
-  return partWith(version, shapeElement(kTriStripSetId, form, out.result()));
+  return partWith(version, shapeElement(guids::kTriStripLod, form, out.result()));
 }
 
 GraphBuilder tetrahedra(const std::string& version, std::uint32_t count) {
-  TopologySymbols symbols;
+  Topology symbols;
   symbols.degrees[1].assign(count, 3);
   symbols.degrees[0].assign(3 * std::size_t{count}, 3);
   symbols.valences.assign(4 * std::size_t{count}, 3);
@@ -96,7 +102,7 @@ GraphBuilder tetrahedra(const std::string& version, std::uint32_t count) {
 }
 
 GraphBuilder largePolygons(const std::string& version, std::uint32_t corners, std::uint32_t pairs) {
-  TopologySymbols symbols;
+  Topology symbols;
   symbols.degrees[7].assign(std::size_t{corners} * pairs, 2);
   symbols.valences.assign(2 * std::size_t{pairs}, static_cast<std::int32_t>(corners));
   symbols.groups.assign(2 * std::size_t{pairs}, 0);
@@ -107,15 +113,14 @@ Bytes longStripElement(std::uint32_t corners, bool all_different, std::size_t fi
   std::vector<std::int32_t> indices(corners, 0);
   if (all_different) std::iota(indices.begin(), indices.begin() + 4, 0);
   const std::uint32_t vertices = all_different ? corners : 5;
-  jttk::test::Bytes body =
-      jttk::test::shapeHeader(32, 0, 0, 0, {0, static_cast<std::int32_t>(corners)}, ByteOrder::Little);
-  jttk::test::addRanges(body, {{-kHalf, kHalf, 32}, {-kHalf, kHalf, 32}, {-kHalf, kHalf, 32}});
+  ByteBuilder body = shapeHeader(32, 0, 0, 0, {0, static_cast<std::int32_t>(corners)}, ByteOrder::Little);
+  addRanges(body, {{-kHalf, kHalf, 32}, {-kHalf, kHalf, 32}, {-kHalf, kHalf, 32}});
   body.i32(vertices);
   for (const std::uint32_t step : kSteps)
-    body.bytes(fewValuesPacket(lag1Residuals(scattered(vertices, step & 0x7ffffU))));
+    body.bytes(fewValuesPacket(residuals(scattered(vertices, step & 0x7ffffU), Predictor::Lag1)));
   body.bytes(fewValuesPacket(indices));
   ByteBuilder element;
-  element.guid(kTriStripSetId).u8(4).bytes(body.data()).bytes(Bytes(filler));
+  element.guid(guids::kTriStripLod).u8(4).bytes(body).bytes(Bytes(filler));
   return ByteBuilder().u32(element.size()).bytes(element.result()).result();
 }
 
@@ -151,7 +156,7 @@ GraphBuilder instancesOfInstances() {
 }
 
 GraphBuilder everythingAtOnce() {
-  constexpr Guid kFailingSegment{7, 1, 3, {}};
+  constexpr GuidValue kFailingSegment{7, 1, 3, {}};
   GraphBuilder graph("8.1");
   graph.partition(0, {1, 2, 3, 5}).name("root");
   graph.part(1, {}).name("exact").lateLoaded(kExactKey, kExactSegment, kExactType);
@@ -195,7 +200,7 @@ GraphBuilder friendOfAll(std::size_t k, std::size_t count) {
 }
 
 Bytes bumpyFaces(int faces) {
-  brep::XtModel model;
+  XtModel model;
   model.asSheet();
   constexpr int kSize = 9;
   constexpr double kStep = 0.01;
@@ -222,7 +227,7 @@ Bytes bumpyFaces(int faces) {
                  {model.straight(d, a), true}}});
   }
   model.finish();
-  return brep::segmentOf(model);
+  return segmentOf(model);
 }
 
 GraphBuilder costlyParts(std::size_t parts, int faces) {
@@ -246,13 +251,13 @@ GraphBuilder costlyParts(std::size_t parts, int faces) {
   return graph;
 }
 
-GraphBuilder exactPart(const brep::XtModel& model) {
+GraphBuilder exactPart(const XtModel& model) {
   GraphBuilder graph;
   graph.partition(0, {1, 2}).name("root");
   graph.part(1, {}).name("exact").lateLoaded(kExactKey, kExactSegment, kExactType);
   graph.part(2, {3}).name("sound");
   graph.triStrips(3);
-  graph.packedSegment(kExactSegment, kExactType, zlibOf(brep::segmentOf(model)));
+  graph.packedSegment(kExactSegment, kExactType, zlibOf(segmentOf(model)));
   graph.pack();
   return graph;
 }
@@ -271,7 +276,7 @@ GraphBuilder facesOfOneEdge(int bends, int faces) {
     knots.push_back(i);
     times.push_back(i == 0 || i == count - 3 ? 4 : 1);
   }
-  brep::XtModel model;
+  XtModel model;
   model.asSheet();
   const auto curve = model.splineCurve(3, 3, false, points, knots, times);
   const auto plane = model.plane({0, 0, 0}, {0, 0, 1}, {1, 0, 0});
@@ -310,4 +315,4 @@ GraphBuilder packedZeros(std::size_t unpacked_bytes) {
   return graph;
 }
 
-}  // namespace jttk::testing
+}  // namespace loftbay::maker::pieces

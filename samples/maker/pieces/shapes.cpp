@@ -1,34 +1,36 @@
-#include "tests/jttk/support/jt_shapes.h"
+#include "samples/maker/pieces/shapes.h"
 
-#include <string>
+#include <bit>
 
-#include "jttk/codec/lookup2.h"
+#include "samples/maker/elements.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/hash.h"
 
-namespace jttk::testing {
+namespace loftbay::maker::pieces {
 namespace {
 
 using Values = std::vector<std::int32_t>;
 
 std::uint32_t hashOf(const std::vector<Values>& arrays) {
   std::uint32_t hash = 0;
-  for (const Values& values : arrays) hash = hash32(std::span<const std::int32_t>(values), hash);
+  for (const Values& values : arrays) hash = hashWords(values, hash);
   return hash;
 }
 
 // Quantised components: packets and their hash.
-void addCodes(ByteBuilder& out, const std::vector<Values>& components, bool lag1, PacketForm form) {
-  for (const Values& codes : components) out.bytes(packetOf(lag1 ? lag1Residuals(codes) : codes, form));
+void addCodes(ByteBuilder& out, const std::vector<Values>& components, Predictor predictor, PacketForm form) {
+  for (const Values& codes : components) addPacket(out, codes, predictor, form);
   out.u32(hashOf(components));
 }
 
 // Float components: JT 10 has the bits in one packet, JT 9 in two, with a hash that is not checked.
-void addFloats(ByteBuilder& out, const std::vector<std::vector<float>>& components, bool lag1,
+void addFloats(ByteBuilder& out, const std::vector<std::vector<float>>& components, Predictor predictor,
                PacketForm form) {
   std::vector<Values> bits(components.size());
   for (std::size_t i = 0; i < components.size(); ++i) {
     for (const float value : components[i]) bits[i].push_back(std::bit_cast<std::int32_t>(value));
   }
-  if (form == PacketForm::V10) return addCodes(out, bits, lag1, form);
+  if (form == PacketForm::V10) return addCodes(out, bits, predictor, form);
   for (const Values& component : bits) {
     Values exponents;
     Values mantissae;
@@ -36,8 +38,8 @@ void addFloats(ByteBuilder& out, const std::vector<std::vector<float>>& componen
       exponents.push_back(static_cast<std::int32_t>(static_cast<std::uint32_t>(value) >> 23));
       mantissae.push_back(value & 0x07ffffff);
     }
-    out.bytes(packetOf(lag1 ? lag1Residuals(exponents) : exponents, form));
-    out.bytes(packetOf(lag1 ? lag1Residuals(mantissae) : mantissae, form));
+    addPacket(out, exponents, predictor, form);
+    addPacket(out, mantissae, predictor, form);
   }
   out.u32(0);
 }
@@ -57,11 +59,11 @@ void addCoordinates(ByteBuilder& out, std::uint32_t count, const ShapeOptions& o
   codes.resize(options.coordinate_components, Values(count, 1));
   if (!options.quantized) {
     for (int i = 0; i < 3; ++i) out.f32(0).f32(0).u8(0);
-    return addFloats(out, floats, true, options.form);
+    return addFloats(out, floats, Predictor::Lag1, options.form);
   }
   // 4 bits: code 15 is the maximum.
   out.f32(0).f32(15).u8(4).f32(0).f32(30).u8(4).f32(0.5F).f32(45.5F).u8(4);
-  addCodes(out, codes, true, options.form);
+  addCodes(out, codes, Predictor::Lag1, options.form);
 }
 
 void addNormals(ByteBuilder& out, std::uint32_t count, const ShapeOptions& options) {
@@ -70,7 +72,7 @@ void addNormals(ByteBuilder& out, std::uint32_t count, const ShapeOptions& optio
     return addFloats(
         out,
         {std::vector<float>(count, 0.0F), std::vector<float>(count, 0.0F), std::vector<float>(count, 1.0F)},
-        false, options.form);
+        Predictor::None, options.form);
   }
   // Sextant 1, theta code 3: theta is 0, so the normal is the axis that sextant 1 makes z.
   const Values sextants(count, 1);
@@ -78,21 +80,23 @@ void addNormals(ByteBuilder& out, std::uint32_t count, const ShapeOptions& optio
   const Values thetas(count, 3);
   const Values psis(count, 0);
   if (options.form == PacketForm::V9)
-    return addCodes(out, {sextants, octants, thetas, psis}, false, options.form);
-  addCodes(out, {Values(count, 1 << 7 | 7 << 4 | 3 << 2)}, false, options.form);
+    return addCodes(out, {sextants, octants, thetas, psis}, Predictor::None, options.form);
+  addCodes(out, {Values(count, 1 << 7 | 7 << 4 | 3 << 2)}, Predictor::None, options.form);
 }
 
 // Hue 0 .. 6 in 8 bits: code 85 is 2, which is green. The others go from 0 to 1.
 void addHsvColors(ByteBuilder& out, std::uint32_t count, PacketForm form) {
   out.u32(count).u8(3).u8(8).u8(1);
   for (int i = 0; i < 4; ++i) out.u8(8);
-  addCodes(out, {Values(count, 85), Values(count, 255), Values(count, 51), Values(count, 0)}, false, form);
+  addCodes(out, {Values(count, 85), Values(count, 255), Values(count, 51), Values(count, 0)}, Predictor::None,
+           form);
 }
 
 void addColors(ByteBuilder& out, std::uint32_t count, PacketForm form) {
   out.u32(count).u8(3).u8(8).u8(0);
   for (int i = 0; i < 4; ++i) out.f32(0).f32(1).u8(1);
-  addCodes(out, {Values(count, 1), Values(count, 0), Values(count, 1), Values(count, 0)}, false, form);
+  addCodes(out, {Values(count, 1), Values(count, 0), Values(count, 1), Values(count, 0)}, Predictor::None,
+           form);
 }
 
 void addTextureCoordinates(ByteBuilder& out, std::uint32_t count, PacketForm form) {
@@ -100,13 +104,13 @@ void addTextureCoordinates(ByteBuilder& out, std::uint32_t count, PacketForm for
   for (std::uint32_t i = 0; i < count; ++i) ramp.push_back(static_cast<std::int32_t>(i));
   out.u32(count).u8(2).u8(8);
   for (int i = 0; i < 2; ++i) out.f32(0).f32(255).u8(8);
-  addCodes(out, {ramp, ramp}, true, form);
+  addCodes(out, {ramp, ramp}, Predictor::Lag1, form);
 }
 
 }  // namespace
 
-TopologySymbols tetrahedronSymbols(std::int32_t mask) {
-  TopologySymbols symbols;
+Topology tetrahedronSymbols(std::int32_t mask) {
+  Topology symbols;
   // The first corner of the first polygon has no known neighbours: context 1. All others see degrees below 6:
   // context 0.
   symbols.degrees[1] = {3};
@@ -118,8 +122,8 @@ TopologySymbols tetrahedronSymbols(std::int32_t mask) {
   return symbols;
 }
 
-TopologySymbols cubeSymbols(std::int32_t mask) {
-  TopologySymbols symbols;
+Topology cubeSymbols(std::int32_t mask) {
+  Topology symbols;
   // Degrees below 4 at quadrangles: context 3; nothing known: context 4.
   symbols.degrees[4] = {3};
   symbols.degrees[3] = {3, 3, 3, 3, 3, 3, 3};
@@ -130,8 +134,8 @@ TopologySymbols cubeSymbols(std::int32_t mask) {
   return symbols;
 }
 
-TopologySymbols triangleSymbols() {
-  TopologySymbols symbols;
+Topology triangleSymbols() {
+  Topology symbols;
   symbols.degrees[1] = {2};
   symbols.degrees[0] = {2, 2};
   symbols.valences = {3, 3};
@@ -141,8 +145,8 @@ TopologySymbols triangleSymbols() {
   return symbols;
 }
 
-TopologySymbols polygonSymbols(std::uint32_t corners) {
-  TopologySymbols symbols;
+Topology polygonSymbols(std::uint32_t corners) {
+  Topology symbols;
   symbols.degrees[7].assign(corners, 2);
   symbols.valences.assign(2, static_cast<std::int32_t>(corners));
   symbols.groups = {0, -1};
@@ -151,8 +155,8 @@ TopologySymbols polygonSymbols(std::uint32_t corners) {
   return symbols;
 }
 
-TopologySymbols bowTieSymbols() {
-  TopologySymbols symbols;
+Topology bowTieSymbols() {
+  Topology symbols;
   symbols.degrees[7] = {4, 2, 2, 0, 2, 2};
   symbols.valences = {6, 3, 3};
   symbols.groups = {-1, 0, 0};
@@ -164,22 +168,16 @@ TopologySymbols bowTieSymbols() {
   return symbols;
 }
 
-Bytes topologyBytes(const TopologySymbols& symbols, PacketForm form) {
+Bytes topologyBytes(const Topology& symbols, PacketForm form) {
+  Topology stored = symbols;
+  stored.upper_masks.resize(form == PacketForm::V10 ? 1 : 2);
+  stored.hash = topologyHash(stored);
   ByteBuilder out;
-  for (const auto& degrees : symbols.degrees) out.bytes(packetOf(degrees, form));
-  out.bytes(packetOf(symbols.valences, form)).bytes(packetOf(symbols.groups, form));
-  out.bytes(packetOf(lag1Residuals(symbols.flags), form));
-  for (const auto& masks : symbols.masks) out.bytes(packetOf(masks, form));
-  out.bytes(packetOf(symbols.upper_masks, form));
-  if (form == PacketForm::V9) out.bytes(packetOf(symbols.top_masks, form));
-  out.u32(static_cast<std::uint32_t>(symbols.wide_mask_words.size()));
-  for (const std::uint32_t word : symbols.wide_mask_words) out.u32(word);
-  out.bytes(packetOf(lag1Residuals(symbols.split_offsets), form))
-      .bytes(packetOf(symbols.split_positions, form));
-  return out.u32(topologyHash(symbols, form)).result();
+  writeTopologyStreams(out.writer(), stored, optionsOf(form));
+  return out.result();
 }
 
-Bytes topologicalRepData(const TopologySymbols& symbols, std::uint32_t vertices, std::uint32_t records,
+Bytes topologicalRepData(const Topology& symbols, std::uint32_t vertices, std::uint32_t records,
                          const ShapeOptions& options) {
   ByteBuilder out;
   out.bytes(topologyBytes(symbols, options.form)).u64(options.bindings);
@@ -215,44 +213,22 @@ Bytes polylineRepData(PacketForm form) {
   return out.result();
 }
 
-Bytes shapeElement(const Guid& kind, PacketForm form, const Bytes& rep_data) {
-  ByteBuilder body;
-  body.guid(kind).u8(4).u32(1);
-  if (form == PacketForm::V9) {
-    body.u16(1).u16(1).u64(0x0a).u16(1).u32(1).u16(1).bytes(rep_data).u16(1);
-  } else {
-    ByteBuilder inner;
-    inner.guid({0xf830a5ad, 0xbe4c, 0x4fbc, {0x9b, 0x5f, 0xb9, 0x26, 0x92, 0x78, 0xd2, 0xe1}}).u8(9).u32(2);
-    inner.u8(1).u32(1).u8(1).bytes(rep_data);
-    body.u8(1).u8(1).u64(0x0a).u32(inner.size()).bytes(inner.result()).u8(1);
-  }
-  return ByteBuilder().u32(body.size()).bytes(body.result()).result();
-}
-
-Bytes container(std::string_view version, const std::vector<ContainerSegment>& segments) {
-  const bool wide = version.starts_with("10");
-  std::string text = "Version " + std::string(version) + " JT";
-  text.resize(79, ' ');
+Bytes shapeElement(const GuidValue& kind, PacketForm form, const Bytes& rep_data) {
+  constexpr unsigned kBaseType = 4;
+  constexpr unsigned kNestedBaseType = 9;
   ByteBuilder out;
-  out.text(text).text("\n").u8(0).u32(0);
-  const std::uint32_t header = 80 + 1 + 4 + (wide ? 8 : 4) + 16;
-  const auto offset = [&](ByteBuilder& to, std::uint32_t value) { wide ? to.u64(value) : to.u32(value); };
-  offset(out, header);
-  out.guid(segments.empty() ? Guid{} : segments.front().id);
-  out.u32(static_cast<std::uint32_t>(segments.size()));
-  std::uint32_t at = header + 4 + static_cast<std::uint32_t>(segments.size()) * (wide ? 32 : 28);
-  for (const ContainerSegment& segment : segments) {
-    const auto length = static_cast<std::uint32_t>(segment.data.size()) + 24;
-    out.guid(segment.id);
-    offset(out, at);
-    out.u32(length).u32(segment.type << 24);
-    at += length;
+  const std::size_t begin = beginElement(out.writer(), kind, kBaseType, 1);
+  if (form == PacketForm::V9) {
+    out.u16(1).u16(1).u64(0x0a).u16(1).u32(1).u16(1).bytes(rep_data).u16(1);
+  } else {
+    out.u8(1).u8(1).u64(0x0a);
+    const std::size_t nested = beginElement(out.writer(), guids::kTopoMesh, kNestedBaseType, 2);
+    out.u8(1).u32(1).u8(1).bytes(rep_data);
+    finishElement(out.writer(), nested);
+    out.u8(1);
   }
-  for (const ContainerSegment& segment : segments) {
-    out.guid(segment.id).u32(segment.type).u32(static_cast<std::uint32_t>(segment.data.size()) + 24);
-    out.bytes(segment.data);
-  }
+  finishElement(out.writer(), begin);
   return out.result();
 }
 
-}  // namespace jttk::testing
+}  // namespace loftbay::maker::pieces

@@ -1,12 +1,14 @@
 // Small files that would need more than any machine has: the limits of a conversion are meant for these.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
-#include "tests/jttk/support/jt_graph.h"
+#include "samples/maker/pieces/graph_builder.h"
 
-namespace jttk::testing {
+namespace loftbay::maker::pieces {
 
 // Thirty levels of assemblies, each with two instances of the next: 2^30 occurrences.
 GraphBuilder instancesOfInstances();
@@ -46,4 +48,4 @@ GraphBuilder facesOfOneEdge(int bends, int faces);
 // The model of costlyParts, as the data of a segment.
 Bytes bumpyFaces(int faces);
 
-}  // namespace jttk::testing
+}  // namespace loftbay::maker::pieces

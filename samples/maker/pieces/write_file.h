@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/jttk/support/jt_bytes.h"
+#include "samples/maker/pieces/bytes.h"
 
-namespace jttk::testing {
+namespace loftbay::maker::pieces {
 
 // With the folders that it lies in.
 inline void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
@@ -15,4 +15,4 @@ inline void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
       .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-}  // namespace jttk::testing
+}  // namespace loftbay::maker::pieces

@@ -1,43 +1,15 @@
-// Writes bodies of JT 8.x shape LOD elements, field by field, for tests and fuzz seeds.
+// Writes bodies of shape LOD elements of 8.x field by field, in packets of plain values.
 #pragma once
 
 #include <cstdint>
-#include <span>
-#include <string>
 #include <vector>
 
-#include "jttk/file/byte_reader.h"
-#include "tests/jttk/codec/v8/packet_writer.h"
+#include "samples/maker/packet.h"
+#include "samples/maker/pieces/packets_v8.h"
 
-namespace jttk::test {
+namespace loftbay::maker::pieces {
 
 using Values = std::vector<std::int32_t>;
-
-constexpr Guid vertexShape(std::uint32_t a) {
-  return {a, 0x2ac8, 0x11d1, {0x9b, 0x6b, 0x00, 0x80, 0xc7, 0xbb, 0x59, 0x97}};
-}
-inline constexpr Guid kTriStripSet = vertexShape(0x10dd10ab);
-inline constexpr Guid kPolylineSet = vertexShape(0x10dd10a1);
-inline constexpr Guid kPolygonSet = vertexShape(0x10dd109f);
-inline constexpr Guid kPointSet = {
-    0x98134716, 0x0011, 0x0818, {0x19, 0x98, 0x08, 0x00, 0x09, 0x83, 0x5d, 0x5a}};
-
-// Residuals to the predictors of 8.x; the first four values are plain.
-inline Values lag1(Values values) {
-  for (std::size_t i = values.size(); i-- > 4;) values[i] -= values[i - 1];
-  return values;
-}
-inline Values stride1(Values values) {
-  for (std::size_t i = values.size(); i-- > 4;) values[i] -= 2 * values[i - 1] - values[i - 2];
-  return values;
-}
-inline Values stripIndex(Values values) {
-  for (std::size_t i = values.size(); i-- > 4;) {
-    const std::int32_t step = values[i - 2] - values[i - 4];
-    values[i] -= values[i - 2] + (step > -8 && step < 8 ? step : 2);
-  }
-  return values;
-}
 
 struct Range {
   float minimum;
@@ -63,31 +35,32 @@ struct LossyShape {
 };
 
 // Everything up to the vertex data.
-inline Bytes shapeHeader(std::uint32_t bits, std::uint32_t normal, std::uint32_t texture, std::uint32_t color,
-                         const Values& starts, ByteOrder order) {
-  Bytes body(order);
+inline ByteBuilder shapeHeader(std::uint32_t bits, std::uint32_t normal, std::uint32_t texture,
+                               std::uint32_t color, const Values& starts, ByteOrder order) {
+  ByteBuilder body(order);
   body.i16(1).i32(normal);                // version, binding attributes
   body.u8(99).u8(99).u8(99).u8(99);       // bits that are not used
   body.i16(1).i16(1);                     // versions of set and representation
   body.u8(normal).u8(texture).u8(color);  // bindings
   body.u8(bits).u8(7).u8(8).u8(4);        // bits
-  return body.bytes(nullPacket(stride1(starts), order));
+  return body.bytes(nullPacket(residuals(starts, Predictor::Stride1), order));
 }
 
-inline void addRanges(Bytes& body, const std::vector<Range>& ranges, bool bits_only = false) {
+inline void addRanges(ByteBuilder& body, const std::vector<Range>& ranges, bool bits_only = false) {
   for (const Range& range : ranges) {
     if (!bits_only) body.f32(range.minimum).f32(range.maximum);
     body.u8(range.bits);
   }
 }
 
-inline void addComponents(Bytes& body, const std::vector<Values>& components) {
+inline void addComponents(ByteBuilder& body, const std::vector<Values>& components) {
   body.i32(static_cast<std::int64_t>(components.front().size()));
-  for (const Values& codes : components) body.bytes(nullPacket(lag1(codes), body.order()));
+  for (const Values& codes : components)
+    body.bytes(nullPacket(residuals(codes, Predictor::Lag1), body.order()));
 }
 
-inline Bytes lossyBody(const LossyShape& shape, ByteOrder order = ByteOrder::Little) {
-  Bytes body =
+inline ByteBuilder lossyBody(const LossyShape& shape, ByteOrder order = ByteOrder::Little) {
+  ByteBuilder body =
       shapeHeader(20, shape.normal_binding, shape.texture_binding, shape.color_binding, shape.starts, order);
   addRanges(body, shape.ranges);
   addComponents(body, shape.coordinates);
@@ -104,7 +77,7 @@ inline Bytes lossyBody(const LossyShape& shape, ByteOrder order = ByteOrder::Lit
     addRanges(body, shape.color_ranges, shape.hsv);
     addComponents(body, shape.colors);
   }
-  return body.bytes(nullPacket(stripIndex(shape.indices), order));
+  return body.bytes(nullPacket(residuals(shape.indices, Predictor::StripIndex), order));
 }
 
 // Two triangles: a strip over four vertices, with normals along the axes.
@@ -119,10 +92,4 @@ inline LossyShape quad() {
   return shape;
 }
 
-struct NamedShape {
-  std::string name;
-  Guid kind;
-  Bytes body;
-};
-
-}  // namespace jttk::test
+}  // namespace loftbay::maker::pieces
