@@ -161,7 +161,7 @@ TEST(DamagedGraph, ElementsThatOverlapTheNextOneAreToldAndTheRestStands) {
   const Bytes whole = graph.segment();
   pieces::ByteBuilder marker;
   marker.u32(0xce357244).u16(0x38fb).u16(0x11d1);  // how the GUID of a part begins
-  const auto first = std::search(whole.begin(), whole.end(), marker.result().begin(), marker.result().end());
+  const auto first = std::search(whole.begin(), whole.end(), marker.view().begin(), marker.view().end());
   ASSERT_NE(first, whole.end());
   const auto length_at = static_cast<std::size_t>(first - whole.begin()) - 4;
   const auto length = std::to_integer<std::uint32_t>(whole[length_at]);  // below 256

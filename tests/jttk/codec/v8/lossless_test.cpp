@@ -50,7 +50,7 @@ TEST(ShapeLodV8Lossless, coordinatesAreComparedWithTheBoxOfTheNode) {
   for (const std::uint8_t byte : test::kTriStripSet.d) element.u8(byte);
   element.u8(0).bytes(body);
   Segment segment;
-  segment.data = element.result();
+  segment.data = element.view();
   const auto note = [&](std::array<float, 6> box) {
     const StatedExtent stated[] = {{box, 0}};
     const auto shape = decodeShapeLod(segment, {8, 1}, ByteOrder::Little, {stated, nullptr});

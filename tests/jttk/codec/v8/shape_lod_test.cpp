@@ -201,7 +201,7 @@ TEST(ShapeLodV8, errorsNameTheKindAndThePlace) {
   for (const std::uint32_t byte : test::kPolygonSet.d) element.u8(byte);
   element.u8(4).i16(7);  // base type, a version that does not exist
   Segment segment;
-  segment.data = element.result();
+  segment.data = element.view();
   const auto whole = decodeShapeLod(segment, {8, 1}, ByteOrder::Little);
   ASSERT_FALSE(whole.has_value());
   EXPECT_EQ(whole.error().textInSegment().rfind("polygon set: "), 0U) << whole.error().text();
