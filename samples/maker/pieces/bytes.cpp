@@ -40,6 +40,12 @@ ByteBuilder& ByteBuilder::text(std::string_view v) {
   return *this;
 }
 
+ByteBuilder& ByteBuilder::mbString(std::string_view latin1) {
+  u32(latin1.size());
+  for (const char c : latin1) u16(static_cast<std::uint8_t>(c));
+  return *this;
+}
+
 Bytes zlibOf(std::span<const std::byte> plain) { return bytesOf(zlibCompressed(octets(plain))); }
 
 Bytes xzOf(std::span<const std::byte> plain, XzCheck check) {

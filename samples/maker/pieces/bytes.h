@@ -77,10 +77,8 @@ class ByteBuilder {
   ByteBuilder& guid(const GuidValue& id) {
     return with([&] { writer_.guid(id); });
   }
-  // I32 count of UTF-16 units, then the units of the UTF-8 text.
-  ByteBuilder& mbString(std::string_view text) {
-    return with([&] { writer_.mbString(text); });
-  }
+  // I32 count of UTF-16 units, then one unit for each character: not UTF-8, but Latin-1.
+  ByteBuilder& mbString(std::string_view latin1);
   // The characters alone.
   ByteBuilder& text(std::string_view v);
   ByteBuilder& bytes(std::span<const std::byte> v) {
@@ -92,8 +90,8 @@ class ByteBuilder {
   // Whole bytes, the most significant bit of each first; zeros at the end.
   ByteBuilder& byteBits(const BitBuilder& bits) { return bytes(bits.asBytes()); }
 
+  // A copy; view() does without, and is good until something is added.
   [[nodiscard]] Bytes result() const { return bytesOf(writer_.bytes()); }
-  // Good until something is added.
   [[nodiscard]] std::span<const std::byte> view() const { return std::as_bytes(std::span(writer_.bytes())); }
   [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(writer_.size()); }
   [[nodiscard]] ByteOrder order() const { return writer_.bigEndian() ? ByteOrder::Big : ByteOrder::Little; }

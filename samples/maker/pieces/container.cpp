@@ -6,7 +6,7 @@ namespace loftbay::maker::pieces {
 
 Bytes container(std::string_view version, const std::vector<ContainerSegment>& segments, ByteOrder order) {
   constexpr std::uint32_t kSegmentHeader = 24;
-  const bool wide = std::stoi(std::string(version)) >= 10;
+  const bool wide = version.starts_with("10");
   std::string text = "Version " + std::string(version) + " JT";
   text.resize(79, ' ');
   ByteBuilder out(order);

@@ -15,7 +15,7 @@ struct ContainerSegment {
   std::uint32_t type = 7;
   Bytes data;  // after the segment's header
 };
-// `version`: "9.5". Offsets are 64-bit from 10 on. The scene graph is the first segment.
+// `version`: "9.5". Offsets are 64-bit in 10.x. The scene graph is the first segment.
 Bytes container(std::string_view version, const std::vector<ContainerSegment>& segments,
                 ByteOrder order = ByteOrder::Little);
 
