@@ -298,9 +298,9 @@ TEST(ShapeLod, aDamagedArrayIsFoundByItsHash) {
 }
 
 TEST(ShapeLod, anErrorHasItsElementAndItsSegment) {
-  const Bytes element = shapeElement(kTriStripSetId, PacketForm::V9, {});
+  const Bytes element = shapeElement(guids::kTriStripLod, PacketForm::V9, {});
   jttk::Segment segment;
-  segment.id = jttk::testing::kSegmentId;
+  segment.id = {1, 2, 3, {}};
   segment.type = jttk::SegmentType::ShapeLod0;
   segment.data = element;
   segment.base_offset = 500;

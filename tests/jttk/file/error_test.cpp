@@ -2,17 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/jttk/support/jt_shapes.h"
-
 namespace {
 
 using jttk::Error;
 using jttk::makeError;
 using jttk::OffsetIn;
 using jttk::SegmentType;
-using jttk::testing::kSegmentId;
 
-const Error::InSegment kShapeSegment{kSegmentId, SegmentType::ShapeLod0};
+constexpr jttk::Guid kShapeId{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+const Error::InSegment kShapeSegment{kShapeId, SegmentType::ShapeLod0};
 
 TEST(Error, SaysWhatAndWhere) {
   EXPECT_EQ(makeError("the stream ends", 12).text(), "the stream ends (at byte 12)");
@@ -28,12 +26,12 @@ TEST(Error, KeepsItsElementAndSegmentAsData) {
   EXPECT_EQ(placed.what, "coordinates: 7 values");
   EXPECT_EQ(placed.element, "scene graph: part node element 3");
   ASSERT_TRUE(placed.segment.has_value());
-  EXPECT_EQ(placed.segment->id, kSegmentId);
+  EXPECT_EQ(placed.segment->id, kShapeId);
   EXPECT_EQ(placed.segment->type, SegmentType::ShapeLod0);
   EXPECT_EQ(placed.offset, 12U);
   EXPECT_EQ(placed.offset_in, OffsetIn::Inflated);
   const std::string inside = "scene graph: part node element 3: coordinates: 7 values";
-  const std::string segment = "segment " + kSegmentId.text() + ": ";
+  const std::string segment = "segment " + kShapeId.text() + ": ";
   EXPECT_EQ(placed.text(), segment + inside + " (at byte 12 of the inflated data)");
   EXPECT_EQ(placed.textInSegment(), inside + " (at byte 12 of the inflated data)");
   EXPECT_EQ(placed.textWithoutOffset(), segment + inside);
@@ -48,7 +46,7 @@ TEST(Error, StaysInTheSegmentThatItWasPutInFirst) {
 TEST(Error, AboutNoByteGetsNoneFromItsSegment) {
   const Error error = makeError("is not listed").ofSegment(kShapeSegment, OffsetIn::Inflated);
   EXPECT_EQ(error.offset_in, OffsetIn::Nothing);
-  EXPECT_EQ(error.text(), "segment " + kSegmentId.text() + ": is not listed");
+  EXPECT_EQ(error.text(), "segment " + kShapeId.text() + ": is not listed");
 }
 
 TEST(Error, IsOverBudgetWhateverIsPutInFront) {

@@ -255,7 +255,7 @@ TEST(DamagedGraph, IsToldByItsSegmentAndByWhatItsOffsetsCountIn) {
   segment.data = bytes;
   for (const bool is_inflated : {false, true}) {
     segment.compression = is_inflated ? jttk::Compression::Zlib : jttk::Compression::Stored;
-    const auto graph = readSceneGraph(segment, {9, 5}, ByteOrder::Little);
+    const auto graph = readSceneGraph(segment, {9, 5}, jttk::ByteOrder::Little);
     ASSERT_TRUE(graph) << graph.error().text();
     ASSERT_FALSE(graph->damage.empty());
     const jttk::Error& error = graph->damage.back().error;
