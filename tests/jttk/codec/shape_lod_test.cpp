@@ -575,7 +575,7 @@ TEST(ShapeLod, textureCoordinatesAndFlagsAreDecodedWhereSomebodyAsks) {
     for (const bool quantized : {false, true}) {
       const ShapeOptions options{form, quantized, 0x25a};
       const Bytes element =
-          shapeElement(kTriStripSetId, form, topologicalRepData(bowTieSymbols(), 5, 5, options));
+          shapeElement(guids::kTriStripLod, form, topologicalRepData(bowTieSymbols(), 5, 5, options));
       const auto asked = decode(element, form);
       const auto plain = decode(element, form, {});
       ASSERT_TRUE(asked.has_value() && plain.has_value());
@@ -598,14 +598,14 @@ TEST(ShapeLod, textureCoordinatesAndFlagsThatNobodyAsksForMayBeDamaged) {
     const Bytes whole = bytesOf(0x25a);
     // The bindings are stored in front: without the extras, the rest is the same bytes up to its end.
     const std::size_t extras_begin = bytesOf(0x1a).size();
-    const auto sound = decode(shapeElement(kTriStripSetId, form, whole), form, {});
+    const auto sound = decode(shapeElement(guids::kTriStripLod, form, whole), form, {});
     ASSERT_TRUE(sound.has_value()) << sound.error().text();
     Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(extras_begin));
     Bytes overwritten = whole;
     std::fill(overwritten.begin() + static_cast<std::ptrdiff_t>(extras_begin), overwritten.end(),
               std::byte{0xff});
     for (const Bytes& damaged : {cut, overwritten}) {
-      const Bytes element = shapeElement(kTriStripSetId, form, damaged);
+      const Bytes element = shapeElement(guids::kTriStripLod, form, damaged);
       const auto plain = decode(element, form, {});
       ASSERT_TRUE(plain.has_value()) << plain.error().text();
       EXPECT_EQ(plain->facts.unread_attributes, "");

@@ -10,11 +10,14 @@
 #include "jttk/interface/shape_type.h"
 #include "jttk/mesh/shape_arrays.h"
 #include "jttk/model/settings.h"
+#include "samples/maker/guids.h"
+#include "samples/maker/pieces/shapes.h"
 #include "tests/jttk/model/loaded.h"
 #include "tests/jttk/support/from_maker.h"
 
 namespace {
 
+namespace pieces = loftbay::maker::pieces;
 using jttk::PrimitiveKind;
 using jttk::ShapeArrays;
 using jttk::ShapeGeometry;
@@ -353,18 +356,17 @@ TEST(Shapes, ArraysThatDoNotExistAreNullAndTheirCountsStay) {
 
 // Damage to them is told only to those who ask.
 TEST(Shapes, TextureCoordinatesAreHandedOutWhereSettingsAskForThem) {
-  jttk::testing::ShapeOptions options;
+  pieces::ShapeOptions options;
   options.bindings = 0x20a;
-  const jttk::testing::Bytes sound =
-      jttk::testing::topologicalRepData(jttk::testing::tetrahedronSymbols(7), 4, 12, options);
-  jttk::testing::Bytes damaged = sound;
+  const pieces::Bytes sound = pieces::topologicalRepData(pieces::tetrahedronSymbols(7), 4, 12, options);
+  pieces::Bytes damaged = sound;
   damaged.resize(damaged.size() - 5);  // of the texture coordinates, which come last
   for (const bool asked : {false, true}) {
-    for (const jttk::testing::Bytes& rep : {sound, damaged}) {
+    for (const pieces::Bytes& rep : {sound, damaged}) {
       jttk::settings().extra_attributes = asked;
       GraphBuilder graph = partOf({2});
       graph.setGeometry(
-          jttk::testing::shapeElement(jttk::testing::kTriStripSetId, jttk::PacketForm::V9, rep));
+          pieces::shapeElement(loftbay::maker::guids::kTriStripLod, pieces::PacketForm::V9, rep));
       graph.triStrips(2);
       const Loaded model(graph);
       JtkShape* shape = shapeOf(model.root(), 0, 0);

@@ -72,10 +72,10 @@ TEST(ShapeLodV8Lossless, textureCoordinatesAndColoursComeFirst) {
 }
 
 TEST(ShapeLodV8Lossless, textureCoordinatesAreLeftOutUnlessAskedFor) {
-  const Bytes header = test::shapeHeader(0, 1, 1, 1, {0, 1}, ByteOrder::Little);
-  const Bytes body =
-      losslessBody(header, floats({1, 2, 0.25F, 0.5F, 0.75F, 0, 0, 1, 7, 8, 9}, ByteOrder::Little), false);
-  const auto shape = decodeShapeLodV8(body.reader(), test::kPolylineSet);
+  const ByteBuilder header = pieces::shapeHeader(0, 1, 1, 1, {0, 1}, pieces::ByteOrder::Little);
+  const ByteBuilder body = losslessBody(
+      header, floats({1, 2, 0.25F, 0.5F, 0.75F, 0, 0, 1, 7, 8, 9}, pieces::ByteOrder::Little), false);
+  const auto shape = decodeShapeLodV8(test::readerOf(body), test::kPolylineSet);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_THAT(shape->texture_coordinates, IsEmpty());
   EXPECT_EQ(shape->facts.unread_attributes, "");
@@ -83,9 +83,10 @@ TEST(ShapeLodV8Lossless, textureCoordinatesAreLeftOutUnlessAskedFor) {
   EXPECT_THAT(shape->normals, ElementsAre(0, 0, 1));
   EXPECT_THAT(shape->positions, ElementsAre(7, 8, 9));
   // Texture coordinates of facets that the records do not have are told only to those who ask.
-  const Bytes per_facet = losslessBody(test::shapeHeader(0, 0, 2, 0, {0, 2}, ByteOrder::Little),
-                                       floats({1, 2, 3, 4, 5, 6}, ByteOrder::Little), false);
-  EXPECT_EQ(decodeShapeLodV8(per_facet.reader(), test::kPolylineSet)->facts.unread_attributes, "");
+  const ByteBuilder per_facet =
+      losslessBody(pieces::shapeHeader(0, 0, 2, 0, {0, 2}, pieces::ByteOrder::Little),
+                   floats({1, 2, 3, 4, 5, 6}, pieces::ByteOrder::Little), false);
+  EXPECT_EQ(decodeShapeLodV8(test::readerOf(per_facet), test::kPolylineSet)->facts.unread_attributes, "");
   EXPECT_NE(decode(per_facet, test::kPolylineSet).facts.unread_attributes, "");
 }
 
