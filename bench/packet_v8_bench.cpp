@@ -9,12 +9,13 @@
 #include <vector>
 
 #include "jttk/codec/v8/packet.h"
-#include "tests/jttk/codec/v8/arithmetic_encoder.h"
-#include "tests/jttk/codec/v8/packet_writer.h"
+#include "samples/maker/entropy.h"
+#include "samples/maker/pieces/packets_v8.h"
 
 namespace {
 
-using namespace jttk::test;  // NOLINT: the writers
+using namespace loftbay::maker::pieces;  // NOLINT: the writers
+using loftbay::maker::ArithmeticEncoder;
 
 constexpr std::size_t kValueCount = 32000;
 constexpr std::size_t kSymbols = 12;
@@ -40,57 +41,59 @@ std::vector<std::vector<Entry>> table() {
 }
 
 // Doubling counts give codes of a chain: ones for each more frequent symbol, then a zero.
-Bytes huffman() {
-  Bits text;
+ByteBuilder huffman() {
+  BitBuilder text;
   for (const std::size_t symbol : symbols())
-    text.add(std::string(kSymbols - 1 - symbol, '1') + (symbol == 0 ? "" : "0"));
+    text.bits(std::string(kSymbols - 1 - symbol, '1') + (symbol == 0 ? "" : "0"));
   return symbolPacket(2, table(), {}, text, kValueCount);
 }
 
-Bytes arithmetic() {
+ByteBuilder arithmetic() {
   ArithmeticEncoder encoder;
   for (const std::size_t symbol : symbols())
-    encoder.encode((1U << symbol) - 1, (2U << symbol) - 1, (1U << kSymbols) - 1);
-  return symbolPacket(3, table(), {}, encoder.finish(), kValueCount);
+    encoder.encode((1U << symbol) - 1, 1U << symbol, (1U << kSymbols) - 1);
+  encoder.finish();
+  return symbolPacket(3, table(), {}, BitBuilder(encoder.bits()), kValueCount);
 }
 
 // Two tables that are alike and take turns.
-Bytes arithmeticTwoTables() {
+ByteBuilder arithmeticTwoTables() {
   std::vector<std::vector<Entry>> tables = {table()[0], table()[0]};
   for (Entry& entry : tables[0]) entry.next = 1;
   ArithmeticEncoder encoder;
   for (const std::size_t symbol : symbols())
-    encoder.encode((1U << symbol) - 1, (2U << symbol) - 1, (1U << kSymbols) - 1);
-  return symbolPacket(3, tables, {}, encoder.finish(), kValueCount, kValueCount);
+    encoder.encode((1U << symbol) - 1, 1U << symbol, (1U << kSymbols) - 1);
+  encoder.finish();
+  return symbolPacket(3, tables, {}, BitBuilder(encoder.bits()), kValueCount, kValueCount);
 }
 
 // Every eighth value changes the width between 12 and 14 bits.
-Bytes bitLength() {
+ByteBuilder bitLength() {
   std::mt19937 random(1);
-  Bits text;
-  unsigned width = 0;
+  BitBuilder text;
+  int width = 0;
   for (std::size_t i = 0; i < kValueCount; ++i) {
     if (i == 0) {
-      text.add("1 1111110");
+      text.bits("1 1111110");
       width = 12;
     } else if (i % 8 == 0) {
-      text.add(width == 12 ? "1 10" : "1 01");
+      text.bits(width == 12 ? "1 10" : "1 01");
       width = width == 12 ? 14 : 12;
     } else {
-      text.add("0");
+      text.bits("0");
     }
-    text.add(random(), width);
+    text.number(random(), width);
   }
   return bitLengthPacket(text, kValueCount);
 }
 
-Bytes null() { return nullPacket(std::vector<std::int32_t>(kValueCount, 5)); }
+ByteBuilder null() { return nullPacket(std::vector<std::int32_t>(kValueCount, 5)); }
 
-void decode(benchmark::State& state, Bytes (*make)()) {
-  const Bytes packet = make();
+void decode(benchmark::State& state, ByteBuilder (*make)()) {
+  const ByteBuilder packet = make();
   std::vector<std::int32_t> values;
   for (auto _ : state) {
-    jttk::ByteReader in = packet.reader();
+    jttk::ByteReader in(packet.view());
     const auto read = jttk::decodePacketV8(in, kValueCount, values);
     if (!read) {
       state.SkipWithError(read.error().text().c_str());
