@@ -27,7 +27,7 @@ namespace {
 constexpr std::uint64_t kWindow = std::uint64_t{1} << 16;
 constexpr std::uint64_t kSmall = kWindow / 4;
 // Whole tuples of up to three floats, whole pages.
-constexpr std::uint64_t kPiece = std::uint64_t{3} << 16;
+constexpr std::uint64_t kLargestPiece = std::uint64_t{3} << 16;
 }  // namespace
 
 Values<std::byte> SceneFile::read(std::uint64_t offset, std::uint64_t size) const {
@@ -77,7 +77,7 @@ std::span<const std::byte> PieceReader::next() {
     held_ = scene_.read(offset, rest);
     return held_;
   }
-  const auto size = static_cast<std::size_t>(std::min(rest, kPiece));
+  const auto size = static_cast<std::size_t>(std::min(rest, kLargestPiece));
   if (!memory_) memory_.reset(new std::byte[size]);
   const std::span<std::byte> bytes(memory_.get(), size);
   std::string reason;
