@@ -1,10 +1,11 @@
-"""`loftbay info --summary` and `--properties`: what they count and how they print it."""
+"""`loftbay info`: what it tells, counts and prints, with `--summary`, `--properties`, `--segment` and without."""
 
 import json
 import os
 import shutil
 import unittest
 
+from cli_case import SAMPLE, CliTest
 from graph_file import GraphFile, guid
 from programs import SOURCE, ProgramTest
 
@@ -241,6 +242,71 @@ class Properties(InfoTest):
             result = self.run_program("info", "--properties", *options, cut)
             self.assertEqual(result.returncode, 1)
             self.assertRegex(result.stderr, rb"cut.jt: segment .*product manufacturing information")
+
+
+class Info(CliTest):
+    def test_tells_version_tree_and_shapes_as_text(self):
+        result = self.run_program("info", SAMPLE)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        self.assertIn(b"9.5", result.stdout)
+        self.assertIn(b"part", result.stdout)
+
+    def test_the_same_as_one_json_document(self):
+        result = self.run_program("info", SAMPLE, "--json")
+        self.assertEqual(result.returncode, 0)
+        document = json.loads(result.stdout)
+        self.assertEqual(document["version"], "9.5")
+        self.assertGreater(sum(document["segments"].values()), 0)
+
+    def test_the_document_holds_container_tree_levels_and_counts(self):
+        document = json.loads(self.run_program("info", SAMPLE, "--json").stdout)
+        self.assertEqual((document["loaded"], document["byte_order"], document["units"]), (True, "little", "millimeters"))
+        self.assertEqual(document["segments"]["scene graph"], 1)
+        self.assertGreater(document["segments"]["shape, level 0"], 0)
+        self.assertIn("zlib", document["compression"])
+        self.assertEqual((document["cannot_be_converted"], document["tree_is_cut"]), ([], False))
+        kinds = {node["kind"] for node in document["tree"]}
+        self.assertEqual(kinds, {"assembly", "part", "instance"})
+        parts = [node for node in document["tree"] if node["kind"] == "part" and not node["listed_before"]]
+        self.assertTrue(any(len(part["levels"]) > 1 for part in parts))
+        for part in parts:
+            for level in part["levels"]:
+                for shape in level:
+                    self.assertEqual(shape["kind"], "tri-strip set")
+                    self.assertGreater(shape["triangles"], 0)
+        # The text tells the same.
+        text = self.run_program("info", SAMPLE).stdout.decode()
+        for word in ("JT 9.5, little-endian, units millimeters", "scene graph (zlib)", "level 0: ", "level 1: ",
+                     "tri-strip set", " triangles"):
+            self.assertIn(word, text)
+
+    def test_what_cannot_be_converted_is_named_with_its_reason(self):
+        with open(SAMPLE, "rb") as file:
+            content = bytearray(file.read())
+        # The segments of shapes: 24 bytes of header, an element's length, then the GUID that says what it is.
+        strips = bytes.fromhex("ab10dd10c82ad1119b6b0080c7bb5997")
+        first = content.find(strips)
+        self.assertGreater(first, 0)
+        content[first] ^= 0xFF
+        model = self.write("damaged.jt", content)
+        result = self.run_program("info", model, "--json")
+        self.assertEqual(result.returncode, 1)
+        losses = json.loads(result.stdout)["cannot_be_converted"]
+        self.assertEqual(len(losses), 2)
+        self.assertIn("are not known", losses[0]["reason"])
+        self.assertIn("level of detail 0 cannot be read; level 1 is shown instead", losses[1]["reason"])
+        text = self.run_program("info", model)
+        self.assertEqual(text.returncode, 1)
+        self.assertIn(b"Cannot be converted:", text.stdout)
+        self.assertIn(losses[0]["part"].encode(), text.stdout)
+        # The conversion names the same, where it is of a level that is converted, and keeps the rest.
+        report = json.loads(self.run_program(model, self.out, "--json").stdout)
+        self.assertGreater(report["counts"]["triangles"], 0)
+
+    def test_a_file_that_cannot_be_read_gives_1_and_a_json_document_all_the_same(self):
+        result = self.run_program("info", self.write("bad.jt", b"nonsense"), "--json")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("error", json.loads(result.stdout))
 
 
 if __name__ == "__main__":

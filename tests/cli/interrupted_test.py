@@ -13,7 +13,8 @@ import subprocess
 import time
 import unittest
 
-from loftbay_cli_test import SAMPLE, CliTest, assembly_file
+from cli_case import SAMPLE, CliTest
+from graph_file import assembly_file
 from programs import LOFTBAY
 from system_calls import name_filter
 

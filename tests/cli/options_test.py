@@ -5,7 +5,7 @@ import shutil
 import subprocess
 import unittest
 
-from loftbay_cli_test import SAMPLE, SURVEY, CliTest
+from cli_case import SAMPLE, SURVEY, CliTest
 from programs import LOFTBAY, SOURCE, ZIX
 
 JOINT = os.path.join(SOURCE, "samples", "flange_joint.jt")

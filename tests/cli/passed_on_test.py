@@ -8,7 +8,7 @@ import subprocess
 import unittest
 
 from graph_file import assembly_file
-from loftbay_cli_test import SAMPLE, SURVEY, CliTest
+from cli_case import SAMPLE, SURVEY, CliTest
 from programs import LOFTBAY, SOURCE
 
 JOINT = os.path.join(SOURCE, "samples", "flange_joint.jt")

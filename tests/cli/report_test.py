@@ -12,7 +12,7 @@ import unittest
 
 import schema
 from graph_file import assembly_file
-from loftbay_cli_test import SAMPLE, SURVEY, CliTest
+from cli_case import SAMPLE, SURVEY, CliTest
 from programs import LOFTBAY, REPORT_SCHEMA
 
 

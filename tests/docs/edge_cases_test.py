@@ -104,7 +104,7 @@ class TheCheckItself(unittest.TestCase):
                      self.GOOD.replace("Bare", "Bear"), self.GOOD.replace("Job.", "Jobs."),
                      self.GOOD.replace("AsAWhole", "AsAW"), self.GOOD.replace("job_test", "notes_test"),
                      "`tests/support/test_main.cpp` `Job.X`",
-                     "`tests/cli/loftbay_cli_test.py` `Usage.test_a_full_disk_is_told_and_leaves_no_unfinished_scene`",
+                     "`tests/cli/convert_test.py` `Usage.test_a_full_disk_is_told_and_leaves_no_unfinished_scene`",
                      self.GOOD + " | `more`"]:
             self.assertEqual(len(problems_of(self.table(cell))), 1, cell)
 
