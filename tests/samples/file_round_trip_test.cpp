@@ -146,12 +146,12 @@ void expectWalks(const Product& product, const Options& options) {
   }
 }
 
-TEST(FileRoundTrip, theEngineIsTheSameInEveryVersion) {
+TEST(FileRoundTrip, TheEngineIsTheSameInEveryVersion) {
   const Product engine = beamEngine();
   for (const auto version : kJtVersions) expectWalks(engine, {.version = version});
 }
 
-TEST(FileRoundTrip, linesAndPointsInEveryVersion) {
+TEST(FileRoundTrip, LinesAndPointsInEveryVersion) {
   const Product hill = survey();
   for (const auto version : kJtVersions) {
     expectWalks(hill, {.version = version});
@@ -159,26 +159,26 @@ TEST(FileRoundTrip, linesAndPointsInEveryVersion) {
   }
 }
 
-TEST(FileRoundTrip, quantisedAndBigEndianFiles) {
+TEST(FileRoundTrip, QuantisedAndBigEndianFiles) {
   const Product engine = beamEngine();
   for (const auto version : {JtVersion::V8_1, JtVersion::V9_5, JtVersion::V10_0}) {
     expectWalks(engine, {.version = version, .big_endian = true, .coordinate_bits = 24, .normal_bits = 10});
   }
 }
 
-TEST(FileRoundTrip, hiddenPartsAreLeftOutInEveryVersion) {
+TEST(FileRoundTrip, HiddenPartsAreLeftOutInEveryVersion) {
   Product engine = beamEngine();
   engine.parts[0].hidden = true;
   engine.parts[2].hidden = true;
   for (const auto version : kJtVersions) expectWalks(engine, {.version = version});
 }
 
-TEST(FileRoundTrip, segmentTypesAndStoredSegmentsMakeNoDifference) {
+TEST(FileRoundTrip, SegmentTypesAndStoredSegmentsMakeNoDifference) {
   const Product engine = beamEngine();
   expectWalks(engine, {.plain_shape_segments = true, .stored_segments = true});
 }
 
-TEST(FileRoundTrip, partsInFilesOfTheirOwn) {
+TEST(FileRoundTrip, PartsInFilesOfTheirOwn) {
   const Product engine = beamEngine();
   for (const auto version : kJtVersions) expectWalks(engine, {.version = version, .external_parts = true});
 }

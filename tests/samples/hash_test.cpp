@@ -8,12 +8,12 @@
 namespace loftbay::maker {
 namespace {
 
-TEST(Hash, nothingWithSeedZeroIsThePublishedValue) {
+TEST(Hash, NothingWithSeedZeroIsThePublishedValue) {
   EXPECT_EQ(hashWords(std::vector<std::uint32_t>{}, 0), 0xbd49d10dU);
   EXPECT_EQ(hashHalves(std::vector<std::int32_t>{}, 0), 0xbd49d10dU);
 }
 
-TEST(Hash, everyWordAndItsPlaceCount) {
+TEST(Hash, EveryWordAndItsPlaceCount) {
   for (std::size_t length = 1; length < 8; ++length) {
     const std::vector<std::int32_t> zeros(length, 0);
     std::vector<std::uint32_t> seen = {hashWords(zeros, 0)};
@@ -27,7 +27,7 @@ TEST(Hash, everyWordAndItsPlaceCount) {
   }
 }
 
-TEST(Hash, pairsOfHalvesAreWordsWithTheFirstHalfBelow) {
+TEST(Hash, PairsOfHalvesAreWordsWithTheFirstHalfBelow) {
   // Six halves are a block of three words; only the number of items differs, and it is added to c.
   const std::vector<std::int32_t> halves = {1, 2, 3, 4, 5, 6, 7};
   auto swapped = halves;
@@ -39,7 +39,7 @@ TEST(Hash, pairsOfHalvesAreWordsWithTheFirstHalfBelow) {
   EXPECT_EQ(hashHalves(halves, 0), hashHalves(large, 0));
 }
 
-TEST(Hash, chainsThroughTheSeedEvenWhenEmpty) {
+TEST(Hash, ChainsThroughTheSeedEvenWhenEmpty) {
   const std::vector<std::int32_t> none;
   EXPECT_NE(hashWords(none, hashWords(none, 0)), hashWords(none, 0));
 }

@@ -120,7 +120,7 @@ void expectNormalsOutward(const ShapeGeometry& g) {
   });
 }
 
-TEST(PrimitiveSets, everyTypeIsAClosedMeshOfItsVolumeAndBox) {
+TEST(PrimitiveSets, EveryTypeIsAClosedMeshOfItsVolumeAndBox) {
   for (const Type type : kTypes) {
     SCOPED_TRACE(static_cast<int>(type));
     const Shape shape = setOf({example(type)});
@@ -147,7 +147,7 @@ TEST(PrimitiveSets, everyTypeIsAClosedMeshOfItsVolumeAndBox) {
 }
 
 // The stated tolerance of round sides: 0.1 percent of the diameter.
-TEST(PrimitiveSets, roundSidesKeepWithinTheirTolerance) {
+TEST(PrimitiveSets, RoundSidesKeepWithinTheirTolerance) {
   PrimitiveSolid ball{Type::Sphere, {0, 0, 0}, {50, 0, 0}};
   const auto decoded = decode(setOf({ball}), {});
   ASSERT_TRUE(decoded) << decoded.error().text();
@@ -168,7 +168,7 @@ TEST(PrimitiveSets, roundSidesKeepWithinTheirTolerance) {
   EXPECT_GT(deepest, 0.0005 * 100);
 }
 
-TEST(PrimitiveSets, everyVersionByteOrderAndCodingGivesTheSameSolids) {
+TEST(PrimitiveSets, EveryVersionByteOrderAndCodingGivesTheSameSolids) {
   for (const auto version : kJtVersions) {
     for (const bool big_endian : {false, true}) {
       for (const std::uint8_t bits : {std::uint8_t{0}, std::uint8_t{20}}) {
@@ -200,7 +200,7 @@ TEST(PrimitiveSets, everyVersionByteOrderAndCodingGivesTheSameSolids) {
   }
 }
 
-TEST(PrimitiveSets, hueSaturationAndValueOfQuantisedColours) {
+TEST(PrimitiveSets, HueSaturationAndValueOfQuantisedColours) {
   Options options{.coordinate_bits = 20, .color_bits = 12};
   options.hsv_colors = true;
   const auto decoded = decode(setOf({example(Type::Box), example(Type::Box)}, true), options);
@@ -210,7 +210,7 @@ TEST(PrimitiveSets, hueSaturationAndValueOfQuantisedColours) {
   EXPECT_NEAR(decoded->colors[2], 0.75F, 2e-3);
 }
 
-TEST(PrimitiveSets, setsOfSeveralTypesAreReadWhereAllOfThemReachTheBox) {
+TEST(PrimitiveSets, SetsOfSeveralTypesAreReadWhereAllOfThemReachTheBox) {
   // A row along x; each type alone reaches one of the sides, so that the box decides how each is read.
   PrimitiveSolid box{Type::Box, {0, 0, 0}, {10, 40, 10}};
   PrimitiveSolid ball{Type::Sphere, {40, 20, 5}, {12, 0, 0}};
@@ -221,7 +221,7 @@ TEST(PrimitiveSets, setsOfSeveralTypesAreReadWhereAllOfThemReachTheBox) {
   EXPECT_EQ(jttk::shapeType(*decoded, jttk::NodeKind::PrimitiveSet), JtkEntity::JtkPRIMITIVESET);
 }
 
-TEST(PrimitiveSets, aSetOfOneTypeIsAnEntityOfThatType) {
+TEST(PrimitiveSets, ASetOfOneTypeIsAnEntityOfThatType) {
   constexpr JtkEntity::TypeID kIds[] = {JtkEntity::JtkBOXSET, JtkEntity::JtkCYLINDERSET,
                                         JtkEntity::JtkPYRAMIDSET, JtkEntity::JtkSPHERESET,
                                         JtkEntity::JtkTRIPRISMSET};
@@ -233,7 +233,7 @@ TEST(PrimitiveSets, aSetOfOneTypeIsAnEntityOfThatType) {
 }
 
 // Part files in every version, through the public interface and as tools describe them.
-TEST(PrimitiveSets, filesWithThemAreWalkedAndDescribed) {
+TEST(PrimitiveSets, FilesWithThemAreWalkedAndDescribed) {
   const fs::path folder = fs::path(testing::TempDir()) / "loftbay_primitive_sets";
   fs::create_directories(folder);
   for (const auto version : kJtVersions) {

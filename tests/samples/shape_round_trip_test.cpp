@@ -62,7 +62,7 @@ std::vector<Shape> shapesOfEveryKind() {
   return shapes;
 }
 
-TEST(TriangleRoundTrip, losslessShapesComeBackBitForBitInEveryVersionAndCodec) {
+TEST(TriangleRoundTrip, LosslessShapesComeBackBitForBitInEveryVersionAndCodec) {
   for (const auto& shape : shapesOfEveryKind()) {
     SCOPED_TRACE(shape.primitiveCount());
     for (const auto version : {JtVersion::V9_0, JtVersion::V9_5, JtVersion::V10_0}) {
@@ -74,7 +74,7 @@ TEST(TriangleRoundTrip, losslessShapesComeBackBitForBitInEveryVersionAndCodec) {
   }
 }
 
-TEST(TriangleRoundTrip, quantisedShapesComeBackAsTheirDequantisedValues) {
+TEST(TriangleRoundTrip, QuantisedShapesComeBackAsTheirDequantisedValues) {
   for (const auto& shape : shapesOfEveryKind()) {
     SCOPED_TRACE(shape.primitiveCount());
     for (const int bits_wanted : {4, 9, 12, 21, 24, 32}) {
@@ -94,7 +94,7 @@ TEST(TriangleRoundTrip, quantisedShapesComeBackAsTheirDequantisedValues) {
   }
 }
 
-TEST(TriangleRoundTrip, coloursTexturePlacesAndFlagsStayWithTheirCorners) {
+TEST(TriangleRoundTrip, ColoursTexturePlacesAndFlagsStayWithTheirCorners) {
   std::mt19937 random(11);
   Shape shape = torus(12, 9);
   scatterRecords(shape, random, true, true, true, true);
@@ -113,7 +113,7 @@ TEST(TriangleRoundTrip, coloursTexturePlacesAndFlagsStayWithTheirCorners) {
 }
 
 // Two bits of hue put red, green and blue on codes, so nothing is rounded.
-TEST(TriangleRoundTrip, coloursAsHueSaturationAndValue) {
+TEST(TriangleRoundTrip, ColoursAsHueSaturationAndValue) {
   std::mt19937 random(17);
   Shape shape = torus(9, 7);
   scatterRecords(shape, random, true, true);
@@ -131,7 +131,7 @@ TEST(TriangleRoundTrip, coloursAsHueSaturationAndValue) {
   }
 }
 
-TEST(TriangleRoundTrip, losslessColoursAndTexturePlacesInEveryVersionAndCodec) {
+TEST(TriangleRoundTrip, LosslessColoursAndTexturePlacesInEveryVersionAndCodec) {
   std::mt19937 random(19);
   Shape shape = doubleCone(12);
   scatterRecords(shape, random, true, true, true);
@@ -150,7 +150,7 @@ TEST(TriangleRoundTrip, losslessColoursAndTexturePlacesInEveryVersionAndCodec) {
   }
 }
 
-TEST(TriangleRoundTrip, bigEndianFilesHoldTheSameShapes) {
+TEST(TriangleRoundTrip, BigEndianFilesHoldTheSameShapes) {
   std::mt19937 random(13);
   Shape shape = doubleCone(70);
   scatterRecords(shape, random, true, true);
@@ -168,14 +168,14 @@ TEST(TriangleRoundTrip, bigEndianFilesHoldTheSameShapes) {
   }
 }
 
-TEST(TriangleRoundTrip, joinedStripsGiveTheSameTriangles) {
+TEST(TriangleRoundTrip, JoinedStripsGiveTheSameTriangles) {
   for (const auto& shape : {openGrid(7, 9), tetrahedra(9), touchingSheets(), doubleCone(11)}) {
     expectRoundTrip(shape, {.version = JtVersion::V8_0, .join_strips = true});
     expectRoundTrip(shape, {.version = JtVersion::V8_1, .coordinate_bits = 24, .join_strips = true});
   }
 }
 
-TEST(TriangleRoundTrip, randomSoupsOfTriangles) {
+TEST(TriangleRoundTrip, RandomSoupsOfTriangles) {
   std::mt19937 random(2024);
   for (int round = 0; round < 400; ++round) {
     SCOPED_TRACE(round);
@@ -193,7 +193,7 @@ TEST(TriangleRoundTrip, randomSoupsOfTriangles) {
 }
 
 // What packs best: a million flat corners with one normal. No limit on sizes may refuse it.
-TEST(TriangleRoundTrip, largeFlatGridsAreNotTakenForHostileInput) {
+TEST(TriangleRoundTrip, LargeFlatGridsAreNotTakenForHostileInput) {
   Shape shape = openGrid(400, 400);
   for (auto& position : shape.positions)
     position = {std::round(position.x / 1.25F), std::round(position.y / 0.7F), 0};
@@ -210,7 +210,7 @@ TEST(TriangleRoundTrip, largeFlatGridsAreNotTakenForHostileInput) {
   }
 }
 
-TEST(PolygonRoundTrip, polygonsOfManyCornersComeBack) {
+TEST(PolygonRoundTrip, PolygonsOfManyCornersComeBack) {
   std::mt19937 random(5);
   for (const std::uint32_t sides : {3U, 4U, 5U, 6U, 17U, 200U}) {
     Shape shape = prism(sides);
@@ -236,7 +236,7 @@ Shape zigzag(ShapeKind kind) {
   return shape;
 }
 
-TEST(LineRoundTrip, linesAndPointsComeBackInEveryVersion) {
+TEST(LineRoundTrip, LinesAndPointsComeBackInEveryVersion) {
   std::mt19937 random(3);
   for (const auto kind : {ShapeKind::Polylines, ShapeKind::Points}) {
     for (const auto version : {JtVersion::V8_0, JtVersion::V8_1, JtVersion::V8_2, JtVersion::V9_0,
@@ -254,7 +254,7 @@ TEST(LineRoundTrip, linesAndPointsComeBackInEveryVersion) {
   }
 }
 
-TEST(LineRoundTrip, theOrderOfLinesAndCornersIsKept) {
+TEST(LineRoundTrip, TheOrderOfLinesAndCornersIsKept) {
   const Shape shape = zigzag(ShapeKind::Polylines);
   const Bytes bytes = shapeSegment(shape, {}, 1);
   const auto decoded = decode(bytes, {});
@@ -266,7 +266,7 @@ TEST(LineRoundTrip, theOrderOfLinesAndCornersIsKept) {
   }
 }
 
-TEST(NormalCodes, theNearestCodeIsWithinAStepOfTheNormal) {
+TEST(NormalCodes, TheNearestCodeIsWithinAStepOfTheNormal) {
   std::mt19937 random(1);
   std::uniform_real_distribution<float> value(-1, 1);
   for (const unsigned bits : {4U, 8U, 13U}) {

@@ -42,7 +42,7 @@ double volume(const Shape& shape) {
   return six / 6;
 }
 
-TEST(Solids, volumesArePositiveAndRight) {
+TEST(Solids, VolumesArePositiveAndRight) {
   EXPECT_NEAR(volume(toShape(box(2, 3, 4))), 24, 1e-6);
   const auto ngon = [](double r, double n) { return n / 2 * r * r * std::sin(2 * std::numbers::pi / n); };
   EXPECT_NEAR(volume(toShape(cylinder(10, 5, 64))), 5 * ngon(10, 64), 0.5);
@@ -54,7 +54,7 @@ TEST(Solids, volumesArePositiveAndRight) {
   EXPECT_NEAR(tube, 10 * ngon(2, 32), 0.1);
 }
 
-TEST(Solids, everyPartOfTheEngineIsClosedAndTurnedOutwardsInEveryLevel) {
+TEST(Solids, EveryPartOfTheEngineIsClosedAndTurnedOutwardsInEveryLevel) {
   const Product engine = beamEngine();
   EXPECT_GE(engine.parts.size(), 20U);
   for (const auto& part : engine.parts) {
@@ -70,7 +70,7 @@ TEST(Solids, everyPartOfTheEngineIsClosedAndTurnedOutwardsInEveryLevel) {
   }
 }
 
-TEST(Solids, normalsPointOutOfTheirFacets) {
+TEST(Solids, NormalsPointOutOfTheirFacets) {
   for (const auto& part : beamEngine().parts) {
     for (const auto& lod : part.lods) {
       for (const auto& source : lod) {
@@ -93,7 +93,7 @@ TEST(Solids, normalsPointOutOfTheirFacets) {
   }
 }
 
-TEST(Solids, edgesSharperThanTheCreaseHaveTwoNormals) {
+TEST(Solids, EdgesSharperThanTheCreaseHaveTwoNormals) {
   const Shape cube = toShape(box(1, 1, 1));
   EXPECT_EQ(cube.positions.size(), 8U);
   EXPECT_EQ(cube.normals.size(), 24U);
@@ -101,7 +101,7 @@ TEST(Solids, edgesSharperThanTheCreaseHaveTwoNormals) {
   EXPECT_EQ(smooth.normals.size(), 8U);
 }
 
-TEST(BenchModels, haveAboutTheTrianglesAskedForAndAreClosed) {
+TEST(BenchModels, HaveAboutTheTrianglesAskedForAndAreClosed) {
   const Shape shape = wavyTorus(20'000, 3);
   EXPECT_NEAR(double(shape.primitiveCount()), 20'000, 400);
   EXPECT_TRUE(isClosed(shape));

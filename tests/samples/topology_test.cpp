@@ -14,7 +14,7 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(Topology, aTriangleAloneHasACoverOnItsBack) {
+TEST(Topology, ATriangleAloneHasACoverOnItsBack) {
   Shape shape;
   shape.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
   shape.corner_positions = {0, 1, 2};
@@ -31,7 +31,7 @@ TEST(Topology, aTriangleAloneHasACoverOnItsBack) {
   EXPECT_EQ(t.covers, 1U);
 }
 
-TEST(Topology, aTetrahedronNeedsFourDegreesAndNothingElse) {
+TEST(Topology, ATetrahedronNeedsFourDegreesAndNothingElse) {
   const Topology t = encodeTopology(tetrahedra(1), false);
   EXPECT_THAT(t.valences, ElementsAre(3, 3, 3, 3));
   EXPECT_THAT(t.degrees[1], ElementsAre(3));
@@ -42,7 +42,7 @@ TEST(Topology, aTetrahedronNeedsFourDegreesAndNothingElse) {
   EXPECT_EQ(t.components, 1U);
 }
 
-TEST(Topology, aTorusCannotBeGrownWithoutASplit) {
+TEST(Topology, ATorusCannotBeGrownWithoutASplit) {
   const Topology t = encodeTopology(torus(8, 6), false);
   EXPECT_FALSE(t.split_offsets.empty());
   EXPECT_EQ(t.split_offsets.size(), t.split_positions.size());
@@ -50,7 +50,7 @@ TEST(Topology, aTorusCannotBeGrownWithoutASplit) {
   EXPECT_EQ(t.vert_positions.size(), 48U);
 }
 
-TEST(Topology, everyComponentAndEveryHoleIsCounted) {
+TEST(Topology, EveryComponentAndEveryHoleIsCounted) {
   EXPECT_EQ(encodeTopology(tetrahedra(7), false).components, 7U);
   EXPECT_EQ(encodeTopology(openGrid(4, 3), false).covers, 1U);
   // Every edge of these sheets has one or two triangles at most on each side; sheets that only touch in a
@@ -59,7 +59,7 @@ TEST(Topology, everyComponentAndEveryHoleIsCounted) {
             encodeTopology(touchingSheets(), false).components);
 }
 
-TEST(Topology, masksOfHighDegreesUseTheWideArrays) {
+TEST(Topology, MasksOfHighDegreesUseTheWideArrays) {
   std::mt19937 random(1);
   const auto coded = [&](std::uint32_t sides, bool version10) {
     Shape shape = doubleCone(sides);
@@ -80,7 +80,7 @@ TEST(Topology, masksOfHighDegreesUseTheWideArrays) {
   EXPECT_EQ(wide.high_degree_masks.size(), 2U * 3U);
 }
 
-TEST(Topology, maskBitsAndAttributesAgreeInNumber) {
+TEST(Topology, MaskBitsAndAttributesAgreeInNumber) {
   std::mt19937 random(2);
   for (int round = 0; round < 50; ++round) {
     Shape shape = triangleSoup(random, 30, 60);

@@ -52,7 +52,7 @@ Product everything() {
   return product;
 }
 
-TEST(Writer, everyVersionHoldsTogether) {
+TEST(Writer, EveryVersionHoldsTogether) {
   for (const auto version : kJtVersions) {
     for (const bool big : {false, true}) {
       for (const bool stored : {false, true}) {
@@ -74,7 +74,7 @@ TEST(Writer, everyVersionHoldsTogether) {
   }
 }
 
-TEST(Verifier, seesDamage) {
+TEST(Verifier, SeesDamage) {
   const Bytes good = writeJtBytes(everything(), {.stored_segments = true});
   ASSERT_THAT(verifyFile(good).problems, IsEmpty());
   std::size_t seen = 0;
@@ -91,14 +91,14 @@ TEST(Verifier, seesDamage) {
   EXPECT_FALSE(verifyFile(std::span(good).first(60)).problems.empty());
 }
 
-TEST(Writer, equalInputGivesEqualBytes) {
+TEST(Writer, EqualInputGivesEqualBytes) {
   for (const auto version : kJtVersions) {
     EXPECT_EQ(writeJtBytes(everything(), {.version = version}),
               writeJtBytes(everything(), {.version = version}));
   }
 }
 
-TEST(Writer, filesWrittenInPiecesEqualThoseInMemory) {
+TEST(Writer, FilesWrittenInPiecesEqualThoseInMemory) {
   const fs::path folder = fs::path(testing::TempDir()) / "loftbay_maker";
   fs::remove_all(folder);
   const Product product = manyParts(60, 50);
@@ -110,7 +110,7 @@ TEST(Writer, filesWrittenInPiecesEqualThoseInMemory) {
   fs::remove_all(folder);
 }
 
-TEST(Writer, exactGeometryHasASegmentPerPart) {
+TEST(Writer, ExactGeometryHasASegmentPerPart) {
   for (const auto version : kJtVersions) {
     for (const bool big : {false, true}) {
       SCOPED_TRACE(Options{.version = version}.versionText());
@@ -124,7 +124,7 @@ TEST(Writer, exactGeometryHasASegmentPerPart) {
   }
 }
 
-TEST(Writer, externalPartsAreFilesInAFolderNamedLikeTheProduct) {
+TEST(Writer, ExternalPartsAreFilesInAFolderNamedLikeTheProduct) {
   const auto files = writeJt(everything(), {.external_parts = true});
   ASSERT_EQ(files.size(), 3U);
   EXPECT_EQ(files[0].name, "everything.jt");
@@ -136,7 +136,7 @@ TEST(Writer, externalPartsAreFilesInAFolderNamedLikeTheProduct) {
   EXPECT_EQ(main.elements.at("10dd103e"), 3U);  // the root and two references
 }
 
-TEST(Writer, externalNamesDifferWithoutRegardToCase) {
+TEST(Writer, ExternalNamesDifferWithoutRegardToCase) {
   Product product;
   product.name = "twins";
   product.parts = {{"Bolt", "", std::nullopt, {}, {}}, {"bolt", "", std::nullopt, {}, {}}};
@@ -151,7 +151,7 @@ TEST(Writer, externalNamesDifferWithoutRegardToCase) {
   EXPECT_EQ(files[2].name, "twins/bolt_2.jt");
 }
 
-TEST(Samples, committedFilesAreWhatTheMakerWrites) {
+TEST(Samples, CommittedFilesAreWhatTheMakerWrites) {
   const char* source = std::getenv("LOFTBAY_SOURCE_DIR");
   if (source == nullptr) GTEST_SKIP() << "LOFTBAY_SOURCE_DIR is not set";
   for (const auto& sample : sampleFiles()) {

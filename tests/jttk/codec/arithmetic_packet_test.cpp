@@ -9,7 +9,7 @@ namespace {
 using namespace jttk::testing;  // NOLINT: everything here is about these packets
 using ::testing::HasSubstr;
 
-TEST(Arithmetic, sharesThatArePowersOfTwoAreAPrefixCode) {
+TEST(Arithmetic, SharesThatArePowersOfTwoAreAPrefixCode) {
   for (const PacketForm form : {PacketForm::V9, PacketForm::V10}) {
     const BitBuilder text = BitBuilder().bits("0 10 11 0 11").bits(kLookAhead);
     const Bytes bytes = ByteBuilder()
@@ -20,7 +20,7 @@ TEST(Arithmetic, sharesThatArePowersOfTwoAreAPrefixCode) {
   }
 }
 
-TEST(Arithmetic, jt10HasOutOfBandValuesOnlyWithAnEscape) {
+TEST(Arithmetic, Jt10HasOutOfBandValuesOnlyWithAnEscape) {
   BitBuilder table;
   table.number(2, 16).number(1, 6).number(1, 7).number(5, 32).bits("0 1 0").bits("0 1 1");
   EXPECT_EQ(
@@ -28,7 +28,7 @@ TEST(Arithmetic, jt10HasOutOfBandValuesOnlyWithAnEscape) {
       (Values{5, 6, 6, 5}));
 }
 
-TEST(Arithmetic, anIntervalRoundTheMiddleIsSpreadOut) {
+TEST(Arithmetic, AnIntervalRoundTheMiddleIsSpreadOut) {
   // A quarter, half, quarter: the middle entry is [1/4, 3/4). Twice the middle is [3/8, 5/8); its last
   // quarter begins at 9/16: bits 1001.
   BitBuilder table;
@@ -37,14 +37,14 @@ TEST(Arithmetic, anIntervalRoundTheMiddleIsSpreadOut) {
   EXPECT_EQ(decode(arithmeticPacket(3, text, table), PacketForm::V10).value(), (Values{1, 1, 2}));
 }
 
-TEST(Arithmetic, oneEntryNeedsNoBits) {
+TEST(Arithmetic, OneEntryNeedsNoBits) {
   BitBuilder table;
   table.number(1, 16).number(3, 6).number(0, 7).number(8, 32).bits("0 111");
   EXPECT_EQ(decode(arithmeticPacket(3, BitBuilder().bits(kLookAhead), table), PacketForm::V10).value(),
             (Values{8, 8, 8}));
 }
 
-TEST(Arithmetic, entriesWithoutOccurrencesAreNeverChosen) {
+TEST(Arithmetic, EntriesWithoutOccurrencesAreNeverChosen) {
   BitBuilder table;
   table.number(4, 16).number(1, 6).number(2, 7).number(0, 32);
   table.bits("0 0 00").bits("0 1 01").bits("0 0 10").bits("0 1 11");
@@ -53,7 +53,7 @@ TEST(Arithmetic, entriesWithoutOccurrencesAreNeverChosen) {
       (Values{1, 3, 3}));
 }
 
-TEST(Arithmetic, outOfBandValuesMustBeUsedExactly) {
+TEST(Arithmetic, OutOfBandValuesMustBeUsedExactly) {
   const BitBuilder text = BitBuilder().bits("0 11").bits(kLookAhead);
   const Bytes packet = arithmeticPacket(2, text, tableOfThree(PacketForm::V9));
   const auto with = [&](const Values& values) {
@@ -64,7 +64,7 @@ TEST(Arithmetic, outOfBandValuesMustBeUsedExactly) {
   EXPECT_THAT(errorOf(with({4, 5}), PacketForm::V9), HasSubstr("left over"));
 }
 
-TEST(Arithmetic, anEmptyTableIsAnError) {
+TEST(Arithmetic, AnEmptyTableIsAnError) {
   BitBuilder table;
   table.number(0, 16).number(1, 6).number(1, 7).number(0, 32);
   EXPECT_THAT(errorOf(arithmeticPacket(1, BitBuilder().bits(kLookAhead), table), PacketForm::V10),

@@ -10,7 +10,7 @@ namespace {
 using namespace jttk::testing;  // NOLINT: everything here is about these packets
 using ::testing::HasSubstr;
 
-TEST(BitReader, takesBitsFromTheTopOfWordsInFileOrder) {
+TEST(BitReader, TakesBitsFromTheTopOfWordsInFileOrder) {
   const Bytes bytes = ByteBuilder().u32(0x80000001).u32(0xf0000000).result();
   jttk::BitReader bits(bytes, jttk::ByteOrder::Little, 64);
   EXPECT_EQ(bits.bits(1), 1U);
@@ -22,7 +22,7 @@ TEST(BitReader, takesBitsFromTheTopOfWordsInFileOrder) {
   EXPECT_TRUE(bits.overread());
 }
 
-TEST(BitReader, signExtends) {
+TEST(BitReader, SignExtends) {
   const Bytes bytes = BitBuilder().bits("101 011 1").asBytes();
   jttk::BitReader bits(bytes, jttk::ByteOrder::Big, 7);
   EXPECT_EQ(bits.signedBits(3), -3);
@@ -35,24 +35,24 @@ Bytes bitLengthPacket(std::uint32_t count, const BitBuilder& bits) {
   return ByteBuilder().u32(count).u8(1).bytes(bits.asCodeText()).result();
 }
 
-TEST(BitLength, fixedWidthInV9) {
+TEST(BitLength, FixedWidthInV9) {
   // Minimum -1 in 2 bits, maximum 6 in 4 bits: 7 takes 3 bits.
   const BitBuilder bits = BitBuilder().bits("0  000010 000100  11 0110  000 111 011");
   EXPECT_EQ(decode(bitLengthPacket(3, bits), PacketForm::V9).value(), (Values{-1, 6, 2}));
 }
 
-TEST(BitLength, fixedWidthInV10) {
+TEST(BitLength, FixedWidthInV10) {
   // Minimum 9 as two nibbles (one would be -7), maximum 17: 8 takes 4 bits.
   const BitBuilder bits = BitBuilder().bits("0  1001 1 0000 0  0001 1 0001 0  0000 1000 0011");
   EXPECT_EQ(decode(bitLengthPacket(3, bits), PacketForm::V10).value(), (Values{9, 17, 12}));
 }
 
-TEST(BitLength, equalValuesTakeNoBits) {
+TEST(BitLength, EqualValuesTakeNoBits) {
   const BitBuilder bits = BitBuilder().bits("0  000100 000100  0101 0101");
   EXPECT_EQ(decode(bitLengthPacket(4, bits), PacketForm::V9).value(), (Values{5, 5, 5, 5}));
 }
 
-TEST(BitLength, variableWidthInV9) {
+TEST(BitLength, VariableWidthInV9) {
   BitBuilder bits;
   // Mean 10; steps of 3 bits, runs of 3 bits. Two values of width 0, two of width 2. Then +3 and +1, the 3
   // saying that one more step follows: one value of width 6.
@@ -61,19 +61,19 @@ TEST(BitLength, variableWidthInV9) {
   EXPECT_EQ(decode(bitLengthPacket(5, bits), PacketForm::V9).value(), (Values{10, 10, 11, 9, 30}));
 }
 
-TEST(BitLength, variableWidthInV10) {
+TEST(BitLength, VariableWidthInV10) {
   // Mean -2 in one nibble; steps and runs of 4 bits. One value of width 3, then -1: two of width 2.
   const BitBuilder bits = BitBuilder().bits("1  1110 0  0011 0001 101  1111 0010 01 10");
   EXPECT_EQ(decode(bitLengthPacket(3, bits), PacketForm::V10).value(), (Values{-5, -1, -4}));
 }
 
-TEST(BitLength, theCodeTextMustBeUsedUpExactly) {
+TEST(BitLength, TheCodeTextMustBeUsedUpExactly) {
   const BitBuilder long_one = BitBuilder().bits("0  000010 000100  11 0110  000 111 011 0");
   EXPECT_THAT(errorOf(bitLengthPacket(3, long_one), PacketForm::V9), HasSubstr("left over"));
   EXPECT_THAT(errorOf(bitLengthPacket(4, long_one), PacketForm::V9), HasSubstr("too short"));
 }
 
-TEST(BitLength, impossibleWidthsAreErrors) {
+TEST(BitLength, ImpossibleWidthsAreErrors) {
   EXPECT_THAT(errorOf(bitLengthPacket(1, BitBuilder().bits("0 111111 000001 0 0")), PacketForm::V9),
               HasSubstr("wider than 32"));
   BitBuilder negative;

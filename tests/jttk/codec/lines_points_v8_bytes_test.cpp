@@ -18,7 +18,7 @@ using loftbay::maker::pieces::Bytes;
 
 const std::vector<Line> kThreePoints = {{{0, 16, -10}, {7, 5, -10}, {255, 32, -10}}};
 
-TEST(LinesAndPointsFromBytes, polylinesOf8Quantised) {
+TEST(LinesAndPointsFromBytes, PolylinesOf8Quantised) {
   const Bytes data = fromHex({
       "aa 00 00 00",                                      // element length
       "a1 10 dd 10 c8 2a d1 11 9b 6b 00 80 c7 bb 59 97",  // polyline set
@@ -73,7 +73,7 @@ TEST(LinesAndPointsFromBytes, polylinesOf8Quantised) {
             (std::vector<Line>{{v[0], v[1], v[2]}, {v[2], v[3]}, {v[3], v[4], v[5]}, {v[5], v[0]}}));
 }
 
-TEST(LinesAndPointsFromBytes, polylinesOf8WithoutLossBigEndianStoredPlainly) {
+TEST(LinesAndPointsFromBytes, PolylinesOf8WithoutLossBigEndianStoredPlainly) {
   const Bytes data = fromHex({
       "00 00 00 7b",                                      // element length
       "10 dd 10 a1 2a c8 11 d1 9b 6b 00 80 c7 bb 59 97",  // polyline set
@@ -114,7 +114,7 @@ TEST(LinesAndPointsFromBytes, polylinesOf8WithoutLossBigEndianStoredPlainly) {
             (std::vector<Line>{{{1, 2, 0}, {3, 2, 0}, {3, 4, 0}}, {{1, 4, -1}, {0.5F, -2, 7}}}));
 }
 
-TEST(LinesAndPointsFromBytes, pointsOf8BigEndianWithoutAPrimitiveList) {
+TEST(LinesAndPointsFromBytes, PointsOf8BigEndianWithoutAPrimitiveList) {
   const Bytes data = fromHex({
       "00 00 00 96",                                      // element length
       "98 13 47 16 00 11 08 18 19 98 08 00 09 83 5d 5a",  // point set

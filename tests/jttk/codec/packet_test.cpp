@@ -13,11 +13,11 @@ using jttk::ByteReader;
 using jttk::Predictor;
 using ::testing::HasSubstr;
 
-TEST(PacketV9, anEmptyPacketIsItsCountAlone) {
+TEST(PacketV9, AnEmptyPacketIsItsCountAlone) {
   EXPECT_EQ(decode(ByteBuilder().u32(0).result(), PacketForm::V9).value(), Values{});
 }
 
-TEST(PacketV9, plainValuesStateTheirSizeInWordsBytesOrBits) {
+TEST(PacketV9, PlainValuesStateTheirSizeInWordsBytesOrBits) {
   for (const std::uint32_t size : {2U, 8U, 64U}) {
     const Bytes bytes = ByteBuilder().u32(2).u8(0).u32(size).i32(-5).i32(70000).result();
     EXPECT_EQ(decode(bytes, PacketForm::V9).value(), (Values{-5, 70000}));
@@ -26,14 +26,14 @@ TEST(PacketV9, plainValuesStateTheirSizeInWordsBytesOrBits) {
               HasSubstr("states a size of 3"));
 }
 
-TEST(PacketV9, aCountAboveTheMaximumIsRefusedBeforeAnythingIsAllocated) {
+TEST(PacketV9, ACountAboveTheMaximumIsRefusedBeforeAnythingIsAllocated) {
   const Bytes lying = ByteBuilder().u32(0x7fffffff).u8(1).u32(0).result();
   EXPECT_EQ(errorOf(lying, PacketForm::V9, 3),
             "values: 2147483647 values in a packet that may hold 3 at most (at byte 0)");
   EXPECT_THAT(errorOf(ByteBuilder().i32(-1).result(), PacketForm::V9), HasSubstr("negative count"));
 }
 
-TEST(PacketV9, thePacketsOfOneReaderShareABudget) {
+TEST(PacketV9, ThePacketsOfOneReaderShareABudget) {
   const Bytes bytes = ByteBuilder()
                           .bytes(packetOf({1, 2, 3}, PacketForm::V9))
                           .bytes(packetOf({1, 2}, PacketForm::V9))
@@ -47,19 +47,19 @@ TEST(PacketV9, thePacketsOfOneReaderShareABudget) {
   EXPECT_THAT(second.error().what, HasSubstr("too many values"));
 }
 
-TEST(PacketV9, nestingHasALimit) {
+TEST(PacketV9, NestingHasALimit) {
   ByteBuilder deep;
   for (int i = 0; i < 100; ++i) deep.u32(1).u8(4).u8(0);
   EXPECT_THAT(errorOf(deep.bytes(packetOf({3}, PacketForm::V9)).result(), PacketForm::V9),
               HasSubstr("too deeply"));
 }
 
-TEST(PacketV9, unknownCodecsAreRefused) {
+TEST(PacketV9, UnknownCodecsAreRefused) {
   EXPECT_THAT(errorOf(ByteBuilder().u32(1).u8(2).u32(0).result(), PacketForm::V9),
               HasSubstr("codec 2 is not known"));
 }
 
-TEST(PacketV9, everyTruncationIsAnError) {
+TEST(PacketV9, EveryTruncationIsAnError) {
   const BitBuilder text = BitBuilder().bits("0 10 11 0").bits(kLookAhead);
   const Bytes arithmetic = ByteBuilder()
                                .bytes(arithmeticPacket(4, text, tableOfThree(PacketForm::V9)))
@@ -80,7 +80,7 @@ TEST(PacketV9, everyTruncationIsAnError) {
 }
 
 // Two million equal values in no bits take what the budget has, or nothing.
-TEST(PacketV9, memoryIsTakenFromTheBudget) {
+TEST(PacketV9, MemoryIsTakenFromTheBudget) {
   const Bytes bytes = ByteBuilder().u32(1U << 21U).u8(1).u32(13).u32(0).result();
   for (const bool enough : {true, false}) {
     jttk::MemoryBudget memory((std::uint64_t{4} << 21U) - (enough ? 0 : 1));

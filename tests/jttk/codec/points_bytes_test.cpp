@@ -21,7 +21,7 @@ using ::testing::ElementsAre;
 
 const std::vector<Line> kPointsRead = {{{0, 16, -10}, {7, 5, -10}, {255, 32, -10}}};
 
-TEST(LinesAndPointsFromBytes, pointsOf90Quantised) {
+TEST(LinesAndPointsFromBytes, PointsOf90Quantised) {
   const Bytes data = fromHex({
       "da 00 00 00",                                      // element length
       "16 47 13 98 11 00 18 08 19 98 08 00 09 83 5d 5a",  // point set
@@ -89,7 +89,7 @@ TEST(LinesAndPointsFromBytes, pointsOf90Quantised) {
   EXPECT_EQ(linesOf(shape), kPointsRead);
 }
 
-TEST(LinesAndPointsFromBytes, pointsOf10WithNormalsAndNoPrimitives) {
+TEST(LinesAndPointsFromBytes, PointsOf10WithNormalsAndNoPrimitives) {
   const Bytes data = fromHex({
       "f3 00 00 00",                                      // element length
       "16 47 13 98 11 00 18 08 19 98 08 00 09 83 5d 5a",  // point set

@@ -18,7 +18,7 @@ using loftbay::maker::pieces::Bytes;
 const std::vector<Line> kTwoLines = {{{1, 2, 0}, {3, 2, 0}, {3, 4, 0}},
                                      {{1, 4, -1}, {0.5F, -2, 7}, {1, 2, 0}}};
 
-TEST(LinesAndPointsFromBytes, polylinesOf95WithoutLoss) {
+TEST(LinesAndPointsFromBytes, PolylinesOf95WithoutLoss) {
   const Bytes data = fromHex({
       "5f 01 00 00",                                      // element length
       "a1 10 dd 10 c8 2a d1 11 9b 6b 00 80 c7 bb 59 97",  // polyline set
@@ -108,7 +108,7 @@ TEST(LinesAndPointsFromBytes, polylinesOf95WithoutLoss) {
   EXPECT_TRUE(shape.corner_records.empty());
 }
 
-TEST(LinesAndPointsFromBytes, polylinesOf95BigEndian) {
+TEST(LinesAndPointsFromBytes, PolylinesOf95BigEndian) {
   const Bytes data = fromHex({
       "00 00 01 5f",                                      // element length
       "10 dd 10 a1 2a c8 11 d1 9b 6b 00 80 c7 bb 59 97",  // polyline set
@@ -198,7 +198,7 @@ TEST(LinesAndPointsFromBytes, polylinesOf95BigEndian) {
   EXPECT_TRUE(shape.corner_records.empty());
 }
 
-TEST(LinesAndPointsFromBytes, polylinesOf10WithoutLoss) {
+TEST(LinesAndPointsFromBytes, PolylinesOf10WithoutLoss) {
   const Bytes data = fromHex({
       "36 01 00 00",                                      // element length
       "a1 10 dd 10 c8 2a d1 11 9b 6b 00 80 c7 bb 59 97",  // polyline set

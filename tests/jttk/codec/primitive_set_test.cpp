@@ -82,7 +82,7 @@ std::string errorOf(const Bytes& bytes, jttk::Version version = k81) {
 
 // ---- Layout.
 
-TEST(PrimitiveSet, oneBoxByteByByte) {
+TEST(PrimitiveSet, OneBoxByteByByte) {
   const Bytes bytes = ByteBuilder()
                           .u16(1)  // version
                           .u32(0)
@@ -115,7 +115,7 @@ TEST(PrimitiveSet, oneBoxByteByByte) {
   EXPECT_FALSE(set->has_colors);
 }
 
-TEST(PrimitiveSet, packedRecordsInEveryVersion) {
+TEST(PrimitiveSet, PackedRecordsInEveryVersion) {
   for (const jttk::Version version : {k81, k95, k100}) {
     const auto set = decode(element(version, {kBox, kBall}), version);
     ASSERT_TRUE(set) << version.major << ": " << set.error().text();
@@ -125,7 +125,7 @@ TEST(PrimitiveSet, packedRecordsInEveryVersion) {
   }
 }
 
-TEST(PrimitiveSet, coloursStandBeforeTheType) {
+TEST(PrimitiveSet, ColoursStandBeforeTheType) {
   Primitive colored = kBall;
   colored.color = {0.25F, 0.5F, 1};
   ByteBuilder records;
@@ -136,7 +136,7 @@ TEST(PrimitiveSet, coloursStandBeforeTheType) {
   EXPECT_THAT(set->primitives[0].color, ElementsAre(0.25F, 0.5F, 1));
 }
 
-TEST(PrimitiveSet, otherFormsOfTheHeaderAreToldByTheSizes) {
+TEST(PrimitiveSet, OtherFormsOfTheHeaderAreToldByTheSizes) {
   ByteBuilder records;
   addRecord(records, kBox);
   const Bytes data = block(records.result());
@@ -184,7 +184,7 @@ Bytes quantised(jttk::Version version, std::int32_t type = 3) {
   return out.result();
 }
 
-TEST(PrimitiveSet, quantisedNumbersInEveryVersion) {
+TEST(PrimitiveSet, QuantisedNumbersInEveryVersion) {
   for (const jttk::Version version : {k81, k95, k100}) {
     const auto set = decode(quantised(version), version);
     ASSERT_TRUE(set) << version.major << ": " << set.error().text();
@@ -200,7 +200,7 @@ TEST(PrimitiveSet, quantisedNumbersInEveryVersion) {
 
 // ---- Damage.
 
-TEST(PrimitiveSet, everyCutIsAnError) {
+TEST(PrimitiveSet, EveryCutIsAnError) {
   for (const jttk::Version version : {k81, k95, k100}) {
     for (const Bytes& whole : {element(version, {kBox, kBall}), quantised(version)}) {
       for (std::size_t size = 0; size < whole.size(); ++size) {
@@ -214,7 +214,7 @@ TEST(PrimitiveSet, everyCutIsAnError) {
   }
 }
 
-TEST(PrimitiveSet, bytesThatAreLeftOverAreAnError) {
+TEST(PrimitiveSet, BytesThatAreLeftOverAreAnError) {
   for (const jttk::Version version : {k81, k95, k100}) {
     for (Bytes bytes : {element(version, {kBox}), quantised(version)}) {
       bytes.push_back({});
@@ -223,7 +223,7 @@ TEST(PrimitiveSet, bytesThatAreLeftOverAreAnError) {
   }
 }
 
-TEST(PrimitiveSet, sizesThatLieAreErrors) {
+TEST(PrimitiveSet, SizesThatLieAreErrors) {
   ByteBuilder records;
   addRecord(records, kBox);
   const Bytes packed = zlibOf(records.result());
@@ -247,7 +247,7 @@ TEST(PrimitiveSet, sizesThatLieAreErrors) {
   EXPECT_THAT(errorOf(damaged), HasSubstr("does not inflate"));
 }
 
-TEST(PrimitiveSet, countsOfQuantisedNumbersThatLieAreErrors) {
+TEST(PrimitiveSet, CountsOfQuantisedNumbersThatLieAreErrors) {
   for (const std::uint32_t count : {0U, 1U, 3U, 0x7fffffffU, 0x80000000U}) {
     Bytes bytes = quantised(k81);
     const Bytes field = ByteBuilder().u32(count).result();
@@ -256,7 +256,7 @@ TEST(PrimitiveSet, countsOfQuantisedNumbersThatLieAreErrors) {
   }
 }
 
-TEST(PrimitiveSet, typesOutOfTheTableAreErrors) {
+TEST(PrimitiveSet, TypesOutOfTheTableAreErrors) {
   for (const std::uint32_t type : {5U, 255U, 0xffffffffU}) {
     ByteBuilder records;
     addRecord(records, kBox);
@@ -269,7 +269,7 @@ TEST(PrimitiveSet, typesOutOfTheTableAreErrors) {
   }
 }
 
-TEST(PrimitiveSet, numbersThatAreNoneAndRotationsThatAreNoneAreErrors) {
+TEST(PrimitiveSet, NumbersThatAreNoneAndRotationsThatAreNoneAreErrors) {
   constexpr float kBad[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                             -std::numeric_limits<float>::infinity()};
   for (const float bad : kBad) {
@@ -295,7 +295,7 @@ TEST(PrimitiveSet, numbersThatAreNoneAndRotationsThatAreNoneAreErrors) {
   EXPECT_THAT(errorOf(header(k81, 1).bytes(block(records.result())).result()), HasSubstr("colour"));
 }
 
-TEST(PrimitiveSet, bitsOverThirtyTwoAndUnknownBindingsAreErrors) {
+TEST(PrimitiveSet, BitsOverThirtyTwoAndUnknownBindingsAreErrors) {
   Bytes bytes = quantised(k81);
   bytes[10] = std::byte{33};  // bits per vertex
   EXPECT_FALSE(decode(bytes));
@@ -334,7 +334,7 @@ void expectFills(const std::vector<Primitive>& primitives, std::array<float, 6> 
   for (std::size_t k = 0; k < 6; ++k) EXPECT_NEAR(found[k], box[k], 0.02F * (box[3 + k % 3] - box[k % 3]));
 }
 
-TEST(PrimitiveMeaning, aBoxStandsWhereTheStatedBoxSaysItDoes) {
+TEST(PrimitiveMeaning, ABoxStandsWhereTheStatedBoxSaysItDoes) {
   expectFills({kBox}, {1, 2, 3, 11, 22, 33});       // from its corner
   expectFills({kBox}, {-4, -8, -12, 6, 12, 18});    // round its middle
   expectFills({kBox}, {-9, -18, -27, 11, 22, 33});  // round its middle, half lengths
@@ -342,7 +342,7 @@ TEST(PrimitiveMeaning, aBoxStandsWhereTheStatedBoxSaysItDoes) {
   EXPECT_THAT(mesh({kBox}, {11, 22, 33, 1, 2, 3}).error().what, HasSubstr("do not agree with the box"));
 }
 
-TEST(PrimitiveMeaning, aCylinderHasItsHeightAndFootWhereTheStatedBoxSaysItDoes) {
+TEST(PrimitiveMeaning, ACylinderHasItsHeightAndFootWhereTheStatedBoxSaysItDoes) {
   const Primitive round = {PrimitiveType::Cylinder, {0, 0, 0}, {2, 2, 10}, kUnturned, {}};
   expectFills({round}, {-2, -2, 0, 2, 2, 10});
   expectFills({round}, {-2, -2, -5, 2, 2, 5});
@@ -353,7 +353,7 @@ TEST(PrimitiveMeaning, aCylinderHasItsHeightAndFootWhereTheStatedBoxSaysItDoes) 
   expectFills({two_radii}, {-4, -4, 0, 4, 4, 10});  // a cone
 }
 
-TEST(PrimitiveMeaning, aRotationIsReadWithItsRealPartAtTheEndThatFits) {
+TEST(PrimitiveMeaning, ARotationIsReadWithItsRealPartAtTheEndThatFits) {
   // A quarter turn round x: y becomes z, z becomes -y.
   const float half = std::sqrt(0.5F);
   Primitive turned = {PrimitiveType::Box, {0, 0, 0}, {1, 2, 3}, {half, 0, 0, half}, {}};
@@ -363,7 +363,7 @@ TEST(PrimitiveMeaning, aRotationIsReadWithItsRealPartAtTheEndThatFits) {
 }
 
 // The box does not show above which end of its side a prism's tip is; the area decides.
-TEST(PrimitiveMeaning, theAreaDecidesWhereTheBoxDoesNot) {
+TEST(PrimitiveMeaning, TheAreaDecidesWhereTheBoxDoesNot) {
   const Primitive prism = {PrimitiveType::TriPrism, {0, 0, 0}, {3, 10, 4}, kUnturned, {}};
   const std::array<float, 6> box = {0, 0, 0, 3, 10, 4};
   EXPECT_THAT(mesh({prism}, box).error().what, HasSubstr("in more than one way"));
@@ -377,7 +377,7 @@ TEST(PrimitiveMeaning, theAreaDecidesWhereTheBoxDoesNot) {
   EXPECT_THAT(pointed->positions, ElementsAre(0, 10, 0, 3, 10, 0, 1.5F, 10, 4, 0, 0, 0, 3, 0, 0, 1.5F, 0, 4));
 }
 
-TEST(PrimitiveMeaning, solidsInsideOfOthersNeedTheArea) {
+TEST(PrimitiveMeaning, SolidsInsideOfOthersNeedTheArea) {
   // The pyramid's foot may be its middle or a corner; both are inside of the box.
   const Primitive outer = {PrimitiveType::Box, {0, 0, 0}, {100, 100, 100}, kUnturned, {}};
   const Primitive inner = {PrimitiveType::Cylinder, {50, 50, 50}, {4, 2, 10}, kUnturned, {}};
@@ -385,20 +385,20 @@ TEST(PrimitiveMeaning, solidsInsideOfOthersNeedTheArea) {
   EXPECT_THAT(mesh({outer, inner}, box).error().what, HasSubstr("in more than one way"));
 }
 
-TEST(PrimitiveMeaning, withoutAStatedBoxNothingIsMade) {
+TEST(PrimitiveMeaning, WithoutAStatedBoxNothingIsMade) {
   PrimitiveSet set;
   set.primitives = {kBox};
   EXPECT_THAT(jttk::meshOfPrimitives(set, {}, 0).error().what, HasSubstr("states no box"));
 }
 
-TEST(PrimitiveMeaning, theSecondStatementIsTakenWhereTheFirstDoesNotAgree) {
+TEST(PrimitiveMeaning, TheSecondStatementIsTakenWhereTheFirstDoesNotAgree) {
   PrimitiveSet set;
   set.primitives = {kBox};
   const StatedExtent stated[] = {{{0, 0, 0, 0, 0, 0}, 0}, {{1, 2, 3, 11, 22, 33}, 0}};
   EXPECT_TRUE(jttk::meshOfPrimitives(set, stated, 0));
 }
 
-TEST(PrimitiveMeaning, sizesOfZeroAndBelowAreRefused) {
+TEST(PrimitiveMeaning, SizesOfZeroAndBelowAreRefused) {
   for (const float size : {0.0F, -1.0F}) {
     for (const PrimitiveType type : {PrimitiveType::Box, PrimitiveType::Cylinder, PrimitiveType::Pyramid,
                                      PrimitiveType::Sphere, PrimitiveType::TriPrism}) {
@@ -412,12 +412,12 @@ TEST(PrimitiveMeaning, sizesOfZeroAndBelowAreRefused) {
   }
 }
 
-TEST(PrimitiveMeaning, numbersBeyondFloatAreRefused) {
+TEST(PrimitiveMeaning, NumbersBeyondFloatAreRefused) {
   const Primitive huge = {PrimitiveType::Sphere, {3e38F, 0, 0}, {3e38F, 0, 0}, kUnturned, {}};
   EXPECT_FALSE(mesh({huge}, {-3e38F, -3e38F, -3e38F, 3e38F, 3e38F, 3e38F}));
 }
 
-TEST(PrimitiveMeaning, manyRoundSolidsAreMadeCoarserAndTooManyRefused) {
+TEST(PrimitiveMeaning, ManyRoundSolidsAreMadeCoarserAndTooManyRefused) {
   const auto corners = [](std::size_t count) -> std::size_t {
     const std::vector<Primitive> balls(count, kBall);
     const auto shape = mesh(balls, {3, 4, 5, 7, 8, 9});

@@ -168,7 +168,7 @@ void compareContents(const jttk::JtFile& file, const json& expected) {
   EXPECT_EQ(json(methods), expected["compression"]);
 }
 
-TEST(Samples, everyShapeLodIsWhatAnIndependentDecoderFound) {
+TEST(Samples, EveryShapeLodIsWhatAnIndependentDecoderFound) {
   const fs::path folder = sampleFolder();
   if (!fs::is_directory(folder / "expected")) GTEST_SKIP() << "no JT sample files at " << folder;
   std::size_t files = 0;

@@ -61,7 +61,7 @@ void expectPositions(const ShapeGeometry& shape, std::size_t count) {
   }
 }
 
-TEST(ShapeLod, triStripSetsLosslessAndQuantised) {
+TEST(ShapeLod, TriStripSetsLosslessAndQuantised) {
   for (const PacketForm form : kForms) {
     for (const bool quantized : {false, true}) {
       const ShapeOptions options{form, quantized, 0x0a};
@@ -81,7 +81,7 @@ TEST(ShapeLod, triStripSetsLosslessAndQuantised) {
   }
 }
 
-TEST(ShapeLod, colorsTextureCoordinatesAndFlags) {
+TEST(ShapeLod, ColorsTextureCoordinatesAndFlags) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x25a};
     const auto shape = decode(
@@ -101,7 +101,7 @@ TEST(ShapeLod, colorsTextureCoordinatesAndFlags) {
   }
 }
 
-TEST(ShapeLod, coloursAsHueSaturationAndValue) {
+TEST(ShapeLod, ColoursAsHueSaturationAndValue) {
   for (const PacketForm form : kForms) {
     ShapeOptions options{form, true, 0x1a};
     options.hsv = true;
@@ -115,7 +115,7 @@ TEST(ShapeLod, coloursAsHueSaturationAndValue) {
   }
 }
 
-TEST(ShapeLod, channelsAboveTheFirstAndAuxiliaryFieldsArePassedOver) {
+TEST(ShapeLod, ChannelsAboveTheFirstAndAuxiliaryFieldsArePassedOver) {
   constexpr std::uint64_t kAllChannels = 0x222222222aU;  // normals, two components in channels 0 to 7
   constexpr std::uint64_t kFlagsAndFields = std::uint64_t{1} << 63 | 0x40U;
   for (const PacketForm form : kForms) {
@@ -131,7 +131,7 @@ TEST(ShapeLod, channelsAboveTheFirstAndAuxiliaryFieldsArePassedOver) {
   }
 }
 
-TEST(ShapeLod, coordinatesOfTwoAndFourComponents) {
+TEST(ShapeLod, CoordinatesOfTwoAndFourComponents) {
   for (const PacketForm form : kForms) {
     for (const bool quantized : {false, true}) {
       ShapeOptions options{form, quantized, 0x0c};
@@ -159,7 +159,7 @@ TEST(ShapeLod, coordinatesOfTwoAndFourComponents) {
   }
 }
 
-TEST(ShapeLod, polygonSetsKeepTheCornersOfTheirPolygons) {
+TEST(ShapeLod, PolygonSetsKeepTheCornersOfTheirPolygons) {
   for (const PacketForm form : kForms) {
     const auto shape = decode(
         shapeElement(guids::kPolygonLod, form, topologicalRepData(cubeSymbols(7), 8, 24, {form})), form);
@@ -183,7 +183,7 @@ TEST(ShapeLod, polygonSetsKeepTheCornersOfTheirPolygons) {
 
 // A corner count that a few bytes state is believed as far as it costs little: a polygon of a million corners
 // is decoded, one of some more is not.
-TEST(ShapeLod, theSizeOfAnElementLimitsItsValuesAndCorners) {
+TEST(ShapeLod, TheSizeOfAnElementLimitsItsValuesAndCorners) {
   const auto error = [](const loftbay::maker::Topology& symbols, std::uint32_t vertices) {
     const ShapeOptions options{PacketForm::V9, true, 0x02};
     const Bytes element = shapeElement(guids::kPolygonLod, PacketForm::V9,
@@ -205,7 +205,7 @@ TEST(ShapeLod, theSizeOfAnElementLimitsItsValuesAndCorners) {
   EXPECT_THAT(error(digon, 2), HasSubstr("more corners than its bytes can stand for"));
 }
 
-TEST(ShapeLod, listsAreLimitedByTheSizeOfTheElement) {
+TEST(ShapeLod, ListsAreLimitedByTheSizeOfTheElement) {
   for (const std::uint32_t place : {0U, 1U, 2U}) {
     ByteBuilder lists;
     for (std::uint32_t i = 0; i < 3; ++i) lists.u32(i == place ? 0x7fffffffU : 1);
@@ -216,7 +216,7 @@ TEST(ShapeLod, listsAreLimitedByTheSizeOfTheElement) {
 
 // Behind the topology: U64 bindings, U8[4], I32 vertices, I32 records; then coordinates: I32 count, U8
 // components, per axis F32, F32 and U8 bits; normals: I32 count, U8 components, U8 bits.
-TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
+TEST(ShapeLod, QuantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x0a};
     const Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, options);
@@ -249,7 +249,7 @@ TEST(ShapeLod, quantisersOfMoreThan32BitsAreErrorsAndOfNoneTheirMinimum) {
   EXPECT_TRUE(shape->normals.empty());
 }
 
-TEST(ShapeLod, withoutRecordsCornersHaveNone) {
+TEST(ShapeLod, WithoutRecordsCornersHaveNone) {
   const ShapeOptions options{PacketForm::V9, false, 0x02};
   const auto shape = decode(shapeElement(guids::kTriStripLod, PacketForm::V9,
                                          topologicalRepData(tetrahedronSymbols(0), 4, 0, options)),
@@ -259,7 +259,7 @@ TEST(ShapeLod, withoutRecordsCornersHaveNone) {
   EXPECT_TRUE(shape->normals.empty());
 }
 
-TEST(ShapeLod, polylinesShareCoordinatesByRunLengths) {
+TEST(ShapeLod, PolylinesShareCoordinatesByRunLengths) {
   for (const PacketForm form : kForms) {
     const auto shape = decode(shapeElement(guids::kPolylineLod, form, pieces::polylineRepData(form)), form);
     ASSERT_TRUE(shape.has_value()) << shape.error().text();
@@ -273,7 +273,7 @@ TEST(ShapeLod, polylinesShareCoordinatesByRunLengths) {
   }
 }
 
-TEST(ShapeLod, pointSetsHaveTheLayoutOfPolylines) {
+TEST(ShapeLod, PointSetsHaveTheLayoutOfPolylines) {
   const auto shape =
       decode(shapeElement(guids::kPointLod, PacketForm::V9, pieces::polylineRepData(PacketForm::V9)),
              PacketForm::V9);
@@ -281,14 +281,14 @@ TEST(ShapeLod, pointSetsHaveTheLayoutOfPolylines) {
   EXPECT_EQ(shape->kind, PrimitiveKind::Points);
 }
 
-TEST(ShapeLod, nullShapesAreEmptyAndUnknownElementsRefused) {
+TEST(ShapeLod, NullShapesAreEmptyAndUnknownElementsRefused) {
   const GuidValue null_shape{0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
   EXPECT_EQ(decode(shapeElement(null_shape, PacketForm::V9, {}), PacketForm::V9)->kind, PrimitiveKind::Empty);
   EXPECT_THAT(errorOf(shapeElement({1, 2, 3, {}}, PacketForm::V9, {}), PacketForm::V9),
               HasSubstr("are not known"));
 }
 
-TEST(ShapeLod, aDamagedArrayIsFoundByItsHash) {
+TEST(ShapeLod, ADamagedArrayIsFoundByItsHash) {
   const ShapeOptions options{PacketForm::V9, true, 0x02};
   Bytes element = shapeElement(guids::kTriStripLod, PacketForm::V9,
                                topologicalRepData(tetrahedronSymbols(0), 4, 0, options));
@@ -297,7 +297,7 @@ TEST(ShapeLod, aDamagedArrayIsFoundByItsHash) {
   EXPECT_EQ(errorOf(element, PacketForm::V9), "coordinates do not agree with their hash");
 }
 
-TEST(ShapeLod, anErrorHasItsElementAndItsSegment) {
+TEST(ShapeLod, AnErrorHasItsElementAndItsSegment) {
   const Bytes element = shapeElement(guids::kTriStripLod, PacketForm::V9, {});
   jttk::Segment segment;
   segment.id = {1, 2, 3, {}};
@@ -325,7 +325,7 @@ Bytes withWrongCoordinateHash(PacketForm form, bool quantized) {
   return shapeElement(guids::kTriStripLod, form, rep);
 }
 
-TEST(ShapeLod, coordinatesThatFillTheStatedBoxNeedNoHash) {
+TEST(ShapeLod, CoordinatesThatFillTheStatedBoxNeedNoHash) {
   for (const PacketForm form : kForms) {
     const Bytes element = withWrongCoordinateHash(form, true);
     const auto decodeIn = [&](std::array<float, 6> box) {
@@ -354,7 +354,7 @@ TEST(ShapeLod, coordinatesThatFillTheStatedBoxNeedNoHash) {
   }
 }
 
-TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
+TEST(ShapeLod, CoordinatesWithoutAKnownHashAreComparedWithTheBox) {
   const Bytes element =
       shapeElement(guids::kTriStripLod, PacketForm::V9,
                    topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::V9, false, 0x02}));
@@ -373,7 +373,7 @@ TEST(ShapeLod, coordinatesWithoutAKnownHashAreComparedWithTheBox) {
 
 // Bits of the whole shape and those of its coordinates' quantisers may contradict each other. In JT 9 floats
 // and codes are laid out differently, so that it is found out which they are.
-TEST(ShapeLod, coordinatesThatAreFloatsAgainstWhatTheBitsSay) {
+TEST(ShapeLod, CoordinatesThatAreFloatsAgainstWhatTheBitsSay) {
   constexpr PacketForm kForm = PacketForm::V9;
   Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {kForm, false, 0x02});
   const std::size_t bits = pieces::topologyBytes(tetrahedronSymbols(0), kForm).size() + 8;
@@ -385,7 +385,7 @@ TEST(ShapeLod, coordinatesThatAreFloatsAgainstWhatTheBitsSay) {
   expectPositions(*shape, 4);
 }
 
-TEST(ShapeLod, coordinatesThatTheirHashVouchesForNeedNoBox) {
+TEST(ShapeLod, CoordinatesThatTheirHashVouchesForNeedNoBox) {
   const Bytes element =
       shapeElement(guids::kTriStripLod, PacketForm::V9,
                    topologicalRepData(tetrahedronSymbols(0), 4, 0, {PacketForm::V9, true, 0x02}));
@@ -396,7 +396,7 @@ TEST(ShapeLod, coordinatesThatTheirHashVouchesForNeedNoBox) {
   EXPECT_EQ(shape->facts.coordinate_note, "");
 }
 
-TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
+TEST(ShapeLod, ASoundMeshWithAWrongHashIsKeptAsDoubtful) {
   for (const PacketForm form : kForms) {
     const std::size_t hash_end = pieces::topologyBytes(tetrahedronSymbols(0), form).size();
     Bytes rep = topologicalRepData(tetrahedronSymbols(0), 4, 0, {form, true, 0x02});
@@ -420,7 +420,7 @@ TEST(ShapeLod, aSoundMeshWithAWrongHashIsKeptAsDoubtful) {
   }
 }
 
-TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
+TEST(ShapeLod, ListsWithAWrongHashAreKeptWhileTheyAreSound) {
   for (const PacketForm form : kForms) {
     const Bytes rep = pieces::polylineRepData(form);
     const auto usual = decode(shapeElement(guids::kPolylineLod, form, rep), form);
@@ -442,7 +442,7 @@ TEST(ShapeLod, listsWithAWrongHashAreKeptWhileTheyAreSound) {
 }
 
 // One wrong hash (of the lists or of the coordinates) is tolerated; two are not.
-TEST(ShapeLod, listsAndCoordinatesWithWrongHashesAreTooMuch) {
+TEST(ShapeLod, ListsAndCoordinatesWithWrongHashesAreTooMuch) {
   constexpr PacketForm kForm = PacketForm::V10;  // the one whose floats have a hash
   const Bytes rep = pieces::polylineRepData(kForm);
   const std::array<float, 6> box = {0, 0, 0.5F, 2, 4, 6.5F};
@@ -465,7 +465,7 @@ TEST(ShapeLod, listsAndCoordinatesWithWrongHashesAreTooMuch) {
   EXPECT_FALSE(changedAt({of_lists, of_coordinates}).has_value());
 }
 
-TEST(ShapeLod, normalsThatCannotBeReadCostThemselvesOnly) {
+TEST(ShapeLod, NormalsThatCannotBeReadCostThemselvesOnly) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x0a};
     const Bytes rep = topologicalRepData(tetrahedronSymbols(7), 4, 12, options);
@@ -488,7 +488,7 @@ TEST(ShapeLod, normalsThatCannotBeReadCostThemselvesOnly) {
 }
 
 // Arrays follow only where there are vertices.
-TEST(ShapeLod, anEmptySetIsNotDamagedWhateverItsBindingsName) {
+TEST(ShapeLod, AnEmptySetIsNotDamagedWhateverItsBindingsName) {
   for (const PacketForm form : kForms) {
     ByteBuilder rep;
     rep.bytes(pieces::topologyBytes({}, form)).u64(0x7a).u32(0).u32(0);
@@ -499,7 +499,7 @@ TEST(ShapeLod, anEmptySetIsNotDamagedWhateverItsBindingsName) {
   }
 }
 
-TEST(ShapeLod, whatDoesNotFitTheMemoryBudgetIsRefused) {
+TEST(ShapeLod, WhatDoesNotFitTheMemoryBudgetIsRefused) {
   for (const PacketForm form : kForms) {
     const Bytes element = shapeElement(guids::kTriStripLod, form,
                                        topologicalRepData(bowTieSymbols(), 5, 5, {form, true, 0x25a}));
@@ -523,12 +523,12 @@ Bytes tetrahedron(std::uint32_t vertices, std::uint32_t records, const ShapeOpti
                       topologicalRepData(tetrahedronSymbols(7), vertices, records, options));
 }
 
-TEST(ShapeLod, aVertexCountThatDisagreesWithTheTopologyIsAnError) {
+TEST(ShapeLod, AVertexCountThatDisagreesWithTheTopologyIsAnError) {
   EXPECT_THAT(errorOf(tetrahedron(5, 12, {}), PacketForm::V9),
               HasSubstr("5 vertices are stated, but the topology has 4"));
 }
 
-TEST(ShapeLod, withAnotherNumberOfRecordsThanTheMasksTellTheMeshStays) {
+TEST(ShapeLod, WithAnotherNumberOfRecordsThanTheMasksTellTheMeshStays) {
   const auto shape = decode(tetrahedron(4, 11, {}), PacketForm::V9);
   ASSERT_TRUE(shape.has_value()) << shape.error().text();
   EXPECT_THAT(shape->facts.unread_attributes,
@@ -539,7 +539,7 @@ TEST(ShapeLod, withAnotherNumberOfRecordsThanTheMasksTellTheMeshStays) {
   expectPositions(*shape, 4);
 }
 
-TEST(ShapeLod, coloursThatCannotBeReadCostThemselvesAndWhatIsBehindThem) {
+TEST(ShapeLod, ColoursThatCannotBeReadCostThemselvesAndWhatIsBehindThem) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x25a};
     Bytes rep = topologicalRepData(bowTieSymbols(), 5, 5, options);
@@ -570,7 +570,7 @@ void expectTheSameBesideExtras(const ShapeGeometry& shape, const ShapeGeometry& 
   EXPECT_EQ(shape.corner_records, other.corner_records);
 }
 
-TEST(ShapeLod, textureCoordinatesAndFlagsAreDecodedWhereSomebodyAsks) {
+TEST(ShapeLod, TextureCoordinatesAndFlagsAreDecodedWhereSomebodyAsks) {
   for (const PacketForm form : kForms) {
     for (const bool quantized : {false, true}) {
       const ShapeOptions options{form, quantized, 0x25a};
@@ -590,7 +590,7 @@ TEST(ShapeLod, textureCoordinatesAndFlagsAreDecodedWhereSomebodyAsks) {
 }
 
 // Whatever is wrong with them, and also where they are cut off.
-TEST(ShapeLod, textureCoordinatesAndFlagsThatNobodyAsksForMayBeDamaged) {
+TEST(ShapeLod, TextureCoordinatesAndFlagsThatNobodyAsksForMayBeDamaged) {
   for (const PacketForm form : kForms) {
     const auto bytesOf = [form](std::uint64_t bindings) {
       return topologicalRepData(bowTieSymbols(), 5, 5, {form, true, bindings});
@@ -618,7 +618,7 @@ TEST(ShapeLod, textureCoordinatesAndFlagsThatNobodyAsksForMayBeDamaged) {
   }
 }
 
-TEST(ShapeLod, elementsInFrontOfTheShapeArePassedOver) {
+TEST(ShapeLod, ElementsInFrontOfTheShapeArePassedOver) {
   const Bytes other = shapeElement({1, 2, 3, {}}, PacketForm::V9, {});
   Bytes both = other;
   const Bytes shape = tetrahedron(4, 12, {});
@@ -627,14 +627,14 @@ TEST(ShapeLod, elementsInFrontOfTheShapeArePassedOver) {
 }
 
 // Some segments state too small a size and end inside their last element.
-TEST(ShapeLod, whatFollowsTheDataMayBeCutOff) {
+TEST(ShapeLod, WhatFollowsTheDataMayBeCutOff) {
   Bytes element = tetrahedron(4, 12, {});
   element.resize(element.size() - 2);
   EXPECT_EQ(errorOf(element, PacketForm::V9), "decoded");
 }
 
 // All vertices coincide: quantisers of 0 bits, and codes all the same.
-TEST(ShapeLod, quantisersOfNoBitsCanBelongToCodes) {
+TEST(ShapeLod, QuantisersOfNoBitsCanBelongToCodes) {
   const std::vector<std::int32_t> groups = {0, 1};
   const std::vector<std::int32_t> primitives = {0, 2};
   const std::vector<std::int32_t> entries = {0, 1};
@@ -662,7 +662,7 @@ TEST(ShapeLod, quantisersOfNoBitsCanBelongToCodes) {
 }
 
 // The published predictors of the three lists, though the files that are known store them plainly.
-TEST(ShapeLod, listsOfLinesMayBePredicted) {
+TEST(ShapeLod, ListsOfLinesMayBePredicted) {
   const std::vector<std::int32_t> groups = {0, 5};
   const std::vector<std::int32_t> primitives = {0, 2, 4, 6, 8, 12};
   const std::vector<std::int32_t> primitive_residuals = {0, 2, 4, 6, 0, 2};
@@ -693,7 +693,7 @@ TEST(ShapeLod, listsOfLinesMayBePredicted) {
   EXPECT_THAT(shape->corner_positions, ElementsAre(0, 1, 1, 2, 2, 3, 3, 0, 0, 2, 1, 3));
 }
 
-TEST(ShapeLod, everyTruncationIsNoticed) {
+TEST(ShapeLod, EveryTruncationIsNoticed) {
   for (const PacketForm form : kForms) {
     const ShapeOptions options{form, true, 0x25a};
     for (const Bytes& rep :

@@ -64,7 +64,7 @@ void expectClosed(const Topology& mesh) {
   }
 }
 
-TEST(Topology, tetrahedron) {
+TEST(Topology, Tetrahedron) {
   const auto mesh = decode(symbolsOf(tetrahedronSymbols(1)));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->vertices, 4U);
@@ -76,7 +76,7 @@ TEST(Topology, tetrahedron) {
   expectClosed(*mesh);
 }
 
-TEST(Topology, cube) {
+TEST(Topology, Cube) {
   const auto mesh = decode(symbolsOf(cubeSymbols(7)));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->vertices, 8U);
@@ -85,14 +85,14 @@ TEST(Topology, cube) {
   expectClosed(*mesh);
 }
 
-TEST(Topology, coversAreDropped) {
+TEST(Topology, CoversAreDropped) {
   const auto mesh = decode(symbolsOf(triangleSymbols()));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->covers, 1U);
   EXPECT_THAT(polygonsOf(*mesh), ::testing::ElementsAre(Polygon{0, 1, 2}));
 }
 
-TEST(Topology, aSplitGoesBackToAnOpenVertex) {
+TEST(Topology, ASplitGoesBackToAnOpenVertex) {
   const auto mesh = decode(symbolsOf(bowTieSymbols()));
   ASSERT_TRUE(mesh.has_value()) << mesh.error().text();
   EXPECT_EQ(mesh->vertices, 5U);
@@ -100,7 +100,7 @@ TEST(Topology, aSplitGoesBackToAnOpenVertex) {
   EXPECT_THAT(polygonsOf(*mesh), ::testing::UnorderedElementsAre(Polygon{0, 2, 1}, Polygon{0, 4, 3}));
 }
 
-TEST(Topology, twoComponents) {
+TEST(Topology, TwoComponents) {
   TopologySymbols symbols = symbolsOf(triangleSymbols());
   const auto twice = [](auto& values) { values.insert(values.end(), values.begin(), values.end()); };
   // Reserved first: inserting a vector into itself must not move it.
@@ -115,7 +115,7 @@ TEST(Topology, twoComponents) {
   EXPECT_THAT(polygonsOf(*mesh), ::testing::ElementsAre(Polygon{0, 1, 2}, Polygon{3, 4, 5}));
 }
 
-TEST(Topology, everyMaskBitBeginsARecord) {
+TEST(Topology, EveryMaskBitBeginsARecord) {
   // One record per corner: all different.
   const auto corners = decode(symbolsOf(tetrahedronSymbols(7)));
   EXPECT_EQ(corners->records, 12U);
@@ -127,7 +127,7 @@ TEST(Topology, everyMaskBitBeginsARecord) {
   EXPECT_EQ(vertices->corner_records, vertices->corner_vertices);
 }
 
-TEST(Topology, slotsBeforeTheFirstBitBelongToTheLastRecord) {
+TEST(Topology, SlotsBeforeTheFirstBitBelongToTheLastRecord) {
   // Bits 1 and 2 of three slots: slot 0 wraps round to the record that begins at slot 2.
   const auto mesh = decode(symbolsOf(tetrahedronSymbols(6)));
   ASSERT_TRUE(mesh.has_value());
@@ -138,7 +138,7 @@ TEST(Topology, slotsBeforeTheFirstBitBelongToTheLastRecord) {
   EXPECT_EQ(mesh->corner_records[2], 5U);
 }
 
-TEST(Topology, withoutMaskBitsThereAreNoRecords) {
+TEST(Topology, WithoutMaskBitsThereAreNoRecords) {
   const auto mesh = decode(symbolsOf(tetrahedronSymbols(0)));
   ASSERT_TRUE(mesh.has_value());
   EXPECT_EQ(mesh->records, 0U);
@@ -161,7 +161,7 @@ TopologySymbols coneSymbols(std::int32_t rim) {
   return symbols;
 }
 
-TEST(Topology, aDegreeAbove64TakesItsMaskFromTheWideWords) {
+TEST(Topology, ADegreeAbove64TakesItsMaskFromTheWideWords) {
   TopologySymbols symbols = coneSymbols(70);
   // Bits 0 and 69 of the tip.
   symbols.wide_mask_words = {1, 0, 0x20};
@@ -179,7 +179,7 @@ TEST(Topology, aDegreeAbove64TakesItsMaskFromTheWideWords) {
   EXPECT_EQ(short_of_masks->corner_vertices, mesh->corner_vertices);
 }
 
-TEST(Topology, masksOfDegreesAbove8AreJoinedFromTheirParts) {
+TEST(Topology, MasksOfDegreesAbove8AreJoinedFromTheirParts) {
   // JT 9: 30 + 30 + 4 bits. Bits 0, 30 and 60 of a tip of degree 61.
   TopologySymbols symbols = coneSymbols(61);
   symbols.masks[7] = {1};
@@ -204,7 +204,7 @@ TEST(Topology, masksOfDegreesAbove8AreJoinedFromTheirParts) {
 }
 
 // Masks say which attributes a corner has. The mesh does not need them.
-TEST(Topology, masksThatDoNotFitCostTheRecordsOnly) {
+TEST(Topology, MasksThatDoNotFitCostTheRecordsOnly) {
   const auto whole = decode(symbolsOf(tetrahedronSymbols(1)));
   for (const bool too_many : {false, true}) {
     TopologySymbols symbols = symbolsOf(tetrahedronSymbols(1));
@@ -216,7 +216,7 @@ TEST(Topology, masksThatDoNotFitCostTheRecordsOnly) {
   }
 }
 
-TEST(Topology, withoutFlagsNoPolygonIsACover) {
+TEST(Topology, WithoutFlagsNoPolygonIsACover) {
   TopologySymbols symbols = symbolsOf(tetrahedronSymbols(1));
   symbols.flags.clear();
   const auto mesh = decode(symbols);
@@ -225,7 +225,7 @@ TEST(Topology, withoutFlagsNoPolygonIsACover) {
   EXPECT_EQ(polygonsOf(*mesh).size(), 4U);
 }
 
-TEST(Topology, refusesArraysThatDoNotFit) {
+TEST(Topology, RefusesArraysThatDoNotFit) {
   const auto with = [](auto change) {
     TopologySymbols symbols = symbolsOf(tetrahedronSymbols(1));
     change(symbols);
@@ -246,7 +246,7 @@ TEST(Topology, refusesArraysThatDoNotFit) {
   EXPECT_THAT(with([](auto& s) { std::swap(s.degrees[0], s.degrees[2]); }), HasSubstr("too few degrees"));
 }
 
-TEST(Topology, refusesSplitsToNowhere) {
+TEST(Topology, RefusesSplitsToNowhere) {
   const auto with = [](std::int32_t offset, std::int32_t position) {
     TopologySymbols symbols = symbolsOf(bowTieSymbols());
     symbols.split_offsets = {offset};
@@ -261,7 +261,7 @@ TEST(Topology, refusesSplitsToNowhere) {
   EXPECT_THAT(with(3, 0), HasSubstr("taken"));
 }
 
-TEST(Topology, moreCornersThanAShapeMayHaveAreRefusedBeforeAllocating) {
+TEST(Topology, MoreCornersThanAShapeMayHaveAreRefusedBeforeAllocating) {
   TopologySymbols symbols;
   symbols.valences.assign(100, 0x7fffffff);
   symbols.flags.assign(100, 0);
@@ -269,7 +269,7 @@ TEST(Topology, moreCornersThanAShapeMayHaveAreRefusedBeforeAllocating) {
   EXPECT_THAT(errorOf(symbols), HasSubstr("more corners"));
 }
 
-TEST(TopologySymbols, areReadInFileOrderAndCheckedAgainstTheirHash) {
+TEST(TopologySymbols, AreReadInFileOrderAndCheckedAgainstTheirHash) {
   for (const PacketForm form : {PacketForm::V9, PacketForm::V10}) {
     Bytes bytes = topologyBytes(bowTieSymbols(), form);
     ByteReader reader(bytes);
@@ -291,7 +291,7 @@ TEST(TopologySymbols, areReadInFileOrderAndCheckedAgainstTheirHash) {
   }
 }
 
-TEST(Topology, withoutFlagsTheGroupsTellTheCovers) {
+TEST(Topology, WithoutFlagsTheGroupsTellTheCovers) {
   TopologySymbols symbols = symbolsOf(bowTieSymbols());
   symbols.groups.assign(symbols.valences.size(), 3);
   for (std::size_t i = 0; i < symbols.flags.size(); ++i) {
@@ -309,7 +309,7 @@ TEST(Topology, withoutFlagsTheGroupsTellTheCovers) {
   EXPECT_EQ(decode(symbols)->covers, 0U);
 }
 
-TEST(Topology, memoryIsTakenFromTheBudgetBeforeAllocating) {
+TEST(Topology, MemoryIsTakenFromTheBudgetBeforeAllocating) {
   const TopologySymbols symbols = symbolsOf(polygonSymbols(1000));
   jttk::MemoryBudget enough(1 << 20);
   EXPECT_TRUE(jttk::decodeTopology(symbols, formOf(PacketForm::V9), 0, {5000, &enough}).has_value());

@@ -59,7 +59,7 @@ std::string openError(const Bytes& bytes) {
   return file ? "opened" : file.error().text();
 }
 
-TEST(JtFile, readsHeaderAndContentsOfBothOffsetWidths) {
+TEST(JtFile, ReadsHeaderAndContentsOfBothOffsetWidths) {
   for (const char* version : {"8.1", "9.5", "10.3"}) {
     const Bytes bytes = container(version, {{kSegmentId, kShapeLod0, textBytes("abc")}});
     const auto file = JtFile::fromBytes(bytes);
@@ -72,7 +72,7 @@ TEST(JtFile, readsHeaderAndContentsOfBothOffsetWidths) {
   }
 }
 
-TEST(JtFile, aPlainSegmentIsAViewIntoTheFile) {
+TEST(JtFile, APlainSegmentIsAViewIntoTheFile) {
   const Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
   const auto file = JtFile::fromBytes(bytes);
   const auto segment = (*file)->segment((*file)->contents()[0]);
@@ -81,7 +81,7 @@ TEST(JtFile, aPlainSegmentIsAViewIntoTheFile) {
   EXPECT_EQ(segment->base_offset, bytes.size() - 3);
 }
 
-TEST(JtFile, unpacksByThePrefixOfTheSegment) {
+TEST(JtFile, UnpacksByThePrefixOfTheSegment) {
   Compression compression{};
   const Bytes plain = textBytes("scene graph");
   EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, prefixed(2, 2, zlibOf(plain)), &compression).value(), plain);
@@ -90,13 +90,13 @@ TEST(JtFile, unpacksByThePrefixOfTheSegment) {
   EXPECT_EQ(compression, Compression::Stored);
 }
 
-TEST(JtFile, anUnknownTypeWithoutASensiblePrefixIsHandedOutWhole) {
+TEST(JtFile, AnUnknownTypeWithoutASensiblePrefixIsHandedOutWhole) {
   const Bytes plain = textBytes("whatever this may be");
   EXPECT_EQ(unpackedSegment("9.5", 40, plain).value(), plain);
   EXPECT_EQ(unpackedSegment("9.5", 40, prefixed(2, 2, zlibOf(plain))).value(), plain);
 }
 
-TEST(JtFile, repeatedEntriesCountOnce) {
+TEST(JtFile, RepeatedEntriesCountOnce) {
   const ContainerSegment segment{kSegmentId, kShapeLod0, textBytes("abc")};
   const Bytes bytes = container("8.0", {segment, segment});
   const auto file = JtFile::fromBytes(bytes);
@@ -105,13 +105,13 @@ TEST(JtFile, repeatedEntriesCountOnce) {
   EXPECT_EQ((*file)->duplicateEntries(), 1U);
 }
 
-TEST(JtFile, aReservedFieldThatIsSetDoesNotMoveTheContents) {
+TEST(JtFile, AReservedFieldThatIsSetDoesNotMoveTheContents) {
   Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
   bytes[kOrderByte + 1] = std::byte{1};
   EXPECT_EQ(openError(bytes), "opened");
 }
 
-TEST(JtFile, saysWhyBytesAreNotAJtFile) {
+TEST(JtFile, SaysWhyBytesAreNotAJtFile) {
   EXPECT_THAT(openError(textBytes("PK")),
               StartsWith("not a JT file: the header does not begin with \"Version\""));
   EXPECT_THAT(openError({}), StartsWith("not a JT file"));
@@ -124,7 +124,7 @@ TEST(JtFile, saysWhyBytesAreNotAJtFile) {
 }
 
 // A table of contents can list the whole file under thousands of names.
-TEST(JtFile, bytesThatAreReadAgainAndAgainMeetALimit) {
+TEST(JtFile, BytesThatAreReadAgainAndAgainMeetALimit) {
   constexpr std::uint64_t kTimes = 10;
   const Bytes bytes = container("9.5", {{kSegmentId, 7, Bytes(10'000, std::byte{1})}});
   const auto file = JtFile::fromBytes(bytes);
@@ -145,7 +145,7 @@ TEST(JtFile, bytesThatAreReadAgainAndAgainMeetALimit) {
               HasSubstr("bytes are read from the file (no option raises this limit)"));
 }
 
-TEST(JtFile, contentsOutsideOfTheFileAreAnError) {
+TEST(JtFile, ContentsOutsideOfTheFileAreAnError) {
   Bytes bytes = container("9.5", {});
   bytes[kOrderByte + 5 + 2] = std::byte{0x7f};
   EXPECT_THAT(openError(bytes), HasSubstr("outside of the file"));
@@ -154,7 +154,7 @@ TEST(JtFile, contentsOutsideOfTheFileAreAnError) {
   EXPECT_THAT(openError(count), HasSubstr("count larger than the bytes left"));
 }
 
-TEST(JtFile, aSegmentOutsideOfTheFileIsAnErrorOfThatSegment) {
+TEST(JtFile, ASegmentOutsideOfTheFileIsAnErrorOfThatSegment) {
   Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
   bytes.resize(bytes.size() - 3 - 24);
   const auto file = JtFile::fromBytes(bytes);
@@ -165,7 +165,7 @@ TEST(JtFile, aSegmentOutsideOfTheFileIsAnErrorOfThatSegment) {
   EXPECT_THAT(segment.error().text(), StartsWith("segment " + guidOf(kSegmentId).text() + ": "));
 }
 
-TEST(JtFile, ofASegmentThatIsCutOffThereIsWhatThereIs) {
+TEST(JtFile, OfASegmentThatIsCutOffThereIsWhatThereIs) {
   Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
   bytes.pop_back();
   const auto file = JtFile::fromBytes(bytes);
@@ -178,7 +178,7 @@ TEST(JtFile, ofASegmentThatIsCutOffThereIsWhatThereIs) {
 constexpr std::size_t kEntry9 = kContents9 + 4;
 constexpr std::size_t kHeader9 = kEntry9 + 28;
 
-TEST(JtFile, ofTwoLengthsOfASegmentTheLongerOneHolds) {
+TEST(JtFile, OfTwoLengthsOfASegmentTheLongerOneHolds) {
   for (const std::size_t length_at : {kEntry9 + 20, kHeader9 + 20}) {
     Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
     ASSERT_EQ(bytes[length_at], std::byte{27});
@@ -190,7 +190,7 @@ TEST(JtFile, ofTwoLengthsOfASegmentTheLongerOneHolds) {
   }
 }
 
-TEST(JtFile, aSegmentMayNameItselfOtherwiseWhereTypeAndLengthAreRight) {
+TEST(JtFile, ASegmentMayNameItselfOtherwiseWhereTypeAndLengthAreRight) {
   Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
   bytes[kHeader9] ^= std::byte{1};
   const auto read = [&] {
@@ -203,14 +203,14 @@ TEST(JtFile, aSegmentMayNameItselfOtherwiseWhereTypeAndLengthAreRight) {
   EXPECT_THAT(read(), HasSubstr("names another segment"));
 }
 
-TEST(JtFile, aTypeThatTheContentsLeaveOutIsThatOfTheSegment) {
+TEST(JtFile, ATypeThatTheContentsLeaveOutIsThatOfTheSegment) {
   Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, textBytes("abc")}});
   bytes[kEntry9 + 27] = std::byte{0};
   const auto file = JtFile::fromBytes(bytes);
   EXPECT_EQ((*file)->contents()[0].type, SegmentType::ShapeLod0);
 }
 
-TEST(JtFile, theSceneGraphIsFoundByItsTypeWhereItsIdIsNotListed) {
+TEST(JtFile, TheSceneGraphIsFoundByItsTypeWhereItsIdIsNotListed) {
   const GuidValue other{7, 7, 7, {}};
   Bytes bytes = container("9.5", {{other, kShapeLod0, textBytes("abc")}, {kSegmentId, kSceneGraph, {}}});
   const auto file = JtFile::fromBytes(bytes);
@@ -222,7 +222,7 @@ TEST(JtFile, theSceneGraphIsFoundByItsTypeWhereItsIdIsNotListed) {
 }
 
 // Flag and algorithm usually agree.
-TEST(JtFile, whereFlagAndAlgorithmDisagreeTheDataTell) {
+TEST(JtFile, WhereFlagAndAlgorithmDisagreeTheDataTell) {
   Compression compression{};
   const Bytes plain = textBytes("scene graph");
   for (const std::uint32_t flag : {0U, 1U, 3U}) {
@@ -235,14 +235,14 @@ TEST(JtFile, whereFlagAndAlgorithmDisagreeTheDataTell) {
   EXPECT_EQ(compression, Compression::Stored);
 }
 
-TEST(JtFile, aSegmentThatBeginsWithAnElementHasNoPrefix) {
+TEST(JtFile, ASegmentThatBeginsWithAnElementHasNoPrefix) {
   Compression compression{};
   const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(0).text("more").result();
   EXPECT_EQ(unpackedSegment("9.5", kSceneGraph, element, &compression).value(), element);
   EXPECT_EQ(compression, Compression::None);
 }
 
-TEST(JtFile, aSegmentThatDoesNotUnpackIsAnError) {
+TEST(JtFile, ASegmentThatDoesNotUnpackIsAnError) {
   Bytes packed = zlibOf(textBytes("scene graph"));
   packed[0] = std::byte{0};
   EXPECT_THAT(unpackedSegment("9.5", kSceneGraph, prefixed(2, 2, packed)).error().what,
@@ -252,7 +252,7 @@ TEST(JtFile, aSegmentThatDoesNotUnpackIsAnError) {
   EXPECT_THAT(unpackedSegment("9.5", kSceneGraph, lying).error().what, HasSubstr("499 bytes, but only 4"));
 }
 
-TEST(JtFile, noTruncationCrashes) {
+TEST(JtFile, NoTruncationCrashes) {
   const Bytes whole =
       container("10.0", {{kSegmentId, kSceneGraph, prefixed(2, 2, zlibOf(textBytes("graph")))}});
   for (std::size_t size = 0; size < whole.size(); ++size) {
@@ -289,7 +289,7 @@ Bytes packedFile(const Bytes& plain, bool lzma) {
   return container("9.5", {{kSegmentId, kSceneGraph, data}});
 }
 
-TEST(JtFile, aStreamEndsWhereItEndsWhateverTheLengthsSay) {
+TEST(JtFile, AStreamEndsWhereItEndsWhateverTheLengthsSay) {
   const Bytes plain = textBytes(std::string(500, 'a') + "scene graph");
   for (const int variant : {0, 1, 2, 3, 4, 5, 6, 7}) {
     for (const int cut : {1, 2, 4, 9, 20}) {
@@ -309,7 +309,7 @@ TEST(JtFile, aStreamEndsWhereItEndsWhateverTheLengthsSay) {
   }
 }
 
-TEST(JtFile, aStreamWhoseChecksumIsCutOffIsReadWithANote) {
+TEST(JtFile, AStreamWhoseChecksumIsCutOffIsReadWithANote) {
   const Bytes plain = textBytes("scene graph");
   Bytes packed = zlibOf(plain);
   packed.pop_back();
@@ -330,7 +330,7 @@ TEST(JtFile, aStreamWhoseChecksumIsCutOffIsReadWithANote) {
   }
 }
 
-TEST(JtFile, aLengthOf0SaysNothing) {
+TEST(JtFile, ALengthOf0SaysNothing) {
   const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(0).text("more").result();
   Bytes bytes = container("9.5", {{kSegmentId, kSceneGraph, prefixed(0, 1, element)}});
   add(bytes, kPrefix9 + 4, -static_cast<int>(element.size() + 1));
@@ -346,7 +346,7 @@ TEST(JtFile, aLengthOf0SaysNothing) {
   }
 }
 
-TEST(JtFile, anElementIsWholeWhateverTheLengthSays) {
+TEST(JtFile, AnElementIsWholeWhateverTheLengthSays) {
   const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(7).result();
   Bytes bytes = container("9.5", {{kSegmentId, kShapeLod0, element}});
   add(bytes, kEntry9 + 20, -3);
@@ -377,7 +377,7 @@ std::string textOf(const JtFile& file, const GuidValue& id) {
   return {reinterpret_cast<const char*>(segment->data.data()), segment->data.size()};
 }
 
-TEST(JtFile, ofTwoIdsOfASegmentThatOfItsHeaderCountsWhereItIsListed) {
+TEST(JtFile, OfTwoIdsOfASegmentThatOfItsHeaderCountsWhereItIsListed) {
   const GuidValue third{8, 8, 8, {}};
   const Bytes swapped = misnamed({kOther, kSegmentId});
   const auto file = JtFile::fromBytes(swapped);
@@ -394,7 +394,7 @@ TEST(JtFile, ofTwoIdsOfASegmentThatOfItsHeaderCountsWhereItIsListed) {
   EXPECT_EQ((*chained)->contradictions().size(), 3U);
 }
 
-TEST(JtFile, ofManyContradictionsTheFirstAreToldAndTheOthersCounted) {
+TEST(JtFile, OfManyContradictionsTheFirstAreToldAndTheOthersCounted) {
   std::vector<ContainerSegment> segments;
   for (std::uint32_t i = 0; i < 25; ++i) segments.push_back({{i + 1, 0, 0, {}}, kShapeLod0, textBytes("a")});
   Bytes bytes = container("9.5", segments);
@@ -409,7 +409,7 @@ TEST(JtFile, ofManyContradictionsTheFirstAreToldAndTheOthersCounted) {
             "5 more entries of the table of contents contradict their segments");
 }
 
-TEST(JtFile, anIdThatOnlyTheTableKnowsCounts) {
+TEST(JtFile, AnIdThatOnlyTheTableKnowsCounts) {
   const Bytes bytes = misnamed({kSegmentId, GuidValue{9, 9, 9, {}}});
   const auto file = JtFile::fromBytes(bytes);
   EXPECT_EQ(textOf(**file, {9, 9, 9, {}}), "bb");
@@ -417,7 +417,7 @@ TEST(JtFile, anIdThatOnlyTheTableKnowsCounts) {
   EXPECT_THAT((*file)->contradictions()[0], HasSubstr("the table counts"));
 }
 
-TEST(JtFile, ofTwoPlacesOfASegmentThatWithItsHeaderIsUsed) {
+TEST(JtFile, OfTwoPlacesOfASegmentThatWithItsHeaderIsUsed) {
   const GuidValue nobody{9, 9, 9, {}};
   Bytes bytes = misnamed({kOther, kOther});  // nobody's is listed first as the other
   std::memcpy(&bytes[kEntry9 + 56], &nobody, sizeof(GuidValue));
@@ -427,7 +427,7 @@ TEST(JtFile, ofTwoPlacesOfASegmentThatWithItsHeaderIsUsed) {
   EXPECT_EQ((*file)->contradictions().size(), 2U);
 }
 
-TEST(JtFile, segmentsThatTheEndOfTheFileCutsOffAreListed) {
+TEST(JtFile, SegmentsThatTheEndOfTheFileCutsOffAreListed) {
   const Bytes element = ByteBuilder().u32(16).u64(0x10dd103e).u64(7).result();
   const Bytes whole = container("9.5", {{kSegmentId, kShapeLod0, element}, {kOther, kShapeLod0, element}});
   const auto cutAt = [&](std::size_t missing) {
@@ -445,7 +445,7 @@ TEST(JtFile, segmentsThatTheEndOfTheFileCutsOffAreListed) {
   EXPECT_THAT((*file)->cutOff(), ::testing::IsEmpty());
 }
 
-TEST(JtFile, aFileThatDoesNotExistIsAnErrorWithTheReason) {
+TEST(JtFile, AFileThatDoesNotExistIsAnErrorWithTheReason) {
   EXPECT_THAT(JtFile::open("no-such-file.jt").error().what, StartsWith("cannot be opened: "));
   EXPECT_FALSE(JtFile::readVersion("no-such-file.jt").has_value());
 }

@@ -44,12 +44,12 @@ Bytes withTail(Bytes bytes) {
   return bytes;
 }
 
-TEST(InflateZlib, bytesBehindTheStreamAreIgnored) {
+TEST(InflateZlib, BytesBehindTheStreamAreIgnored) {
   EXPECT_EQ(inflateZlib(zlibOf(sampleText()), 0).value(), sampleText());
   EXPECT_EQ(inflateZlib(withTail(zlibOf(sampleText())), 0).value(), sampleText());
 }
 
-TEST(InflateZlib, everyTruncationIsAnError) {
+TEST(InflateZlib, EveryTruncationIsAnError) {
   const Bytes packed = zlibOf(sampleText());
   for (std::size_t size = 0; size < packed.size(); ++size) {
     const Bytes prefix(packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
@@ -60,7 +60,7 @@ TEST(InflateZlib, everyTruncationIsAnError) {
   }
 }
 
-TEST(InflateZlib, aChecksumThatIsCutOffCostsNothingWhereThatIsAskedFor) {
+TEST(InflateZlib, AChecksumThatIsCutOffCostsNothingWhereThatIsAskedFor) {
   const Bytes packed = zlibOf(sampleText());
   for (std::size_t missing = 0; missing <= 4; ++missing) {
     const Bytes prefix(packed.begin(), packed.end() - static_cast<std::ptrdiff_t>(missing));
@@ -77,13 +77,13 @@ TEST(InflateZlib, aChecksumThatIsCutOffCostsNothingWhereThatIsAskedFor) {
               HasSubstr("incorrect data check"));
 }
 
-TEST(InflateZlib, damageIsAnError) {
+TEST(InflateZlib, DamageIsAnError) {
   Bytes packed = zlibOf(sampleText());
   packed[0] = std::byte{0x12};
   EXPECT_THAT(inflateZlib(packed, 0).error().what, HasSubstr("does not inflate"));
 }
 
-TEST(InflateZlib, theLimitIsExact) {
+TEST(InflateZlib, TheLimitIsExact) {
   const Bytes plain = sampleText();
   EXPECT_TRUE(inflateZlib(zlibOf(plain), 0, plain.size()).has_value());
   const auto over = inflateZlib(zlibOf(plain), 0, plain.size() - 1);
@@ -91,14 +91,14 @@ TEST(InflateZlib, theLimitIsExact) {
   EXPECT_THAT(over.error().what, HasSubstr("unpacks to more than"));
 }
 
-TEST(UnpackLzma, bothContainersAreRead) {
+TEST(UnpackLzma, BothContainersAreRead) {
   EXPECT_EQ(unpackLzma(xzOf(sampleText()), 0).value(), sampleText());
   EXPECT_EQ(unpackLzma(withTail(xzOf(sampleText())), 0).value(), sampleText());
   EXPECT_EQ(unpackLzma(bareLzmaOf(sampleText()), 0).value(), sampleText());
   EXPECT_EQ(unpackLzma(withTail(bareLzmaOf(sampleText())), 0).value(), sampleText());
 }
 
-TEST(UnpackLzma, everyTruncationIsAnError) {
+TEST(UnpackLzma, EveryTruncationIsAnError) {
   const Bytes packed = xzOf(sampleText());
   for (std::size_t size = 0; size < packed.size(); ++size) {
     const Bytes prefix(packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
@@ -107,7 +107,7 @@ TEST(UnpackLzma, everyTruncationIsAnError) {
 }
 
 // Behind the data: padding (up to 3 bytes), checksum (8), index (8 or 12), footer (12).
-TEST(UnpackLzma, whatFollowsTheDataOfAnXzStreamMayBeCutOffWhereThatIsAskedFor) {
+TEST(UnpackLzma, WhatFollowsTheDataOfAnXzStreamMayBeCutOffWhereThatIsAskedFor) {
   const Bytes packed = xzOf(sampleText());
   for (std::size_t missing = 0; missing <= 28; ++missing) {
     const Bytes prefix(packed.begin(), packed.end() - static_cast<std::ptrdiff_t>(missing));
@@ -124,7 +124,7 @@ TEST(UnpackLzma, whatFollowsTheDataOfAnXzStreamMayBeCutOffWhereThatIsAskedFor) {
   }
 }
 
-TEST(UnpackLzma, theEndMarkOfABareStreamThatStatesItsSizeMayBeCutOff) {
+TEST(UnpackLzma, TheEndMarkOfABareStreamThatStatesItsSizeMayBeCutOff) {
   Bytes packed = bareLzmaOf(sampleText());
   bool lacks_checksum = false;
   Bytes cut(packed.begin(), packed.end() - 1);
@@ -134,7 +134,7 @@ TEST(UnpackLzma, theEndMarkOfABareStreamThatStatesItsSizeMayBeCutOff) {
   EXPECT_TRUE(lacks_checksum);
 }
 
-TEST(UnpackLzma, theLimitIsExact) {
+TEST(UnpackLzma, TheLimitIsExact) {
   const Bytes plain = sampleText();
   EXPECT_TRUE(unpackLzma(xzOf(plain), 0, plain.size()).has_value());
   EXPECT_THAT(unpackLzma(xzOf(plain), 0, plain.size() - 1).error().what, HasSubstr("unpacks to more than"));

@@ -22,7 +22,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-TEST(ShapeLodV8Lossless, recordsAreNormalThenPositionPerCorner) {
+TEST(ShapeLodV8Lossless, RecordsAreNormalThenPositionPerCorner) {
   for (const pieces::ByteOrder order : {pieces::ByteOrder::Little, pieces::ByteOrder::Big}) {
     for (const bool packed : {false, true}) {
       const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, {0, 4}, order);
@@ -40,7 +40,7 @@ TEST(ShapeLodV8Lossless, recordsAreNormalThenPositionPerCorner) {
 }
 
 // There is no hash in 8.x.
-TEST(ShapeLodV8Lossless, coordinatesAreComparedWithTheBoxOfTheNode) {
+TEST(ShapeLodV8Lossless, CoordinatesAreComparedWithTheBoxOfTheNode) {
   const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, {0, 4}, pieces::ByteOrder::Little);
   const ByteBuilder body =
       losslessBody(header, floats(kNormalsAndPositions, pieces::ByteOrder::Little), false);
@@ -60,7 +60,7 @@ TEST(ShapeLodV8Lossless, coordinatesAreComparedWithTheBoxOfTheNode) {
   EXPECT_THAT(note({0, 0, 0, 1, 0, 3}), HasSubstr("coordinates lie outside of the box that the node states"));
 }
 
-TEST(ShapeLodV8Lossless, textureCoordinatesAndColoursComeFirst) {
+TEST(ShapeLodV8Lossless, TextureCoordinatesAndColoursComeFirst) {
   const ByteBuilder header = pieces::shapeHeader(0, 1, 1, 1, {0, 1}, pieces::ByteOrder::Little);
   const ByteBuilder body = losslessBody(
       header, floats({1, 2, 0.25F, 0.5F, 0.75F, 0, 0, 1, 7, 8, 9}, pieces::ByteOrder::Little), false);
@@ -71,7 +71,7 @@ TEST(ShapeLodV8Lossless, textureCoordinatesAndColoursComeFirst) {
   EXPECT_THAT(shape.positions, ElementsAre(7, 8, 9));
 }
 
-TEST(ShapeLodV8Lossless, textureCoordinatesAreLeftOutUnlessAskedFor) {
+TEST(ShapeLodV8Lossless, TextureCoordinatesAreLeftOutUnlessAskedFor) {
   const ByteBuilder header = pieces::shapeHeader(0, 1, 1, 1, {0, 1}, pieces::ByteOrder::Little);
   const ByteBuilder body = losslessBody(
       header, floats({1, 2, 0.25F, 0.5F, 0.75F, 0, 0, 1, 7, 8, 9}, pieces::ByteOrder::Little), false);
@@ -90,7 +90,7 @@ TEST(ShapeLodV8Lossless, textureCoordinatesAreLeftOutUnlessAskedFor) {
   EXPECT_NE(decode(per_facet, test::kPolylineSet).facts.unread_attributes, "");
 }
 
-TEST(ShapeLodV8Lossless, pointsWithoutPrimitiveListAreOneGroup) {
+TEST(ShapeLodV8Lossless, PointsWithoutPrimitiveListAreOneGroup) {
   const ByteBuilder header = pieces::shapeHeader(0, 0, 0, 0, {}, pieces::ByteOrder::Little);
   const ShapeGeometry shape = decode(
       losslessBody(header, floats({1, 2, 3, 4, 5, 6}, pieces::ByteOrder::Little), true), test::kPointSet);
@@ -99,7 +99,7 @@ TEST(ShapeLodV8Lossless, pointsWithoutPrimitiveListAreOneGroup) {
   EXPECT_THAT(shape.corner_records, IsEmpty());
 }
 
-TEST(ShapeLodV8Lossless, sizeIsCornersTimesRecord) {
+TEST(ShapeLodV8Lossless, SizeIsCornersTimesRecord) {
   const auto error = [](const Values& starts, bool packed) {
     const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, starts, pieces::ByteOrder::Little);
     return errorOf(losslessBody(header, floats(kNormalsAndPositions, pieces::ByteOrder::Little), packed));
@@ -112,7 +112,7 @@ TEST(ShapeLodV8Lossless, sizeIsCornersTimesRecord) {
   }
 }
 
-TEST(ShapeLodV8Lossless, packedSizeIsChecked) {
+TEST(ShapeLodV8Lossless, PackedSizeIsChecked) {
   const ByteBuilder header = pieces::shapeHeader(0, 1, 0, 0, {0, 4}, pieces::ByteOrder::Little);
   const auto body = [&](std::int64_t size, std::int64_t stored) {
     return ByteBuilder(header).i32(size).i32(stored).bytes(
@@ -128,7 +128,7 @@ TEST(ShapeLodV8Lossless, packedSizeIsChecked) {
 }
 
 // Normals per facet may be in the records or not: the size of the records decides.
-TEST(ShapeLodV8Lossless, attributesPerFacetAreReadWhereTheRecordsHaveThem) {
+TEST(ShapeLodV8Lossless, AttributesPerFacetAreReadWhereTheRecordsHaveThem) {
   const ByteBuilder header = pieces::shapeHeader(0, 2, 0, 0, {0, 2}, pieces::ByteOrder::Little);
   const ShapeGeometry with = decode(
       losslessBody(header, floats({0, 0, 1, 1, 2, 3, 0, 1, 0, 4, 5, 6}, pieces::ByteOrder::Little), true),
@@ -144,7 +144,7 @@ TEST(ShapeLodV8Lossless, attributesPerFacetAreReadWhereTheRecordsHaveThem) {
   EXPECT_EQ(without.facts.unread_attributes, "normals per facet or primitive");
 }
 
-TEST(ShapeLodV8Lossless, aColourMayHaveAnAlpha) {
+TEST(ShapeLodV8Lossless, AColourMayHaveAnAlpha) {
   const ByteBuilder header = pieces::shapeHeader(0, 0, 0, 1, {0, 1}, pieces::ByteOrder::Little);
   const ShapeGeometry shape = decode(
       losslessBody(header, floats({0.25F, 0.5F, 0.75F, 0.5F, 7, 8, 9}, pieces::ByteOrder::Little), false),

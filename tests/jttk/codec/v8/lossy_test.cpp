@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-TEST(ShapeLodV8Lossy, triStripInBothByteOrders) {
+TEST(ShapeLodV8Lossy, TriStripInBothByteOrders) {
   for (const pieces::ByteOrder order : {pieces::ByteOrder::Little, pieces::ByteOrder::Big}) {
     const ShapeGeometry shape = decode(lossyBody(quad(), order), test::kTriStripSet);
     EXPECT_EQ(shape.kind, PrimitiveKind::TriangleStrips);
@@ -36,7 +36,7 @@ TEST(ShapeLodV8Lossy, triStripInBothByteOrders) {
   }
 }
 
-TEST(ShapeLodV8Lossy, predictorsArePerArray) {
+TEST(ShapeLodV8Lossy, PredictorsArePerArray) {
   LossyShape shape = quad();
   shape.normal_binding = 0;
   shape.starts = {0, 4, 8, 11, 17, 20};  // five strips
@@ -53,14 +53,14 @@ TEST(ShapeLodV8Lossy, predictorsArePerArray) {
   EXPECT_THAT(decoded.corner_records, IsEmpty());
 }
 
-TEST(ShapeLodV8Lossy, degenerateLinksStay) {
+TEST(ShapeLodV8Lossy, DegenerateLinksStay) {
   LossyShape shape = quad();
   shape.starts = {0, 6};
   shape.indices = {0, 1, 1, 1, 2, 3};
   EXPECT_THAT(decode(lossyBody(shape), test::kTriStripSet).corner_positions, ElementsAre(0, 1, 1, 1, 2, 3));
 }
 
-TEST(ShapeLodV8Lossy, coordinatesAreRoundedOnce) {
+TEST(ShapeLodV8Lossy, CoordinatesAreRoundedOnce) {
   LossyShape shape = quad();
   shape.ranges = {{0.047F, 0.25F, 21}, {-1, 1, 1}, {0, 1, 32}};
   shape.coordinates[0] = {0, 1, 2097150, 2097151};
@@ -75,7 +75,7 @@ TEST(ShapeLodV8Lossy, coordinatesAreRoundedOnce) {
   EXPECT_EQ(decoded.positions[5], 1.0F);
 }
 
-TEST(ShapeLodV8Lossy, polylinesAndPolygonsShareTheLayout) {
+TEST(ShapeLodV8Lossy, PolylinesAndPolygonsShareTheLayout) {
   LossyShape shape = quad();
   shape.normal_binding = 0;
   shape.starts = {0, 3, 7};
@@ -89,7 +89,7 @@ TEST(ShapeLodV8Lossy, polylinesAndPolygonsShareTheLayout) {
   }
 }
 
-TEST(ShapeLodV8Lossy, pointsWithoutPrimitiveListAreOneGroup) {
+TEST(ShapeLodV8Lossy, PointsWithoutPrimitiveListAreOneGroup) {
   LossyShape shape = quad();
   shape.normal_binding = 0;
   shape.starts = {};
@@ -100,14 +100,14 @@ TEST(ShapeLodV8Lossy, pointsWithoutPrimitiveListAreOneGroup) {
   EXPECT_THAT(decoded.corner_positions, ElementsAre(3, 2, 1, 0, 2));
 }
 
-TEST(ShapeLodV8Lossy, pointsWithPrimitiveListKeepTheirGroups) {
+TEST(ShapeLodV8Lossy, PointsWithPrimitiveListKeepTheirGroups) {
   LossyShape shape = quad();
   shape.normal_binding = 0;
   shape.starts = {0, 1, 4};
   EXPECT_THAT(decode(lossyBody(shape), test::kPointSet).primitive_starts, ElementsAre(0, 1, 4));
 }
 
-TEST(ShapeLodV8Lossy, nothingAtAllIsAShapeToo) {
+TEST(ShapeLodV8Lossy, NothingAtAllIsAShapeToo) {
   LossyShape shape;
   shape.coordinates = {{}, {}, {}};
   for (const Values& starts : {Values{}, Values{0}}) {
@@ -118,7 +118,7 @@ TEST(ShapeLodV8Lossy, nothingAtAllIsAShapeToo) {
   }
 }
 
-TEST(ShapeLodV8Lossy, textureCoordinatesArePaddedToThree) {
+TEST(ShapeLodV8Lossy, TextureCoordinatesArePaddedToThree) {
   LossyShape shape = quad();
   shape.texture_binding = 1;
   shape.texture_ranges = {{0, 1, 1}, {0, 3, 2}};
@@ -128,7 +128,7 @@ TEST(ShapeLodV8Lossy, textureCoordinatesArePaddedToThree) {
   EXPECT_EQ(decoded.facts.bindings, 0x101U);
 }
 
-TEST(ShapeLodV8Lossy, coloursAsRedGreenBlueAlpha) {
+TEST(ShapeLodV8Lossy, ColoursAsRedGreenBlueAlpha) {
   LossyShape shape = quad();
   shape.color_binding = 1;
   shape.color_ranges = {{0, 1, 1}, {0, 1, 1}, {0, 3, 2}, {0, 1, 1}};
@@ -137,7 +137,7 @@ TEST(ShapeLodV8Lossy, coloursAsRedGreenBlueAlpha) {
   EXPECT_THAT(decoded.colors, ElementsAre(0, 1, 0, 1, 1, 1, 1, 1, 0, 0, 2, 1, 1, 0, 3, 0));
 }
 
-TEST(ShapeLodV8Lossy, coloursAsHueSaturationValueAlpha) {
+TEST(ShapeLodV8Lossy, ColoursAsHueSaturationValueAlpha) {
   LossyShape shape = quad();
   shape.color_binding = 1;
   shape.hsv = true;
@@ -148,7 +148,7 @@ TEST(ShapeLodV8Lossy, coloursAsHueSaturationValueAlpha) {
   EXPECT_THAT(decoded.colors, ElementsAre(1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1, 1, 1, 1, 1, 0));
 }
 
-TEST(ShapeLodV8Lossy, huesBetweenTheSextants) {
+TEST(ShapeLodV8Lossy, HuesBetweenTheSextants) {
   LossyShape shape = quad();
   shape.color_binding = 1;
   shape.hsv = true;
@@ -162,7 +162,7 @@ TEST(ShapeLodV8Lossy, huesBetweenTheSextants) {
     EXPECT_NEAR(decoded.colors[i], expected[i], 1e-6) << i;
 }
 
-TEST(ShapeLodV8Attributes, facetsOfStripsBecomeTrianglesOfTheirOwn) {
+TEST(ShapeLodV8Attributes, FacetsOfStripsBecomeTrianglesOfTheirOwn) {
   LossyShape shape = quad();
   shape.starts = {0, 4, 6};  // two triangles, and a strip that has none
   shape.indices = {0, 1, 2, 3, 0, 1};
@@ -175,7 +175,7 @@ TEST(ShapeLodV8Attributes, facetsOfStripsBecomeTrianglesOfTheirOwn) {
   EXPECT_THAT(decoded.normals, ElementsAre(-1, 0, 0, -1, 0, 0, -1, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 1));
 }
 
-TEST(ShapeLodV8Attributes, facetsOfLinesBecomeSegmentsOfTheirOwn) {
+TEST(ShapeLodV8Attributes, FacetsOfLinesBecomeSegmentsOfTheirOwn) {
   LossyShape shape = quad();
   shape.starts = {0, 3};
   shape.indices = {0, 1, 2};
@@ -189,7 +189,7 @@ TEST(ShapeLodV8Attributes, facetsOfLinesBecomeSegmentsOfTheirOwn) {
   EXPECT_THAT(decoded.colors, ElementsAre(0, 0, 0, 1, 0, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 1));
 }
 
-TEST(ShapeLodV8Attributes, primitivesShareOneAndVerticesKeepTheirs) {
+TEST(ShapeLodV8Attributes, PrimitivesShareOneAndVerticesKeepTheirs) {
   LossyShape shape = quad();
   shape.starts = {0, 3, 6};
   shape.indices = {0, 1, 2, 1, 2, 3};
@@ -206,7 +206,7 @@ TEST(ShapeLodV8Attributes, primitivesShareOneAndVerticesKeepTheirs) {
   EXPECT_THAT(decoded.texture_coordinates, ElementsAre(0, 0, 0, 1, 0, 0, 2, 0, 0, 1, 0, 0, 2, 0, 0, 3, 0, 0));
 }
 
-TEST(ShapeLodV8Attributes, countIsThatOfWhatTheyBelongTo) {
+TEST(ShapeLodV8Attributes, CountIsThatOfWhatTheyBelongTo) {
   LossyShape shape = quad();
   shape.normals = {{5, 1}, {3, 7}, {127, 127}, {0, 0}};
   EXPECT_EQ(decode(lossyBody(shape), test::kTriStripSet).facts.unread_attributes,
@@ -216,7 +216,7 @@ TEST(ShapeLodV8Attributes, countIsThatOfWhatTheyBelongTo) {
 }
 
 // It is not known how writers count facets and primitives: the shape stays, its normals are dropped.
-TEST(ShapeLodV8Attributes, ofFacetsAndPrimitivesInAnotherNumberAreDropped) {
+TEST(ShapeLodV8Attributes, OfFacetsAndPrimitivesInAnotherNumberAreDropped) {
   LossyShape shape = quad();
   shape.normals = {{5, 1}, {3, 7}, {127, 127}, {0, 0}};
   shape.normal_binding = 3;
@@ -228,7 +228,7 @@ TEST(ShapeLodV8Attributes, ofFacetsAndPrimitivesInAnotherNumberAreDropped) {
 }
 
 // The indices behind them are needed, so they are skipped.
-TEST(ShapeLodV8Attributes, thatCannotBeReadAreDropped) {
+TEST(ShapeLodV8Attributes, ThatCannotBeReadAreDropped) {
   const auto expectWithout = [](const LossyShape& shape, const char* reason) {
     const ShapeGeometry decoded = decode(lossyBody(shape), test::kTriStripSet);
     EXPECT_THAT(decoded.facts.unread_attributes, HasSubstr(reason));
@@ -287,7 +287,7 @@ ShapeGeometry decodePlain(const pieces::ByteBuilder& body, const Guid& kind = te
 }
 
 // Strips are taken apart for attributes of facets also where these are not decoded.
-TEST(ShapeLodV8Lossy, theShapeIsTheSameWhetherTextureCoordinatesAreAskedForOrNot) {
+TEST(ShapeLodV8Lossy, TheShapeIsTheSameWhetherTextureCoordinatesAreAskedForOrNot) {
   for (const bool with_normals : {true, false}) {
     for (const auto& [binding, count] : {std::pair{1U, 4U}, {2U, 2U}, {3U, 1U}, {2U, 3U}}) {
       LossyShape shape = texturedQuad(binding, count);
@@ -313,7 +313,7 @@ TEST(ShapeLodV8Lossy, theShapeIsTheSameWhetherTextureCoordinatesAreAskedForOrNot
   }
 }
 
-TEST(ShapeLodV8Lossy, textureCoordinatesThatNobodyAsksForMayBeDamaged) {
+TEST(ShapeLodV8Lossy, TextureCoordinatesThatNobodyAsksForMayBeDamaged) {
   LossyShape shape = texturedQuad(1, 4);
   const ShapeGeometry sound = decodePlain(lossyBody(shape));
   shape.texture_ranges[0].bits = 33;
@@ -327,7 +327,7 @@ TEST(ShapeLodV8Lossy, textureCoordinatesThatNobodyAsksForMayBeDamaged) {
 }
 
 // Arrays follow only where there are vertices.
-TEST(ShapeLodV8Lossy, nothingNeedsNoArraysWhateverItsBindings) {
+TEST(ShapeLodV8Lossy, NothingNeedsNoArraysWhateverItsBindings) {
   pieces::ByteBuilder body = pieces::shapeHeader(20, 1, 1, 1, {}, pieces::ByteOrder::Little);
   pieces::addRanges(body, {{0, 3, 2}, {-1, 1, 1}, {5, 5, 8}});
   body.i32(0);
@@ -336,7 +336,7 @@ TEST(ShapeLodV8Lossy, nothingNeedsNoArraysWhateverItsBindings) {
   EXPECT_EQ(decoded.facts.unread_attributes, "");
 }
 
-TEST(ShapeLodV8Lossy, memoryIsTakenFromTheBudget) {
+TEST(ShapeLodV8Lossy, MemoryIsTakenFromTheBudget) {
   const auto body = lossyBody(quad());
   MemoryBudget enough(1000);
   EXPECT_TRUE(decodeShapeLodV8(readerOf(body), test::kTriStripSet, {{}, &enough, true}).has_value());

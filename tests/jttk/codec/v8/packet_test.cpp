@@ -52,7 +52,7 @@ std::string packetError(const ByteBuilder& bytes, std::size_t maximum_count = kA
 
 // ---- null ----
 
-TEST(PacketV8Null, valuesAreStoredPlainly) {
+TEST(PacketV8Null, ValuesAreStoredPlainly) {
   const std::uint8_t golden[] = {0, 2, 0, 0, 0, 0xff, 0xff, 0xff, 0xff, 4, 3, 2, 1};
   ByteReader in(std::as_bytes(std::span(golden)));
   Values values;
@@ -60,11 +60,11 @@ TEST(PacketV8Null, valuesAreStoredPlainly) {
   EXPECT_THAT(values, ElementsAre(-1, 0x01020304));
 }
 
-TEST(PacketV8Null, wordsHaveTheByteOrderOfTheFile) {
+TEST(PacketV8Null, WordsHaveTheByteOrderOfTheFile) {
   EXPECT_THAT(decode(nullPacket(Values{1, -2}, pieces::ByteOrder::Big)), ElementsAre(1, -2));
 }
 
-TEST(PacketV8Null, countIsLimitedByTheBytesLeftAndByTheCaller) {
+TEST(PacketV8Null, CountIsLimitedByTheBytesLeftAndByTheCaller) {
   EXPECT_THAT(packetError(ByteBuilder().u8(0).i32(0x7fffffff).i32(0)), HasSubstr("value count"));
   EXPECT_THAT(packetError(ByteBuilder().u8(0).i32(-1)), HasSubstr("value count"));
   EXPECT_THAT(packetError(nullPacket(Values{1, 2, 3}), 2), HasSubstr("3 values"));
@@ -72,11 +72,11 @@ TEST(PacketV8Null, countIsLimitedByTheBytesLeftAndByTheCaller) {
 
 // ---- bit lengths ----
 
-TEST(PacketV8BitLength, emptyVectorIsThreeZeros) {
+TEST(PacketV8BitLength, EmptyVectorIsThreeZeros) {
   EXPECT_THAT(decode(ByteBuilder().u8(1).i32(0).i32(0).i32(0), 0), IsEmpty());
 }
 
-TEST(PacketV8BitLength, widthsChangeInStepsOfTwo) {
+TEST(PacketV8BitLength, WidthsChangeInStepsOfTwo) {
   const BitBuilder text(
       "0"                   // width 0: value 0
       "1 10 01"             // +2: width 2, value 1
@@ -90,7 +90,7 @@ TEST(PacketV8BitLength, widthsChangeInStepsOfTwo) {
               ElementsAre(0, 1, -2, 31, -8, 0, -128));
 }
 
-TEST(PacketV8BitLength, wordsAreUsedFromTheMostSignificantBit) {
+TEST(PacketV8BitLength, WordsAreUsedFromTheMostSignificantBit) {
   // Width 2, value 1, then 0 01 eleven times: 38 bits, 11001001 00100100 10010010 01001001 001001.
   BitBuilder text("1 10 01");
   for (int i = 0; i < 11; ++i) text.bits("0 01");
@@ -104,7 +104,7 @@ TEST(PacketV8BitLength, wordsAreUsedFromTheMostSignificantBit) {
   EXPECT_EQ(decode(packet), Values(12, 1));
 }
 
-TEST(PacketV8BitLength, widthGoesUpTo32) {
+TEST(PacketV8BitLength, WidthGoesUpTo32) {
   BitBuilder text("1");
   text.bits(std::string(16, '1')).bits("0").number(0x80000000U, 32);  // 16 steps
   text.bits("0").number(0x7fffffffU, 32);
@@ -113,7 +113,7 @@ TEST(PacketV8BitLength, widthGoesUpTo32) {
                                                             std::numeric_limits<std::int32_t>::max(), 0));
 }
 
-TEST(PacketV8BitLength, widthStaysWithin0To32) {
+TEST(PacketV8BitLength, WidthStaysWithin0To32) {
   EXPECT_THAT(packetError(bitLengthPacket(BitBuilder("1 01"), 1)), HasSubstr("width"));
   EXPECT_THAT(packetError(bitLengthPacket(BitBuilder("1 10 01  1 001"), 2)), HasSubstr("width"));
   const std::string steps17(17, '1');
@@ -121,16 +121,16 @@ TEST(PacketV8BitLength, widthStaysWithin0To32) {
               HasSubstr("width"));
 }
 
-TEST(PacketV8BitLength, textIsUsedUpExactly) {
+TEST(PacketV8BitLength, TextIsUsedUpExactly) {
   EXPECT_THAT(packetError(bitLengthPacket(BitBuilder("0 0 0"), 2)), HasSubstr("do not end"));
   EXPECT_THAT(packetError(bitLengthPacket(BitBuilder("0 1 10 0"), 2)), HasSubstr("do not end"));
 }
 
-TEST(PacketV8BitLength, everyValueTakesABit) {
+TEST(PacketV8BitLength, EveryValueTakesABit) {
   EXPECT_THAT(packetError(bitLengthPacket(BitBuilder("0"), 1000)), HasSubstr("1000 values in 1 bits"));
 }
 
-TEST(PacketV8BitLength, wordsAreEnoughForTheBits) {
+TEST(PacketV8BitLength, WordsAreEnoughForTheBits) {
   EXPECT_THAT(decode(ByteBuilder().u8(1).i32(3).i32(3).i32(2).i32(0).i32(0)), ElementsAre(0, 0, 0));
   EXPECT_THAT(packetError(ByteBuilder().u8(1).i32(33).i32(3).i32(1).i32(0)), HasSubstr("33 bits in 1 words"));
   EXPECT_THAT(packetError(ByteBuilder().u8(1).i32(0x7fffffff).i32(3).i32(0x04000000).i32(0)),
@@ -143,29 +143,29 @@ TEST(PacketV8BitLength, wordsAreEnoughForTheBits) {
 // Counts 1 1 1 1 give the codes 11, 10, 00, 01 (by hand in huffman_test.cpp).
 const std::vector<std::vector<Entry>> kFourEqual = {{{0, 1, 10}, {kEscape, 1, 0}, {2, 1, 30}, {3, 1, -40}}};
 
-TEST(PacketV8Huffman, escapeIsALeafThatTakesTheNextOutOfBandValue) {
+TEST(PacketV8Huffman, EscapeIsALeafThatTakesTheNextOutOfBandValue) {
   const Values out_of_band = {123456, -654321};
   const ByteBuilder packet =
       symbolPacket(kHuffman, kFourEqual, out_of_band, BitBuilder("11 10 01 00 10 11"), 6);
   EXPECT_THAT(decode(packet), ElementsAre(10, 123456, -40, 30, -654321, 10));
 }
 
-TEST(PacketV8Huffman, bothByteOrders) {
+TEST(PacketV8Huffman, BothByteOrders) {
   const ByteBuilder packet =
       symbolPacket(kHuffman, kFourEqual, Values{5}, BitBuilder("01 10"), 2, 0, pieces::ByteOrder::Big);
   EXPECT_THAT(decode(packet), ElementsAre(-40, 5));
 }
 
-TEST(PacketV8Huffman, escapeWithoutValuesCanBeListed) {
+TEST(PacketV8Huffman, EscapeWithoutValuesCanBeListed) {
   EXPECT_THAT(decode(symbolPacket(kHuffman, kFourEqual, Values{}, BitBuilder("01 00"), 2)),
               ElementsAre(-40, 30));
 }
 
-TEST(PacketV8Huffman, oneSymbolTakesNoBits) {
+TEST(PacketV8Huffman, OneSymbolTakesNoBits) {
   EXPECT_EQ(decode(symbolPacket(kHuffman, {{{4, 9, -3}}}, Values{}, BitBuilder(), 9)), Values(9, -3));
 }
 
-TEST(PacketV8Huffman, oneSymbolMayTakeABitEach) {
+TEST(PacketV8Huffman, OneSymbolMayTakeABitEach) {
   const std::vector<std::vector<Entry>> one = {{{4, 9, -3}}};
   EXPECT_EQ(decode(symbolPacket(kHuffman, one, Values{}, BitBuilder("000000000"), 9)), Values(9, -3));
   EXPECT_EQ(decode(symbolPacket(kHuffman, one, Values{}, BitBuilder("111111111"), 9)), Values(9, -3));
@@ -175,21 +175,21 @@ TEST(PacketV8Huffman, oneSymbolMayTakeABitEach) {
               HasSubstr("do not end"));
 }
 
-TEST(PacketV8Huffman, textIsUsedUpExactly) {
+TEST(PacketV8Huffman, TextIsUsedUpExactly) {
   EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{}, BitBuilder("00 01 11"), 2)),
               HasSubstr("do not end"));
   EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{}, BitBuilder("00 0"), 2)),
               HasSubstr("do not end"));
 }
 
-TEST(PacketV8Huffman, outOfBandValuesAreUsedUpExactly) {
+TEST(PacketV8Huffman, OutOfBandValuesAreUsedUpExactly) {
   EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{1}, BitBuilder("10 10"), 2)),
               HasSubstr("more escapes"));
   EXPECT_THAT(packetError(symbolPacket(kHuffman, kFourEqual, Values{1, 2}, BitBuilder("10 00"), 2)),
               HasSubstr("left over"));
 }
 
-TEST(PacketV8Huffman, tableWithoutSymbols) {
+TEST(PacketV8Huffman, TableWithoutSymbols) {
   EXPECT_THAT(packetError(symbolPacket(kHuffman, {{}}, Values{}, BitBuilder(), 1)),
               HasSubstr("without symbols"));
   EXPECT_THAT(decode(symbolPacket(kHuffman, {{}}, Values{}, BitBuilder(), 0)), IsEmpty());
@@ -197,7 +197,7 @@ TEST(PacketV8Huffman, tableWithoutSymbols) {
 
 // ---- arithmetic ----
 
-TEST(PacketV8Arithmetic, equalHalvesAreOneBitEach) {
+TEST(PacketV8Arithmetic, EqualHalvesAreOneBitEach) {
   // Two symbols of count 1 halve the interval: 0 selects the first, 1 the second, and the registers are as
   // before after each.
   const std::vector<std::vector<Entry>> tables = {{{0, 1, 7}, {1, 1, 9}}};
@@ -205,7 +205,7 @@ TEST(PacketV8Arithmetic, equalHalvesAreOneBitEach) {
               ElementsAre(7, 9, 9, 7));
 }
 
-TEST(PacketV8Arithmetic, entriesWithoutCountAreNeverChosen) {
+TEST(PacketV8Arithmetic, EntriesWithoutCountAreNeverChosen) {
   const std::vector<std::vector<Entry>> tables = {{{5, 0, 1}, {0, 1, 7}, {6, 0, 2}, {1, 1, 9}, {7, 0, 3}}};
   EXPECT_THAT(decode(symbolPacket(kArithmetic, tables, Values{}, BitBuilder("0 1 1 0"), 4)),
               ElementsAre(7, 9, 9, 7));
@@ -216,7 +216,7 @@ TEST(PacketV8Arithmetic, entriesWithoutCountAreNeverChosen) {
 const std::vector<std::vector<Entry>> kTwoTables = {{{0, 1, 7, 0}, {1, 1, 9, 1}},
                                                     {{1, 1, 0, 1}, {kEscape, 2, 0, 0}, {0, 1, 0, 0}}};
 
-TEST(PacketV8Arithmetic, contextsTakeTurns) {
+TEST(PacketV8Arithmetic, ContextsTakeTurns) {
   // 7 | 9, now second table | 9 | escape: the middle half, and 9 in the first: its upper half, together 10 |
   // 7 in the second | 7 in the first
   const BitBuilder text("0 1 00 10 11 0");
@@ -224,7 +224,7 @@ TEST(PacketV8Arithmetic, contextsTakeTurns) {
               ElementsAre(7, 9, 9, 9, 7, 7));
 }
 
-TEST(PacketV8Arithmetic, escapeOfTheFirstTableGivesAValueAndTheSecondsDoesNot) {
+TEST(PacketV8Arithmetic, EscapeOfTheFirstTableGivesAValueAndTheSecondsDoesNot) {
   const std::vector<std::vector<Entry>> tables = {{{kEscape, 1, 0, 1}, {0, 1, 9, 0}},
                                                   {{0, 1, 0, 1}, {kEscape, 1, 0, 0}}};
   // escape: 1000, to the second | 9 | escape: nothing, to the first | escape: 2000 | escape: nothing | 9
@@ -232,7 +232,7 @@ TEST(PacketV8Arithmetic, escapeOfTheFirstTableGivesAValueAndTheSecondsDoesNot) {
               ElementsAre(1000, 9, 2000, 9));
 }
 
-TEST(PacketV8Arithmetic, symbolCountFitsTheValueCount) {
+TEST(PacketV8Arithmetic, SymbolCountFitsTheValueCount) {
   const BitBuilder text("0 1 00 10 11 0");
   EXPECT_THAT(packetError(symbolPacket(kArithmetic, kTwoTables, Values{}, text, 6, 5)),
               HasSubstr("5 symbols for 6"));
@@ -271,7 +271,7 @@ void expectRoundTrip(const std::vector<Entry>& table, const std::vector<std::siz
   }
 }
 
-TEST(PacketV8Arithmetic, intervalsAroundTheMiddle) {
+TEST(PacketV8Arithmetic, IntervalsAroundTheMiddle) {
   // The middle third again and again: no bit is settled for long.
   std::vector<std::size_t> choices(200, 1);
   choices.push_back(0);
@@ -280,7 +280,7 @@ TEST(PacketV8Arithmetic, intervalsAroundTheMiddle) {
   expectRoundTrip({{0, 1, -5}, {1, 1, 0}, {2, 1, 5}}, choices, true);
 }
 
-TEST(PacketV8Arithmetic, whatTheEncoderWritesComesBack) {
+TEST(PacketV8Arithmetic, WhatTheEncoderWritesComesBack) {
   std::mt19937 random(1);
   for (int round = 0; round < 50; ++round) {
     std::vector<Entry> table;
@@ -303,7 +303,7 @@ TEST(PacketV8Arithmetic, whatTheEncoderWritesComesBack) {
   }
 }
 
-TEST(PacketV8Arithmetic, totalsUpToTheLimitAreDividedRight) {
+TEST(PacketV8Arithmetic, TotalsUpToTheLimitAreDividedRight) {
   for (const std::uint32_t total : {3U, 0x3fffU, 0x4000U, 0x7fffU, 0x8000U, 0x8001U, 0xfffeU, 0xffffU}) {
     // The coder is exact only for intervals that are wider than the total, so parts are not too small.
     const std::uint32_t third = total / 3;
@@ -314,17 +314,17 @@ TEST(PacketV8Arithmetic, totalsUpToTheLimitAreDividedRight) {
   }
 }
 
-TEST(PacketV8Arithmetic, oneSymbolNeedsNoBits) {
+TEST(PacketV8Arithmetic, OneSymbolNeedsNoBits) {
   EXPECT_EQ(decode(symbolPacket(kArithmetic, {{{4, 9, -3}}}, Values{}, BitBuilder(), 9)), Values(9, -3));
 }
 
-TEST(PacketV8Arithmetic, textThatEndsLongBeforeTheValuesIsAnError) {
+TEST(PacketV8Arithmetic, TextThatEndsLongBeforeTheValuesIsAnError) {
   const std::vector<std::vector<Entry>> tables = {{{0, 1, 7}, {1, 1, 9}}};
   EXPECT_THAT(packetError(symbolPacket(kArithmetic, tables, Values{}, BitBuilder("0 1 1"), 4)),
               HasSubstr("ends too early"));
 }
 
-TEST(PacketV8Arithmetic, tablesOfAnyNumberOfOccurrences) {
+TEST(PacketV8Arithmetic, TablesOfAnyNumberOfOccurrences) {
   // Up to 65535 occurrences, and more.
   const auto packet = [](std::uint32_t count) {
     return symbolPacket(kArithmetic, {{{0, count, 7}, {1, count, 9}}}, Values{}, BitBuilder("01 10"), 2);
@@ -334,14 +334,14 @@ TEST(PacketV8Arithmetic, tablesOfAnyNumberOfOccurrences) {
   }
 }
 
-TEST(PacketV8Arithmetic, tableWithoutSymbols) {
+TEST(PacketV8Arithmetic, TableWithoutSymbols) {
   EXPECT_THAT(packetError(symbolPacket(kArithmetic, {{{0, 0, 7}}}, Values{}, BitBuilder("0"), 1)),
               HasSubstr("without symbols"));
 }
 
 // ---- all codecs ----
 
-TEST(PacketV8, everyPrefixIsAnError) {
+TEST(PacketV8, EveryPrefixIsAnError) {
   const ByteBuilder packets[] = {
       nullPacket(Values{1, 2}), bitLengthPacket(BitBuilder("1 10 01 0 10"), 2),
       symbolPacket(kHuffman, kFourEqual, Values{5, 6}, BitBuilder("00 10 10"), 3),
@@ -354,7 +354,7 @@ TEST(PacketV8, everyPrefixIsAnError) {
   }
 }
 
-TEST(PacketV8, lyingCountsTakeNoMemory) {
+TEST(PacketV8, LyingCountsTakeNoMemory) {
   // A single symbol without bits could mean any number of values.
   const ByteBuilder packet = symbolPacket(kHuffman, {{{4, 9, -3}}}, Values{}, BitBuilder(), 0x7fffffff);
   ByteReader in = readerOf(packet);
@@ -366,7 +366,7 @@ TEST(PacketV8, lyingCountsTakeNoMemory) {
   EXPECT_THAT(packetError(bitLengthPacket(BitBuilder("0 0 0"), 3), 2), HasSubstr("3 values"));
 }
 
-TEST(PacketV8, codecsAre0To3) {
+TEST(PacketV8, CodecsAre0To3) {
   EXPECT_THAT(packetError(ByteBuilder().u8(4).i32(0).i32(0).i32(0)), HasSubstr("codec 4"));
   EXPECT_THAT(packetError(ByteBuilder().u8(255)), HasSubstr("codec 255"));
 }
@@ -378,7 +378,7 @@ ByteBuilder wrapped(const ByteBuilder& inner) {
   return packet.i32(0).i32(1).i32(0);
 }
 
-TEST(PacketV8, packetsInPacketsHaveAFixedDepth) {
+TEST(PacketV8, PacketsInPacketsHaveAFixedDepth) {
   ByteBuilder packet = nullPacket(Values{42});
   for (int depth = 0; depth < 4; ++depth) {
     packet = wrapped(packet);
@@ -389,7 +389,7 @@ TEST(PacketV8, packetsInPacketsHaveAFixedDepth) {
   EXPECT_THAT(packetError(packet), HasSubstr("nested too deeply"));
 }
 
-TEST(PacketV8, outOfBandPacketHoldsWhatIsAnnounced) {
+TEST(PacketV8, OutOfBandPacketHoldsWhatIsAnnounced) {
   const auto announced = [](std::int32_t count) {
     ByteBuilder packet;
     packet.u8(kHuffman)
@@ -404,7 +404,7 @@ TEST(PacketV8, outOfBandPacketHoldsWhatIsAnnounced) {
   EXPECT_THAT(packetError(announced(-1)), HasSubstr("-1 values"));
 }
 
-TEST(PacketV8, packetsAreSkippedWhateverTheirValues) {
+TEST(PacketV8, PacketsAreSkippedWhateverTheirValues) {
   ByteBuilder bad_code = symbolPacket(kHuffman, kFourEqual, Values{5, 6}, BitBuilder("10 10 10"), 3);
   EXPECT_NE(packetError(bad_code), "");
   for (const ByteBuilder& packet :

@@ -28,7 +28,7 @@ ByteBuilder oneTable() {
                                           .bits("11 1111 000"));  // symbol 1, 15 times, value 0 - 3
 }
 
-TEST(ProbabilityContexts, fieldsAreABitStreamOfBytes) {
+TEST(ProbabilityContexts, FieldsAreABitStreamOfBytes) {
   const ByteBuilder bytes = oneTable();
   // By hand; the entries are 10010111 00000110 00111111 000.
   const std::uint8_t golden[] = {0x01, 0x00, 0x00, 0x00, 0x03, 0x08, 0x40, 0xc0,
@@ -53,7 +53,7 @@ TEST(ProbabilityContexts, fieldsAreABitStreamOfBytes) {
   EXPECT_EQ(table.entries[2].count, 15U);
 }
 
-TEST(ProbabilityContexts, byteOrderOfTheFileDoesNotMatter) {
+TEST(ProbabilityContexts, ByteOrderOfTheFileDoesNotMatter) {
   const ByteBuilder bytes = oneTable();
   ByteReader in(bytes.view(), ByteOrder::Big);
   const auto contexts = readProbabilityContexts(in);
@@ -61,7 +61,7 @@ TEST(ProbabilityContexts, byteOrderOfTheFileDoesNotMatter) {
   EXPECT_EQ(contexts->tables[0].entries[0].value, 3);
 }
 
-TEST(ProbabilityContexts, secondTableTakesValuesBySymbolFromTheFirst) {
+TEST(ProbabilityContexts, SecondTableTakesValuesBySymbolFromTheFirst) {
   // The second table has other frequencies, another order, and its escape is no symbol of the first.
   const ByteBuilder bytes =
       pieces::contexts({{{5, 1, 50, 1}, {7, 2, -70, 0}}, {{7, 9, 0, 1}, {-2, 4, 0, 0}, {5, 3, 0, 1}}});
@@ -81,7 +81,7 @@ TEST(ProbabilityContexts, secondTableTakesValuesBySymbolFromTheFirst) {
   EXPECT_EQ(in.remaining(), 0U);
 }
 
-TEST(ProbabilityContexts, valuesWrapAround) {
+TEST(ProbabilityContexts, ValuesWrapAround) {
   const ByteBuilder bytes = ByteBuilder().u8(1).byteBits(BitBuilder()
                                                              .number(1, 32)
                                                              .bits("000010 000001 100000 000000")
@@ -94,7 +94,7 @@ TEST(ProbabilityContexts, valuesWrapAround) {
   EXPECT_EQ(contexts->tables[0].entries[0].value, 0x7fffffff);
 }
 
-TEST(ProbabilityContexts, everyPrefixIsAnError) {
+TEST(ProbabilityContexts, EveryPrefixIsAnError) {
   const ByteBuilder bytes =
       pieces::contexts({{{5, 1, 50, 1}, {7, 2, -70, 0}}, {{7, 9, 0, 1}, {-2, 4, 0, 0}, {5, 3, 0, 1}}});
   forEachPrefix(bytes,
@@ -107,19 +107,19 @@ std::string contextsError(const ByteBuilder& bytes) {
   return contexts ? "" : contexts.error().what;
 }
 
-TEST(ProbabilityContexts, tableCountIsOneOrTwo) {
+TEST(ProbabilityContexts, TableCountIsOneOrTwo) {
   EXPECT_THAT(contextsError(ByteBuilder().u8(0)), HasSubstr("0 tables"));
   EXPECT_THAT(contextsError(ByteBuilder().u8(3)), HasSubstr("3 tables"));
 }
 
-TEST(ProbabilityContexts, fieldsHave32BitsAtMost) {
+TEST(ProbabilityContexts, FieldsHave32BitsAtMost) {
   EXPECT_THAT(
       contextsError(ByteBuilder().u8(1).byteBits(
           BitBuilder().number(1, 32).bits("000010 100001 000011 000000").number(0, 32).number(0, 64))),
       HasSubstr("more than 32 bits"));
 }
 
-TEST(ProbabilityContexts, entryCountIsCheckedAgainstTheBytesLeft) {
+TEST(ProbabilityContexts, EntryCountIsCheckedAgainstTheBytesLeft) {
   const auto claim = [](std::uint32_t count, std::string_view widths) {
     return contextsError(ByteBuilder().u8(1).byteBits(
         BitBuilder().number(count, 32).bits(widths).number(0, 32).number(0, 24)));
@@ -132,12 +132,12 @@ TEST(ProbabilityContexts, entryCountIsCheckedAgainstTheBytesLeft) {
   EXPECT_EQ(claim(1, "000000 000000 000000 000000"), "");
 }
 
-TEST(ProbabilityContexts, secondTableHasNoSymbolsOfItsOwn) {
+TEST(ProbabilityContexts, SecondTableHasNoSymbolsOfItsOwn) {
   EXPECT_THAT(contextsError(pieces::contexts({{{5, 1, 50}}, {{6, 1, 0}}})),
               HasSubstr("a symbol that the first table lacks"));
 }
 
-TEST(ProbabilityContexts, nextContextExists) {
+TEST(ProbabilityContexts, NextContextExists) {
   EXPECT_THAT(contextsError(pieces::contexts({{{5, 1, 50, 1}}})),
               HasSubstr("a next context that does not exist"));
 }

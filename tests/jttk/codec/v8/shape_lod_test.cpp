@@ -25,7 +25,7 @@ using test::losslessBody;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(ShapeLodV8, withoutAPrimitiveListEverythingIsOnePrimitive) {
+TEST(ShapeLodV8, WithoutAPrimitiveListEverythingIsOnePrimitive) {
   LossyShape shape = quad();
   shape.normal_binding = 0;
   shape.starts = {};
@@ -39,7 +39,7 @@ TEST(ShapeLodV8, withoutAPrimitiveListEverythingIsOnePrimitive) {
 }
 
 // A dart: the third corner lies inside of the triangle of the others, so the polygon is concave there.
-TEST(ShapeLodV8, polygonSetsKeepTheCornersOfTheirPolygons) {
+TEST(ShapeLodV8, PolygonSetsKeepTheCornersOfTheirPolygons) {
   LossyShape shape = quad();
   shape.starts = {0, 4, 7};
   shape.ranges = {{0, 7, 3}, {0, 7, 3}, {0, 0, 8}};
@@ -54,7 +54,7 @@ TEST(ShapeLodV8, polygonSetsKeepTheCornersOfTheirPolygons) {
   }
 }
 
-TEST(ShapeLodV8, polygonsCanHaveANormalEach) {
+TEST(ShapeLodV8, PolygonsCanHaveANormalEach) {
   LossyShape shape = quad();
   shape.starts = {0, 4, 7};
   shape.indices = {0, 1, 2, 3, 1, 3, 2};
@@ -69,21 +69,21 @@ TEST(ShapeLodV8, polygonsCanHaveANormalEach) {
   }
 }
 
-TEST(ShapeLodV8, nullShapeIsEmpty) {
+TEST(ShapeLodV8, NullShapeIsEmpty) {
   const Guid null_shape = {0x3e637aed, 0x2a89, 0x41f8, {0xa9, 0xfd, 0x55, 0x37, 0x37, 0x03, 0x96, 0x82}};
   const ShapeGeometry shape = decode(ByteBuilder(), null_shape);
   EXPECT_EQ(shape.kind, PrimitiveKind::Empty);
   EXPECT_EQ(shape.primitiveCount(), 0U);
 }
 
-TEST(ShapeLodV8, otherKindsAreNamed) {
+TEST(ShapeLodV8, OtherKindsAreNamed) {
   const auto unknown = decodeShapeLodV8(from_maker::readerOf(ByteBuilder()), {});
   ASSERT_FALSE(unknown.has_value());
   EXPECT_EQ(unknown.error().textWithoutOffset(),
             "shape LOD element 00000000-0000-0000-0000-000000000000: not supported");
 }
 
-TEST(ShapeLodV8, everyPrefixIsAnError) {
+TEST(ShapeLodV8, EveryPrefixIsAnError) {
   LossyShape full = quad();
   full.texture_binding = 1;
   full.texture_ranges = {{0, 1, 1}, {0, 3, 2}};
@@ -103,9 +103,9 @@ TEST(ShapeLodV8, everyPrefixIsAnError) {
   }
 }
 
-TEST(ShapeLodV8, bytesBehindTheDataAreIgnored) { EXPECT_EQ(errorOf(lossyBody(quad()).i32(0x12345678)), ""); }
+TEST(ShapeLodV8, BytesBehindTheDataAreIgnored) { EXPECT_EQ(errorOf(lossyBody(quad()).i32(0x12345678)), ""); }
 
-TEST(ShapeLodV8, bindingsAreChecked) {
+TEST(ShapeLodV8, BindingsAreChecked) {
   const auto header = [](std::uint32_t normal) {
     return errorOf(ByteBuilder().i16(1).i32(0).i32(0).i16(1).i16(1).u8(normal).u8(0).u8(0).i32(0));
   };
@@ -113,7 +113,7 @@ TEST(ShapeLodV8, bindingsAreChecked) {
   EXPECT_THAT(header(3), HasSubstr("primitive list"));  // nothing wrong up to there
 }
 
-TEST(ShapeLodV8, otherVersionNumbersOfTheLayersAreReadLikeOurs) {
+TEST(ShapeLodV8, OtherVersionNumbersOfTheLayersAreReadLikeOurs) {
   ByteBuilder body(pieces::ByteOrder::Little);
   body.i16(2).i32(0).i32(0).i16(3).i16(2).i32(0).u8(0).u8(0).u8(0);  // … no attributes, lossless
   body.bytes(nullPacket(Values{0, 2}));
@@ -121,7 +121,7 @@ TEST(ShapeLodV8, otherVersionNumbersOfTheLayersAreReadLikeOurs) {
   EXPECT_THAT(decode(body, test::kPolylineSet).positions, ElementsAre(1, 2, 3, 4, 5, 6));
 }
 
-TEST(ShapeLodV8, primitiveListAscendsFrom0) {
+TEST(ShapeLodV8, PrimitiveListAscendsFrom0) {
   const auto error = [](const Values& starts) {
     LossyShape shape = quad();
     shape.starts = starts;
@@ -136,7 +136,7 @@ TEST(ShapeLodV8, primitiveListAscendsFrom0) {
   EXPECT_EQ(error({0, 0, 4, 4}), "");
 }
 
-TEST(ShapeLodV8, countsOfVerticesAreThoseOfThePackets) {
+TEST(ShapeLodV8, CountsOfVerticesAreThoseOfThePackets) {
   const ByteBuilder head = pieces::shapeHeader(20, 0, 0, 0, {0, 4}, pieces::ByteOrder::Little);
   const auto error = [&](std::int64_t count) {
     ByteBuilder body = head;
@@ -149,7 +149,7 @@ TEST(ShapeLodV8, countsOfVerticesAreThoseOfThePackets) {
   EXPECT_THAT(error(2), HasSubstr("x codes: 3 values in a packet that may hold 2"));
 }
 
-TEST(ShapeLodV8, indicesAreBelowTheVertexCount) {
+TEST(ShapeLodV8, IndicesAreBelowTheVertexCount) {
   LossyShape shape = quad();
   shape.indices = {0, 1, 2, 4};
   EXPECT_THAT(errorOf(lossyBody(shape)), HasSubstr("vertex indices: 4 where there are 4"));
@@ -157,7 +157,7 @@ TEST(ShapeLodV8, indicesAreBelowTheVertexCount) {
   EXPECT_THAT(errorOf(lossyBody(shape)), HasSubstr("vertex indices: -1"));
 }
 
-TEST(ShapeLodV8, codesFitTheirBits) {
+TEST(ShapeLodV8, CodesFitTheirBits) {
   LossyShape shape = quad();
   shape.coordinates[0][2] = 4;  // one step beyond the range
   EXPECT_EQ(decode(lossyBody(shape), test::kTriStripSet).positions[6], 4);
@@ -172,7 +172,7 @@ TEST(ShapeLodV8, codesFitTheirBits) {
   }
 }
 
-TEST(ShapeLodV8, quantisersAreFiniteAndHave32BitsAtMost) {
+TEST(ShapeLodV8, QuantisersAreFiniteAndHave32BitsAtMost) {
   LossyShape shape = quad();
   shape.ranges[1].bits = 33;
   EXPECT_THAT(errorOf(lossyBody(shape)), HasSubstr("quantiser bits"));
@@ -186,7 +186,7 @@ TEST(ShapeLodV8, quantisersAreFiniteAndHave32BitsAtMost) {
   }
 }
 
-TEST(ShapeLodV8, errorsNameTheKindAndThePlace) {
+TEST(ShapeLodV8, ErrorsNameTheKindAndThePlace) {
   LossyShape shape = quad();
   shape.indices = {0, 1, 2, 4};
   const auto decoded =

@@ -73,7 +73,7 @@ const Outline kComb = {{0, 4}, {0, 0}, {9, 0}, {9, 4}, {8, 4}, {8, 1}, {6, 1}, {
 // A square with a square hole, joined to the outline by a double edge.
 const Outline kKeyhole = {{0, 0}, {9, 0}, {9, 9}, {0, 9}, {0, 0}, {3, 3}, {3, 6}, {6, 6}, {6, 3}, {3, 3}};
 
-TEST(Concave, convexPolygonsStayAsTheyAre) {
+TEST(Concave, ConvexPolygonsStayAsTheyAre) {
   ShapeGeometry shape = flat({kSquare, {{0, 0}, {1, 0}, {0, 1}}, {{0, 0}, {1, 0}, {2, 0}, {2, 2}}});
   const ShapeGeometry before = shape;
   splitConcavePolygons(shape);
@@ -81,7 +81,7 @@ TEST(Concave, convexPolygonsStayAsTheyAre) {
   EXPECT_EQ(shape.corner_positions, before.corner_positions);
 }
 
-TEST(Concave, aDartBecomesTheTwoTrianglesThatItConsistsOf) {
+TEST(Concave, ADartBecomesTheTwoTrianglesThatItConsistsOf) {
   ShapeGeometry shape = flat({kSquare, kDart, kSquare});
   shape.corner_records = {10, 11, 12, 13, 20, 21, 22, 23, 30, 31, 32, 33};
   splitConcavePolygons(shape);
@@ -94,7 +94,7 @@ TEST(Concave, aDartBecomesTheTwoTrianglesThatItConsistsOf) {
   }
 }
 
-TEST(Concave, everyOutlineIsCoveredOnceWithItsWinding) {
+TEST(Concave, EveryOutlineIsCoveredOnceWithItsWinding) {
   for (Outline outline : {kDart, kComb, kKeyhole}) {
     const double whole = area(outline);
     // From whichever corner it begins.
@@ -109,7 +109,7 @@ TEST(Concave, everyOutlineIsCoveredOnceWithItsWinding) {
 }
 
 // An inward corner by next to nothing counts as straight; by a thousandth it does not.
-TEST(Concave, nextToStraightCornersAreStraight) {
+TEST(Concave, NextToStraightCornersAreStraight) {
   constexpr float kFar = 8388608;
   ShapeGeometry shape = flat({{{0, 0}, {kFar, 0}, {2 * kFar, -0.005F}, {2 * kFar, kFar}, {0, kFar}}});
   splitConcavePolygons(shape);
@@ -145,7 +145,7 @@ Outline bars(std::mt19937& random) {
 
 // Corners in one line with others: each triangle has an area, and no corner lies in or on one that is not its
 // own.
-TEST(Concave, cornersInOneLineAreNobodysEarsAndInTheWayOfOthers) {
+TEST(Concave, CornersInOneLineAreNobodysEarsAndInTheWayOfOthers) {
   std::mt19937 random(3);
   for (int i = 0; i < 500; ++i) {
     Outline outline = bars(random);
@@ -168,7 +168,7 @@ TEST(Concave, cornersInOneLineAreNobodysEarsAndInTheWayOfOthers) {
   }
 }
 
-TEST(Concave, polygonsInAnyPlaneKeepTheSideTheyAreSeenFrom) {
+TEST(Concave, PolygonsInAnyPlaneKeepTheSideTheyAreSeenFrom) {
   const std::array<std::array<float, 6>, 5> planes = {{{1, 0, 0, 0, 1, 0},
                                                        {0, 1, 0, 1, 0, 0},
                                                        {0, 0, 1, 1, 0, 0},
@@ -194,7 +194,7 @@ TEST(Concave, polygonsInAnyPlaneKeepTheSideTheyAreSeenFrom) {
   }
 }
 
-TEST(Concave, starsOfManyCornersAreCovered) {
+TEST(Concave, StarsOfManyCornersAreCovered) {
   std::mt19937 random(5);
   for (const std::size_t corners : {5U, 50U, 1000U}) {
     Outline star;
@@ -212,7 +212,7 @@ TEST(Concave, starsOfManyCornersAreCovered) {
 }
 
 // Crossing outlines, coinciding points, NaN: there is some result, and the work ends.
-TEST(Concave, nonsenseStaysWithinItsCorners) {
+TEST(Concave, NonsenseStaysWithinItsCorners) {
   const float nan = std::nanf("");
   const std::vector<Outline> nonsense = {
       {{0, 0}, {4, 4}, {4, 0}, {0, 4}},
@@ -235,7 +235,7 @@ TEST(Concave, nonsenseStaysWithinItsCorners) {
 }
 
 // What a polygon may cost is bounded.
-TEST(Concave, hugePolygonsEnd) {
+TEST(Concave, HugePolygonsEnd) {
   Outline saw;
   for (int i = 0; i < 60'000; ++i) saw.push_back({static_cast<float>(i), i % 2 == 0 ? 0.0F : 1.0F});
   saw.push_back({60'000, 100});
@@ -245,7 +245,7 @@ TEST(Concave, hugePolygonsEnd) {
   EXPECT_GE(shape.primitiveCount(), 1U);
 }
 
-TEST(Concave, shapesOfPolygonsAreStripsOfTheRightTriangles) {
+TEST(Concave, ShapesOfPolygonsAreStripsOfTheRightTriangles) {
   const jttk::ShapeArrays arrays = jttk::makeShapeArrays(flat({kDart}));
   const ShapeGeometry& strips = arrays.geometry;
   double sum = 0;
