@@ -18,6 +18,7 @@
 #include "jttk/file/byte_source.h"
 #include "jttk/file/contents.h"
 #include "jttk/file/error.h"
+#include "jttk/file/packed_data.h"
 #include "jttk/file/work_budget.h"
 
 namespace jttk {
@@ -27,10 +28,6 @@ struct Version {
   int minor = 0;
   friend auto operator<=>(const Version&, const Version&) = default;  // NOLINT(modernize-use-nullptr)
 };
-
-enum class Compression : std::uint8_t { None, Stored, Zlib, Lzma };
-// "none", "stored", "zlib" or "lzma".
-[[nodiscard]] const char* compressionName(Compression compression);
 
 // The data of one segment after its header, unpacked. It owns its bytes, but for those that a caller of
 // JtFile::fromBytes keeps.
