@@ -82,19 +82,26 @@ Result<Block> readBlock(ByteReader& in, std::size_t maximum_bytes, MemoryBudget&
               offset);
 }
 
-// Copies `count` floats from float `column` of each record on to an array with `stride` floats per record,
+// `count` floats from float `first` of each record on, and how they are stored: `stride` floats per record,
 // the rest of which are `fill`.
+struct Column {
+  std::size_t first;
+  std::size_t count;
+  std::size_t stride;
+  float fill;
+};
+
 template <ByteOrder order>
-void copyColumn(std::span<const std::byte> bytes, std::size_t record_floats, std::size_t column,
-                std::size_t count, std::size_t stride, float fill, std::vector<float>& target) {
-  if (column == RecordLayout::kAbsent) return;
+void copyColumn(std::span<const std::byte> bytes, std::size_t record_floats, const Column& column,
+                std::vector<float>& target) {
+  if (column.first == RecordLayout::kAbsent) return;
   const std::size_t record_bytes = record_floats * kFloatBytes;
   const std::size_t record_count = bytes.size() / record_bytes;
-  target.assign(record_count * stride, fill);
+  target.assign(record_count * column.stride, column.fill);
   for (std::size_t record = 0; record < record_count; ++record) {
-    ByteReader floats(bytes.subspan(record * record_bytes + column * kFloatBytes, count * kFloatBytes),
-                      order);
-    for (std::size_t i = 0; i < count; ++i) target[record * stride + i] = floats.f32("float");
+    ByteReader floats(
+        bytes.subspan(record * record_bytes + column.first * kFloatBytes, column.count * kFloatBytes), order);
+    for (std::size_t i = 0; i < column.count; ++i) target[record * column.stride + i] = floats.f32("float");
   }
 }
 
@@ -103,11 +110,11 @@ void copyRecords(std::span<const std::byte> bytes, const RecordLayout& layout, b
                  ShapeGeometry& geometry) {
   const std::size_t size = layout.float_count;
   if (with_texture) {
-    copyColumn<order>(bytes, size, layout.texture, 2, 3, 0.0F, geometry.texture_coordinates);
+    copyColumn<order>(bytes, size, {layout.texture, 2, 3, 0.0F}, geometry.texture_coordinates);
   }
-  copyColumn<order>(bytes, size, layout.color, layout.color_count, 4, 1.0F, geometry.colors);
-  copyColumn<order>(bytes, size, layout.normal, 3, 3, 0.0F, geometry.normals);
-  copyColumn<order>(bytes, size, layout.position, 3, 3, 0.0F, geometry.positions);
+  copyColumn<order>(bytes, size, {layout.color, layout.color_count, 4, 1.0F}, geometry.colors);
+  copyColumn<order>(bytes, size, {layout.normal, 3, 3, 0.0F}, geometry.normals);
+  copyColumn<order>(bytes, size, {layout.position, 3, 3, 0.0F}, geometry.positions);
 }
 
 constexpr std::size_t kMostRecordFloats = 2 + 4 + 3 + 3;
