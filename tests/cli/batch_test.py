@@ -9,8 +9,7 @@ import time
 import unittest
 
 from cli_case import REPORT_KEYS, SAMPLE, CliTest
-from graph_file import assembly_file
-from programs import LOFTBAY
+from programs import LOFTBAY, assembly_file
 
 
 class Batch(CliTest):

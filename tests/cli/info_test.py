@@ -6,8 +6,7 @@ import shutil
 import unittest
 
 from cli_case import SAMPLE, CliTest
-from graph_file import GraphFile, guid
-from programs import SOURCE, ProgramTest
+from programs import SOURCE, GraphFile, ProgramTest, guid
 
 SAMPLES = os.path.join(SOURCE, "samples")
 ENGINE = os.path.join(SAMPLES, "beam_engine.jt")

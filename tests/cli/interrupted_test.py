@@ -14,8 +14,7 @@ import time
 import unittest
 
 from cli_case import SAMPLE, CliTest
-from graph_file import assembly_file
-from programs import LOFTBAY
+from programs import LOFTBAY, assembly_file
 from system_calls import name_filter
 
 REFUSE_UNNAMED = name_filter()

@@ -13,8 +13,7 @@ import subprocess
 import time
 import unittest
 
-from graph_file import GraphFile
-from programs import LOFTBAY, SOURCE, ProgramTest
+from programs import LOFTBAY, SOURCE, GraphFile, ProgramTest
 
 SAMPLE = os.path.join(SOURCE, "samples", "beam_engine.jt")
 BOMBS = os.path.join(os.path.dirname(LOFTBAY), "make_limit_bombs")

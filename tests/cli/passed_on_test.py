@@ -7,9 +7,8 @@ import shutil
 import subprocess
 import unittest
 
-from graph_file import assembly_file
 from cli_case import SAMPLE, SURVEY, CliTest
-from programs import LOFTBAY, SOURCE
+from programs import LOFTBAY, SOURCE, assembly_file
 
 JOINT = os.path.join(SOURCE, "samples", "flange_joint.jt")
 BOTH_WAYS = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "write_both_ways")

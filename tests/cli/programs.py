@@ -4,12 +4,15 @@ import json
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 
 import schema
 
 SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
+sys.path.insert(0, os.path.join(SOURCE, "samples", "maker"))
+from graph_file import GraphFile, assembly_file, guid  # noqa: E402,F401  handed on to the tests
 LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
 ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
 

@@ -6,7 +6,7 @@ import shutil
 import unittest
 
 from cli_case import SAMPLE, SURVEY, CliTest
-from graph_file import assembly_file
+from programs import assembly_file
 
 
 class ManyFiles(CliTest):

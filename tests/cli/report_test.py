@@ -11,9 +11,8 @@ import time
 import unittest
 
 import schema
-from graph_file import assembly_file
 from cli_case import SAMPLE, SURVEY, CliTest
-from programs import LOFTBAY, REPORT_SCHEMA
+from programs import LOFTBAY, REPORT_SCHEMA, assembly_file
 
 
 class Schema(CliTest):

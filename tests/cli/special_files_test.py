@@ -6,8 +6,7 @@ import stat
 import subprocess
 import unittest
 
-from graph_file import GraphFile
-from programs import LOFTBAY, SOURCE, ZIX, ProgramTest
+from programs import LOFTBAY, SOURCE, ZIX, GraphFile, ProgramTest
 
 ENGINE = os.path.join(SOURCE, "samples", "beam_engine.jt")
 SECONDS = 60  # a program that waits for the other end of a pipe waits for ever

@@ -6,8 +6,7 @@ import shutil
 import subprocess
 import unittest
 
-from graph_file import GraphFile
-from programs import LOFTBAY, SOURCE, ZIX, ProgramTest
+from programs import LOFTBAY, SOURCE, ZIX, GraphFile, ProgramTest
 
 ENGINE = os.path.join(SOURCE, "samples", "beam_engine.jt")
 

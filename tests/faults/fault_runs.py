@@ -19,7 +19,7 @@ import subprocess
 import sys
 import tempfile
 
-sys.path.insert(0, os.path.join(os.environ["LOFTBAY_SOURCE_DIR"], "tests", "cli"))
+sys.path.insert(0, os.path.join(os.environ["LOFTBAY_SOURCE_DIR"], "samples", "maker"))
 import graph_file  # noqa: E402  found by the line before
 
 BIN = os.environ["LOFTBAY_BIN_DIR"]

@@ -1,4 +1,4 @@
-"""Small JT files for tests of the console programs."""
+"""Scene graphs of JT 9.5 for tests in Python: the small part of the maker that works without being built."""
 
 import struct
 
