@@ -19,8 +19,9 @@ import subprocess
 import sys
 import tempfile
 
-sys.path.insert(0, os.path.join(os.environ["LOFTBAY_SOURCE_DIR"], "samples", "maker"))
-import graph_file  # noqa: E402  found by the line before
+for folder in (("samples", "maker"), ("tests", "cli")):
+    sys.path.insert(0, os.path.join(os.environ["LOFTBAY_SOURCE_DIR"], *folder))
+import graph_file  # noqa: E402  found by the lines before
 
 BIN = os.environ["LOFTBAY_BIN_DIR"]
 SAMPLES = os.path.join(os.environ["LOFTBAY_SOURCE_DIR"], "samples")
