@@ -16,17 +16,17 @@ if(LOFTBAY_SHARED_TEST_OBJECTS)
   execute_process(COMMAND ${CMAKE_COMMAND} --preset linux-test-objects WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 endif()
-if(LOFTBAY_ONLY_TEST_OBJECTS)
-  add_custom_target(test_archives)
-endif()
 
 # Makes the target `name`: a program, or with LOFTBAY_ONLY_TEST_OBJECTS an archive of what it is linked from.
 function(loftbay_test_sources name)
   if(LOFTBAY_SHARED_TEST_OBJECTS)
     set(archive ${LOFTBAY_TEST_OBJECTS}/lib/lib${name}.a)
     add_executable(${name} ${PROJECT_SOURCE_DIR}/tests/support/linked_tests.cpp)
-    add_dependencies(${name} test_objects)
-    set_property(GLOBAL APPEND PROPERTY LOFTBAY_TEST_ARCHIVES ${archive})
+    # One after the other (a terminal of its own): two builds must not run in one folder at the same time.
+    add_custom_target(${name}_objects COMMENT "Compiling the sources of ${name}"
+      COMMAND ${CMAKE_COMMAND} --build ${LOFTBAY_TEST_OBJECTS} --target ${name}
+      BYPRODUCTS ${archive} USES_TERMINAL VERBATIM)
+    add_dependencies(${name} ${name}_objects)
     set_target_properties(${name} PROPERTIES UNITY_BUILD OFF LINK_DEPENDS ${archive} DISABLE_PRECOMPILE_HEADERS ON)
     target_link_options(${name} PRIVATE LINKER:--whole-archive ${archive} LINKER:--no-whole-archive)
     return()
@@ -34,21 +34,10 @@ function(loftbay_test_sources name)
   if(LOFTBAY_ONLY_TEST_OBJECTS)
     add_library(${name} STATIC ${ARGN})
     set_target_properties(${name} PROPERTIES OPTIMIZE_DEPENDENCIES ON ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
-    add_dependencies(test_archives ${name})
   else()
     add_executable(${name} ${ARGN})
   endif()
   target_compile_options(${name} PRIVATE -O0)
   set_target_properties(${name} PROPERTIES LOFTBAY_UNOPTIMISED ON)
   target_precompile_headers(${name} REUSE_FROM loftbay_precompiled_tests)
-endfunction()
-
-# To be called once all tests are known: the target that has the shared sources compiled.
-function(loftbay_make_test_objects)
-  if(LOFTBAY_SHARED_TEST_OBJECTS)
-    get_property(archives GLOBAL PROPERTY LOFTBAY_TEST_ARCHIVES)
-    add_custom_target(test_objects ALL COMMENT "Compiling the test sources"
-      COMMAND ${CMAKE_COMMAND} --build ${LOFTBAY_TEST_OBJECTS} --target test_archives
-      BYPRODUCTS ${archives} USES_TERMINAL VERBATIM)
-  endif()
 endfunction()

@@ -24,7 +24,7 @@ using Values = std::vector<std::int32_t>;
 
 inline constexpr std::uint32_t kPlenty = 1000;
 
-inline Result<Values> decode(const Bytes& bytes, PacketForm form, std::uint32_t maximum = kPlenty) {
+inline Result<Values> decodePacket(const Bytes& bytes, PacketForm form, std::uint32_t maximum = kPlenty) {
   ByteReader reader(bytes);
   PacketReader packets(formOf(form));
   Values values;
@@ -34,8 +34,8 @@ inline Result<Values> decode(const Bytes& bytes, PacketForm form, std::uint32_t 
   return values;
 }
 
-inline std::string errorOf(const Bytes& bytes, PacketForm form, std::uint32_t maximum = kPlenty) {
-  const auto values = decode(bytes, form, maximum);
+inline std::string packetError(const Bytes& bytes, PacketForm form, std::uint32_t maximum = kPlenty) {
+  const auto values = decodePacket(bytes, form, maximum);
   return values ? "decoded" : values.error().text();
 }
 

@@ -14,23 +14,23 @@ using jttk::Predictor;
 using ::testing::HasSubstr;
 
 TEST(PacketV9, AnEmptyPacketIsItsCountAlone) {
-  EXPECT_EQ(decode(ByteBuilder().u32(0).result(), PacketForm::V9).value(), Values{});
+  EXPECT_EQ(decodePacket(ByteBuilder().u32(0).result(), PacketForm::V9).value(), Values{});
 }
 
 TEST(PacketV9, PlainValuesStateTheirSizeInWordsBytesOrBits) {
   for (const std::uint32_t size : {2U, 8U, 64U}) {
     const Bytes bytes = ByteBuilder().u32(2).u8(0).u32(size).i32(-5).i32(70000).result();
-    EXPECT_EQ(decode(bytes, PacketForm::V9).value(), (Values{-5, 70000}));
+    EXPECT_EQ(decodePacket(bytes, PacketForm::V9).value(), (Values{-5, 70000}));
   }
-  EXPECT_THAT(errorOf(ByteBuilder().u32(2).u8(0).u32(3).i32(0).i32(0).result(), PacketForm::V9),
+  EXPECT_THAT(packetError(ByteBuilder().u32(2).u8(0).u32(3).i32(0).i32(0).result(), PacketForm::V9),
               HasSubstr("states a size of 3"));
 }
 
 TEST(PacketV9, ACountAboveTheMaximumIsRefusedBeforeAnythingIsAllocated) {
   const Bytes lying = ByteBuilder().u32(0x7fffffff).u8(1).u32(0).result();
-  EXPECT_EQ(errorOf(lying, PacketForm::V9, 3),
+  EXPECT_EQ(packetError(lying, PacketForm::V9, 3),
             "values: 2147483647 values in a packet that may hold 3 at most (at byte 0)");
-  EXPECT_THAT(errorOf(ByteBuilder().i32(-1).result(), PacketForm::V9), HasSubstr("negative count"));
+  EXPECT_THAT(packetError(ByteBuilder().i32(-1).result(), PacketForm::V9), HasSubstr("negative count"));
 }
 
 TEST(PacketV9, ThePacketsOfOneReaderShareABudget) {
@@ -50,12 +50,12 @@ TEST(PacketV9, ThePacketsOfOneReaderShareABudget) {
 TEST(PacketV9, NestingHasALimit) {
   ByteBuilder deep;
   for (int i = 0; i < 100; ++i) deep.u32(1).u8(4).u8(0);
-  EXPECT_THAT(errorOf(deep.bytes(packetOf({3}, PacketForm::V9)).result(), PacketForm::V9),
+  EXPECT_THAT(packetError(deep.bytes(packetOf({3}, PacketForm::V9)).result(), PacketForm::V9),
               HasSubstr("too deeply"));
 }
 
 TEST(PacketV9, UnknownCodecsAreRefused) {
-  EXPECT_THAT(errorOf(ByteBuilder().u32(1).u8(2).u32(0).result(), PacketForm::V9),
+  EXPECT_THAT(packetError(ByteBuilder().u32(1).u8(2).u32(0).result(), PacketForm::V9),
               HasSubstr("codec 2 is not known"));
 }
 
