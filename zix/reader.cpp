@@ -32,8 +32,7 @@ constexpr std::uint64_t kLargestPiece = std::uint64_t{3} << 16;
 
 Values<std::byte> SceneFile::read(std::uint64_t offset, std::uint64_t size) const {
   if (!file_) {
-    return {bytes_.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(size)), nullptr,
-            offset};
+    return {bytes_.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(size)), nullptr};
   }
   if (size > kSmall) return readFile(offset, size);
   const std::lock_guard lock(window_->mutex);
@@ -49,7 +48,7 @@ Values<std::byte> SceneFile::read(std::uint64_t offset, std::uint64_t size) cons
     }
   }
   const auto place = static_cast<std::size_t>(offset - window_->offset);
-  return {bytes.subspan(place, static_cast<std::size_t>(size)), bytes.owner(), offset};
+  return {bytes.subspan(place, static_cast<std::size_t>(size)), bytes.owner()};
 }
 
 Values<std::byte> SceneFile::readFile(std::uint64_t offset, std::uint64_t size) const {
@@ -60,7 +59,7 @@ Values<std::byte> SceneFile::readFile(std::uint64_t offset, std::uint64_t size) 
   const std::span<std::byte> bytes(memory.get(), static_cast<std::size_t>(size));
   std::string reason;
   if (!file_->readAt(offset, bytes, &reason)) throw SceneReadError(path_, offset, reason);
-  return {bytes, memory, offset};
+  return {bytes, memory};
 }
 
 std::span<const std::byte> SceneFile::keep(Values<std::byte> bytes) {
@@ -162,7 +161,7 @@ Values<T> SceneFile::arrayValues(std::uint32_t chunk) const {
   if (chunk == kNone) return {};
   const format::ChunkEntry entry = chunks_[chunk];
   Values<std::byte> bytes = read(entry.offset, entry.size);
-  return {bytes, bytes.owner(), entry.offset};
+  return {bytes, bytes.owner()};
 }
 
 Values<float> SceneFile::coordinateValues(std::uint32_t number) const {

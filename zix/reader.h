@@ -70,20 +70,14 @@ class Values : public std::span<const T> {
   Values() = default;
   // A view of values that the caller keeps alive.
   explicit Values(std::span<const T> borrowed) : std::span<const T>(borrowed) {}
-  Values(std::span<const std::byte> bytes, std::shared_ptr<const std::byte[]> owner, std::uint64_t offset)
+  Values(std::span<const std::byte> bytes, std::shared_ptr<const std::byte[]> owner)
       : std::span<const T>(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)),
-        owner_(std::move(owner)),
-        offset_(offset) {}
+        owner_(std::move(owner)) {}
   // The owner of the memory; null when used in place.
   [[nodiscard]] const std::shared_ptr<const std::byte[]>& owner() const { return owner_; }
-  // Where in the file the value stands.
-  [[nodiscard]] std::uint64_t offsetOf(const T& value) const {
-    return offset_ + static_cast<std::uint64_t>(&value - this->data()) * sizeof(T);
-  }
 
  private:
   std::shared_ptr<const std::byte[]> owner_;
-  std::uint64_t offset_ = 0;
 };
 
 // The rows of one table, read in place. Rows in the file may be longer than T (a later minor version: what is
