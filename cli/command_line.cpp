@@ -92,12 +92,14 @@ class CommandLineReader {
     if (option.kind == OptionKind::Flag) return app_.add_flag(names);
     CLI::Option* const added = app_.add_option(names);
     if (option.repeated) added->take_all();
-    if (option.accepts != nullptr) {
-      added->check([&option](const std::string& value) {
-        return option.accepts(value) ? std::string() : joined({"'", value, "' is not ", option.valid});
-      });
-    }
+    added->check(
+        [&](const std::string& value) { return isValid(option, value) ? "" : whyNotValid(option, value); });
     return added;
+  }
+
+  std::string whyNotValid(const Option& option, const std::string& value) const {
+    const std::vector<std::string> choices(option.choices.begin(), option.choices.end());
+    return joined({"'", value, "' is not ", validValues(option), didYouMean(value, choices, program_.quote)});
   }
 
   // CLI11 would take the next word for the value of "--name=", and let a flag have some values: name and
@@ -175,7 +177,7 @@ class CommandLineReader {
   std::string suggestion(const std::string& name) const {
     std::vector<std::string> names;
     for (const Added& added : added_) {
-      if (!added.option->hidden) names.emplace_back(added.option->name);
+      if (!added.option->unlisted) names.emplace_back(added.option->name);
     }
     return didYouMean(name, names, program_.quote);
   }

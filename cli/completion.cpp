@@ -37,7 +37,7 @@ std::vector<std::string_view> commandNames(const Program& program) {
 std::vector<std::string_view> optionNames(const Program& program, const Command& command) {
   std::vector<std::string_view> names;
   for (const Option& option : program.options) {
-    if (shows(command, option)) names.push_back(option.name);
+    if (lists(command, option)) names.push_back(option.name);
   }
   return names;
 }
@@ -72,7 +72,7 @@ std::string zshValues(const Option& option) {
 std::string zshArguments(const Program& program, const Command& command) {
   std::string text;
   for (const Option& option : program.options) {
-    if (!shows(command, option)) continue;
+    if (!lists(command, option)) continue;
     const bool has_value = option.kind != OptionKind::Flag;
     const std::string spec = fmt::format("{}{}{}[{}]{}", option.repeated ? "*" : "", option.name,
                                          has_value ? "=" : "", plain(option.help), zshValues(option));
@@ -101,7 +101,7 @@ std::string bashCompletion(const Program& program) {
   text += "  local word=\"${COMP_WORDS[COMP_CWORD]}\" before=\"${COMP_WORDS[COMP_CWORD-1]}\" options\n";
   text += "  case \"$before\" in\n";
   for (const Option& option : program.options) {
-    if (option.kind != OptionKind::Flag && !option.hidden)
+    if (option.kind != OptionKind::Flag && !option.unlisted)
       text += fmt::format("    {}) {}; return ;;\n", option.name, bashValues(option));
   }
   text += "  esac\n  case \"${COMP_WORDS[1]}\" in\n";
@@ -139,7 +139,7 @@ std::string fishCompletion(const Program& program) {
                         asWord(command.about));
   }
   for (const Option& option : program.options) {
-    if (option.hidden) continue;
+    if (option.unlisted) continue;
     text += fmt::format("complete -c {}{} -l {}", program.name, fishCondition(program, option),
                         option.name.substr(2));
     if (!option.short_name.empty()) text += fmt::format(" -s {}", option.short_name.substr(1));

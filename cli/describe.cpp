@@ -54,8 +54,9 @@ void writeOption(JsonWriter& json, const Program& program, const Option& option)
   writeText(json, "kind", nameOf(option.kind));
   writeText(json, "argument", option.argument);
   writeTexts(json, "choices", option.choices);
+  writeBoolean(json, "other_values", option.other_values);
   writeText(json, "default", option.default_value);
-  writeText(json, "valid", option.valid);
+  writeText(json, "valid", validValues(option));
   writeText(json, "group", option.group);
   std::vector<std::string_view> commands;
   for (const Command& command : program.commands) {
@@ -65,7 +66,7 @@ void writeOption(JsonWriter& json, const Program& program, const Option& option)
   writeBoolean(json, "repeated", option.repeated);
   writeBoolean(json, "passed_on", option.passed_on);
   writeBoolean(json, "reported", option.reported);
-  writeBoolean(json, "hidden", option.hidden);
+  writeBoolean(json, "unlisted", option.unlisted);
   json.end();
 }
 
@@ -85,20 +86,13 @@ constexpr Form kForms[] = {{"options", tableAsJson},
                            {"zsh", zshCompletion},
                            {"fish", fishCompletion}};
 
-const Form* findForm(std::string_view name) {
-  for (const Form& form : kForms) {
-    if (form.name == name) return &form;
-  }
-  return nullptr;
-}
-
-bool isForm(std::string_view name) { return findForm(name) != nullptr; }
-
 }  // namespace
 
 std::string description(const Program& program, std::string_view form) {
-  const Form* const found = findForm(form);
-  return found != nullptr ? found->write(program) : "";
+  for (const Form& known : kForms) {
+    if (known.name == form) return known.write(program);
+  }
+  return "";
 }
 
 std::vector<Option> commonOptions() {
@@ -106,13 +100,20 @@ std::vector<Option> commonOptions() {
                   .help = "the table of options, the manual page, or what a shell needs to complete these",
                   .kind = OptionKind::Choice,
                   .argument = "FORM",
-                  .valid = "options, man, bash, zsh or fish",
-                  .accepts = isForm,
-                  .hidden = true};
+                  .unlisted = true};
   for (const Form& form : kForms) describe.choices.push_back(form.name);
-  return {{.name = "--help", .short_name = "-h", .help = "this text; after a command, the command's own"},
-          {.name = "--version", .help = "version of the program and of the file format"},
-          std::move(describe)};
+  return {
+      {
+          .name = "--help",
+          .short_name = "-h",
+          .help = "this text; after a command, the command's own",
+      },
+      {
+          .name = "--version",
+          .help = "version of the program and of the file format",
+      },
+      std::move(describe),
+  };
 }
 
 }  // namespace loftbay::cli

@@ -1,5 +1,5 @@
-// What packagers and tests ask a program about itself, by the hidden option --describe: its table of options
-// as JSON, its manual page, and what shells need to complete its command line.
+// What packagers and tests ask a program about itself, by the unlisted option --describe: its table of
+// options as JSON, its manual page, and what shells need to complete its command line.
 #pragma once
 
 #include <string>

@@ -48,7 +48,7 @@ std::vector<std::string> usagesOf(const Program& program, const Command& command
   for (const Operand& operand : command.operands) text += fmt::format(" {}", operand.name);
   for (const Option& option : program.options) {
     const bool is_common = option.commands.empty();
-    if (!is_common && shows(command, option)) text += fmt::format(" [{}]", nameWithArgument(option));
+    if (!is_common && lists(command, option)) text += fmt::format(" [{}]", nameWithArgument(option));
   }
   return {text};
 }
@@ -57,7 +57,7 @@ std::vector<std::string_view> groupsOf(const Program& program, const Command& co
   std::vector<std::string_view> groups;
   for (const Option& option : program.options) {
     const bool is_new = std::ranges::find(groups, option.group) == groups.end();
-    if (shows(command, option) && is_new) groups.push_back(option.group);
+    if (lists(command, option) && is_new) groups.push_back(option.group);
   }
   return groups;
 }
@@ -71,7 +71,7 @@ std::string helpText(const Program& program, const Command& command) {
   for (const std::string_view group : groupsOf(program, command)) {
     text += fmt::format("\n{}:\n", group);
     for (const Option& option : program.options) {
-      if (shows(command, option) && option.group == group)
+      if (lists(command, option) && option.group == group)
         text += line(nameWithArgument(option), helpOf(option));
     }
   }
@@ -86,7 +86,7 @@ std::string programHelp(const Program& program) {
   for (const Command& command : program.commands) text += line(command.name, command.about);
   text += "\nOptions:\n";
   for (const Option& option : program.options) {
-    if (option.commands.empty() && !option.hidden) text += line(nameWithArgument(option), helpOf(option));
+    if (option.commands.empty() && !option.unlisted) text += line(nameWithArgument(option), helpOf(option));
   }
   text += line("--", "ends the options: what follows are file names");
   return text + footer(program.commands.front());

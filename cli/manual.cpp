@@ -39,8 +39,9 @@ std::string nameLine(const Option& option) {
 
 std::string optionText(const Option& option) {
   std::string text = nameLine(option) + escaped(helpOf(option)) + "\n";
-  if (!option.valid.empty())
-    text += fmt::format(".br\n\\fI{}\\fR is {}.\n", escaped(option.argument), escaped(option.valid));
+  const std::string valid = validValues(option);
+  if (!valid.empty())
+    text += fmt::format(".br\n\\fI{}\\fR is {}.\n", escaped(option.argument), escaped(valid));
   return text;
 }
 
@@ -53,7 +54,7 @@ std::string commandText(const Program& program, const Command& command) {
   for (const std::string_view group : groupsOf(program, command)) {
     text += fmt::format(".SS {}\n", escaped(group));
     for (const Option& option : program.options) {
-      if (shows(command, option) && option.group == group) text += optionText(option);
+      if (lists(command, option) && option.group == group) text += optionText(option);
     }
   }
   return text;

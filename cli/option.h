@@ -16,7 +16,7 @@ enum class OptionKind {
   Number,  // also with a unit behind it
   Text,
   Path,    // of a file or folder
-  Choice,  // one of `choices`, or what `valid` allows in addition
+  Choice,  // one of `choices`; any other text only where `other_values` says so
 };
 
 struct Option {
@@ -26,9 +26,11 @@ struct Option {
   OptionKind kind = OptionKind::Flag;
   std::string_view argument = {};  // name of the value in the help; empty for a flag
   std::vector<std::string_view> choices = {};
+  bool other_values = false;            // a Choice takes other texts too: those that `accepts` takes
   std::string_view default_value = {};  // as the help states it; empty: none is stated
-  // What a value has to be: "'X' is not VALID" is said of one that `accepts` refuses. Without `accepts` every
-  // text will do.
+  // What a value has to be: "'X' is not VALID" is said of one that is refused. Of a Choice that takes its
+  // choices only, the reader of the command line checks that and names them; `valid` and `accepts` stay
+  // empty. Of all others `accepts` decides; without it every text will do.
   std::string_view valid = {};
   bool (*accepts)(std::string_view value) = nullptr;
   std::string_view group = "Options";           // its heading in the help
@@ -36,7 +38,7 @@ struct Option {
   bool repeated = false;                        // may be given several times; any other is refused then
   bool passed_on = false;                       // a batch gives it to the process of each file
   bool reported = false;                        // decides what comes out: the report of a conversion lists it
-  bool hidden = false;                          // for programs, not for people: help does not show it
+  bool unlisted = false;                        // for programs, not for people: help does not show it
 };
 
 struct Operand {
@@ -67,10 +69,14 @@ struct Program {
 };
 
 [[nodiscard]] bool takes(const Command& command, const Option& option);
-// Also not one that is for programs.
-[[nodiscard]] bool shows(const Command& command, const Option& option);
+// Whether help lists the option with the command: it takes it, and it is for people.
+[[nodiscard]] bool lists(const Command& command, const Option& option);
 
-// The options that every program has: --help, --version, and the hidden --describe.
+// What a value of the option has to be, as a noun: `valid`, or the choices ("a, b or c"). Empty: any text.
+[[nodiscard]] std::string validValues(const Option& option);
+[[nodiscard]] bool isValid(const Option& option, std::string_view value);
+
+// The options that every program has: --help, --version, and the unlisted --describe.
 std::vector<Option> commonOptions();
 
 // An `accepts` out of a function that reads a value.

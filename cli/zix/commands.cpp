@@ -51,32 +51,51 @@ std::string_view sizeRule() {
 
 std::vector<Option> allOptions() {
   std::vector<Option> options = {
-      {.name = "--json", .help = "one JSON document instead of text", .commands = {"info"}},
-      {.name = "--tolerance",
-       .help = "numbers that differ by at most X count as equal; without it, only equal bits do",
-       .kind = OptionKind::Number,
-       .argument = "X",
-       .valid = "a number from 0 on",
-       .accepts = canBeRead<toleranceIn>,
-       .commands = {"diff"}},
-      {.name = "--size",
-       .help = "width and height in pixels",
-       .kind = OptionKind::Text,
-       .argument = "WxH",
-       .default_value = "1024x768",
-       .valid = sizeRule(),
-       .accepts = canBeRead<pictureSizeIn>,
-       .commands = {"render"}},
-      // Which other views there are, only the scene knows.
-      {.name = "--view",
-       .help = "one of the scene's views: front, back, left, right, top, bottom, iso",
-       .kind = OptionKind::Choice,
-       .argument = "NAME",
-       .choices = {"front", "back", "left", "right", "top", "bottom", "iso"},
-       .default_value = "iso",
-       .commands = {"render"}},
-      {.name = "--edges", .help = "draws the edges of surfaces dark", .commands = {"render"}},
-      {.name = "--flat", .help = "every triangle in one shade", .commands = {"render"}}};
+      {
+          .name = "--json",
+          .help = "one JSON document instead of text",
+          .commands = {"info"},
+      },
+      {
+          .name = "--tolerance",
+          .help = "numbers that differ by at most X count as equal; without it, only equal bits do",
+          .kind = OptionKind::Number,
+          .argument = "X",
+          .valid = "a number from 0 on",
+          .accepts = canBeRead<toleranceIn>,
+          .commands = {"diff"},
+      },
+      {
+          .name = "--size",
+          .help = "width and height in pixels",
+          .kind = OptionKind::Text,
+          .argument = "WxH",
+          .default_value = "1024x768",
+          .valid = sizeRule(),
+          .accepts = canBeRead<pictureSizeIn>,
+          .commands = {"render"},
+      },
+      {
+          .name = "--view",
+          .help = "one of the scene's views: front, back, left, right, top, bottom, iso",
+          .kind = OptionKind::Choice,
+          .argument = "NAME",
+          .choices = {"front", "back", "left", "right", "top", "bottom", "iso"},
+          .other_values = true,  // which other views there are, only the scene knows
+          .default_value = "iso",
+          .commands = {"render"},
+      },
+      {
+          .name = "--edges",
+          .help = "draws the edges of surfaces dark",
+          .commands = {"render"},
+      },
+      {
+          .name = "--flat",
+          .help = "every triangle in one shade",
+          .commands = {"render"},
+      },
+  };
   for (Option& option : commonOptions()) options.push_back(std::move(option));
   return options;
 }

@@ -30,7 +30,7 @@ class Description(ProgramTest):
         """Each option that people are told of, with each command that takes it."""
         for program in PROGRAMS:
             for option in table(program):
-                for command in [] if option["hidden"] else option["commands"]:
+                for command in [] if option["unlisted"] else option["commands"]:
                     yield program, command, option
 
     def test_every_option_has_a_name_and_a_place(self):
@@ -47,7 +47,7 @@ class Description(ProgramTest):
             text = output(PROGRAMS[program], command, "--help")
             self.assertIn(option["help"], text)
             self.assertIn(option["default"], text)
-            known = {o["name"] for o in table(program) if command in o["commands"] and not o["hidden"]}
+            known = {o["name"] for o in table(program) if command in o["commands"] and not o["unlisted"]}
             self.assertEqual(set(re.findall(r"^  (?:-\w, )?(--[a-z-]+)", text, re.MULTILINE)), known)
 
     def test_every_option_is_in_the_manual_page_and_known_to_every_shell(self):
@@ -61,11 +61,11 @@ class Description(ProgramTest):
             self.assertRegex(zsh, rf"'\*?{option['name']}=?\[")
             self.assertRegex(fish, rf" -l {option['name'][2:]} ")
 
-    def test_what_is_hidden_is_shown_nowhere(self):
+    def test_what_is_unlisted_is_shown_nowhere(self):
         for program in PROGRAMS:
             shown = [describe(program, form) for form in ("man",) + SHELLS] + [output(PROGRAMS[program], "--help")]
             for option in table(program):
-                if option["hidden"]:
+                if option["unlisted"]:
                     self.assertFalse(any(option["name"][2:] in text.replace("\\-", "-") for text in shown), option)
 
     @unittest.skipUnless(shutil.which("man"), "there is no man here")
@@ -115,6 +115,26 @@ class Description(ProgramTest):
             result = subprocess.run([program, "--describe", "html"], capture_output=True)
             self.assertEqual((result.returncode, result.stdout), (2, b""))
             self.assertIn(b"'html' is not options, man, bash, zsh or fish", result.stderr)
+
+    def test_an_option_with_choices_refuses_others_and_names_the_nearest(self):
+        for program, quote in (("loftbay", ""), ("zix", "'")):
+            choosing = [o for o in table(program) if o["kind"] == "choice" and not o["other_values"]]
+            self.assertIn("--describe", [option["name"] for option in choosing])
+            for option in choosing:
+                *first, last = option["choices"]
+                typed = last + "x"
+                result = subprocess.run([PROGRAMS[program], option["commands"][0], f"{option['name']}={typed}"],
+                                        capture_output=True)
+                self.assertEqual((result.returncode, result.stdout), (2, b""))
+                self.assertIn(f"'{typed}' is not {', '.join(first)} or {last}; did you mean {quote}{last}{quote}?",
+                              result.stderr.decode())
+                self.assertEqual(option["valid"], f"{', '.join(first)} or {last}")
+
+    def test_an_option_whose_choices_are_not_all_says_so(self):
+        taking = {o["name"] for program in PROGRAMS for o in table(program) if o["other_values"]}
+        self.assertEqual(taking, {"--lod", "--view"})
+        result = subprocess.run([LOFTBAY, "a.jt", "b.zix", "--lod=coarse"], capture_output=True)
+        self.assertIn(b"'coarse' is not finest, coarsest or a number from 0; did you mean coarsest?", result.stderr)
 
 
 if __name__ == "__main__":
