@@ -43,7 +43,7 @@ class Linker {
     visits_[index] = Visit::Open;
     const std::uint32_t above = parent == kNone ? kNone : graph_.nearest_named[parent];
     graph_.nearest_named[index] = node.name != kNone ? index : above;
-    if (!isShown(graph_, index)) graph_.hidden.push_back(index);
+    if (!isShown(graph_, index)) graph_.hidden_nodes.push_back(index);
     steps_.push_back({index, 0});
   }
 

@@ -15,8 +15,8 @@ using IndexById = std::vector<std::pair<std::int32_t, std::uint32_t>>;
 void resolveIds(const IndexById& nodes, const std::vector<std::int32_t>& attribute_ids, SceneGraph& graph);
 
 // Walks the graph from its root, depth first and without recursion. A link back to an ancestor becomes
-// kCyclicChild, so that later walks end. Sets Node::has_shapes and product_count, nearest_named, hidden
-// and has_materials, and reports links to nodes that are missing.
+// kCyclicChild, so that later walks end. Sets Node::has_shapes and product_count, nearest_named,
+// hidden_nodes and has_materials, and reports links to nodes that are missing.
 void linkNodes(SceneGraph& graph);
 
 }  // namespace jttk

@@ -60,7 +60,9 @@ struct NodeStatistics {
 };
 
 struct Node {
-  static constexpr std::uint32_t kHidden = 1;  // bit of `flags`: the node and all below it are hidden
+  // Bit of `flags`: the node is hidden, it and all below it are not shown. What is not hidden may be not
+  // shown all the same, as a switch's other children: whoever walks down asks shown_children.h.
+  static constexpr std::uint32_t kHiddenFlag = 1;
 
   std::int32_t id = 0;
   NodeKind kind = NodeKind::Base;
@@ -164,7 +166,7 @@ struct SceneGraph {
   bool is_cut_off = false;                 // reading stopped before the end of the graph
   std::vector<std::int32_t> unread_nodes;  // ids of nodes that are damaged
   std::vector<StrayReference> stray_references;
-  std::vector<std::uint32_t> hidden;  // nodes that are marked as such, and were left out
+  std::vector<std::uint32_t> hidden_nodes;  // that can be reached; their flag says so
   // Per node: the nearest named node at or above it, on the first path found in depth-first order.
   std::vector<std::uint32_t> nearest_named;
   std::size_t lights = 0;      // attribute elements that are lights

@@ -13,7 +13,7 @@ bool isInstanceOfHidden(const SceneGraph& graph, const Node& node) {
 }  // namespace
 
 bool isShown(const SceneGraph& graph, std::uint32_t node) {
-  return node < graph.nodes.size() && (graph.nodes[node].flags & Node::kHidden) == 0;
+  return node < graph.nodes.size() && (graph.nodes[node].flags & Node::kHiddenFlag) == 0;
 }
 
 bool isShownChild(const SceneGraph& graph, const Node& parent, std::uint32_t child) {

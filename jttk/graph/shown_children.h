@@ -5,7 +5,7 @@
 
 namespace jttk {
 
-// Whether an index is that of a node, and the node is not marked as hidden.
+// Whether an index is that of a node, and the node is not hidden.
 [[nodiscard]] bool isShown(const SceneGraph& graph, std::uint32_t node);
 
 // Whether `child`, which `parent` has as a child, is shown: not where it is hidden or missing, where the

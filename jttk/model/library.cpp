@@ -180,12 +180,12 @@ void Library::reportDamage(Document& document) {
     lost(document.nearestLabel(kNone),
          where + std::to_string(graph.unlisted_damage) + " more faults of this kind");
   }
-  const std::size_t named = std::min(graph.hidden.size(), SceneGraph::kMaxDamage);
+  const std::size_t named = std::min(graph.hidden_nodes.size(), SceneGraph::kMaxDamage);
   for (std::size_t i = 0; i < named; ++i) {
-    note(file + ": \"" + document.nearestLabel(graph.hidden[i]) +
+    note(file + ": \"" + document.nearestLabel(graph.hidden_nodes[i]) +
          "\" is marked as not shown and was left out");
   }
-  if (const std::size_t more = graph.hidden.size() - named; more > 0) {
+  if (const std::size_t more = graph.hidden_nodes.size() - named; more > 0) {
     note(file + ": " + std::to_string(more) + " more nodes are marked as not shown and were left out");
   }
   reportContainer(document);

@@ -119,7 +119,7 @@ struct Part {
   std::vector<std::vector<ShapeSource>> lods;  // finest first; may be empty
   std::vector<Property> properties;
   std::optional<ExactGeometry> exact = std::nullopt;
-  bool hidden = false;  // the part's node is marked as hidden, wherever it is used
+  bool hidden = false;  // the part's node has the flag that hides it, wherever it is used
 };
 
 struct Ref {

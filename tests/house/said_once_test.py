@@ -9,7 +9,7 @@ TOP = os.environ["LOFTBAY_SOURCE_DIR"]
 
 # (word, the files that may have it, whom the others ask)
 SAID_ONCE = [
-    (r"\bNode::kHidden\b", {"jttk/graph/shown_children.cpp"}, "jttk/graph/shown_children.h"),
+    (r"\bNode::kHiddenFlag\b", {"jttk/graph/shown_children.cpp"}, "jttk/graph/shown_children.h"),
 ]
 
 
