@@ -18,7 +18,10 @@ struct Record {
   std::uint64_t objects = 0;
   std::map<std::string, int, std::less<>> calls;
   std::map<std::string, std::pair<int, Throws>, std::less<>> failures;
+  std::map<std::uint64_t, unsigned char> dimensions;  // by the first half of the id
 };
+
+constexpr unsigned char kDefaultDimension = 3;  // the scene writer's
 
 Record& record() {
   static Record record;
@@ -166,13 +169,17 @@ void Scene_V1::setScale(const ObjectId& id, float x, float y, float z) {
 void Scene_V1::setMeshType(const ObjectId& id, MeshType type) { called("", "setMeshType", id, type); }
 void Scene_V1::setDimension(const ObjectId& id, unsigned char dimension) {
   called("", "setDimension", id, dimension);
+  record().dimensions[id.first] = dimension;
 }
 
 template <>
 void Scene_V1::setValues<float>(const ObjectId& id, const float* data, std::uint64_t count) {
+  const auto found = record().dimensions.find(id.first);
+  const std::uint64_t dimension =
+      found == record().dimensions.end() ? loftbay::doubles::kDefaultDimension : found->second;
   std::string values = std::to_string(count) + ":";
-  for (std::uint64_t i = 0; i < count * 3; ++i) {
-    values += i > 0 && i % 3 == 0 ? ", " : " ";
+  for (std::uint64_t i = 0; i < count * dimension; ++i) {
+    values += i > 0 && i % dimension == 0 ? ", " : " ";
     values += loftbay::doubles::exactText(data[i]);
   }
   called("", "setValues<float>", id, values);
