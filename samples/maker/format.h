@@ -30,6 +30,31 @@ inline constexpr Codec kCodecs9[] = {Codec::Best,         Codec::Null,       Cod
                                      Codec::VariableBits, Codec::Arithmetic, Codec::Chopper,
                                      Codec::MoveToFront};
 
+// In names of files and tests.
+constexpr const char* nameOf(Codec codec) {
+  switch (codec) {
+    case Codec::Best:
+      return "best";
+    case Codec::Null:
+      return "null";
+    case Codec::FixedBits:
+      return "fixed";
+    case Codec::VariableBits:
+      return "variable";
+    case Codec::Arithmetic:
+      return "arithmetic";
+    case Codec::ArithmeticTwoContexts:
+      return "contexts";
+    case Codec::Chopper:
+      return "chopper";
+    case Codec::MoveToFront:
+      return "recent";
+    case Codec::Huffman:
+      return "huffman";
+  }
+  return "";
+}
+
 // All codecs that tests and seeds try in files of a version, those that are replaced in some of them
 // included.
 constexpr std::span<const Codec> codecsOf(JtVersion version) {

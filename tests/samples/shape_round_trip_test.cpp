@@ -84,7 +84,7 @@ TEST(TriangleRoundTrip, QuantisedShapesComeBackAsTheirDequantisedValues) {
       const bool collapses = bits < 21;
       for (const auto version : {JtVersion::V8_0, JtVersion::V9_5, JtVersion::V10_0}) {
         if (version == JtVersion::V8_0 && collapses) continue;
-        for (const auto codec : {Codec::Best, Codec::Arithmetic, Codec::Chopper, Codec::Huffman}) {
+        for (const auto codec : codecsOf(version)) {
           expectRoundTrip(
               shape,
               {.version = version, .codec = codec, .coordinate_bits = bits, .normal_bits = normal_bits});

@@ -75,30 +75,6 @@ std::uint32_t firstAny(int major, bool big_endian) {
   return big_endian ? 129 + version : version;  // 129 is divisible by 3
 }
 
-const char* nameOf(Codec codec) {
-  switch (codec) {
-    case Codec::Best:
-      return "best";
-    case Codec::Null:
-      return "null";
-    case Codec::FixedBits:
-      return "fixed";
-    case Codec::VariableBits:
-      return "variable";
-    case Codec::Arithmetic:
-      return "arithmetic";
-    case Codec::ArithmeticTwoContexts:
-      return "contexts";
-    case Codec::Chopper:
-      return "chopper";
-    case Codec::MoveToFront:
-      return "recent";
-    case Codec::Huffman:
-      return "huffman";
-  }
-  return "";
-}
-
 bool writeSeed(const fs::path& corpus, const NamedShape& named, const Options& wanted) {
   const Options options = wanted.effective();
   Shape shape = named.shape;

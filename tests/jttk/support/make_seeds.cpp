@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "samples/maker/format.h"
 #include "samples/maker/guids.h"
 #include "samples/maker/pieces/container.h"
 #include "samples/maker/pieces/shapes.h"
@@ -13,6 +14,7 @@ namespace {
 namespace guids = loftbay::maker::guids;
 namespace fs = std::filesystem;
 using namespace loftbay::maker::pieces;
+using loftbay::maker::Codec;
 
 // The fuzz targets of packets, topology and shapes take one byte first: the form.
 Bytes withForm(PacketForm form, const Bytes& bytes) {
@@ -22,13 +24,13 @@ Bytes withForm(PacketForm form, const Bytes& bytes) {
 std::string formName(PacketForm form) { return form == PacketForm::V10 ? "10" : "9"; }
 
 void writePackets(const fs::path& folder, PacketForm form) {
-  const auto save = [&](const char* name, const Bytes& bytes) {
-    writeFile(folder / (name + formName(form)), withForm(form, bytes));
+  const auto save = [&](Codec codec, const Bytes& bytes) {
+    writeFile(folder / (nameOf(codec) + formName(form)), withForm(form, bytes));
   };
   const Bytes plain = packetOf({5, -3, 100, 7, 7}, form);
-  save("fixed", plain);
-  save("chopped", ByteBuilder().u32(5).u8(4).u8(8).u32(3).u8(16).bytes(plain).bytes(plain).result());
-  save("recent",
+  save(Codec::FixedBits, plain);
+  save(Codec::Chopper, ByteBuilder().u32(5).u8(4).u8(8).u32(3).u8(16).bytes(plain).bytes(plain).result());
+  save(Codec::MoveToFront,
        ByteBuilder().u32(3).u8(5).bytes(packetOf({4, 9}, form)).bytes(packetOf({-1, -1, 1}, form)).result());
   BitBuilder table;
   table.number(3, 16);
@@ -40,13 +42,13 @@ void writePackets(const fs::path& folder, PacketForm form) {
   table.number(form == PacketForm::V9 ? 0 : 1, symbol_width).number(1, 2).number(0, 3);
   BitBuilder text;
   text.bits("0 10 11 0 0000 0000 0000 0000 00");
-  save("arithmetic", ByteBuilder()
-                         .u32(4)
-                         .u8(3)
-                         .bytes(text.asCodeText())
-                         .bytes(table.asBytes())
-                         .bytes(packetOf({77}, form))
-                         .result());
+  save(Codec::Arithmetic, ByteBuilder()
+                              .u32(4)
+                              .u8(3)
+                              .bytes(text.asCodeText())
+                              .bytes(table.asBytes())
+                              .bytes(packetOf({77}, form))
+                              .result());
 }
 
 void writeShapes(const fs::path& root, PacketForm form) {
