@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace jttk {
 
@@ -49,6 +50,10 @@ std::uint32_t hash32(std::span<const Word> items, std::uint32_t seed) noexcept {
   if (items.size() - i > 0) state.a += item(i);
   state.mix();
   return state.c;
+}
+
+inline std::uint32_t hash32(const std::vector<std::int32_t>& items, std::uint32_t seed) noexcept {
+  return hash32(std::span<const std::int32_t>(items), seed);
 }
 
 // The lower halves of the items, packed two to a word, low half first.

@@ -33,11 +33,11 @@ bool isPlace(const float* point) {
 }
 
 // The box enlarged by the slack.
-struct Limits {
+struct EnlargedBox {
   std::array<double, kAxes> least;
   std::array<double, kAxes> most;
 
-  Limits(const std::array<float, 3>& steps, const std::array<float, 6>& box) {
+  EnlargedBox(const std::array<float, 3>& steps, const std::array<float, 6>& box) {
     const std::array<double, kAxes> more = slack(steps, box);
     for (std::size_t k = 0; k < kAxes; ++k) {
       least[k] = static_cast<double>(box[k]) - more[k];
@@ -54,7 +54,7 @@ struct Limits {
   }
 };
 
-bool allWithin(std::span<const float> positions, const Limits& limits) {
+bool allWithin(std::span<const float> positions, const EnlargedBox& limits) {
   for (std::size_t i = 0; i + 2 < positions.size(); i += kAxes) {
     if (!limits.hold(&positions[i])) return false;
   }
@@ -76,7 +76,7 @@ const std::array<float, 6>* statedBox(std::span<const StatedExtent> stated) {
 
 bool fillsBox(std::span<const float> positions, const std::array<float, 3>& steps,
               const std::array<float, 6>& box) {
-  if (positions.empty() || !allWithin(positions, Limits(steps, box))) return false;
+  if (positions.empty() || !allWithin(positions, EnlargedBox(steps, box))) return false;
   const std::array<double, kAxes> more = slack(steps, box);
   for (std::size_t k = 0; k < kAxes; ++k) {
     float least = positions[k];
@@ -92,7 +92,7 @@ bool fillsBox(std::span<const float> positions, const std::array<float, 3>& step
 }
 
 bool liesInBox(const ShapeGeometry& shape, const std::array<float, 6>& box) {
-  const Limits limits(shape.facts.coordinate_steps, box);
+  const EnlargedBox limits(shape.facts.coordinate_steps, box);
   // Points that no corner uses may lie anywhere; there are none as a rule.
   if (allWithin(shape.positions, limits)) return true;
   return std::all_of(shape.corner_positions.begin(), shape.corner_positions.end(), [&](std::uint32_t corner) {

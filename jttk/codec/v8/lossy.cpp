@@ -36,50 +36,54 @@ UniformQuantizer readQuantizer(ByteReader& in) {
   return quantizer;
 }
 
-// `expected_count` values of one component, with the predictor undone.
-Result<void> readComponent(ByteReader& in, Context& context, std::size_t expected_count, Predictor predictor,
-                           const char* what, Values& values) {
+// The same, and the packet holds no fewer values either.
+Result<void> readAllValues(ByteReader& in, Context& context, const ExpectedPacket& packet, Values& values) {
   const std::uint64_t offset = in.offset();
-  if (Result<void> read = readValues(in, context, expected_count, predictor, what, values); !read)
-    return read;
-  if (values.size() == expected_count) return {};
-  return fail(std::string(what) + ": " + std::to_string(values.size()) + " values, " +
-                  std::to_string(expected_count) + " expected",
+  if (Result<void> read = readValues(in, context, packet, values); !read) return read;
+  if (values.size() == packet.maximum_count) return {};
+  return fail(std::string(packet.what) + ": " + std::to_string(values.size()) + " values, " +
+                  std::to_string(packet.maximum_count) + " expected",
               offset);
 }
 
 // An array of records that is being filled, one component after the other.
 struct Records {
   std::vector<float>& values;
+  Values& codes;  // of the component at hand: scratch, kept for its memory
   std::size_t count = 0;
   std::size_t stride = 0;  // components per record
 };
 
+struct Component {
+  std::size_t number;  // within a record
+  const char* what;    // names its codes in messages
+  const UniformQuantizer& quantizer;
+};
+
 // Reads one quantised component of all records. Memory for the records is taken once their first packet has
 // turned out to hold as many values as announced.
-Result<void> readQuantized(ByteReader& in, Context& context, const UniformQuantizer& quantizer,
-                           std::size_t component, const char* what, Values& codes, Records& records) {
+Result<void> readQuantized(ByteReader& in, Context& context, const Component& component, Records& records) {
   const std::uint64_t offset = in.offset();
-  if (Result<void> read = readComponent(in, context, records.count, Predictor::Lag1, what, codes); !read)
-    return read;
-  if (component == 0) {
+  const ExpectedPacket packet{component.what, Predictor::Lag1, records.count};
+  if (Result<void> read = readAllValues(in, context, packet, records.codes); !read) return read;
+  if (component.number == 0) {
     auto taken = context.memory->take(records.count, records.stride * sizeof(float), offset);
     if (!taken) return taken;
     records.values.resize(records.count * records.stride);
   }
-  const Dequantizer dequantize(quantizer);
+  const Dequantizer dequantize(component.quantizer);
   std::uint32_t greatest = 0;
-  std::size_t index = component;
-  for (const std::int32_t value : codes) {
+  std::size_t index = component.number;
+  for (const std::int32_t value : records.codes) {
     const auto code = static_cast<std::uint32_t>(value);
     greatest = std::max(greatest, code);
     records.values[index] = dequantize(code);
     index += records.stride;
   }
   // Some writers round up to one code beyond the largest.
-  if (greatest <= quantizer.largestCode() + 1) return {};
-  return fail(std::string(what) + ": code " + std::to_string(greatest) + " has more than " +
-                  std::to_string(quantizer.bits) + " bits",
+  if (greatest <= component.quantizer.largestCode() + 1) return {};
+  return fail(std::string(component.what) + ": code " + std::to_string(greatest) + " has more than " +
+                  std::to_string(component.quantizer.bits) + " bits",
               offset);
 }
 
@@ -105,13 +109,12 @@ Result<void> readPositions(ByteReader& in, Context& context, ShapeGeometry& geom
   constexpr std::array kNames = {"x codes", "y codes", "z codes"};
   // Without vertices nothing else follows.
   if (*count == 0) return {};
-  Records records{geometry.positions, *count, 3};
+  Records records{geometry.positions, codes, *count, 3};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
     const double range = static_cast<double>(quantizers[i].maximum) - quantizers[i].minimum;
     geometry.facts.coordinate_steps[i] =
         static_cast<float>(range / std::max(1.0, quantizers[i].largestCode()));
-    if (Result<void> read = readQuantized(in, context, quantizers[i], i, kNames[i], codes, records); !read)
-      return read;
+    if (auto read = readQuantized(in, context, {i, kNames[i], quantizers[i]}, records); !read) return read;
   }
   return {};
 }
@@ -127,7 +130,7 @@ Result<void> readNormals(ByteReader& in, Context& context, std::vector<float>& n
   constexpr std::array kNames = {"sextant codes", "octant codes", "theta codes", "psi codes"};
   std::array<Values, 4> codes;
   for (std::size_t i = 0; i < codes.size(); ++i) {
-    if (Result<void> read = readComponent(in, context, *count, Predictor::Lag1, kNames[i], codes[i]); !read)
+    if (auto read = readAllValues(in, context, {kNames[i], Predictor::Lag1, *count}, codes[i]); !read)
       return read;
   }
   normals.resize(*count * 3);
@@ -148,10 +151,9 @@ Result<void> readTextureCoordinates(ByteReader& in, Context& context, std::vecto
   const Result<std::size_t> count = readCount(in, context.values_left, "texture coordinate count");
   if (!count) return passOn(count);
   constexpr std::array kNames = {"u codes", "v codes"};
-  Records records{coordinates, *count, 3};
+  Records records{coordinates, codes, *count, 3};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
-    if (Result<void> read = readQuantized(in, context, quantizers[i], i, kNames[i], codes, records); !read)
-      return read;
+    if (auto read = readQuantized(in, context, {i, kNames[i], quantizers[i]}, records); !read) return read;
   }
   return {};
 }
@@ -169,10 +171,9 @@ Result<void> readColors(ByteReader& in, Context& context, std::vector<float>& co
   if (!count) return passOn(count);
   constexpr std::array kNames = {"red or hue codes", "green or saturation codes", "blue or value codes",
                                  "alpha codes"};
-  Records records{colors, *count, 4};
+  Records records{colors, codes, *count, 4};
   for (std::size_t i = 0; i < quantizers.size(); ++i) {
-    if (Result<void> read = readQuantized(in, context, quantizers[i], i, kNames[i], codes, records); !read)
-      return read;
+    if (auto read = readQuantized(in, context, {i, kNames[i], quantizers[i]}, records); !read) return read;
   }
   if (hsv != 0) {
     for (std::size_t i = 0; i < *count; ++i) rgbFromHsv(&colors[i * 4]);
@@ -186,22 +187,27 @@ struct AttributeLayout {
   std::size_t packets;
 };
 
+struct StoredAttribute {
+  AttributeLayout layout;
+  Binding& binding;
+  std::vector<float>& values;
+};
+
 // Reads an attribute with `read`. An unreadable attribute is skipped and its binding set to None: attributes
 // do not reach the scene, but the indices behind them are needed. Fails where it cannot be skipped.
 template <typename Read>
-Result<void> readAttribute(ByteReader& in, ShapeFacts& facts, Binding& binding, const AttributeLayout& layout,
-                           std::vector<float>& values, Read read) {
+Result<void> readAttribute(ByteReader& in, ShapeFacts& facts, const StoredAttribute& attribute, Read read) {
   const ByteReader start = in;
   const Result<void> done = read();
   if (done) return {};
   in = start;
-  in.skip(layout.field_bytes + sizeof(std::int32_t), "attribute");
-  for (std::size_t i = 0; i < layout.packets; ++i) {
+  in.skip(attribute.layout.field_bytes + sizeof(std::int32_t), "attribute");
+  for (std::size_t i = 0; i < attribute.layout.packets; ++i) {
     if (!skipPacketV8(in)) return done;
   }
   facts.unread_attributes = done.error().text();
-  binding = Binding::None;
-  values = {};
+  attribute.binding = Binding::None;
+  attribute.values = {};
   return {};
 }
 
@@ -229,19 +235,19 @@ Result<void> readAttributes(ByteReader& in, Context& context, ShapeGeometry& geo
   ShapeFacts& facts = geometry.facts;
   Result<void> done;
   if (bindings.normal != Binding::None) {
-    done = readAttribute(in, facts, bindings.normal, kNormalLayout, geometry.normals,
+    done = readAttribute(in, facts, {kNormalLayout, bindings.normal, geometry.normals},
                          [&] { return readNormals(in, context, geometry.normals); });
   }
   if (done && bindings.texture != Binding::None && !context.extra_attributes) {
     done = skipTextureCoordinates(in, context, kTextureLayout);
   } else if (done && bindings.texture != Binding::None) {
-    done = readAttribute(in, facts, bindings.texture, kTextureLayout, geometry.texture_coordinates, [&] {
+    done = readAttribute(in, facts, {kTextureLayout, bindings.texture, geometry.texture_coordinates}, [&] {
       return readTextureCoordinates(in, context, geometry.texture_coordinates, scratch);
     });
   }
   if (done && bindings.color != Binding::None) {
     const bool hsv = ByteReader(in).u8("HSV flag") != 0;
-    done = readAttribute(in, facts, bindings.color, hsv ? kHsvLayout : kRgbLayout, geometry.colors,
+    done = readAttribute(in, facts, {hsv ? kHsvLayout : kRgbLayout, bindings.color, geometry.colors},
                          [&] { return readColors(in, context, geometry.colors, scratch); });
   }
   return done;
@@ -249,20 +255,15 @@ Result<void> readAttributes(ByteReader& in, Context& context, ShapeGeometry& geo
 
 // One vertex per corner.
 Result<void> readIndices(ByteReader& in, Context& context, ShapeGeometry& geometry, Values& indices) {
+  constexpr const char* kWhat = "vertex indices";
   const std::uint64_t offset = in.offset();
   if (!geometry.primitive_starts.empty()) {
     const std::size_t corner_count = geometry.primitive_starts.back();
-    if (Result<void> read =
-            readComponent(in, context, corner_count, Predictor::StripIndex, "vertex indices", indices);
-        !read) {
-      return read;
-    }
+    const ExpectedPacket packet{kWhat, Predictor::StripIndex, corner_count};
+    if (Result<void> read = readAllValues(in, context, packet, indices); !read) return read;
   } else {  // every index is a corner
-    if (Result<void> read =
-            readValues(in, context, context.values_left, Predictor::StripIndex, "vertex indices", indices);
-        !read) {
-      return read;
-    }
+    const ExpectedPacket packet{kWhat, Predictor::StripIndex, context.values_left};
+    if (Result<void> read = readValues(in, context, packet, indices); !read) return read;
   }
   const std::size_t vertex_count = geometry.positions.size() / 3;
   if (auto taken = context.memory->take(indices.size(), sizeof(std::uint32_t), offset); !taken) return taken;

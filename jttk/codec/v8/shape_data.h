@@ -37,10 +37,17 @@ struct Context {
   std::size_t undecoded_textures = 0;
 };
 
+// The packet that comes next.
+struct ExpectedPacket {
+  const char* what;  // names the array in messages
+  Predictor predictor;
+  std::size_t maximum_count;
+};
+
 // Reads a packet of `maximum_count` values at most, undoes the predictor, and takes the values off what is
-// left. `what` names the array in messages.
-Result<void> readValues(ByteReader& in, Context& context, std::size_t maximum_count, Predictor predictor,
-                        const char* what, std::vector<std::int32_t>& values);
+// left.
+Result<void> readValues(ByteReader& in, Context& context, const ExpectedPacket& packet,
+                        std::vector<std::int32_t>& values);
 
 // Quantised coordinates and attributes, one per vertex, and an index per corner. Attributes that belong to
 // facets or primitives are left as stored: see spreadAttributes. Attributes that cannot be read are left out;

@@ -65,11 +65,8 @@ Result<Bindings> readHeader(ByteReader& in, ShapeFacts& facts) {
 Result<void> readPrimitiveStarts(ByteReader& in, Context& context, std::vector<std::uint32_t>& starts) {
   const std::uint64_t offset = in.offset();
   std::vector<std::int32_t> values;
-  if (Result<void> read =
-          v8::readValues(in, context, context.values_left, Predictor::Stride1, "primitive list", values);
-      !read) {
-    return read;
-  }
+  const v8::ExpectedPacket packet{"primitive list", Predictor::Stride1, context.values_left};
+  if (Result<void> read = v8::readValues(in, context, packet, values); !read) return read;
   std::int32_t before = 0;
   starts.reserve(values.size());
   for (const std::int32_t start : values) {
@@ -118,14 +115,14 @@ Result<ShapeGeometry> decodeVertexShape(ByteReader& in, PrimitiveKind kind, cons
 
 }  // namespace
 
-Result<void> v8::readValues(ByteReader& in, Context& context, std::size_t maximum_count, Predictor predictor,
-                            const char* what, std::vector<std::int32_t>& values) {
-  const std::size_t limit = std::min(maximum_count, context.values_left);
+Result<void> v8::readValues(ByteReader& in, Context& context, const ExpectedPacket& packet,
+                            std::vector<std::int32_t>& values) {
+  const std::size_t limit = std::min(packet.maximum_count, context.values_left);
   if (Result<void> read = decodePacketV8(in, limit, values, context.memory); !read) {
-    return tl::unexpected(read.error().in(what));
+    return tl::unexpected(read.error().in(packet.what));
   }
   context.values_left -= values.size();
-  undoPredictor(predictor, values);
+  undoPredictor(packet.predictor, values);
   return {};
 }
 

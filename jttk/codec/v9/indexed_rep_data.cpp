@@ -1,7 +1,6 @@
 // Polylines and points: groups of primitives, primitives as ranges of a vertex list, and the vertex list with
 // record numbers; then the vertex arrays. Records with equal positions share one coordinate.
 #include <array>
-#include <span>
 #include <string>
 
 #include "jttk/codec/lookup2.h"
@@ -17,10 +16,6 @@ struct IndexLists {
   std::vector<std::int32_t> primitives;  // first entry of each, and the end
   std::vector<std::int32_t> vertices;    // record numbers
 };
-
-std::uint32_t hashOf(const std::vector<std::int32_t>& values, std::uint32_t seed) {
-  return hash32(std::span<const std::int32_t>(values), seed);
-}
 
 // `count` ranges need count + 1 starts. Accepted too: no entry where count is 0, and writers that state the
 // number of entries as the count.
@@ -51,11 +46,11 @@ bool undoOtherPredictors(IndexLists& lists, std::uint32_t stored) {
   auto all_primitives = tries(lists.primitives);
   auto all_vertices = tries(lists.vertices);
   for (List& groups : all_groups) {
-    const std::uint32_t group_hash = hashOf(groups, 0);
+    const std::uint32_t group_hash = hash32(groups, 0);
     for (List& primitives : all_primitives) {
-      const std::uint32_t primitive_hash = hashOf(primitives, group_hash);
+      const std::uint32_t primitive_hash = hash32(primitives, group_hash);
       for (List& vertices : all_vertices) {
-        if (hashOf(vertices, primitive_hash) != stored) continue;
+        if (hash32(vertices, primitive_hash) != stored) continue;
         lists = {std::move(groups), std::move(primitives), std::move(vertices)};
         return true;
       }
@@ -85,7 +80,7 @@ Result<void> readLists(ByteReader& reader, PacketReader& packets, std::uint64_t 
   const std::uint64_t hash_offset = reader.offset();
   const std::uint32_t stored = reader.u32("hash of the index lists");
   if (!reader.ok()) return reader.unexpected();
-  if (hashOf(lists.vertices, hashOf(lists.primitives, hashOf(lists.groups, 0))) == stored) return {};
+  if (hash32(lists.vertices, hash32(lists.primitives, hash32(lists.groups, 0))) == stored) return {};
   if (!undoOtherPredictors(lists, stored)) {
     addDoubt("the index lists do not agree with their hash", hash_offset, facts);
   }
@@ -128,7 +123,7 @@ Result<std::vector<std::uint32_t>> readRecordPositions(ByteReader& reader, Packe
   if (!done) return passOn(done);
   const std::uint32_t stored = reader.u32("hash of the run lengths");
   if (!reader.ok()) return reader.unexpected();
-  if (hashOf(lengths, 0) != stored) {
+  if (hash32(lengths, 0) != stored) {
     addDoubt("the coordinate run lengths do not agree with their hash", start, facts);
   }
   if (auto taken = packets.memory().take(records, sizeof(std::uint32_t), start); !taken) {

@@ -18,10 +18,6 @@ const char* const kMaskNames[kTopologyContexts] = {"masks, context 0", "masks, c
                                                    "masks, context 3", "masks, context 4", "masks, context 5",
                                                    "masks, context 6", "masks, context 7"};
 
-std::uint32_t hashOf(const std::vector<std::int32_t>& values, std::uint32_t seed) {
-  return hash32(std::span<const std::int32_t>(values), seed);
-}
-
 Result<void> readWideMaskWords(ByteReader& reader, std::vector<std::uint32_t>& words) {
   const std::uint32_t count = reader.count("wide masks", sizeof(std::uint32_t));
   words.resize(count);
@@ -69,16 +65,16 @@ Result<void> readArrays(ByteReader& reader, PacketReader& packets, TopologySymbo
 
 std::uint32_t topologyHash(const TopologySymbols& symbols, PacketForm form) {
   std::uint32_t hash = 0;
-  for (const auto& degrees : symbols.degrees) hash = hashOf(degrees, hash);
-  hash = hashOf(symbols.valences, hash);
-  hash = hashOf(symbols.groups, hash);
+  for (const auto& degrees : symbols.degrees) hash = hash32(degrees, hash);
+  hash = hash32(symbols.valences, hash);
+  hash = hash32(symbols.groups, hash);
   hash = hash16(symbols.flags, hash);
-  for (const auto& masks : symbols.masks) hash = hashOf(masks, hash);
-  hash = hashOf(symbols.upper_masks, hash);
-  if (form == PacketForm::V9) hash = hashOf(symbols.top_masks, hash);
+  for (const auto& masks : symbols.masks) hash = hash32(masks, hash);
+  hash = hash32(symbols.upper_masks, hash);
+  if (form == PacketForm::V9) hash = hash32(symbols.top_masks, hash);
   hash = hash32(std::span<const std::uint32_t>(symbols.wide_mask_words), hash);
-  hash = hashOf(symbols.split_offsets, hash);
-  return hashOf(symbols.split_positions, hash);
+  hash = hash32(symbols.split_offsets, hash);
+  return hash32(symbols.split_positions, hash);
 }
 
 Result<TopologySymbols> readTopologySymbols(ByteReader& reader, PacketReader& packets) {
