@@ -69,7 +69,7 @@ int ShapeObject::getPrimitiveSetArrays(int set_index, float*& vertices, int& ver
                                        float*& texture_coordinates, int& texture_coordinate_count) {
   colors = nullptr;
   texture_coordinates = nullptr;
-  if (copyGeometry(set_index, false, vertices, vertex_count, normals, normal_count) == 0) return 0;
+  if (copyGeometry(set_index, false, {vertices, vertex_count, normals, normal_count}) == 0) return 0;
   const auto [first, count] = *set(set_index);
   const ShapeGeometry& geometry = arrays_->geometry;
   if (count == 0 || geometry.corner_records.empty()) return 1;
@@ -87,11 +87,11 @@ int ShapeObject::getPrimitiveSetArrays(int set_index, float*& vertices, int& ver
 
 int ShapeObject::getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_count, float*& normals,
                                          int& normal_count) {
-  return copyGeometry(set_index, turned_, vertices, vertex_count, normals, normal_count);
+  return copyGeometry(set_index, turned_, {vertices, vertex_count, normals, normal_count});
 }
 
-int ShapeObject::copyGeometry(int set_index, bool backwards, float*& vertices, int& vertex_count,
-                              float*& normals, int& normal_count) {
+int ShapeObject::copyGeometry(int set_index, bool backwards, const GeometryCopies& copies) {
+  auto& [vertices, vertex_count, normals, normal_count] = copies;
   vertices = nullptr;
   normals = nullptr;
   const std::optional<Set> found = set(set_index);

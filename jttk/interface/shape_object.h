@@ -50,8 +50,14 @@ class ShapeObject final : public JtkShape, public Holder {
   // Nothing when there is no such set.
   std::optional<Set> set(int index);
   void takeFacts();
-  int copyGeometry(int set_index, bool backwards, float*& vertices, int& vertex_count, float*& normals,
-                   int& normal_count);
+  // Where the caller wants the copies, and their numbers.
+  struct GeometryCopies {
+    float*& vertices;
+    int& vertex_count;
+    float*& normals;
+    int& normal_count;
+  };
+  int copyGeometry(int set_index, bool backwards, const GeometryCopies& copies);
 
   Objects& objects_;
   NodeRef node_;
