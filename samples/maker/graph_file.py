@@ -12,10 +12,13 @@ PARTITION = guid("3e10dd10c82ad1119b6b0080c7bb5997")
 PART = guid("447235cefb38d111a506006097bdc6e1")
 END = b"\xff" * 16
 TEXT_ATOM = guid("6e10dd10c82ad1119b6b0080c7bb5997")
+HIDDEN = 1  # flag of a node: it and all below it are not shown
 
 
 class GraphFile:
-    """A JT 9.5 file that holds nothing but a scene graph."""
+    """A JT 9.5 file that holds nothing but a scene graph. Shapes in Python: tests/second_writer/models.py; in files that a
+    program writes: GraphBuilder and write_jt in this folder.
+    """
 
     def __init__(self):
         self.nodes = b""
@@ -30,18 +33,18 @@ class GraphFile:
         return struct.pack("<I", len(element)) + element
 
     @staticmethod
-    def group(children):
-        return struct.pack("<hII", 1, 0, 0) + struct.pack("<hI", 1, len(children)) + struct.pack(
+    def group(children, flags=0):
+        return struct.pack("<hII", 1, flags, 0) + struct.pack("<hI", 1, len(children)) + struct.pack(
             f"<{len(children)}i", *children)
 
-    def partition(self, number, children, box=(0,) * 6, file_name=""):
+    def partition(self, number, children, box=(0,) * 6, file_name="", flags=0):
         name = file_name.encode("utf-16-le")
-        body = self.group(children) + struct.pack("<II", 0, len(name) // 2) + name
+        body = self.group(children, flags) + struct.pack("<II", 0, len(name) // 2) + name
         body += struct.pack("<6f", *box) + bytes(4 + 6 * 4)
         self.nodes += self.element(PARTITION, 1, number, body)
 
-    def part(self, number):
-        body = self.group([]) + struct.pack("<hhi", 1, 1, 0)
+    def part(self, number, flags=0):
+        body = self.group([], flags) + struct.pack("<hhi", 1, 1, 0)
         self.nodes += self.element(PART, 1, number, body)
 
     def text(self, text):

@@ -6,7 +6,7 @@ import shutil
 import unittest
 
 from cli_case import SAMPLE, CliTest
-from programs import SOURCE, GraphFile, ProgramTest, guid
+from programs import HIDDEN, SOURCE, GraphFile, ProgramTest, guid
 
 SAMPLES = os.path.join(SOURCE, "samples")
 ENGINE = os.path.join(SAMPLES, "beam_engine.jt")
@@ -165,6 +165,18 @@ class Summary(InfoTest):
         self.assertTrue(document["loaded"])
         self.assertIn("product manufacturing information", document["unreadable_segments"][0])
         self.assertIn("the file is cut off: 1 of 2 segments", document["notes"][0])
+
+    def test_a_hidden_part_is_left_out_and_noted(self):
+        for flags, parts in ((0, 2), (HIDDEN, 1)):
+            graph = GraphFile()
+            graph.partition(0, [1, 2])
+            graph.part(1, flags=flags)
+            graph.property(1, "JT_PROP_NAME", "secret")
+            graph.part(2)
+            result = self.run_program("info", "--json", self.write("hidden.jt", graph.bytes()))
+            document = json.loads(result.stdout)
+            self.assertEqual(sum(node["kind"] == "part" for node in document["tree"]), parts)
+            self.assertEqual(["\"secret\" is marked as not shown" in note for note in document["notes"]], [True] * (2 - parts))
 
     def test_wrong_use_is_told(self):
         for arguments in ((ENGINE, SURVEY), ("--summary", "--properties", ENGINE), ("--stated", ENGINE), ("--summary",)):

@@ -12,7 +12,7 @@ import schema
 
 SOURCE = os.environ["LOFTBAY_SOURCE_DIR"]
 sys.path.insert(0, os.path.join(SOURCE, "samples", "maker"))
-from graph_file import GraphFile, assembly_file, guid  # noqa: E402,F401  handed on to the tests
+from graph_file import HIDDEN, GraphFile, assembly_file, guid  # noqa: E402,F401  handed on to the tests
 LOFTBAY = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "loftbay")
 ZIX = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "zix")
 

@@ -58,6 +58,7 @@ class Loaded {
     if (root_ != nullptr) root_->unref();
     root_ = nullptr;
   }
+  // Walked::nodes of the whole model.
   [[nodiscard]] std::vector<std::string> tree() const { return walk(root_).nodes; }
 
   Recorder recorder;

@@ -30,8 +30,10 @@ struct PlacedShape {
 
 struct Walked {
   std::vector<PlacedShape> shapes;
-  std::vector<std::string>
-      nodes;  // "  assembly name", indented by depth; "=" in front of an instance's target
+  // In the walk's order, indented by depth: "  assembly NAME", and "instance NAME", with its target in the
+  // next line: "=part NAME". The depth is the instance's, the name the target's own, as nameOf() has it (in
+  // `path` of a shape only the instance's name stands).
+  std::vector<std::string> nodes;
   std::size_t parts = 0;
 };
 
