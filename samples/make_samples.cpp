@@ -6,7 +6,8 @@
 //   flange_joint.jt      two pipe flanges and a seal, exact geometry only; JT 9.5
 // The committed files in samples/ were made by this program; equal code gives equal bytes.
 // make_samples --single-part TRIANGLES FILE writes one part of about so many triangles instead, to measure
-// with.
+// with; make_samples --repeated-parts PLACED FILE an assembly of so many instances of 100 parts.
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -21,6 +22,11 @@ int main(int argument_count, char** arguments) {
     if (argument_count == 4 && arguments[1] == std::string_view("--single-part")) {
       loftbay::maker::writeJtFile(loftbay::maker::singlePart(std::strtoull(arguments[2], nullptr, 10)), {},
                                   arguments[3]);
+      return 0;
+    }
+    if (argument_count == 4 && arguments[1] == std::string_view("--repeated-parts")) {
+      const auto placed = static_cast<std::uint32_t>(std::strtoul(arguments[2], nullptr, 10));
+      loftbay::maker::writeJtFile(loftbay::maker::repeatedParts(placed), {}, arguments[3]);
       return 0;
     }
     const std::filesystem::path folder = argument_count > 1 ? arguments[1] : ".";

@@ -45,7 +45,9 @@ std::optional<std::string> write(const SceneFile& scene, const GlbPlan& plan, st
     append(std::as_bytes(std::span(binary_header)));
     bool unchanged = true;
     plan.forEachUsed([&](const GlbGeometry& geometry) {
-      unchanged = unchanged && writeArrays(geometry, meshArrays(scene, geometry.mesh), append);
+      const MeshArrays arrays = meshArrays(scene, geometry.mesh);
+      for (const GlbArrayKind& kind : kGlbArrays)
+        unchanged = unchanged && kind.write(geometry, arrays, append);
     });
     if (!unchanged) return std::string("the scene's file has changed while it was read");
   }

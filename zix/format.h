@@ -17,9 +17,8 @@ inline constexpr std::array<unsigned char, 8> kMagic = {0x89, 'Z', 'I', 'X', '\r
 // Files of another major version are refused.
 inline constexpr std::uint16_t kMajorVersion = 1;
 // The newest minor version that the structures below know. Files of later ones are read as far as these go.
+// The writer states the lowest version that holds its scene.
 inline constexpr std::uint16_t kNewestKnownMinor = 0;
-// The minor version that the writer states. It writes records as the structures stand.
-inline constexpr std::uint16_t kWrittenMinor = 0;
 // Every chunk starts at a multiple of this, and the bytes between two chunks are zero.
 inline constexpr std::uint64_t kAlignment = 64;
 // "No object", "no chunk".
@@ -66,10 +65,18 @@ constexpr std::uint32_t recordSizeIn(std::span<const RecordSize> sizes, std::uin
   return bytes;
 }
 
+// Whether a structure's list is in order: from version 0 on, sizes that grow in steps that keep the fields of
+// the next row aligned, the structure's own at the end.
 template <typename Record>
-constexpr bool hasItsListedSize() {
-  return sizeof(Record) == recordSizeIn(Record::kSizes, kNewestKnownMinor) &&
-         sizeof(Record) == recordSizeIn(Record::kSizes, kWrittenMinor);
+constexpr bool hasItsListedSizes() {
+  RecordSize before{0, 0};
+  for (const RecordSize& size : Record::kSizes) {
+    const bool follows = before.bytes == 0 ? size.since_minor == 0 : size.since_minor > before.since_minor;
+    if (!follows || size.since_minor > kNewestKnownMinor) return false;
+    if (size.bytes <= before.bytes || size.bytes % alignof(Record) != 0) return false;
+    before = size;
+  }
+  return before.bytes == sizeof(Record);
 }
 
 // Chunk flag: a reader that does not know the chunk's type must refuse the file.
@@ -113,7 +120,7 @@ struct SceneRecord {
   std::uint32_t root;  // object number, or kNone
   std::uint32_t reserved;
 };
-static_assert(hasItsListedSize<SceneRecord>());
+static_assert(hasItsListedSizes<SceneRecord>());
 inline constexpr std::uint32_t kSceneFirstFlag = 1;
 inline constexpr std::uint32_t kSceneSecondFlag = 2;
 inline constexpr std::uint32_t kSceneApplicationSet = 4;
@@ -130,7 +137,7 @@ struct ObjectRecord {
   std::uint32_t first_child;
   std::uint32_t child_count;
 };
-static_assert(hasItsListedSize<ObjectRecord>());
+static_assert(hasItsListedSizes<ObjectRecord>());
 
 struct MeshRecord {
   static constexpr RecordSize kSizes[] = {{0, 24}};
@@ -141,7 +148,7 @@ struct MeshRecord {
   std::uint32_t flags;
   std::uint32_t reserved;
 };
-static_assert(hasItsListedSize<MeshRecord>());
+static_assert(hasItsListedSizes<MeshRecord>());
 inline constexpr std::uint32_t kMeshTypeSet = 1;
 
 struct CoordinatesRecord {
@@ -151,7 +158,7 @@ struct CoordinatesRecord {
   std::uint32_t flags;
   std::uint32_t reserved;
 };
-static_assert(hasItsListedSize<CoordinatesRecord>());
+static_assert(hasItsListedSizes<CoordinatesRecord>());
 inline constexpr std::uint32_t kDimensionSet = 1;
 
 struct IndexArrayRecord {
@@ -159,7 +166,7 @@ struct IndexArrayRecord {
   std::uint32_t chunk;  // number of its U32A chunk in the directory, or kNone: values never set
   std::uint32_t reserved;
 };
-static_assert(hasItsListedSize<IndexArrayRecord>());
+static_assert(hasItsListedSizes<IndexArrayRecord>());
 
 struct TransformRecord {
   static constexpr RecordSize kSizes[] = {{0, 48}};
@@ -170,7 +177,7 @@ struct TransformRecord {
   std::uint32_t flags;
   std::uint32_t reserved;
 };
-static_assert(hasItsListedSize<TransformRecord>());
+static_assert(hasItsListedSizes<TransformRecord>());
 inline constexpr std::uint32_t kTranslationSet = 1;
 inline constexpr std::uint32_t kRotationSet = 2;
 inline constexpr std::uint32_t kScaleSet = 4;
@@ -182,7 +189,7 @@ struct MaterialRecord {
   float ambient_intensity;
   std::uint32_t flags;  // bit n: colour n was set; bit 4: the ambient intensity was set
 };
-static_assert(hasItsListedSize<MaterialRecord>());
+static_assert(hasItsListedSizes<MaterialRecord>());
 inline constexpr std::uint32_t kAmbientIntensitySet = 16;
 
 struct ViewRecord {
@@ -195,6 +202,6 @@ struct ViewRecord {
   double up[3];
   double height;
 };
-static_assert(hasItsListedSize<ViewRecord>());
+static_assert(hasItsListedSizes<ViewRecord>());
 
 }  // namespace Orb::Zix::format

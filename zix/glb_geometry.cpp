@@ -27,9 +27,7 @@ void forEachWritten(const MeshArrays& mesh, Visit visit) {
 // Collects small pieces into larger ones.
 class Pieces {
  public:
-  explicit Pieces(const std::function<void(std::span<const std::byte>)>& append) : append_(append) {
-    buffer_.reserve(kFull);
-  }
+  explicit Pieces(const GlbAppend& append) : append_(append) { buffer_.reserve(kFull); }
   ~Pieces() { flush(); }
   Pieces(const Pieces&) = delete;
   Pieces& operator=(const Pieces&) = delete;
@@ -47,7 +45,7 @@ class Pieces {
 
  private:
   static constexpr std::size_t kFull = std::size_t{1} << 16;
-  const std::function<void(std::span<const std::byte>)>& append_;
+  const GlbAppend& append_;
   std::vector<std::byte> buffer_;
 };
 
@@ -68,14 +66,19 @@ GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays) {
   return geometry;
 }
 
-bool writeArrays(const GlbGeometry& geometry, const MeshArrays& mesh,
-                 const std::function<void(std::span<const std::byte>)>& append) {
-  if (mesh.type != geometry.type || mesh.pointCount() != geometry.point_count) return false;
+bool writePositions(const GlbGeometry& geometry, const MeshArrays& mesh, const GlbAppend& append) {
+  if (mesh.pointCount() != geometry.point_count) return false;
   Pieces out(append);
   for (std::size_t i = 0; i < mesh.pointCount(); ++i) {
     const auto point = mesh.point(i);
     out.add(isFinite(point) ? point : geometry.stand_in);
   }
+  return true;
+}
+
+bool writeIndices(const GlbGeometry& geometry, const MeshArrays& mesh, const GlbAppend& append) {
+  if (mesh.type != geometry.type) return false;
+  Pieces out(append);
   std::uint64_t index_count = 0;
   forEachWritten(mesh, [&](std::span<const std::uint32_t> element) {
     index_count += indicesOf(mesh.type, element);

@@ -2,6 +2,7 @@
 // whole, finite elements: three per triangle, two per piece of a polyline, one per point.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -28,16 +29,53 @@ struct GlbGeometry {
   std::array<float, 3> stand_in{};  // written for points that are not finite; no element refers to them
   GlbArray positions;
   GlbArray indices;
-
-  [[nodiscard]] std::uint64_t positionsSize() const { return 12 * point_count; }
-  [[nodiscard]] std::uint64_t indicesSize() const { return 4 * index_count; }
 };
 
 GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays);
 
-// Hands over positionsSize() + indicesSize() bytes, piece by piece. `arrays` are those that were measured;
-// false when they have changed since: then it may be more or less.
-bool writeArrays(const GlbGeometry& geometry, const MeshArrays& arrays,
-                 const std::function<void(std::span<const std::byte>)>& append);
+using GlbAppend = std::function<void(std::span<const std::byte>)>;
+
+// One of the arrays of a geometry: all that the plan (its place), the JSON (attribute, accessor, view) and
+// the binary chunk (its bytes) need to know of it.
+struct GlbArrayKind {
+  const char* attribute;  // its name in a primitive; null: the primitive's indices
+  GlbArray GlbGeometry::*place;
+  std::uint64_t GlbGeometry::*count;  // of its entries
+  std::uint64_t entry_size;           // bytes
+  const char* type;                   // of the accessor
+  std::uint32_t component_type;
+  std::uint32_t view_target;
+  bool has_box;  // the accessor states the geometry's box
+  // Hands over count * entry_size bytes, piece by piece. `arrays` are those that were measured; false when
+  // they have changed since: then it may be more or less.
+  bool (*write)(const GlbGeometry& geometry, const MeshArrays& arrays, const GlbAppend& append);
+
+  [[nodiscard]] std::uint64_t sizeIn(const GlbGeometry& geometry) const {
+    return entry_size * geometry.*count;
+  }
+};
+
+bool writePositions(const GlbGeometry& geometry, const MeshArrays& arrays, const GlbAppend& append);
+bool writeIndices(const GlbGeometry& geometry, const MeshArrays& arrays, const GlbAppend& append);
+
+// In the order in which they stand in the file.
+inline constexpr std::array kGlbArrays{GlbArrayKind{.attribute = "POSITION",
+                                                    .place = &GlbGeometry::positions,
+                                                    .count = &GlbGeometry::point_count,
+                                                    .entry_size = 12,
+                                                    .type = "VEC3",
+                                                    .component_type = 5126,  // float
+                                                    .view_target = 34962,    // ARRAY_BUFFER
+                                                    .has_box = true,
+                                                    .write = writePositions},
+                                       GlbArrayKind{.attribute = nullptr,
+                                                    .place = &GlbGeometry::indices,
+                                                    .count = &GlbGeometry::index_count,
+                                                    .entry_size = 4,
+                                                    .type = "SCALAR",
+                                                    .component_type = 5125,  // unsigned int
+                                                    .view_target = 34963,    // ELEMENT_ARRAY_BUFFER
+                                                    .has_box = false,
+                                                    .write = writeIndices}};
 
 }  // namespace Orb::Zix

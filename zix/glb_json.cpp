@@ -132,13 +132,15 @@ class GlbJson {
     json.end();
     json.key("accessors");
     json.beginArray();
-    plan_.forEachUsed([&](const GlbGeometry& geometry) { writeAccessors(json, geometry); });
+    plan_.forEachUsed([&](const GlbGeometry& geometry) {
+      for (const GlbArrayKind& kind : kGlbArrays) writeAccessor(json, geometry, kind);
+    });
     json.end();
     json.key("bufferViews");
     json.beginArray();
     plan_.forEachUsed([&](const GlbGeometry& geometry) {
-      writeBufferView(json, geometry.positions, 34962);  // ARRAY_BUFFER
-      writeBufferView(json, geometry.indices, 34963);    // ELEMENT_ARRAY_BUFFER
+      for (const GlbArrayKind& kind : kGlbArrays)
+        writeBufferView(json, geometry.*kind.place, kind.view_target);
     });
     json.end();
     json.key("buffers");
@@ -158,11 +160,17 @@ class GlbJson {
     json.beginObject();
     json.key("attributes");
     json.beginObject();
-    json.key("POSITION");
-    json.number(geometry.positions.number);
+    for (const GlbArrayKind& kind : kGlbArrays) {
+      if (kind.attribute == nullptr) continue;
+      json.key(kind.attribute);
+      json.number((geometry.*kind.place).number);
+    }
     json.end();
-    json.key("indices");
-    json.number(geometry.indices.number);
+    for (const GlbArrayKind& kind : kGlbArrays) {
+      if (kind.attribute != nullptr) continue;
+      json.key("indices");
+      json.number((geometry.*kind.place).number);
+    }
     json.key("material");
     json.number(std::uint64_t{mesh.material});
     json.key("mode");
@@ -205,32 +213,24 @@ class GlbJson {
     json.end();
   }
 
-  static void writeAccessors(JsonWriter& json, const GlbGeometry& geometry) {
+  static void writeAccessor(JsonWriter& json, const GlbGeometry& geometry, const GlbArrayKind& kind) {
     json.beginObject();
     json.key("bufferView");
-    json.number(geometry.positions.number);
+    json.number((geometry.*kind.place).number);
     json.key("componentType");
-    json.number(std::uint64_t{5126});  // float
+    json.number(std::uint64_t{kind.component_type});
     json.key("count");
-    json.number(geometry.point_count);
+    json.number(geometry.*kind.count);
     json.key("type");
-    json.text("VEC3");
-    const auto corner = [](const std::array<float, 3>& point) {
-      return std::array<double, 3>{static_cast<double>(point[0]), static_cast<double>(point[1]),
-                                   static_cast<double>(point[2])};
-    };
-    writeNumbers(json, "min", corner(geometry.box.low));
-    writeNumbers(json, "max", corner(geometry.box.high));
-    json.end();
-    json.beginObject();
-    json.key("bufferView");
-    json.number(geometry.indices.number);
-    json.key("componentType");
-    json.number(std::uint64_t{5125});  // unsigned int
-    json.key("count");
-    json.number(geometry.index_count);
-    json.key("type");
-    json.text("SCALAR");
+    json.text(kind.type);
+    if (kind.has_box) {
+      const auto corner = [](const std::array<float, 3>& point) {
+        return std::array<double, 3>{static_cast<double>(point[0]), static_cast<double>(point[1]),
+                                     static_cast<double>(point[2])};
+      };
+      writeNumbers(json, "min", corner(geometry.box.low));
+      writeNumbers(json, "max", corner(geometry.box.high));
+    }
     json.end();
   }
 

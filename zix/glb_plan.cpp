@@ -101,8 +101,7 @@ void GlbPlan::placeInBuffer() {
   };
   for (GlbGeometry& geometry : geometries) {
     if (geometry.index_count == 0) continue;
-    place(geometry.positions, geometry.positionsSize());
-    place(geometry.indices, geometry.indicesSize());
+    for (const GlbArrayKind& kind : kGlbArrays) place(geometry.*kind.place, kind.sizeIn(geometry));
   }
 }
 

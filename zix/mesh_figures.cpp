@@ -5,19 +5,12 @@
 #include <span>
 
 #include "zix/array_facts.h"
-#include "zix/scene_meshes.h"
 
 namespace Orb::Zix {
 
 using format::kNone;
 
 namespace {
-
-std::uint64_t valueCount(const SceneFile& scene, std::uint32_t index_array) {
-  if (index_array == kNone) return 0;
-  const std::uint32_t chunk = scene.indexArray(index_array).chunk;
-  return chunk == kNone ? 0 : scene.chunks()[chunk].size / sizeof(std::uint32_t);
-}
 
 PieceReader piecesOf(const SceneFile& scene, std::uint32_t chunk) {
   return chunk == kNone ? PieceReader(scene, 0, 0) : scene.chunkPieces(chunk);
@@ -53,19 +46,15 @@ class IndexStream {
 }  // namespace
 
 std::uint64_t pointCount(const SceneFile& scene, std::uint32_t mesh) {
-  const std::uint32_t coordinates = scene.mesh(mesh).coordinates;
-  if (coordinates == kNone) return 0;
-  const format::CoordinatesRecord record = scene.coordinates(coordinates);
-  if (record.chunk == kNone) return 0;
-  return scene.chunks()[record.chunk].size / (sizeof(float) * record.dimension);
+  return valueCount(scene, kCoordinatesOfMesh, mesh);
 }
 
 std::uint64_t indexCount(const SceneFile& scene, std::uint32_t mesh) {
-  return valueCount(scene, scene.mesh(mesh).indices);
+  return valueCount(scene, kIndicesOfMesh, mesh);
 }
 
 std::uint64_t elementCount(const SceneFile& scene, std::uint32_t mesh) {
-  return valueCount(scene, scene.mesh(mesh).lengths);
+  return valueCount(scene, kLengthsOfMesh, mesh);
 }
 
 std::uint64_t wholeElementCount(const SceneFile& scene, std::uint32_t mesh) {

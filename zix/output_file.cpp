@@ -1,6 +1,7 @@
 #include "zix/output_file.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <filesystem>
@@ -20,6 +21,8 @@ namespace {
 constexpr std::size_t kBufferSize = std::size_t{1} << 20;
 // Copying these into the buffer would cost more than the system call that it saves.
 constexpr std::size_t kWrittenDirectly = std::size_t{1} << 18;
+// Read back at a time.
+constexpr std::size_t kReadBack = std::size_t{1} << 15;
 
 std::atomic<FileOperationHook*> operation_hook{nullptr};
 // Part of the next temporary name.
@@ -143,6 +146,11 @@ std::optional<OutputFailure> OutputFile::overwrite(std::uint64_t offset, std::sp
   return guarded([&] { return putAt(offset, bytes); });
 }
 
+std::optional<OutputFailure> OutputFile::compare(std::uint64_t offset, std::span<const std::byte> bytes,
+                                                 bool* is_equal) {
+  return guarded([&] { return compareAt(offset, bytes, is_equal); });
+}
+
 std::optional<OutputFailure> OutputFile::commit() {
   return guarded([&] { return finish(); });
 }
@@ -233,6 +241,32 @@ std::optional<OutputFailure> OutputFile::putAt(std::uint64_t offset, std::span<c
   error = hooked(FileOperation::Seek);
   if (error == 0) error = system::seek(handle_, size_);
   return error == 0 ? std::nullopt : fail("seek", error);
+}
+
+std::optional<OutputFailure> OutputFile::compareAt(std::uint64_t offset, std::span<const std::byte> bytes,
+                                                   bool* is_equal) {
+  *is_equal = false;
+  if (!isOpen()) return fail("read", std::string("the file is not open"));
+  const std::uint64_t in_file = size_ - buffered_;
+  const auto written = bytes.first(static_cast<std::size_t>(
+      std::min<std::uint64_t>(bytes.size(), in_file > offset ? in_file - offset : 0)));
+  // What is still in the buffer first: it costs no call of the system.
+  if (const auto held = bytes.subspan(written.size()); !held.empty()) {
+    const auto place = static_cast<std::size_t>(offset + written.size() - in_file);
+    if (std::memcmp(buffer_.get() + place, held.data(), held.size()) != 0) return std::nullopt;
+  }
+  std::array<std::byte, kReadBack> piece;
+  for (auto rest = written; !rest.empty();) {
+    const std::size_t amount = std::min(rest.size(), piece.size());
+    int error = hooked(FileOperation::Read, amount);
+    if (error == 0) error = system::readAt(handle_, offset, std::span(piece).first(amount));
+    if (error != 0) return fail("read", error);
+    if (std::memcmp(piece.data(), rest.data(), amount) != 0) return std::nullopt;
+    offset += amount;
+    rest = rest.subspan(amount);
+  }
+  *is_equal = true;
+  return std::nullopt;
 }
 
 std::optional<OutputFailure> OutputFile::finish() {

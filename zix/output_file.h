@@ -11,7 +11,7 @@
 //
 //   OutputFile file;
 //   if (auto failure = file.open("folder\\out.zix")) …   // failure->operation, failure->reason
-//   file.append(bytes); file.overwrite(0, header);
+//   file.append(bytes); file.compare(offset, bytes, &is_equal); file.overwrite(0, header);
 //   file.commit();
 //
 // Lack of memory is a failure, too; only the copy of a failure that is returned can still throw
@@ -32,7 +32,7 @@ namespace Orb::Zix {
 
 struct OutputFailure {
   std::string path;       // the output's path as the host writes it
-  std::string operation;  // "create", "write", "flush", "close", "rename", …
+  std::string operation;  // "create", "write", "read", "flush", "close", "rename", …
   std::string reason;     // the system's reason
 
   [[nodiscard]] std::string text() const { return path + ": " + operation + " failed: " + reason; }
@@ -54,6 +54,9 @@ class OutputFile {
   std::optional<OutputFailure> append(std::string_view text);
   // Replaces bytes that were appended before.
   std::optional<OutputFailure> overwrite(std::uint64_t offset, std::span<const std::byte> bytes);
+  // Whether bytes that were appended before, from `offset` on, are these. They are read back in small pieces.
+  std::optional<OutputFailure> compare(std::uint64_t offset, std::span<const std::byte> bytes,
+                                       bool* is_equal);
   // Flushes to the device, puts the file in the output's place, makes the name durable.
   std::optional<OutputFailure> commit();
 
@@ -76,6 +79,8 @@ class OutputFile {
   std::optional<OutputFailure> create(std::string_view program_path);
   std::optional<OutputFailure> put(std::span<const std::byte> bytes);
   std::optional<OutputFailure> putAt(std::uint64_t offset, std::span<const std::byte> bytes);
+  std::optional<OutputFailure> compareAt(std::uint64_t offset, std::span<const std::byte> bytes,
+                                         bool* is_equal);
   std::optional<OutputFailure> finish();
   template <typename Make>
   int underTemporaryName(Make make);
@@ -103,7 +108,18 @@ void removeAbandonedTemporaries(std::string_view program_path) noexcept;
 
 // What the file layer asks of the system, one call each. 0 is success, anything else the system's error
 // number. Tests put a hook in front to make the n-th call fail.
-enum class FileOperation { CreateUnnamed, Create, Write, Seek, Flush, Link, Close, Rename, FlushFolder };
+enum class FileOperation {
+  CreateUnnamed,
+  Create,
+  Write,
+  Read,
+  Seek,
+  Flush,
+  Link,
+  Close,
+  Rename,
+  FlushFolder
+};
 
 class FileOperationHook {
  public:
@@ -112,8 +128,9 @@ class FileOperationHook {
   FileOperationHook& operator=(const FileOperationHook&) = delete;
   virtual ~FileOperationHook() = default;
   // Called before the operation. A value other than 0 is taken as the operation's error, and the operation
-  // is not carried out. `size_bytes` is what a Write is to write, else 0. CreateUnnamed comes before every
-  // Create, which follows only where the system answers that it has no files without a name.
+  // is not carried out. `size_bytes` is what a Write is to write or a Read to read, else 0. CreateUnnamed
+  // comes before every Create, which follows only where the system answers that it has no files without a
+  // name.
   virtual int before(FileOperation operation, std::size_t size_bytes) = 0;
 };
 

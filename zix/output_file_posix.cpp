@@ -121,6 +121,21 @@ int seek(std::intptr_t handle, std::uint64_t offset) {
   return lseek(static_cast<int>(handle), static_cast<off_t>(offset), SEEK_SET) < 0 ? errno : 0;
 }
 
+int readAt(std::intptr_t handle, std::uint64_t offset, std::span<std::byte> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t done =
+        ::pread(static_cast<int>(handle), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+    if (done < 0) {
+      if (errno == EINTR) continue;
+      return errno;
+    }
+    if (done == 0) return EIO;
+    offset += static_cast<std::uint64_t>(done);
+    bytes = bytes.subspan(static_cast<std::size_t>(done));
+  }
+  return 0;
+}
+
 int flush(std::intptr_t handle) {
   int result = 0;
   do {

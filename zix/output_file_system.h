@@ -35,6 +35,9 @@ bool isAlreadyThere(int error);
 // Writes all bytes at the file's position.
 int write(std::intptr_t handle, std::span<const std::byte> bytes);
 int seek(std::intptr_t handle, std::uint64_t offset);
+// Reads all bytes from `offset` on and leaves the file's position where it was. A file that ends before is an
+// error.
+int readAt(std::intptr_t handle, std::uint64_t offset, std::span<std::byte> bytes);
 // Waits until the device has the bytes.
 int flush(std::intptr_t handle);
 // The handle is gone afterwards, also when the result is an error.

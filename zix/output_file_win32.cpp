@@ -69,6 +69,26 @@ int seek(std::intptr_t handle, std::uint64_t offset) {
   return SetFilePointerEx(fromHandle(handle), position, nullptr, FILE_BEGIN) == 0 ? lastError() : 0;
 }
 
+int readAt(std::intptr_t handle, std::uint64_t offset, std::span<std::byte> bytes) {
+  // Every way to read moves the position.
+  LARGE_INTEGER before;
+  if (SetFilePointerEx(fromHandle(handle), LARGE_INTEGER{}, &before, FILE_CURRENT) == 0) return lastError();
+  int error = seek(handle, offset);
+  while (error == 0 && !bytes.empty()) {
+    constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
+    DWORD done = 0;
+    const auto amount = static_cast<DWORD>(std::min(bytes.size(), kMostAtOnce));
+    if (ReadFile(fromHandle(handle), bytes.data(), amount, &done, nullptr) == 0) {
+      error = lastError();
+    } else if (done == 0) {
+      error = ERROR_HANDLE_EOF;
+    }
+    bytes = bytes.subspan(done);
+  }
+  const int returned = seek(handle, static_cast<std::uint64_t>(before.QuadPart));
+  return error != 0 ? error : returned;
+}
+
 int flush(std::intptr_t handle) { return FlushFileBuffers(fromHandle(handle)) == 0 ? lastError() : 0; }
 
 int close(std::intptr_t handle) { return CloseHandle(fromHandle(handle)) == 0 ? lastError() : 0; }

@@ -1,5 +1,6 @@
 // The file half of the writer: arrays as they come, everything else at the end. Order of the file: header
-// (filled in last), array chunks in the order of the setValues calls, table chunks, directory.
+// (filled in last), array chunks in the order of the setValues calls (equal ones once, where they came
+// first), table chunks, directory.
 #include <algorithm>
 #include <cstring>
 
@@ -46,9 +47,20 @@ class TableChunk {
   std::optional<OutputFailure> failure_;
 };
 
+// `record_size`: what the file's version has of each.
 template <typename Records>
-void addAll(TableChunk& chunk, const Records& records) {
-  for (const auto& record : records) chunk.add(bytesOf(record));
+void addAll(TableChunk& chunk, const Records& records, std::size_t record_size) {
+  for (const auto& record : records) chunk.add(bytesOf(record).first(record_size));
+}
+
+// The bytes of a row in a file of minor version `minor`. Rows without fields (child numbers) never grow.
+template <typename Row>
+std::size_t rowSizeIn(std::uint16_t minor) {
+  if constexpr (requires { Row::kSizes; }) {
+    return format::recordSizeIn(Row::kSizes, minor);
+  } else {
+    return sizeof(Row);
+  }
 }
 
 void addText(TableChunk& chunk, const std::deque<char>& text) {
@@ -71,34 +83,34 @@ void Scene_V0::Impl::keep(const std::optional<OutputFailure>& failed) {
 std::uint32_t Scene_V0::Impl::writeArray(std::uint32_t chunk_type, std::uint32_t record_size,
                                          std::span<const std::byte> bytes, BoxF* box) {
   const bool writable = file.isOpen() && !failure;
-  const auto write = [&](std::span<const std::byte> piece) {
-    if (writable && !failure) keep(file.append(piece));
-  };
-  const std::byte zeros[format::kAlignment]{};
-  write({zeros, static_cast<std::size_t>(format::alignUp(file.size()) - file.size())});
-  format::ChunkEntry entry{chunk_type, 0, file.size(), bytes.size(), 0, record_size, 0};
-  // Piece by piece, so that the checksum, the box and the copy to the system find the piece in the cache.
-  // A whole number of tuples of every dimension up to 3, and of a page.
-  constexpr std::size_t kPiece = std::size_t{3} << 18;
+  // Piece by piece, so that checksum and box find the piece in the cache. A whole number of tuples.
+  constexpr std::size_t kPiece = std::size_t{3} << 16;
   const std::size_t piece_size = kPiece - kPiece % record_size;
   RunningChecksum sum;
   for (auto rest = bytes; !rest.empty();) {
     const auto piece = rest.first(std::min(rest.size(), piece_size));
     rest = rest.subspan(piece.size());
-    if (box != nullptr) {
-      addPoints(*box, {reinterpret_cast<const float*>(piece.data()), piece.size() / sizeof(float)},
-                record_size / static_cast<std::uint32_t>(sizeof(float)));
-    }
-    if (!writable) continue;
-    sum.add(piece);
-    write(piece);
+    if (writable) sum.add(piece);
+    if (box == nullptr) continue;
+    addPoints(*box, {reinterpret_cast<const float*>(piece.data()), piece.size() / sizeof(float)},
+              record_size / static_cast<std::uint32_t>(sizeof(float)));
   }
-  entry.checksum = sum.value();
-  chunks.push_back(entry);
-  return static_cast<std::uint32_t>(chunks.size() - 1);
+  if (!writable) {
+    // Nothing is written any more, but the object has its values.
+    chunks.push_back({chunk_type, 0, file.size(), bytes.size(), 0, record_size, 0});
+    return static_cast<std::uint32_t>(chunks.size() - 1);
+  }
+  std::optional<OutputFailure> failed;
+  const std::uint32_t chunk = arrays.store({chunk_type, record_size, bytes, sum.value()}, &failed);
+  keep(failed);
+  return chunk;
 }
 
+// So that older readers can read what holds nothing that they do not know.
+std::uint16_t Scene_V0::Impl::lowestMinorVersion() const { return 0; }
+
 void Scene_V0::Impl::finishFile() {
+  const std::uint16_t minor = lowestMinorVersion();
   const auto table = [&](std::uint32_t type, std::size_t record_size, const auto& fill) {
     if (failure) return;
     TableChunk chunk(file, type, record_size);
@@ -107,7 +119,8 @@ void Scene_V0::Impl::finishFile() {
   };
   const auto records = [&](std::uint32_t type, const auto& rows) {
     using Row = typename std::decay_t<decltype(rows)>::value_type;
-    table(type, sizeof(Row), [&](TableChunk& chunk) { addAll(chunk, rows); });
+    table(type, rowSizeIn<Row>(minor),
+          [&](TableChunk& chunk) { addAll(chunk, rows, rowSizeIn<Row>(minor)); });
   };
 
   scene.model_name_offset = model_name.offset;
@@ -119,8 +132,10 @@ void Scene_V0::Impl::finishFile() {
   records(format::kObjectChunk, objects);
   records(format::kChildChunk, children);
   records(format::kMeshChunk, meshes);
-  table(format::kCoordinatesChunk, sizeof(format::CoordinatesRecord), [&](TableChunk& chunk) {
-    for (const CoordinatesState& state : coordinates) chunk.add(bytesOf(state.record));
+  const std::size_t coordinates_size = rowSizeIn<format::CoordinatesRecord>(minor);
+  table(format::kCoordinatesChunk, coordinates_size, [&](TableChunk& chunk) {
+    for (const CoordinatesState& state : coordinates)
+      chunk.add(bytesOf(state.record).first(coordinates_size));
   });
   records(format::kIndexChunk, index_arrays);
   records(format::kTransformChunk, transforms);
@@ -131,13 +146,13 @@ void Scene_V0::Impl::finishFile() {
   // The directory is laid out like a chunk, but nothing lists it: the header holds its offset and checksum.
   std::deque<format::ChunkEntry> none;
   TableChunk directory(file, 0, sizeof(format::ChunkEntry));
-  addAll(directory, chunks);
+  addAll(directory, chunks, sizeof(format::ChunkEntry));
   keep(directory.finish(none));
 
   format::Header header{};
   header.magic = format::kMagic;
   header.major_version = format::kMajorVersion;
-  header.minor_version = format::kWrittenMinor;
+  header.minor_version = minor;
   header.header_size = sizeof(header);
   header.file_size = file.size();
   header.directory_offset = none.back().offset;

@@ -1,6 +1,8 @@
-// What a scene holds in memory until closeFile: one small record per object, as it will be in the file. The
-// records live in deques, which grow without copying and without spare room worth mentioning, because the
-// scene's promise is 64 MB plus 200 bytes and the name per object, whatever the arrays hold.
+// What a scene holds in memory until closeFile: one small record per object, as it will be in the file, and
+// of each distinct array its entry in the directory (40 bytes) and its place among those that later ones are
+// compared with (array_store.h). The records live in deques, which grow without copying and without spare
+// room worth mentioning, because the scene's promise is 64 MB plus 200 bytes and the name per object,
+// whatever the arrays hold.
 #pragma once
 
 #include <deque>
@@ -11,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "zix/array_store.h"
 #include "zix/bounds.h"
 #include "zix/format.h"
 #include "zix/output_file.h"
@@ -76,10 +79,12 @@ struct Scene_V0::Impl {
   // --- the file -----------------------------------------------------------------------------------------
   // Keeps the first failure for closeFile.
   void keep(const std::optional<OutputFailure>& failure);
-  // Writes an array as the file's next chunk and returns the chunk's number, also after a failure, which
-  // `keep` has. With `box` the finite points of tuples of `record_size / 4` floats are added to it.
+  // Stores an array and returns the number of the chunk that holds it, also after a failure, which `keep`
+  // has. With `box` the finite points of tuples of `record_size / 4` floats are added to it.
   std::uint32_t writeArray(std::uint32_t chunk_type, std::uint32_t record_size,
                            std::span<const std::byte> bytes, BoxF* box);
+  // That a file with this scene must state.
+  [[nodiscard]] std::uint16_t lowestMinorVersion() const;
   void finishFile();
 
   std::deque<format::ObjectRecord> objects;
@@ -107,6 +112,7 @@ struct Scene_V0::Impl {
   std::string bound_path;
   std::optional<std::string> failure;
   OutputFile file;
+  ArrayStore arrays{file, chunks};
 };
 
 }  // namespace Orb::Zix

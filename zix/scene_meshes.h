@@ -50,22 +50,50 @@ struct MeshArrayKind {
   ObjectType object_type;                     // that object's
   Values<T> (SceneFile::*read)(std::uint32_t) const;
   Values<T> MeshArrays::*values;
+  std::uint32_t dimension;  // that tuples of a Coordinates object must have; 0: any, and for index arrays
+  bool one_per_point;       // whether there must be a tuple or value for each of the mesh's points
 };
 
+inline constexpr MeshArrayKind<float> kCoordinatesOfMesh{.name = "coordinates",
+                                                         .value_name = "coordinate",
+                                                         .object = &format::MeshRecord::coordinates,
+                                                         .object_type = ObjectType::Coordinates,
+                                                         .read = &SceneFile::coordinateValues,
+                                                         .values = &MeshArrays::values,
+                                                         .dimension = 0,
+                                                         .one_per_point = false};
+inline constexpr MeshArrayKind<std::uint32_t> kIndicesOfMesh{.name = "indices",
+                                                             .value_name = "index",
+                                                             .object = &format::MeshRecord::indices,
+                                                             .object_type = ObjectType::IndexArray,
+                                                             .read = &SceneFile::indexValues,
+                                                             .values = &MeshArrays::indices,
+                                                             .dimension = 0,
+                                                             .one_per_point = false};
+inline constexpr MeshArrayKind<std::uint32_t> kLengthsOfMesh{.name = "lengths",
+                                                             .value_name = "length",
+                                                             .object = &format::MeshRecord::lengths,
+                                                             .object_type = ObjectType::IndexArray,
+                                                             .read = &SceneFile::indexValues,
+                                                             .values = &MeshArrays::lengths,
+                                                             .dimension = 0,
+                                                             .one_per_point = false};
 // All of them. What a tool does with one of them only (counts, elements, accessors of a GLB) stands there.
-inline constexpr std::tuple kMeshArrayKinds{
-    MeshArrayKind<float>{"coordinates", "coordinate", &format::MeshRecord::coordinates,
-                         ObjectType::Coordinates, &SceneFile::coordinateValues, &MeshArrays::values},
-    MeshArrayKind<std::uint32_t>{"indices", "index", &format::MeshRecord::indices, ObjectType::IndexArray,
-                                 &SceneFile::indexValues, &MeshArrays::indices},
-    MeshArrayKind<std::uint32_t>{"lengths", "length", &format::MeshRecord::lengths, ObjectType::IndexArray,
-                                 &SceneFile::indexValues, &MeshArrays::lengths}};
+inline constexpr std::tuple kMeshArrayKinds{kCoordinatesOfMesh, kIndicesOfMesh, kLengthsOfMesh};
 inline constexpr std::size_t kMeshArrayCount = std::tuple_size_v<decltype(kMeshArrayKinds)>;
 
 // Calls `visit(kind)` for each.
 template <typename Visit>
 void forEachMeshArray(Visit visit) {
   std::apply([&](const auto&... kinds) { (visit(kinds), ...); }, kMeshArrayKinds);
+}
+
+// Whether the array that the mesh names has the dimension that its kind asks for; none has.
+template <typename T>
+bool hasRightDimension(const SceneFile& scene, const MeshArrayKind<T>& kind, const format::MeshRecord& mesh) {
+  const std::uint32_t object = mesh.*kind.object;
+  return kind.dimension == 0 || object == format::kNone ||
+         scene.coordinates(object).dimension == kind.dimension;
 }
 
 // Reads them: throws what SceneFile's accessors of values throw.

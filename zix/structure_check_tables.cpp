@@ -188,10 +188,15 @@ std::optional<ReadError> StructureCheck::checkMeshes() {
     Failure failure;
     forEachMeshArray([&](const auto& kind) {
       const std::uint32_t object = mesh.*kind.object;
-      if (failure || isNoneOr(object, kind.object_type)) return;
-      failure =
-          refuseMesh("OBJECT_NUMBER", std::string("has ") + kind.name + " that are no " +
-                                          objectTypeName(kind.object_type) + " object: " + number(object));
+      if (failure) return;
+      if (!isNoneOr(object, kind.object_type)) {
+        failure =
+            refuseMesh("OBJECT_NUMBER", std::string("has ") + kind.name + " that are no " +
+                                            objectTypeName(kind.object_type) + " object: " + number(object));
+      } else if (!hasRightDimension(scene_, kind, mesh)) {
+        failure = refuseMesh("DIMENSION", std::string("has ") + kind.name +
+                                              " that do not have the dimension " + number(kind.dimension));
+      }
     });
     if (failure) return failure;
   }

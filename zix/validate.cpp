@@ -133,6 +133,10 @@ class Validator {
            describe(number) + " has " + std::to_string(indices.count()) +
                " indices, but the lengths of its elements add up to " + std::to_string(lengths.sum()));
     }
+    forEachMeshArray([&](const auto& kind) {
+      if (hasRightCount(scene_, kind, number)) return;
+      warn("VALUE_COUNT", 0, describe(number) + " has not as many " + kind.name + " as points");
+    });
     const std::uint64_t points = pointCount(scene_, number);
     if (indices.count() == 0 || indices.largest() < points) return;
     error("INDEX_RANGE", indices.largestOffset(),

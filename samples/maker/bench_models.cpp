@@ -97,6 +97,23 @@ Product manyParts(std::uint32_t parts, std::uint64_t triangles_each) {
   return product;
 }
 
+Product repeatedParts(std::uint32_t placed, std::uint32_t distinct, std::uint64_t triangles_each) {
+  constexpr std::uint32_t kPerRow = 30;
+  Product product;
+  product.name = "repeated parts";
+  for (std::uint32_t i = 0; i < distinct; ++i) product.parts.push_back(wavyPart(triangles_each, i, false));
+  Assembly root{"repeated parts", "Millimeters", std::nullopt, {}};
+  for (std::uint32_t i = 0; i < placed; ++i) {
+    const std::uint32_t part = i % distinct;
+    root.children.push_back({partRef(part), product.parts[part].name,
+                             translation(kPitch * double(i % kPerRow), kPitch * double(i / kPerRow), 0),
+                             std::nullopt, false});
+  }
+  product.assemblies.push_back(std::move(root));
+  product.root = assemblyRef(0);
+  return product;
+}
+
 Product largeModel(std::uint64_t triangles) {
   constexpr std::uint64_t kPerPart = 100'000;
   const auto parts = static_cast<std::uint32_t>(std::max<std::uint64_t>(1, triangles / kPerPart));

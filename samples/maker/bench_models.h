@@ -18,6 +18,11 @@ Product singlePart(std::uint64_t triangles = 2'000'000);
 // and two levels.
 Product manyParts(std::uint32_t parts = 5'000, std::uint64_t triangles_each = 400);
 
+// `distinct` parts of about `triangles_each` triangles, placed `placed` times in all, one after another, side
+// by side in one assembly.
+Product repeatedParts(std::uint32_t placed = 850, std::uint32_t distinct = 100,
+                      std::uint64_t triangles_each = 1'400);
+
 // About `triangles` triangles in parts of 100,000, each part used once.
 Product largeModel(std::uint64_t triangles = 20'000'000);
 

@@ -184,6 +184,27 @@ TEST_F(MeshFigures, FindingsBehindTheFirstPieceAreFound) {
   EXPECT_EQ(wholeElementCount(*scene_, kMesh), 149'998U) << "the last element lacks its indices";
 }
 
+// No array of this version asks for a dimension or for a value per point; these are like one that would.
+TEST_F(MeshFigures, KindsOfArraysMayAskForADimensionAndForAValuePerPoint) {
+  write({MeshType::Lines, {0, 0, 0, 1, 0, 0}, {0, 1}, {2}});
+  MeshArrayKind<float> flat = kCoordinatesOfMesh;
+  EXPECT_TRUE(hasRightDimension(*scene_, flat, scene_->mesh(kMesh))) << "any";
+  flat.dimension = 3;
+  EXPECT_TRUE(hasRightDimension(*scene_, flat, scene_->mesh(kMesh)));
+  flat.dimension = 2;
+  EXPECT_FALSE(hasRightDimension(*scene_, flat, scene_->mesh(kMesh)));
+  EXPECT_TRUE(hasRightDimension(*scene_, flat, {0, format::kNone, 4, 5, 0, 0})) << "no array at all";
+
+  for (MeshArrayKind<std::uint32_t> kind : {kIndicesOfMesh, kLengthsOfMesh}) {
+    EXPECT_TRUE(hasRightCount(*scene_, kind, kMesh)) << "any";
+    kind.one_per_point = true;
+    EXPECT_EQ(hasRightCount(*scene_, kind, kMesh), kind.name == std::string("indices"))
+        << "two points, two indices, one length";
+  }
+  flat.one_per_point = true;
+  EXPECT_TRUE(hasRightCount(*scene_, flat, kMesh)) << "tuples, not floats";
+}
+
 TEST_F(MeshFigures, ChecksumsCoverTheLastPiece) {
   std::string file = polylines().build();
   write(polylines());

@@ -49,6 +49,8 @@ inline void fillBigScene(Orb::Zix::Scene_V1& scene) {
   const std::vector<unsigned int> big(400000, 7);
   scene.setValues<unsigned int>(scene.createObject(Orb::Zix::ObjectType::IndexArray), big.data(), big.size());
   scene.setValues<unsigned int>(scene.createObject(Orb::Zix::ObjectType::IndexArray), big.data(), 1);
+  // Stored already, in the file: it is read back.
+  scene.setValues<unsigned int>(scene.createObject(Orb::Zix::ObjectType::IndexArray), big.data(), big.size());
 }
 
 // What closeFile throws; empty when it succeeds.

@@ -62,5 +62,38 @@ TEST(RecordGrowth, SizeIsThatOfTheFilesVersion) {
   }
 }
 
+struct NoSizes {
+  static constexpr format::RecordSize kSizes[] = {{0, 4}};
+  std::uint32_t first;
+  std::uint32_t second;
+};
+struct HalfAligned {
+  static constexpr format::RecordSize kSizes[] = {{0, 12}, {format::kNewestKnownMinor, 16}};
+  std::uint64_t first;
+  std::uint64_t second;
+};
+struct Unknown {
+  static constexpr format::RecordSize kSizes[] = {{0, 4}, {format::kNewestKnownMinor + 1, 8}};
+  std::uint32_t first;
+  std::uint32_t second;
+};
+struct Backwards {
+  static constexpr format::RecordSize kSizes[] = {{0, 8}, {0, 8}};
+  std::uint64_t first;
+};
+struct Right {
+  static constexpr format::RecordSize kSizes[] = {{0, 8}};
+  std::uint64_t first;
+};
+
+TEST(RecordGrowth, ListsOfSizesAreChecked) {
+  EXPECT_FALSE(format::hasItsListedSizes<NoSizes>()) << "not its own at the end";
+  EXPECT_FALSE(format::hasItsListedSizes<HalfAligned>())
+      << "the second row's first field would not be aligned";
+  EXPECT_FALSE(format::hasItsListedSizes<Unknown>()) << "a version that does not exist";
+  EXPECT_FALSE(format::hasItsListedSizes<Backwards>());
+  EXPECT_TRUE(format::hasItsListedSizes<Right>());
+}
+
 }  // namespace
 }  // namespace Orb::Zix

@@ -44,6 +44,7 @@ class ZixBuilder {
   std::vector<BuiltChunk> others;  // after the tables
   std::uint32_t left_out = 0;      // type of a table that is not written
   std::uint16_t major_version = zf::kMajorVersion;
+  // Rows have the size of this version: of the newest known one, if the file's is later.
   std::uint16_t minor_version = zf::kNewestKnownMinor;
 
   // An object without a parent; the ordinal is counted.
@@ -64,8 +65,10 @@ class ZixBuilder {
     const auto table = [&](std::uint32_t type, const auto& rows) {
       using Row = typename std::decay_t<decltype(rows)>::value_type;
       std::string bytes;
-      for (const auto& row : rows) bytes += recordBytes(row);
-      if (type != left_out) chunks.push_back({type, sizeof(Row), bytes});
+      std::uint32_t size = sizeof(Row);
+      if constexpr (requires { Row::kSizes; }) size = zf::recordSizeIn(Row::kSizes, minor_version);
+      for (const auto& row : rows) bytes += recordBytes(row).substr(0, size);
+      if (type != left_out) chunks.push_back({type, size, bytes});
     };
     table(zf::kSceneChunk, std::vector<zf::SceneRecord>{scene});
     table(zf::kTextChunk, texts);
