@@ -101,7 +101,18 @@ Product repeatedParts(std::uint32_t placed, std::uint32_t distinct, std::uint64_
   constexpr std::uint32_t kPerRow = 30;
   Product product;
   product.name = "repeated parts";
-  for (std::uint32_t i = 0; i < distinct; ++i) product.parts.push_back(wavyPart(triangles_each, i, false));
+  for (std::uint32_t i = 0; i < distinct; ++i) {
+    product.parts.push_back(wavyPart(triangles_each, i, false));
+    // Each lacks other triangles, so that no two have an array in common.
+    product.parts.back().lods[0] = {ShapeSource([=] {
+      Shape shape = wavyTorus(triangles_each, i);
+      const std::size_t kept = shape.primitiveCount() - i;
+      shape.primitive_starts.resize(kept + 1);
+      shape.corner_positions.resize(3 * kept);
+      shape.corner_records.resize(3 * kept);
+      return shape;
+    })};
+  }
   Assembly root{"repeated parts", "Millimeters", std::nullopt, {}};
   for (std::uint32_t i = 0; i < placed; ++i) {
     const std::uint32_t part = i % distinct;
