@@ -6,10 +6,29 @@ file is put together with fresh checksums; `change_header` and `change_entry` co
 
 import struct
 
-import zix_reader as zix
-from zix_reader import COORDINATES, INDEX_ARRAY, MATERIAL, MESH, NODE, NONE, SHAPE, TRANSFORM
+from zixscene.checksum import xxh64
+from zixscene.layout import COORDINATES, INDEX_ARRAY, MATERIAL, MESH, NODE, NONE, SHAPE, TRANSFORM
 
-ORDER = (b"SCNE", b"TEXT", b"OBJS", b"CHLD", b"MESH", b"CRDS", b"INDX", b"XFRM", b"MATL", b"VIEW")
+MAGIC = b"\x89ZIX\r\n\x1a\n"
+HEADER = struct.Struct("<8sHHIQQQQQQ")
+ENTRY = struct.Struct("<4sIQQQII")
+# The tables in the writer's order, with the records of version 1.0.
+TABLES = {
+    b"SCNE": struct.Struct("<dQQQIIIIII"),
+    b"TEXT": struct.Struct("<B"),
+    b"OBJS": struct.Struct("<IIQIIIIII"),
+    b"CHLD": struct.Struct("<I"),
+    b"MESH": struct.Struct("<6I"),
+    b"CRDS": struct.Struct("<4I"),
+    b"INDX": struct.Struct("<2I"),
+    b"XFRM": struct.Struct("<10fII"),
+    b"MATL": struct.Struct("<17fI"),
+    b"VIEW": struct.Struct("<QII10d"),
+}
+ORDER = tuple(TABLES)
+NEVER_GROW = (b"TEXT", b"CHLD")
+PROPERTY = struct.Struct("<QQIIII")
+TABLE_OF_TYPE = {MESH: b"MESH", COORDINATES: b"CRDS", INDEX_ARRAY: b"INDX", TRANSFORM: b"XFRM", MATERIAL: b"MATL"}
 
 
 class Builder:
@@ -25,6 +44,7 @@ class Builder:
         self.root = NONE
         self.application, self.value = application, value
         self.model = b"Model"
+        self.properties = []    # (object or NONE, key, value), grouped as the document says; none: no chunk
 
     def text(self, raw):
         at = len(self.texts)
@@ -40,7 +60,7 @@ class Builder:
         if parent != NONE:
             self.kids.setdefault(parent, []).append(number)
         if row is not None:
-            self.rows[zix.TABLE_OF_TYPE[kind]].append(list(row))
+            self.rows[TABLE_OF_TYPE[kind]].append(list(row))
         return number
 
     def node(self, name, parent=NONE, **more):
@@ -78,6 +98,10 @@ class Builder:
             self.rows[b"CHLD"] += [[kid] for kid in kids]
         self.rows[b"OBJS"] = self.objects
         model, application = self.text(self.model), self.text(self.application)
+        self.property_rows = []
+        for owner, key, value in self.properties:
+            (key_at, key_size), (value_at, value_size) = self.text(key), self.text(value)
+            self.property_rows.append(PROPERTY.pack(key_at, value_at, key_size, value_size, owner, 0))
         self.rows[b"SCNE"] = [[self.value, model[0], application[0], 0, model[1], application[1], 0,
                                4 if self.application else 0, self.root, 0]]
         return self
@@ -88,10 +112,12 @@ class Builder:
             if name == b"TEXT":
                 chunks.append([name, 1, bytes(self.texts), 0])
                 continue
-            row = zix.TABLES[name]
-            grow = 0 if name in zix.FIXED_SIZE else self.grow
+            row = TABLES[name]
+            grow = 0 if name in NEVER_GROW else self.grow
             data = b"".join(row.pack(*values) + b"\xee" * grow for values in self.rows[name])
             chunks.append([name, row.size + grow, data, 0])
+        if self.properties:
+            chunks.append([b"PROP", PROPERTY.size, b"".join(self.property_rows), 0])
         return chunks
 
     def bytes(self):
@@ -104,19 +130,19 @@ def assemble(chunks, version=(1, 0)):
     directory = b""
     for kind, record_size, content, flags in chunks:
         data += bytes(-len(data) % 64)
-        directory += zix.ENTRY.pack(kind, flags, len(data), len(content), zix.xxh64(content), record_size, 0)
+        directory += ENTRY.pack(kind, flags, len(data), len(content), xxh64(content), record_size, 0)
         data += content
     data += bytes(-len(data) % 64)
     start = len(data)
     data += directory
-    zix.HEADER.pack_into(data, 0, zix.MAGIC, *version, 64, len(data), start, len(chunks), zix.xxh64(directory), 0, 0)
+    HEADER.pack_into(data, 0, MAGIC, *version, 64, len(data), start, len(chunks), xxh64(directory), 0, 0)
     return seal(data)
 
 
 def seal(data):
     """Puts the header's checksum right."""
     data = bytearray(data)
-    struct.pack_into("<Q", data, 56, zix.xxh64(data[:56]))
+    struct.pack_into("<Q", data, 56, xxh64(data[:56]))
     return bytes(data)
 
 
@@ -131,7 +157,7 @@ def change_entry(data, number, offset, form, value):
     data = bytearray(data)
     start = struct.unpack_from("<Q", data, 24)[0]
     struct.pack_into(form, data, start + 40 * number + offset, value)
-    struct.pack_into("<Q", data, 40, zix.xxh64(data[start:]))
+    struct.pack_into("<Q", data, 40, xxh64(data[start:]))
     return seal(data)
 
 
@@ -139,6 +165,6 @@ def change_chunk(data, number, offset, form, value):
     """Changes a value inside a chunk and puts all checksums right."""
     data = bytearray(data)
     start = struct.unpack_from("<Q", data, 24)[0]
-    _, _, at, size, _, _, _ = zix.ENTRY.unpack_from(data, start + 40 * number)
+    _, _, at, size, _, _, _ = ENTRY.unpack_from(data, start + 40 * number)
     struct.pack_into(form, data, at + offset, value)
-    return change_entry(bytes(data), number, 24, "<Q", zix.xxh64(data[at:at + size]))
+    return change_entry(bytes(data), number, 24, "<Q", xxh64(data[at:at + size]))

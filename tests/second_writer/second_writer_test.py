@@ -19,9 +19,9 @@ import tempfile
 import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parent / "format_reader")]
-import zix_info
-import zix_reader as zix
+sys.path[:0] = [str(HERE), str(HERE.parents[1] / "python")]
+import numpy
+import zixscene
 from models import Model, transformed
 
 BIN = pathlib.Path(os.environ.get("LOFTBAY_BIN_DIR", HERE.parents[1] / "build" / "bin"))
@@ -52,24 +52,17 @@ def own_name(name):
 class Found:
     """A mesh of the scene in the same terms as a model's Placed."""
 
-    def __init__(self, o, world, material, way):
-        mesh = o.data
-        points = [tuple(p) for p in zix_info.points_of(mesh)]
-        self.triangles = [[points[i] for i in e] for e in zix_info.whole_elements(mesh)]
-        self.world, self.material, self.path, self.name = world, material, [], None
-        while way:
-            if way[0].type == zix.NODE:
-                self.path.insert(0, own_name(zix_info.text(way[0].name)))
-            elif way[0].type == zix.SHAPE:
-                self.name = own_name(zix_info.text(way[0].name))
-            way = way[1]
+    def __init__(self, placed):
+        points = [tuple(p) for p in placed.mesh.points.tolist()]
+        self.triangles = [[points[i] for i in e] for e in placed.mesh.triangles().tolist()]
+        self.world, self.material = placed.matrix, placed.material
         # The scene's root carries the file's name.
-        del self.path[:1]
+        self.path = [own_name(name) for name in placed.path.node_names][1:]
+        self.name = own_name(placed.path.last.name)
 
 
 def scene_meshes(path):
-    scene = zix.read(path.read_bytes())
-    return [Found(o, world, material, way) for o, world, material, way in zix_info.walk(scene) if o.type == zix.MESH]
+    return [Found(placed) for placed in zixscene.load(path, verify="all").placed_meshes()]
 
 
 def boundary(loops):
@@ -141,20 +134,19 @@ def zero_difference(placed, triangles):
 
 def material_difference(wanted, found):
     *colours, shininess = wanted
-    data = found.data
     for name, colour in zip(FIELDS, colours):
         # The scene has opacity where the file has transparency; only the diffuse colour keeps it.
         expected = (*colour[:3], 1 - colour[3] if name == "diffuse" else 1.0)
-        if expected != tuple(getattr(data, name)):
-            return "%s: %s became %s" % (name, expected, getattr(data, name))
-    return None if data.ambient_intensity == shininess else "shininess %s" % data.ambient_intensity
+        if expected != getattr(found, name):
+            return "%s: %s became %s" % (name, expected, getattr(found, name))
+    return None if found.ambient_intensity == shininess else "shininess %s" % data.ambient_intensity
 
 
 def world_difference(placed, found):
     m = placed.matrix
-    for p in placed.points:
+    places = zixscene.transform_points(found.world, numpy.array(placed.points).reshape(-1, 3)).tolist()
+    for p, got in zip(placed.points, places, strict=True):
         wanted = transformed(p, m)
-        got = zix_info.apply(found.world, p)
         if math.dist(wanted, got) > 1e-5 * (1 + max(map(abs, wanted)) + max(map(abs, m))):
             return "point %s is at %s instead of %s" % (p, got, wanted)
     return None
