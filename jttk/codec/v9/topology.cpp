@@ -6,9 +6,9 @@
 #include "jttk/codec/v9/topology.h"
 
 #include <algorithm>
-#include <bit>
-#include <span>
 #include <string>
+
+#include "jttk/codec/v9/topology_records.h"
 
 namespace jttk {
 namespace {
@@ -17,7 +17,6 @@ constexpr std::uint32_t kUnknown = 0xffffffffU;
 constexpr std::uint32_t kFinished = 0xffffffffU;
 // How many of the latest open vertices are looked at for the next one to finish.
 constexpr std::size_t kActiveWindow = 16;
-constexpr std::uint32_t kLargestMaskedDegree = 64;
 
 struct Polygon {
   std::uint32_t first_corner;
@@ -41,9 +40,7 @@ struct Vertex {
   std::uint32_t degree;
   std::uint32_t empty_slots;  // kFinished once all its slots are filled
   std::uint32_t next_slot;    // no slot before this one is empty
-  std::uint64_t mask;         // of degrees up to 64
-  std::uint32_t wide_mask;    // else: first word among the wide mask words
-  std::uint32_t first_record;
+  VertexRecords records;
 
   [[nodiscard]] std::uint32_t next(std::uint32_t slot) const { return slot + 1 == degree ? 0 : slot + 1; }
   [[nodiscard]] std::uint32_t previous(std::uint32_t slot) const { return (slot == 0 ? degree : slot) - 1; }
@@ -57,7 +54,7 @@ struct Slot {
 class TopologyDecoder {
  public:
   TopologyDecoder(const TopologySymbols& symbols, PacketForm form, std::uint64_t offset)
-      : symbols_(symbols), form_(form), offset_(offset) {}
+      : symbols_(symbols), offset_(offset), records_(symbols, form) {}
 
   // Each of these is false after a mistake in the data; error() says which. So are those below, which are
   // called for every corner: a bool goes up from them in a register, a result does not.
@@ -80,7 +77,6 @@ class TopologyDecoder {
   bool pull(std::uint32_t polygon, std::uint32_t to_corner, const Slot& from, bool forward);
   bool activate(std::uint32_t polygon, std::uint32_t corner);
   bool addVertex(std::uint32_t polygon, std::uint32_t corner, std::uint32_t degree);
-  void readMask(Vertex& vertex);
   bool split(std::uint32_t polygon, std::uint32_t corner);
   [[nodiscard]] bool isCover(std::size_t polygon) const;
   [[nodiscard]] std::uint32_t degreeContext(const Polygon& polygon) const;
@@ -89,7 +85,6 @@ class TopologyDecoder {
   void assignRecords(std::vector<std::uint32_t>& corner_records) const;
 
   const TopologySymbols& symbols_;
-  PacketForm form_;
   std::uint64_t offset_;
   Error error_;
 
@@ -100,40 +95,23 @@ class TopologyDecoder {
   std::vector<std::uint32_t> active_;  // open vertices, and finished ones that nextActive() will remove
 
   std::size_t next_degree_[kTopologyContexts] = {};
-  std::size_t next_mask_[kTopologyContexts] = {};
-  std::size_t next_wide_word_ = 0;
   std::size_t next_split_ = 0;
   std::uint32_t used_corners_ = 0;
   std::uint32_t used_slots_ = 0;
-  std::uint32_t records_ = 0;
-  bool records_fit_ = true;
+  TopologyRecords records_;
   std::uint32_t components_ = 0;
 };
 
 // Sizes are known before the first symbol is used: every corner sits in one slot, so there are as many slots
 // as corners, and both arrays get their final size here.
 bool TopologyDecoder::prepare(const TopologyLimits& limits) {
-  std::uint64_t corner_count = 0;
-  for (const std::int32_t valence : symbols_.valences) {
-    if (valence < 1) return wrong("a polygon without corners");
-    corner_count += static_cast<std::uint32_t>(valence);
+  const std::uint64_t most_corners = std::min(limits.maximum_corners, kMaximumShapeCorners);
+  const Result<TopologySizes> sizes = topologySizes(symbols_, most_corners, offset_);
+  if (!sizes) {
+    error_ = sizes.error();
+    return false;
   }
-  std::uint64_t slot_count = 0;
-  std::size_t vertex_count = 0;
-  for (const auto& degrees : symbols_.degrees) {
-    for (const std::int32_t degree : degrees) {
-      if (degree < 0) return wrong("a vertex of negative degree");
-      slot_count += static_cast<std::uint32_t>(degree);
-      vertex_count += degree > 0 ? 1 : 0;
-    }
-  }
-  if (slot_count != corner_count) return wrong("degrees and valences do not add up to the same");
-  if (corner_count > std::min(limits.maximum_corners, kMaximumShapeCorners))
-    return wrong("more corners than its bytes can stand for");
-  if (!symbols_.flags.empty() && symbols_.flags.size() != symbols_.valences.size())
-    return wrong("not one flag per polygon");
-  if (symbols_.split_positions.size() != symbols_.split_offsets.size())
-    return wrong("not one position per split");
+  const auto [corner_count, vertex_count] = *sizes;
   if (limits.memory != nullptr) {
     constexpr std::size_t kPerCorner = sizeof(Corner) + sizeof(Slot) + 2 * sizeof(std::uint32_t);
     constexpr std::size_t kPerPolygon = sizeof(Polygon) + sizeof(std::uint32_t);
@@ -278,48 +256,13 @@ bool TopologyDecoder::activate(std::uint32_t polygon, std::uint32_t corner) {
 
 bool TopologyDecoder::addVertex(std::uint32_t polygon, std::uint32_t corner, std::uint32_t degree) {
   const auto index = static_cast<std::uint32_t>(vertices_.size());
-  Vertex vertex{used_slots_, degree, degree - 1, 1, 0, 0, records_};
+  const Vertex vertex{used_slots_, degree, degree - 1, 1, records_.ofNextVertex(degree)};
   used_slots_ += degree;
-  readMask(vertex);
   vertices_.push_back(vertex);
   slots_[vertex.first_slot] = {polygon, corner};
   corners_[polygons_[polygon].first_corner + corner] = {index, 0};
   active_.push_back(index);
   return true;
-}
-
-// The mesh itself does not depend on the masks. Where they do not suffice, the records are given up.
-void TopologyDecoder::readMask(Vertex& vertex) {
-  if (!records_fit_) return;
-  if (vertex.degree > kLargestMaskedDegree) {
-    const std::size_t words = (std::size_t{vertex.degree} + 31) / 32;
-    if (words > symbols_.wide_mask_words.size() - next_wide_word_) {
-      records_fit_ = false;
-      return;
-    }
-    vertex.wide_mask = static_cast<std::uint32_t>(next_wide_word_);
-    for (std::size_t i = 0; i < words; ++i) {
-      records_ += static_cast<std::uint32_t>(std::popcount(symbols_.wide_mask_words[next_wide_word_ + i]));
-    }
-    next_wide_word_ += words;
-    return;
-  }
-  const std::size_t context = std::min(kTopologyContexts - 1, std::size_t{std::max(vertex.degree, 2U)} - 2);
-  if (next_mask_[context] == symbols_.masks[context].size()) {
-    records_fit_ = false;
-    return;
-  }
-  const std::size_t i = next_mask_[context]++;
-  vertex.mask = static_cast<std::uint32_t>(symbols_.masks[context][i]);
-  if (context == kTopologyContexts - 1) {
-    // Upper masks may be left out where no degree reaches them.
-    const auto part = [i](const std::vector<std::int32_t>& masks) {
-      return std::uint64_t{i < masks.size() ? static_cast<std::uint32_t>(masks[i]) : 0U};
-    };
-    const std::uint64_t upper = part(symbols_.upper_masks);
-    vertex.mask |= form_ == PacketForm::V9 ? upper << 30 | part(symbols_.top_masks) << 60 : upper << 32;
-  }
-  records_ += static_cast<std::uint32_t>(std::popcount(vertex.mask));
 }
 
 // A split does not make the neighbours known: the corners that follow have split symbols of their own.
@@ -379,33 +322,21 @@ std::uint32_t TopologyDecoder::nextActive() {
 bool TopologyDecoder::checkAllUsed() {
   for (std::size_t i = 0; i < kTopologyContexts; ++i) {
     if (next_degree_[i] != symbols_.degrees[i].size()) return wrong("degrees are left over");
-    if (next_mask_[i] != symbols_.masks[i].size()) records_fit_ = false;
   }
-  if (next_wide_word_ != symbols_.wide_mask_words.size()) records_fit_ = false;
   if (next_split_ != symbols_.split_offsets.size()) return wrong("splits are left over");
   // Every vertex was finished, so every slot is filled; as many corners as slots, so every corner has its
   // slot.
   return true;
 }
 
-// The records of a vertex are numbered in slot order from its first; slots before the first set bit belong to
-// the last record, which began further round.
 void TopologyDecoder::assignRecords(std::vector<std::uint32_t>& corner_records) const {
-  for (const Vertex& vertex : vertices_) {
-    const auto bit = [&](std::uint32_t slot) {
-      if (vertex.degree <= kLargestMaskedDegree) return static_cast<std::uint32_t>(vertex.mask >> slot) & 1U;
-      return (symbols_.wide_mask_words[vertex.wide_mask + slot / 32] >> (slot % 32)) & 1U;
-    };
-    const std::size_t index = static_cast<std::size_t>(&vertex - vertices_.data());
-    const std::uint32_t end = index + 1 < vertices_.size() ? vertices_[index + 1].first_record : records_;
-    const std::uint32_t none = end == vertex.first_record ? kNoTopologyRecord : end - 1;
-    std::uint32_t next = vertex.first_record;
-    std::uint32_t record = none;
-    for (std::uint32_t slot = 0; slot < vertex.degree; ++slot) {
-      if (bit(slot) != 0) record = next++;
+  for (std::size_t i = 0; i < vertices_.size(); ++i) {
+    const Vertex& vertex = vertices_[i];
+    const std::uint32_t end = i + 1 < vertices_.size() ? vertices_[i + 1].records.first : records_.count();
+    records_.forSlots(vertex.records, end, vertex.degree, [&](std::uint32_t slot, std::uint32_t record) {
       const Slot& taken = slots_[vertex.first_slot + slot];
       corner_records[polygons_[taken.polygon].first_corner + taken.corner] = record;
-    }
+    });
   }
 }
 
@@ -418,11 +349,11 @@ bool TopologyDecoder::isCover(std::size_t polygon) const {
 Topology TopologyDecoder::takeResult() {
   Topology mesh;
   mesh.vertices = static_cast<std::uint32_t>(vertices_.size());
-  mesh.records = records_;
+  mesh.records = records_.count();
   mesh.components = components_;
-  mesh.records_fit = records_fit_;
+  mesh.records_fit = records_.fit();
   std::vector<std::uint32_t> records(corners_.size(), kNoTopologyRecord);
-  if (records_fit_) assignRecords(records);
+  if (mesh.records_fit) assignRecords(records);
   mesh.corner_vertices.resize(corners_.size());
   std::uint32_t written = 0;
   if (!polygons_.empty()) {

@@ -42,6 +42,15 @@ Result<TopologySymbols> readTopologySymbols(ByteReader& reader, PacketReader& pa
 // The hash over all arrays, in the order in which they are stored.
 std::uint32_t topologyHash(const TopologySymbols& symbols, PacketForm form);
 
+// What the arrays make when all of them are used up.
+struct TopologySizes {
+  std::uint64_t corners = 0;  // as many as slots
+  std::size_t vertices = 0;
+};
+// Fails where the arrays contradict each other, or make more corners than that. `offset`: as below.
+Result<TopologySizes> topologySizes(const TopologySymbols& symbols, std::uint64_t most_corners,
+                                    std::uint64_t offset);
+
 // The decoded mesh; covers are left out.
 struct Topology {
   std::vector<std::uint32_t> polygon_starts;   // one entry more than polygons; empty when there are none

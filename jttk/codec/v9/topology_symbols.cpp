@@ -88,4 +88,29 @@ Result<TopologySymbols> readTopologySymbols(ByteReader& reader, PacketReader& pa
   return symbols;
 }
 
+Result<TopologySizes> topologySizes(const TopologySymbols& symbols, std::uint64_t most_corners,
+                                    std::uint64_t offset) {
+  std::uint64_t corner_count = 0;
+  for (const std::int32_t valence : symbols.valences) {
+    if (valence < 1) return fail("a polygon without corners", offset);
+    corner_count += static_cast<std::uint32_t>(valence);
+  }
+  std::uint64_t slot_count = 0;
+  std::size_t vertex_count = 0;
+  for (const auto& degrees : symbols.degrees) {
+    for (const std::int32_t degree : degrees) {
+      if (degree < 0) return fail("a vertex of negative degree", offset);
+      slot_count += static_cast<std::uint32_t>(degree);
+      vertex_count += degree > 0 ? 1 : 0;
+    }
+  }
+  if (slot_count != corner_count) return fail("degrees and valences do not add up to the same", offset);
+  if (corner_count > most_corners) return fail("more corners than its bytes can stand for", offset);
+  if (!symbols.flags.empty() && symbols.flags.size() != symbols.valences.size())
+    return fail("not one flag per polygon", offset);
+  if (symbols.split_positions.size() != symbols.split_offsets.size())
+    return fail("not one position per split", offset);
+  return TopologySizes{corner_count, vertex_count};
+}
+
 }  // namespace jttk
