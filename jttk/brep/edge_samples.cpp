@@ -3,24 +3,17 @@
 #include "jttk/brep/edge_samples.h"
 
 #include <algorithm>
-#include <numbers>
 
-#include "host/portable_math.h"
+#include "jttk/brep/curve_pieces.h"
 #include "jttk/brep/precision.h"
 
 namespace jttk::brep {
 namespace {
 
-constexpr std::size_t kMaximumPoints = 16384;
 constexpr int kMaximumDepth = 14;
-// Pieces of a closed edge at least; fewer could collapse to a line.
-constexpr int kRingPieces = 6;
 // Where a piece is compared with its chord in addition to its middle, in shares of the piece: not symmetric,
 // so that an S-shaped piece, which passes through the middle of its chord, is seen.
 constexpr double kOtherProbes[] = {0.2, 0.75};
-// Copies of a break, one period apart, that may lie inside the parameters of an edge: an edge goes round once
-// at most and may begin anywhere.
-constexpr int kMaximumPeriods = 3;
 
 class Sampler {
  public:
@@ -37,7 +30,7 @@ class Sampler {
     for (const Vec3& p : samples_.points) {
       if (!isFinite(p)) samples_.usable = fail("an edge that is not finite");
     }
-    if (samples_.points.size() >= kMaximumPoints) samples_.usable = fail("an edge of too many pieces");
+    if (samples_.points.size() >= kMaximumEdgePoints) samples_.usable = fail("an edge of too many pieces");
     if (!geometry_.mayWork()) samples_.usable = fail(kTooMuchWork);
     if (samples_.usable) pinEnds();
     return std::move(samples_);
@@ -156,73 +149,12 @@ class Sampler {
                   curve.reversed ? limits.low : limits.high);
   }
 
-  // Breaks of the curve between two parameters, in that order; a break of a closed curve also one period on.
-  void addBreaks(const Curve& basis, double from, double to, std::vector<double>& parameters) {
-    const double low = std::min(from, to);
-    const double high = std::max(from, to);
-    const double period = geometry_.period(basis);
-    std::vector<double> inside;
-    for (const double t : geometry_.breaks(basis)) {
-      double k = period > 0 ? std::ceil((low - t) / period) : 0;
-      for (int turn = 0; turn < kMaximumPeriods; ++turn, ++k) {
-        const double copy = t + k * period;
-        if (copy > low && copy < high) inside.push_back(copy);
-        if (!(period > 0)) break;
-      }
-    }
-    std::sort(inside.begin(), inside.end());
-    inside.erase(std::unique(inside.begin(), inside.end()), inside.end());
-    if (to < from) std::reverse(inside.begin(), inside.end());
-    parameters.insert(parameters.end(), inside.begin(), inside.end());
-  }
-
-  // Even pieces of a circle that keep the tolerances.
-  void addArcs(const Curve& circle, double from, double to, std::vector<double>& parameters) const {
-    const double sweep = std::abs(to - from);
-    const double r = circle.radius;
-    double step = r > tolerances_.chord ? 2 * portable::acos(1 - tolerances_.chord / r) : std::numbers::pi;
-    double angle_step = tolerances_.angle;
-    if (tolerances_.minimum_edge > 0) angle_step = std::max(angle_step, tolerances_.minimum_edge / r);
-    step = std::min(step, angle_step);
-    const double count = std::clamp(std::ceil(sweep / step - kPieceRounding), 1.0, double{kMaximumPoints});
-    for (int i = 1; i < static_cast<int>(count); ++i) parameters.push_back(from + (to - from) * i / count);
-  }
-
-  // The ends of smooth pieces of the curve between two parameters, in that order.
-  std::vector<double> pieces(const Curve& curve, double from, double to) {
-    const Curve& basis = curve.kind == CurveKind::Trimmed ? geometry_.curve(curve.basis) : curve;
-    std::vector<double> parameters{from};
-    if (basis.kind == CurveKind::BSpline || basis.kind == CurveKind::OnSurface) {
-      addBreaks(basis, from, to, parameters);
-    } else if (basis.kind == CurveKind::Circle) {
-      addArcs(basis, from, to, parameters);
-    } else if (basis.kind == CurveKind::Line) {
-      for (int i = 1; i < tolerances_.line_pieces; ++i)
-        parameters.push_back(from + (to - from) * i / tolerances_.line_pieces);
-    }
-    parameters.push_back(to);
-    if (isClosed() && parameters.size() < kRingPieces + 1) splitEvenly(parameters);
-    return parameters;
-  }
-
-  // So that there are at least kRingPieces.
-  static void splitEvenly(std::vector<double>& parameters) {
-    std::vector<double> more;
-    for (std::size_t i = 0; i + 1 < parameters.size(); ++i) {
-      const auto parts = static_cast<int>(kRingPieces / (parameters.size() - 1) + 1);
-      for (int k = 0; k < parts; ++k)
-        more.push_back(parameters[i] + (parameters[i + 1] - parameters[i]) * k / parts);
-    }
-    more.push_back(parameters.back());
-    parameters.swap(more);
-  }
-
   void sampleBetween(const Curve& curve, double from, double to) {
     if (!(std::abs(to - from) > 0) || !std::isfinite(to - from)) {
       samples_.usable = fail("an edge without length");
       return;
     }
-    const std::vector<double> parameters = pieces(curve, from, to);
+    const std::vector<double> parameters = curvePieces(geometry_, curve, {from, to, isClosed()}, tolerances_);
     const Curve& basis = curve.kind == CurveKind::Trimmed ? geometry_.curve(curve.basis) : curve;
     const double direction = to < from ? -1 : 1;
     const Sampled sampled{curve, direction};
@@ -257,7 +189,8 @@ class Sampler {
 
   // Points between two samples, by halving the piece until it is fine.
   void halve(const Sampled& sampled, const Sample& from, const Sample& to, int depth) {
-    if (depth >= kMaximumDepth || samples_.points.size() >= kMaximumPoints || !geometry_.mayWork()) return;
+    if (depth >= kMaximumDepth || samples_.points.size() >= kMaximumEdgePoints || !geometry_.mayWork())
+      return;
     const Sample middle = sampleAt(sampled, (from.t + to.t) / 2);
     const double size = distance(from.p, middle.p) + distance(middle.p, to.p);
     bool split = distanceToChord(middle.p, from.p, to.p) > tolerances_.chord ||
@@ -357,7 +290,8 @@ class Sampler {
   }
 
   void follow(Geometry::Crossing& crossing, const Vec3& a, const Vec3& b, int depth) {
-    if (depth >= kMaximumDepth || samples_.points.size() >= kMaximumPoints || !geometry_.mayWork()) return;
+    if (depth >= kMaximumDepth || samples_.points.size() >= kMaximumEdgePoints || !geometry_.mayWork())
+      return;
     const double size = distance(a, b);
     if (!(size > kSamePoint)) return;
     const auto between = [&](double s, Vec3& p) {

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "jttk/brep/delaunay.h"
+#include "jttk/brep/face_nodes.h"
 #include "jttk/brep/precision.h"
 
 namespace jttk::brep {
@@ -37,7 +38,8 @@ class Mesher {
         domain_(domain),
         tolerances_(tolerances),
         not_wanted_(not_wanted),
-        points_(points) {}
+        points_(points),
+        nodes_(geometry, domain) {}
 
   // Corners of triangles that turn away from the surface at their corner.
   [[nodiscard]] std::size_t turnedCorners() const { return turned_; }
@@ -54,7 +56,6 @@ class Mesher {
     for (const DomainLoop& loop : domain_.loops) expected += loop.size();
     Triangulation plane({-1, -1}, {1, 1}, 2 * expected, geometry_.counter());
     plane_ = &plane;
-    nodes_.resize(Triangulation::kFramePoints);
     if (!insertLoops()) return std::move(mesh_);
     geometry_.counter().spendSteps(plane.triangles().size());
     if (!plane.markInside()) {
@@ -69,14 +70,6 @@ class Mesher {
   }
 
  private:
-  struct Node {
-    Vec2 uv;
-    std::uint32_t id = 0;
-    Vec3 normal;
-    bool has_normal = false;
-    bool singular = false;  // known with the normal
-  };
-
   void fitBox() {
     Vec2 low{kBeyondAll, kBeyondAll};
     Vec2 high{-kBeyondAll, -kBeyondAll};
@@ -103,7 +96,7 @@ class Mesher {
         const std::uint32_t number = plane_->insert(toPlane(p.uv));
         if (number == Triangulation::kNoTriangle) return reject("a point that cannot be placed");
         if (number == nodes_.size()) {
-          nodes_.push_back({p.uv, p.id, {}, false, false});
+          nodes_.add(p.uv, p.id);
         } else if (nodes_[number].id != p.id && distance(points_[nodes_[number].id], points_[p.id]) >
                                                     tolerances_.chord * kPrecisionShare) {
           mesh_.wishes.push_back({p.edge});
@@ -164,45 +157,6 @@ class Mesher {
     return false;
   }
 
-  const Vec3& normal(std::uint32_t number) {
-    Node& node = nodes_[number];
-    if (!node.has_normal) {
-      node.normal = normalAt(geometry_, domain_.surface, node.uv, node.uv);
-      node.singular = node.normal == Vec3{};
-      // Copies of a pole have different normals: the limit along their own meridian.
-      if (node.singular) {
-        node.normal = normalAt(geometry_, domain_.surface, node.uv, {node.uv.u, domain_.center.v});
-        if (node.normal == Vec3{})
-          node.normal = normalAt(geometry_, domain_.surface, node.uv, domain_.center);
-      }
-      node.has_normal = true;
-    }
-    return node.normal;
-  }
-
-  // The normal of a corner. At a pole it is taken per triangle: the limit along the direction of the mean of
-  // the triangle's other corners.
-  Vec3 normalAtCorner(const Triangulation::Triangle& t, std::size_t k) {
-    const Vec3 own = normal(t.corner[k]);
-    const Node& node = nodes_[t.corner[k]];
-    if (!node.singular) return own;
-    Vec2 sum;
-    int count = 0;
-    for (const std::uint32_t other : t.corner) {
-      (void)normal(other);
-      if (nodes_[other].singular) continue;
-      sum = sum + nodes_[other].uv;
-      ++count;
-    }
-    if (count == 0) return own;
-    const Vec2 toward = sum * (1.0 / count);
-    const SurfacePoint s = geometry_.at(domain_.surface, node.uv);
-    const bool free_u = length(s.du) < length(s.dv);
-    const Vec2 uv{free_u ? toward.u : node.uv.u, free_u ? node.uv.v : toward.v};
-    const Vec3 made = normalAt(geometry_, domain_.surface, uv, toward);
-    return made == Vec3{} ? own : made;
-  }
-
   [[nodiscard]] const Vec3& point(std::uint32_t number) const { return points_[nodes_[number].id]; }
 
   bool edgeIsFine(std::uint32_t a, std::uint32_t b) {
@@ -226,9 +180,10 @@ class Mesher {
     }
     if (size <= 2 * tolerances_.minimum_edge || size < kModelResolution) return true;
     const double limit = tolerances_.angle * kAngleSlack;
-    if (angleBetween(normal(a), normal(b)) > limit) return false;
+    if (angleBetween(nodes_.normal(a), nodes_.normal(b)) > limit) return false;
     return n == Vec3{} ||
-           2 * std::max(angleBetween(normal(a), n), angleBetween(normal(b), n)) <= limit * kHalfAngleSlack;
+           2 * std::max(angleBetween(nodes_.normal(a), n), angleBetween(nodes_.normal(b), n)) <=
+               limit * kHalfAngleSlack;
   }
 
   bool centerIsFine(const Triangulation::Triangle& t) {
@@ -321,7 +276,7 @@ class Mesher {
     const std::uint32_t number = plane_->refine(split.triangle, toPlane(uv));
     if (number == Triangulation::kNoTriangle || number != nodes_.size()) return false;
     const Vec3 p = geometry_.at(domain_.surface, uv).p;
-    nodes_.push_back({uv, static_cast<std::uint32_t>(points_.size()), {}, false, false});
+    nodes_.add(uv, static_cast<std::uint32_t>(points_.size()));
     points_.push_back(p);
     return true;
   }
@@ -346,7 +301,7 @@ class Mesher {
       for (std::size_t i = 0; i < 3; ++i) {
         const std::size_t k = domain_.flipped ? 2 - i : i;
         const std::uint32_t number = t.corner[k];
-        const Vec3 at_corner = normalAtCorner(t, k);
+        const Vec3 at_corner = nodes_.normalAtCorner(t, k);
         if (dot(at_corner, across) < kTurnedCosine * length(across)) ++turned_;
         mesh_.corners.push_back(ids[k]);
         if (normal_of[number] == kNoNormal || nodes_[number].singular) {
@@ -364,7 +319,7 @@ class Mesher {
   const PointPairs& not_wanted_;
   std::vector<Vec3>& points_;
   Triangulation* plane_ = nullptr;
-  std::vector<Node> nodes_;  // by number in the triangulation
+  FaceNodes nodes_;
   FaceMesh mesh_;
   Vec2 scale_;
   std::size_t turned_ = 0;
