@@ -25,9 +25,6 @@ struct Figures {
   [[nodiscard]] Figures placed(const Matrix& matrix) const;
 };
 
-// Box, area and counts of a shape; the area of lines and points is 0.
-Figures measure(const Shape& shape);
-
 // What the scene graph needs of a shape once its segment is written.
 struct ShapeRecord {
   ShapeKind kind = ShapeKind::Triangles;

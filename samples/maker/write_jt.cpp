@@ -10,6 +10,7 @@
 
 #include "samples/maker/container.h"
 #include "samples/maker/hash.h"
+#include "samples/maker/measure.h"
 #include "samples/maker/scene_graph.h"
 #include "samples/maker/shape_lod.h"
 #include "samples/maker/xt_brep.h"

@@ -10,6 +10,7 @@
 #include "host/path.h"
 #include "jttk/interface/inspect.h"
 #include "jttk/interface/shape_type.h"
+#include "samples/maker/measure.h"
 #include "samples/maker/primitives.h"
 #include "samples/maker/shape_lod.h"
 #include "samples/maker/write_jt.h"

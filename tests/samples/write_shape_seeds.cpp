@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-#include "samples/maker/figures.h"
+#include "samples/maker/measure.h"
 #include "samples/maker/shape_lod.h"
 #include "tests/samples/test_shapes.h"
 

@@ -7,6 +7,7 @@
 #include "samples/maker/write_jt.h"
 #include "tests/support/figures_model.h"
 #include "tests/windows/desk.h"
+#include "tests/windows/pictures.h"
 // After windows.h, whose types it uses.
 #include <shellapi.h>
 // After shellapi.h, whose types it uses.

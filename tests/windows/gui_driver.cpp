@@ -6,7 +6,6 @@
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
 #include "tests/windows/pictures.h"
 
@@ -14,7 +13,6 @@ namespace loftbay::gui {
 
 namespace {
 
-constexpr auto kPollInterval = std::chrono::milliseconds(15);
 constexpr int kInputControl = 1001;
 constexpr int kMessageTextControl = 0xFFFF;
 
@@ -74,15 +72,6 @@ MessageBox::Icon iconOf(HWND box) {
 }
 
 }  // namespace
-
-void waitFor(const std::string& what, const std::function<bool()>& condition,
-             std::chrono::milliseconds deadline) {
-  const auto end = std::chrono::steady_clock::now() + deadline;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) throw std::runtime_error("waited in vain for " + what);
-    std::this_thread::sleep_for(kPollInterval);
-  }
-}
 
 Path desktopProgram() { return folderOfThisProgram().parent_path() / L"bin-desktop" / L"Loftbay.exe"; }
 

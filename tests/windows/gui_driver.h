@@ -12,23 +12,17 @@
 
 #include <windows.h>
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/windows/waiting.h"
+
 namespace loftbay::gui {
 
 using Path = std::filesystem::path;
-
-inline constexpr std::chrono::seconds kDeadline{20};
-
-// Returns when `condition` holds; throws, naming `what`, when it does not before the deadline.
-void waitFor(const std::string& what, const std::function<bool()>& condition,
-             std::chrono::milliseconds deadline = kDeadline);
 
 // The programs under test and the folder for pictures; all lie in the build folder.
 Path desktopProgram();
@@ -99,9 +93,6 @@ HWND focusOf(HWND window);
 
 // Dialog units of a dialog in 8 point "MS Shell Dlg", in pixels.
 RECT pixels(int left, int top, int width, int height);
-
-// Keeps a picture of the window as it is on the screen: <name>.png among the build's pictures.
-void keepPicture(HWND window, const std::string& name);
 
 // The whole file; empty when it cannot be read.
 std::string contents(const Path& file);

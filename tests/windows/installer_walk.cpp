@@ -10,6 +10,7 @@
 #include <string>
 
 #include "tests/windows/gui_driver.h"
+#include "tests/windows/pictures.h"
 
 namespace loftbay::gui {
 namespace {

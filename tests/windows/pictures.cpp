@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
-#include "tests/windows/gui_driver.h"
+#include "tests/windows/waiting.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STBI_WRITE_NO_STDIO
@@ -132,7 +133,9 @@ void writePng(const Picture& picture, const std::string& file_name) {
                                                   static_cast<std::size_t>(size));
       },
       &bytes, picture.width, picture.height, 3, rgb.data(), picture.width * 3);
-  write(file_name, bytes);
+  std::ofstream stream(std::filesystem::path(file_name), std::ios::binary);
+  stream << bytes;
+  if (!stream.flush()) throw std::runtime_error("cannot write " + file_name);
 }
 
 void keepPicture(HWND window, const std::string& name) {

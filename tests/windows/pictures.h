@@ -25,4 +25,7 @@ bool showsIcon(HWND control, const wchar_t* icon);
 
 void writePng(const Picture& picture, const std::string& file_name);
 
+// Keeps a picture of the window as it is on the screen: <name>.png among the build's pictures.
+void keepPicture(HWND window, const std::string& name);
+
 }  // namespace loftbay::gui
