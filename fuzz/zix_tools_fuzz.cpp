@@ -43,8 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!loftbay::host::isValidUtf8(told)) std::abort();
   }
   for (const char* view : {"iso", "top"}) {
-    if (const auto camera = findCamera(*scene, view))
+    if (const auto camera = findCamera(*scene, view)) {
       render(*scene, *camera, 32, 24, {view[0] == 't', view[0] == 'i'});
+      render(*scene, fitted(*scene, *camera, 32, 24), 32, 24, {.outline = view[0] == 't'});
+    }
   }
   static const std::string path = outputPath("zix_tools_fuzz.out");
   for (const auto write : {exportGlb, exportStl, exportObj}) {

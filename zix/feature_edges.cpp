@@ -4,6 +4,8 @@
 #include <cmath>
 #include <span>
 
+#include "zix/same_place.h"
+
 namespace Orb::Zix {
 
 namespace {
@@ -15,32 +17,6 @@ struct Side {
 };
 
 bool isUsable(const Vec3& point) { return !std::isnan(point[0]); }
-
-// For every point the first one at the same position.
-std::vector<std::uint32_t> firstAtSamePlace(const std::vector<Vec3>& points) {
-  // Sorted together with their positions, so that comparing two needs no other look-up.
-  struct Entry {
-    Vec3 place;
-    std::uint32_t number;
-  };
-  std::vector<Entry> order;
-  order.reserve(points.size());
-  std::vector<std::uint32_t> first(points.size());
-  for (std::uint32_t i = 0; i < points.size(); ++i) {
-    first[i] = i;
-    if (isUsable(points[i])) order.push_back({points[i], i});
-  }
-  std::sort(order.begin(), order.end(), [](const Entry& a, const Entry& b) {
-    for (std::size_t k = 0; k < 3; ++k) {
-      if (a.place[k] != b.place[k]) return a.place[k] < b.place[k];
-    }
-    return a.number < b.number;
-  });
-  for (std::size_t i = 1; i < order.size(); ++i) {
-    if (order[i].place == order[i - 1].place) first[order[i].number] = first[order[i - 1].number];
-  }
-  return first;
-}
 
 // Of length 1, or nothing where the triangle has no area.
 bool unitNormal(const Vec3& a, const Vec3& b, const Vec3& c, Vec3& normal) {

@@ -8,7 +8,7 @@ namespace Orb::Zix {
 
 namespace {
 
-constexpr std::uint32_t kOpaque = 0xFF000000;
+constexpr std::uint32_t kOpaque = 0xFF000000;  // also of black, so that 0 is no colour
 
 std::uint32_t pack(const Vec3& color) {
   std::uint32_t packed = kOpaque;
@@ -39,84 +39,135 @@ std::uint32_t shade(const Vec3& n, float inverse_length, const Surface& surface)
   return pack(color);
 }
 
-// A threshold between 0 and 1 for every sample of a 4 by 4 pattern (ordered dithering), so that opacity
-// becomes a share of the samples without any sorting.
-float ditherThreshold(std::uint32_t x, std::uint32_t y) {
-  constexpr std::uint8_t kPattern[16] = {0, 8, 2, 10, 12, 4, 14, 6, 3, 11, 1, 9, 15, 7, 13, 5};
-  return (static_cast<float>(kPattern[(y % 4) * 4 + x % 4]) + 0.5F) / 16.0F;
-}
-
 struct Range {
   std::uint32_t begin;
   std::uint32_t end;
 };
 
-// Samples whose centres lie between both values, cut to the canvas.
-Range samplesBetween(float low, float high, std::uint32_t size) {
-  const float limit = static_cast<float>(size);
-  const float begin = std::ceil(std::clamp(low, 0.0F, limit) - 0.5F);
-  const float end = std::floor(std::clamp(high, 0.0F, limit) - 0.5F) + 1.0F;
-  return {static_cast<std::uint32_t>(std::max(begin, 0.0F)), static_cast<std::uint32_t>(std::max(end, 0.0F))};
+// Samples whose centres lie between both values, cut to those from `first` to `last`.
+Range samplesBetween(float low, float high, std::uint32_t first, std::uint32_t last) {
+  const float least = static_cast<float>(first);
+  const float most = static_cast<float>(last);
+  const float begin = std::ceil(std::clamp(low, least, most) - 0.5F);
+  const float end = std::floor(std::clamp(high, least, most) - 0.5F) + 1.0F;
+  return {static_cast<std::uint32_t>(std::max(begin, least)),
+          static_cast<std::uint32_t>(std::max(end, least))};
+}
+
+float inverseLength(const Vec3& n) {
+  const float square = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
+  return square > 0 ? 1.0F / std::sqrt(square) : 0.0F;
 }
 
 }  // namespace
 
-Canvas::Canvas(std::uint32_t width, std::uint32_t height)
+Canvas::Canvas(std::uint32_t width, std::uint32_t height, const Rows& rows)
     : width_(width * kSamples),
       height_(height * kSamples),
-      depth_(std::size_t{width_} * height_, std::numeric_limits<float>::infinity()),
-      color_(std::size_t{width_} * height_, 0) {}
+      begin_(rows.begin * kSamples),
+      end_(rows.end * kSamples),
+      depth_(std::size_t{width_} * (end_ - begin_), std::numeric_limits<float>::infinity()),
+      color_(depth_.size(), 0) {}
 
-void Canvas::triangle(const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c,
-                      const Surface& surface) {
-  const Range columns = samplesBetween(std::min({a.x, b.x, c.x}), std::max({a.x, b.x, c.x}), width_);
-  const Range rows = samplesBetween(std::min({a.y, b.y, c.y}), std::max({a.y, b.y, c.y}), height_);
+bool Canvas::reaches(float top, float bottom) const {
+  // Lines and points are a little wider than they are high.
+  return top - 4 <= static_cast<float>(end_) && bottom + 4 >= static_cast<float>(begin_);
+}
+
+// Calls `write(sample, depth, u, v)`: u and v are the shares of b and c.
+template <typename Write>
+void Canvas::forEachSample(const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c, Write write) {
+  const Range columns = samplesBetween(std::min({a.x, b.x, c.x}), std::max({a.x, b.x, c.x}), 0, width_);
+  const Range rows = samplesBetween(std::min({a.y, b.y, c.y}), std::max({a.y, b.y, c.y}), begin_, end_);
   if (columns.begin >= columns.end || rows.begin >= rows.end) return;
   const float area = (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
   if (!(area != 0.0F) || !std::isfinite(area)) return;
   const float inverse_area = 1.0F / area;
-  // Share of b and c at a sample: u = ((p - a) x (c - a)) / area, v = ((b - a) x (p - a)) / area.
+  // u = ((p - a) x (c - a)) / area, v = ((b - a) x (p - a)) / area.
   const float u_step = (c.y - a.y) * inverse_area;
   const float v_step = -(b.y - a.y) * inverse_area;
-  const bool smooth = a.normal != b.normal || a.normal != c.normal;
-  const auto inverseLength = [](const Vec3& n) {
-    const float square = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
-    return square > 0 ? 1.0F / std::sqrt(square) : 0.0F;
-  };
-  const std::uint32_t flat = smooth ? 0 : shade(a.normal, inverseLength(a.normal), surface);
-  const bool transparent = surface.opacity < 1.0F;
   for (std::uint32_t y = rows.begin; y < rows.end; ++y) {
     const float dy = static_cast<float>(y) + 0.5F - a.y;
-    const std::size_t row = std::size_t{y} * width_;
+    const std::size_t row = std::size_t{y - begin_} * width_;
     for (std::uint32_t x = columns.begin; x < columns.end; ++x) {
       const float dx = static_cast<float>(x) + 0.5F - a.x;
       const float u = dx * u_step - dy * (c.x - a.x) * inverse_area;
       const float v = dx * v_step + dy * (b.x - a.x) * inverse_area;
       if (u < 0 || v < 0 || u + v > 1) continue;
-      const float depth = a.depth + u * (b.depth - a.depth) + v * (c.depth - a.depth);
-      if (!(depth < depth_[row + x])) continue;
-      if (transparent && ditherThreshold(x, y) >= surface.opacity) continue;
-      depth_[row + x] = depth;
-      if (!smooth) {
-        color_[row + x] = flat;
-        continue;
-      }
-      Vec3 normal{};
-      for (std::size_t k = 0; k < 3; ++k) {
-        normal[k] = a.normal[k] + u * (b.normal[k] - a.normal[k]) + v * (c.normal[k] - a.normal[k]);
-      }
-      color_[row + x] = shade(normal, inverseLength(normal), surface);
+      write(row + x, a.depth + u * (b.depth - a.depth) + v * (c.depth - a.depth), u, v);
     }
   }
 }
 
+void Canvas::triangle(const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c,
+                      const Surface& surface) {
+  const bool smooth = a.normal != b.normal || a.normal != c.normal;
+  const std::uint32_t flat = smooth ? 0 : shade(a.normal, inverseLength(a.normal), surface);
+  const auto colorAt = [&](float u, float v) {
+    if (!smooth) return flat;
+    Vec3 normal{};
+    for (std::size_t k = 0; k < 3; ++k) {
+      normal[k] = a.normal[k] + u * (b.normal[k] - a.normal[k]) + v * (c.normal[k] - a.normal[k]);
+    }
+    return shade(normal, inverseLength(normal), surface);
+  };
+  if (layers_.empty()) {
+    forEachSample(a, b, c, [&](std::size_t sample, float depth, float u, float v) {
+      if (!(depth < depth_[sample])) return;
+      depth_[sample] = depth;
+      color_[sample] = colorAt(u, v);
+    });
+    return;
+  }
+  const auto opacity = static_cast<std::uint32_t>(std::clamp(surface.opacity, 0.0F, 1.0F) * 255.0F + 0.5F);
+  if (opacity == 0) return;
+  forEachSample(a, b, c, [&](std::size_t sample, float depth, float u, float v) {
+    Layer& layer = layers_[sample];
+    if (!(depth > layer.peeled && depth < layer.depth)) return;
+    layer.depth = depth;
+    layer.color = (colorAt(u, v) & 0xFFFFFFU) | opacity << 24;
+  });
+}
+
+void Canvas::blank(const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c) {
+  forEachSample(a, b, c, [&](std::size_t sample, float depth, float, float) {
+    if (!(depth < depth_[sample])) return;
+    depth_[sample] = depth;
+    color_[sample] = 0;
+  });
+}
+
+void Canvas::beginLayers() {
+  layers_.resize(depth_.size());
+  for (std::size_t i = 0; i < layers_.size(); ++i)
+    layers_[i] = {-std::numeric_limits<float>::infinity(), depth_[i], 0, 1, {}};
+}
+
+bool Canvas::endLayer() {
+  constexpr float kDark = 1.0F / 512;  // what no display shows
+  bool more = false;
+  for (std::size_t i = 0; i < layers_.size(); ++i) {
+    Layer& layer = layers_[i];
+    if (layer.color == 0) continue;
+    const float opacity = static_cast<float>(layer.color >> 24) / 255.0F;
+    for (std::size_t k = 0; k < 3; ++k)
+      layer.sum[k] += layer.through * opacity * static_cast<float>(layer.color >> (8 * k) & 0xFFU);
+    layer.through *= 1 - opacity;
+    layer.color = 0;
+    layer.peeled = layer.through < kDark ? std::numeric_limits<float>::infinity() : layer.depth;
+    layer.depth = depth_[i];
+    more = true;
+  }
+  return more && ++layer_count_ < kMostLayers;
+}
+
 void Canvas::dot(float x, float y, float depth, const Vec3& color) {
   constexpr float kHalf = static_cast<float>(kSamples) / 2;
-  const Range columns = samplesBetween(x - kHalf, x + kHalf, width_);
-  const Range rows = samplesBetween(y - kHalf, y + kHalf, height_);
+  const Range columns = samplesBetween(x - kHalf, x + kHalf, 0, width_);
+  const Range rows = samplesBetween(y - kHalf, y + kHalf, begin_, end_);
   for (std::uint32_t row = rows.begin; row < rows.end; ++row) {
     for (std::uint32_t column = columns.begin; column < columns.end; ++column) {
-      const std::size_t i = std::size_t{row} * width_ + column;
+      const std::size_t i = std::size_t{row - begin_} * width_ + column;
       if (!(depth - depth_bias_ < depth_[i])) continue;
       depth_[i] = depth - depth_bias_;
       color_[i] = pack(color);
@@ -160,29 +211,42 @@ void Canvas::point(const ScreenVertex& at, const Vec3& color) {
   }
 }
 
-std::vector<std::uint8_t> Canvas::resolve() const {
+std::vector<std::uint8_t> Canvas::resolve(const std::optional<Color4>& background) const {
   const std::uint32_t width = width_ / kSamples;
   const std::uint32_t height = height_ / kSamples;
-  std::vector<std::uint8_t> rgb(std::size_t{3} * width * height);
-  for (std::uint32_t y = 0; y < height; ++y) {
-    // Background: light above, darker below.
-    const std::uint32_t grey = 0xF4 - (y * 0x28) / height;
-    const std::uint32_t background = kOpaque | grey | grey << 8 | std::min(grey + 6, 0xFFU) << 16;
+  const std::uint32_t first_row = begin_ / kSamples;
+  const std::uint32_t row_count = (end_ - begin_) / kSamples;
+  constexpr std::uint32_t kCount = kSamples * kSamples;
+  std::vector<std::uint8_t> rgba(std::size_t{4} * width * row_count);
+  for (std::uint32_t y = 0; y < row_count; ++y) {
+    const auto grey = static_cast<std::uint8_t>(0xF4 - (y + first_row) * 0x28 / height);
+    const Color4 behind =
+        background.value_or(Color4{grey, grey, static_cast<std::uint8_t>(std::min(grey + 6, 0xFF)), 0xFF});
+    const float behind_opacity = static_cast<float>(behind[3]) / 255.0F;
     for (std::uint32_t x = 0; x < width; ++x) {
-      std::uint32_t sum[3] = {0, 0, 0};
-      for (std::uint32_t s = 0; s < kSamples * kSamples; ++s) {
+      float sum[3] = {0, 0, 0};  // by opacity
+      float opacity_sum = 0;
+      for (std::uint32_t s = 0; s < kCount; ++s) {
         const std::size_t i =
             (std::size_t{y} * kSamples + s / kSamples) * width_ + std::size_t{x} * kSamples + s % kSamples;
-        const std::uint32_t color = color_[i] != 0 ? color_[i] : background;
-        for (std::uint32_t k = 0; k < 3; ++k) sum[k] += color >> (8 * k) & 0xFFU;
+        const std::uint32_t color = color_[i];
+        const float through = layers_.empty() ? 1.0F : layers_[i].through;
+        const float seen = through * (color != 0 ? 1.0F : behind_opacity);
+        opacity_sum += seen + (1 - through);
+        for (std::uint32_t k = 0; k < 3; ++k) {
+          const std::uint32_t own = color != 0 ? color >> (8 * k) & 0xFFU : behind[k];
+          sum[k] += seen * static_cast<float>(own) + (layers_.empty() ? 0.0F : layers_[i].sum[k]);
+        }
       }
-      std::uint8_t* pixel = &rgb[3 * (std::size_t{y} * width + x)];
+      std::uint8_t* pixel = &rgba[4 * (std::size_t{y} * width + x)];
       for (std::size_t k = 0; k < 3; ++k) {
-        pixel[k] = static_cast<std::uint8_t>((sum[k] + kSamples * kSamples / 2) / (kSamples * kSamples));
+        const float mean = opacity_sum > 0 ? sum[k] / opacity_sum : 0.0F;
+        pixel[k] = static_cast<std::uint8_t>(std::min(mean + 0.5F, 255.0F));
       }
+      pixel[3] = static_cast<std::uint8_t>(std::min(opacity_sum * (255.0F / kCount) + 0.5F, 255.0F));
     }
   }
-  return rgb;
+  return rgba;
 }
 
 }  // namespace Orb::Zix

@@ -32,6 +32,15 @@ MeshArrays meshArrays(const SceneFile& scene, std::uint32_t mesh) {
   return arrays;
 }
 
+GeometryKey geometryKey(const SceneFile& scene, std::uint32_t mesh) {
+  const format::MeshRecord record = scene.mesh(mesh);
+  GeometryKey key{record.mesh_type, 3};
+  if (record.coordinates != kNone) key[1] = scene.coordinates(record.coordinates).dimension;
+  auto next = key.begin() + 2;
+  forEachMeshArray([&](const auto& kind) { *next++ = kind.chunkOf(scene, record.*kind.object); });
+  return key;
+}
+
 BoxF localBounds(const MeshArrays& mesh) {
   BoxF box;
   addPoints(box, mesh.values, mesh.dimension);

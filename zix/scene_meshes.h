@@ -52,6 +52,13 @@ struct MeshArrayKind {
   Values<T> MeshArrays::*values;
   std::uint32_t dimension;  // that tuples of a Coordinates object must have; 0: any, and for index arrays
   bool one_per_point;       // whether there must be a tuple or value for each of the mesh's points
+
+  // The chunk of the array that the object holds, or kNone.
+  [[nodiscard]] std::uint32_t chunkOf(const SceneFile& scene, std::uint32_t number) const {
+    if (number == format::kNone) return format::kNone;
+    return object_type == ObjectType::Coordinates ? scene.coordinates(number).chunk
+                                                  : scene.indexArray(number).chunk;
+  }
 };
 
 inline constexpr MeshArrayKind<float> kCoordinatesOfMesh{.name = "coordinates",
@@ -114,6 +121,10 @@ void forEachElement(const MeshArrays& mesh, Visit visit) {
     if (whole) visit(element);
   }
 }
+
+// Names the arrays of a mesh without reading them: meshes of equal keys have the same ones.
+using GeometryKey = std::array<std::uint32_t, 2 + kMeshArrayCount>;
+GeometryKey geometryKey(const SceneFile& scene, std::uint32_t mesh);
 
 // The box of all finite points.
 BoxF localBounds(const MeshArrays& mesh);

@@ -1,8 +1,8 @@
 // zix export: picks the format by the output's extension.
 #include <algorithm>
-#include <filesystem>
 
 #include "cli/zix/open_scene.h"
+#include "cli/zix/option_values.h"
 #include "zix/export.h"
 
 namespace loftbay::cli {
@@ -18,16 +18,6 @@ struct Format {
 
 constexpr Format kFormats[] = {
     {".glb", Orb::Zix::exportGlb}, {".stl", Orb::Zix::exportStl}, {".obj", Orb::Zix::exportObj}};
-
-std::string extensionOf(const std::string& path) {
-  const auto name = path.find_last_of("/\\") == std::string::npos ? 0 : path.find_last_of("/\\") + 1;
-  const auto dot = path.rfind('.');
-  if (dot == std::string::npos || dot < name) return {};
-  std::string extension = path.substr(dot);
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return extension;
-}
 
 }  // namespace
 

@@ -1,6 +1,9 @@
 #include "cli/zix/option_values.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <system_error>
 
 #include "cli/number_text.h"
 #include "zix/render.h"
@@ -15,6 +18,37 @@ std::optional<PictureSize> pictureSizeIn(std::string_view text) {
   const auto fits = [](std::uint32_t pixels) { return pixels >= 1 && pixels <= Orb::Zix::kLargestPicture; };
   if (!width || !height || !fits(*width) || !fits(*height)) return std::nullopt;
   return PictureSize{*width, *height};
+}
+
+std::optional<Orb::Zix::Color4> backgroundIn(std::string_view text) {
+  if (text == "none") return Orb::Zix::Color4{0, 0, 0, 0};
+  if (text.starts_with('#')) text.remove_prefix(1);
+  if (text.size() != 6 && text.size() != 8) return std::nullopt;
+  Orb::Zix::Color4 color{0, 0, 0, 0xFF};
+  for (std::size_t i = 0; i < text.size(); i += 2) {
+    const auto digits = text.substr(i, 2);
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + 2, color[i / 2], 16);
+    if (error != std::errc() || end != digits.data() + 2) return std::nullopt;
+  }
+  return color;
+}
+
+std::optional<Orb::Zix::UpAxis> upAxisIn(std::string_view text) {
+  if (text == "x") return Orb::Zix::UpAxis::X;
+  if (text == "y") return Orb::Zix::UpAxis::Y;
+  if (text == "z") return Orb::Zix::UpAxis::Z;
+  return std::nullopt;
+}
+
+std::string extensionOf(std::string_view path) {
+  const auto separator = path.find_last_of("/\\");
+  const auto name = separator == std::string_view::npos ? 0 : separator + 1;
+  const auto dot = path.rfind('.');
+  if (dot == std::string_view::npos || dot < name) return {};
+  std::string extension(path.substr(dot));
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return extension;
 }
 
 std::optional<double> toleranceIn(std::string_view text) {

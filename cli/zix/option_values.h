@@ -3,7 +3,11 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+
+#include "zix/raster.h"
+#include "zix/up_axis.h"
 
 namespace loftbay::cli {
 
@@ -14,6 +18,16 @@ struct PictureSize {
 
 // "800x600".
 std::optional<PictureSize> pictureSizeIn(std::string_view text);
+
+// "RRGGBB" or "RRGGBBAA" in hexadecimal digits, with or without a "#" in front; "none" is a background that
+// is not there.
+std::optional<Orb::Zix::Color4> backgroundIn(std::string_view text);
+
+// "x", "y" or "z".
+std::optional<Orb::Zix::UpAxis> upAxisIn(std::string_view text);
+
+// In lower case, with its dot; empty: the name has none.
+std::string extensionOf(std::string_view path);
 
 // A finite number from 0 on.
 std::optional<double> toleranceIn(std::string_view text);

@@ -33,7 +33,7 @@ class Raster : public ::testing::Test {
     std::vector<std::string> rows(kSize);
     for (std::size_t i = 0; i < std::size_t{kSize} * kSize; ++i) {
       const auto same = [&](const std::vector<std::uint8_t>& other) {
-        return std::equal(&pixels[3 * i], &pixels[3 * i] + 3, &other[3 * i]);
+        return std::equal(&pixels[4 * i], &pixels[4 * i] + 4, &other[4 * i]);
       };
       rows[i / kSize] += same(empty) ? '.' : same(full) ? '#' : '+';
     }
@@ -142,7 +142,7 @@ TEST_F(Raster, ALineFillsThePixelsThatItRunsThrough) {
   canvas_.line(at(3, 7.25F), at(13, 7.25F), kRed.color);
   const auto pixels = canvas_.resolve();
   for (std::size_t x = 1; x < 7; ++x) {
-    const std::uint8_t* pixel = &pixels[3 * (std::size_t{3} * kSize + x)];
+    const std::uint8_t* pixel = &pixels[4 * (std::size_t{3} * kSize + x)];
     EXPECT_EQ(pixel[0], 128) << x;
     EXPECT_EQ(pixel[1], 0) << x;
     EXPECT_EQ(pixel[2], 0) << x;
