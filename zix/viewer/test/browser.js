@@ -1,0 +1,70 @@
+// Drives Debian's Chromium without a screen and without a graphics card.
+
+import {mkdtempSync, rmSync} from "node:fs";
+import {tmpdir} from "node:os";
+import {join} from "node:path";
+import {pathToFileURL} from "node:url";
+import {chromium} from "playwright-core";
+
+const FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
+               "--disable-component-update", "--disable-sync", "--use-angle=swiftshader", "--enable-unsafe-swiftshader"];
+// Without a graphics card the browser itself reads each picture back to show it, and says so.
+const OF_THE_BROWSER = /GL Driver Message .*GPU stall due to ReadPixels/;
+
+export class Browser {
+  static async start() {
+    const browser = new Browser();
+    browser.folder = mkdtempSync(join(tmpdir(), "zix-viewer-"));
+    browser.context = await chromium.launchPersistentContext(browser.folder, {
+      executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium", headless: true, args: FLAGS, chromiumSandbox: false,
+      viewport: {width: 1100, height: 700}, reducedMotion: "reduce", colorScheme: "light", hasTouch: true,
+    });
+    return browser;
+  }
+
+  /** Opens a file; `seen` collects what it should not do. @param {string} path @param {(() => void)} [before]  runs in the page first */
+  async open(path, before) {
+    const page = await this.context.newPage();
+    const seen = {messages: [], requests: []};
+    page.on("console", (message) => { if (!OF_THE_BROWSER.test(message.text())) seen.messages.push(`${message.type()}: ${message.text()}`); });
+    page.on("pageerror", (error) => seen.messages.push(`error: ${error.stack}`));
+    const own = pathToFileURL(path).href;
+    page.on("request", (request) => { if (request.url() !== own && !request.url().startsWith("data:")) seen.requests.push(request.url()); });
+    if (before) await page.addInitScript(before);
+    await page.goto(own);
+    await page.waitForFunction(() => document.getElementById("data").dataset.state !== "loading", null, {timeout: 60000});
+    return {page, seen};
+  }
+
+  /** Opens a page that must show its model; waits until all of it is there. @param {string} path */
+  async show(path) {
+    const opened = await this.open(path);
+    const message = await opened.page.evaluate(() => (window.zixPage === undefined ? document.getElementById("message").textContent : ""));
+    if (message !== "") throw new Error(message);
+    await opened.page.waitForFunction(() => window.zixPage.app.isComplete, null, {timeout: 60000});
+    return opened;
+  }
+
+  async stop() {
+    await this.context.close();
+    rmSync(this.folder, {recursive: true, force: true});
+  }
+}
+
+/** The canvas alone, as PNG, seen from a view of the file exactly. */
+export async function canvasPicture(page, viewName, width, height) {
+  const url = await page.evaluate(([name, w, h]) => {
+    const {app, scene} = window.zixPage;
+    const {camera, drawing} = app;
+    camera.setSize(w, h, {x: 0, y: 0, width: w, height: h});
+    drawing.resize(w, h, 1);
+    camera.isParallel = true;
+    camera.setView(scene.views.find((view) => view.name === name));
+    drawing.render(camera);
+    return drawing.canvas.toDataURL("image/png");
+  }, [viewName, width, height]);
+  return Buffer.from(url.slice(url.indexOf(",") + 1), "base64");
+}
+
+/** Waits until the page has drawn what was asked for. */
+export const settle = (page) => page.evaluate(() => new Promise((resolve) => requestAnimationFrame(() => requestAnimationFrame(resolve))));
