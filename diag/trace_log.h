@@ -34,7 +34,7 @@ LocalTime localTime();
 void setClock(std::function<LocalTime()> clock);
 
 // Appends "[h:m:s, d-m-yyyy] ", the message and a line end to the log. `message` holds no line break.
-void WriteTraceLog(std::string message);
+void WriteTraceLog(std::string_view message);
 
 // Names the log file (program path). A file that exists there is emptied, and stays open for the first line.
 void openTraceLog(std::string program_path);

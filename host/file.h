@@ -24,6 +24,23 @@ using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 // Throws std::bad_alloc where the memory for it cannot be had, here or in the system.
 FilePointer openFile(std::string_view program_path, const char* mode);
 
+// A file that grows piece by piece and is closed after each, so that it is complete whenever the process ends
+// and other processes can take it away in between. Its path is worked out once; that it is a regular file is
+// checked as openFile does it, until a piece was written.
+class GrowingFile {
+ public:
+  explicit GrowingFile(std::string_view program_path);
+  // Opens the file for appending, writes and closes it; a file that is not there is made. On Windows a line
+  // end becomes carriage return and line feed. False when it does not open or not all was written. Throws
+  // std::bad_alloc as openFile does.
+  bool append(std::string_view text);
+
+ private:
+  std::string program_path_;
+  std::string host_path_;
+  bool is_regular_ = false;
+};
+
 // `remove`, of a file only. False when nothing was removed.
 bool removeFile(std::string_view program_path);
 

@@ -79,6 +79,28 @@ FilePointer openFile(std::string_view program_path, const char* mode) {
   return nullptr;
 }
 
+GrowingFile::GrowingFile(std::string_view program_path)
+    : program_path_(program_path), host_path_(toHostPath(program_path)) {}
+
+bool GrowingFile::append(std::string_view text) {
+  const int descriptor = is_regular_
+                             ? ::open(host_path_.c_str(),
+                                      O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666)
+                             : openRegular(host_path_, "a");
+  if (descriptor < 0) {
+    if (errno == ENOMEM) throw std::bad_alloc();
+    return false;
+  }
+  is_regular_ = true;
+  while (!text.empty()) {
+    const ssize_t written = write(descriptor, text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) break;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return close(descriptor) == 0 && text.empty();
+}
+
 bool removeFile(std::string_view program_path) { return unlink(toHostPath(program_path).c_str()) == 0; }
 
 bool createAndRemove(std::string_view program_path) {

@@ -34,6 +34,17 @@ FilePointer openFile(std::string_view program_path, const char* mode) {
   return file;
 }
 
+GrowingFile::GrowingFile(std::string_view program_path)
+    : program_path_(program_path), host_path_(toHostPath(program_path)) {}
+
+bool GrowingFile::append(std::string_view text) {
+  const FilePointer file = openFile(program_path_, "a");
+  if (!file) return false;
+  is_regular_ = true;
+  const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+  return std::fflush(file.get()) == 0 && written;
+}
+
 bool removeFile(std::string_view program_path) { return _wremove(toSystemPath(program_path).c_str()) == 0; }
 
 bool createAndRemove(std::string_view program_path) {

@@ -1,30 +1,55 @@
 // POSIX side of process.h.
 #include "host/process.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-
-#include "host/file.h"
+#include <charconv>
+#include <mutex>
+#include <string_view>
 
 namespace loftbay::host {
 
 namespace {
 
-// Kilobytes. Belongs to the program image; the number of getrusage outlives exec, so that a small child of a
-// large parent would state the parent's.
-std::optional<std::uint64_t> highWaterMark() {
-  const FilePointer status(std::fopen("/proc/self/status", "r"));
-  if (!status) return std::nullopt;
-  std::array<char, 256> line{};
-  unsigned long long kilobytes = 0;
-  while (std::fgets(line.data(), line.size(), status.get()) != nullptr) {
-    if (std::sscanf(line.data(), "VmHWM: %llu kB", &kilobytes) == 1) return kilobytes;
+// What /proc/self/status says of this process, in kilobytes; 0 where it does not. The high water mark belongs
+// to the program image; the number of getrusage outlives exec, so that a small child of a large parent would
+// state the parent's.
+struct StatedMemory {
+  std::uint64_t resident = 0;
+  std::uint64_t peak = 0;
+};
+
+std::uint64_t kilobytesAt(std::string_view text, std::string_view field) {
+  const std::size_t at = text.find(field);
+  if (at == std::string_view::npos) return 0;
+  text.remove_prefix(at + field.size());
+  text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+  std::uint64_t kilobytes = 0;
+  std::from_chars(text.data(), text.data() + text.size(), kilobytes);
+  return kilobytes;
+}
+
+// The log asks before and after many steps, so the file stays open. A child of fork, whose numbers it does
+// not hold, opens it anew.
+StatedMemory statedMemory() {
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  static pid_t owner = 0;
+  static int status = -1;
+  if (owner != getpid()) {
+    if (status >= 0) close(status);
+    status = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
+    owner = getpid();
   }
-  return std::nullopt;
+  std::array<char, 8192> buffer;
+  const ssize_t size = status < 0 ? -1 : pread(status, buffer.data(), buffer.size(), 0);
+  if (size <= 0) return {};
+  const std::string_view text(buffer.data(), static_cast<std::size_t>(size));
+  return {kilobytesAt(text, "\nVmRSS:"), kilobytesAt(text, "\nVmHWM:")};
 }
 
 // For systems that keep no such mark.
@@ -37,18 +62,11 @@ std::optional<std::uint64_t> largestEver() {
 }  // namespace
 
 std::optional<MemoryCounters> processMemory() {
-  // Second number of statm: resident pages.
-  unsigned long long total_pages = 0;
-  unsigned long long resident_pages = 0;
-  const FilePointer statm(std::fopen("/proc/self/statm", "r"));
-  if (!statm || std::fscanf(statm.get(), "%llu %llu", &total_pages, &resident_pages) != 2)
-    return std::nullopt;
-  auto peak = highWaterMark();
-  if (!peak) peak = largestEver();
-  if (!peak) return std::nullopt;
-  const std::uint64_t resident = resident_pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-  // The two numbers are taken at different moments and rounded, so the peak can be below the current value.
-  return MemoryCounters{resident, std::max(resident, *peak * 1024)};
+  StatedMemory stated = statedMemory();
+  if (stated.resident == 0) return std::nullopt;
+  if (stated.peak == 0) stated.peak = largestEver().value_or(0);
+  // The two numbers are rounded, so the peak can be below the current value.
+  return MemoryCounters{stated.resident * 1024, std::max(stated.resident, stated.peak) * 1024};
 }
 
 }  // namespace loftbay::host

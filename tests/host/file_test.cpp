@@ -114,6 +114,28 @@ TEST_F(FileTest, RemovesFilesButNoDirectories) {
   EXPECT_FALSE(removeFile(toProgramPath(folder_.string())));
 }
 
+TEST_F(FileTest, AGrowingFileIsClosedAfterEachPieceAndMadeAnewWhenItWasTakenAway) {
+  GrowingFile file(programPath("log.txt"));
+  EXPECT_TRUE(file.append("one\n"));
+  EXPECT_TRUE(file.append("two\n"));
+  std::filesystem::rename(folder_ / "log.txt", folder_ / "taken.txt");
+  EXPECT_TRUE(file.append("three\n"));
+  const auto text = [&](const char* name) {
+    std::ifstream stream(folder_ / name);
+    return std::string(std::istreambuf_iterator<char>(stream), {});
+  };
+  EXPECT_EQ(text("taken.txt"), "one\ntwo\n");
+  EXPECT_EQ(text("log.txt"), "three\n");
+}
+
+TEST_F(FileTest, AGrowingFileIsNoFolderAndTriesAgain) {
+  GrowingFile file(programPath("log.txt"));
+  EXPECT_TRUE(makeDirectory(programPath("log.txt")));
+  EXPECT_FALSE(file.append("lost"));
+  std::filesystem::remove(folder_ / "log.txt");
+  EXPECT_TRUE(file.append("kept"));
+}
+
 TEST_F(FileTest, CreatingAndRemovingLeavesNoFileWhetherThereWasOneOrNot) {
   EXPECT_TRUE(createAndRemove(programPath("a.bin")));
   EXPECT_FALSE(pathExists(programPath("a.bin")));
