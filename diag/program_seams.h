@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <ostream>
+#include <span>
 #include <string_view>
 
 namespace loftbay::diag {
@@ -33,6 +34,12 @@ enum class Counted {
   VerticesWritten,  // vertices handed to the scene
 };
 
+// A text that the model's files state of a node.
+struct NodeProperty {
+  std::string_view key;
+  std::string_view value;
+};
+
 // Receives counts, losses and notes of a conversion. Changes no call and no log line. Default: ignores
 // everything.
 class Observer {
@@ -51,6 +58,10 @@ class Observer {
   virtual void unit(std::string_view /*name*/, double /*metres*/) {}
   // The version of the JT file as its header states it.
   virtual void jtVersion(int /*major*/, int /*minor*/) {}
+  // A walk enters a node of the model: a part, an assembly or an instance. Its properties, each key once; an
+  // instance has its target's, too, where it does not state them itself. Called before the node's callback,
+  // and only where the toolkit's settings ask for it; the texts are valid during the call.
+  virtual void entered(std::span<const NodeProperty> /*properties*/) {}
   // Something that the file holds did not reach the scene although it should have: a damaged shape, a missing
   // file, a file that could not be loaded, a scene that could not be saved. `part` is the name of the part
   // (or a file's path), `reason` one sentence that names the file, where in it (segment, element, offset) and

@@ -73,6 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static std::ostream nowhere(nullptr);
   loftbay::diag::programSeams().toolkit_messages = &nowhere;
   jttk::settings().max_placed_nodes = 2000;
+  jttk::settings().node_properties = true;
   auto document = jttk::openDocument("no such folder\\fuzz.jt", std::as_bytes(std::span(data, size)));
   if (!document) return 0;
   JtkHierarchy* root = jttk::createRoot(std::move(*document));

@@ -47,7 +47,11 @@ constexpr Named kNames[] = {
     {kLineStyle, "line style"},
     {kPointStyle, "point style"},
     {kStringAtom, "string property"},
+    {kIntegerAtom, "integer property"},
+    {kFloatAtom, "floating point property"},
+    {kDateAtom, "date property"},
     {kLateLoadedAtom, "late loaded property"},
+    {kPropertyProxy, "property proxy meta data"},
     {kXtBrep, "XT B-Rep"},
 };
 

@@ -1,25 +1,41 @@
-// Atom: v, U32 state flags, then by kind; a string atom: v, text; a late loaded one: v, GUID of the
-// segment, I32 segment type. Table: I16 version, I32 number of nodes; per node its id, then pairs of key
-// and value atom ids up to a key of 0. Atoms are shared between nodes.
+// Atom: v, U32 state flags, then by kind; a string atom: v, text; an integer: v, I32; a float: v, F32; a
+// date: v, six I16, and where v is 3 or more F32 hours ahead of UTC; a late loaded one: v, GUID of the
+// segment, I32 segment type. Table: I16 version, I32 number of nodes; per node its id, then pairs of key and
+// value atom ids up to a key of 0. Atoms are shared between nodes.
 #include "jttk/graph/properties.h"
 
 #include <algorithm>
 
 #include "jttk/file/object_ids.h"
+#include "jttk/graph/property_text.h"
 
 namespace jttk {
 
 namespace {
 
+bool isNumber(const Guid& kind) {
+  return kind == object_id::kIntegerAtom || kind == object_id::kFloatAtom || kind == object_id::kDateAtom;
+}
+
+std::string readNumber(const Guid& kind, int value_version, ByteReader& body) {
+  if (kind == object_id::kIntegerAtom) return std::to_string(body.i32("number"));
+  if (kind == object_id::kFloatAtom) return numberText(body.f32("number"));
+  StoredDate date{};
+  for (std::int16_t& field : date) field = body.i16("date");
+  if (value_version < 3) return dateText(date);
+  return dateText(date, body.f32("hours ahead of UTC"));
+}
+
 void readAtom(Element& element, Version version, SceneGraph& graph, Atom& atom) {
   ByteReader& body = element.body;
   readVersion(body, version);
   body.skip(4, "atom state");
-  readVersion(body, version);
-  if (element.kind == object_id::kStringAtom) {
-    std::string text = body.mbString("text");
+  const int value_version = readVersion(body, version);
+  const bool is_number = isNumber(element.kind);
+  if (is_number || element.kind == object_id::kStringAtom) {
+    std::string text = is_number ? readNumber(element.kind, value_version, body) : body.mbString("text");
     if (!body.ok()) return;
-    atom.kind = Atom::Kind::Text;
+    atom.kind = is_number ? Atom::Kind::Number : Atom::Kind::Text;
     atom.text = static_cast<std::uint32_t>(graph.strings.size());
     graph.strings.push_back(std::move(text));
   } else {
@@ -74,6 +90,8 @@ void hang(Node& node, const Atom& key, const Atom& value, SceneGraph& graph) {
     if (name == kNameKey) node.name = value.text;
     if (name == kUnitsKey) node.units = value.text;
     graph.properties.push_back({key.text, value.text});
+  } else if (value.kind == Atom::Kind::Number) {
+    graph.properties.push_back({key.text, value.text});
   }
 }
 
@@ -103,14 +121,23 @@ std::vector<Atom> readAtoms(ByteReader& reader, Version version, SceneGraph& gra
   std::vector<Atom> atoms;
   ElementReader elements(reader);
   Element element;
+  std::size_t unread_numbers = 0;
   while (elements.next(element)) {
     Atom atom;
     atom.id = element.id;
-    if (element.kind == object_id::kStringAtom || element.kind == object_id::kLateLoadedAtom) {
+    if (isNumber(element.kind)) {
+      readAtom(element, version, graph, atom);
+      if (!element.body.ok()) ++unread_numbers;
+    } else if (element.kind == object_id::kStringAtom || element.kind == object_id::kLateLoadedAtom) {
       readAtom(element, version, graph, atom);
       if (!element.body.ok()) graph.addDamage(kNone, element.body.error().ofElement("property"));
     }
     atoms.push_back(atom);
+  }
+  if (unread_numbers > 0) {
+    graph.notes.push_back(std::to_string(unread_numbers) +
+                          (unread_numbers == 1 ? " property that is a number or date cannot be read"
+                                               : " properties that are numbers or dates cannot be read"));
   }
   if (!reader.ok()) graph.addDamage(kNone, reader.error().in("properties"));
   std::stable_sort(atoms.begin(), atoms.end(), [](const Atom& a, const Atom& b) { return a.id < b.id; });

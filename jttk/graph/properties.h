@@ -13,19 +13,19 @@ inline constexpr std::string_view kXtBrepKey = "JT_LLPROP_XTBREP";
 inline constexpr std::string_view kPmiKey = "JT_LLPROP_PMI";
 inline constexpr std::string_view kShapeKey = "JT_LLPROP_SHAPEIMPL";
 
-// An atom that nodes may refer to; numbers and dates are known by id only.
+// An atom that nodes may refer to. Object references are known by id only.
 struct Atom {
-  enum class Kind : std::uint8_t { Text, Segment, Other };
+  enum class Kind : std::uint8_t { Text, Number, Segment, Other };  // a date counts as a number
   std::int32_t id = 0;
   Kind kind = Kind::Other;
-  std::uint32_t text = kNone;  // of SceneGraph::strings
+  std::uint32_t text = kNone;  // of SceneGraph::strings; numbers and dates as property_text.h prints them
   Guid segment;
   std::int32_t segment_type = 0;
   Guid rival;  // the segment of another atom with the same id
 };
 
 // Reads the atoms up to the end-of-elements mark, sorted by id. What cannot be read goes to the graph's
-// damage list.
+// damage list; numbers, which nothing of the geometry depends on, to its notes.
 std::vector<Atom> readAtoms(ByteReader& reader, Version version, SceneGraph& graph);
 
 // Reads the table and assigns names, units, late loaded segments and other texts to the nodes. `node_by_id`

@@ -110,6 +110,10 @@ JtkHierarchy* InstanceObject::getReferencedNode() {
   return referenced_;
 }
 
+void InstanceObject::addInherited(std::vector<TextProperty>& properties) {
+  addMissing(properties, dynamic_cast<ModelNode&>(*getReferencedNode()).properties());
+}
+
 std::string InstanceObject::name() {
   std::string own = ownName();
   if (!own.empty()) return own;

@@ -11,6 +11,7 @@
 #include "jttk/interface/objects.h"
 #include "jttk/interface/typed.h"
 #include "jttk/model/names.h"
+#include "jttk/model/node_properties.h"
 #include "jttk/model/product.h"
 
 namespace jttk {
@@ -56,6 +57,14 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
   void getMaterial(JtkMaterial*& material) override { material = objects_.material(materialState()); }
   [[nodiscard]] bool isMoved() const override { return transform_ != nullptr && transform_->moves(); }
   void wasLeft() override { model_.releaseShapes(); }
+  [[nodiscard]] std::vector<TextProperty> properties() override {
+    std::vector<TextProperty> properties = propertiesOf(product_, model_.library());
+    addInherited(properties);
+    std::size_t bytes = 0;
+    for (const TextProperty& property : properties) bytes += property.key.size() + property.value.size();
+    model_.countName(bytes);
+    return properties;
+  }
   [[nodiscard]] Objects& objects() override { return objects_; }
 
   // The root owns all objects and the model; they hold the other nodes.
@@ -65,6 +74,7 @@ class HierarchyObject : public Typed<Interface, Type>, public ModelNode {
 
  protected:
   [[nodiscard]] virtual std::string name() { return productName(product_, reached_, model_.library()); }
+  virtual void addInherited(std::vector<TextProperty>& /*properties*/) {}
   // The material that getMaterial answers.
   [[nodiscard]] virtual MaterialStates::State materialState() { return below_.material; }
 
@@ -118,6 +128,7 @@ class InstanceObject final : public HierarchyObject<JtkInstance, JtkEntity::JtkI
  private:
   [[nodiscard]] std::string name() override;
   [[nodiscard]] MaterialStates::State materialState() override { return own_material_; }
+  void addInherited(std::vector<TextProperty>& properties) override;
 
   MaterialStates::State own_material_;
   JtkHierarchy* referenced_ = nullptr;

@@ -10,6 +10,7 @@
 #include "jttk/interface/part.h"
 #include "jttk/model/model.h"
 #include "jttk/model/name_key.h"
+#include "jttk/model/node_properties.h"
 
 namespace jttk {
 
@@ -102,13 +103,11 @@ void listProperties(const Document& document, FileDescription& file) {
   const std::string path = loftbay::host::toHostPath(document.path);
   for (std::uint32_t i = 0; i < graph.nodes.size(); ++i) {
     const Node& node = graph.nodes[i];
-    if (node.properties.count == 0) continue;
+    const std::vector<TextProperty> properties = propertiesOf(document, i, file.notes);
+    if (properties.empty()) continue;
     NodeProperties& listed = file.properties.emplace_back(
         NodeProperties{path, node.id, kindName(node.kind), document.label(i), {}});
-    for (std::uint32_t k = 0; k < node.properties.count; ++k) {
-      const Property& property = graph.properties[node.properties.first + k];
-      listed.texts.emplace_back(graph.text(property.key), graph.text(property.value));
-    }
+    for (const TextProperty& property : properties) listed.texts.emplace_back(property.key, property.value);
   }
 }
 

@@ -74,6 +74,8 @@ class ModelNode {
  public:
   // Told by the traverser when it has left the node.
   virtual void wasLeft() = 0;
+  // What the files state of it; an instance adds what they state of its target and not of itself.
+  [[nodiscard]] virtual std::vector<TextProperty> properties() = 0;
   // Whether it has a transform that moves something.
   [[nodiscard]] virtual bool isMoved() const = 0;
   [[nodiscard]] virtual Objects& objects() = 0;

@@ -2,7 +2,9 @@
 
 #include <vector>
 
+#include "diag/program_seams.h"
 #include "jttk/interface/objects.h"
+#include "jttk/interface/settings.h"
 
 namespace jttk {
 
@@ -19,19 +21,35 @@ JtkEntity* child(const Step& step) {
   return step.next_child < assembly->numChildren() ? assembly->getChild(step.next_child) : nullptr;
 }
 
+// Tells the observer what the files state of the node, before its callback.
+void tellProperties(JtkEntity& node) {
+  auto* entered = dynamic_cast<ModelNode*>(&node);
+  if (entered == nullptr || !settings().node_properties) return;
+  const std::vector<TextProperty> properties = entered->properties();
+  std::vector<loftbay::diag::NodeProperty> told;
+  told.reserve(properties.size());
+  for (const TextProperty& property : properties) told.push_back({property.key, property.value});
+  loftbay::diag::programSeams().observer->entered(told);
+}
+
 }  // namespace
+
+bool Traverser::enter(JtkEntity& node, int depth, int client_data) {
+  tellProperties(node);
+  return enter_ == nullptr || enter_(&node, depth, client_data) == 1;
+}
 
 void Traverser::traverse(JtkEntity* root, int client_data) {
   if (root == nullptr) return;
   std::vector<Step> steps;
   const auto depth = [&] { return static_cast<int>(steps.size()) - 1; };
   steps.push_back({root, 0});
-  if (enter_ != nullptr && enter_(root, 0, client_data) != 1) return;
+  if (!enter(*root, 0, client_data)) return;
   while (!steps.empty()) {
     if (JtkEntity* next = child(steps.back())) {
       ++steps.back().next_child;
       steps.push_back({next, 0});
-      if (enter_ != nullptr && enter_(next, depth(), client_data) != 1) return;
+      if (!enter(*next, depth(), client_data)) return;
       continue;
     }
     JtkEntity* node = steps.back().node;

@@ -13,6 +13,9 @@ class Traverser final : public JtkTraverser {
   void traverse(JtkEntity* root, int client_data) override;
 
  private:
+  // Whether the walk goes on.
+  bool enter(JtkEntity& node, int depth, int client_data);
+
   JtkTraversalCallback enter_ = nullptr;
   JtkTraversalCallback leave_ = nullptr;
 };

@@ -1,6 +1,7 @@
 // One opened JT file: the container and its scene graph.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "jttk/file/jt_file.h"
+#include "jttk/graph/property_text.h"
 #include "jttk/graph/scene_graph.h"
 
 namespace jttk {
@@ -43,6 +45,8 @@ struct Document {
   std::unordered_set<std::uint32_t> reported_colors;
   // Segments of exact geometry whose losses have been reported.
   std::set<Guid> reported_segments;
+  // The properties of the meta data segments that were asked for (see node_properties.h).
+  mutable std::map<Guid, std::vector<TextProperty>> meta_data;
 
   // The node's own name as people see it; empty when it has none.
   [[nodiscard]] std::string label(std::uint32_t node) const;

@@ -29,6 +29,8 @@ struct Settings {
   // them; unless somebody does, JtkShape gives no texture coordinates, and damage to these arrays is neither
   // noticed nor told. The geometry does not depend on it.
   bool extra_attributes = false;
+  // The observer is told the properties of each node that a walk enters. Meta data segments are read for that.
+  bool node_properties = false;
   // Memory for decoded shapes that are kept for the next use, in bytes.
   std::size_t shape_cache_bytes = std::size_t{64} << 20U;
   // Limits for a whole model, with all its files. Where nothing is set they grow with the size of the files

@@ -29,14 +29,37 @@ GraphBuilder::GraphBuilder(std::string version, ByteOrder order)
 
 GraphBuilder::NodeSettings& GraphBuilder::NodeSettings::property(std::string_view key,
                                                                  std::string_view value) {
-  graph_.properties_[id_].push_back({std::string(key), std::string(value), {}, -1});
+  graph_.properties_[id_].push_back({std::string(key), std::string(value), {}, -1, {}, {}, 1});
   return *this;
+}
+
+GraphBuilder::NodeSettings& GraphBuilder::NodeSettings::number(std::string_view key,
+                                                               const PropertyValue& value) {
+  constexpr GuidValue kKinds[] = {guids::kStringAtom, guids::kIntegerAtom, guids::kFloatAtom,
+                                  guids::kDateAtom};
+  graph_.properties_[id_].push_back(
+      {std::string(key), {}, {}, -1, kKinds[value.index()], numberBytes(graph_.order_, value), 1});
+  return *this;
+}
+
+GraphBuilder::NodeSettings& GraphBuilder::NodeSettings::zonedDate(std::string_view key, const Date& date,
+                                                                  float hours_ahead) {
+  Bytes bytes = ByteBuilder(graph_.order_).bytes(numberBytes(graph_.order_, date)).f32(hours_ahead).result();
+  graph_.properties_[id_].push_back({std::string(key), {}, {}, -1, guids::kDateAtom, std::move(bytes), 3});
+  return *this;
+}
+
+GraphBuilder::NodeSettings& GraphBuilder::NodeSettings::metaData(
+    const GuidValue& segment, const std::vector<MetaDataProperty>& properties) {
+  constexpr std::int32_t kMetaDataSegment = 4;
+  graph_.lateSegment(segment, kMetaDataSegment, metaDataSegment(graph_.major_, graph_.order_, properties));
+  return lateLoaded("JT_LLPROP_METADATA", segment, kMetaDataSegment);
 }
 
 GraphBuilder::NodeSettings& GraphBuilder::NodeSettings::lateLoaded(std::string_view key,
                                                                    const GuidValue& segment,
                                                                    std::int32_t type) {
-  graph_.properties_[id_].push_back({std::string(key), {}, segment, type});
+  graph_.properties_[id_].push_back({std::string(key), {}, segment, type, {}, {}, 1});
   return *this;
 }
 
@@ -256,11 +279,11 @@ void GraphBuilder::writeElement(ByteBuilder& out, const Listed& element) const {
 
 void GraphBuilder::writeAtoms(ByteBuilder& atoms, ByteBuilder& table) const {
   std::int32_t next = kFirstAtom;
-  const auto addAtom = [&](const GuidValue& kind, const Bytes& value) {
+  const auto addAtom = [&](const GuidValue& kind, const Bytes& value, std::uint32_t value_version = 1) {
     ByteBuilder body(order_);
     version(body);
     body.u32(0);
-    version(body);
+    version(body, value_version);
     writeElement(atoms, {next, kind, 5, false, 0, {}, body.bytes(value).result()});
     return next++;
   };
@@ -279,7 +302,9 @@ void GraphBuilder::writeAtoms(ByteBuilder& atoms, ByteBuilder& table) const {
       if (split_table_ && &property != &properties.front()) table.i32(0).i32(node);
       table.i32(addText(property.key));
       if (property.segment_type < 0) {
-        table.i32(addText(property.text));
+        table.i32(property.number.empty()
+                      ? addText(property.text)
+                      : addAtom(property.number_kind, property.number, property.number_version));
         continue;
       }
       ByteBuilder value(order_);

@@ -19,6 +19,7 @@
 
 #include "samples/maker/elements.h"
 #include "samples/maker/pieces/bytes.h"
+#include "samples/maker/pieces/meta_data.h"
 
 namespace loftbay::maker::pieces {
 
@@ -34,6 +35,11 @@ class GraphBuilder {
     NodeSettings(GraphBuilder& graph, std::int32_t id) : graph_(graph), id_(id) {}
     NodeSettings& name(std::string_view text) { return property("JT_PROP_NAME", text); }
     NodeSettings& property(std::string_view key, std::string_view value);
+    NodeSettings& number(std::string_view key, const PropertyValue& value);
+    // A date with hours ahead of UTC, as from 10.3 on.
+    NodeSettings& zonedDate(std::string_view key, const Date& date, float hours_ahead);
+    // `properties` in a meta data segment of their own.
+    NodeSettings& metaData(const GuidValue& segment, const std::vector<MetaDataProperty>& properties);
     NodeSettings& lateLoaded(std::string_view key, const GuidValue& segment, std::int32_t type);
     NodeSettings& attributes(Ids ids);
     NodeSettings& flags(std::uint32_t flags);
@@ -133,7 +139,10 @@ class GraphBuilder {
     std::string key;
     std::string text;
     GuidValue segment;
-    std::int32_t segment_type = -1;  // -1: text
+    std::int32_t segment_type = -1;  // -1: text, or a number where the kind says so
+    GuidValue number_kind;
+    Bytes number;
+    std::uint32_t number_version = 1;
   };
 
   NodeSettings add(std::int32_t id, const GuidValue& kind, std::uint8_t base_type, const Bytes& body);

@@ -11,6 +11,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace loftbay::maker::pieces;
 
+constexpr Date kADay = {2014, 3, 3, 14, 54, 43};
+
 // One of everything.
 GraphBuilder machine(const std::string& version, ByteOrder order) {
   GraphBuilder graph(version, order);
@@ -56,6 +58,15 @@ int main(int argc, char** argv) {
       segment.insert(segment.end(), body.begin(), body.end());
       writeFile(root / "scene_graph_fuzz" / name, segment);
       writeFile(root / "jt_file_fuzz" / name, graph.file());
+      GraphBuilder described(version, order);
+      described.partition(0, {})
+          .number("count", 7)
+          .number("ratio", 0.25F)
+          .number("drawn", kADay)
+          .metaData(
+              {1, 2, 3, {}},
+              {{"Name::", std::string("wheel")}, {"Teeth::", 42}, {"Mass::", 0.1F}, {"Drawn::", kADay}});
+      writeFile(root / "jt_file_fuzz" / ("properties_" + name), described.file());
     }
   }
   return 0;
