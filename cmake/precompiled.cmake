@@ -19,7 +19,7 @@ target_link_libraries(loftbay_precompiled PRIVATE loftbay_options)
 target_precompile_headers(loftbay_precompiled PRIVATE ${loftbay_standard_headers})
 
 if(LOFTBAY_TESTS)
-  add_library(loftbay_precompiled_tests OBJECT ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp)
+  add_library(loftbay_precompiled_tests OBJECT EXCLUDE_FROM_ALL ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp)
   target_link_libraries(loftbay_precompiled_tests PRIVATE loftbay_options loftbay_gtest)
   target_compile_options(loftbay_precompiled_tests PRIVATE -O0)
   set_target_properties(loftbay_precompiled_tests PROPERTIES LOFTBAY_UNOPTIMISED ON)

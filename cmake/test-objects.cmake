@@ -1,10 +1,10 @@
 # The sources of test programs, compiled without optimisation, which takes half the time; what is tested is optimised as
 # usual.
 #
-# They are the same to all builds of this host, so the presets `linux` and `linux-asan` share them: clang++ compiles them
-# once, without sanitizers, in a build folder of its own (preset linux-test-objects), and both builds link them. The build
-# for Windows compiles them with g++. A build by hand, or without clang++, compiles its own.
-option(LOFTBAY_SHARED_TEST_OBJECTS "Link the test sources that the preset linux-test-objects compiles" OFF)
+# clang++ compiles them, in less than half of g++'s time, in a build folder of its own (presets linux-test-objects and
+# windows-test-objects), and the other builds link them. The presets `linux` and `linux-asan` share theirs, which have no
+# sanitizers. A build by hand, or without clang++, compiles its own.
+option(LOFTBAY_SHARED_TEST_OBJECTS "Link the test sources that the preset <system>-test-objects compiles" OFF)
 option(LOFTBAY_ONLY_TEST_OBJECTS "Compile test sources and nothing else" OFF)
 
 find_program(LOFTBAY_TEST_COMPILER clang++)
@@ -12,10 +12,22 @@ if(LOFTBAY_SHARED_TEST_OBJECTS AND NOT LOFTBAY_TEST_COMPILER)
   set(LOFTBAY_SHARED_TEST_OBJECTS OFF)
 endif()
 if(LOFTBAY_SHARED_TEST_OBJECTS)
-  set(LOFTBAY_TEST_OBJECTS ${PROJECT_SOURCE_DIR}/build/test-objects)
-  execute_process(COMMAND ${CMAKE_COMMAND} --preset linux-test-objects WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
+  if(WIN32)
+    set(preset windows-test-objects)
+    set(LOFTBAY_TEST_OBJECTS ${PROJECT_SOURCE_DIR}/build/win64-test-objects)
+  else()
+    set(preset linux-test-objects)
+    set(LOFTBAY_TEST_OBJECTS ${PROJECT_SOURCE_DIR}/build/test-objects)
+  endif()
+  execute_process(COMMAND ${CMAKE_COMMAND} --preset ${preset} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 endif()
+
+function(loftbay_compiled_as_tests name)
+  target_compile_options(${name} PRIVATE -O0)
+  set_target_properties(${name} PROPERTIES LOFTBAY_UNOPTIMISED ON)
+  target_precompile_headers(${name} REUSE_FROM loftbay_precompiled_tests)
+endfunction()
 
 # Makes the target `name`: a program, or with LOFTBAY_ONLY_TEST_OBJECTS an archive of what it is linked from.
 function(loftbay_test_sources name)
@@ -37,7 +49,5 @@ function(loftbay_test_sources name)
   else()
     add_executable(${name} ${ARGN})
   endif()
-  target_compile_options(${name} PRIVATE -O0)
-  set_target_properties(${name} PROPERTIES LOFTBAY_UNOPTIMISED ON)
-  target_precompile_headers(${name} REUSE_FROM loftbay_precompiled_tests)
+  loftbay_compiled_as_tests(${name})
 endfunction()
