@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "jttk/codec/v9/topology.h"
+#include "jttk/codec/v9/topology_symbols.h"
 
 namespace jttk {
 

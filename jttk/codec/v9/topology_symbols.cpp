@@ -1,9 +1,10 @@
 // The arrays of the topology coder, in file order, and the hash over them.
+#include "jttk/codec/v9/topology_symbols.h"
+
 #include <span>
 #include <string>
 
 #include "jttk/codec/lookup2.h"
-#include "jttk/codec/v9/topology.h"
 
 namespace jttk {
 namespace {
