@@ -24,7 +24,21 @@ std::string tooBig(std::uint64_t size) {
   return "GLB files are limited to 4 GiB; the scene needs " + std::to_string(size) + " bytes";
 }
 
-std::optional<std::string> write(const SceneFile& scene, const GlbPlan& plan, std::string_view program_path) {
+// What the lengths of the scene are multiplied by.
+GlbRoot rootFor(const SceneFile&, const GlbOptions& options, bool& assumed) {
+  GlbRoot root{.unit_metres = 0.001, .unit = "", .up = options.up};
+  if (options.unit_metres) {
+    root.unit_metres = *options.unit_metres;
+    root.unit = "";
+  } else {
+    assumed = !options.as_is;
+  }
+  root.is_there = !options.as_is;
+  return root;
+}
+
+std::optional<std::string> write(const SceneFile& scene, const GlbPlan& plan, const GlbRoot& root,
+                                 std::string_view program_path) {
   OutputFile file;
   auto failure = file.open(program_path);
   const auto append = [&](std::span<const std::byte> bytes) {
@@ -34,7 +48,7 @@ std::optional<std::string> write(const SceneFile& scene, const GlbPlan& plan, st
   append(std::as_bytes(std::span(header)));
   JsonWriter json([&](std::string_view text) { append(std::as_bytes(std::span(text.data(), text.size()))); },
                   false);
-  writeGlbJson(scene, plan, json);
+  writeGlbJson(scene, plan, root, json);
   constexpr std::string_view kBlanks = "   ";
   append(std::as_bytes(std::span(kBlanks.data(), (4 - file.size() % 4) % 4)));
   const std::uint64_t json_size = file.size() - sizeof(header);
@@ -45,9 +59,9 @@ std::optional<std::string> write(const SceneFile& scene, const GlbPlan& plan, st
     append(std::as_bytes(std::span(binary_header)));
     bool unchanged = true;
     plan.forEachUsed([&](const GlbGeometry& geometry) {
-      const MeshArrays arrays = meshArrays(scene, geometry.mesh);
+      const GlbContent content = contentOf(scene, geometry.mesh);
       for (const GlbArrayKind& kind : kGlbArrays)
-        unchanged = unchanged && kind.write(geometry, arrays, append);
+        unchanged = unchanged && kind.write(geometry, content, append);
     });
     if (!unchanged) return std::string("the scene's file has changed while it was read");
   }
@@ -60,10 +74,11 @@ std::optional<std::string> write(const SceneFile& scene, const GlbPlan& plan, st
 
 }  // namespace
 
-ExportResult exportGlb(const SceneFile& scene, std::string_view program_path) {
-  const GlbPlan plan(scene);
+ExportResult exportGlb(const SceneFile& scene, std::string_view program_path, const GlbOptions& options) {
+  GlbPlan plan(scene);
+  const GlbRoot root = rootFor(scene, options, plan.summary.unit_assumed);
   if (plan.binary_size > kMostBytes) return tl::unexpected(tooBig(plan.binary_size));
-  if (auto failure = write(scene, plan, program_path)) return tl::unexpected(*failure);
+  if (auto failure = write(scene, plan, root, program_path)) return tl::unexpected(*failure);
   return plan.summary;
 }
 

@@ -56,8 +56,27 @@ std::uint64_t indicesOf(MeshType type, std::span<const std::uint32_t> element) {
 
 }  // namespace
 
-GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays) {
-  GlbGeometry geometry{mesh, arrays.type, arrays.pointCount(), 0, 0, localBounds(arrays), {}, {}, {}};
+GlbContent contentOf(const SceneFile& scene, std::uint32_t mesh) {
+  GlbContent content{meshArrays(scene, mesh), {}};
+  if (content.arrays.type == MeshType::Triangles) content.smooth = smoothMesh(content.arrays);
+  return content;
+}
+
+GlbGeometry measure(std::uint32_t mesh, const GlbContent& content) {
+  const MeshArrays& arrays = content.arrays;
+  GlbGeometry geometry{.mesh = mesh, .type = arrays.type};
+  if (arrays.type == MeshType::Triangles) {
+    geometry.point_count = geometry.normal_count = content.smooth.vertices.size();
+    geometry.index_count = content.smooth.corners.size();
+    geometry.element_count = geometry.index_count / 3;
+    for (const SmoothMesh::Vertex& vertex : content.smooth.vertices) {
+      const auto [x, y, z] = arrays.point(vertex.point);
+      geometry.box.add(x, y, z);
+    }
+    return geometry;
+  }
+  geometry.point_count = arrays.pointCount();
+  geometry.box = localBounds(arrays);
   if (!geometry.box.empty()) geometry.stand_in = geometry.box.low;
   forEachWritten(arrays, [&](std::span<const std::uint32_t> element) {
     ++geometry.element_count;
@@ -66,9 +85,14 @@ GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays) {
   return geometry;
 }
 
-bool writePositions(const GlbGeometry& geometry, const MeshArrays& mesh, const GlbAppend& append) {
-  if (mesh.pointCount() != geometry.point_count) return false;
+bool writePositions(const GlbGeometry& geometry, const GlbContent& content, const GlbAppend& append) {
+  const MeshArrays& mesh = content.arrays;
   Pieces out(append);
+  if (geometry.type == MeshType::Triangles) {
+    for (const SmoothMesh::Vertex& vertex : content.smooth.vertices) out.add(mesh.point(vertex.point));
+    return content.smooth.vertices.size() == geometry.point_count;
+  }
+  if (mesh.pointCount() != geometry.point_count) return false;
   for (std::size_t i = 0; i < mesh.pointCount(); ++i) {
     const auto point = mesh.point(i);
     out.add(isFinite(point) ? point : geometry.stand_in);
@@ -76,9 +100,20 @@ bool writePositions(const GlbGeometry& geometry, const MeshArrays& mesh, const G
   return true;
 }
 
-bool writeIndices(const GlbGeometry& geometry, const MeshArrays& mesh, const GlbAppend& append) {
+bool writeNormals(const GlbGeometry& geometry, const GlbContent& content, const GlbAppend& append) {
+  Pieces out(append);
+  for (const SmoothMesh::Vertex& vertex : content.smooth.vertices) out.add(vertex.normal);
+  return content.smooth.vertices.size() == geometry.normal_count;
+}
+
+bool writeIndices(const GlbGeometry& geometry, const GlbContent& content, const GlbAppend& append) {
+  const MeshArrays& mesh = content.arrays;
   if (mesh.type != geometry.type) return false;
   Pieces out(append);
+  if (mesh.type == MeshType::Triangles) {
+    for (const std::uint32_t corner : content.smooth.corners) out.add(corner);
+    return content.smooth.corners.size() == geometry.index_count;
+  }
   std::uint64_t index_count = 0;
   forEachWritten(mesh, [&](std::span<const std::uint32_t> element) {
     index_count += indicesOf(mesh.type, element);

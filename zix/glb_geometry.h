@@ -1,5 +1,6 @@
-// One mesh's arrays as they go into a GLB's binary chunk: all points as three floats, and the indices of
-// whole, finite elements: three per triangle, two per piece of a polyline, one per point.
+// One mesh's arrays as they go into a GLB's binary chunk: points as three floats, for triangles with the
+// normal of the smooth surface there, and the indices of whole, finite elements: three per triangle, two per
+// piece of a polyline (all of a mesh are one primitive), one per point.
 #pragma once
 
 #include <array>
@@ -9,6 +10,7 @@
 
 #include "zix/bounds.h"
 #include "zix/scene_meshes.h"
+#include "zix/smooth_normals.h"
 
 namespace Orb::Zix {
 
@@ -22,16 +24,25 @@ struct GlbArray {
 struct GlbGeometry {
   std::uint32_t mesh;  // object number of one that has these arrays
   MeshType type;
-  std::uint64_t point_count = 0;
+  std::uint64_t point_count = 0;  // of triangles: of their vertices, a point for each normal that it has
   std::uint64_t element_count = 0;
   std::uint64_t index_count = 0;    // 0: there is nothing to show, and nothing is written
-  BoxF box;                         // of all points that are finite
+  std::uint64_t normal_count = 0;   // 0 but for triangles
+  BoxF box = {};                    // of all points that are finite
   std::array<float, 3> stand_in{};  // written for points that are not finite; no element refers to them
-  GlbArray positions;
-  GlbArray indices;
+  GlbArray positions = {};
+  GlbArray normals = {};
+  GlbArray indices = {};
 };
 
-GlbGeometry measure(std::uint32_t mesh, const MeshArrays& arrays);
+// What the arrays of a geometry are made of.
+struct GlbContent {
+  MeshArrays arrays;
+  SmoothMesh smooth;  // of triangles
+};
+
+GlbContent contentOf(const SceneFile& scene, std::uint32_t mesh);
+GlbGeometry measure(std::uint32_t mesh, const GlbContent& content);
 
 using GlbAppend = std::function<void(std::span<const std::byte>)>;
 
@@ -46,17 +57,18 @@ struct GlbArrayKind {
   std::uint32_t component_type;
   std::uint32_t view_target;
   bool has_box;  // the accessor states the geometry's box
-  // Hands over count * entry_size bytes, piece by piece. `arrays` are those that were measured; false when
-  // they have changed since: then it may be more or less.
-  bool (*write)(const GlbGeometry& geometry, const MeshArrays& arrays, const GlbAppend& append);
+  // Hands over count * entry_size bytes, piece by piece. `content` is what was measured; false when it has
+  // changed since: then it may be more or less.
+  bool (*write)(const GlbGeometry& geometry, const GlbContent& content, const GlbAppend& append);
 
   [[nodiscard]] std::uint64_t sizeIn(const GlbGeometry& geometry) const {
     return entry_size * geometry.*count;
   }
 };
 
-bool writePositions(const GlbGeometry& geometry, const MeshArrays& arrays, const GlbAppend& append);
-bool writeIndices(const GlbGeometry& geometry, const MeshArrays& arrays, const GlbAppend& append);
+bool writePositions(const GlbGeometry& geometry, const GlbContent& content, const GlbAppend& append);
+bool writeNormals(const GlbGeometry& geometry, const GlbContent& content, const GlbAppend& append);
+bool writeIndices(const GlbGeometry& geometry, const GlbContent& content, const GlbAppend& append);
 
 // In the order in which they stand in the file.
 inline constexpr std::array kGlbArrays{GlbArrayKind{.attribute = "POSITION",
@@ -68,6 +80,15 @@ inline constexpr std::array kGlbArrays{GlbArrayKind{.attribute = "POSITION",
                                                     .view_target = 34962,    // ARRAY_BUFFER
                                                     .has_box = true,
                                                     .write = writePositions},
+                                       GlbArrayKind{.attribute = "NORMAL",
+                                                    .place = &GlbGeometry::normals,
+                                                    .count = &GlbGeometry::normal_count,
+                                                    .entry_size = 12,
+                                                    .type = "VEC3",
+                                                    .component_type = 5126,  // float
+                                                    .view_target = 34962,    // ARRAY_BUFFER
+                                                    .has_box = false,
+                                                    .write = writeNormals},
                                        GlbArrayKind{.attribute = nullptr,
                                                     .place = &GlbGeometry::indices,
                                                     .count = &GlbGeometry::index_count,
@@ -77,5 +98,13 @@ inline constexpr std::array kGlbArrays{GlbArrayKind{.attribute = "POSITION",
                                                     .view_target = 34963,    // ELEMENT_ARRAY_BUFFER
                                                     .has_box = false,
                                                     .write = writeIndices}};
+
+// Calls `visit(kind)` for those that the geometry has.
+template <typename Visit>
+void forEachArray(const GlbGeometry& geometry, Visit visit) {
+  for (const GlbArrayKind& kind : kGlbArrays) {
+    if (geometry.*kind.count != 0) visit(kind);
+  }
+}
 
 }  // namespace Orb::Zix

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <span>
+#include <vector>
 
 #include "host/portable_math.h"
 #include "zix/materials.h"
@@ -16,7 +17,8 @@ namespace {
 
 class GlbJson {
  public:
-  GlbJson(const SceneFile& scene, const GlbPlan& plan) : scene_(scene), plan_(plan) {}
+  GlbJson(const SceneFile& scene, const GlbPlan& plan, const GlbRoot& root)
+      : scene_(scene), plan_(plan), root_(root) {}
 
   void writeJson(JsonWriter& json) const {
     json.beginObject();
@@ -26,13 +28,6 @@ class GlbJson {
     json.text("2.0");
     json.key("generator");
     json.text("zix");
-    json.key("extras");
-    json.beginObject();
-    json.key("unit");
-    json.text("the scene's own, usually mm");
-    json.key("up");
-    json.text("+Z");
-    json.end();
     json.end();
     json.key("scene");
     json.number(std::uint64_t{0});
@@ -52,10 +47,42 @@ class GlbJson {
     if (!plan_.nodes.empty()) {
       json.key("nodes");
       json.beginArray();
-      for (const std::uint32_t root : scene_.treeRoots())
-        json.number(std::uint64_t{plan_.node_numbers[root]});
+      root_.is_there ? json.number(std::uint64_t{plan_.nodes.size()}) : writeRoots(json);
       json.end();
     }
+    json.end();
+    json.end();
+  }
+
+  void writeRoots(JsonWriter& json) const {
+    for (const std::uint32_t root : scene_.treeRoots()) json.number(std::uint64_t{plan_.node_numbers[root]});
+  }
+
+  // Behind all others, so that those have the same numbers with and without it.
+  void writeRoot(JsonWriter& json) const {
+    json.beginObject();
+    writeName(json, "metres, y up");
+    const double half = std::sqrt(0.5);
+    if (root_.up == UpAxis::Z) writeNumbers(json, "rotation", std::array{-half, 0.0, 0.0, half});
+    if (root_.up == UpAxis::X) writeNumbers(json, "rotation", std::array{half, half, 0.0, 0.0});
+    const double scale = root_.unit_metres;
+    if (scale != 1) writeNumbers(json, "scale", std::array{scale, scale, scale});
+    json.key("children");
+    json.beginArray();
+    writeRoots(json);
+    json.end();
+    json.key("extras");
+    json.beginObject();
+    json.key("zix_root");
+    json.boolean(true);
+    if (!root_.unit.empty()) {
+      json.key("zix_unit");
+      json.text(root_.unit);
+    }
+    json.key("zix_unit_metres");
+    json.number(root_.unit_metres);
+    json.key("zix_up");
+    json.text(root_.up == UpAxis::X ? "x" : root_.up == UpAxis::Y ? "y" : "z");
     json.end();
     json.end();
   }
@@ -64,6 +91,7 @@ class GlbJson {
     json.key("nodes");
     json.beginArray();
     for (const std::uint32_t object : plan_.nodes) writeNode(json, object);
+    if (root_.is_there) writeRoot(json);
     json.end();
   }
 
@@ -133,14 +161,15 @@ class GlbJson {
     json.key("accessors");
     json.beginArray();
     plan_.forEachUsed([&](const GlbGeometry& geometry) {
-      for (const GlbArrayKind& kind : kGlbArrays) writeAccessor(json, geometry, kind);
+      forEachArray(geometry, [&](const GlbArrayKind& kind) { writeAccessor(json, geometry, kind); });
     });
     json.end();
     json.key("bufferViews");
     json.beginArray();
     plan_.forEachUsed([&](const GlbGeometry& geometry) {
-      for (const GlbArrayKind& kind : kGlbArrays)
+      forEachArray(geometry, [&](const GlbArrayKind& kind) {
         writeBufferView(json, geometry.*kind.place, kind.view_target);
+      });
     });
     json.end();
     json.key("buffers");
@@ -155,22 +184,23 @@ class GlbJson {
   void writeMesh(JsonWriter& json, const GlbPlan::Mesh& mesh) const {
     const GlbGeometry& geometry = plan_.geometries[mesh.geometry];
     json.beginObject();
+    writeName(json, scene_.name(mesh.named_by));
     json.key("primitives");
     json.beginArray();
     json.beginObject();
     json.key("attributes");
     json.beginObject();
-    for (const GlbArrayKind& kind : kGlbArrays) {
-      if (kind.attribute == nullptr) continue;
+    forEachArray(geometry, [&](const GlbArrayKind& kind) {
+      if (kind.attribute == nullptr) return;
       json.key(kind.attribute);
       json.number((geometry.*kind.place).number);
-    }
+    });
     json.end();
-    for (const GlbArrayKind& kind : kGlbArrays) {
-      if (kind.attribute != nullptr) continue;
+    forEachArray(geometry, [&](const GlbArrayKind& kind) {
+      if (kind.attribute != nullptr) return;
       json.key("indices");
       json.number((geometry.*kind.place).number);
-    }
+    });
     json.key("material");
     json.number(std::uint64_t{mesh.material});
     json.key("mode");
@@ -249,12 +279,13 @@ class GlbJson {
 
   const SceneFile& scene_;
   const GlbPlan& plan_;
+  const GlbRoot& root_;
 };
 
 }  // namespace
 
-void writeGlbJson(const SceneFile& scene, const GlbPlan& plan, JsonWriter& json) {
-  GlbJson(scene, plan).writeJson(json);
+void writeGlbJson(const SceneFile& scene, const GlbPlan& plan, const GlbRoot& root, JsonWriter& json) {
+  GlbJson(scene, plan, root).writeJson(json);
 }
 
 }  // namespace Orb::Zix

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "zix/checksum.h"
+#include "zix/mesh_figures.h"
 #include "zix/scene_meshes.h"
 #include "zix/tree_walk.h"
 
@@ -47,37 +48,54 @@ bool isFinite(const Matrix& matrix) {
 GlbPlan::GlbPlan(const SceneFile& scene)
     : node_numbers(scene.objectCount(), kNone), mesh_numbers(scene.objectCount(), kNone), scene_(scene) {
   for (const PlacedMesh& placed : placedMeshes(scene)) {
-    const MeshArrays arrays = meshArrays(scene, placed.mesh);
-    const std::size_t number = geometryNumber(placed.mesh, arrays);
+    const std::size_t number = geometryNumber(placed.mesh);
     const GlbGeometry* geometry = &geometries[number];
+    const std::uint64_t element_count = elementCount(scene, placed.mesh);
     if (geometry->index_count == 0 || !isFinite(placed.world)) {
-      summary.left_out += arrays.lengths.size();
+      summary.left_out += element_count;
       continue;
     }
     summary.written += geometry->element_count;
-    summary.left_out += arrays.lengths.size() - geometry->element_count;
+    summary.left_out += element_count - geometry->element_count;
     const std::size_t material = materialNumber(placed.material);
     const auto [entry, is_new] = mesh_by_parts_.try_emplace({number, material}, meshes.size());
-    if (is_new) meshes.push_back({number, material});
+    const std::uint32_t shape = scene.object(placed.mesh).parent;
+    if (is_new) meshes.push_back({number, material, shape == kNone ? placed.mesh : shape});
     mesh_numbers[placed.mesh] = static_cast<std::uint32_t>(entry->second);
   }
   placeInBuffer();
   numberNodes();
 }
 
-std::size_t GlbPlan::geometryNumber(std::uint32_t mesh, const MeshArrays& arrays) {
-  std::vector<std::uint64_t> facts{static_cast<std::uint64_t>(arrays.type), arrays.dimension};
-  for (const auto bytes : arrayBytes(arrays)) {
-    facts.push_back(bytes.size());
-    facts.push_back(checksum(bytes));
+// As a rule equal arrays are one chunk, and nothing is read to find that out.
+std::size_t GlbPlan::geometryNumber(std::uint32_t mesh) {
+  const GeometryKey key = geometryKey(scene_, mesh);
+  const auto known = geometry_by_key_.find(key);
+  if (known != geometry_by_key_.end()) return known->second;
+  return geometry_by_key_[key] = newGeometryNumber(mesh);
+}
+
+// In a scene of another writer they may be there several times. What the file states of them finds the
+// candidates.
+std::size_t GlbPlan::newGeometryNumber(std::uint32_t mesh) {
+  const GeometryKey key = geometryKey(scene_, mesh);
+  std::vector<std::uint64_t> facts{key[0], key[1]};
+  for (std::size_t i = 2; i < key.size(); ++i) {
+    const std::uint64_t size = key[i] == kNone ? 0 : scene_.chunks()[key[i]].size;
+    facts.push_back(size);
+    facts.push_back(size == 0 ? 0 : scene_.chunks()[key[i]].checksum);
   }
-  const std::uint64_t key = checksum(std::as_bytes(std::span(facts)));
-  const auto [begin, end] = geometry_by_key_.equal_range(key);
-  for (auto entry = begin; entry != end; ++entry) {
-    if (isSame(meshArrays(scene_, geometries[entry->second].mesh), arrays)) return entry->second;
+  const std::uint64_t facts_key = checksum(std::as_bytes(std::span(facts)));
+  const auto [begin, end] = geometry_by_facts_.equal_range(facts_key);
+  const GlbContent content = contentOf(scene_, mesh);
+  // A file that states the same of very many different arrays is made to take long.
+  constexpr int kMostCandidates = 4;
+  int candidates = 0;
+  for (auto entry = begin; entry != end && candidates < kMostCandidates; ++entry, ++candidates) {
+    if (isSame(meshArrays(scene_, geometries[entry->second].mesh), content.arrays)) return entry->second;
   }
-  geometries.push_back(measure(mesh, arrays));
-  geometry_by_key_.emplace(key, geometries.size() - 1);
+  geometries.push_back(measure(mesh, content));
+  geometry_by_facts_.emplace(facts_key, geometries.size() - 1);
   return geometries.size() - 1;
 }
 
@@ -101,7 +119,8 @@ void GlbPlan::placeInBuffer() {
   };
   for (GlbGeometry& geometry : geometries) {
     if (geometry.index_count == 0) continue;
-    for (const GlbArrayKind& kind : kGlbArrays) place(geometry.*kind.place, kind.sizeIn(geometry));
+    forEachArray(geometry,
+                 [&](const GlbArrayKind& kind) { place(geometry.*kind.place, kind.sizeIn(geometry)); });
   }
 }
 

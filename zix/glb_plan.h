@@ -28,6 +28,7 @@ class GlbPlan {
   struct Mesh {
     std::size_t geometry;
     std::size_t material;
+    std::uint32_t named_by;  // object whose name it has: the shape that used it first
   };
 
   // `scene` outlives the plan.
@@ -53,13 +54,15 @@ class GlbPlan {
   std::vector<std::uint32_t> mesh_numbers;  // by object
 
  private:
-  std::size_t geometryNumber(std::uint32_t mesh, const MeshArrays& arrays);
+  std::size_t geometryNumber(std::uint32_t mesh);
+  std::size_t newGeometryNumber(std::uint32_t mesh);
   std::size_t materialNumber(std::uint32_t material);
   void placeInBuffer();
   void numberNodes();
 
   const SceneFile& scene_;
-  std::unordered_multimap<std::uint64_t, std::size_t> geometry_by_key_;
+  std::map<GeometryKey, std::size_t> geometry_by_key_;
+  std::unordered_multimap<std::uint64_t, std::size_t> geometry_by_facts_;
   std::uint64_t array_count_ = 0;  // in the buffer so far
   std::map<std::string, std::size_t> material_by_bytes_;
   std::map<std::pair<std::size_t, std::size_t>, std::size_t> mesh_by_parts_;

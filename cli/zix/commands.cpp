@@ -92,12 +92,29 @@ std::vector<Option> allOptions() {
       },
       {
           .name = "--up",
-          .help = "the axis of the model that points upwards; the views stand accordingly",
+          .help = "the axis of the model that points upwards: a picture's views stand accordingly, a GLB is "
+                  "turned",
           .kind = OptionKind::Choice,
           .argument = "AXIS",
           .choices = {"x", "y", "z"},
           .default_value = "z",
-          .commands = {"render"},
+          .commands = {"export", "render"},
+      },
+      {
+          .name = "--unit",
+          .help = "of the scene's lengths, for a GLB, which is in metres: m, cm, mm, in, ft, … or a length "
+                  "in metres; "
+                  "else the scene's own, else mm",
+          .kind = OptionKind::Text,
+          .argument = "UNIT",
+          .valid = "a unit (um, mm, cm, dm, m, km, mil, in, ft, yd, mi) or a length in metres",
+          .accepts = canBeRead<unitIn>,
+          .commands = {"export"},
+      },
+      {
+          .name = "--as-is",
+          .help = "a GLB with the scene's own lengths and axes",
+          .commands = {"export"},
       },
       {
           .name = "--background",

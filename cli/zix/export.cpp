@@ -1,4 +1,6 @@
 // zix export: picks the format by the output's extension.
+#include <fmt/core.h>
+
 #include <algorithm>
 
 #include "cli/zix/open_scene.h"
@@ -9,15 +11,29 @@ namespace loftbay::cli {
 
 namespace {
 
-using Exporter = Orb::Zix::ExportResult (*)(const Orb::Zix::SceneFile&, std::string_view);
+using namespace Orb::Zix;
+
+using Exporter = ExportResult (*)(const SceneFile&, std::string_view, const CommandLine&);
+
+ExportResult writeGlb(const SceneFile& scene, std::string_view program_path, const CommandLine& call) {
+  GlbOptions options{.as_is = call.has("--as-is")};
+  if (const auto unit = call.value("--unit")) options.unit_metres = unitIn(*unit);
+  if (const auto up = call.value("--up")) options.up = *upAxisIn(*up);
+  return exportGlb(scene, program_path, options);
+}
+ExportResult writeStl(const SceneFile& scene, std::string_view program_path, const CommandLine&) {
+  return exportStl(scene, program_path);
+}
+ExportResult writeObj(const SceneFile& scene, std::string_view program_path, const CommandLine&) {
+  return exportObj(scene, program_path);
+}
 
 struct Format {
   std::string_view extension;
   Exporter write;
 };
 
-constexpr Format kFormats[] = {
-    {".glb", Orb::Zix::exportGlb}, {".stl", Orb::Zix::exportStl}, {".obj", Orb::Zix::exportObj}};
+constexpr Format kFormats[] = {{".glb", writeGlb}, {".stl", writeStl}, {".obj", writeObj}};
 
 }  // namespace
 
@@ -31,15 +47,28 @@ int runExport(const CommandLine& call) {
       known += (known.empty() ? "" : ", ") + std::string(format.extension);
     return refuseUsage("'" + call.operands()[1] + "' has none of the extensions " + known);
   }
+  for (const char* const option : {"--unit", "--up", "--as-is"}) {
+    if (!call.has(option)) continue;
+    if (extension != ".glb")
+      return refuseUsage(
+          fmt::format("'{}' is for .glb: other formats have the scene's own lengths and axes", option));
+    if (call.has("--as-is") && option != std::string_view("--as-is"))
+      return refuseUsage(fmt::format("'{}' does not go with '--as-is'", option));
+  }
   if (isSameFile(call.operands()[0], call.operands()[1])) {
     return refuseUsage("input and output are the same file");
   }
   const auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
-  const auto result = found->write(*scene, host::toProgramPath(call.operands()[1]));
+  const auto result = found->write(*scene, host::toProgramPath(call.operands()[1]), call);
   if (!result) {
     complain(kProgram, result.error());
     return kFailed;
+  }
+  if (result->unit_assumed) {
+    complain(kProgram,
+             call.operands()[0] +
+                 ": states no unit of a known length; taken as millimetres ('--unit' says otherwise)");
   }
   if (result->left_out != 0) {
     complain(kProgram, call.operands()[0] + ": left out " + std::to_string(result->left_out) +

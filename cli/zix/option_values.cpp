@@ -40,6 +40,21 @@ std::optional<Orb::Zix::UpAxis> upAxisIn(std::string_view text) {
   return std::nullopt;
 }
 
+std::optional<double> unitIn(std::string_view text) {
+  struct Unit {
+    std::string_view name;
+    double metres;
+  };
+  constexpr Unit kUnits[] = {{"um", 1e-6},   {"mm", 0.001},  {"cm", 0.01},     {"dm", 0.1},
+                             {"m", 1},       {"km", 1000},   {"mil", 2.54e-5}, {"in", 0.0254},
+                             {"ft", 0.3048}, {"yd", 0.9144}, {"mi", 1609.344}};
+  for (const Unit& unit : kUnits) {
+    if (unit.name == text) return unit.metres;
+  }
+  const auto value = numberIn<double>(text);
+  return value && *value >= 1e-15 && *value <= 1e15 ? value : std::nullopt;
+}
+
 std::string extensionOf(std::string_view path) {
   const auto separator = path.find_last_of("/\\");
   const auto name = separator == std::string_view::npos ? 0 : separator + 1;

@@ -26,6 +26,9 @@ std::optional<Orb::Zix::Color4> backgroundIn(std::string_view text);
 // "x", "y" or "z".
 std::optional<Orb::Zix::UpAxis> upAxisIn(std::string_view text);
 
+// The length in metres of a unit, stated by its short name or as that number.
+std::optional<double> unitIn(std::string_view text);
+
 // In lower case, with its dot; empty: the name has none.
 std::string extensionOf(std::string_view path);
 
