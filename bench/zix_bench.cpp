@@ -43,9 +43,10 @@ void BM_ZixWriteArrays(benchmark::State& state) {
     system::remove(system::nativePath(path));
     Scene_V1 scene("Model");
     scene.saveTo(path.c_str(), " ", true, true);
+    std::vector<float> own = values();
     for (std::size_t i = 0; i < kArrays; ++i) {
-      scene.setValues<float>(scene.createObject(ObjectType::Coordinates), values().data(),
-                             values().size() / 3);
+      own.front() = static_cast<float>(i) + 0.5F;  // equal arrays would be stored once
+      scene.setValues<float>(scene.createObject(ObjectType::Coordinates), own.data(), own.size() / 3);
     }
     scene.closeFile(path.c_str());
   }
@@ -83,9 +84,9 @@ const std::string& manyObjects() {
     Scene_V1 scene("Model");
     scene.saveTo(path.c_str(), " ", true, true);
     const auto root = scene.createObject(ObjectType::Node);
-    const float point[3] = {1, 2, 3};
-    const unsigned int index = 0;
+    unsigned int index = 0;
     for (int i = 0; i < 12500; ++i) {
+      const float point[3] = {static_cast<float>(i), 2, 3};
       const auto node = scene.createObject(ObjectType::Node);
       scene.setName(node, ("part number " + std::to_string(i)).c_str());
       const auto transform = scene.createObject(ObjectType::Transform);
@@ -100,7 +101,9 @@ const std::string& manyObjects() {
       const auto indices = scene.createObject(ObjectType::IndexArray);
       scene.setValues<unsigned int>(indices, &index, 1);
       const auto lengths = scene.createObject(ObjectType::IndexArray);
+      ++index;
       scene.setValues<unsigned int>(lengths, &index, 1);
+      ++index;
       scene.setConnectivity(mesh, indices, lengths);
       scene.setMaterial(mesh, scene.createObject(ObjectType::Material));
     }

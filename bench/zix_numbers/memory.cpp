@@ -70,13 +70,28 @@ class CountingScene {
   Scene_V1 scene_{"Model"};
 };
 
-const std::vector<float> kPoint = {1, 2, 3};
-const unsigned int kIndex = 0;
+// Arrays that no other object has: equal ones would be kept once.
+class OwnArrays {
+ public:
+  void giveTo(Scene_V1& scene, const ObjectId& id) {
+    ++number_;
+    if (id.second == static_cast<std::uint64_t>(ObjectType::Coordinates)) {
+      const float point[3] = {static_cast<float>(number_ % 4096), static_cast<float>(number_ / 4096), 3};
+      scene.setValues<float>(id, point, 1);
+    } else {
+      scene.setValues<unsigned int>(id, &number_, 1);
+    }
+  }
+
+ private:
+  unsigned int number_ = 0;
+};
 
 }  // namespace
 
 Made writeParts(const std::string& path, std::uint64_t objects) {
   CountingScene scene(path);
+  OwnArrays arrays;
   const auto root = scene.make(ObjectType::Node, "root");
   for (std::uint64_t i = 0; i < objects / 8; ++i) {
     const std::string name = "part number " + std::to_string(i);
@@ -87,12 +102,12 @@ Made writeParts(const std::string& path, std::uint64_t objects) {
     const auto mesh = scene.make(ObjectType::Mesh, "mesh");
     (*scene).addComponent(shape, mesh);
     const auto coordinates = scene.make(ObjectType::Coordinates, "");
-    (*scene).setValues<float>(coordinates, kPoint.data(), 1);
+    arrays.giveTo(*scene, coordinates);
     (*scene).setCoordinates(mesh, coordinates);
     const auto indices = scene.make(ObjectType::IndexArray, "");
-    (*scene).setValues<unsigned int>(indices, &kIndex, 1);
+    arrays.giveTo(*scene, indices);
     const auto lengths = scene.make(ObjectType::IndexArray, "");
-    (*scene).setValues<unsigned int>(lengths, &kIndex, 1);
+    arrays.giveTo(*scene, lengths);
     (*scene).setConnectivity(mesh, indices, lengths);
     (*scene).setMaterial(mesh, scene.make(ObjectType::Material, "Material"));
   }
@@ -105,10 +120,11 @@ namespace {
 // Arrays of coordinates with long names: the objects for which the scene keeps most.
 Made writeCoordinates(std::uint64_t objects) {
   CountingScene scene;
+  OwnArrays arrays;
   const auto root = scene.make(ObjectType::Node, "root");
   for (std::uint64_t i = 1; i < objects; ++i) {
     const auto id = scene.make(ObjectType::Coordinates, "some longer name of its own " + std::to_string(i));
-    (*scene).setValues<float>(id, kPoint.data(), 1);
+    arrays.giveTo(*scene, id);
   }
   scene.finish(root);
   return scene.made;
@@ -122,10 +138,11 @@ Made writeNodes(std::uint64_t objects) {
   return scene.made;
 }
 
-Made writeBigArrays(const std::vector<float>& values) {
+Made writeBigArrays(std::vector<float>& values) {
   CountingScene scene;
   const auto root = scene.make(ObjectType::Node, "root");
   for (int i = 0; i < 4; ++i) {
+    values.front() = static_cast<float>(i);
     (*scene).setValues<float>(scene.make(ObjectType::Coordinates, ""), values.data(), values.size() / 3);
   }
   scene.finish(root);
@@ -139,7 +156,7 @@ void measureMemory() {
   const std::uint64_t objects = quick ? 10'000 : 1'000'000;
   // Asked for here, so that the processes find this one's folder made.
   const std::string path = scratchPath("memory.zix");
-  const std::vector<float> big(quick ? 30'000 : 48'000'000, 1.0F);
+  std::vector<float> big(quick ? 30'000 : 48'000'000, 1.0F);
   const auto measure = [&](const std::string& what, const std::function<Made()>& write) {
     const auto [made, grown] = memoryOf(write);
     const std::uint64_t limit = kBase + 200 * made.objects + made.name_bytes;

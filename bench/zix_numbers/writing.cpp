@@ -40,6 +40,7 @@ void measureWriting() {
     Scene_V1 writer("Model");
     writer.saveTo(path.c_str(), " ", true, true);
     for (std::size_t i = 0; i < arrays; ++i) {
+      values.front() = static_cast<float>(i);  // equal arrays would be stored once
       writer.setValues<float>(writer.createObject(ObjectType::Coordinates), values.data(), values.size() / 3);
     }
     writer.closeFile(path.c_str());
