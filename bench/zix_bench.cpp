@@ -84,7 +84,7 @@ const std::string& manyObjects() {
     Scene_V1 scene("Model");
     scene.saveTo(path.c_str(), " ", true, true);
     const auto root = scene.createObject(ObjectType::Node);
-    unsigned int index = 0;
+    const unsigned int index = 0;
     for (int i = 0; i < 12500; ++i) {
       const float point[3] = {static_cast<float>(i), 2, 3};
       const auto node = scene.createObject(ObjectType::Node);
@@ -101,9 +101,7 @@ const std::string& manyObjects() {
       const auto indices = scene.createObject(ObjectType::IndexArray);
       scene.setValues<unsigned int>(indices, &index, 1);
       const auto lengths = scene.createObject(ObjectType::IndexArray);
-      ++index;
       scene.setValues<unsigned int>(lengths, &index, 1);
-      ++index;
       scene.setConnectivity(mesh, indices, lengths);
       scene.setMaterial(mesh, scene.createObject(ObjectType::Material));
     }

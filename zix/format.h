@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 namespace Orb::Zix::format {
 
@@ -18,7 +19,7 @@ inline constexpr std::array<unsigned char, 8> kMagic = {0x89, 'Z', 'I', 'X', '\r
 inline constexpr std::uint16_t kMajorVersion = 1;
 // The newest minor version that the structures below know. Files of later ones are read as far as these go.
 // The writer states the lowest version that holds its scene.
-inline constexpr std::uint16_t kNewestKnownMinor = 0;
+inline constexpr std::uint16_t kNewestKnownMinor = 1;
 // Every chunk starts at a multiple of this, and the bytes between two chunks are zero.
 inline constexpr std::uint64_t kAlignment = 64;
 // "No object", "no chunk".
@@ -47,16 +48,18 @@ inline constexpr std::uint32_t kIndexChunk = chunkType("INDX");
 inline constexpr std::uint32_t kTransformChunk = chunkType("XFRM");
 inline constexpr std::uint32_t kMaterialChunk = chunkType("MATL");
 inline constexpr std::uint32_t kViewChunk = chunkType("VIEW");
+inline constexpr std::uint32_t kPropertyChunk = chunkType("PROP");
 
 // Records grow at their end. A structure below lists the bytes that its record has since which minor version,
-// beginning with version 0 and ending with its own size. A field that is added gets an initialiser for the
-// rows of older files, which do not have it: 0, or kNone where it is the number of an object or chunk.
+// beginning with the version that introduced its table and ending with its own size. A field that is added
+// gets an initialiser for the rows of older files, which do not have it: 0, or kNone where it is the number
+// of an object or chunk.
 struct RecordSize {
   std::uint16_t since_minor;
   std::uint32_t bytes;
 };
 
-// The size of a record in a file of minor version `minor`.
+// The size of a record in a file of minor version `minor`; 0 when that version has no such table.
 constexpr std::uint32_t recordSizeIn(std::span<const RecordSize> sizes, std::uint16_t minor) {
   std::uint32_t bytes = 0;
   for (const RecordSize& size : sizes) {
@@ -65,14 +68,14 @@ constexpr std::uint32_t recordSizeIn(std::span<const RecordSize> sizes, std::uin
   return bytes;
 }
 
-// Whether a structure's list is in order: from version 0 on, sizes that grow in steps that keep the fields of
-// the next row aligned, the structure's own at the end.
+// Whether a structure's list is in order: versions that are known, sizes that grow in steps that keep the
+// fields of the next row aligned, the structure's own at the end.
 template <typename Record>
 constexpr bool hasItsListedSizes() {
   RecordSize before{0, 0};
   for (const RecordSize& size : Record::kSizes) {
-    const bool follows = before.bytes == 0 ? size.since_minor == 0 : size.since_minor > before.since_minor;
-    if (!follows || size.since_minor > kNewestKnownMinor) return false;
+    if (before.bytes != 0 && size.since_minor <= before.since_minor) return false;
+    if (size.since_minor > kNewestKnownMinor) return false;
     if (size.bytes <= before.bytes || size.bytes % alignof(Record) != 0) return false;
     before = size;
   }
@@ -203,5 +206,22 @@ struct ViewRecord {
   double height;
 };
 static_assert(hasItsListedSizes<ViewRecord>());
+
+// A text under a key, of an object or of the scene.
+struct PropertyRecord {
+  static constexpr RecordSize kSizes[] = {{1, 32}};
+  std::uint64_t key_offset;
+  std::uint64_t value_offset;
+  std::uint32_t key_size;
+  std::uint32_t value_size;
+  std::uint32_t object = kNone;  // object number; kNone: the scene
+  std::uint32_t reserved = 0;
+};
+static_assert(hasItsListedSizes<PropertyRecord>());
+// In bytes. Keys are compared with each other, so their length bounds the work of a check.
+inline constexpr std::uint32_t kLongestPropertyKey = 1024;
+// The scene's unit: its name, and its length in metres as a decimal number.
+inline constexpr std::string_view kUnitKey = "unit";
+inline constexpr std::string_view kUnitMetresKey = "unit_metres";
 
 }  // namespace Orb::Zix::format

@@ -2,6 +2,8 @@
 #include "zix/reader.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <new>
 
 #include "zix/checksum.h"
@@ -140,6 +142,46 @@ std::optional<format::TransformRecord> SceneFile::placement(std::uint32_t number
   const std::uint32_t placement = objects_[number].placement;
   if (placement == kNone) return std::nullopt;
   return transform(placement);
+}
+
+std::vector<SceneFile::Property> SceneFile::propertiesOf(std::uint32_t owner) const {
+  // The rows are in the order of their owners, the scene first: its number plus one is 0.
+  std::size_t low = 0;
+  std::size_t high = properties_.size();
+  while (low < high) {
+    const std::size_t middle = low + (high - low) / 2;
+    if (properties_[middle].object + 1U < owner + 1U) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  std::vector<Property> found;
+  for (; low < properties_.size() && properties_[low].object == owner; ++low) {
+    const format::PropertyRecord row = properties_[low];
+    found.push_back({text(row.key_offset, row.key_size), text(row.value_offset, row.value_size)});
+  }
+  return found;
+}
+
+std::vector<SceneFile::Property> SceneFile::sceneProperties() const { return propertiesOf(kNone); }
+std::vector<SceneFile::Property> SceneFile::properties(std::uint32_t number) const {
+  return propertiesOf(number);
+}
+
+std::optional<SceneFile::Unit> SceneFile::unit() const {
+  std::optional<Unit> unit;
+  std::optional<double> metres;
+  for (const Property& property : sceneProperties()) {
+    if (property.key == format::kUnitKey) unit = Unit{property.value, std::nullopt};
+    if (property.key != format::kUnitMetresKey) continue;
+    double value = 0;
+    const char* const end = property.value.data() + property.value.size();
+    const auto result = std::from_chars(property.value.data(), end, value);
+    if (result.ec == std::errc() && result.ptr == end && std::isfinite(value) && value > 0) metres = value;
+  }
+  if (unit) unit->metres = metres;
+  return unit;
 }
 
 format::MeshRecord SceneFile::mesh(std::uint32_t number) const { return meshes_[objects_[number].ordinal]; }

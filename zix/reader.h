@@ -178,6 +178,21 @@ class SceneFile {
   // The transform that places the object under its parent, or nothing.
   [[nodiscard]] std::optional<format::TransformRecord> placement(std::uint32_t number) const;
 
+  // --- properties -----------------------------------------------------------------------------------------
+  // In the order in which they were set. Any bytes.
+  struct Property {
+    std::string_view key;
+    std::string_view value;
+  };
+  [[nodiscard]] std::vector<Property> sceneProperties() const;
+  [[nodiscard]] std::vector<Property> properties(std::uint32_t number) const;
+  // What the scene's lengths are measured in, or nothing where that is not stated.
+  struct Unit {
+    std::string_view name;
+    std::optional<double> metres;  // the length of one; nothing for a unit that is not known
+  };
+  [[nodiscard]] std::optional<Unit> unit() const;
+
   // Each of these takes the number of an object of its type.
   [[nodiscard]] format::MeshRecord mesh(std::uint32_t number) const;
   [[nodiscard]] format::TransformRecord transform(std::uint32_t number) const;
@@ -197,6 +212,8 @@ class SceneFile {
   [[nodiscard]] std::string_view text(std::uint64_t offset, std::uint32_t size) const;
   // Checks the structure of what the members below hold.
   static tl::expected<SceneFile, ReadError> checked(SceneFile scene);
+  // Of an object, or kNone: the scene.
+  [[nodiscard]] std::vector<Property> propertiesOf(std::uint32_t owner) const;
   // The bytes in place, or copied into memory of their own.
   [[nodiscard]] Values<std::byte> read(std::uint64_t offset, std::uint64_t size) const;
   [[nodiscard]] Values<std::byte> readFile(std::uint64_t offset, std::uint64_t size) const;
@@ -231,6 +248,7 @@ class SceneFile {
   Table<format::TransformRecord> transforms_;
   Table<format::MaterialRecord> materials_;
   Table<format::ViewRecord> views_;
+  Table<format::PropertyRecord> properties_;
 };
 
 }  // namespace Orb::Zix

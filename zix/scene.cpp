@@ -17,10 +17,19 @@ namespace {
 // A null text counts as an empty one.
 std::string_view textOf(const char* text) { return text != nullptr ? std::string_view(text) : ""; }
 
+struct PropertiesAreGone {
+  PropertiesAreGone() = default;
+  PropertiesAreGone(const PropertiesAreGone&) = delete;
+  PropertiesAreGone& operator=(const PropertiesAreGone&) = delete;
+  ~PropertiesAreGone() { dropPendingProperties(); }
+};
+
 }  // namespace
 
 Scene_V0::Scene_V0(const char* model_name) : impl_(std::make_unique<Impl>(textOf(model_name))) {}
-Scene_V0::~Scene_V0() = default;
+Scene_V0::~Scene_V0() {
+  if (!impl_->closed) dropPendingProperties();
+}
 
 void Scene_V0::saveTo(const char* path, const char* text, bool first_flag, bool second_flag) {
   Impl& impl = *impl_;
@@ -66,6 +75,8 @@ void Scene_V0::closeFile(const char* path) {
   Impl& impl = *impl_;
   impl.refuseWhenClosed("closeFile");
   impl.closed = true;
+  // Whatever happens below, the next scene does not get them.
+  const PropertiesAreGone properties_are_gone;
   if (!impl.bound) throw SceneError("closeFile: saveTo was never called");
   if (impl.out_of_memory) {
     impl.file.discard();
@@ -77,7 +88,13 @@ void Scene_V0::closeFile(const char* path) {
                      std::string(textOf(path)));
   }
   try {
-    if (!impl.failure) impl.finishFile();
+    if (!impl.failure) {
+      impl.takeProperties();
+      impl.finishFile();
+    }
+  } catch (const SceneError&) {
+    impl.file.discard();
+    throw;
   } catch (const std::bad_alloc&) {
     impl.file.discard();
     throw SceneError(loftbay::host::toHostPath(impl.bound_path) + ": write failed: out of memory");

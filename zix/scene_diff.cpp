@@ -100,6 +100,7 @@ class Diff {
     compareTexts("the save text", a_.saveText(), b_.saveText());
     compareCounts("the first flag", a_.firstFlag() ? 1 : 0, b_.firstFlag() ? 1 : 0);
     compareCounts("the second flag", a_.secondFlag() ? 1 : 0, b_.secondFlag() ? 1 : 0);
+    compareProperties(a_.sceneProperties(), b_.sceneProperties());
     compareCounts("the number of views", a_.viewCount(), b_.viewCount());
     for (std::size_t i = 0; i < std::min(a_.viewCount(), b_.viewCount()); ++i) compareViews(i);
   }
@@ -149,10 +150,36 @@ class Diff {
       return;
     }
     compareTexts("the name", a_.name(a), b_.name(b));
+    compareProperties(a_.properties(a), b_.properties(b));
     comparePlacements(a_.placement(a), b_.placement(b));
     compareMaterials(a_.object(a).material, b_.object(b).material);
     if (a_.type(a) == ObjectType::Mesh) compareMeshes(a, b);
     compareCounts("the number of children", a_.children(a).size(), b_.children(b).size());
+  }
+
+  // By key: their order means nothing.
+  void compareProperties(std::vector<SceneFile::Property> a, std::vector<SceneFile::Property> b) {
+    const auto byKey = [](const SceneFile::Property& first, const SceneFile::Property& second) {
+      return first.key < second.key;
+    };
+    std::sort(a.begin(), a.end(), byKey);
+    std::sort(b.begin(), b.end(), byKey);
+    const auto name = [](const SceneFile::Property& property) {
+      return "the property \"" + loftbay::host::shownText(property.key) + "\"";
+    };
+    auto left = a.begin();
+    auto right = b.begin();
+    while (left != a.end() || right != b.end()) {
+      if (right == b.end() || (left != a.end() && left->key < right->key)) {
+        report(name(*left++) + " is in the first scene only");
+      } else if (left == a.end() || right->key < left->key) {
+        report(name(*right++) + " is in the second scene only");
+      } else {
+        compareTexts(name(*left), left->value, right->value);
+        ++left;
+        ++right;
+      }
+    }
   }
 
   void comparePlacements(const std::optional<format::TransformRecord>& a,

@@ -18,8 +18,9 @@ struct DiffResult {
 };
 
 // Numbers are equal when they differ by at most `tolerance`, or have the same bits, or are both NaN. With a
-// tolerance below 0 only the same bits are equal. Compared are application, model and flags, views, and
-// for every object of the tree its type, name, placement, material, and a mesh's type and arrays.
+// tolerance below 0 only the same bits are equal. Compared are application, model and flags, views, the
+// scene's properties, and for every object of the tree its type, name, properties, placement, material, and a
+// mesh's type and arrays.
 DiffResult diffScenes(const SceneFile& a, const SceneFile& b, double tolerance);
 
 }  // namespace Orb::Zix

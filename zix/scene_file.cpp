@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "zix/checksum.h"
+#include "zix/pending_properties.h"
 #include "zix/scene_impl.h"
 
 namespace Orb::Zix {
@@ -107,7 +108,25 @@ std::uint32_t Scene_V0::Impl::writeArray(std::uint32_t chunk_type, std::uint32_t
 }
 
 // So that older readers can read what holds nothing that they do not know.
-std::uint16_t Scene_V0::Impl::lowestMinorVersion() const { return 0; }
+std::uint16_t Scene_V0::Impl::lowestMinorVersion() const {
+  return properties.empty() ? 0 : format::PropertyRecord::kSizes[0].since_minor;
+}
+
+void Scene_V0::Impl::takeProperties() {
+  std::map<std::string, TextPool::Reference> stored;  // many objects have the same keys and values
+  const auto store = [&](const std::string& text) {
+    const auto [entry, is_new] = stored.try_emplace(text);
+    if (is_new) entry->second = texts.add(text);
+    return entry->second;
+  };
+  for (const PendingProperty& property : PendingProperties::instance().take()) {
+    const bool is_scene = property.object == ObjectId{};
+    const std::uint32_t object = is_scene ? format::kNone : idToNumber(property.object, "closeFile");
+    const auto key = store(property.key);
+    const auto value = store(property.value);
+    properties.push_back({key.offset, value.offset, key.size, value.size, object, 0});
+  }
+}
 
 void Scene_V0::Impl::finishFile() {
   const std::uint16_t minor = lowestMinorVersion();
@@ -141,6 +160,7 @@ void Scene_V0::Impl::finishFile() {
   records(format::kTransformChunk, transforms);
   records(format::kMaterialChunk, materials);
   records(format::kViewChunk, views);
+  if (!properties.empty()) records(format::kPropertyChunk, properties);
   if (failure) return;
 
   // The directory is laid out like a chunk, but nothing lists it: the header holds its offset and checksum.

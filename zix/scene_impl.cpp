@@ -42,6 +42,10 @@ void Scene_V0::Impl::refuseWhenClosed(const char* call) const {
 
 std::uint32_t Scene_V0::Impl::checked(const ObjectId& id, const char* call) const {
   refuseWhenClosed(call);
+  return idToNumber(id, call);
+}
+
+std::uint32_t Scene_V0::Impl::idToNumber(const ObjectId& id, const char* call) const {
   if (id.first == 0 || id.first > objects.size() || objects[id.first - 1].type != id.second) {
     throw SceneError(std::string(call) + ": no object of this scene has the id (" + std::to_string(id.first) +
                      ", " + std::to_string(id.second) + ")");

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <new>
 #include <optional>
 #include <span>
@@ -51,6 +52,8 @@ struct Scene_V0::Impl {
   // The object's number, if the id is one of this scene's and of this type. `call` goes into the message.
   std::uint32_t checked(const ObjectId& id, const char* call) const;
   std::uint32_t checked(const ObjectId& id, ObjectType type, const char* call) const;
+  // The same, also of a closed scene.
+  std::uint32_t idToNumber(const ObjectId& id, const char* call) const;
   void refuseWhenClosed(const char* call) const;
   [[noreturn]] void refuse(const char* call, std::uint32_t object, std::string_view reason) const;
   // "Mesh 'mesh' (object 12)".
@@ -83,6 +86,8 @@ struct Scene_V0::Impl {
   // has. With `box` the finite points of tuples of `record_size / 4` floats are added to it.
   std::uint32_t writeArray(std::uint32_t chunk_type, std::uint32_t record_size,
                            std::span<const std::byte> bytes, BoxF* box);
+  // Makes the rows of the properties that the program has set.
+  void takeProperties();
   // That a file with this scene must state.
   [[nodiscard]] std::uint16_t lowestMinorVersion() const;
   void finishFile();
@@ -97,6 +102,7 @@ struct Scene_V0::Impl {
   std::deque<format::IndexArrayRecord> index_arrays;
   std::deque<format::ChunkEntry> chunks;
   std::vector<format::ViewRecord> views;
+  std::deque<format::PropertyRecord> properties;  // made by closeFile
   TextPool texts;
   TextPool::Reference model_name;
   format::SceneRecord scene{};

@@ -117,6 +117,27 @@ void writeMaterial(JsonWriter& json, const SceneFile& scene, std::uint32_t mater
   json.end();
 }
 
+void writeUnit(JsonWriter& json, const std::optional<SceneFile::Unit>& unit) {
+  json.key("unit");
+  if (!unit) return json.null();
+  json.beginObject(JsonWriter::OnOneLine);
+  json.key("name");
+  json.text(unit->name);
+  json.key("metres");
+  unit->metres ? json.number(*unit->metres) : json.null();
+  json.end();
+}
+
+void writeProperties(JsonWriter& json, const std::vector<SceneFile::Property>& properties) {
+  json.key("properties");
+  json.beginObject();
+  for (const SceneFile::Property& property : properties) {
+    json.key(property.key);
+    json.text(property.value);
+  }
+  json.end();
+}
+
 // The names of the nodes from the root down to the mesh.
 void writePath(JsonWriter& json, const SceneFile& scene, std::uint32_t mesh) {
   std::vector<std::uint32_t> path;
@@ -172,6 +193,8 @@ void writeDocument(const SceneFile& scene, const SceneFacts& facts, const TextSi
   json.key("bbox");
   writeBox(json, facts.bounds);
   writeViews(json, scene);
+  writeUnit(json, scene.unit());
+  writeProperties(json, scene.sceneProperties());
   json.key("meshes");
   json.beginArray();
   for (const MeshFacts& mesh : facts.meshes) writeMesh(json, scene, mesh);
@@ -224,6 +247,14 @@ void writeLines(const SceneFile& scene, const SceneFacts& facts, const TextSink&
     views += (views.empty() ? "" : ", ") + loftbay::host::shownText(scene.viewName(i));
   }
   print("views              " + (views.empty() ? std::string("(none)") : views) + "\n");
+  const auto unit = scene.unit();
+  std::string unit_text = unit ? loftbay::host::shownText(unit->name) : "(not stated)";
+  if (unit) unit_text += unit->metres ? " (" + shortNumber(*unit->metres) + " m)" : " (of unknown length)";
+  print("unit               " + unit_text + "\n");
+  for (const SceneFile::Property& property : scene.sceneProperties()) {
+    print("property           \"" + loftbay::host::shownText(property.key) + "\" = \"" +
+          loftbay::host::shownText(property.value) + "\"\n");
+  }
   print("meshes             " + std::to_string(facts.meshes.size()) + "\n");
   for (const MeshFacts& mesh : facts.meshes) {
     const std::uint32_t shape = scene.object(mesh.placed.mesh).parent;

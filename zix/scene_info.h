@@ -15,7 +15,8 @@ using TextSink = std::function<void(std::string_view)>;
 void writeInfoText(const SceneFile& scene, const TextSink& out);
 void writeInfoJson(const SceneFile& scene, const TextSink& out);
 
-// Indented by the level, up to a level from which on it is written as a number.
-void writeTree(const SceneFile& scene, const TextSink& out);
+// Indented by the level, up to a level from which on it is written as a number. With the properties of each
+// object below its line.
+void writeTree(const SceneFile& scene, const TextSink& out, bool with_properties = false);
 
 }  // namespace Orb::Zix

@@ -30,12 +30,20 @@ std::string lineOf(const SceneFile& scene, std::uint32_t object, std::size_t lev
 
 }  // namespace
 
-void writeTree(const SceneFile& scene, const TextSink& out) {
+void writeTree(const SceneFile& scene, const TextSink& out, bool with_properties) {
   for (const std::uint32_t root : scene.treeRoots()) {
     walkTree(
         root, [&](std::uint32_t object) { return scene.children(object); },
         [](std::uint32_t) -> const format::TransformRecord* { return nullptr; },
-        [&](std::uint32_t object, const Matrix&, std::size_t level) { out(lineOf(scene, object, level)); },
+        [&](std::uint32_t object, const Matrix&, std::size_t level) {
+          out(lineOf(scene, object, level));
+          if (!with_properties) return;
+          const std::string indent(2 * std::min(level, kDeepestIndent) + 4, ' ');
+          for (const SceneFile::Property& property : scene.properties(object)) {
+            out(indent + "\"" + loftbay::host::shownText(property.key) + "\" = \"" +
+                loftbay::host::shownText(property.value) + "\"\n");
+          }
+        },
         [](std::uint32_t) {});
   }
 }

@@ -28,7 +28,8 @@ constexpr KnownTable kTables[] = {{format::kSceneChunk, format::SceneRecord::kSi
                                   {format::kIndexChunk, format::IndexArrayRecord::kSizes},
                                   {format::kTransformChunk, format::TransformRecord::kSizes},
                                   {format::kMaterialChunk, format::MaterialRecord::kSizes},
-                                  {format::kViewChunk, format::ViewRecord::kSizes}};
+                                  {format::kViewChunk, format::ViewRecord::kSizes},
+                                  {format::kPropertyChunk, format::PropertyRecord::kSizes}};
 
 const KnownTable* knownTable(std::uint32_t type) {
   const auto* found = std::find_if(std::begin(kTables), std::end(kTables),
@@ -70,7 +71,8 @@ std::optional<ReadError> StructureCheck::run() {
   if (auto failure = checkChildren()) return failure;
   if (auto failure = checkCycles()) return failure;
   if (auto failure = checkMeshes()) return failure;
-  return checkArrays();
+  if (auto failure = checkArrays()) return failure;
+  return checkProperties();
 }
 
 std::optional<ReadError> StructureCheck::checkHeader() {
@@ -163,7 +165,10 @@ std::optional<ReadError> StructureCheck::checkChunk(std::size_t i, std::uint64_t
                       number(entry.record_size));
   }
   const bool is_array = isArray(entry.type);
-  const KnownTable* const table = is_array ? nullptr : knownTable(entry.type);
+  const std::uint16_t minor = scene_.header_.minor_version;
+  // A type that the file's version does not have is unknown, as it is to readers of that version.
+  const KnownTable* table = is_array ? nullptr : knownTable(entry.type);
+  if (table != nullptr && format::recordSizeIn(table->sizes, minor) == 0) table = nullptr;
   if (table == nullptr && !is_array) {
     if ((entry.flags & format::kChunkMustBeKnown) == 0) return std::nullopt;
     return refuse("UNKNOWN_CHUNK", place, name() + " is of an unknown type that a reader must know");
@@ -174,7 +179,6 @@ std::optional<ReadError> StructureCheck::checkChunk(std::size_t i, std::uint64_t
     known = i;
   }
   // A later version may have added fields; every version up to the known one has its size.
-  const std::uint16_t minor = scene_.header_.minor_version;
   const std::uint32_t smallest = table != nullptr ? format::recordSizeIn(table->sizes, minor) : 4;
   const bool exact =
       hasFixedRecordSize(entry.type) || (table != nullptr && minor <= format::kNewestKnownMinor);
@@ -222,6 +226,10 @@ std::optional<ReadError> StructureCheck::findTables() {
   if (auto failure = findTable(format::kTransformChunk, scene_.transforms_, nullptr)) return failure;
   if (auto failure = findTable(format::kMaterialChunk, scene_.materials_, nullptr)) return failure;
   if (auto failure = findTable(format::kViewChunk, scene_.views_, &view_chunk_)) return failure;
+  if (table_chunks_.back() != kNotFound) {  // no file need have properties
+    if (auto failure = findTable(format::kPropertyChunk, scene_.properties_, &property_chunk_))
+      return failure;
+  }
   if (scene.size() != 1) {
     return refuse("SCENE_COUNT", placeOf(scene_chunk_, 0),
                   "there are " + number(scene.size()) + " scene records instead of 1");

@@ -36,6 +36,7 @@ class StructureCheck {
   Failure checkCycles();
   Failure checkMeshes();
   Failure checkArrays();
+  Failure checkProperties();
 
   // Every refusal goes through here.
   static Failure refuse(const char* code, std::uint64_t offset, std::string message) {
@@ -61,14 +62,15 @@ class StructureCheck {
   static constexpr std::size_t kNotFound = SIZE_MAX;
 
   SceneFile& scene_;
-  // The chunk of each table that a file must have, in the order of the list in structure_check.cpp.
-  std::array<std::size_t, 10> table_chunks_{};
+  // The chunk of each table, in the order of the list in structure_check.cpp.
+  std::array<std::size_t, 11> table_chunks_{};
   std::size_t scene_chunk_ = 0;
   std::size_t object_chunk_ = 0;
   std::size_t mesh_chunk_ = 0;
   std::size_t coordinates_chunk_ = 0;
   std::size_t index_chunk_ = 0;
   std::size_t view_chunk_ = 0;
+  std::size_t property_chunk_ = 0;
   // Every object's type, 0 where it is none: the records lie too far apart to look them up for every number
   // that refers to one.
   std::vector<std::uint8_t> types_;

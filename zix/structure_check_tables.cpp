@@ -1,4 +1,6 @@
 // What the tables say: texts, objects and how they are linked, meshes and arrays.
+#include <algorithm>
+
 #include "zix/object_names.h"
 #include "zix/scene_meshes.h"
 #include "zix/structure_check.h"
@@ -231,6 +233,39 @@ std::optional<ReadError> StructureCheck::checkArrays() {
     }
   }
   return std::nullopt;
+}
+
+std::optional<ReadError> StructureCheck::checkProperties() {
+  std::vector<std::string_view> keys;  // of the owner that the rows before belong to
+  const auto hasTwice = [&] {
+    std::sort(keys.begin(), keys.end());
+    return std::adjacent_find(keys.begin(), keys.end()) != keys.end();
+  };
+  for (std::size_t i = 0; i < scene_.properties_.size(); ++i) {
+    const format::PropertyRecord row = scene_.properties_[i];
+    const auto refuseRow = [&](const char* code, const std::string& message) {
+      return refuse(code, placeOf(property_chunk_, i), "property " + number(i) + " " + message);
+    };
+    if (!isText(row.key_offset, row.key_size) || !isText(row.value_offset, row.value_size))
+      return refuseRow("TEXT_RANGE", "has a text outside the texts");
+    if (row.key_size == 0 || row.key_size > format::kLongestPropertyKey) {
+      return refuseRow("PROPERTY_KEY", "has a key of " + number(row.key_size) + " bytes instead of 1 to " +
+                                           number(format::kLongestPropertyKey));
+    }
+    if (row.object != kNone && row.object >= types_.size())
+      return refuseRow("OBJECT_NUMBER", "belongs to object " + number(row.object) + ", which does not exist");
+    if (i > 0 && scene_.properties_[i - 1].object != row.object) {
+      // The scene comes first: its number plus one is 0.
+      if (scene_.properties_[i - 1].object + 1U > row.object + 1U)
+        return refuseRow("PROPERTY_ORDER", "belongs to an object that comes before the one above it");
+      if (hasTwice()) return refuseRow("PROPERTY_ORDER", "stands behind an object that has a key twice");
+      keys.clear();
+    }
+    keys.push_back(scene_.text(row.key_offset, row.key_size));
+  }
+  if (!hasTwice()) return std::nullopt;
+  return refuse("PROPERTY_ORDER", placeOf(property_chunk_, scene_.properties_.size() - 1),
+                "the last object with properties has a key twice");
 }
 
 }  // namespace Orb::Zix

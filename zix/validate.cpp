@@ -30,6 +30,7 @@ class Validator {
     readFile();
     checkRoot();
     checkObjects();
+    checkProperties();
   }
 
  private:
@@ -106,6 +107,17 @@ class Validator {
       if (type == ObjectType::Mesh) checkMesh(i);
       if (type == ObjectType::Coordinates) checkCoordinates(i);
     }
+  }
+
+  void checkProperties() {
+    const auto check = [&](const std::vector<SceneFile::Property>& properties, const std::string& owner) {
+      for (const SceneFile::Property& property : properties) {
+        if (loftbay::host::isValidUtf8(property.key) && loftbay::host::isValidUtf8(property.value)) continue;
+        return warn("PROPERTY_NOT_UTF8", 0, owner + " has a property that is no UTF-8");
+      }
+    };
+    check(scene_.sceneProperties(), "the scene");
+    for (std::uint32_t i = 0; i < scene_.objectCount(); ++i) check(scene_.properties(i), describe(i));
   }
 
   void checkCoordinates(std::uint32_t number) {

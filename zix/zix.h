@@ -19,6 +19,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace Orb::Zix {
 
@@ -124,6 +125,22 @@ class Scene_V1 : public Scene_V0 {
   // `root`. Called once, after all objects exist.
   void createDefaultViews(const ObjectId& root);
 };
+
+// --- properties -------------------------------------------------------------------------------------------
+//
+// Texts that a program hands over beside the calls of a job, for the scene or for one of its objects. They
+// are the process's, not a scene's: the next scene whose closeFile is called stores them, and whether it
+// succeeds or not, none are left then; nor when a scene is destroyed without closeFile. So a process writes
+// one scene with properties at a time. Until then they are in memory. Any thread may call.
+//
+// A key is there once per owner: setting it again replaces the value. The answer is false, and nothing is
+// kept, when the key is empty or has more than 1024 bytes. `unit` (the name of the scene's unit) and
+// `unit_metres` (its length in metres, as a decimal number) are keys of the scene that readers know.
+[[nodiscard]] bool setSceneProperty(std::string_view key, std::string_view value);
+// `object`: an id of the scene that will be closed. If it is none, that scene's closeFile throws.
+[[nodiscard]] bool setObjectProperty(const ObjectId& object, std::string_view key, std::string_view value);
+// Forgets all that was set since the last scene was closed.
+void dropPendingProperties() noexcept;
 
 template <>
 void Scene_V1::setApplicationInfo<double>(const char* application, const double& value);

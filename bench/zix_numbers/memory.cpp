@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <stdexcept>
 #include <utility>
 
@@ -70,28 +71,16 @@ class CountingScene {
   Scene_V1 scene_{"Model"};
 };
 
-// Arrays that no other object has: equal ones would be kept once.
-class OwnArrays {
- public:
-  void giveTo(Scene_V1& scene, const ObjectId& id) {
-    ++number_;
-    if (id.second == static_cast<std::uint64_t>(ObjectType::Coordinates)) {
-      const float point[3] = {static_cast<float>(number_ % 4096), static_cast<float>(number_ / 4096), 3};
-      scene.setValues<float>(id, point, 1);
-    } else {
-      scene.setValues<unsigned int>(id, &number_, 1);
-    }
-  }
-
- private:
-  unsigned int number_ = 0;
-};
+// Coordinates that no other object has: equal ones would be kept once, as the index arrays are.
+std::array<float, 3> ownPoint(std::uint64_t number) {
+  return {static_cast<float>(number % 4096), static_cast<float>(number / 4096), 3};
+}
+const unsigned int kIndex = 0;
 
 }  // namespace
 
 Made writeParts(const std::string& path, std::uint64_t objects) {
   CountingScene scene(path);
-  OwnArrays arrays;
   const auto root = scene.make(ObjectType::Node, "root");
   for (std::uint64_t i = 0; i < objects / 8; ++i) {
     const std::string name = "part number " + std::to_string(i);
@@ -102,12 +91,12 @@ Made writeParts(const std::string& path, std::uint64_t objects) {
     const auto mesh = scene.make(ObjectType::Mesh, "mesh");
     (*scene).addComponent(shape, mesh);
     const auto coordinates = scene.make(ObjectType::Coordinates, "");
-    arrays.giveTo(*scene, coordinates);
+    (*scene).setValues<float>(coordinates, ownPoint(i).data(), 1);
     (*scene).setCoordinates(mesh, coordinates);
     const auto indices = scene.make(ObjectType::IndexArray, "");
-    arrays.giveTo(*scene, indices);
+    (*scene).setValues<unsigned int>(indices, &kIndex, 1);
     const auto lengths = scene.make(ObjectType::IndexArray, "");
-    arrays.giveTo(*scene, lengths);
+    (*scene).setValues<unsigned int>(lengths, &kIndex, 1);
     (*scene).setConnectivity(mesh, indices, lengths);
     (*scene).setMaterial(mesh, scene.make(ObjectType::Material, "Material"));
   }
@@ -120,11 +109,10 @@ namespace {
 // Arrays of coordinates with long names: the objects for which the scene keeps most.
 Made writeCoordinates(std::uint64_t objects) {
   CountingScene scene;
-  OwnArrays arrays;
   const auto root = scene.make(ObjectType::Node, "root");
   for (std::uint64_t i = 1; i < objects; ++i) {
     const auto id = scene.make(ObjectType::Coordinates, "some longer name of its own " + std::to_string(i));
-    arrays.giveTo(*scene, id);
+    (*scene).setValues<float>(id, ownPoint(i).data(), 1);
   }
   scene.finish(root);
   return scene.made;

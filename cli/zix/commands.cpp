@@ -57,6 +57,11 @@ std::vector<Option> allOptions() {
           .commands = {"info"},
       },
       {
+          .name = "--properties",
+          .help = "the properties of each object below it",
+          .commands = {"tree"},
+      },
+      {
           .name = "--tolerance",
           .help = "numbers that differ by at most X count as equal; without it, only equal bits do",
           .kind = OptionKind::Number,

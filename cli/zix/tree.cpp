@@ -7,7 +7,7 @@ namespace loftbay::cli {
 int runTree(const CommandLine& call) {
   const auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
-  Orb::Zix::writeTree(*scene, print);
+  Orb::Zix::writeTree(*scene, print, call.has("--properties"));
   return kDone;
 }
 

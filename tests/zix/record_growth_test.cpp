@@ -68,7 +68,7 @@ struct NoSizes {
   std::uint32_t second;
 };
 struct HalfAligned {
-  static constexpr format::RecordSize kSizes[] = {{0, 12}, {format::kNewestKnownMinor, 16}};
+  static constexpr format::RecordSize kSizes[] = {{0, 12}, {1, 16}};
   std::uint64_t first;
   std::uint64_t second;
 };
@@ -78,7 +78,7 @@ struct Unknown {
   std::uint32_t second;
 };
 struct Backwards {
-  static constexpr format::RecordSize kSizes[] = {{0, 8}, {0, 8}};
+  static constexpr format::RecordSize kSizes[] = {{0, 4}, {0, 8}};
   std::uint64_t first;
 };
 struct Right {

@@ -79,6 +79,7 @@ TEST_F(ZixTool, InfoIsExactlyThis) {
       "totals             4 triangles, 1 lines, 2 points\n"
       "bounds             (-4, -5, -6) to (10, 22, 30)\n"
       "views              front, back, left, right, top, bottom, iso\n"
+      "unit               (not stated)\n"
       "meshes             4\n"
       "  \"square\": 2 triangles, 4 points in its array, bounds (0, 0, 0) to (1, 1, 0)\n"
       "  \"path\": 1 lines, 3 points in its array, bounds (0, 0, 0) to (1, 1, 0)\n"
@@ -94,10 +95,12 @@ TEST_F(ZixTool, InfoJsonHasTheAgreedFields) {
   std::vector<std::string> keys;
   for (const auto& [key, value] : json.items()) keys.push_back(key);
   EXPECT_THAT(keys, ElementsAre("format_version", "application", "application_value", "model", "root",
-                                "objects", "totals", "bbox", "views", "meshes"));
+                                "objects", "totals", "bbox", "views", "unit", "properties", "meshes"));
   EXPECT_EQ(json["objects"]["Node"], 3);
   EXPECT_EQ(json["totals"].dump(), R"({"triangles":4,"lines":1,"points":2})");
   EXPECT_EQ(json["views"].size(), 7U);
+  EXPECT_TRUE(json["unit"].is_null());
+  EXPECT_EQ(json["properties"].dump(), "{}");
   EXPECT_EQ(json["views"][6]["name"], "iso");
   EXPECT_EQ(
       json["meshes"][0].dump(),
@@ -314,7 +317,7 @@ TEST_F(ZixTool, WrongUsageIsCodeTwoAndNamesTheMistake) {
       {{"info", "--zzzzzzzzzzz", "x"}, "zix: unknown option '--zzzzzzzzzzz'\n"},
       {{"info", "--json=yes", "x"}, "zix: option '--json' takes no value\n"},
       {{"info"}, "zix: a file name is missing: zix info F [--json]\n"},
-      {{"tree", "a", "b"}, "zix: there are too many file names: zix tree F\n"},
+      {{"tree", "a", "b"}, "zix: there are too many file names: zix tree F [--properties]\n"},
   };
   for (const UsageCase& one : cases) {
     const ProgramResult result = zix(one.arguments);

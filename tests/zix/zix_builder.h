@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zix/checksum.h"
@@ -40,9 +41,10 @@ class ZixBuilder {
   std::vector<zf::TransformRecord> transforms;
   std::vector<zf::MaterialRecord> materials;
   std::vector<zf::ViewRecord> views;
-  std::vector<BuiltChunk> arrays;  // before the tables
-  std::vector<BuiltChunk> others;  // after the tables
-  std::uint32_t left_out = 0;      // type of a table that is not written
+  std::vector<zf::PropertyRecord> properties;  // a table only when there are any
+  std::vector<BuiltChunk> arrays;              // before the tables
+  std::vector<BuiltChunk> others;              // after the tables
+  std::uint32_t left_out = 0;                  // type of a table that is not written
   std::uint16_t major_version = zf::kMajorVersion;
   // Rows have the size of this version: of the newest known one, if the file's is later.
   std::uint16_t minor_version = zf::kNewestKnownMinor;
@@ -55,6 +57,20 @@ class ZixBuilder {
   }
   static zf::ObjectRecord plain(std::uint32_t type) {
     return {type, 0, 0, 0, zf::kNone, zf::kNone, zf::kNone, 0, 0};
+  }
+  // A text behind the others; its offset.
+  std::uint64_t addText(std::string_view text) {
+    texts += text;
+    return texts.size() - text.size();
+  }
+  void addProperty(std::uint32_t object, std::string_view key, std::string_view value) {
+    zf::PropertyRecord row{};
+    row.key_offset = addText(key);
+    row.key_size = static_cast<std::uint32_t>(key.size());
+    row.value_offset = addText(value);
+    row.value_size = static_cast<std::uint32_t>(value.size());
+    row.object = object;
+    properties.push_back(row);
   }
   void addArray(std::uint32_t type, std::uint32_t record_size, const std::string& bytes) {
     arrays.push_back({type, record_size, bytes});
@@ -80,6 +96,7 @@ class ZixBuilder {
     table(zf::kTransformChunk, transforms);
     table(zf::kMaterialChunk, materials);
     table(zf::kViewChunk, views);
+    if (!properties.empty()) table(zf::kPropertyChunk, properties);
     chunks.insert(chunks.end(), others.begin(), others.end());
     return layOut(chunks);
   }
