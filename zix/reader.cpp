@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <new>
 
 #include "zix/checksum.h"
@@ -144,6 +143,25 @@ std::optional<format::TransformRecord> SceneFile::placement(std::uint32_t number
   return transform(placement);
 }
 
+namespace {
+
+// Digits, an optional fraction, an optional exponent: a number above 0 that double precision holds.
+std::optional<double> lengthIn(std::string_view text) {
+  const auto isDigit = [&](std::size_t place) {
+    return place < text.size() && text[place] >= '0' && text[place] <= '9';
+  };
+  // from_chars also takes signs, words, and points without digits on both sides.
+  if (!isDigit(0) || !isDigit(text.size() - 1)) return std::nullopt;
+  if (const auto point = text.find('.'); point != text.npos && !(isDigit(point - 1) && isDigit(point + 1)))
+    return std::nullopt;
+  double value = 0;
+  const char* const end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, value);
+  return result.ec == std::errc() && result.ptr == end && value > 0 ? std::optional(value) : std::nullopt;
+}
+
+}  // namespace
+
 std::vector<SceneFile::Property> SceneFile::propertiesOf(std::uint32_t owner) const {
   // The rows are in the order of their owners, the scene first: its number plus one is 0.
   std::size_t low = 0;
@@ -175,10 +193,7 @@ std::optional<SceneFile::Unit> SceneFile::unit() const {
   for (const Property& property : sceneProperties()) {
     if (property.key == format::kUnitKey) unit = Unit{property.value, std::nullopt};
     if (property.key != format::kUnitMetresKey) continue;
-    double value = 0;
-    const char* const end = property.value.data() + property.value.size();
-    const auto result = std::from_chars(property.value.data(), end, value);
-    if (result.ec == std::errc() && result.ptr == end && std::isfinite(value) && value > 0) metres = value;
+    metres = lengthIn(property.value);
   }
   if (unit) unit->metres = metres;
   return unit;

@@ -45,11 +45,14 @@ TABLES: Dict[str, Fields] = {
     "VIEW": [("name", "<u8"), ("name_size", "<u4"), ("reserved", "<u4"), ("position", "<f8", (3,)),
              ("target", "<f8", (3,)), ("up", "<f8", (3,)), ("height", "<f8")],
 }
-# Tables that a file may do without.
+# Tables that a file may do without, and the minor version that introduced them: in a file of an earlier one their types are
+# unknown.
 OPTIONAL: Dict[str, Fields] = {
     "PROP": [("key", "<u8"), ("value", "<u8"), ("key_size", "<u4"), ("value_size", "<u4"), ("object", "<u4"),
              ("reserved", "<u4")],
 }
+SINCE_MINOR = {"PROP": 1}
+LONGEST_PROPERTY_KEY = 1024  # bytes
 ARRAYS = ("F32A", "U32A")
 NEVER_GROW = ("TEXT", "CHLD", "U32A")
 TABLE_OF_TYPE = {MESH: "MESH", COORDINATES: "CRDS", INDEX_ARRAY: "INDX", TRANSFORM: "XFRM", MATERIAL: "MATL"}

@@ -27,6 +27,7 @@ def check_tables(file: Structure) -> None:
     _check_rows(file)
     _check_cycles(file)
     _check_meshes_and_arrays(file)
+    _check_properties(file)
 
 
 def _refuse(file: Structure, code: str, table: str, row: int, message: str) -> NoReturn:
@@ -173,3 +174,24 @@ def _check_chunks(file: Structure, table: str, kind: str, record_sizes: "npt.NDA
     at = _first(wrong)
     if at >= 0:
         _refuse(file, "ARRAY_CHUNK", table, at, f"chunk {numbers[at]} is no {kind} with records of {record_sizes[at]} bytes")
+
+
+def _check_properties(file: Structure) -> None:
+    if "PROP" not in file.tables:
+        return
+    rows = file.tables["PROP"]
+    sizes = rows["key_size"]
+    at = _first((sizes == 0) | (sizes > layout.LONGEST_PROPERTY_KEY))
+    if at >= 0:
+        _refuse(file, "PROPERTY_KEY", "PROP", at, f"a key of {sizes[at]} bytes")
+    owners = rows["object"].astype(np.int64)
+    owners[owners == NONE] = -1     # the scene comes first
+    at = _first(np.diff(owners) < 0)
+    if at >= 0:
+        _refuse(file, "PROPERTY_ORDER", "PROP", at + 1, "its owner comes before the one above it")
+    text, seen = file.text, set()
+    for row, (owner, start, size) in enumerate(zip(owners.tolist(), rows["key"].tolist(), sizes.tolist())):
+        key = (owner, text[start:start + size].tobytes())
+        if key in seen:
+            _refuse(file, "PROPERTY_ORDER", "PROP", row, "its owner has that key already")
+        seen.add(key)

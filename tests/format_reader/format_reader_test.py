@@ -489,6 +489,15 @@ def wrong_files():
     yield "coordinates from indices", "ARRAY_CHUNK", field(b"CRDS", 0, 1, 1)
     yield "indices from a table", "ARRAY_CHUNK", field(b"INDX", 0, 0, 3)
     yield "chunk out of range", "ARRAY_CHUNK", field(b"INDX", 0, 0, 13)
+    def properties(*rows):
+        return built(lambda b: b.__dict__.update(version=(1, 1), properties=list(rows)))
+
+    yield "property's key empty", "PROPERTY_KEY", properties((0, b"", b"x"))
+    yield "property's key too long", "PROPERTY_KEY", properties((0, b"k" * 1025, b"x"))
+    yield "scene's property behind an object's", "PROPERTY_ORDER", properties((0, b"a", b""), (NONE, b"a", b""))
+    yield "properties out of order", "PROPERTY_ORDER", properties((2, b"a", b""), (0, b"a", b""))
+    yield "property's key twice", "PROPERTY_ORDER", properties((0, b"a", b""), (0, b"b", b""), (0, b"a", b""))
+    yield "property of no object", "OBJECT_NUMBER", properties((9, b"a", b""))
     yield "padding", "PADDING", good[:64 + 36] + b"\1" + good[64 + 37:]
 
     def ring(b):

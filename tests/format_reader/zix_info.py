@@ -49,6 +49,8 @@ def info(scene):
         "bbox": box_numbers(scene.bounds()),
         "views": [{"name": v.name, "position": list(v.position), "target": list(v.target), "up": list(v.up)}
                   for v in scene.views],
+        "unit": None if scene.unit is None else {"name": scene.unit, "metres": scene.unit_metres},
+        "properties": scene.properties,
         "meshes": [mesh_info(placed) for placed in meshes],
     }
 

@@ -152,9 +152,11 @@ TEST_F(Properties, UnitIsThatOfTheScene) {
   };
   EXPECT_EQ(unitOf("millimeter", "0.001"), "millimeter 0.001000");
   EXPECT_EQ(unitOf("mile", "1609.344"), "mile 1609.344000");
+  EXPECT_EQ(unitOf("micrometer", "1e-06"), "micrometer 0.000001");
   EXPECT_EQ(unitOf("cubit", ""), "cubit unknown");
   EXPECT_EQ(unitOf("", "0.001"), "none");
-  for (const char* wrong : {"0", "-1", "inf", "nan", "0.001 ", " 0.001", "1,5", "x", "1e999"})
+  for (const char* wrong :
+       {"0", "-1", "inf", "nan", "0.001 ", " 0.001", "1,5", "x", "1e999", ".5", "1.", "1.e3", "0x1p3", "+1"})
     EXPECT_EQ(unitOf("odd", wrong), "odd unknown") << wrong;
 }
 
