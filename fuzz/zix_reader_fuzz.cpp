@@ -21,10 +21,12 @@ void readEverything(const SceneFile& scene) {
   for (std::size_t i = 0; i < scene.viewCount(); ++i) sink += scene.viewName(i).size();
   for (std::uint32_t i = 0; i < scene.objectCount(); ++i) {
     sink += loftbay::host::shownText(scene.name(i)).size();
+    for (const auto& [key, value] : scene.properties(i)) sink += key.size() + value.size();
     for (const std::uint32_t child : scene.children(i)) {
       if (scene.object(child).parent != i) std::abort();
     }
   }
+  if (const auto unit = scene.unit()) sink += unit->name.size();
   BoxD box;
   for (const PlacedMesh& placed : placedMeshes(scene)) {
     const MeshArrays mesh = meshArrays(scene, placed.mesh);

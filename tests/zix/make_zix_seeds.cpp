@@ -21,6 +21,19 @@ std::string sampleFile() {
   return folder.read("scene.zix");
 }
 
+// Two nodes with properties, and a unit.
+std::string fileWithProperties() {
+  ZixBuilder built;
+  built.texts = "nodes";
+  for (int i = 0; i < 2; ++i) built.add(ZixBuilder::plain(static_cast<std::uint32_t>(ObjectType::Node)));
+  built.addProperty(zf::kNone, zf::kUnitKey, "inch");
+  built.addProperty(zf::kNone, zf::kUnitMetresKey, "0.0254");
+  built.addProperty(0, "Mass", "2 kg");
+  built.addProperty(1, "Mass", "");
+  built.addProperty(1, "Material", "Steel");
+  return built.build();
+}
+
 // What the writer does not write: a later minor version with longer rows, a chunk of an unknown type, a
 // parent behind its child, no root, and coordinates of four values.
 std::string laterFile() {
@@ -75,9 +88,12 @@ int main(int argc, char** argv) {
   // The targets' first byte: with 1 the reader's target repairs checksums; the tools' target always does.
   const std::string sample = sampleFile();
   const std::string later = laterFile();
+  const std::string properties = fileWithProperties();
   const bool is_written = write(root / "zix_reader_fuzz" / "sample.bin", 0, sample) &&
                           write(root / "zix_reader_fuzz" / "sample_repaired.bin", 1, sample) &&
                           write(root / "zix_reader_fuzz" / "later_minor_repaired.bin", 1, later) &&
+                          write(root / "zix_reader_fuzz" / "properties_repaired.bin", 1, properties) &&
+                          write(root / "zix_tools_fuzz" / "properties.bin", 0, properties) &&
                           write(root / "zix_tools_fuzz" / "sample.bin", 0, sample) &&
                           write(root / "zix_tools_fuzz" / "later_minor.bin", 0, later);
   return is_written ? 0 : 1;
