@@ -107,6 +107,7 @@ class Scene:
     model:             the name of the model
     application:       the writing application, "" if none was given; application_value: a number that it gave
     save_text, flags:  as handed over by the writer; no meaning
+    tables:            the rows of the file's tables by chunk type, numpy records of zixscene.layout, read-only
     """
 
     def __init__(self, file: Structure) -> None:
@@ -120,11 +121,15 @@ class Scene:
         self.save_text = decoded(self.raw_text(int(row["save"]), int(row["save_size"])))
         self.flags = int(row["flags"])
         self._matrices: Optional[Matrix] = None
+        self._numbers: Dict[int, npt.NDArray[np.int64]] = {}
         # Rows of properties by owner: the scene first, as owner 0, then objects as their number + 1.
         owners = file.tables["PROP"]["object"].astype(np.int64) if "PROP" in file.tables else np.empty(0, np.int64)
         owners = np.where(owners == NONE, 0, owners + 1)
         self._property_rows = np.argsort(owners, kind="stable")
         self._property_owners = owners[self._property_rows]
+
+    def __repr__(self) -> str:
+        return f"<Scene {self.model!r}: {len(self.nodes)} nodes, {len(self.meshes)} meshes>"
 
     # Objects
 
@@ -144,7 +149,10 @@ class Scene:
         return Items(range(len(self.tables["OBJS"])), self.object)
 
     def _of_type(self, kind: int) -> "npt.NDArray[np.int64]":
-        return np.flatnonzero(self.tables["OBJS"]["type"] == kind)
+        """Numbers of objects; kept, since `scene.nodes[i]` asks for all of them each time."""
+        if kind not in self._numbers:
+            self._numbers[kind] = np.flatnonzero(self.tables["OBJS"]["type"] == kind)
+        return self._numbers[kind]
 
     @property
     def nodes(self) -> Items[Node]:
