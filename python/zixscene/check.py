@@ -61,7 +61,7 @@ def validate_bytes(data: "bytes | bytearray | memoryview") -> List[Finding]:
 def _findings(data: "npt.NDArray[np.uint8]") -> List[Finding]:
     file = Structure(data)
     check_tables(file)
-    return [*_padding(file), *_checksums(file), *_meshes(file), *_coordinates(file), *_names(file), *_properties(file), *_tree(file)]
+    return [*_padding(file), *_checksums(file), *_meshes(file), *_coordinates(file), *_names(file), *_tree(file)]
 
 
 def _error(code: str, message: str, offset: Optional[int] = None) -> Finding:
@@ -167,15 +167,12 @@ def _names(file: Structure) -> Iterator[Finding]:
     objects = file.tables["OBJS"]
     for number in np.flatnonzero(~are_utf8(file.text, objects["name"], objects["name_size"])).tolist():
         yield _warning("NAME_NOT_UTF8", f"the name of object {number} is no UTF-8")
-
-
-def _properties(file: Structure) -> Iterator[Finding]:
-    if "PROP" not in file.tables:
-        return
-    rows = file.tables["PROP"]
-    right = are_utf8(file.text, rows["key"], rows["key_size"]) & are_utf8(file.text, rows["value"], rows["value_size"])
-    for owner in dict.fromkeys(rows["object"][~right].tolist()):
-        yield _warning("PROPERTY_NOT_UTF8", f"{'the scene' if owner == NONE else f'object {owner}'} has a property that is no UTF-8")
+    if "PROP" in file.tables:
+        rows = file.tables["PROP"]
+        valid = are_utf8(file.text, rows["key"], rows["key_size"]) & are_utf8(file.text, rows["value"], rows["value_size"])
+        for owner in dict.fromkeys(rows["object"][~valid].tolist()):
+            whose = "the scene" if owner == NONE else f"object {owner}"
+            yield _warning("PROPERTY_NOT_UTF8", f"a property of {whose} is no UTF-8")
 
 
 def _tree(file: Structure) -> Iterator[Finding]:

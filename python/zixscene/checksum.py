@@ -51,9 +51,8 @@ def xxh64_many(data: "npt.NDArray[np.uint8]", offsets: Sequence[int], sizes: Seq
     sums = [0] * len(runs)
     for place, number in enumerate(order.tolist()):
         run = runs[number]
-        begun = min(done, int(blocks[number])) * BLOCK
         whole = len(run) // BLOCK * BLOCK
-        sums[number] = _finish(_blocks(states[place].tolist(), run[begun:whole]), run)
+        sums[number] = _finish(_blocks(states[place].tolist(), run[done * BLOCK:whole]), run)
     return sums
 
 

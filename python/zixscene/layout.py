@@ -13,6 +13,7 @@ HEADER_SIZE = 64
 ALIGNMENT = 64
 MUST_BE_KNOWN = 1           # flag of a chunk
 MAX_DIMENSION = 255
+MAX_KEY = 1024              # bytes of a property's key
 
 INDEX_ARRAY, COORDINATES, MATERIAL, TRANSFORM, MESH, SHAPE, NODE = 4, 11, 14, 15, 16, 18, 19
 TYPE_NAMES = {NODE: "Node", SHAPE: "Shape", MESH: "Mesh", TRANSFORM: "Transform", MATERIAL: "Material",
@@ -45,17 +46,19 @@ TABLES: Dict[str, Fields] = {
     "VIEW": [("name", "<u8"), ("name_size", "<u4"), ("reserved", "<u4"), ("position", "<f8", (3,)),
              ("target", "<f8", (3,)), ("up", "<f8", (3,)), ("height", "<f8")],
 }
-# Tables that a file may do without, and the minor version that introduced them: in a file of an earlier one their types are
-# unknown.
+# Tables that a file may do without. In files of version 1.0 they are chunks of an unknown type.
 OPTIONAL: Dict[str, Fields] = {
     "PROP": [("key", "<u8"), ("value", "<u8"), ("key_size", "<u4"), ("value_size", "<u4"), ("object", "<u4"),
              ("reserved", "<u4")],
 }
-SINCE_MINOR = {"PROP": 1}
-LONGEST_PROPERTY_KEY = 1024  # bytes
 ARRAYS = ("F32A", "U32A")
 NEVER_GROW = ("TEXT", "CHLD", "U32A")
 TABLE_OF_TYPE = {MESH: "MESH", COORDINATES: "CRDS", INDEX_ARRAY: "INDX", TRANSFORM: "XFRM", MATERIAL: "MATL"}
+
+
+def tables_of(minor: int) -> List[str]:
+    """The types of tables that files of a minor version may have."""
+    return [*TABLES, *(OPTIONAL if minor >= 1 else ())]
 
 
 def four(name: str) -> int:

@@ -6,6 +6,7 @@ as they are stored; where a flag says that a value was not set, the stored one (
 
 from __future__ import annotations
 
+import math
 from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, Tuple, Union
 
 import numpy as np
@@ -14,7 +15,7 @@ import numpy.typing as npt
 from . import layout
 from .layout import NONE
 from .placement import Matrix, identity
-from .text import decoded
+from .text import as_texts, decoded
 
 if TYPE_CHECKING:
     from .mesh import Mesh
@@ -74,8 +75,14 @@ class SceneObject:
 
     @property
     def properties(self) -> Dict[str, str]:
-        """Its own properties in their order; {} if it has none."""
-        return self.scene.properties_of(self.number)
+        """Its own properties in their order; {} if it has none. Keys that differ only in bytes that are no UTF-8 become
+        one; `raw_properties` keeps them."""
+        return as_texts(self.raw_properties)
+
+    @property
+    def raw_properties(self) -> List[Tuple[bytes, bytes]]:
+        """The same as bytes of keys and values."""
+        return self.scene.raw_properties_of(self.number)
 
 
 class TreeObject(SceneObject):
@@ -171,7 +178,8 @@ class Transform(SceneObject):
 
 
 class Material(SceneObject):
-    """Colours as four numbers, meant to lie between 0 and 1, in the encoding of the display (sRGB)."""
+    """Colours as four numbers as they are stored, in the encoding of the display (sRGB). They are meant to lie between 0
+    and 1, but can be anything: what is shown is cut to that range, and 0 for what is not finite."""
 
     __slots__ = ()
 
@@ -206,8 +214,9 @@ class Material(SceneObject):
 
     @property
     def opacity(self) -> float:
-        """One minus the transparency."""
-        return 1.0 - self.diffuse[3]
+        """One minus the transparency, as it is shown: between 0 and 1, and 1 where the file's number is not finite."""
+        transparency = self.diffuse[3]
+        return 1.0 - min(max(transparency, 0.0), 1.0) if math.isfinite(transparency) else 1.0
 
 
 class ArrayObject(SceneObject):

@@ -1,4 +1,4 @@
-"""What the tables of a scene must say: the rules of docs/zix-format.md, section 7, from SCENE_COUNT to ARRAY_CHUNK.
+"""What the tables of a scene must say: the rules of docs/zix-format.md, section 7, from SCENE_COUNT to PROPERTY_ORDER.
 
 One function for each group of rules; all are linear in the size of the tables (CYCLE: times its logarithm), and none
 follows the tree downwards.
@@ -6,7 +6,7 @@ follows the tree downwards.
 
 from __future__ import annotations
 
-from typing import Any, NoReturn, Tuple
+from typing import Any, NoReturn, Set, Tuple
 
 import numpy as np
 import numpy.typing as npt
@@ -27,7 +27,8 @@ def check_tables(file: Structure) -> None:
     _check_rows(file)
     _check_cycles(file)
     _check_meshes_and_arrays(file)
-    _check_properties(file)
+    if "PROP" in file.tables:
+        _check_properties(file)
 
 
 def _refuse(file: Structure, code: str, table: str, row: int, message: str) -> NoReturn:
@@ -152,6 +153,30 @@ def _check_cycles(file: Structure) -> None:
         _refuse(file, "CYCLE", "OBJS", int(above[at]), "the object is above itself")
 
 
+def _check_properties(file: Structure) -> None:
+    """Keys are short, so that comparing those of one owner is work in the size of the table."""
+    rows = file.tables["PROP"]
+    sizes = rows["key_size"]
+    at = _first((sizes == 0) | (sizes > layout.MAX_KEY))
+    if at >= 0:
+        _refuse(file, "PROPERTY_KEY", "PROP", at, f"a key of {sizes[at]} bytes")
+    owners = rows["object"].astype(np.int64)
+    owners = np.where(owners == NONE, -1, owners)
+    at = _first(owners[1:] < owners[:-1])
+    if at >= 0:
+        _refuse(file, "PROPERTY_ORDER", "PROP", at + 1, "its owner comes before that of the row before it")
+    text = file.text
+    keys: Set[bytes] = set()
+    before = None
+    for row, (owner, start, size) in enumerate(zip(owners.tolist(), rows["key"].tolist(), sizes.tolist())):
+        if owner != before:
+            keys, before = set(), owner
+        key = text[start:start + size].tobytes()
+        if key in keys:
+            _refuse(file, "PROPERTY_ORDER", "PROP", row, "its owner has this key twice")
+        keys.add(key)
+
+
 def _check_meshes_and_arrays(file: Structure) -> None:
     meshes, coordinates, indices = file.tables["MESH"], file.tables["CRDS"], file.tables["INDX"]
     at = _first(meshes["kind"] >= len(layout.MESH_KINDS))
@@ -174,24 +199,3 @@ def _check_chunks(file: Structure, table: str, kind: str, record_sizes: "npt.NDA
     at = _first(wrong)
     if at >= 0:
         _refuse(file, "ARRAY_CHUNK", table, at, f"chunk {numbers[at]} is no {kind} with records of {record_sizes[at]} bytes")
-
-
-def _check_properties(file: Structure) -> None:
-    if "PROP" not in file.tables:
-        return
-    rows = file.tables["PROP"]
-    sizes = rows["key_size"]
-    at = _first((sizes == 0) | (sizes > layout.LONGEST_PROPERTY_KEY))
-    if at >= 0:
-        _refuse(file, "PROPERTY_KEY", "PROP", at, f"a key of {sizes[at]} bytes")
-    owners = rows["object"].astype(np.int64)
-    owners[owners == NONE] = -1     # the scene comes first
-    at = _first(np.diff(owners) < 0)
-    if at >= 0:
-        _refuse(file, "PROPERTY_ORDER", "PROP", at + 1, "its owner comes before the one above it")
-    text, seen = file.text, set()
-    for row, (owner, start, size) in enumerate(zip(owners.tolist(), rows["key"].tolist(), sizes.tolist())):
-        key = (owner, text[start:start + size].tobytes())
-        if key in seen:
-            _refuse(file, "PROPERTY_ORDER", "PROP", row, "its owner has that key already")
-        seen.add(key)

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import math
 import re
-from typing import Callable, Dict, Generic, Iterator, List, NamedTuple, Optional, Sequence, TypeVar, Union, overload
+from typing import Callable, Dict, Generic, Iterator, List, NamedTuple, Optional, Sequence, Tuple, TypeVar, Union, overload
 
 import numpy as np
 import numpy.typing as npt
@@ -18,7 +18,7 @@ from .objects import Coordinates, IndexArray, Material, Node, SceneObject, Shape
 from .placement import Matrix, matrices
 from .rules import check_tables
 from .structure import Structure
-from .text import decoded
+from .text import as_texts, decoded
 from .tree import Placed, PlacedMesh, Vector, walk_tree, world_bounds
 
 T = TypeVar("T")
@@ -122,11 +122,9 @@ class Scene:
         self.flags = int(row["flags"])
         self._matrices: Optional[Matrix] = None
         self._numbers: Dict[int, npt.NDArray[np.int64]] = {}
-        # Rows of properties by owner: the scene first, as owner 0, then objects as their number + 1.
+        # The owners of properties, rising: the scene as 0, then objects as their number + 1.
         owners = file.tables["PROP"]["object"].astype(np.int64) if "PROP" in file.tables else np.empty(0, np.int64)
-        owners = np.where(owners == NONE, 0, owners + 1)
-        self._property_rows = np.argsort(owners, kind="stable")
-        self._property_owners = owners[self._property_rows]
+        self._owners = np.where(owners == NONE, 0, owners + 1)
 
     def __repr__(self) -> str:
         return f"<Scene {self.model!r}: {len(self.nodes)} nodes, {len(self.meshes)} meshes>"
@@ -248,18 +246,25 @@ class Scene:
 
     @property
     def properties(self) -> Dict[str, str]:
-        """The properties of the scene itself, in their order."""
+        """The properties of the scene itself, in their order. Keys that differ only in bytes that are no UTF-8 become
+        one; `raw_properties` keeps them."""
+        return as_texts(self.raw_properties)
+
+    @property
+    def raw_properties(self) -> List[Tuple[bytes, bytes]]:
+        """The same as bytes of keys and values."""
         return self._properties(0)
 
-    def properties_of(self, number: int) -> Dict[str, str]:
+    def raw_properties_of(self, number: int) -> List[Tuple[bytes, bytes]]:
         """The own properties of the object of that number, in their order."""
         return self._properties(number + 1)
 
-    def _properties(self, owner: int) -> Dict[str, str]:
-        first, last = np.searchsorted(self._property_owners, [owner, owner + 1])
-        rows = self.tables["PROP"][self._property_rows[first:last]] if first < last else []
-        return {decoded(self.raw_text(int(row["key"]), int(row["key_size"]))):
-                decoded(self.raw_text(int(row["value"]), int(row["value_size"]))) for row in rows}
+    def _properties(self, owner: int) -> List[Tuple[bytes, bytes]]:
+        first, last = np.searchsorted(self._owners, [owner, owner + 1])
+        if first == last:
+            return []
+        return [(self.raw_text(int(row["key"]), int(row["key_size"])),
+                 self.raw_text(int(row["value"]), int(row["value_size"]))) for row in self.tables["PROP"][first:last]]
 
     @property
     def unit(self) -> Optional[str]:

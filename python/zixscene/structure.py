@@ -94,15 +94,11 @@ class Structure:
         """Where the directory's entry of a chunk is in the file."""
         return self.directory_offset + number * np.dtype(layout.ENTRY).itemsize
 
-    def _known_tables(self) -> List[str]:
-        """The tables that the file's version has."""
-        return [*layout.TABLES, *(t for t in layout.OPTIONAL if self.version[1] >= layout.SINCE_MINOR[t])]
-
     def _check_record_sizes(self) -> None:
         types, records, sizes = self.directory["type"], self.directory["record_size"], self.directory["size"]
         wrong = (records == 0) | (sizes % np.maximum(records, 1) != 0)
         later = self.version[1] > layout.MINOR
-        for name in self._known_tables():
+        for name in layout.tables_of(self.version[1]):
             known = layout.size_of(name)
             bad = records != known
             if later and name not in layout.NEVER_GROW:
@@ -118,13 +114,13 @@ class Structure:
 
     def _find_tables(self) -> None:
         types = self.directory["type"]
-        known = [layout.four(name) for name in (*self._known_tables(), *layout.ARRAYS)]
+        known = [layout.four(name) for name in (*layout.tables_of(self.version[1]), *layout.ARRAYS)]
         strange = ((self.directory["flags"] & layout.MUST_BE_KNOWN) != 0) & ~np.isin(types, np.array(known, np.uint32))
         if strange.any():
             number = int(strange.argmax())
             raise ZixError("UNKNOWN_CHUNK", f"chunk {number}: type {layout.type_text(int(types[number]))} must be known",
                            self.entry_offset(number))
-        for name in self._known_tables():
+        for name in layout.tables_of(self.version[1]):
             found = np.flatnonzero(types == layout.four(name))
             if len(found) > 1:
                 raise ZixError("DUPLICATE_CHUNK", f"chunk {int(found[1])}: a second {name}", self.entry_offset(int(found[1])))

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import codecs
-from typing import Tuple
+from typing import Dict, List, Tuple
 
 import numpy as np
 import numpy.typing as npt
@@ -20,6 +20,11 @@ codecs.register_error("zixscene.replace", _replace_bytes)
 def decoded(raw: bytes) -> str:
     """The text, with one U+FFFD for each byte that belongs to no valid character."""
     return raw.decode("utf-8", "zixscene.replace")
+
+
+def as_texts(rows: List[Tuple[bytes, bytes]]) -> Dict[str, str]:
+    """Keys and values for people."""
+    return {decoded(key): decoded(value) for key, value in rows}
 
 
 def are_utf8(text: "npt.NDArray[np.uint8]", offsets: "npt.NDArray[np.uint64]",

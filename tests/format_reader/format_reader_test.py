@@ -390,6 +390,36 @@ class LegalFiles(Programs):
             data = build.change_entry(data, 4, offset, "<I", 0xFFFFFFFF)
         self.assert_tool_agrees(data)
 
+    def test_properties_of_the_scene_and_of_objects_of_every_type(self):
+        b = small_scene()
+        b.version = (1, 1)
+        b.properties = [(NONE, b"unit", b"inch"), (NONE, b"unit_metres", b"0.0254"), (NONE, b"k" * 1024, b""),
+                        *((number, key, b"\xc3\xa4") for number in range(9) for key in (b"b", b"a", b"A"))]
+        scene = self.assert_tool_agrees(b.bytes())
+        self.assertEqual(list(scene.object(8).properties), ["b", "a", "A"])
+
+    def test_properties_that_are_no_text(self):
+        b = small_scene()
+        b.version = (1, 1)
+        b.properties = [(NONE, b"\xff", b""), (NONE, b"\xfe\n", b""), (0, b"a", b"\xc3"), (0, b"b", b"\xa4"), (1, b"c", b""),
+                        (2, b"\xed\xa0\x80", b"")]
+        self.assert_tool_agrees(b.bytes())
+        self.assertEqual(findings(b.bytes()), ([], ["PROPERTY_NOT_UTF8"] * 3))
+
+    def test_lengths_of_units(self):
+        for text in (b"0.001", b"1e-06", b"1E-6", b"25", b"1e+2", b"0", b"0.0", b"-1", b"+1", b"1e", b"nan", b"inf",
+                     b"1e999", b"1e-999", b"0x1", b" 1", b"1 ", b"1\n", b"1_0", b"\xd9\xa1", b"", b"007", b"0.0254000000000000000001"):
+            with self.subTest(text):
+                b = small_scene()
+                b.version = (1, 1)
+                b.properties = [(NONE, b"unit", b"some"), (NONE, b"unit_metres", text)]
+                self.assert_tool_agrees(b.bytes())
+
+    def test_properties_in_a_file_of_version_1_0_are_of_an_unknown_type(self):
+        b = small_scene()
+        b.properties = [(NONE, b"", b"v"), (99, b"unit", b"inch")]
+        self.assertEqual(self.assert_tool_agrees(b.bytes()).properties, {})
+
     def test_a_deep_tree_is_read_without_recursion(self):
         b = build.Builder()
         b.root = node = b.node(b"0")
@@ -489,6 +519,7 @@ def wrong_files():
     yield "coordinates from indices", "ARRAY_CHUNK", field(b"CRDS", 0, 1, 1)
     yield "indices from a table", "ARRAY_CHUNK", field(b"INDX", 0, 0, 3)
     yield "chunk out of range", "ARRAY_CHUNK", field(b"INDX", 0, 0, 13)
+
     def properties(*rows):
         return built(lambda b: b.__dict__.update(version=(1, 1), properties=list(rows)))
 
@@ -499,6 +530,21 @@ def wrong_files():
     yield "property's key twice", "PROPERTY_ORDER", properties((0, b"a", b""), (0, b"b", b""), (0, b"a", b""))
     yield "property of no object", "OBJECT_NUMBER", properties((9, b"a", b""))
     yield "padding", "PADDING", good[:64 + 36] + b"\1" + good[64 + 37:]
+    yield "padding before the directory", "PADDING", good[:directory - 1] + b"\1" + good[directory:]
+
+    def property_field(offset, form, value):
+        return build.change_chunk(properties((NONE, b"k", b"v"), (0, b"k", b"v")), 13, offset, form, value)
+
+    yield "scene's key twice", "PROPERTY_ORDER", properties((NONE, b"a", b"1"), (NONE, b"a", b"1"))
+    yield "an owner comes back", "PROPERTY_ORDER", properties((0, b"a", b"1"), (1, b"a", b"1"), (0, b"b", b"1"))
+    yield "key outside", "TEXT_RANGE", property_field(32, "<Q", 1000)
+    yield "value outside", "TEXT_RANGE", property_field(20, "<I", 1000)
+    yield "properties twice", "DUPLICATE_CHUNK", build.assemble(
+        [*chunks(), [b"PROP", 32, b"", 0], [b"PROP", 32, b"", 0]], (1, 1))
+    yield "properties of 40 bytes", "RECORD_SIZE", build.assemble([*chunks(), [b"PROP", 40, b"", 0]], (1, 1))
+    yield "properties of 28 bytes", "RECORD_SIZE", build.assemble([*chunks(), [b"PROP", 28, b"", 0]], (1, 2))
+    yield "properties changed", "CHUNK_CHECKSUM", build.change_entry(properties((0, b"a", b"1")), 13, 24, "<Q", 1)
+    yield "1.0 with properties that must be known", "UNKNOWN_CHUNK", build.assemble([*chunks(), [b"PROP", 32, b"", 1]])
 
     def ring(b):
         first = b.node(b"x")

@@ -47,10 +47,10 @@ def info(scene):
                     for kind, name in TYPE_NAMES.items()},
         "totals": totals,
         "bbox": box_numbers(scene.bounds()),
-        "views": [{"name": v.name, "position": list(v.position), "target": list(v.target), "up": list(v.up)}
-                  for v in scene.views],
         "unit": None if scene.unit is None else {"name": scene.unit, "metres": scene.unit_metres},
         "properties": scene.properties,
+        "views": [{"name": v.name, "position": list(v.position), "target": list(v.target), "up": list(v.up)}
+                  for v in scene.views],
         "meshes": [mesh_info(placed) for placed in meshes],
     }
 

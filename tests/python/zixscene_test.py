@@ -202,6 +202,14 @@ class Tree(unittest.TestCase):
             with self.assertRaises(IndexError):
                 scene.object(number)
 
+    def test_opacity_is_what_can_be_shown(self):
+        b = two_parts()
+        for shown, stored in ((1, -.5), (0, 2), (1, math.nan), (1, math.inf), (.75, .25)):
+            b.rows[b"MATL"][0][3] = stored
+            material = zixscene.from_bytes(b.bytes()).materials[0]
+            self.assertEqual(material.opacity, shown, stored)
+            self.assertEqual(str(material.diffuse[3]), str(float(stored)))
+
     def test_what_is_known_of_the_whole(self):
         scene = self.scene
         self.assertEqual((scene.version, scene.model, scene.application, scene.application_value), ((1, 0), "Model", "App", 1.5))
@@ -321,6 +329,17 @@ class Properties(unittest.TestCase):
         for text in (b"", b"0", b"-1", b"nan", b"inf", b"1e999", b"0x1", b" 1", b"1_0", b"\xd9\xa1", b"1\n"):
             with self.subTest(text):
                 self.assertIsNone(self.scene((NONE, b"unit_metres", text)).unit_metres)
+
+    def test_keys_that_look_alike_are_kept_as_bytes(self):
+        scene = self.scene((NONE, b"\xff", b"1"), (NONE, b"\xfe", b"2\xfd"), (3, b"a", b""))
+        self.assertEqual(scene.properties, {"\ufffd": "2\ufffd"})
+        self.assertEqual(scene.raw_properties, [(b"\xff", b"1"), (b"\xfe", b"2\xfd")])
+        self.assertEqual(scene.object(3).raw_properties, [(b"a", b"")])
+
+    def test_in_a_file_of_version_1_0_the_chunk_is_unknown(self):
+        b = two_parts()
+        b.properties = [(NONE, b"", b"v"), (NONE, b"unit", b"inch")]    # what 1.1 would refuse
+        self.assertEqual(zixscene.from_bytes(b.bytes(), verify="all").properties, {})
 
     def test_texts_and_owners_are_looked_up_in_the_file(self):
         for row, code in (((14, b"k", b"v"), "OBJECT_NUMBER"), ((0, b"k", b"v"), "TEXT_RANGE")):
