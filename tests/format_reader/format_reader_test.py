@@ -407,7 +407,7 @@ class LegalFiles(Programs):
         self.assertEqual(findings(b.bytes()), ([], ["PROPERTY_NOT_UTF8"] * 3))
 
     def test_lengths_of_units(self):
-        for text in (b"0.001", b"1e-06", b"1E-6", b"25", b"1e+2", b"0", b"0.0", b"-1", b"+1", b"1e", b"nan", b"inf",
+        for text in (b"0.001", b"1e-06", b"1E-6", b"25", b"1e+2", b"0", b"0.0", b"-1", b"+1", b".5", b"5.", b"1e", b"nan", b"inf",
                      b"1e999", b"1e-999", b"0x1", b" 1", b"1 ", b"1\n", b"1_0", b"\xd9\xa1", b"", b"007", b"0.0254000000000000000001"):
             with self.subTest(text):
                 b = small_scene()
@@ -543,6 +543,11 @@ def wrong_files():
         [*chunks(), [b"PROP", 32, b"", 0], [b"PROP", 32, b"", 0]], (1, 1))
     yield "properties of 40 bytes", "RECORD_SIZE", build.assemble([*chunks(), [b"PROP", 40, b"", 0]], (1, 1))
     yield "properties of 28 bytes", "RECORD_SIZE", build.assemble([*chunks(), [b"PROP", 28, b"", 0]], (1, 2))
+    yield "later children of 8 bytes", "RECORD_SIZE", build.assemble(
+        [[b"CHLD", 8, bytes(24), 0] if c[0] == b"CHLD" else c for c in chunks()], (1, 7))
+    yield "later texts of 5 bytes", "RECORD_SIZE", build.assemble(
+        [[b"TEXT", 5, bytes(100), 0] if c[0] == b"TEXT" else c for c in chunks()], (1, 7))
+    yield "later indices of 8 bytes", "RECORD_SIZE", build.assemble([*chunks(), [b"U32A", 8, b"", 0]], (1, 7))
     yield "properties changed", "CHUNK_CHECKSUM", build.change_entry(properties((0, b"a", b"1")), 13, 24, "<Q", 1)
     yield "1.0 with properties that must be known", "UNKNOWN_CHUNK", build.assemble([*chunks(), [b"PROP", 32, b"", 1]])
 

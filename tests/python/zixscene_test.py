@@ -184,6 +184,14 @@ class Tree(unittest.TestCase):
                          ([10, 0, 0], [0, 0, 2], [2, 1, 1]))
         self.assertAlmostEqual(transform.angle, math.pi / 2, delta=1e-7)
 
+    def test_a_turn_that_is_not_finite_leaves_no_point_finite(self):
+        for field, value in ((3, math.nan), (4, math.inf), (6, math.nan), (6, -math.inf)):
+            b = two_parts()
+            b.rows[b"XFRM"][0][field] = value
+            matrix = zixscene.from_bytes(b.bytes()).transforms[0].matrix
+            self.assertTrue(np.isnan(matrix[:3]).all(), (field, value))
+            self.assertEqual(matrix[3].tolist(), [0, 0, 0, 1])
+
     def test_objects_know_each_other(self):
         scene = self.scene
         root, left, right = scene.nodes
