@@ -10,6 +10,7 @@
 namespace jttk::brep {
 namespace {
 
+// A piece is halved so often at most: 2^14 pieces are as many as an edge may have.
 constexpr int kMaximumDepth = 14;
 // Where a piece is compared with its chord in addition to its middle, in shares of the piece: not symmetric,
 // so that an S-shaped piece, which passes through the middle of its chord, is seen.

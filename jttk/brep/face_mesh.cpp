@@ -13,6 +13,8 @@
 namespace jttk::brep {
 namespace {
 
+// Where refinement ends though some triangle still misses the surface, as one with a crease that no triangle
+// can follow.
 constexpr int kMaximumRounds = 40;
 constexpr std::size_t kMaximumFacePoints = 100000;
 // Largest sideways deviation of a mesh edge from its curve on the surface, as a share of its length.

@@ -9,6 +9,7 @@
 namespace jttk::brep {
 namespace {
 
+// Of a chart that is made finer. Bounds memory and work where the surfaces do not let it fit.
 constexpr std::size_t kMaximumFinePoints = 8192;
 // How often all pieces of a chart may be halved, and steps of moving one point onto both surfaces.
 constexpr int kMaximumHalvings = 12;

@@ -12,6 +12,8 @@
 namespace jttk::brep {
 namespace {
 
+// Of a surface's grid, whose nearest points are where searches start. Bounds its memory for splines of any
+// size.
 constexpr std::size_t kMaximumGridPoints = 40000;
 constexpr std::size_t kMaximumGridLines = 200;  // of either parameter
 constexpr int kGridSteps = 24;                  // of surfaces without knots, in u and in v
@@ -20,7 +22,9 @@ constexpr int kSplineGridLines = 12;
 constexpr int kLeastGridLinesOfSpan = 2;
 // Looking at so many grid points costs as much as an evaluation.
 constexpr std::size_t kGridPointsPerEvaluation = 16;
+// Where a descent ends that does not converge.
 constexpr int kMaximumDescentSteps = 40;
+// Starts of a search: so many of the nearest grid points, and where none of them leads near enough, so many.
 constexpr int kFewStarts = 3;
 constexpr std::size_t kManyStarts = 24;
 // Below this share of its terms the determinant of the normal equations is rounding.

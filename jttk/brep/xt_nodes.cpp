@@ -10,6 +10,7 @@
 namespace jttk::brep {
 namespace {
 
+// Offsets in a stream are kept in 32 bits.
 constexpr std::size_t kMaximumBytes = std::size_t{1} << 31;
 constexpr std::int32_t kMaximumUserFields = 16;
 constexpr std::uint32_t kNeutralBinaryMark = 0x50530000U;  // "PS" and two zeros
