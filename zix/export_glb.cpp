@@ -25,11 +25,13 @@ std::string tooBig(std::uint64_t size) {
 }
 
 // What the lengths of the scene are multiplied by.
-GlbRoot rootFor(const SceneFile&, const GlbOptions& options, bool& assumed) {
+GlbRoot rootFor(const SceneFile& scene, const GlbOptions& options, bool& assumed) {
   GlbRoot root{.unit_metres = 0.001, .unit = "", .up = options.up};
   if (options.unit_metres) {
     root.unit_metres = *options.unit_metres;
-    root.unit = "";
+  } else if (const auto unit = scene.unit(); unit && unit->metres && isUsableUnit(*unit->metres)) {
+    root.unit_metres = *unit->metres;
+    root.unit = unit->name;
   } else {
     assumed = !options.as_is;
   }

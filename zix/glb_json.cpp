@@ -50,12 +50,24 @@ class GlbJson {
       root_.is_there ? json.number(std::uint64_t{plan_.nodes.size()}) : writeRoots(json);
       json.end();
     }
+    writeProperties(json, scene_.sceneProperties());
     json.end();
     json.end();
   }
 
   void writeRoots(JsonWriter& json) const {
     for (const std::uint32_t root : scene_.treeRoots()) json.number(std::uint64_t{plan_.node_numbers[root]});
+  }
+
+  static void writeProperties(JsonWriter& json, const std::vector<SceneFile::Property>& properties) {
+    if (properties.empty()) return;
+    json.key("extras");
+    json.beginObject();
+    for (const auto& property : properties) {
+      json.key(property.key);
+      json.text(property.value);
+    }
+    json.end();
   }
 
   // Behind all others, so that those have the same numbers with and without it.
@@ -111,6 +123,7 @@ class GlbJson {
       for (const std::uint32_t child : children) json.number(std::uint64_t{plan_.node_numbers[child]});
       json.end();
     }
+    writeProperties(json, scene_.properties(object));
     json.end();
   }
 

@@ -213,11 +213,31 @@ format::IndexArrayRecord SceneFile::indexArray(std::uint32_t number) const {
   return index_arrays_[objects_[number].ordinal];
 }
 
+void SceneFile::verifyArrays(std::function<void(const std::string& reason)> tell) {
+  verified_ = std::make_unique<Verified>();
+  verified_->tell = std::move(tell);
+  verified_->chunks.resize(chunks_.size());
+}
+
+void SceneFile::verify(std::uint32_t chunk, std::span<const std::byte> bytes) const {
+  const std::lock_guard lock(verified_->mutex);
+  if (verified_->chunks[chunk]) return;
+  const format::ChunkEntry entry = chunks_[chunk];
+  if (checksum(bytes) != entry.checksum) {
+    const std::string cause = "the array is damaged: its checksum is not the one that the file states";
+    if (!verified_->tell) throw SceneReadError(path_, entry.offset, cause);
+    verified_->tell((path_.empty() ? "" : path_ + ": ") + "at offset " + std::to_string(entry.offset) + " " +
+                    cause);
+  }
+  verified_->chunks[chunk] = true;
+}
+
 template <typename T>
 Values<T> SceneFile::arrayValues(std::uint32_t chunk) const {
   if (chunk == kNone) return {};
   const format::ChunkEntry entry = chunks_[chunk];
   Values<std::byte> bytes = read(entry.offset, entry.size);
+  if (verified_) verify(chunk, bytes);
   return {bytes, bytes.owner()};
 }
 

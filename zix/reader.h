@@ -23,6 +23,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -149,6 +150,12 @@ class SceneFile {
   [[nodiscard]] bool verifyChunk(std::size_t chunk) const;
   [[nodiscard]] Values<std::byte> chunkBytes(std::size_t chunk) const;
 
+  // From now on an array whose bytes do not have the checksum that the directory states is damage: found when
+  // the array is read, once for each. `tell` is called with the reason (file, place, cause), and the array is
+  // used as it is; without it, what reads the array throws SceneReadError. Not to be called while others
+  // read.
+  void verifyArrays(std::function<void(const std::string& reason)> tell = {});
+
   // --- the scene ------------------------------------------------------------------------------------------
   [[nodiscard]] std::string_view modelName() const;
   [[nodiscard]] std::string_view application() const;
@@ -219,6 +226,7 @@ class SceneFile {
   [[nodiscard]] Values<std::byte> readFile(std::uint64_t offset, std::uint64_t size) const;
   // The same, kept as long as the SceneFile.
   std::span<const std::byte> keep(Values<std::byte> bytes);
+  void verify(std::uint32_t chunk, std::span<const std::byte> bytes) const;
   template <typename T>
   [[nodiscard]] Values<T> arrayValues(std::uint32_t chunk) const;
 
@@ -232,8 +240,15 @@ class SceneFile {
     Values<std::byte> bytes;
   };
   std::unique_ptr<Window> window_ = std::make_unique<Window>();
-  std::string path_;                  // host form
-  std::span<const std::byte> bytes_;  // empty when they are read
+  // Which arrays verifyArrays() has found to be what the directory states.
+  struct Verified {
+    std::function<void(const std::string& reason)> tell;
+    std::mutex mutex;
+    std::vector<bool> chunks;
+  };
+  std::unique_ptr<Verified> verified_;  // null: nobody asks
+  std::string path_;                    // host form
+  std::span<const std::byte> bytes_;    // empty when they are read
   std::uint64_t size_ = 0;
   std::vector<Values<std::byte>> kept_;
   format::Header header_{};

@@ -16,7 +16,10 @@ void writeInfoText(const SceneFile& scene, const TextSink& out);
 void writeInfoJson(const SceneFile& scene, const TextSink& out);
 
 // Indented by the level, up to a level from which on it is written as a number. With the properties of each
-// object below its line.
+// object below its line. Long names are cut.
 void writeTree(const SceneFile& scene, const TextSink& out, bool with_properties = false);
+// The same as one document, names uncut: a list of objects, each behind its parent, so that a tree of any
+// depth is read without recursion.
+void writeTreeJson(const SceneFile& scene, const TextSink& out, bool with_properties = false);
 
 }  // namespace Orb::Zix

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "host/shown_text.h"
+#include "zix/json_writer.h"
 #include "zix/mesh_figures.h"
 #include "zix/object_names.h"
 #include "zix/scene_info.h"
@@ -14,11 +15,22 @@ namespace {
 // Beyond this the level is written as a number: the indentation of 100,000 levels would fill a disk.
 constexpr std::size_t kDeepestIndent = 40;
 
+// Of a name or a property. A file can name the same long text in each of its records: what is shown stays
+// within some times the size of the file.
+constexpr std::size_t kLongestShown = 200;
+
+std::string shown(std::string_view text) {
+  const std::string_view start = loftbay::host::startOfText(text, kLongestShown);
+  std::string result = loftbay::host::shownText(start);
+  if (start.size() < text.size()) result += "… (" + std::to_string(text.size()) + " bytes)";
+  return result;
+}
+
 std::string lineOf(const SceneFile& scene, std::uint32_t object, std::size_t level) {
   std::string line(2 * std::min(level, kDeepestIndent), ' ');
   if (level > kDeepestIndent) line += "[level " + std::to_string(level) + "] ";
   line += objectTypeName(scene.type(object));
-  line += " \"" + loftbay::host::shownText(scene.name(object)) + "\"";
+  line += " \"" + shown(scene.name(object)) + "\"";
   if (scene.object(object).placement != format::kNone) line += " placed";
   if (scene.type(object) == ObjectType::Mesh) {
     const auto type = static_cast<MeshType>(scene.mesh(object).mesh_type);
@@ -40,12 +52,61 @@ void writeTree(const SceneFile& scene, const TextSink& out, bool with_properties
           if (!with_properties) return;
           const std::string indent(2 * std::min(level, kDeepestIndent) + 4, ' ');
           for (const SceneFile::Property& property : scene.properties(object)) {
-            out(indent + "\"" + loftbay::host::shownText(property.key) + "\" = \"" +
-                loftbay::host::shownText(property.value) + "\"\n");
+            out(indent + "\"" + shown(property.key) + "\" = \"" + shown(property.value) + "\"\n");
           }
         },
         [](std::uint32_t) {});
   }
+}
+
+void writeTreeJson(const SceneFile& scene, const TextSink& out, bool with_properties) {
+  JsonWriter json(out);
+  json.beginObject();
+  json.key("objects");
+  json.beginArray();
+  for (const std::uint32_t root : scene.treeRoots()) {
+    walkTree(
+        root, [&](std::uint32_t object) { return scene.children(object); },
+        [](std::uint32_t) -> const format::TransformRecord* { return nullptr; },
+        [&](std::uint32_t object, const Matrix&, std::size_t level) {
+          json.beginObject(JsonWriter::OnOneLine);
+          json.key("number");
+          json.number(std::uint64_t{object});
+          json.key("parent");
+          const std::uint32_t parent = scene.object(object).parent;
+          level == 0 ? json.null() : json.number(std::uint64_t{parent});
+          json.key("level");
+          json.number(std::uint64_t{level});
+          json.key("type");
+          json.text(objectTypeName(scene.type(object)));
+          json.key("name");
+          json.text(scene.name(object));
+          json.key("placed");
+          json.boolean(scene.object(object).placement != format::kNone);
+          if (scene.type(object) == ObjectType::Mesh) {
+            json.key("mesh_type");
+            json.text(meshTypeName(static_cast<MeshType>(scene.mesh(object).mesh_type)));
+            json.key("elements");
+            json.number(wholeElementCount(scene, object));
+            json.key("points");
+            json.number(pointCount(scene, object));
+          }
+          if (with_properties) {
+            json.key("properties");
+            json.beginObject();
+            for (const SceneFile::Property& property : scene.properties(object)) {
+              json.key(property.key);
+              json.text(property.value);
+            }
+            json.end();
+          }
+          json.end();
+        },
+        [](std::uint32_t) {});
+  }
+  json.end();
+  json.end();
+  json.finish();
 }
 
 }  // namespace Orb::Zix

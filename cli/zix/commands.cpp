@@ -54,12 +54,17 @@ std::vector<Option> allOptions() {
       {
           .name = "--json",
           .help = "one JSON document instead of text",
-          .commands = {"info"},
+          .commands = {"info", "tree", "validate"},
       },
       {
           .name = "--properties",
           .help = "the properties of each object below it",
           .commands = {"tree"},
+      },
+      {
+          .name = "--force",
+          .help = "goes on with arrays whose checksums are wrong, and says so",
+          .commands = {"diff", "export", "render"},
       },
       {
           .name = "--tolerance",
@@ -107,7 +112,8 @@ std::vector<Option> allOptions() {
       },
       {
           .name = "--unit",
-          .help = "of the scene's lengths, for a GLB, which is in metres: m, cm, mm, in, ft, … or a length "
+          .help = "of the scene's lengths, for a GLB, which is in metres: m, cm, mm, in, ft and others, or a "
+                  "length "
                   "in metres; "
                   "else the scene's own, else mm",
           .kind = OptionKind::Text,

@@ -10,9 +10,11 @@ namespace loftbay::cli {
 int runDiff(const CommandLine& call) {
   const auto stated = call.value("--tolerance");
   const double tolerance = stated ? *toleranceIn(*stated) : -1;
-  const auto first = openScene(call.operands()[0]);
-  const auto second = openScene(call.operands()[1]);
+  auto first = openScene(call.operands()[0]);
+  auto second = openScene(call.operands()[1]);
   if (!first || !second) return kFailed;
+  verifyArrays(*first, call);
+  verifyArrays(*second, call);
   const auto result = Orb::Zix::diffScenes(*first, *second, tolerance);
   for (const std::string& line : result.differences) print(line + "\n");
   if (result.count > result.differences.size()) {

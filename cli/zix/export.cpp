@@ -58,8 +58,9 @@ int runExport(const CommandLine& call) {
   if (isSameFile(call.operands()[0], call.operands()[1])) {
     return refuseUsage("input and output are the same file");
   }
-  const auto scene = openScene(call.operands()[0]);
+  auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
+  verifyArrays(*scene, call);
   const auto result = found->write(*scene, host::toProgramPath(call.operands()[1]), call);
   if (!result) {
     complain(kProgram, result.error());

@@ -18,4 +18,10 @@ inline tl::expected<Orb::Zix::SceneFile, Orb::Zix::ReadError> openScene(const st
   return scene;
 }
 
+// For commands that use the scene's arrays: a damaged one is an error, or with --force said and used.
+inline void verifyArrays(Orb::Zix::SceneFile& scene, const CommandLine& call) {
+  if (!call.has("--force")) return scene.verifyArrays();
+  scene.verifyArrays([](const std::string& reason) { complain(kProgram, reason + "; used as it is"); });
+}
+
 }  // namespace loftbay::cli

@@ -46,8 +46,9 @@ int runRender(const CommandLine& call) {
   if (call.has("--sheet") && call.has("--view"))
     return refuseUsage("a sheet shows all views: '--view' does not go with '--sheet'");
   if (isSameFile(call.operands()[0], out)) return refuseUsage("input and output are the same file");
-  const auto scene = openScene(call.operands()[0]);
+  auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
+  verifyArrays(*scene, call);
   RenderStyle style{
       .flat = call.has("--flat"), .edges = call.has("--edges"), .outline = call.has("--no-shade")};
   if (const auto text = call.value("--background")) style.background = backgroundIn(*text);

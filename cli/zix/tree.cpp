@@ -1,4 +1,4 @@
-// zix tree: one line per object, indented by its level.
+// zix tree: one line per object, indented by its level, or one JSON document.
 #include "cli/zix/open_scene.h"
 #include "zix/scene_info.h"
 
@@ -7,7 +7,8 @@ namespace loftbay::cli {
 int runTree(const CommandLine& call) {
   const auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
-  Orb::Zix::writeTree(*scene, print, call.has("--properties"));
+  const auto write = call.has("--json") ? Orb::Zix::writeTreeJson : Orb::Zix::writeTree;
+  write(*scene, print, call.has("--properties"));
   return kDone;
 }
 

@@ -182,6 +182,22 @@ TEST_F(GlbFile, APlacementMoreIsANodeMoreAndNothingElse) {
   EXPECT_EQ(sizes(200), sizes(1));
 }
 
+TEST_F(GlbFile, TheUnitIsTheScenesAndPropertiesAreExtras) {
+  const SceneFile scene = makeScene([](Scene_V1& s, const ObjectId& root) {
+    addShape(s, root, "part", square(1));
+    ASSERT_TRUE(setSceneProperty("unit", "inch"));
+    ASSERT_TRUE(setSceneProperty("unit_metres", "0.0254"));
+    ASSERT_TRUE(setObjectProperty(root, "Material", "steel"));
+  });
+  const Glb glb = exported(scene);
+  EXPECT_EQ(onlyRoot(glb)["scale"].dump(), "[0.0254,0.0254,0.0254]");
+  EXPECT_EQ(onlyRoot(glb)["extras"]["zix_unit"], "inch");
+  EXPECT_EQ(glb.json["scenes"][0]["extras"].dump(), R"({"unit":"inch","unit_metres":"0.0254"})");
+  EXPECT_EQ(glb.json["nodes"][0]["extras"].dump(), R"({"Material":"steel"})");
+  EXPECT_EQ(exportWith({}).err, "");
+  EXPECT_EQ(onlyRoot(exported(scene, {.unit_metres = 2}))["extras"]["zix_unit_metres"], 2);
+}
+
 TEST_F(GlbFile, TheProgramSaysWhenItTakesMillimetres) {
   makeScene([](Scene_V1& s, const ObjectId& root) { addShape(s, root, "part", square(1)); });
   const auto assumed = exportWith({});

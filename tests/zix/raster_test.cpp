@@ -11,7 +11,7 @@ namespace {
 
 using ::testing::ElementsAreArray;
 
-constexpr std::uint32_t kSize = 8;  // pixels; twice as many samples
+constexpr std::uint32_t kPixels = 8;  // pixels; twice as many samples
 constexpr Surface kRed{{0.5F, 0, 0}, {0, 0, 0}, 0, 1};
 
 ScreenVertex at(float x, float y, float depth = 1) { return {x, y, depth, {0, 0, 1}}; }
@@ -25,17 +25,17 @@ class Raster : public ::testing::Test {
   }
   // A text for every row: '#' where all samples of a pixel are coloured, '+' where some are.
   [[nodiscard]] std::vector<std::string> picture() const {
-    const auto empty = Canvas(kSize, kSize).resolve();
-    Canvas covered(kSize, kSize);
+    const auto empty = Canvas(kPixels, kPixels).resolve();
+    Canvas covered(kPixels, kPixels);
     covered.triangle(at(-50, -50), at(100, -50), at(-50, 100), kRed);
     const auto full = covered.resolve();
     const auto pixels = canvas_.resolve();
-    std::vector<std::string> rows(kSize);
-    for (std::size_t i = 0; i < std::size_t{kSize} * kSize; ++i) {
+    std::vector<std::string> rows(kPixels);
+    for (std::size_t i = 0; i < std::size_t{kPixels} * kPixels; ++i) {
       const auto same = [&](const std::vector<std::uint8_t>& other) {
         return std::equal(&pixels[4 * i], &pixels[4 * i] + 4, &other[4 * i]);
       };
-      rows[i / kSize] += same(empty) ? '.' : same(full) ? '#' : '+';
+      rows[i / kPixels] += same(empty) ? '.' : same(full) ? '#' : '+';
     }
     return rows;
   }
@@ -43,7 +43,7 @@ class Raster : public ::testing::Test {
     EXPECT_THAT(picture(), ElementsAreArray(rows));
   }
 
-  Canvas canvas_{kSize, kSize};
+  Canvas canvas_{kPixels, kPixels};
 };
 
 const std::vector<std::string> kRectangle = {"........", "........", "........", "..###...",
@@ -76,7 +76,7 @@ TEST_F(Raster, TheCanvasEndsAtItsOwnEdge) {
   expectPicture(
       {"#.......", "........", "........", "........", "........", "........", "........", "......##"});
   rectangle(-30, 30, -30, 30);
-  expectPicture(std::vector<std::string>(kSize, "########"));
+  expectPicture(std::vector<std::string>(kPixels, "########"));
 }
 
 TEST_F(Raster, NothingOutsideOfTheCanvasIsDrawn) {
@@ -84,7 +84,7 @@ TEST_F(Raster, NothingOutsideOfTheCanvasIsDrawn) {
   rectangle(-5, 0, 0, 16);
   rectangle(0, 16, -5, 0);
   rectangle(0, 16, 16, 20);
-  expectPicture(std::vector<std::string>(kSize, "........"));
+  expectPicture(std::vector<std::string>(kPixels, "........"));
 }
 
 TEST_F(Raster, ASlopingEdgeTakesTheSamplesBelowIt) {
@@ -97,7 +97,7 @@ TEST_F(Raster, ASlopingEdgeTakesTheSamplesBelowIt) {
 TEST_F(Raster, TrianglesThatShareEdgesLeaveNoGap) {
   std::mt19937 random(7);
   for (int i = 0; i < 200; ++i) {
-    canvas_ = Canvas(kSize, kSize);
+    canvas_ = Canvas(kPixels, kPixels);
     const auto inside = [&] { return 1 + 14 * static_cast<float>(random() % 10007) / 10007; };
     const ScreenVertex center = at(inside(), inside());
     const ScreenVertex corners[] = {at(-1, -1), at(inside(), -1), at(17, -1), at(17, inside()),
@@ -105,7 +105,7 @@ TEST_F(Raster, TrianglesThatShareEdgesLeaveNoGap) {
     for (std::size_t k = 0; k < std::size(corners); ++k) {
       canvas_.triangle(center, corners[k], corners[(k + 1) % std::size(corners)], kRed);
     }
-    expectPicture(std::vector<std::string>(kSize, "########"));
+    expectPicture(std::vector<std::string>(kPixels, "########"));
     if (HasFailure()) FAIL() << i;
   }
 }
@@ -142,7 +142,7 @@ TEST_F(Raster, ALineFillsThePixelsThatItRunsThrough) {
   canvas_.line(at(3, 7.25F), at(13, 7.25F), kRed.color);
   const auto pixels = canvas_.resolve();
   for (std::size_t x = 1; x < 7; ++x) {
-    const std::uint8_t* pixel = &pixels[4 * (std::size_t{3} * kSize + x)];
+    const std::uint8_t* pixel = &pixels[4 * (std::size_t{3} * kPixels + x)];
     EXPECT_EQ(pixel[0], 128) << x;
     EXPECT_EQ(pixel[1], 0) << x;
     EXPECT_EQ(pixel[2], 0) << x;

@@ -317,7 +317,7 @@ TEST_F(ZixTool, WrongUsageIsCodeTwoAndNamesTheMistake) {
       {{"info", "--zzzzzzzzzzz", "x"}, "zix: unknown option '--zzzzzzzzzzz'\n"},
       {{"info", "--json=yes", "x"}, "zix: option '--json' takes no value\n"},
       {{"info"}, "zix: a file name is missing: zix info F [--json]\n"},
-      {{"tree", "a", "b"}, "zix: there are too many file names: zix tree F [--properties]\n"},
+      {{"tree", "a", "b"}, "zix: there are too many file names: zix tree F [--json] [--properties]\n"},
   };
   for (const UsageCase& one : cases) {
     const ProgramResult result = zix(one.arguments);
