@@ -1,6 +1,7 @@
 // Equal arrays are in a file once, however often they are set, and unequal ones never share a chunk.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 
@@ -135,9 +136,9 @@ TEST(SharedArrays, AreFoundInTheBufferInTheFileAndAcrossBoth) {
   ArrayScene scene(folder);
   // The buffer takes 1 MiB; so some of these are in the file, one lies across, and the last ones are held.
   constexpr unsigned int kCount = 20;
-  constexpr std::size_t kSize = 50000;
-  for (unsigned int i = 0; i < kCount; ++i) scene.addIndices(numbers(kSize, i));
-  for (unsigned int i = 0; i < kCount; ++i) scene.addIndices(numbers(kSize, i));
+  constexpr std::size_t kValues = 50000;
+  for (unsigned int i = 0; i < kCount; ++i) scene.addIndices(numbers(kValues, i));
+  for (unsigned int i = 0; i < kCount; ++i) scene.addIndices(numbers(kValues, i));
   const auto big = numbers(400000, 7);  // straight to the file
   scene.addIndices(big);
   scene.addIndices(big);
@@ -145,7 +146,7 @@ TEST(SharedArrays, AreFoundInTheBufferInTheFileAndAcrossBoth) {
   EXPECT_EQ(arrayCount(file), kCount + 1);
   for (unsigned int i = 0; i < kCount; ++i) {
     EXPECT_EQ(file.indexArray(kCount + i).chunk, i);
-    EXPECT_EQ(file.indexValues(kCount + i)[kSize - 1], i + kSize - 1);
+    EXPECT_EQ(file.indexValues(kCount + i)[kValues - 1], i + kValues - 1);
   }
   EXPECT_EQ(file.indexArray(2 * kCount + 1).chunk, kCount);
 }
@@ -238,11 +239,11 @@ TEST(SharedArrays, ManyOfOneHashCostABoundedNumberOfComparisons) {
   Store store(folder, sameForAll);
   CountReads hook;
   constexpr unsigned int kCount = 200;
-  constexpr std::size_t kSize = 70000;  // each straight to the file
-  for (unsigned int i = 0; i < kCount; ++i) EXPECT_EQ(store.add(numbers(kSize, i)), i);
+  constexpr std::size_t kValues = 70000;  // each straight to the file
+  for (unsigned int i = 0; i < kCount; ++i) EXPECT_EQ(store.add(numbers(kValues, i)), i);
   EXPECT_LE(hook.reads, 64 * static_cast<int>(kCount));
-  EXPECT_EQ(store.add(numbers(kSize, 0)), 0U);
-  EXPECT_EQ(store.add(numbers(kSize, kCount - 1)), kCount) << "stored once more instead of searched for";
+  EXPECT_EQ(store.add(numbers(kValues, 0)), 0U);
+  EXPECT_EQ(store.add(numbers(kValues, kCount - 1)), kCount) << "stored once more instead of searched for";
 }
 
 // --- a file that cannot be read back ----------------------------------------------------------------------
@@ -269,6 +270,36 @@ TEST(SharedArrays, ThatCannotBeReadBackFailTheClose) {
     EXPECT_THAT(message, HasSubstr(folder.hostPath("scene.zix")));
     EXPECT_THAT(folder.names(), IsEmpty()) << nameOf(way);
   }
+}
+
+// --- what is found in them ---------------------------------------------------------------------------------
+
+std::vector<std::string> codesOf(const std::string& path) {
+  std::vector<std::string> codes;
+  for (const auto& message : validateFile(path).messages) codes.push_back(message.code);
+  return codes;
+}
+
+TEST(SharedArrays, AreCheckedOnceAndTheirFaultsAreToldOfEachMesh) {
+  const ScratchFolder folder;
+  const std::string path = folder.programPath("scene.zix");
+  Scene_V1 scene("Model");
+  scene.saveTo(path.c_str(), " ", true, true);
+  const auto root = loftbay::testing_support::addObject(scene, ObjectType::Node, "root");
+  for (const char* name : {"first", "second"}) {
+    loftbay::testing_support::addShape(
+        scene, root, name, {MeshType::Triangles, {0, 0, 0, 1, 0, 0, 0, std::nanf("1"), 0}, {0, 1, 3}, {3}});
+  }
+  scene.createDefaultViews(root);
+  scene.closeFile(path.c_str());
+  EXPECT_THAT(codesOf(path),
+              testing::UnorderedElementsAre("INDEX_RANGE", "INDEX_RANGE", "NOT_FINITE", "NOT_FINITE"));
+
+  std::string damaged = folder.read("scene.zix");
+  damaged[64 + 2] ^= 1;  // in the array that stands first
+  folder.write("scene.zix", damaged);
+  const auto codes = codesOf(path);
+  EXPECT_EQ(std::count(codes.begin(), codes.end(), "CHUNK_CHECKSUM"), 1);
 }
 
 TEST(SharedArrays, AFileIsAFunctionOfTheCalls) {
