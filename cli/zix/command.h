@@ -17,6 +17,7 @@ int runValidate(const CommandLine& call);
 int runDiff(const CommandLine& call);
 int runExport(const CommandLine& call);
 int runRender(const CommandLine& call);
+int runView(const CommandLine& call);
 
 const Program& zixProgram();
 

@@ -13,7 +13,7 @@ constexpr std::string_view kExitCodes =
     "Exit codes: 0 done (validate: no error, warnings allowed; diff: equal); 1 damaged, different or\n"
     "failed; 2 wrong usage. Results go to standard output, everything else to standard error.";
 
-constexpr RunCommand kRunners[] = {runInfo, runTree, runValidate, runDiff, runExport, runRender};
+constexpr RunCommand kRunners[] = {runInfo, runTree, runValidate, runDiff, runExport, runRender, runView};
 
 Command command(std::string_view name, std::string_view called, std::vector<Operand> operands,
                 std::string_view about) {
@@ -39,8 +39,11 @@ std::vector<Command> allCommands() {
       command(
           "export", "zix export", {{"F"}, {"OUT"}},
           "Writes the scene in another format, by OUT's extension: .glb (tree and materials), .stl (binary) "
-          "or .obj (both in world coordinates)."),
-      command("render", "zix render", {{"F"}, {"OUT.png"}}, "A picture of the scene.")};
+          "or .obj (both in world coordinates), .html (a page that shows it in any browser, without a "
+          "network)."),
+      command("render", "zix render", {{"F"}, {"OUT.png"}}, "A picture of the scene."),
+      command("view", "zix view", {{"F"}},
+              "Opens the scene in the browser: writes the page into a temporary folder and says where.")};
 }
 
 std::string_view sizeRule() {
@@ -64,7 +67,7 @@ std::vector<Option> allOptions() {
       {
           .name = "--force",
           .help = "goes on with arrays whose checksums are wrong, and says so",
-          .commands = {"diff", "export", "render"},
+          .commands = {"diff", "export", "render", "view"},
       },
       {
           .name = "--tolerance",
@@ -150,6 +153,18 @@ std::vector<Option> allOptions() {
           .name = "--flat",
           .help = "every triangle in one shade",
           .commands = {"render"},
+      },
+      {
+          .name = "--report",
+          .help = "what the conversion left out, for the page to show: the report of loftbay --json",
+          .kind = OptionKind::Path,
+          .argument = "R.json",
+          .commands = {"export", "view"},
+      },
+      {
+          .name = "--no-open",
+          .help = "writes the page only",
+          .commands = {"view"},
       },
   };
   for (Option& option : commonOptions()) options.push_back(std::move(option));

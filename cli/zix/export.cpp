@@ -5,6 +5,7 @@
 
 #include "cli/zix/open_scene.h"
 #include "cli/zix/option_values.h"
+#include "cli/zix/page.h"
 #include "zix/export.h"
 
 namespace loftbay::cli {
@@ -33,6 +34,9 @@ struct Format {
   Exporter write;
 };
 
+// A page for browsers, which takes options of its own.
+constexpr std::string_view kPage = ".html";
+
 constexpr Format kFormats[] = {{".glb", writeGlb}, {".stl", writeStl}, {".obj", writeObj}};
 
 }  // namespace
@@ -41,10 +45,10 @@ int runExport(const CommandLine& call) {
   const std::string extension = extensionOf(call.operands()[1]);
   const auto* const found = std::find_if(std::begin(kFormats), std::end(kFormats),
                                          [&](const Format& format) { return format.extension == extension; });
-  if (found == std::end(kFormats)) {
+  if (found == std::end(kFormats) && extension != kPage) {
     std::string known;
-    for (const Format& format : kFormats)
-      known += (known.empty() ? "" : ", ") + std::string(format.extension);
+    for (const Format& format : kFormats) known += std::string(format.extension) + ", ";
+    known += kPage;
     return refuseUsage("'" + call.operands()[1] + "' has none of the extensions " + known);
   }
   for (const char* const option : {"--unit", "--up", "--as-is"}) {
@@ -58,6 +62,8 @@ int runExport(const CommandLine& call) {
   if (isSameFile(call.operands()[0], call.operands()[1])) {
     return refuseUsage("input and output are the same file");
   }
+  if (extension == kPage) return writePage(call, call.operands()[1]);
+  if (call.has("--report")) return refuseUsage("'--report' is for .html");
   auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
   verifyArrays(*scene, call);

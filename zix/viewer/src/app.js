@@ -13,6 +13,7 @@ import {Tree} from "./tree.js";
 
 const TURN = 0.008;  // radians per pixel
 const AXES = ["x", "y", "z"];
+const MOST_FITTED = 3_000_000;  // points
 
 /** The seven views, for scenes that have none of their own. */
 const SIDES = /** @type {[string, number[], number[]][]} */ ([
@@ -52,7 +53,7 @@ export class App {
     this.setTheme(matchMedia("(prefers-color-scheme: dark)").matches);
     this.details.show(-1);
     if (innerWidth < 800) {
-      byId("details").hidden = true;
+      this.showPanel("details", false);
       this.showPanel("side", false);
     }
     this.resize();
@@ -305,24 +306,40 @@ export class App {
     this.redraw();
   }
 
-  /** The corners of the boxes of what is visible below a row. @param {number} entry  -1: of all */
-  visibleCorners(entry) {
+  /**
+   * All points of what is visible below a row; corners of boxes where there are too many.
+   * @param {number} entry  -1: of all
+   * @returns {(add: (x: number, y: number, z: number) => void) => void}
+   */
+  visiblePoints(entry) {
     const {first, end} = entry < 0 ? {first: 0, end: this.model.instances.length} : this.model.instancesOf(entry);
-    const all = [];
-    for (let i = first; i < end; ++i) {
-      if (!(this.drawing.shown[i] & Shown.Hidden)) all.push(...this.model.instances[i].box.corners());
-    }
-    return all;
+    return (add) => {
+      let rest = MOST_FITTED;
+      for (let i = first; i < end; ++i) {
+        const {mesh, world: m, box} = this.model.instances[i];
+        if (this.drawing.shown[i] & Shown.Hidden || this.drawing.opacityOf(i) <= 0) continue;
+        const {points} = this.model.meshes[mesh];
+        rest -= points.length / 3;
+        if (rest < 0) {
+          for (const [x, y, z] of box.corners()) add(x, y, z);
+          continue;
+        }
+        for (let p = 0; p < points.length; p += 3) {
+          const x = points[p], y = points[p + 1], z = points[p + 2];
+          add(m[0] * x + m[1] * y + m[2] * z + m[3], m[4] * x + m[5] * y + m[6] * z + m[7], m[8] * x + m[9] * y + m[10] * z + m[11]);
+        }
+      }
+    };
   }
 
   /** @param {number} entry */
-  fit(entry) { this.moveTo((camera) => camera.fit(this.visibleCorners(entry)), true); }
+  fit(entry) { this.moveTo((camera) => camera.fit(this.visiblePoints(entry)), true); }
 
   /** Turns to a view and fits the picture to what is visible. @param {{name: string, position: number[], target: number[], up: number[], height: number}} view @param {boolean} isSlow */
   goTo(view, isSlow) {
     this.moveTo((camera) => {
       camera.turn = Camera.turnOfView(view);
-      camera.fit(this.visibleCorners(-1));
+      camera.fit(this.visiblePoints(-1));
     }, isSlow);
   }
 

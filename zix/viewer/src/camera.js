@@ -4,6 +4,8 @@ import {Quaternion, Vector3} from "three";
 
 const ANGLE = (30 * Math.PI) / 180;  // across the smaller side of the picture, in perspective
 
+const FILLED = 0.92;  // of the frame by what is fitted to it, as in `zix render`
+
 /** @param {number[]} from @param {number[]} target @param {number[]} up */
 function turnOf(from, target, up) {
   const back = new Vector3(from[0] - target[0], from[1] - target[1], from[2] - target[2]).normalize();
@@ -74,49 +76,44 @@ export class Camera {
   /** Length of one pixel at the target. */
   get pixel() { return this.height / this.smaller; }
 
-  /** As a view of the scene states it. @param {{position: number[], target: number[], up: number[], height: number}} view */
-  setView({position, target, up, height}) {
-    this.turn = turnOf(position, target, up);
-    this.target.set(target[0], target[1], target[2]);
-    if (height > 0 && Number.isFinite(height)) this.height = height;
-  }
-
   /** @param {{position: number[], target: number[], up: number[]}} view */
   static turnOfView({position, target, up}) { return turnOf(position, target, up); }
 
   /**
-   * Moves so that all points are just in the picture, with a margin.
-   * @param {number[][]} points
+   * Moves so that all points are just in the frame, with a margin of 4 % of it on either side.
+   * @param {(add: (x: number, y: number, z: number) => void) => void} forEachPoint
    */
-  fit(points) {
-    if (points.length === 0) return;
-    const {right, up, back} = this;
-    const t = Math.tan(ANGLE / 2) * 0.92;
+  fit(forEachPoint) {
+    const {right, up, back, centre} = this;
+    const t = Math.tan(ANGLE / 2) * FILLED;
     const {smaller, frame} = this;
     const tans = [(t * frame.width) / smaller, (t * frame.height) / smaller];
-    const axes = [right, up];
-    const low = [Infinity, Infinity];
-    const high = [-Infinity, -Infinity];
-    let near = -Infinity;
-    let far = Infinity;
-    for (const [x, y, z] of points) {
-      const p = new Vector3(x, y, z).sub(this.centre);
-      const depth = p.dot(back);
+    const [reachX, reachY] = this.isParallel ? [0, 0] : tans;
+    let [left, farRight, bottom, top, near, far] = [Infinity, -Infinity, Infinity, -Infinity, -Infinity, Infinity];
+    forEachPoint((px, py, pz) => {
+      const x = px - centre.x;
+      const y = py - centre.y;
+      const z = pz - centre.z;
+      const depth = x * back.x + y * back.y + z * back.z;
+      if (!Number.isFinite(depth)) return;
+      const across = x * right.x + y * right.y + z * right.z;
+      const upwards = x * up.x + y * up.y + z * up.z;
       near = Math.max(near, depth);
       far = Math.min(far, depth);
-      axes.forEach((axis, k) => {
-        const along = p.dot(axis);
-        const reach = this.isParallel ? 0 : depth * tans[k];
-        low[k] = Math.min(low[k], along - reach);
-        high[k] = Math.max(high[k], along + reach);
-      });
-    }
+      left = Math.min(left, across - depth * reachX);
+      farRight = Math.max(farRight, across + depth * reachX);
+      bottom = Math.min(bottom, upwards - depth * reachY);
+      top = Math.max(top, upwards + depth * reachY);
+    });
+    if (!(near >= far)) return;
+    const low = [left, bottom];
+    const high = [farRight, top];
     const middle = low.map((v, k) => (v + high[k]) / 2);
     // In perspective low and high are where the picture's sides, moved onto the points, meet the plane of the centre.
     const half = low.map((v, k) => (high[k] - v) / 2);
     this.target.copy(this.centre).addScaledVector(right, middle[0]).addScaledVector(up, middle[1]);
     if (this.isParallel) {
-      this.height = (2 * Math.max(half[0] / (frame.width / smaller), half[1] / (frame.height / smaller))) / 0.92;
+      this.height = (2 * Math.max(half[0] / (frame.width / smaller), half[1] / (frame.height / smaller))) / FILLED;
       this.target.addScaledVector(back, (near + far) / 2);
     } else {
       const eye = Math.max(half[0] / tans[0], half[1] / tans[1]);

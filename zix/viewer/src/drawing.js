@@ -223,7 +223,7 @@ export class Drawing {
     const faces = {glslVersion: GLSL3, vertexShader: FACE_VERTEX, fragmentShader: FACE_FRAGMENT, side: DoubleSide,
                    uniforms: {section, accent, parallel: isParallel}};
     // Faces stand back a little, so that edges on them are not covered.
-    this.faceMaterial = new RawShaderMaterial({...faces, polygonOffset: true, polygonOffsetFactor: 1, polygonOffsetUnits: 1});
+    this.faceMaterial = new RawShaderMaterial({...faces, polygonOffset: true, polygonOffsetFactor: 1.5, polygonOffsetUnits: 4});
     this.clearMaterial = new RawShaderMaterial({...faces, ...blend, transparent: true, depthWrite: false});
     const lines = {glslVersion: GLSL3, vertexShader: LINE_VERTEX, fragmentShader: LINE_FRAGMENT, ...blend};
     const inked = (/** @type {number} */ own, /** @type {number} */ round) => new RawShaderMaterial(

@@ -26,7 +26,7 @@ function showReport(model, bytes) {
   } catch {
     found.push("The conversion's report cannot be read.");
   }
-  if (byId("data").dataset.damaged !== undefined) found.push("The scene's file is damaged; the page was made all the same.");
+  if (document.getElementById("zix-damaged") !== null) found.push("The scene's file is damaged; the page was made all the same.");
   const parts = reportParts(report, found);
   if (parts === null) return;
   const sheet = /** @type {HTMLDialogElement} */ (byId("report"));

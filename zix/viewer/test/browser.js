@@ -51,7 +51,7 @@ export class Browser {
   }
 }
 
-/** The canvas alone, as PNG, seen from a view of the file exactly. */
+/** The canvas alone, as PNG, as the page shows one of its views. */
 export async function canvasPicture(page, viewName, width, height) {
   const url = await page.evaluate(([name, w, h]) => {
     const {app, scene} = window.zixPage;
@@ -59,7 +59,7 @@ export async function canvasPicture(page, viewName, width, height) {
     camera.setSize(w, h, {x: 0, y: 0, width: w, height: h});
     drawing.resize(w, h, 1);
     camera.isParallel = true;
-    camera.setView(scene.views.find((view) => view.name === name));
+    app.goTo(scene.views.find((view) => view.name === name), false);
     drawing.render(camera);
     return drawing.canvas.toDataURL("image/png");
   }, [viewName, width, height]);
