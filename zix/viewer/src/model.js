@@ -31,6 +31,8 @@ import {MeshType, NONE, Type} from "./reader.js";
  * @property {Box} box  in the world
  */
 
+const MOST_VALUES = 400_000_000;
+
 const unit = (/** @type {number} */ value) => (Number.isFinite(value) ? Math.min(1, Math.max(0, value)) : 0);
 
 /** @type {Appearance} */
@@ -57,7 +59,8 @@ function equalChunks(scene) {
     const key = `${type} ${recordSize} ${size} ${checksum}`;
     const known = candidates.get(key) ?? [];
     const words = (/** @type {number} */ at) => new Uint32Array(bytes.buffer, bytes.byteOffset + at, size / 4);
-    for (const other of known) {
+    // More than a few that differ in spite of their checksums are made to cost time.
+    for (const other of known.slice(0, 4)) {
       const a = words(offset);
       const b = words(chunks[other].offset);
       let same = true;
@@ -93,6 +96,7 @@ export class Model {
     /** @type {Appearance[]} */
     this.looks = [];
     this.misplaced = 0;
+    this.work = 0;
     this.chunkClass = equalChunks(scene);
     /** @type {Map<string, number>} */
     this.meshNumbers = new Map();
@@ -171,6 +175,10 @@ export class Model {
     if (number === undefined) {
       number = this.meshes.length;
       this.meshNumbers.set(key, number);
+      const values = this.scene.floats(facts.coordinates).length + this.scene.numbers(facts.indices).length;
+      // Meshes may share arrays, so that a small file can stand for very much.
+      this.work += values;
+      if (this.work > MOST_VALUES) throw new Error("its meshes are too large for a page");
       this.meshes.push(elementsOf({type: facts.type, dimension: facts.dimension, values: this.scene.floats(facts.coordinates),
                                    indices: this.scene.numbers(facts.indices), lengths: this.scene.numbers(facts.lengths)}));
     }

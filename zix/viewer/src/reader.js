@@ -14,6 +14,10 @@ const MAGIC = [0x89, 0x5a, 0x49, 0x58, 0x0d, 0x0a, 0x1a, 0x0a];
 /** @type {Record<string, number>} */
 const RECORD_SIZES = {SCNE: 56, TEXT: 1, OBJS: 40, CHLD: 4, MESH: 24, CRDS: 16, INDX: 8, XFRM: 48, MATL: 72, VIEW: 96};
 const PROPERTY_SIZE = 32;
+const MOST_KEY_BYTES = 1024;
+// Texts may share bytes, so a small file can hold very many long ones: of each only so much is shown.
+const MOST_NAME_BYTES = 1000;
+const MOST_VALUE_BYTES = 20000;
 const TABLE_OF = new Map([
   [Type.IndexArray, "INDX"], [Type.Coordinates, "CRDS"], [Type.Material, "MATL"], [Type.Transform, "XFRM"], [Type.Mesh, "MESH"],
 ]);
@@ -158,6 +162,9 @@ function readTables(bytes, view, chunks, minor) {
 
 /** A scene; objects are named by their numbers. */
 export class Scene {
+  unit = "";
+  unitMetres = 0;  // 0: not known
+
   /** @param {Uint8Array} input */
   constructor(input) {
     // Arrays are used in place, for which they must be aligned.
@@ -193,16 +200,30 @@ export class Scene {
   }
 
   /**
+   * The bytes of a text.
    * @param {Table} table
    * @param {number} row
    * @param {number} offsetField
    * @param {number} sizeField
    */
-  text(table, row, offsetField, sizeField) {
+  textBytes(table, row, offsetField, sizeField) {
     const offset = table.u64(row, offsetField);
     const size = table.u32(row, sizeField);
     check(offset + size <= this.texts.count, "TEXT_RANGE", table.at(row, offsetField), "a text is not in the file");
-    return size === 0 ? "" : decode(this.bytes.subarray(this.texts.offset + offset, this.texts.offset + offset + size));
+    return this.bytes.subarray(this.texts.offset + offset, this.texts.offset + offset + size);
+  }
+
+  /**
+   * The same as text, cut where it is very long.
+   * @param {Table} table
+   * @param {number} row
+   * @param {number} offsetField
+   * @param {number} sizeField
+   * @param {number} [most] bytes
+   */
+  text(table, row, offsetField, sizeField, most = MOST_NAME_BYTES) {
+    const bytes = this.textBytes(table, row, offsetField, sizeField);
+    return bytes.length <= most ? decode(bytes) : decode(bytes.subarray(0, most)).replace(/\ufffd{1,3}$/, "") + "…";
   }
 
   /**
@@ -289,26 +310,47 @@ export class Scene {
     for (let row = 0; row < INDX.count; ++row) mustBeArray(INDX.u32(row, 0), "U32A", 4, INDX.at(row, 0));
   }
 
-  // Rows of one owner stand together; NONE is the scene.
+  // Rows of one owner stand together, the scene's (NONE) first.
   readProperties() {
-    /** @type {Map<number, [string, string][]>} */
+    /** @type {Map<number, {first: number, end: number}>} */
     this.propertyRows = new Map();
     const table = this.tables.PROP;
+    let last = -1;
+    let keys = new Set();
     for (let row = 0; row < (table?.count ?? 0); ++row) {
       const owner = table.u32(row, 24);
       this.mustBe(owner, Object.values(Type), table.at(row, 24));
-      const rows = this.propertyRows.get(owner) ?? [];
-      rows.push([this.text(table, row, 0, 16), this.text(table, row, 8, 20)]);
+      const size = table.u32(row, 16);
+      check(size >= 1 && size <= MOST_KEY_BYTES, "PROPERTY_KEY", table.at(row, 16), `a property's key has ${size} bytes`);
+      const key = String.fromCharCode(...this.textBytes(table, row, 0, 16));
+      this.textBytes(table, row, 8, 20);
+      const place = owner === NONE ? 0 : owner + 1;
+      const rows = this.propertyRows.get(owner) ?? {first: row, end: row};
+      if (rows.first === row) keys = new Set();
+      check(place >= last && !keys.has(key), "PROPERTY_ORDER", table.at(row, 0), "properties are not in order, or one is there twice");
+      last = place;
+      keys.add(key);
+      rows.end = row + 1;
       this.propertyRows.set(owner, rows);
     }
     const own = new Map(this.properties(NONE));
-    const metres = Number(own.get("unit_metres"));
+    const metres = own.get("unit_metres") ?? "";
     this.unit = own.get("unit") ?? "";
-    this.unitMetres = own.has("unit_metres") && Number.isFinite(metres) && metres > 0 ? metres : 0;
+    this.unitMetres = /^\d+(\.\d+)?([eE][+-]?\d+)?$/.test(metres) && Number.isFinite(Number(metres)) ? Number(metres) : 0;
   }
 
-  /** Keys and values of an object, or of the scene. @param {number} owner */
-  properties(owner) { return this.propertyRows.get(owner) ?? []; }
+  /**
+   * Keys and values of an object, or of the scene (NONE); the first of them where there are very many.
+   * @param {number} owner
+   * @param {number} [most]
+   * @returns {[string, string][]}
+   */
+  properties(owner, most = 2000) {
+    const {first, end} = this.propertyRows.get(owner) ?? {first: 0, end: 0};
+    const table = this.tables.PROP;
+    return Array.from({length: Math.min(most, end - first)}, (_, k) => [
+      this.text(table, first + k, 0, 16), this.text(table, first + k, 8, 20, MOST_VALUE_BYTES)]);
+  }
   /** @param {number} object */
   type(object) { return this.objects.u32(object, 0); }
   /** @param {number} object */

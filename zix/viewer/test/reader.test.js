@@ -1,5 +1,5 @@
 import assert from "node:assert/strict";
-import {readFileSync, readdirSync} from "node:fs";
+import {existsSync, readFileSync, readdirSync} from "node:fs";
 import {test} from "node:test";
 import {xxh64} from "../src/checksum.js";
 import {NONE, Scene, Type, ZixError} from "../src/reader.js";
@@ -126,6 +126,45 @@ test("each broken rule has its code", () => {
   cycle.node("a", {parent: 1});
   cycle.node("b", {parent: 0});
   assert.equal(codeOf(cycle.bytes()), "CYCLE");
+});
+
+test("properties: their keys, their order, and how much of them is shown", () => {
+  const of = (...properties) => {
+    const b = good();
+    for (const [owner, key, value] of properties) b.property(owner, key, value);
+    return b;
+  };
+  const code = (...properties) => codeOf(of(...properties).bytes());
+  assert.equal(code([NONE, "a", "1"], [0, "a", "2"], [0, "b", ""], [3, "a", "3"]), "none");
+  assert.equal(code([NONE, "", "1"]), "PROPERTY_KEY");
+  assert.equal(code([NONE, "k".repeat(1024), "1"]), "none");
+  assert.equal(code([NONE, "k".repeat(1025), "1"]), "PROPERTY_KEY");
+  assert.equal(code([0, "a", "1"], [NONE, "a", "1"]), "PROPERTY_ORDER");
+  assert.equal(code([3, "a", "1"], [0, "a", "1"]), "PROPERTY_ORDER");
+  assert.equal(code([3, "a", "1"], [3, "a", "2"]), "PROPERTY_ORDER");
+  assert.equal(code([999, "a", "1"]), "OBJECT_NUMBER");
+  const units = (metres) => new Scene(of([NONE, "unit", "thing"], [NONE, "unit_metres", metres]).bytes()).unitMetres;
+  assert.deepEqual(["0.001", "1e-06", "-1", " 1", "0x1", "1e999", "0", "."].map(units), [0.001, 1e-6, 0, 0, 0, 0, 0, 0]);
+  assert.equal(new Scene(of([NONE, "long", "x".repeat(50000)]).bytes()).properties(NONE)[0][1].length, 20001);
+  const named = new SceneBuilder();
+  named.node("ä".repeat(600));
+  assert.equal(new Scene(named.bytes()).name(0), "ä".repeat(500) + "…");
+});
+
+// docs/zix-vectors: legal files, and one for each finding; those of warnings and of arrays' contents are read.
+test("the format's vectors are read or refused as they should be", (t) => {
+  const folder = new URL("../../../docs/zix-vectors/", import.meta.url);
+  const {vectors} = JSON.parse(readFileSync(new URL("index.json", folder), "utf8"));
+  const READ = new Set(["PADDING", "INDEX_RANGE"]);
+  const there = vectors.filter(({file}) => existsSync(new URL(file, folder)));
+  if (there.length === 0) return t.skip("the files are not there");
+  for (const {file, errors} of there) {
+    const code = codeOf(new Uint8Array(readFileSync(new URL(file, folder))));
+    const fatal = errors.filter((error) => !READ.has(error));
+    // Of an array's checksum the program has to answer that makes the page.
+    const allowed = fatal.length === 0 ? ["none"] : fatal.includes("CHUNK_CHECKSUM") ? [...fatal, "none"] : fatal;
+    assert.ok(allowed.includes(code), `${file}: ${code}, not ${allowed}`);
+  }
 });
 
 test("rows of a later minor version may be longer, those of this one not", () => {
