@@ -64,7 +64,7 @@ function boxes() {
   const small = b.node("small", {parent: b.root, placement: b.transform([20, 0, 0])});
   b.mesh(b.shape("shape", {parent: small}), 0, ...arrays, green);
   b.view("top", [0, 0, 500], [0, 40, 0], [0, 1, 0], 200);
-  b.view("front", [0, -500, 0], [0, 40, 20], [0, 0, 1], 200);
+  b.view("right", [500, 40, 20], [0, 40, 20], [0, 0, 1], 200);
   return b.bytes();
 }
 
@@ -177,9 +177,20 @@ test("hide, show, isolate, transparency", async () => {
   assert.equal((await colorAt(page, middle))[3], 255);
   await page.evaluate((entry) => window.zixPage.app.select(entry), small);
   await page.keyboard.press("t");
+  await page.keyboard.press("Escape");
   const clear = (await colorAt(page, middle))[3];
   assert.ok(clear > 0 && clear < 255, `opacity ${clear}`);
-  await page.keyboard.press("t");
+  // Seen from the right, the red box stands behind the green one.
+  await page.keyboard.press("2");
+  await settle(page);
+  const through = await colorAt(page, [50, 20, 10]);
+  assert.ok(through[0] > through[1] && through[1] > 1.2 * through[2] && through[3] === 255, `${through}`);
+  await page.keyboard.press("a");
+  await settle(page);
+  const solid = await colorAt(page, [50, 20, 10]);
+  assert.ok(solid[1] > 2 * solid[0], `${solid}`);
+  await page.keyboard.press("1");
+  await page.evaluate((entry) => window.zixPage.app.select(entry), small);
   await page.keyboard.press("i");
   await page.keyboard.press("Escape");
   assert.equal((await colorAt(page, middle))[3], 255);
