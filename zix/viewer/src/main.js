@@ -5,7 +5,7 @@ import {byId, iconButton} from "./dom.js";
 import {Model} from "./model.js";
 import {Scene} from "./reader.js";
 import {readReport, reportParts} from "./report.js";
-import {countText, decode, shown} from "./text.js";
+import {countOf, countText, decode, shown} from "./text.js";
 import {takeBlock} from "./unpack.js";
 
 /** @param {Model} model */
@@ -54,7 +54,7 @@ async function begin() {
     const title = file || model.entries[0]?.name || scene.modelName || "Model";
     document.title = shown(title, 200);
     byId("title").textContent = shown(title, 200);
-    byId("subtitle").textContent = [`${countText(model.totals[0])} triangles`, `${countText(model.instances.length)} placed parts`].join(" · ");
+    byId("subtitle").textContent = [countOf(model.totals[0], "triangle"), countOf(model.instances.length, "placed part")].join(" · ");
     const app = new App(model, title);
     performance.mark("built");
     showReport(model, report);

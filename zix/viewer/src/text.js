@@ -79,3 +79,6 @@ export function lengthText(value) {
 
 /** @param {number} count */
 export const countText = (count) => count.toLocaleString("en-US");
+
+/** "1 triangle", "2 triangles". @param {number} count @param {string} one */
+export const countOf = (count, one) => `${countText(count)} ${one}${count === 1 ? "" : "s"}`;

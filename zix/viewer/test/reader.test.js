@@ -3,7 +3,7 @@ import {existsSync, readFileSync, readdirSync} from "node:fs";
 import {test} from "node:test";
 import {xxh64} from "../src/checksum.js";
 import {NONE, Scene, Type, ZixError} from "../src/reader.js";
-import {decode, lengthText, shown, unitSign} from "../src/text.js";
+import {countOf, decode, lengthText, shown, unitSign} from "../src/text.js";
 import {SceneBuilder, assemble, boxOf, oneMesh, seal} from "./scene_builder.js";
 
 const box = boxOf([1, 2, 3]);
@@ -205,6 +205,7 @@ test("texts: one mark per wrong byte, control characters to be seen, units", () 
   assert.equal(shown("x".repeat(500)).length, 401);
   assert.equal(unitSign("millimeter"), "mm");
   assert.equal(unitSign("parsec"), "parsec");
+  assert.deepEqual([countOf(1, "part"), countOf(1200, "part")], ["1 part", "1,200 parts"]);
   assert.equal(lengthText(12.5), "12.5");
   assert.equal(lengthText(0.000123456), "0.00012346");
   assert.equal(lengthText(123456.789), "123457");
