@@ -37,7 +37,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto scene = SceneFile::fromBytes(file);
   if (!scene) return 0;
   if (diffScenes(*scene, *scene, -1).count != 0) std::abort();
-  for (const auto tell : {writeInfoText, writeInfoJson, writeTree}) {
+  using Tell = void (*)(const SceneFile&, const TextSink&);
+  constexpr Tell kTells[] = {
+      writeInfoText, writeInfoJson,
+      [](const SceneFile& from, const TextSink& to) { writeTree(from, to, true); },
+      [](const SceneFile& from, const TextSink& to) { writeTreeJson(from, to, true); }};
+  for (const Tell tell : kTells) {
     std::string told;
     tell(*scene, [&](std::string_view text) { told += text; });
     if (!loftbay::host::isValidUtf8(told)) std::abort();
