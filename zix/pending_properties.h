@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -33,8 +34,16 @@ class PendingProperties {
   std::vector<PendingProperty> take();
   void clear() noexcept;
 
+  // See setPropertiesOfEntered.
+  void enter(std::span<const Property> properties);
+  // A scene has created this object.
+  void created(const ObjectId& object, ObjectType type);
+
  private:
+  void setLocked(const ObjectId& object, std::string_view key, std::string_view value);
+
   std::mutex mutex_;
+  std::vector<std::pair<std::string, std::string>> entered_;  // that no Node has got
   std::deque<PendingProperty> properties_;
   std::map<std::pair<std::uint64_t, std::string>, std::size_t> place_;  // by owner and key
 };

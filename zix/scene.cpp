@@ -5,6 +5,7 @@
 #include "host/path.h"
 #include "zix/default_views.h"
 #include "zix/object_names.h"
+#include "zix/pending_properties.h"
 #include "zix/scene_impl.h"
 #include "zix/tree_walk.h"
 
@@ -52,7 +53,9 @@ void Scene_V0::saveTo(const char* path, const char* text, bool first_flag, bool 
 ObjectId Scene_V0::createObject(ObjectType type) {
   const format::ObjectRecord& record =
       impl_->whole([&]() -> const format::ObjectRecord& { return impl_->create(type); });
-  return {impl_->objects.size(), record.type};
+  const ObjectId id{impl_->objects.size(), record.type};
+  impl_->whole([&] { PendingProperties::instance().created(id, type); });
+  return id;
 }
 
 void Scene_V0::setName(const ObjectId& id, const char* name) {

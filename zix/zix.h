@@ -17,6 +17,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -139,6 +140,14 @@ class Scene_V1 : public Scene_V0 {
 [[nodiscard]] bool setSceneProperty(std::string_view key, std::string_view value);
 // `object`: an id of the scene that will be closed. If it is none, that scene's closeFile throws.
 [[nodiscard]] bool setObjectProperty(const ObjectId& object, std::string_view key, std::string_view value);
+struct Property {
+  std::string_view key;
+  std::string_view value;
+};
+// The properties of what the program enters from here on, in place of those of the call before: the Node that
+// is created next gets them; where none is created, every Shape does. The answer is how many were left out
+// because of their keys.
+std::size_t setPropertiesOfEntered(std::span<const Property> properties);
 // Forgets all that was set since the last scene was closed.
 void dropPendingProperties() noexcept;
 

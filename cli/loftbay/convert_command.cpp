@@ -40,6 +40,7 @@ Request requestIn(const CommandLine& line) {
   options.lines = line.has("--lines");
   options.points = line.has("--points");
   options.exact_geometry = line.has("--exact-geometry");
+  options.properties = line.has("--properties");
   if (const auto text = line.value("--lod")) options.level_of_detail = *levelIn(*text);
   if (const auto text = line.value("--tess-tolerance")) options.tess_tolerance = lengthIn(*text);
   options.allow_outside = line.has("--allow-outside");

@@ -19,6 +19,7 @@ struct ConvertOptions {
   bool lines = false;           // convert lines
   bool points = false;          // convert points
   bool exact_geometry = false;  // instead of the file's facets, where it can be read
+  bool properties = false;      // of the model's nodes, into the scene
   std::uint32_t level_of_detail = jttk::kFinestLevel;
   bool allow_outside = false;
   std::vector<std::string> search_dirs;  // where else referenced files may lie

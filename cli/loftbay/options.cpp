@@ -64,6 +64,16 @@ std::vector<Option> modelOptions() {
           .reported = true,
       },
       {
+          .name = "--properties",
+          .help = "store the properties of the model's nodes in the scene: what the file and its meta data "
+                  "state of "
+                  "parts, assemblies and instances",
+          .group = kGroup,
+          .commands = {kConvert},
+          .passed_on = true,
+          .reported = true,
+      },
+      {
           .name = "--lod",
           .help = "level of detail: finest, coarsest, or a number from 0, the finest",
           .kind = OptionKind::Choice,

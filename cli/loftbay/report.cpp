@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cstdio>
 
+#include "convert/scene_properties.h"
+
 namespace loftbay::cli {
 
 namespace {
@@ -130,6 +132,18 @@ void ReportObserver::opened(std::string_view path) {
 void ReportObserver::unit(std::string_view name, double metres) {
   const auto held = lock();
   report_.unit = Unit{std::string(name), metres};
+  convert::storeUnit(name, metres);
+}
+
+void ReportObserver::entered(std::span<const diag::NodeProperty> properties) {
+  left_out_properties_ += convert::storeProperties(properties);
+}
+
+void ReportObserver::finish() {
+  if (left_out_properties_ == 0) return;
+  note(fmt::format(
+      "{} left out: the key is empty or has more than 1024 bytes",
+      left_out_properties_ == 1 ? "1 property is" : fmt::format("{} properties are", left_out_properties_)));
 }
 
 void ReportObserver::jtVersion(int major, int minor) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -77,7 +78,8 @@ JsonValue toJson(const ConversionReport& report);
 // "PART: REASON", without the part where the reason names it already.
 std::string lossText(std::string_view part, std::string_view reason);
 
-// Fills a report, and shows progress on a terminal: a line that is redrawn at most ten times a second.
+// Fills a report, hands unit and properties on to the scene writer, and shows progress on a terminal: a line
+// that is redrawn at most ten times a second.
 class ReportObserver : public diag::Observer {
  public:
   ReportObserver(ConversionReport& report, bool show_progress)
@@ -90,9 +92,13 @@ class ReportObserver : public diag::Observer {
   void counted(diag::Counted kind, std::uint64_t amount) override;
   void opened(std::string_view path) override;
   void unit(std::string_view name, double metres) override;
+  void entered(std::span<const diag::NodeProperty> properties) override;
   void jtVersion(int major, int minor) override;
   void lost(std::string_view part, std::string_view reason) override;
   void note(std::string_view text) override;
+
+  // The conversion is over: notes that stand for many follow.
+  void finish();
 
   // Takes the progress line off the terminal, so that a message can be printed.
   void clearProgress();
@@ -104,6 +110,7 @@ class ReportObserver : public diag::Observer {
   ConversionReport& report_;
   bool show_progress_;
   bool drawn_ = false;
+  std::size_t left_out_properties_ = 0;
   std::int64_t last_drawn_ms_ = 0;
 };
 

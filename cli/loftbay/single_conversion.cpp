@@ -102,6 +102,7 @@ int SingleConversion::run() {
   messages_.endLine();
   startup_failures_.endLine();
   observer_.clearProgress();
+  observer_.finish();
   const auto held = observer_.lock();
   report_.exit_code = code;
   finishReport();
@@ -251,6 +252,7 @@ void SingleConversion::prepareProcess() {
   convert::ignoreLines = !options_.lines;
   convert::ignorePoints = !options_.points;
   jttk::settings().exact_geometry = options_.exact_geometry;
+  jttk::settings().node_properties = options_.properties;
   jttk::settings().level_of_detail = options_.level_of_detail;
   jttk::settings().allow_outside = options_.allow_outside;
   setLimits(options_.limits);

@@ -149,23 +149,28 @@ void Library::reportContainer(const Document& document) {
 
 void Library::reportOpened(Document& document) {
   diag::programSeams().observer->opened(host::toHostPath(document.path));
-  reportUnit(document.graph);
+  reportUnit(document);
   reportDamage(document);
   notes_.addFile(document);
 }
 
-// The root's unit is the model's; where it states none, what is nearest to the top of the file.
-void Library::reportUnit(const SceneGraph& graph) {
+// The root's unit is the model's; where it states none, what is nearest to the top of the file. Nodes with
+// another one are counted for a note.
+void Library::reportUnit(const Document& document) {
+  const SceneGraph& graph = document.graph;
   const auto tell = [&](const Node& node) {
     const std::string& name = graph.text(node.units);
     const auto metres = brep::metresOfUnit(name);
-    if (!metres || unit_told_) return;
-    unit_told_ = true;
+    if (!metres || unit_metres_) return;
+    unit_metres_ = metres;
     diag::programSeams().observer->unit(name, *metres);
   };
-  if (unit_told_) return;
   if (graph.root < graph.nodes.size()) tell(graph.nodes[graph.root]);
-  for (const Node& node : graph.nodes) tell(node);
+  for (std::uint32_t i = 0; i < graph.nodes.size(); ++i) {
+    tell(graph.nodes[i]);
+    const auto metres = brep::metresOfUnit(graph.text(graph.nodes[i].units));
+    if (metres && metres != unit_metres_) notes_.add(ModelNotes::Kind::OtherUnit, document.nearestLabel(i));
+  }
 }
 
 void Library::reportDamage(Document& document) {

@@ -5,6 +5,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -68,7 +69,7 @@ class Library {
   void noteTail(const Document& from, const std::string& reference, const std::string& path);
   // Tells the observer that a file was opened, and what is wrong with it.
   void reportOpened(Document& document);
-  void reportUnit(const SceneGraph& graph);
+  void reportUnit(const Document& document);
   void reportDamage(Document& document);
   void reportContainer(const Document& document);
 
@@ -84,7 +85,7 @@ class Library {
   ModelNotes notes_;
   std::set<Limit> reported_limits_;
   bool has_materials_ = false;
-  bool unit_told_ = false;
+  std::optional<double> unit_metres_;  // of the unit that was told
   bool names_given_ = false;
 };
 

@@ -35,6 +35,8 @@ constexpr Wording kWordings[] = {
      "parts have facets of several colours, and the exact geometry in their place has one"},
     {"part bears the name of an earlier part and got its geometry and material",
      "parts bear the name of an earlier part and got its geometry and material"},
+    {"node states another unit than the model; lengths are as stored, placements convert them",
+     "nodes state another unit than the model; lengths are as stored, placements convert them"},
 };
 
 // Nodes name PMI by a key, the table of contents by a type; old files state one of the two only.

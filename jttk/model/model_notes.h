@@ -27,6 +27,7 @@ class ModelNotes {
                         // read
     SeveralColors,      // parts whose facets had several colours, and whose exact geometry has one
     SameName,           // parts that look different from the first one of their name
+    OtherUnit,          // nodes that state another unit than the model
   };
 
   void add(Kind kind, std::size_t count) { entries_[static_cast<std::size_t>(kind)].count += count; }
@@ -39,7 +40,7 @@ class ModelNotes {
   [[nodiscard]] std::vector<std::string> sentences() const;
 
  private:
-  static constexpr std::size_t kKinds = 9;
+  static constexpr std::size_t kKinds = 10;
   struct Entry {
     std::size_t count = 0;
     std::vector<std::string> names;

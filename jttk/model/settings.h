@@ -29,7 +29,8 @@ struct Settings {
   // them; unless somebody does, JtkShape gives no texture coordinates, and damage to these arrays is neither
   // noticed nor told. The geometry does not depend on it.
   bool extra_attributes = false;
-  // The observer is told the properties of each node that a walk enters. Meta data segments are read for that.
+  // The observer is told the properties of each node that a walk enters. Meta data segments are read for
+  // that.
   bool node_properties = false;
   // Memory for decoded shapes that are kept for the next use, in bytes.
   std::size_t shape_cache_bytes = std::size_t{64} << 20U;

@@ -10,6 +10,7 @@ def guid(text):
 
 PARTITION = guid("3e10dd10c82ad1119b6b0080c7bb5997")
 PART = guid("447235cefb38d111a506006097bdc6e1")
+INSTANCE = guid("2a10dd10c82ad1119b6b0080c7bb5997")
 END = b"\xff" * 16
 TEXT_ATOM = guid("6e10dd10c82ad1119b6b0080c7bb5997")
 HIDDEN = 1  # flag of a node: it and all below it are not shown
@@ -42,6 +43,10 @@ class GraphFile:
         body = self.group(children, flags) + struct.pack("<II", 0, len(name) // 2) + name
         body += struct.pack("<6f", *box) + bytes(4 + 6 * 4)
         self.nodes += self.element(PARTITION, 1, number, body)
+
+    def instance(self, number, target, flags=0):
+        body = struct.pack("<hII", 1, flags, 0) + struct.pack("<hi", 1, target)
+        self.nodes += self.element(INSTANCE, 0, number, body)
 
     def part(self, number, flags=0):
         body = self.group([], flags) + struct.pack("<hhi", 1, 1, 0)

@@ -8,7 +8,7 @@ import subprocess
 import unittest
 
 from cli_case import SAMPLE, SURVEY, CliTest
-from programs import LOFTBAY, ZIX
+from programs import LOFTBAY, ZIX, GraphFile
 
 
 class Conversion(CliTest):
@@ -52,6 +52,53 @@ class Conversion(CliTest):
         for key, kind in (("nodes", "Node"), ("transforms", "Transform"), ("shapes", "Shape"), ("meshes", "Mesh"),
                           ("materials", "Material")):
             self.assertEqual(counts[key], info["objects"].get(kind, 0), key)
+
+    def properties(self, *options):
+        """Of a model with an assembly, two instances of one part and a part that stands alone, by owner."""
+        graph = GraphFile()
+        graph.partition(0, [1, 2, 3])
+        graph.property(0, "JT_PROP_NAME", "machine.asm;0;0:")
+        graph.property(0, "JT_PROP_MEASUREMENT_UNITS", "Inches")
+        graph.instance(1, 4)
+        graph.instance(2, 4)
+        graph.part(3)
+        graph.part(4)
+        graph.property(1, "JT_PROP_NAME", "left.part;0;0:")
+        graph.property(2, "JT_PROP_NAME", "right.part;0;0:")
+        graph.property(2, "colour", "blue")
+        graph.property(4, "colour", "red")
+        graph.property(4, "state", "released")
+        model = self.write("machine.jt", graph.bytes())
+        self.report(self.run_program(model, self.out, "--json", *options))
+        return self.zix_info(self.out)["properties"], self.properties_in_tree()
+
+    def properties_in_tree(self):
+        """By the name of the node or shape."""
+        found = {}
+        for line in subprocess.run([ZIX, "tree", "--properties", self.out], capture_output=True, check=True).stdout.decode().splitlines():
+            owner = re.match(r' *(?:Node|Shape) "(.*?)"', line)
+            text = re.match(r' *"(.*)" = "(.*)"$', line)
+            if owner:
+                name = owner[1]
+            elif text:
+                found.setdefault(name, {})[text[1]] = text[2]
+        return found
+
+    def test_the_unit_is_stored_always(self):
+        scene, own = self.properties()
+        self.assertEqual(scene, {"unit": "Inches", "unit_metres": "0.0254"})
+        self.assertEqual(own, {})
+
+    def test_properties_are_stored_where_they_are_asked_for_and_an_instances_own_win(self):
+        scene, own = self.properties("--properties")
+        self.assertEqual(scene["unit"], "Inches")
+        self.assertEqual(own["left"], {"JT_PROP_NAME": "left.part;0;0:", "colour": "red", "state": "released"})
+        self.assertEqual(own["right"], {"JT_PROP_NAME": "right.part;0;0:", "colour": "blue", "state": "released"})
+        self.assertEqual(own["machine"], {"JT_PROP_NAME": "machine.asm;0;0:", "JT_PROP_MEASUREMENT_UNITS": "Inches"})
+
+    def test_properties_of_a_part_without_an_object_go_to_its_shapes(self):
+        self.report(self.run_program(SURVEY, self.out, "--json", "--properties"))
+        self.assertEqual(self.properties_in_tree()["Surface"]["JT_PROP_NAME"], "Surface.part;0;0:")
 
     def test_merging_vertices_can_be_switched_off(self):
         merged = self.report(self.run_program(SAMPLE, self.out, "--json"))["counts"]

@@ -122,7 +122,7 @@ class Description(ProgramTest):
             self.assertIn("--describe", [option["name"] for option in choosing])
             for option in choosing:
                 *first, last = option["choices"]
-                typed = last + "x"
+                typed = last + last[-1]
                 result = subprocess.run([PROGRAMS[program], option["commands"][0], f"{option['name']}={typed}"],
                                         capture_output=True)
                 self.assertEqual((result.returncode, result.stdout), (2, b""))

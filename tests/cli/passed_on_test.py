@@ -57,6 +57,7 @@ class PassedOn(CliTest):
         os.makedirs(self.path("empty"), exist_ok=True)
         return {
             "--no-optimize": (SAMPLE, [], more("vertices_written")),
+            "--properties": (SURVEY, [], lambda before, after: before["bytes"]["total"] < after["bytes"]["total"]),
             "--lines": (SURVEY, [], more("lines")),
             "--points": (SURVEY, [], more("points")),
             "--exact-geometry": (self.both_ways(), [], more("triangles")),

@@ -210,4 +210,16 @@ void Scene_V1::setAmbientIntensity(const ObjectId& material, float intensity) {
 }
 void Scene_V1::createDefaultViews(const ObjectId& root) { called("", "createDefaultViews", root); }
 
+// Programs hand these over, no job does; so a call would show.
+bool setSceneProperty(std::string_view key, std::string_view value) {
+  called("", "setSceneProperty", std::string(key).c_str(), std::string(value).c_str());
+  return true;
+}
+std::size_t setPropertiesOfEntered(std::span<const Property> properties) {
+  for (const auto& [key, value] : properties) {
+    called("", "setPropertiesOfEntered", std::string(key).c_str(), std::string(value).c_str());
+  }
+  return 0;
+}
+
 }  // namespace Orb::Zix

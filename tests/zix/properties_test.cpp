@@ -104,6 +104,38 @@ TEST_F(Properties, OfASceneThatIsNotClosedOrCannotBeSavedAreGone) {
   EXPECT_THAT(read("c.zix").sceneProperties(), ElementsAre(Property{"next", "value"}));
 }
 
+// What a walk enters gets a Node of its own, or Shapes only.
+TEST_F(Properties, OfWhatIsEnteredGoToTheNextNodeElseToEveryShape) {
+  const std::string path = folder_.programPath("a.zix");
+  Scene_V1 scene("Model");
+  scene.saveTo(path.c_str(), " ", true, true);
+  addObject(scene, ObjectType::Node, "root");
+  const Orb::Zix::Property of_node[] = {{"kind", "node"}, {"", "without a key"}};
+  EXPECT_EQ(setPropertiesOfEntered(of_node), 1U);
+  addObject(scene, ObjectType::Transform, "is none of both");
+  addObject(scene, ObjectType::Node, "entered");
+  addObject(scene, ObjectType::Node, "second");
+  addObject(scene, ObjectType::Shape, "shape of the node");
+  const Orb::Zix::Property of_shapes[] = {{"kind", "shapes"}};
+  EXPECT_EQ(setPropertiesOfEntered(of_shapes), 0U);
+  addObject(scene, ObjectType::Shape, "first shape");
+  addObject(scene, ObjectType::Shape, "second shape");
+  EXPECT_EQ(setPropertiesOfEntered({}), 0U);
+  addObject(scene, ObjectType::Shape, "of nobody");
+  scene.closeFile(path.c_str());
+
+  const SceneFile written = read("a.zix");
+  std::vector<std::string> owners;
+  for (std::uint32_t object = 0; object < written.objectCount(); ++object) {
+    for (const auto& [key, value] : written.properties(object)) {
+      owners.push_back(std::string(written.name(object)) + ": " + std::string(key) + " " +
+                       std::string(value));
+    }
+  }
+  EXPECT_THAT(owners,
+              ElementsAre("entered: kind node", "first shape: kind shapes", "second shape: kind shapes"));
+}
+
 TEST_F(Properties, OfAnObjectThatDoesNotExistFailTheCloseAndLeaveNothing) {
   EXPECT_THROW(write("a.zix",
                      [](const ObjectId& first, const ObjectId&) {
