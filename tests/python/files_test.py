@@ -46,7 +46,7 @@ class Converted(unittest.TestCase):
     def assert_unit(self, scene, report):
         """Scenes of version 1.0 state no unit."""
         if scene.version >= (1, 1) and report["unit"] is not None:
-            self.assertEqual((scene.unit, scene.unit_metres), (report["unit"]["name"].lower(), report["unit"]["metres"]))
+            self.assertEqual((scene.unit, scene.unit_metres), (report["unit"]["name"], report["unit"]["metres"]))
 
     def test_the_projects_samples(self):
         samples = sorted((SOURCE / "samples").glob("*.jt"))
