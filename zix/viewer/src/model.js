@@ -1,7 +1,7 @@
 // What the page shows of a scene: the tree as a flat list, the placed meshes, and the distinct meshes behind them.
 
 import {elementsOf} from "./elements.js";
-import {Box, apply, identity, multiply, placementMatrix} from "./placement.js";
+import {Box, identity, multiply, placementMatrix} from "./placement.js";
 import {MeshType, NONE, Type} from "./reader.js";
 
 /**
@@ -32,6 +32,8 @@ import {MeshType, NONE, Type} from "./reader.js";
  */
 
 const MOST_VALUES = 400_000_000;
+// Of all placed meshes, for a box that fits the model exactly; with more it is that of the placed meshes' boxes.
+const MOST_POINTS = 100_000_000;
 
 const unit = (/** @type {number} */ value) => (Number.isFinite(value) ? Math.min(1, Math.max(0, value)) : 0);
 
@@ -105,12 +107,13 @@ export class Model {
     this.walk();
     this.leftOut = 0;
     this.totals = [0, 0, 0];
-    this.bounds = new Box();
-    for (const {mesh, box} of this.instances) {
+    let points = 0;
+    for (const {mesh} of this.instances) {
       this.totals[this.meshes[mesh].type] += this.meshes[mesh].count;
       this.leftOut += this.meshes[mesh].leftOut;
-      this.bounds.addBox(box);
+      points += this.meshes[mesh].points.length / 3;
     }
+    this.bounds = points > MOST_POINTS ? this.roughBox() : this.boxOfInstances(0, this.instances.length);
   }
 
   // Without recursion: a tree may be 100,000 levels deep.
@@ -212,16 +215,29 @@ export class Model {
 
   /** The box of all points below a row, in the world. @param {number} entry */
   boxOf(entry) {
-    const box = new Box();
     const {first, end} = this.instancesOf(entry);
+    return this.boxOfInstances(first, end);
+  }
+
+  /** The box of the points of some instances, in the world. @param {number} first @param {number} end */
+  boxOfInstances(first, end) {
+    const box = new Box();
     for (let i = first; i < end; ++i) {
-      const {mesh, world} = this.instances[i];
+      const {mesh, world: m, box: own} = this.instances[i];
+      if (box.holds(own)) continue;
       const {points} = this.meshes[mesh];
       for (let p = 0; p < points.length; p += 3) {
-        const [x, y, z] = apply(world, points[p], points[p + 1], points[p + 2]);
-        box.add(x, y, z);
+        const x = points[p], y = points[p + 1], z = points[p + 2];
+        box.add(m[0] * x + m[1] * y + m[2] * z + m[3], m[4] * x + m[5] * y + m[6] * z + m[7], m[8] * x + m[9] * y + m[10] * z + m[11]);
       }
     }
+    return box;
+  }
+
+  /** A box that holds all instances, larger than needed where parts are turned. */
+  roughBox() {
+    const box = new Box();
+    for (const instance of this.instances) box.addBox(instance.box);
     return box;
   }
 

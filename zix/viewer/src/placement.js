@@ -100,6 +100,10 @@ export class Box {
     return box;
   }
   /** @param {Box} other */
+  holds(other) {
+    return other.low.every((v, k) => v >= this.low[k]) && other.high.every((v, k) => v <= this.high[k]);
+  }
+  /** @param {Box} other */
   addBox(other) {
     if (other.isEmpty) return;
     this.add(other.low[0], other.low[1], other.low[2]);

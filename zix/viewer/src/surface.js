@@ -75,26 +75,6 @@ function unitNormals(normals) {
 }
 
 /**
- * The angle of a triangle at each of its corners.
- * @param {ArrayLike<number>} points
- * @param {ArrayLike<number>} triangles
- */
-function cornerAngles(points, triangles) {
-  const angles = new Float32Array(triangles.length);
-  for (let c = 0; c < triangles.length; ++c) {
-    const t = c - (c % 3);
-    const a = 3 * triangles[c];
-    const b = 3 * triangles[t + ((c + 1) % 3)];
-    const d = 3 * triangles[t + ((c + 2) % 3)];
-    const ux = points[b] - points[a], uy = points[b + 1] - points[a + 1], uz = points[b + 2] - points[a + 2];
-    const vx = points[d] - points[a], vy = points[d + 1] - points[a + 1], vz = points[d + 2] - points[a + 2];
-    const x = uy * vz - uz * vy, y = uz * vx - ux * vz, z = ux * vy - uy * vx;
-    angles[c] = Math.atan2(Math.sqrt(x * x + y * y + z * z), ux * vx + uy * vy + uz * vz);
-  }
-  return angles;
-}
-
-/**
  * The corners of all triangles, those at one place together: those of place p begin at begins[p].
  * @param {Uint32Array} place
  * @param {ArrayLike<number>} triangles
@@ -109,56 +89,110 @@ function cornersByPlace(place, triangles) {
   return {begins, corners};
 }
 
-// Where very many triangles share a point, they are gathered by direction first, so that the work stays in proportion.
+const FLAT = 0.99996;  // cosine of half a degree: triangles beside each other that are one flat region
+// Where very many triangles meet at one edge, each is compared with the next few only.
+const MOST_AT_EDGE = 8;
+
+/**
+ * For every triangle the first one of its flat region, and for that one twice the region's area.
+ * @param {Uint32Array} place
+ * @param {ArrayLike<number>} triangles
+ * @param {{begins: Uint32Array, corners: Uint32Array}} byPlace
+ * @param {Float64Array} sized  normals as long as twice the area
+ * @param {Float32Array} units
+ */
+function flatRegions(place, triangles, {begins, corners}, sized, units) {
+  const region = new Uint32Array(triangles.length / 3).map((_, t) => t);
+  const regionOf = (/** @type {number} */ t) => {
+    while (region[t] !== t) t = region[t] = region[region[t]];
+    return t;
+  };
+  /** @type {{other: number, t: number}[]} */
+  let spokes = [];
+  for (let p = 0; p < place.length; ++p) {
+    // Each edge is met at both of its ends; the lower one is enough.
+    spokes = [];
+    for (let i = begins[p]; i < begins[p + 1]; ++i) {
+      const corner = corners[i];
+      const f = corner - (corner % 3);
+      for (let k = 1; k < 3; ++k) {
+        const other = place[triangles[f + ((corner + k) % 3)]];
+        if (other > p) spokes.push({other, t: f / 3});
+      }
+    }
+    spokes.sort((a, b) => a.other - b.other || a.t - b.t);
+    for (let i = 0; i < spokes.length; ++i) {
+      const f = 3 * spokes[i].t;
+      for (let j = i + 1; j < spokes.length && j < i + MOST_AT_EDGE && spokes[j].other === spokes[i].other; ++j) {
+        const g = 3 * spokes[j].t;
+        if (!(units[f] * units[g] + units[f + 1] * units[g + 1] + units[f + 2] * units[g + 2] > FLAT)) continue;
+        const a = regionOf(f / 3);
+        const b = regionOf(g / 3);
+        region[Math.max(a, b)] = Math.min(a, b);
+      }
+    }
+  }
+  const area = new Float64Array(region.length);
+  for (let t = 0; t < region.length; ++t) {
+    region[t] = regionOf(t);
+    area[region[t]] += Math.hypot(sized[3 * t], sized[3 * t + 1], sized[3 * t + 2]);
+  }
+  return {region, area};
+}
+
+// Where more flat regions than these share a point, they are gathered by direction, so that the work stays in proportion.
 const MANY = 40;
 
 /**
- * The neighbours whose normals are averaged at one place: vectors with their directions.
+ * The flat regions at one place: vectors along their normals, as long as their area, with their directions. Each
+ * counts once, however many triangles it has there.
  * @param {Uint32Array} corners
  * @param {number} begin
  * @param {number} end
- * @param {Float32Array} angles
+ * @param {{region: Uint32Array, area: Float64Array}} regions
  * @param {Float32Array} units
  */
-function neighbours(corners, begin, end, angles, units) {
+function neighbours(corners, begin, end, {region, area}, units) {
+  /** @type {Map<number, number>} */
+  const first = new Map();  // region: a triangle of it
+  for (let i = begin; i < end; ++i) {
+    const t = Math.floor(corners[i] / 3);
+    if (!first.has(region[t])) first.set(region[t], t);
+  }
   /** @type {number[]} */
   const list = [];  // nx ny nz ux uy uz
-  if (end - begin <= MANY) {
-    for (let i = begin; i < end; ++i) {
-      const f = corners[i] - (corners[i] % 3);
-      const weight = angles[corners[i]];
-      list.push(weight * units[f], weight * units[f + 1], weight * units[f + 2], units[f], units[f + 1], units[f + 2]);
-    }
-    return list;
-  }
   /** @type {Map<number, number>} */
   const groups = new Map();
-  for (let i = begin; i < end; ++i) {
-    const f = corners[i] - (corners[i] % 3);
-    const key = (Math.round(units[f] * 6) + 8) * 256 + (Math.round(units[f + 1] * 6) + 8) * 16 + Math.round(units[f + 2] * 6) + 8;
+  for (const [number, t] of first) {
+    const f = 3 * t;
+    const key = first.size <= MANY ? number
+                                   : (Math.round(units[f] * 6) + 8) * 256 + (Math.round(units[f + 1] * 6) + 8) * 16 + Math.round(units[f + 2] * 6) + 8;
     let at = groups.get(key);
     if (at === undefined) {
       at = list.length;
       groups.set(key, at);
       list.push(0, 0, 0, units[f], units[f + 1], units[f + 2]);
     }
-    for (let k = 0; k < 3; ++k) list[at + k] += angles[corners[i]] * units[f + k];
+    for (let k = 0; k < 3; ++k) list[at + k] += area[number] * units[f + k];
   }
   return list;
 }
 
 /**
  * Points with a normal each, for drawing: a point is there once for every normal that triangles around it have. A
- * triangle's corner has the mean of the normals of its neighbours at that place within the crease angle, weighted by
- * the angle there, which no way of cutting a face into triangles changes. Both senses of a neighbour count, because windings of open shells are not to be relied on.
+ * triangle's corner has the mean of the normals of the flat regions at that place within the crease angle, each with the
+ * weight of its whole area: no way of cutting a face into triangles changes it, and a large flat face stays flat beside
+ * a narrow bevel. Both senses of a region count, because windings of open shells are not to be relied on.
  * @param {ArrayLike<number>} points
  * @param {Uint32Array} triangles
  * @param {Uint32Array} place
  */
 export function creaseNormals(points, triangles, place) {
-  const units = unitNormals(areaNormals(points, triangles));
-  const angles = cornerAngles(points, triangles);
-  const {begins, corners} = cornersByPlace(place, triangles);
+  const sized = areaNormals(points, triangles);
+  const units = unitNormals(sized);
+  const byPlace = cornersByPlace(place, triangles);
+  const {begins, corners} = byPlace;
+  const regions = flatRegions(place, triangles, byPlace, sized, units);
   const index = new Uint32Array(triangles.length);
   const origin = new Uint32Array(triangles.length);  // the place of each point that is made
   const packed = new Int16Array(4 * triangles.length);  // normals, four numbers each: the card wants steps of 4 bytes
@@ -167,7 +201,7 @@ export function creaseNormals(points, triangles, place) {
     const begin = begins[p];
     const end = begins[p + 1];
     if (begin === end) continue;
-    const around = neighbours(corners, begin, end, angles, units);
+    const around = neighbours(corners, begin, end, regions, units);
     const first = count;
     for (let i = begin; i < end; ++i) {
       const corner = corners[i];

@@ -102,6 +102,19 @@ test("points at one place count as one for normals and edges", () => {
   assert.equal(featureEdges(points, new Uint32Array(indices), firstAtSamePlace(points)).length, 24);
 });
 
+test("a large flat face beside narrow bevels stays flat, however it is cut", () => {
+  // A square of 20 x 20 with a vertex in the middle of one side, and a strip of 0.2 at 30 degrees along each side.
+  const [inner, outer, low] = [10, 10.2, -0.2 * Math.tan(Math.PI / 6)];
+  const ring = (r, z) => [-r, -r, z, r, -r, z, r, r, z, -r, r, z];
+  const points = [...ring(inner, 0), ...ring(outer, low), 0, -inner, 0];
+  const face = [0, 8, 3, 8, 1, 3, 1, 2, 3];
+  const bevels = [0, 1, 2, 3].flatMap((k) => [k, 4 + k, 4 + (k + 1) % 4, k, 4 + (k + 1) % 4, (k + 1) % 4]);
+  const {corners} = cornerNormals(points, [...face, ...bevels]);
+  for (const normal of corners.slice(0, face.length)) assert.ok(normal[2] > Math.cos(Math.PI / 180), `${normal}`);
+  // The bevel bends: flat above, nearly as steep as it is below.
+  assert.ok(corners[face.length + 1][2] < Math.cos(Math.PI / 9), `${corners[face.length + 1]}`);
+});
+
 test("very many triangles around one point take no time to speak of", () => {
   const count = 60000;
   const points = [0, 0, 0];
@@ -162,6 +175,23 @@ test("rows: a lonely shape and mesh have none; instances below a row stand toget
   assert.deepEqual(model.boxOf(1).low, [10, 0, 0]);
   assert.deepEqual(model.countsOf(2), [24, 0, 0]);
   assert.deepEqual(model.pathOf(3), ["root", "second", "mesh"]);
+});
+
+test("the model's size is that of its points, not of turned boxes around its parts", () => {
+  const b = new SceneBuilder();
+  b.root = b.node("root");
+  const arrays = [b.coordinates(b.floats([1, 0, 0, 0, 1, 0, -1, 0, 0, 0, -1, 0])),
+                  b.indices(b.numbers([0, 1, 2, 0, 2, 3])), b.indices(b.numbers([3, 3]))];
+  for (const angle of [Math.PI / 4, 0]) {
+    const turned = b.node("turned", {parent: b.root, placement: b.transform([5, 0, 0], [0, 0, 1], angle)});
+    b.mesh(b.shape("shape", {parent: turned}), 0, ...arrays);
+  }
+  const model = modelOf(b);
+  [2, 2, 0].forEach((v, k) => near(model.bounds.size[k], v, `size ${k}`));
+  [5, 0, 0].forEach((v, k) => near(model.bounds.centre[k], v, `centre ${k}`));
+  const half = Math.SQRT1_2;
+  [2 * half, 2 * half, 0].forEach((v, k) => near(model.boxOf(1).size[k], v, `size ${k} of the turned one`));
+  assert.ok(model.roughBox().size[0] > 2.8);
 });
 
 test("a tree of 20,000 levels is walked", () => {
