@@ -1,5 +1,8 @@
 // The messages about unusable paths, and that nothing else happens.
+#include <algorithm>
+
 #include "tests/windows/desk.h"
+#include "tests/windows/waiting.h"
 
 namespace loftbay::gui {
 namespace {
@@ -18,12 +21,19 @@ class Validation : public Desk {
   void expectRefused(const Path& input, const Path& output, const std::wstring& message,
                      const char* picture = nullptr) {
     SCOPED_TRACE(testing::Message() << input << ", " << output);
+    const auto refusals = [&] {
+      const auto lines = log();
+      return std::count(lines.begin(), lines.end(), kRefused);
+    };
+    const auto before = refusals();
     translate(program_, input, output);
     const MessageBox box = program_.closeMessageBox(picture);
     EXPECT_EQ(box.text, message);
     EXPECT_EQ(box.caption, L"Loftbay");
     EXPECT_EQ(box.icon, MessageBox::Icon::Error);
     EXPECT_EQ(box.buttons, 1);
+    // The line is written when the box is gone.
+    waitFor("the refusal's line in the log", [&] { return refusals() > before; });
     EXPECT_EQ(log().back(), kRefused);
     EXPECT_THAT(log(), Not(Contains(StartsWith("CJt2ZixDlg:: Input File"))));
     // What the user entered stays.
