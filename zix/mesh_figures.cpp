@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <span>
 
 #include "zix/array_facts.h"
@@ -85,6 +86,50 @@ void addBounds(const SceneFile& scene, std::uint32_t mesh, const Matrix& world, 
     const auto values = array_facts::valuesIn<float>(piece);
     addPoints(local, values, record.dimension);
     addPlacedPoints(placed, values, record.dimension, world);
+  }
+}
+
+std::uint64_t MeshFigures::wholeElements(std::uint32_t mesh) {
+  const format::MeshRecord record = scene_.mesh(mesh);
+  const auto [known, is_new] = whole_elements_.try_emplace({record.mesh_type, pointCount(scene_, mesh),
+                                                            kIndicesOfMesh.chunkOf(scene_, record.indices),
+                                                            kLengthsOfMesh.chunkOf(scene_, record.lengths)});
+  if (is_new) known->second = wholeElementCount(scene_, mesh);
+  return known->second;
+}
+
+MeshFigures::Points& MeshFigures::pointsOf(std::uint32_t mesh) {
+  const std::uint32_t object = scene_.mesh(mesh).coordinates;
+  const std::uint32_t chunk = kCoordinatesOfMesh.chunkOf(scene_, object);
+  const std::uint32_t dimension = object == kNone ? 3 : scene_.coordinates(object).dimension;
+  const auto [known, is_new] = points_.try_emplace({chunk, dimension});
+  if (is_new) {
+    PieceReader pieces = piecesOf(scene_, chunk);
+    for (auto piece = pieces.next(); !piece.empty(); piece = pieces.next())
+      addPoints(known->second.box, array_facts::valuesIn<float>(piece), dimension);
+  }
+  return known->second;
+}
+
+const BoxF& MeshFigures::bounds(std::uint32_t mesh) { return pointsOf(mesh).box; }
+
+void MeshFigures::addPlaced(std::uint32_t mesh, const Matrix& world, BoxD& placed) {
+  Points& points = pointsOf(mesh);
+  // As bits: what is not finite equals nothing.
+  if (points.last && std::memcmp(&points.last->m, &world.m, sizeof(world.m)) == 0) return;
+  points.last = world;
+  placed_points_ += pointCount(scene_, mesh);
+  if (placed_points_ <= kMostPlacedPoints) {
+    BoxF local;  // is known
+    addBounds(scene_, mesh, world, local, placed);
+    return;
+  }
+  if (points.box.empty()) return;
+  for (unsigned corner = 0; corner < 8; ++corner) {
+    std::array<float, 3> point{};
+    for (std::size_t k = 0; k < 3; ++k)
+      point[k] = (corner >> k & 1U) != 0 ? points.box.high[k] : points.box.low[k];
+    addPlacedPoints(placed, point, 3, world);
   }
 }
 

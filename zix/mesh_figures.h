@@ -2,7 +2,11 @@
 // They throw SceneReadError.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <utility>
 
 #include "zix/bounds.h"
 #include "zix/placement.h"
@@ -38,5 +42,33 @@ std::uint64_t wholeElementCount(const SceneFile& scene, std::uint32_t mesh);
 
 // Adds all finite points to `local`, and all points that are finite once they are placed to `placed`.
 void addBounds(const SceneFile& scene, std::uint32_t mesh, const Matrix& world, BoxF& local, BoxD& placed);
+
+// The same figures for many meshes: arrays that meshes share are read once, so that the work stays within
+// some times the size of the file, whatever its records name. `scene` must outlive it.
+class MeshFigures {
+ public:
+  explicit MeshFigures(const SceneFile& scene) : scene_(scene) {}
+
+  std::uint64_t wholeElements(std::uint32_t mesh);
+  // The box of all finite points.
+  const BoxF& bounds(std::uint32_t mesh);
+  // As addBounds does. Beyond kMostPlacedPoints calls add the corners of the mesh's box instead of its
+  // points: the result may be larger than the points, and never smaller.
+  void addPlaced(std::uint32_t mesh, const Matrix& world, BoxD& placed);
+  static constexpr std::uint64_t kMostPlacedPoints = std::uint64_t{1} << 29;
+
+ private:
+  struct Points {
+    BoxF box;
+    std::optional<Matrix> last;  // where they were placed the last time
+  };
+  Points& pointsOf(std::uint32_t mesh);
+
+  const SceneFile& scene_;
+  // By type, number of points, and the chunks of indices and lengths.
+  std::map<std::array<std::uint64_t, 4>, std::uint64_t> whole_elements_;
+  std::map<std::pair<std::uint32_t, std::uint32_t>, Points> points_;  // by chunk and dimension
+  std::uint64_t placed_points_ = 0;
+};
 
 }  // namespace Orb::Zix

@@ -27,6 +27,7 @@ SceneReadError::SceneReadError(const std::string& path, std::uint64_t offset, co
 namespace {
 constexpr std::uint64_t kWindow = std::uint64_t{1} << 16;
 constexpr std::uint64_t kSmall = kWindow / 4;
+constexpr std::uint64_t kMostLastArrays = std::uint64_t{16} << 20;
 // Whole tuples of up to three floats, whole pages.
 constexpr std::uint64_t kLargestPiece = std::uint64_t{3} << 16;
 }  // namespace
@@ -232,11 +233,28 @@ void SceneFile::verify(std::uint32_t chunk, std::span<const std::byte> bytes) co
   verified_->chunks[chunk] = true;
 }
 
+Values<std::byte> SceneFile::arrayBytes(std::uint32_t chunk) const {
+  const format::ChunkEntry entry = chunks_[chunk];
+  if (!file_ || entry.size <= kSmall || entry.size > kMostLastArrays) return read(entry.offset, entry.size);
+  const std::lock_guard lock(last_arrays_->mutex);
+  auto& [mutex, size, arrays] = *last_arrays_;
+  for (const auto& [known, bytes] : arrays) {
+    if (known == chunk) return bytes;
+  }
+  Values<std::byte> bytes = read(entry.offset, entry.size);
+  size += entry.size;
+  arrays.emplace_back(chunk, bytes);
+  while (size > kMostLastArrays) {
+    size -= arrays.front().second.size();
+    arrays.pop_front();
+  }
+  return bytes;
+}
+
 template <typename T>
 Values<T> SceneFile::arrayValues(std::uint32_t chunk) const {
   if (chunk == kNone) return {};
-  const format::ChunkEntry entry = chunks_[chunk];
-  Values<std::byte> bytes = read(entry.offset, entry.size);
+  const Values<std::byte> bytes = arrayBytes(chunk);
   if (verified_) verify(chunk, bytes);
   return {bytes, bytes.owner()};
 }

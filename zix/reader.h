@@ -23,6 +23,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -240,6 +241,14 @@ class SceneFile {
     Values<std::byte> bytes;
   };
   std::unique_ptr<Window> window_ = std::make_unique<Window>();
+  // The arrays that were read last, as far as they are small: meshes that share one cost one reading.
+  struct LastArrays {
+    std::mutex mutex;
+    std::uint64_t size = 0;
+    std::deque<std::pair<std::uint32_t, Values<std::byte>>> arrays;  // by chunk, the newest last
+  };
+  std::unique_ptr<LastArrays> last_arrays_ = std::make_unique<LastArrays>();
+  [[nodiscard]] Values<std::byte> arrayBytes(std::uint32_t chunk) const;
   // Which arrays verifyArrays() has found to be what the directory states.
   struct Verified {
     std::function<void(const std::string& reason)> tell;

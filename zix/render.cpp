@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
+#include <tuple>
 
 #include "zix/default_views.h"
 #include "zix/feature_edges.h"
@@ -90,6 +93,21 @@ bool isInvisible(const SceneFile& scene, const PlacedMesh& placed) {
 
 bool isTransparent(const SceneFile& scene, const PlacedMesh& placed) {
   return isOfTriangles(scene, placed) && lookOf(scene, placed).opacity < 1;
+}
+
+// In the order in which they are drawn. What is opaque and lies in the same place with the same look is drawn
+// once: again it would change nothing.
+std::vector<PlacedMesh> drawnMeshes(const SceneFile& scene) {
+  std::vector<PlacedMesh> meshes = placedMeshes(scene);
+  using Bits = std::array<std::uint64_t, sizeof(Matrix::m) / sizeof(double)>;
+  std::set<std::tuple<GeometryKey, std::uint32_t, Bits>> seen;
+  std::erase_if(meshes, [&](const PlacedMesh& placed) {
+    if (isTransparent(scene, placed)) return false;
+    Bits bits;
+    std::memcpy(bits.data(), &placed.world.m, sizeof(bits));
+    return !seen.insert({geometryKey(scene, placed.mesh), placed.material, bits}).second;
+  });
+  return meshes;
 }
 
 // Turns the directions of surfaces: what `matrix` does to the cross product of two vectors.
@@ -335,7 +353,7 @@ class Renderer {
   const SceneFile& scene_;
   const Matrix screen_;
   const RenderStyle style_;
-  const std::vector<PlacedMesh> placed_ = placedMeshes(scene_);
+  const std::vector<PlacedMesh> placed_ = drawnMeshes(scene_);
   SmoothCache smooth_;
   Canvas* canvas_ = nullptr;
   std::vector<Extent> extents_ = std::vector<Extent>(placed_.size());
@@ -358,9 +376,8 @@ std::optional<Camera> findCamera(const SceneFile& scene, std::string_view name) 
   }
   if (!isDefaultName(name)) return std::nullopt;
   BoxD bounds;
-  BoxF local;  // not asked for
-  for (const PlacedMesh& placed : placedMeshes(scene))
-    addBounds(scene, placed.mesh, placed.world, local, bounds);
+  MeshFigures figures(scene);
+  for (const PlacedMesh& placed : placedMeshes(scene)) figures.addPlaced(placed.mesh, placed.world, bounds);
   for (const View& view : defaultViews(bounds)) {
     if (view.name == name) return Camera{view.position, view.target, view.up, view.height};
   }
@@ -384,10 +401,9 @@ Camera fitted(const SceneFile& scene, const Camera& camera, std::uint32_t width,
     view.m[8 + k] = forward[k];
   }
   BoxD projected;
-  BoxF local;  // not asked for
+  MeshFigures figures(scene);
   for (const PlacedMesh& placed : placedMeshes(scene)) {
-    if (!isInvisible(scene, placed))
-      addBounds(scene, placed.mesh, multiply(view, placed.world), local, projected);
+    if (!isInvisible(scene, placed)) figures.addPlaced(placed.mesh, multiply(view, placed.world), projected);
   }
   if (projected.empty()) return camera;
   Vec3d middle{};

@@ -8,7 +8,7 @@
 #include <optional>
 #include <type_traits>
 
-#include "host/shown_text.h"
+#include "zix/cut_text.h"
 #include "zix/object_names.h"
 #include "zix/scene_meshes.h"
 
@@ -58,7 +58,7 @@ class Diff {
     if (first > 0) text = "…";
     for (std::size_t i = first; i < stack_.size(); ++i) {
       text += text.empty() ? "" : "/";
-      text += loftbay::host::shownText(a_.name(stack_[i].a));
+      text += shownCut(a_.name(stack_[i].a));
     }
     return text + ": ";
   }
@@ -83,9 +83,7 @@ class Diff {
   }
 
   void compareTexts(const std::string& what, std::string_view a, std::string_view b) {
-    if (a != b)
-      report(what + " is \"" + loftbay::host::shownText(a) + "\" and \"" + loftbay::host::shownText(b) +
-             "\"");
+    if (a != b) report(what + " is \"" + shownCut(a) + "\" and \"" + shownCut(b) + "\"");
   }
 
   void compareCounts(const std::string& what, std::uint64_t a, std::uint64_t b) {
@@ -165,7 +163,7 @@ class Diff {
     std::sort(a.begin(), a.end(), byKey);
     std::sort(b.begin(), b.end(), byKey);
     const auto name = [](const SceneFile::Property& property) {
-      return "the property \"" + loftbay::host::shownText(property.key) + "\"";
+      return "the property \"" + shownCut(property.key) + "\"";
     };
     auto left = a.begin();
     auto right = b.begin();

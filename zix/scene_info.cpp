@@ -4,7 +4,7 @@
 #include <map>
 #include <vector>
 
-#include "host/shown_text.h"
+#include "zix/cut_text.h"
 #include "zix/json_writer.h"
 #include "zix/mesh_figures.h"
 #include "zix/object_names.h"
@@ -35,12 +35,13 @@ SceneFacts collect(const SceneFile& scene) {
   SceneFacts facts;
   for (const ObjectType type : kObjectTypes) facts.objects[type] = 0;
   for (std::uint32_t i = 0; i < scene.objectCount(); ++i) ++facts.objects[scene.type(i)];
+  MeshFigures figures(scene);
   for (const PlacedMesh& placed : placedMeshes(scene)) {
     const auto type = static_cast<MeshType>(scene.mesh(placed.mesh).mesh_type);
-    const std::uint64_t whole = wholeElementCount(scene, placed.mesh);
+    const std::uint64_t whole = figures.wholeElements(placed.mesh);
     facts.totals[static_cast<std::size_t>(type)] += whole;
-    BoxF bounds;
-    addBounds(scene, placed.mesh, placed.world, bounds, facts.bounds);
+    const BoxF& bounds = figures.bounds(placed.mesh);
+    figures.addPlaced(placed.mesh, placed.world, facts.bounds);
     facts.meshes.push_back({placed, type, pointCount(scene, placed.mesh), elementCount(scene, placed.mesh),
                             indexCount(scene, placed.mesh), whole, bounds});
   }
@@ -226,13 +227,11 @@ std::string boxText(const Box<T>& box) {
 
 void writeLines(const SceneFile& scene, const SceneFacts& facts, const TextSink& print) {
   print("format version     " + formatVersion(scene) + "\n");
-  print("application        " + loftbay::host::shownText(scene.application()) + "\n");
+  print("application        " + shownCut(scene.application()) + "\n");
   print("application value  " + shortNumber(scene.applicationValue()) + "\n");
-  print("model              " + loftbay::host::shownText(scene.modelName()) + "\n");
+  print("model              " + shownCut(scene.modelName()) + "\n");
   print("root               " +
-        (scene.root() == format::kNone ? std::string("(none)")
-                                       : loftbay::host::shownText(scene.name(scene.root()))) +
-        "\n");
+        (scene.root() == format::kNone ? std::string("(none)") : shownCut(scene.name(scene.root()))) + "\n");
   std::string objects;
   for (auto type = kObjectTypes.rbegin(); type != kObjectTypes.rend(); ++type) {
     objects +=
@@ -244,21 +243,20 @@ void writeLines(const SceneFile& scene, const SceneFacts& facts, const TextSink&
   print("bounds             " + boxText(facts.bounds) + "\n");
   std::string views;
   for (std::size_t i = 0; i < scene.viewCount(); ++i) {
-    views += (views.empty() ? "" : ", ") + loftbay::host::shownText(scene.viewName(i));
+    views += (views.empty() ? "" : ", ") + shownCut(scene.viewName(i));
   }
   print("views              " + (views.empty() ? std::string("(none)") : views) + "\n");
   const auto unit = scene.unit();
-  std::string unit_text = unit ? loftbay::host::shownText(unit->name) : "(not stated)";
+  std::string unit_text = unit ? shownCut(unit->name) : "(not stated)";
   if (unit) unit_text += unit->metres ? " (" + shortNumber(*unit->metres) + " m)" : " (of unknown length)";
   print("unit               " + unit_text + "\n");
   for (const SceneFile::Property& property : scene.sceneProperties()) {
-    print("property           \"" + loftbay::host::shownText(property.key) + "\" = \"" +
-          loftbay::host::shownText(property.value) + "\"\n");
+    print("property           \"" + shownCut(property.key) + "\" = \"" + shownCut(property.value) + "\"\n");
   }
   print("meshes             " + std::to_string(facts.meshes.size()) + "\n");
   for (const MeshFacts& mesh : facts.meshes) {
     const std::uint32_t shape = scene.object(mesh.placed.mesh).parent;
-    print("  \"" + (shape == format::kNone ? std::string() : loftbay::host::shownText(scene.name(shape))) +
+    print("  \"" + (shape == format::kNone ? std::string() : shownCut(scene.name(shape))) +
           "\": " + std::to_string(mesh.whole_elements) + " " + meshTypeName(mesh.type) + ", " +
           std::to_string(mesh.points) + " points in its array, bounds " + boxText(mesh.bounds) + "\n");
   }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "zix/reader.h"
@@ -11,6 +12,11 @@
 namespace Orb::Zix {
 
 using TextSink = std::function<void(std::string_view)>;
+
+// In JSON no text is cut. Why there is no such document: a text that very many records name, or very deep
+// paths, would make it some hundred times as long as the file, which no model does. Ask before writing one.
+std::optional<ReadError> infoJsonRefusal(const SceneFile& scene);
+std::optional<ReadError> treeJsonRefusal(const SceneFile& scene, bool with_properties = false);
 
 void writeInfoText(const SceneFile& scene, const TextSink& out);
 void writeInfoJson(const SceneFile& scene, const TextSink& out);

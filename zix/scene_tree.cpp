@@ -1,7 +1,7 @@
 // One line per object.
 #include <algorithm>
 
-#include "host/shown_text.h"
+#include "zix/cut_text.h"
 #include "zix/json_writer.h"
 #include "zix/mesh_figures.h"
 #include "zix/object_names.h"
@@ -15,26 +15,15 @@ namespace {
 // Beyond this the level is written as a number: the indentation of 100,000 levels would fill a disk.
 constexpr std::size_t kDeepestIndent = 40;
 
-// Of a name or a property. A file can name the same long text in each of its records: what is shown stays
-// within some times the size of the file.
-constexpr std::size_t kLongestShown = 200;
-
-std::string shown(std::string_view text) {
-  const std::string_view start = loftbay::host::startOfText(text, kLongestShown);
-  std::string result = loftbay::host::shownText(start);
-  if (start.size() < text.size()) result += "… (" + std::to_string(text.size()) + " bytes)";
-  return result;
-}
-
-std::string lineOf(const SceneFile& scene, std::uint32_t object, std::size_t level) {
+std::string lineOf(const SceneFile& scene, MeshFigures& figures, std::uint32_t object, std::size_t level) {
   std::string line(2 * std::min(level, kDeepestIndent), ' ');
   if (level > kDeepestIndent) line += "[level " + std::to_string(level) + "] ";
   line += objectTypeName(scene.type(object));
-  line += " \"" + shown(scene.name(object)) + "\"";
+  line += " \"" + shownCut(scene.name(object)) + "\"";
   if (scene.object(object).placement != format::kNone) line += " placed";
   if (scene.type(object) == ObjectType::Mesh) {
     const auto type = static_cast<MeshType>(scene.mesh(object).mesh_type);
-    line += ": " + std::to_string(wholeElementCount(scene, object)) + " " + meshTypeName(type) + ", " +
+    line += ": " + std::to_string(figures.wholeElements(object)) + " " + meshTypeName(type) + ", " +
             std::to_string(pointCount(scene, object)) + " points in its array";
   }
   return line + "\n";
@@ -43,16 +32,17 @@ std::string lineOf(const SceneFile& scene, std::uint32_t object, std::size_t lev
 }  // namespace
 
 void writeTree(const SceneFile& scene, const TextSink& out, bool with_properties) {
+  MeshFigures figures(scene);
   for (const std::uint32_t root : scene.treeRoots()) {
     walkTree(
         root, [&](std::uint32_t object) { return scene.children(object); },
         [](std::uint32_t) -> const format::TransformRecord* { return nullptr; },
         [&](std::uint32_t object, const Matrix&, std::size_t level) {
-          out(lineOf(scene, object, level));
+          out(lineOf(scene, figures, object, level));
           if (!with_properties) return;
           const std::string indent(2 * std::min(level, kDeepestIndent) + 4, ' ');
           for (const SceneFile::Property& property : scene.properties(object)) {
-            out(indent + "\"" + shown(property.key) + "\" = \"" + shown(property.value) + "\"\n");
+            out(indent + "\"" + shownCut(property.key) + "\" = \"" + shownCut(property.value) + "\"\n");
           }
         },
         [](std::uint32_t) {});
@@ -60,6 +50,7 @@ void writeTree(const SceneFile& scene, const TextSink& out, bool with_properties
 }
 
 void writeTreeJson(const SceneFile& scene, const TextSink& out, bool with_properties) {
+  MeshFigures figures(scene);
   JsonWriter json(out);
   json.beginObject();
   json.key("objects");
@@ -87,7 +78,7 @@ void writeTreeJson(const SceneFile& scene, const TextSink& out, bool with_proper
             json.key("mesh_type");
             json.text(meshTypeName(static_cast<MeshType>(scene.mesh(object).mesh_type)));
             json.key("elements");
-            json.number(wholeElementCount(scene, object));
+            json.number(figures.wholeElements(object));
             json.key("points");
             json.number(pointCount(scene, object));
           }

@@ -6,6 +6,7 @@
 #include "host/shown_text.h"
 #include "zix/array_facts.h"
 #include "zix/checksum.h"
+#include "zix/cut_text.h"
 #include "zix/mesh_figures.h"
 #include "zix/structure_check.h"
 
@@ -165,7 +166,7 @@ class Validator {
     return scene_.chunks()[scene_.indexArray(index_array).chunk].offset;
   }
   [[nodiscard]] std::string describe(std::uint32_t number) const {
-    return "object " + std::to_string(number) + " '" + loftbay::host::shownText(scene_.name(number)) + "'";
+    return "object " + std::to_string(number) + " '" + shownCut(scene_.name(number)) + "'";
   }
 
   const SceneFile& scene_;

@@ -47,6 +47,8 @@ Request requestIn(const CommandLine& line) {
   options.search_dirs = line.values("--search-dir");
   options.limits = limitsIn(line);
   if (const auto text = line.value("--timeout")) options.timeout = timeIn(*text);
+  options.preview = line.value("--preview");
+  options.exports = line.values("--export");
   options.work_dir = line.value("--work-dir");
   options.json = line.has("--json");
   options.quiet = line.has("--quiet");
@@ -69,6 +71,8 @@ std::string complaint(const Request& request) {
   if (request.out_dir) {
     if (request.out_dir->empty()) return "--out-dir: the name of a folder is missing";
     if (request.files.empty()) return "no JT file is named";
+    if (request.options.preview) return "--preview is for one file and does not go with --out-dir";
+    if (!request.options.exports.empty()) return "--export is for one file and does not go with --out-dir";
     return workDirComplaint(request.options);
   }
   if (request.jobs > 0) return "--jobs goes with --out-dir";

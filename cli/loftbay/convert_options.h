@@ -25,6 +25,8 @@ struct ConvertOptions {
   std::vector<std::string> search_dirs;  // where else referenced files may lie
   Limits limits;
   std::optional<std::chrono::milliseconds> timeout;  // none: as long as it takes
+  std::optional<std::string> preview;                // a picture of the scene
+  std::vector<std::string> exports;                  // the scene in other formats
   std::optional<std::string> work_dir;
   bool json = false;
   bool quiet = false;

@@ -5,6 +5,7 @@
 
 #include "cli/loftbay/options.h"
 #include "cli/number_text.h"
+#include "cli/scene_outputs.h"
 #include "jttk/interface/settings.h"
 
 namespace loftbay::cli {
@@ -54,6 +55,14 @@ std::optional<std::chrono::milliseconds> timeIn(std::string_view text) {
 std::optional<std::uint64_t> countIn(std::string_view text) { return amountIn(text, kThousand); }
 
 std::optional<std::uint64_t> bytesIn(std::string_view text) { return amountIn(text, kKilobyte); }
+
+std::optional<std::string_view> pictureNameIn(std::string_view text) {
+  return extensionOf(text) == kPictureExtension ? std::optional(text) : std::nullopt;
+}
+
+std::optional<std::string_view> exportNameIn(std::string_view text) {
+  return isExport(text) ? std::optional(text) : std::nullopt;
+}
 
 std::optional<std::size_t> jobsIn(std::string_view text) {
   const auto jobs = numberIn<std::size_t>(text);

@@ -3,6 +3,7 @@
 #include "cli/console.h"
 #include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
+#include "cli/scene_outputs.h"
 
 namespace loftbay::cli {
 
@@ -177,7 +178,34 @@ std::vector<Option> limitOptions() {
 std::vector<Option> outputOptions() {
   constexpr std::string_view kOutput = "Log and report";
   constexpr std::string_view kSeveral = "Several files";
+  constexpr std::string_view kBeside = "Beside the scene";
+  static const std::string kExports = "a name that ends in one of " + exportExtensions();
   return {
+      {
+          .name = "--preview",
+          .help = "a picture of the scene too, as 'zix render' draws it without options",
+          .kind = OptionKind::Path,
+          .argument = "OUT.png",
+          .valid = "a name that ends in .png",
+          .accepts = canBeRead<pictureNameIn>,
+          .group = kBeside,
+          .commands = {kConvert},
+          .reported = true,
+      },
+      {
+          .name = "--export",
+          .help =
+              "the scene in another format too, as 'zix export' writes it, by OUT's extension: .glb, .stl, "
+              ".obj, or .html with the report of the conversion in it (may be given several times)",
+          .kind = OptionKind::Path,
+          .argument = "OUT",
+          .valid = kExports,
+          .accepts = canBeRead<exportNameIn>,
+          .group = kBeside,
+          .commands = {kConvert},
+          .repeated = true,
+          .reported = true,
+      },
       {
           .name = "--work-dir",
           .help = "base folder of the log",

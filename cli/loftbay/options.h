@@ -24,6 +24,9 @@ std::optional<std::chrono::milliseconds> timeIn(std::string_view text);
 std::optional<std::uint64_t> countIn(std::string_view text);
 // The same with the powers of 1024.
 std::optional<std::uint64_t> bytesIn(std::string_view text);
+// The name itself where its extension is one that is written.
+std::optional<std::string_view> pictureNameIn(std::string_view text);
+std::optional<std::string_view> exportNameIn(std::string_view text);
 // A whole number from 1.
 std::optional<std::size_t> jobsIn(std::string_view text);
 

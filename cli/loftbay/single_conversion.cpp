@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "cli/console.h"
+#include "cli/loftbay/further_outputs.h"
 #include "cli/loftbay/search_dirs.h"
 #include "cli/program.h"
 #include "cli/same_file.h"
@@ -103,17 +104,44 @@ int SingleConversion::run() {
   startup_failures_.endLine();
   observer_.clearProgress();
   observer_.finish();
+  {
+    const auto held = observer_.lock();
+    report_.exit_code = code;
+    finishReport();
+    if (code != kPathRefused) report_.bytes = sceneBytes(host::toProgramPath(output_));
+  }
+  writeFurtherOutputs();
   const auto held = observer_.lock();
-  report_.exit_code = code;
   finishReport();
-  if (code != kPathRefused) report_.bytes = sceneBytes(host::toProgramPath(output_));
   return report_.exit_code;
 }
 
-void SingleConversion::finishReport() {
-  if (report_.exit_code == kFailed && report_.outcome != Outcome::TimedOut) {
-    report_.outcome = Outcome::Failed;
+void SingleConversion::writeFurtherOutputs() {
+  const bool has_scene = report_.outcome == Outcome::Ok || report_.outcome == Outcome::Partial;
+  if (!has_scene || !report_.bytes) return;
+  std::string report;
+  {
+    const auto held = observer_.lock();
+    report = toJson(report_).text();
   }
+  for (const std::string& output : furtherOutputs(options_)) {
+    claim(output);
+    const auto failure =
+        writeFurther(output_, output, report, [this](const std::string& line) { observer_.note(line); });
+    if (failure) observer_.lost(output, *failure);
+  }
+}
+
+void SingleConversion::claim(const std::string& output) {
+  const auto held = observer_.lock();
+  const auto path = host::toFileSystemPath(host::toProgramPath(output));
+  std::error_code error;
+  if (std::filesystem::is_regular_file(path, error)) std::filesystem::remove(path, error);
+  if (!std::filesystem::exists(std::filesystem::symlink_status(path, error))) claimed_.push_back(output);
+}
+
+void SingleConversion::finishReport() {
+  if (report_.exit_code == kFailed && report_.outcome == Outcome::Ok) report_.outcome = Outcome::Failed;
   if (report_.exit_code == kDone && !report_.skipped.empty()) {
     report_.exit_code = kFailed;
     report_.outcome = report_.files.empty() ? Outcome::Failed : Outcome::Partial;
@@ -140,7 +168,9 @@ ConversionReport SingleConversion::interrupt() {
 }
 
 ConversionReport SingleConversion::timeOut() {
-  return stop(kFailed, Outcome::TimedOut, timeOutText(*options_.timeout));
+  auto report = stop(kFailed, Outcome::TimedOut, timeOutText(*options_.timeout));
+  report.bytes.reset();  // endProcess removes the scene
+  return report;
 }
 
 void SingleConversion::tellTimeOut() { complain(*report_.error); }
@@ -148,7 +178,9 @@ void SingleConversion::tellTimeOut() { complain(*report_.error); }
 void SingleConversion::endProcess() {
   Orb::Zix::removeInterruptedWrites();
   std::error_code error;
-  if (owns_output_) std::filesystem::remove(host::toFileSystemPath(host::toProgramPath(output_)), error);
+  if (owns_output_) claimed_.push_back(output_);
+  for (const std::string& path : claimed_)
+    std::filesystem::remove(host::toFileSystemPath(host::toProgramPath(path)), error);
   putConsoleBack();
   std::_Exit(kFailed);
 }
@@ -194,9 +226,12 @@ void SingleConversion::fail(std::string reason) {
 int SingleConversion::convert() {
   const std::string input = host::toProgramPath(input_);
   const std::string output = host::toProgramPath(output_);
-  if (isSameFile(input_, output_)) {
-    fail("input and output are the same file");
-    complain(*report_.error);
+  std::string same_file = isSameFile(input_, output_)
+                              ? "input and output are the same file"
+                              : outputComplaint(input_, output_, furtherOutputs(options_));
+  if (!same_file.empty()) {
+    complain(same_file);
+    fail(std::move(same_file));
   } else {
     prepareProcess();
   }

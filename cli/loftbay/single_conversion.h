@@ -26,7 +26,7 @@ class SingleConversion {
   // its next step. Does not return once `end` was called.
   ConversionReport interrupt();
   // The same for a conversion whose time is over; then call tellTimeOut for the message and endProcess, which
-  // removes the temporary, and a scene that was finished meanwhile.
+  // removes the temporary, a scene that was finished meanwhile, and what was written beside it.
   ConversionReport timeOut();
   void tellTimeOut();
   [[noreturn]] void endProcess();
@@ -39,6 +39,10 @@ class SingleConversion {
  private:
   void fillSeams();
   int convert();
+  // Behind a conversion that left a scene. What cannot be written is lost, and the scene stays.
+  void writeFurtherOutputs();
+  // An older file there goes, like an older scene, so that what lies there from now on is this conversion's.
+  void claim(const std::string& output);
   bool pathsAreAccepted(const std::string& input, const std::string& output);
   void prepareProcess();
   void chooseWorkDirectory();
@@ -61,6 +65,7 @@ class SingleConversion {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   bool box_shown_ = false;
   std::atomic<bool> owns_output_ = false;  // what lies at the output is this conversion's
+  std::vector<std::string> claimed_;       // outputs beside the scene; guarded like the report
 };
 
 // `text` as a line of a batch: the input first, and nowhere else.

@@ -5,6 +5,7 @@
 
 #include "cli/console.h"
 #include "cli/same_file.h"
+#include "cli/scene_outputs.h"
 #include "cli/zix/command.h"
 #include "host/path.h"
 #include "zix/reader.h"
@@ -20,8 +21,7 @@ inline tl::expected<Orb::Zix::SceneFile, Orb::Zix::ReadError> openScene(const st
 
 // For commands that use the scene's arrays: a damaged one is an error, or with --force said and used.
 inline void verifyArrays(Orb::Zix::SceneFile& scene, const CommandLine& call) {
-  if (!call.has("--force")) return scene.verifyArrays();
-  scene.verifyArrays([](const std::string& reason) { complain(kProgram, reason + "; used as it is"); });
+  verifyArrays(scene, call.has("--force"), [](const std::string& line) { complain(kProgram, line); });
 }
 
 }  // namespace loftbay::cli

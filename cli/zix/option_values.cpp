@@ -1,6 +1,5 @@
 #include "cli/zix/option_values.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <system_error>
@@ -53,17 +52,6 @@ std::optional<double> unitIn(std::string_view text) {
   }
   const auto value = numberIn<double>(text);
   return value && *value >= 1e-15 && *value <= 1e15 ? value : std::nullopt;
-}
-
-std::string extensionOf(std::string_view path) {
-  const auto separator = path.find_last_of("/\\");
-  const auto name = separator == std::string_view::npos ? 0 : separator + 1;
-  const auto dot = path.rfind('.');
-  if (dot == std::string_view::npos || dot < name) return {};
-  std::string extension(path.substr(dot));
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return extension;
 }
 
 std::optional<double> toleranceIn(std::string_view text) {

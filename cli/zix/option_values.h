@@ -29,9 +29,6 @@ std::optional<Orb::Zix::UpAxis> upAxisIn(std::string_view text);
 // The length in metres of a unit, stated by its short name or as that number.
 std::optional<double> unitIn(std::string_view text);
 
-// In lower case, with its dot; empty: the name has none.
-std::string extensionOf(std::string_view path);
-
 // A finite number from 0 on.
 std::optional<double> toleranceIn(std::string_view text);
 

@@ -3,13 +3,11 @@
 
 #include <fmt/core.h>
 
-#include <algorithm>
-
 #include "cli/closest_match.h"
+#include "cli/scene_outputs.h"
 #include "cli/zix/open_scene.h"
 #include "cli/zix/option_values.h"
 #include "host/shown_text.h"
-#include "zix/png.h"
 
 namespace loftbay::cli {
 
@@ -39,9 +37,13 @@ int refuseView(const SceneFile& scene, const std::string& name) {
 
 int runRender(const CommandLine& call) {
   const std::string& out = call.operands()[1];
-  PictureSize size;
-  if (const auto text = call.value("--size")) size = *pictureSizeIn(*text);
-  if (extensionOf(out) != ".png")
+  PictureRequest request;
+  if (const auto text = call.value("--size")) {
+    const PictureSize size = *pictureSizeIn(*text);
+    request.width = size.width;
+    request.height = size.height;
+  }
+  if (extensionOf(out) != kPictureExtension)
     return refuseUsage(fmt::format("'{}' does not have the extension .png", host::shownText(out)));
   if (call.has("--sheet") && call.has("--view"))
     return refuseUsage("a sheet shows all views: '--view' does not go with '--sheet'");
@@ -49,26 +51,15 @@ int runRender(const CommandLine& call) {
   auto scene = openScene(call.operands()[0]);
   if (!scene) return kFailed;
   verifyArrays(*scene, call);
-  RenderStyle style{
+  request.style = {
       .flat = call.has("--flat"), .edges = call.has("--edges"), .outline = call.has("--no-shade")};
-  if (const auto text = call.value("--background")) style.background = backgroundIn(*text);
-  std::optional<UpAxis> up;
-  if (const auto text = call.value("--up")) up = upAxisIn(*text);
-  Picture picture;
-  if (call.has("--sheet")) {
-    picture = renderSheet(*scene, size.width, size.height, style, up);
-  } else {
-    const std::string name = call.value("--view").value_or("iso");
-    const bool is_default =
-        std::find(kDefaultViewNames.begin(), kDefaultViewNames.end(), name) != kDefaultViewNames.end();
-    auto camera = up && is_default ? defaultCamera(name, *up) : findCamera(*scene, name);
-    if (!camera) return refuseView(*scene, name);
-    // A view with a name of its own was meant as it is.
-    if (is_default) camera = fitted(*scene, *camera, size.width, size.height);
-    picture = render(*scene, *camera, size.width, size.height, style);
-  }
-  if (const auto failure =
-          writePng(host::toProgramPath(out), picture.width, picture.height, picture.rgb, picture.alpha)) {
+  if (const auto text = call.value("--background")) request.style.background = backgroundIn(*text);
+  if (const auto text = call.value("--up")) request.up = upAxisIn(*text);
+  request.sheet = call.has("--sheet");
+  request.view = call.value("--view").value_or("iso");
+  const auto picture = pictureOf(*scene, request);
+  if (!picture) return refuseView(*scene, request.view);
+  if (const auto failure = savePicture(*picture, out)) {
     complain(kProgram, *failure);
     return kFailed;
   }

@@ -4,7 +4,7 @@
 
 #include "cli/console.h"
 #include "cli/zix/command.h"
-#include "cli/zix/page.h"
+#include "cli/zix/report_file.h"
 #include "host/open_file.h"
 #include "host/path.h"
 
@@ -24,6 +24,15 @@ std::filesystem::path newFolder() {
   }
 }
 
+int writeViewPage(const CommandLine& call, const std::string& page) {
+  const auto request = pageRequest(call, page);
+  if (!request) return request.error();
+  const auto tell = [](const std::string& line) { complain(kProgram, line); };
+  const auto failure = writePage(*request, tell);
+  if (failure) tell(*failure);
+  return failure ? kFailed : kDone;
+}
+
 }  // namespace
 
 int runView(const CommandLine& call) {
@@ -32,7 +41,7 @@ int runView(const CommandLine& call) {
   name += ".html";
   const auto folder = newFolder();
   const std::string page = hostText(folder / name);
-  const int code = writePage(call, page);
+  const int code = writeViewPage(call, page);
   if (code != kDone) {
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);

@@ -13,7 +13,7 @@ from programs import LOFTBAY, SOURCE, assembly_file
 JOINT = os.path.join(SOURCE, "samples", "flange_joint.jt")
 BOTH_WAYS = os.path.join(os.environ["LOFTBAY_BIN_DIR"], "write_both_ways")
 # Options of a conversion that a batch keeps to itself: --json and --in-batch it gives to every process anyway.
-KEPT = {"--help", "--version", "--describe", "--out-dir", "--jobs", "--json", "--in-batch"}
+KEPT = {"--help", "--version", "--describe", "--out-dir", "--jobs", "--json", "--in-batch", "--preview", "--export"}
 # What differs between two conversions that do the same.
 OWN_FIELDS = ("input", "output", "seconds", "peak_rss_kb", "log", "files")
 
