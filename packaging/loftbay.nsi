@@ -1,6 +1,6 @@
 ; Installer for one user: needs no administrator, leaves the user's files alone.
 ;
-; Silent: loftbay-<version>-win64-setup.exe /S [/EXPLORER] [/PATH] [/D=folder]
+; Silent: loftbay-<version>-win64-setup.exe /S [/EXPLORER] [/VIEW] [/PATH] [/D=folder]
 ;         uninstall.exe /S
 ; The maker passes VERSION, STAGE (the folder with the files to install) and OUTPUT.
 Unicode true
@@ -17,6 +17,11 @@ RequestExecutionLevel user
 
 !define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\Loftbay"
 !define VERB_KEY "Software\Classes\SystemFileAssociations\.jt\shell\LoftbayConvertToZix"
+; What .zix files are, and what opens them.
+!define SCENE_TYPE "Loftbay.Zix"
+!define SCENE_TYPE_KEY "Software\Classes\${SCENE_TYPE}"
+!define SCENE_SUFFIX_KEY "Software\Classes\.zix"
+!define VIEW_COMMAND 'cmd.exe /d /c ""$INSTDIR\bin\view-zix.cmd" "%1""'
 ; Longer texts do not fit into this installer's variables: such a PATH is left as it is.
 !define LONGEST_PATH 900
 
@@ -94,6 +99,22 @@ Section /o "Explorer menu entry" SectionExplorer
   !insertmacro TellAssociationsChanged
 SectionEnd
 
+Section /o "Open .zix files in the browser" SectionView
+  ; Another program's claim comes back when this one goes.
+  ReadRegStr $0 HKCU "${SCENE_SUFFIX_KEY}" ""
+  ${If} $0 != "${SCENE_TYPE}"
+    DeleteRegValue HKCU "${SCENE_TYPE_KEY}" "Before"
+    ${If} $0 != ""
+      WriteRegStr HKCU "${SCENE_TYPE_KEY}" "Before" "$0"
+    ${EndIf}
+  ${EndIf}
+  WriteRegStr HKCU "${SCENE_TYPE_KEY}" "" "Zix scene"
+  WriteRegStr HKCU "${SCENE_TYPE_KEY}\DefaultIcon" "" "$INSTDIR\Loftbay.exe"
+  WriteRegStr HKCU "${SCENE_TYPE_KEY}\shell\open\command" "" '${VIEW_COMMAND}'
+  WriteRegStr HKCU "${SCENE_SUFFIX_KEY}" "" "${SCENE_TYPE}"
+  !insertmacro TellAssociationsChanged
+SectionEnd
+
 Section /o "Commands on the PATH" SectionPath
   !insertmacro PathSize $1
   ${If} $1 > ${LONGEST_PATH}
@@ -120,6 +141,7 @@ SectionEnd
   !insertmacro MUI_DESCRIPTION_TEXT ${SectionProgram} "The desktop program, and the commands loftbay and zix in its folder bin."
   !insertmacro MUI_DESCRIPTION_TEXT ${SectionStartMenu} "An entry that starts the desktop program."
   !insertmacro MUI_DESCRIPTION_TEXT ${SectionExplorer} "Right-click a .jt file to convert it; the scene lands beside it."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SectionView} "Double-click a .zix file to see the scene in the browser."
   !insertmacro MUI_DESCRIPTION_TEXT ${SectionPath} "Makes loftbay and zix known in every new console."
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
 
@@ -179,10 +201,35 @@ Function .onInit
     !insertmacro SelectSection ${SectionExplorer}
   ${EndIf}
   ClearErrors
+  ${GetOptions} $0 "/VIEW" $1
+  ${IfNot} ${Errors}
+    !insertmacro SelectSection ${SectionView}
+  ${EndIf}
+  ClearErrors
   ${GetOptions} $0 "/PATH" $1
   ${IfNot} ${Errors}
     !insertmacro SelectSection ${SectionPath}
   ${EndIf}
+FunctionEnd
+
+; Takes back that this installation opens .zix files; what belongs to another one stays.
+Function un.OpenScenes
+  ReadRegStr $0 HKCU "${SCENE_TYPE_KEY}\shell\open\command" ""
+  ${If} $0 != '${VIEW_COMMAND}'
+    Return
+  ${EndIf}
+  ReadRegStr $0 HKCU "${SCENE_SUFFIX_KEY}" ""
+  ${If} $0 == "${SCENE_TYPE}"
+    ReadRegStr $0 HKCU "${SCENE_TYPE_KEY}" "Before"
+    ${If} $0 != ""
+      WriteRegStr HKCU "${SCENE_SUFFIX_KEY}" "" "$0"
+    ${Else}
+      DeleteRegValue HKCU "${SCENE_SUFFIX_KEY}" ""
+      ; Not with what other programs have put there.
+      DeleteRegKey /ifempty HKCU "${SCENE_SUFFIX_KEY}"
+    ${EndIf}
+  ${EndIf}
+  DeleteRegKey HKCU "${SCENE_TYPE_KEY}"
 FunctionEnd
 
 Section "Uninstall"
@@ -192,6 +239,7 @@ Section "Uninstall"
   RMDir "$INSTDIR"
   Delete "$SMPROGRAMS\Loftbay.lnk"
   DeleteRegKey HKCU "${VERB_KEY}"
+  Call un.OpenScenes
   !insertmacro TellAssociationsChanged
   !insertmacro PathSize $1
   ${If} $1 > 0
