@@ -32,7 +32,7 @@ export class Browser {
     page.on("request", (request) => { if (request.url() !== own && !request.url().startsWith("data:")) seen.requests.push(request.url()); });
     if (before) await page.addInitScript(before);
     await page.goto(own);
-    await page.waitForFunction(() => document.getElementById("data").dataset.state !== "loading", null, {timeout: 60000});
+    await until(page, () => document.getElementById("data").dataset.state !== "loading");
     return {page, seen};
   }
 
@@ -41,13 +41,22 @@ export class Browser {
     const opened = await this.open(path);
     const message = await opened.page.evaluate(() => (window.zixPage === undefined ? document.getElementById("message").textContent : ""));
     if (message !== "") throw new Error(message);
-    await opened.page.waitForFunction(() => window.zixPage.app.isComplete, null, {timeout: 60000});
+    await until(opened.page, () => window.zixPage.app.isComplete);
     return opened;
   }
 
   async stop() {
     await this.context.close();
     rmSync(this.folder, {recursive: true, force: true});
+  }
+}
+
+/** Waits until a condition holds in the page. The library's own way is an eval, which the page's policy refuses. */
+export async function until(page, condition, value) {
+  const end = Date.now() + 60000;
+  while (!(await page.evaluate(condition, value))) {
+    if (Date.now() > end) throw new Error(`not so after a minute: ${condition}`);
+    await new Promise((resolve) => setTimeout(resolve, 20));
   }
 }
 

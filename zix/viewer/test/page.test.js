@@ -7,7 +7,7 @@ import {tmpdir} from "node:os";
 import {join} from "node:path";
 import {after, before, test} from "node:test";
 import {fileURLToPath} from "node:url";
-import {Browser, canvasPicture, settle} from "./browser.js";
+import {Browser, canvasPicture, settle, until} from "./browser.js";
 import {rack} from "./make_rack.js";
 import {colorDifference, outlineOnRows, overlap, readPng, seeThroughOutline} from "./picture.js";
 import {SceneBuilder, boxOf} from "./scene_builder.js";
@@ -292,7 +292,7 @@ test("mouse and touch move the camera; the wheel zooms to the pointer", async ()
   const [x, y] = await onScreen(page, corner);
   await page.mouse.move(x, y);
   await page.mouse.wheel(0, -300);
-  await page.waitForFunction((height) => window.zixPage.app.camera.height < height, start.height);
+  await until(page, (height) => window.zixPage.app.camera.height < height, start.height);
   const [x2, y2] = await onScreen(page, corner);
   assert.ok(Math.hypot(x2 - x, y2 - y) < 12, `the corner has moved by ${x2 - x}, ${y2 - y}`);
   const drag = async (button) => {
