@@ -178,7 +178,8 @@ TEST_F(Properties, UnitIsThatOfTheScene) {
       if (!metres.empty()) EXPECT_TRUE(setSceneProperty("unit_metres", metres));
       EXPECT_TRUE(setObjectProperty(first, "unit", "parsec"));
     });
-    const auto unit = read("a.zix").unit();
+    const SceneFile scene = read("a.zix");
+    const auto unit = scene.unit();
     return unit ? std::string(unit->name) + " " + (unit->metres ? std::to_string(*unit->metres) : "unknown")
                 : "none";
   };
