@@ -11,6 +11,9 @@ const FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", 
 // Without a graphics card the browser itself reads each picture back to show it, and says so.
 const OF_THE_BROWSER = /GL Driver Message .*GPU stall due to ReadPixels/;
 
+/** On a busy machine without a graphics card a large model takes long. */
+const PATIENCE_MS = 300000;
+
 export class Browser {
   static async start() {
     const browser = new Browser();
@@ -19,6 +22,7 @@ export class Browser {
       executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium", headless: true, args: FLAGS, chromiumSandbox: false,
       viewport: {width: 1100, height: 700}, reducedMotion: "reduce", colorScheme: "light", hasTouch: true,
     });
+    browser.context.setDefaultTimeout(PATIENCE_MS);
     return browser;
   }
 
@@ -53,9 +57,9 @@ export class Browser {
 
 /** Waits until a condition holds in the page. The library's own way is an eval, which the page's policy refuses. */
 export async function until(page, condition, value) {
-  const end = Date.now() + 60000;
+  const end = Date.now() + PATIENCE_MS;
   while (!(await page.evaluate(condition, value))) {
-    if (Date.now() > end) throw new Error(`not so after a minute: ${condition}`);
+    if (Date.now() > end) throw new Error(`not so after ${PATIENCE_MS / 1000} s: ${condition}`);
     await new Promise((resolve) => setTimeout(resolve, 20));
   }
 }
