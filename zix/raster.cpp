@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace Orb::Zix {
 
@@ -74,26 +75,60 @@ bool Canvas::reaches(float top, float bottom) const {
   return top - 4 <= static_cast<float>(end_) && bottom + 4 >= static_cast<float>(begin_);
 }
 
+namespace {
+
+// One side of a triangle: which samples are on the triangle's side of it, those on the side included. Two
+// triangles that share a side must agree about every sample, else some would belong to neither of them. So
+// the value is always worked out from the same end, whichever the triangle has first.
+class Side {
+ public:
+  // `turn`: 1, or -1 where the triangle's corners go round the other way.
+  Side(const ScreenVertex& from, const ScreenVertex& to, double turn) {
+    const bool swaps = std::pair(from.x, from.y) > std::pair(to.x, to.y);
+    const ScreenVertex& first = swaps ? to : from;
+    const ScreenVertex& second = swaps ? from : to;
+    x_ = first.x;
+    y_ = first.y;
+    const double sign = swaps ? -turn : turn;
+    dx_ = sign * (double{second.x} - double{first.x});
+    dy_ = sign * (double{second.y} - double{first.y});
+  }
+  // Twice the area of the triangle of side and sample; negative beyond the side.
+  [[nodiscard]] double at(double x, double y) const { return dx_ * (y - y_) - dy_ * (x - x_); }
+
+ private:
+  double x_;
+  double y_;
+  double dx_;
+  double dy_;
+};
+
+}  // namespace
+
 // Calls `write(sample, depth, u, v)`: u and v are the shares of b and c.
 template <typename Write>
 void Canvas::forEachSample(const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c, Write write) {
   const Range columns = samplesBetween(std::min({a.x, b.x, c.x}), std::max({a.x, b.x, c.x}), 0, width_);
   const Range rows = samplesBetween(std::min({a.y, b.y, c.y}), std::max({a.y, b.y, c.y}), begin_, end_);
   if (columns.begin >= columns.end || rows.begin >= rows.end) return;
-  const float area = (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-  if (!(area != 0.0F) || !std::isfinite(area)) return;
-  const float inverse_area = 1.0F / area;
-  // u = ((p - a) x (c - a)) / area, v = ((b - a) x (p - a)) / area.
-  const float u_step = (c.y - a.y) * inverse_area;
-  const float v_step = -(b.y - a.y) * inverse_area;
+  const double area = (double{b.x} - double{a.x}) * (double{c.y} - double{a.y}) -
+                      (double{b.y} - double{a.y}) * (double{c.x} - double{a.x});
+  if (!(area != 0) || !std::isfinite(area)) return;
+  const double turn = area < 0 ? -1 : 1;
+  const Side ab(a, b, turn);
+  const Side bc(b, c, turn);
+  const Side ca(c, a, turn);
+  const double inverse_area = turn / area;
   for (std::uint32_t y = rows.begin; y < rows.end; ++y) {
-    const float dy = static_cast<float>(y) + 0.5F - a.y;
+    const double sample_y = y + 0.5;
     const std::size_t row = std::size_t{y - begin_} * width_;
     for (std::uint32_t x = columns.begin; x < columns.end; ++x) {
-      const float dx = static_cast<float>(x) + 0.5F - a.x;
-      const float u = dx * u_step - dy * (c.x - a.x) * inverse_area;
-      const float v = dx * v_step + dy * (b.x - a.x) * inverse_area;
-      if (u < 0 || v < 0 || u + v > 1) continue;
+      const double sample_x = x + 0.5;
+      const double beside_ab = ab.at(sample_x, sample_y);
+      const double beside_ca = ca.at(sample_x, sample_y);
+      if (!(beside_ab >= 0 && beside_ca >= 0 && bc.at(sample_x, sample_y) >= 0)) continue;
+      const auto u = static_cast<float>(beside_ca * inverse_area);
+      const auto v = static_cast<float>(beside_ab * inverse_area);
       write(row + x, a.depth + u * (b.depth - a.depth) + v * (c.depth - a.depth), u, v);
     }
   }

@@ -54,6 +54,30 @@ TEST_F(Raster, ARectangleHasItsPixelsAndNoOther) {
   expectPicture(kRectangle);
 }
 
+// Fans about a sample's centre, with slopes in thirds: sides run through the centres of other samples, and
+// rounding decides on which side these are.
+TEST_F(Raster, TrianglesThatShareASideThroughSamplesLeaveNoGap) {
+  std::mt19937 random(7);
+  std::uniform_int_distribution<int> inside(2, 13);
+  std::uniform_int_distribution<int> thirds(-40, 40);
+  for (int round = 0; round < 2000; ++round) {
+    Canvas canvas(kPixels, kPixels);
+    const ScreenVertex middle =
+        at(static_cast<float>(inside(random)) + 0.5F, static_cast<float>(inside(random)) + 0.5F);
+    const auto beside = [&] { return static_cast<float>(thirds(random)) / 3; };
+    const ScreenVertex ring[] = {at(-30, beside()), at(beside(), 50), at(50, beside()), at(beside(), -30)};
+    const ScreenVertex corners[] = {at(-90, -90), at(-90, 90), at(90, 90), at(90, -90)};
+    for (std::size_t i = 0; i < 4; ++i) {
+      canvas.triangle(middle, corners[i], ring[i], kRed);
+      canvas.triangle(ring[i], middle, corners[(i + 1) % 4], kRed);
+      canvas.triangle(corners[i], ring[i], corners[(i + 1) % 4], kRed);
+    }
+    const auto pixels = canvas.resolve(Color4{0, 0, 0, 0});
+    for (std::size_t i = 0; i < pixels.size(); i += 4)
+      ASSERT_EQ(pixels[i + 3], 255) << round << ", pixel " << i / 4;
+  }
+}
+
 TEST_F(Raster, TheOtherSenseIsTheSame) {
   rectangle(10, 4, 6, 12);
   expectPicture(kRectangle);
