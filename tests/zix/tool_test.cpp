@@ -293,8 +293,7 @@ TEST_F(ZixTool, ExportOntoItsOwnInputIsRefused) {
 
 TEST_F(ZixTool, HelpAndVersionGoToStandardOutput) {
   EXPECT_THAT(zix({"--version"}).out,
-              testing::MatchesRegex(R"(zix [0-9]+\.[0-9]+\.[0-9]+\.[0-9]+ \(Zix format 1\.[0-9]+\))"
-                                    "\n"));
+              ::testing::AllOf(StartsWith("zix "), HasSubstr(" (Zix format 1."), ::testing::EndsWith(")\n")));
   for (const std::vector<std::string>& call :
        {std::vector<std::string>{"--help"}, {"info", "--help"}, {"export", "--help"}}) {
     const ProgramResult result = zix(call);
