@@ -76,7 +76,8 @@ function(loftbay_test_sources name)
   if(LOFTBAY_SHARED_TEST_OBJECTS)
     set(archive ${LOFTBAY_TEST_OBJECTS}/lib/lib${name}.a)
     add_executable(${name} ${PROJECT_SOURCE_DIR}/tests/support/linked_tests.cpp)
-    # One after the other (a terminal of its own): two builds must not run in one folder at the same time.
+    # One after the other (a terminal of its own): two builds must not run in one folder at the same time. That keeps one
+    # processor busy at the end, so ./test has the target test_sources of that folder built before.
     add_custom_target(${name}_objects COMMENT "Compiling the sources of ${name}"
       COMMAND ${CMAKE_COMMAND} --build ${LOFTBAY_TEST_OBJECTS} --target ${name}
       BYPRODUCTS ${archive} USES_TERMINAL VERBATIM)
@@ -88,6 +89,10 @@ function(loftbay_test_sources name)
   if(LOFTBAY_ONLY_TEST_OBJECTS)
     add_library(${name} STATIC ${ARGN})
     set_target_properties(${name} PROPERTIES OPTIMIZE_DEPENDENCIES ON ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+    if(NOT TARGET test_sources)
+      add_custom_target(test_sources)
+    endif()
+    add_dependencies(test_sources ${name})
   else()
     add_executable(${name} ${ARGN})
   endif()
