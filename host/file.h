@@ -25,8 +25,8 @@ using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 FilePointer openFile(std::string_view program_path, const char* mode);
 
 // A file that grows piece by piece and is closed after each, so that it is complete whenever the process ends
-// and other processes can take it away in between. Its path is worked out once; that it is a regular file is
-// checked as openFile does it, until a piece was written.
+// and other processes can take it away in between. That it is a regular file is checked as openFile does it,
+// until it was opened once.
 class GrowingFile {
  public:
   explicit GrowingFile(std::string_view program_path);
@@ -36,8 +36,7 @@ class GrowingFile {
   bool append(std::string_view text);
 
  private:
-  std::string program_path_;
-  std::string host_path_;
+  std::string path_;  // host form
   bool is_regular_ = false;
 };
 

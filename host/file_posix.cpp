@@ -79,14 +79,13 @@ FilePointer openFile(std::string_view program_path, const char* mode) {
   return nullptr;
 }
 
-GrowingFile::GrowingFile(std::string_view program_path)
-    : program_path_(program_path), host_path_(toHostPath(program_path)) {}
+GrowingFile::GrowingFile(std::string_view program_path) : path_(toHostPath(program_path)) {}
 
 bool GrowingFile::append(std::string_view text) {
-  const int descriptor = is_regular_
-                             ? ::open(host_path_.c_str(),
-                                      O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666)
-                             : openRegular(host_path_, "a");
+  const int descriptor =
+      is_regular_
+          ? ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666)
+          : openRegular(path_, "a");
   if (descriptor < 0) {
     if (errno == ENOMEM) throw std::bad_alloc();
     return false;

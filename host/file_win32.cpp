@@ -34,11 +34,10 @@ FilePointer openFile(std::string_view program_path, const char* mode) {
   return file;
 }
 
-GrowingFile::GrowingFile(std::string_view program_path)
-    : program_path_(program_path), host_path_(toHostPath(program_path)) {}
+GrowingFile::GrowingFile(std::string_view program_path) : path_(toHostPath(program_path)) {}
 
 bool GrowingFile::append(std::string_view text) {
-  const FilePointer file = openFile(program_path_, "a");
+  const FilePointer file = openFile(path_, "a");
   if (!file) return false;
   is_regular_ = true;
   const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <mutex>
 #include <string_view>
 
 namespace loftbay::host {
@@ -33,18 +32,9 @@ std::uint64_t kilobytesAt(std::string_view text, std::string_view field) {
   return kilobytes;
 }
 
-// The log asks before and after many steps, so the file stays open. A child of fork, whose numbers it does
-// not hold, opens it anew.
+// The log asks before and after many steps, so the file stays open.
 StatedMemory statedMemory() {
-  static std::mutex mutex;
-  const std::lock_guard lock(mutex);
-  static pid_t owner = 0;
-  static int status = -1;
-  if (owner != getpid()) {
-    if (status >= 0) close(status);
-    status = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
-    owner = getpid();
-  }
+  static const int status = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
   std::array<char, 8192> buffer;
   const ssize_t size = status < 0 ? -1 : pread(status, buffer.data(), buffer.size(), 0);
   if (size <= 0) return {};

@@ -24,8 +24,8 @@ void PendingProperties::enter(std::span<const Property> properties) {
 }
 
 void PendingProperties::created(const ObjectId& object, ObjectType type) {
+  if (type != ObjectType::Node && type != ObjectType::Shape) return;
   const std::lock_guard lock(mutex_);
-  if (entered_.empty() || (type != ObjectType::Node && type != ObjectType::Shape)) return;
   for (const auto& [key, value] : entered_) setLocked(object, key, value);
   if (type == ObjectType::Node) entered_.clear();
 }

@@ -134,8 +134,12 @@ TEST_F(GlbFile, TrianglesHaveTheNormalsOfTheSmoothSurface) {
     ASSERT_EQ(normals.size(), points.size());
     for (std::size_t i = 0; i < normals.size(); i += 3) {
       EXPECT_NEAR(std::hypot(normals[i], normals[i + 1], normals[i + 2]), 1, 1e-6);
-      if (points[i] < 0) EXPECT_EQ(normals[i + 2], 1.0F);
-      if (points[i] == 0 && soft) EXPECT_NEAR(normals[i], -std::sin(19.5 * std::acos(-1.0) / 180), 1e-5);
+      if (points[i] < 0) {
+        EXPECT_EQ(normals[i + 2], 1.0F);
+      }
+      if (points[i] == 0 && soft) {
+        EXPECT_NEAR(normals[i], -std::sin(19.5 * std::acos(-1.0) / 180), 1e-5);
+      }
     }
     const auto indices = glbValues<std::uint32_t>(glb, glb.json["meshes"][0]["primitives"][0]["indices"]);
     ASSERT_EQ(indices.size(), 12U);

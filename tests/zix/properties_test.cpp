@@ -174,8 +174,12 @@ TEST_F(Properties, ASceneWithoutAnyIsOneOfTheFirstVersion) {
 TEST_F(Properties, UnitIsThatOfTheScene) {
   const auto unitOf = [&](std::string_view name, std::string_view metres) {
     write("a.zix", [&](const ObjectId& first, const ObjectId&) {
-      if (!name.empty()) EXPECT_TRUE(setSceneProperty("unit", name));
-      if (!metres.empty()) EXPECT_TRUE(setSceneProperty("unit_metres", metres));
+      if (!name.empty()) {
+        EXPECT_TRUE(setSceneProperty("unit", name));
+      }
+      if (!metres.empty()) {
+        EXPECT_TRUE(setSceneProperty("unit_metres", metres));
+      }
       EXPECT_TRUE(setObjectProperty(first, "unit", "parsec"));
     });
     const SceneFile scene = read("a.zix");
