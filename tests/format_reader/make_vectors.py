@@ -111,7 +111,6 @@ def not_set(b):
     b.mesh(4, 0, b.add(COORDINATES, row=(3, NONE, 1, 0)), b.add(4, row=(NONE, 0)), b.add(4, row=(NONE, 0)))
 
 
-
 def legal():
     yield "root_only", "a root node and nothing else", made(lambda b: None, one_node), []
     yield "empty", "no object at all", build.Builder().bytes(), ["NO_ROOT"]
@@ -186,9 +185,10 @@ def differences():
 
 def main(arguments):
     if arguments == ["--check"]:
-        for name in differences():
+        differing = differences()
+        for name in differing:
             print(f"{name} differs")
-        return 1 if differences() else 0
+        return 1 if differing else 0
     if arguments:
         print(__doc__, file=sys.stderr)
         return 2

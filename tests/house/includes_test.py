@@ -2,10 +2,9 @@
 
 import os
 import re
-import subprocess
 import unittest
 
-TOP = os.environ["LOFTBAY_SOURCE_DIR"]
+from sources import TOP, texts
 
 # What a folder may include besides itself. Folders of the toolkit are named with it.
 BELOW_JTTK = {
@@ -69,14 +68,12 @@ def may_link(here, target, there):
 
 def links():
     """(file, room, target, the room that defines it) for every target that a list of the house names as linked."""
-    lists = subprocess.run(["git", "-C", TOP, "ls-files", "*CMakeLists.txt"], capture_output=True, text=True, check=True)
-    texts, home = {}, {}
-    for path in lists.stdout.split():
-        with open(os.path.join(TOP, path), encoding="utf-8") as file:
-            texts[path] = re.sub(r"#.*", "", file.read())
-        for name in re.findall(r"\b(?:loftbay|add)_(?:library|executable)\((\w+)", texts[path]):
+    lists = {path: re.sub(r"#.*", "", text) for path, text in texts("*CMakeLists.txt")}
+    home = {}
+    for path, text in lists.items():
+        for name in re.findall(r"\b(?:loftbay|add)_(?:library|executable)\((\w+)", text):
             home[name] = room_of(path)
-    for path, text in texts.items():
+    for path, text in lists.items():
         if room_of(path) not in ALLOWED:
             continue
         for call in re.findall(r"\b(?:target_link_libraries|console_program|desktop_program)\(\S+([^)]*)\)", text):
@@ -86,13 +83,11 @@ def links():
 
 
 def includes():
-    files = subprocess.run(["git", "-C", TOP, "ls-files", "*.h", "*.cpp"], capture_output=True, text=True, check=True)
-    for source in files.stdout.split():
-        with open(os.path.join(TOP, source), encoding="utf-8") as file:
-            for number, line in enumerate(file, 1):
-                found = re.match(r'\s*#\s*include\s+"([^"]+)"', line)
-                if found:
-                    yield source, number, found.group(1)
+    for source, text in texts("*.h", "*.cpp"):
+        for number, line in enumerate(text.splitlines(), 1):
+            found = re.match(r'\s*#\s*include\s+"([^"]+)"', line)
+            if found:
+                yield source, number, found.group(1)
 
 
 def circles(below):

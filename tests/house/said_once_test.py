@@ -1,11 +1,9 @@
 """What is decided in one place only: words that no other source may have."""
 
-import os
 import re
-import subprocess
 import unittest
 
-TOP = os.environ["LOFTBAY_SOURCE_DIR"]
+from sources import texts
 
 # (word, the files that may have it, whom the others ask)
 SAID_ONCE = [
@@ -15,11 +13,8 @@ SAID_ONCE = [
 
 class SaidOnce(unittest.TestCase):
     def test_each_word_is_where_it_belongs(self):
-        files = subprocess.run(["git", "-C", TOP, "ls-files", "*.h", "*.cpp"], capture_output=True, text=True, check=True)
         found = {word: set() for word, _, _ in SAID_ONCE}
-        for path in files.stdout.split():
-            with open(os.path.join(TOP, path), encoding="utf-8") as file:
-                text = file.read()
+        for path, text in texts("*.h", "*.cpp"):
             for word in found:
                 if re.search(word, text):
                     found[word].add(path)

@@ -139,7 +139,7 @@ def material_difference(wanted, found):
         expected = (*colour[:3], 1 - colour[3] if name == "diffuse" else 1.0)
         if expected != getattr(found, name):
             return "%s: %s became %s" % (name, expected, getattr(found, name))
-    return None if found.ambient_intensity == shininess else "shininess %s" % data.ambient_intensity
+    return None if found.ambient_intensity == shininess else "shininess %s" % found.ambient_intensity
 
 
 def world_difference(placed, found):
@@ -238,7 +238,7 @@ class SecondWriter(unittest.TestCase):
             self.assertIsNone(model_difference(make_model(number), meshes))
             for change, what in (("point", "missing|belongs|polygon"), ("sense", "missing|belongs|polygon"),
                                  ("left out", "belongs|polygon"), ("placement", "instead of"), ("material", "diffuse"),
-                                 ("name", "names")):
+                                 ("shininess", "shininess"), ("name", "names")):
                 model = make_model(number)
                 self.change(model.placed[-1], change)
                 self.assertRegex(str(model_difference(model, meshes)), what, change)
@@ -262,6 +262,9 @@ class SecondWriter(unittest.TestCase):
         elif change == "material":
             ambient, (red, *rest), *others = placed.material
             placed.material = ambient, (red + 1 / 256, *rest), *others
+        elif change == "shininess":
+            *colours, shininess = placed.material
+            placed.material = *colours, shininess + 1
         elif change == "name":
             placed.name += "x"
 
