@@ -20,12 +20,18 @@ std::uint32_t pack(const Vec3& color) {
   return packed;
 }
 
-// Light comes from the viewer, from a little above and to the left of the line of sight; back faces are lit
-// as if they faced the viewer, so that open shells show their inside.
-std::uint32_t shade(const Vec3& n, float inverse_length, const Surface& surface) {
+float inverseLength(const Vec3& n) {
+  const float square = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
+  return square > 0 ? 1.0F / std::sqrt(square) : 0.0F;
+}
+
+// Light comes from the viewer, from a little above and to the left of the line of sight. `side` is 1 where
+// the triangle's front is seen, and -1 where its back is, which is lit as if it faced the viewer: so open
+// shells show their inside. It is the triangle's: at a silhouette, normals between its corners lean to the
+// far side.
+std::uint32_t shade(const Vec3& n, float side, const Surface& surface) {
   constexpr Vec3 kLight = {-0.30F, 0.45F, 0.84F};
-  float facing = (n[0] * kLight[0] + n[1] * kLight[1] + n[2] * kLight[2]) * inverse_length;
-  if (n[2] < 0) facing = -facing;
+  const float facing = (n[0] * kLight[0] + n[1] * kLight[1] + n[2] * kLight[2]) * inverseLength(n) * side;
   const float diffuse = 0.28F + 0.72F * std::max(facing, 0.0F);
   const float f2 = facing * facing;
   const float f8 = f2 * f2 * f2 * f2;
@@ -53,11 +59,6 @@ Range samplesBetween(float low, float high, std::uint32_t first, std::uint32_t l
   const float end = std::floor(std::clamp(high, least, most) - 0.5F) + 1.0F;
   return {static_cast<std::uint32_t>(std::max(begin, least)),
           static_cast<std::uint32_t>(std::max(end, least))};
-}
-
-float inverseLength(const Vec3& n) {
-  const float square = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
-  return square > 0 ? 1.0F / std::sqrt(square) : 0.0F;
 }
 
 }  // namespace
@@ -103,6 +104,12 @@ class Side {
   double dy_;
 };
 
+// Twice the triangle's; negative where its corners go round against the clock, as those of a front do.
+double areaOf(const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c) {
+  return (double{b.x} - double{a.x}) * (double{c.y} - double{a.y}) -
+         (double{b.y} - double{a.y}) * (double{c.x} - double{a.x});
+}
+
 }  // namespace
 
 // Calls `write(sample, depth, u, v)`: u and v are the shares of b and c.
@@ -111,8 +118,7 @@ void Canvas::forEachSample(const ScreenVertex& a, const ScreenVertex& b, const S
   const Range columns = samplesBetween(std::min({a.x, b.x, c.x}), std::max({a.x, b.x, c.x}), 0, width_);
   const Range rows = samplesBetween(std::min({a.y, b.y, c.y}), std::max({a.y, b.y, c.y}), begin_, end_);
   if (columns.begin >= columns.end || rows.begin >= rows.end) return;
-  const double area = (double{b.x} - double{a.x}) * (double{c.y} - double{a.y}) -
-                      (double{b.y} - double{a.y}) * (double{c.x} - double{a.x});
+  const double area = areaOf(a, b, c);
   if (!(area != 0) || !std::isfinite(area)) return;
   const double turn = area < 0 ? -1 : 1;
   const Side ab(a, b, turn);
@@ -137,14 +143,15 @@ void Canvas::forEachSample(const ScreenVertex& a, const ScreenVertex& b, const S
 void Canvas::triangle(const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c,
                       const Surface& surface) {
   const bool smooth = a.normal != b.normal || a.normal != c.normal;
-  const std::uint32_t flat = smooth ? 0 : shade(a.normal, inverseLength(a.normal), surface);
+  const float side = areaOf(a, b, c) < 0 ? 1.0F : -1.0F;
+  const std::uint32_t flat = smooth ? 0 : shade(a.normal, side, surface);
   const auto colorAt = [&](float u, float v) {
     if (!smooth) return flat;
     Vec3 normal{};
     for (std::size_t k = 0; k < 3; ++k) {
       normal[k] = a.normal[k] + u * (b.normal[k] - a.normal[k]) + v * (c.normal[k] - a.normal[k]);
     }
-    return shade(normal, inverseLength(normal), surface);
+    return shade(normal, side, surface);
   };
   if (layers_.empty()) {
     forEachSample(a, b, c, [&](std::size_t sample, float depth, float u, float v) {

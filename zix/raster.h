@@ -25,7 +25,8 @@ struct ScreenVertex {
   float x;
   float y;
   float depth;
-  Vec3 normal;
+  Vec3 normal;  // of the side from which a triangle's corners go round against the clock; y up, z to the
+                // viewer
 };
 
 // How surfaces of one mesh are coloured.

@@ -14,7 +14,8 @@ using ::testing::ElementsAreArray;
 constexpr std::uint32_t kPixels = 8;  // pixels; twice as many samples
 constexpr Surface kRed{{0.5F, 0, 0}, {0, 0, 0}, 0, 1};
 
-ScreenVertex at(float x, float y, float depth = 1) { return {x, y, depth, {0, 0, 1}}; }
+// Without a normal the light is the same from both sides.
+ScreenVertex at(float x, float y, float depth = 1) { return {x, y, depth, {}}; }
 
 class Raster : public ::testing::Test {
  protected:
@@ -147,6 +148,22 @@ TEST_F(Raster, OfTwoSurfacesTheNearerIsSeenAndOfEquallyFarOnesTheFirst) {
   EXPECT_TRUE(isRed());
   cover(1, blue);
   EXPECT_FALSE(isRed());
+}
+
+// Smooth normals at a silhouette may point a little away from the viewer, although the triangle is seen.
+TEST_F(Raster, TheSideThatIsLitIsTheTriangles) {
+  const auto brightness = [](bool is_front, float normal_z) {
+    const auto corner = [&](float x, float y) { return ScreenVertex{x, y, 1, {-0.7F, 0.7F, normal_z}}; };
+    const ScreenVertex left = corner(-50, -50);
+    const ScreenVertex below = corner(-50, 100);
+    const ScreenVertex right = corner(100, -50);
+    Canvas canvas(kPixels, kPixels);
+    canvas.triangle(left, is_front ? below : right, is_front ? right : below, kRed);
+    return int{canvas.resolve()[0]};
+  };
+  EXPECT_NEAR(brightness(true, -0.05F), brightness(true, 0.05F), 10);
+  EXPECT_NEAR(brightness(false, -0.05F), brightness(false, 0.05F), 10);
+  EXPECT_GT(brightness(true, 0), brightness(false, 0) + 20);
 }
 
 TEST_F(Raster, ALineIsOnePixelWideAndEndsHalfAPixelBehindItsEnds) {
