@@ -1,8 +1,8 @@
 // Wavefront OBJ: text; points are numbered from 1 over the whole file.
-#include <charconv>
 #include <cmath>
 #include <vector>
 
+#include "host/number_text.h"
 #include "host/shown_text.h"
 #include "zix/export.h"
 #include "zix/output_file.h"
@@ -18,9 +18,7 @@ class ObjWriter {
 
   template <typename T>
   ObjWriter& number(T value) {
-    char digits[32];
-    const auto result = std::to_chars(digits, digits + sizeof(digits), value);
-    return text({digits, static_cast<std::size_t>(result.ptr - digits)});
+    return text(loftbay::host::NumberText(value).view());
   }
 
   ObjWriter& text(std::string_view value) {

@@ -1,9 +1,8 @@
 #include "zix/json_writer.h"
 
-#include <array>
-#include <charconv>
 #include <cmath>
 
+#include "host/number_text.h"
 #include "host/shown_text.h"
 
 namespace Orb::Zix {
@@ -60,16 +59,10 @@ void JsonWriter::text(std::string_view value) {
 
 void JsonWriter::number(double value) {
   if (!std::isfinite(value)) return text(std::isnan(value) ? "nan" : value > 0 ? "inf" : "-inf");
-  std::array<char, 32> digits;
-  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
-  raw({digits.data(), static_cast<std::size_t>(result.ptr - digits.data())});
+  raw(loftbay::host::NumberText(value).view());
 }
 
-void JsonWriter::number(std::uint64_t value) {
-  std::array<char, 24> digits;
-  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
-  raw({digits.data(), static_cast<std::size_t>(result.ptr - digits.data())});
-}
+void JsonWriter::number(std::uint64_t value) { raw(loftbay::host::NumberText(value).view()); }
 
 void JsonWriter::raw(std::string_view value) {
   beforeValue();

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <optional>
 #include <type_traits>
 
+#include "host/number_text.h"
 #include "zix/cut_text.h"
 #include "zix/object_names.h"
 #include "zix/scene_meshes.h"
@@ -18,12 +18,7 @@ using format::kNone;
 
 namespace {
 
-template <typename T>
-std::string numberText(T value) {
-  std::array<char, 32> digits;
-  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
-  return {digits.data(), result.ptr};
-}
+using loftbay::host::numberText;
 
 class Diff {
  public:

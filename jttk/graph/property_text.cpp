@@ -1,8 +1,9 @@
 #include "jttk/graph/property_text.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstdio>
+
+#include "host/number_text.h"
 
 namespace jttk {
 
@@ -45,9 +46,7 @@ std::string dateText(const StoredDate& date, std::optional<float> hours_ahead) {
 std::string numberText(float number) {
   if (std::isnan(number)) return "nan";
   if (std::isinf(number)) return number < 0 ? "-inf" : "inf";
-  std::array<char, 64> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), number);
-  return {text.data(), end.ptr};
+  return loftbay::host::numberText(number);
 }
 
 }  // namespace jttk
