@@ -1,4 +1,4 @@
-// The document of --json where there is no scene to describe.
+// What is wrong with a file, in documents of --json.
 #pragma once
 
 #include "cli/console.h"
@@ -7,17 +7,24 @@
 
 namespace loftbay::cli {
 
+// Members of the object that was begun. `Fault`: a reader's error, or a finding of validation.
+template <typename Fault>
+void writeFault(Orb::Zix::JsonWriter& json, const Fault& fault) {
+  json.key("code");
+  json.text(fault.code);
+  json.key("offset");
+  json.number(fault.offset);
+  json.key("message");
+  json.text(fault.message);
+}
+
+// The whole document where there is no scene to describe.
 inline void printJsonError(const Orb::Zix::ReadError& error) {
   Orb::Zix::JsonWriter json(print);
   json.beginObject();
   json.key("error");
   json.beginObject();
-  json.key("code");
-  json.text(error.code);
-  json.key("offset");
-  json.number(error.offset);
-  json.key("message");
-  json.text(error.message);
+  writeFault(json, error);
   json.end();
   json.end();
   json.finish();

@@ -18,7 +18,7 @@ namespace {
 std::vector<std::string> viewNames(const SceneFile& scene) {
   std::vector<std::string> names;
   for (std::size_t i = 0; i < scene.viewCount(); ++i) names.emplace_back(scene.viewName(i));
-  if (names.empty()) names = {"front", "back", "left", "right", "top", "bottom", "iso"};
+  if (names.empty()) names.assign(kDefaultViewNames.begin(), kDefaultViewNames.end());
   return names;
 }
 

@@ -2,9 +2,9 @@
 #include "zix/validate.h"
 #include "cli/console.h"
 #include "cli/zix/command.h"
+#include "cli/zix/json_error.h"
 #include "host/path.h"
 #include "host/shown_text.h"
-#include "zix/json_writer.h"
 
 namespace loftbay::cli {
 
@@ -27,12 +27,7 @@ void printJson(const Orb::Zix::ValidationReport& report) {
     json.beginObject();
     json.key("severity");
     json.text(message.is_error ? "error" : "warning");
-    json.key("code");
-    json.text(message.code);
-    json.key("offset");
-    json.number(message.offset);
-    json.key("message");
-    json.text(message.message);
+    writeFault(json, message);
     json.end();
   }
   json.end();
