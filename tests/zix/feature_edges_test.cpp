@@ -18,6 +18,7 @@ using loftbay::testing_support::addShape;
 using loftbay::testing_support::runProgram;
 using loftbay::testing_support::SampleMesh;
 using loftbay::testing_support::ScratchFolder;
+using loftbay::testing_support::writeScene;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
@@ -76,13 +77,8 @@ class Styles : public ::testing::Test {
       tube.indices.insert(tube.indices.end(), {n - 2, n - 1, n, n, n - 1, n + 1});
       tube.lengths.insert(tube.lengths.end(), {3, 3});
     }
-    Scene_V1 scene("Model");
-    const std::string path = folder_.programPath("tube.zix");
-    scene.saveTo(path.c_str(), " ", true, true);
-    const auto root = scene.createObject(ObjectType::Node);
-    addShape(scene, root, "tube", tube);
-    scene.createDefaultViews(root);
-    scene.closeFile(path.c_str());
+    writeScene(folder_.programPath("tube.zix"),
+               [&](Scene_V1& scene, const ObjectId& root) { addShape(scene, root, "tube", tube); });
   }
 
   [[nodiscard]] Picture picture(const RenderStyle& style) const {

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <functional>
 
 #include "tests/zix/glb_file.h"
 #include "tests/zix/run_program.h"
@@ -14,7 +13,6 @@ namespace Orb::Zix {
 namespace {
 
 using loftbay::testing_support::addMaterial;
-using loftbay::testing_support::addObject;
 using loftbay::testing_support::addShape;
 using loftbay::testing_support::Glb;
 using loftbay::testing_support::glbValues;
@@ -28,16 +26,9 @@ using ::testing::HasSubstr;
 
 class GlbFile : public ::testing::Test {
  protected:
-  using Fill = std::function<void(Scene_V1&, const ObjectId&)>;
-  SceneFile makeScene(const Fill& fill) {
-    Scene_V1 scene("Model");
-    const std::string path = folder_.programPath("a.zix");
-    scene.saveTo(path.c_str(), " ", true, true);
-    const auto root = addObject(scene, ObjectType::Node, "root");
-    fill(scene, root);
-    scene.createDefaultViews(root);
-    scene.closeFile(path.c_str());
-    return std::move(*SceneFile::open(path));
+  template <typename Fill>
+  SceneFile makeScene(Fill fill) {
+    return loftbay::testing_support::makeScene(folder_.programPath("a.zix"), fill);
   }
   Glb exported(const SceneFile& scene, const GlbOptions& options = {}) {
     EXPECT_TRUE(exportGlb(scene, folder_.programPath("a.glb"), options));

@@ -32,14 +32,7 @@ class Pictures : public ::testing::Test {
  protected:
   template <typename Fill>
   SceneFile makeScene(const std::string& name, Fill fill) {
-    Scene_V1 scene("Model");
-    const std::string path = folder_.programPath(name);
-    scene.saveTo(path.c_str(), " ", true, true);
-    const auto root = addObject(scene, ObjectType::Node, "root");
-    fill(scene, root);
-    scene.createDefaultViews(root);
-    scene.closeFile(path.c_str());
-    return std::move(*SceneFile::open(path));
+    return loftbay::testing_support::makeScene(folder_.programPath(name), fill);
   }
 
   SceneFile sample(const std::string& name = "a.zix") {

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <functional>
 
 #include "tests/zix/run_program.h"
 #include "tests/zix/sample_scenes.h"
@@ -14,7 +13,6 @@ namespace Orb::Zix {
 namespace {
 
 using loftbay::testing_support::addMaterial;
-using loftbay::testing_support::addObject;
 using loftbay::testing_support::addShape;
 using loftbay::testing_support::runProgram;
 using loftbay::testing_support::SampleMesh;
@@ -44,16 +42,9 @@ SampleMesh squareAt(float z) {
 
 class PictureOptions : public ::testing::Test {
  protected:
-  using Fill = std::function<void(Scene_V1&, const ObjectId&)>;
-  SceneFile makeScene(const Fill& fill) {
-    Scene_V1 scene("Model");
-    const std::string path = folder_.programPath("a.zix");
-    scene.saveTo(path.c_str(), " ", true, true);
-    const auto root = addObject(scene, ObjectType::Node, "root");
-    fill(scene, root);
-    scene.createDefaultViews(root);
-    scene.closeFile(path.c_str());
-    return std::move(*SceneFile::open(path));
+  template <typename Fill>
+  SceneFile makeScene(Fill fill) {
+    return loftbay::testing_support::makeScene(folder_.programPath("a.zix"), fill);
   }
   loftbay::testing_support::ProgramResult renderWith(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"render", folder_.hostPath("a.zix")});

@@ -36,17 +36,14 @@ class Properties : public ::testing::Test {
   // A scene of a root and two nodes; `set` is called with their ids before it is closed.
   template <typename Set>
   void write(const char* name, Set set) {
-    const std::string path = folder_.programPath(name);
-    Scene_V1 scene("Model");
-    scene.saveTo(path.c_str(), " ", true, true);
-    const auto root = addObject(scene, ObjectType::Node, "root");
-    const auto first = addObject(scene, ObjectType::Node, "first");
-    const auto second = addObject(scene, ObjectType::Node, "second");
-    scene.addComponent(root, first);
-    scene.addComponent(root, second);
-    scene.createDefaultViews(root);
-    set(first, second);
-    scene.closeFile(path.c_str());
+    loftbay::testing_support::writeScene(folder_.programPath(name),
+                                         [&](Scene_V1& scene, const ObjectId& root) {
+                                           const auto first = addObject(scene, ObjectType::Node, "first");
+                                           const auto second = addObject(scene, ObjectType::Node, "second");
+                                           scene.addComponent(root, first);
+                                           scene.addComponent(root, second);
+                                           set(first, second);
+                                         });
   }
   [[nodiscard]] SceneFile read(const char* name) const {
     EXPECT_EQ(validateFile(folder_.programPath(name)).error_count, 0U);

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "zix/reader.h"
 #include "zix/zix.h"
 
 namespace loftbay::testing_support {
@@ -63,6 +65,24 @@ inline SampleMesh square(float size) {
           {0, 0, 0, size, 0, 0, 0, size, 0, size, size, 0},
           {2, 0, 1, 3, 2, 1},
           {3, 3}};
+}
+
+// A scene of a node "root", below which `fill(scene, root)` hangs the rest; with the default views.
+template <typename Fill>
+void writeScene(const std::string& program_path, Fill fill) {
+  Orb::Zix::Scene_V1 scene("Model");
+  scene.saveTo(program_path.c_str(), " ", true, true);
+  const auto root = addObject(scene, Orb::Zix::ObjectType::Node, "root");
+  fill(scene, root);
+  scene.createDefaultViews(root);
+  scene.closeFile(program_path.c_str());
+}
+
+// The same, opened.
+template <typename Fill>
+Orb::Zix::SceneFile makeScene(const std::string& program_path, Fill fill) {
+  writeScene(program_path, fill);
+  return std::move(*Orb::Zix::SceneFile::open(program_path));
 }
 
 // Node root

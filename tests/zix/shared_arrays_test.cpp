@@ -283,15 +283,12 @@ std::vector<std::string> codesOf(const std::string& path) {
 TEST(SharedArrays, AreCheckedOnceAndTheirFaultsAreToldOfEachMesh) {
   const ScratchFolder folder;
   const std::string path = folder.programPath("scene.zix");
-  Scene_V1 scene("Model");
-  scene.saveTo(path.c_str(), " ", true, true);
-  const auto root = loftbay::testing_support::addObject(scene, ObjectType::Node, "root");
-  for (const char* name : {"first", "second"}) {
-    loftbay::testing_support::addShape(
-        scene, root, name, {MeshType::Triangles, {0, 0, 0, 1, 0, 0, 0, std::nanf("1"), 0}, {0, 1, 3}, {3}});
-  }
-  scene.createDefaultViews(root);
-  scene.closeFile(path.c_str());
+  loftbay::testing_support::writeScene(path, [](Scene_V1& scene, const ObjectId& root) {
+    for (const char* name : {"first", "second"}) {
+      loftbay::testing_support::addShape(
+          scene, root, name, {MeshType::Triangles, {0, 0, 0, 1, 0, 0, 0, std::nanf("1"), 0}, {0, 1, 3}, {3}});
+    }
+  });
   EXPECT_THAT(codesOf(path),
               testing::UnorderedElementsAre("INDEX_RANGE", "INDEX_RANGE", "NOT_FINITE", "NOT_FINITE"));
 

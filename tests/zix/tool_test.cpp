@@ -33,14 +33,9 @@ class ZixTool : public ::testing::Test {
 
   // A scene of one shape "shape" under the root.
   void writeScene(const std::string& name, const SampleMesh& mesh, const std::string& shape = "shape") {
-    Orb::Zix::Scene_V1 scene("Model");
-    const std::string program_path = folder_.programPath(name);
-    scene.saveTo(program_path.c_str(), " ", true, true);
-    const auto root = scene.createObject(Orb::Zix::ObjectType::Node);
-    scene.setName(root, "root");
-    testing_support::addShape(scene, root, shape, mesh);
-    scene.createDefaultViews(root);
-    scene.closeFile(program_path.c_str());
+    testing_support::writeScene(folder_.programPath(name), [&](auto& scene, const auto& root) {
+      testing_support::addShape(scene, root, shape, mesh);
+    });
   }
 
   ScratchFolder folder_;
