@@ -83,7 +83,3 @@ def record(name: str, size: int) -> "np.dtype[np.void]":
     fields: Any = known.fields or {}
     return np.dtype({"names": list(names), "formats": [fields[n][0] for n in names],
                      "offsets": [fields[n][1] for n in names], "itemsize": size})
-
-
-def align(offset: int) -> int:
-    return (offset + ALIGNMENT - 1) // ALIGNMENT * ALIGNMENT

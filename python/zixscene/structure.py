@@ -143,13 +143,6 @@ class Structure:
         start = int(row["offset"])
         return self.data[start:start + int(row["size"])]
 
-    def holds_array(self, number: int, kind: str, record_size: int) -> bool:
-        """Whether there is a chunk of that number, type and record size."""
-        if number >= len(self.directory):
-            return False
-        row = self.directory[number]
-        return int(row["type"]) == layout.four(kind) and int(row["record_size"]) == record_size
-
     def differing(self, numbers: Iterable[int]) -> List[int]:
         """The chunks of these numbers whose checksum differs; each chunk is added up once and then remembered."""
         wanted = list(numbers)
