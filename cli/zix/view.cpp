@@ -1,4 +1,5 @@
 // zix view: writes the page into a folder of its own in the system's temporary one, and opens it.
+#include <chrono>
 #include <filesystem>
 #include <random>
 
@@ -12,12 +13,29 @@ namespace loftbay::cli {
 
 namespace {
 
+constexpr std::string_view kFolderName = "zix-view-";  // and a number
+
+// Nobody can tell when the browser has read a page, so each run removes the folders of runs a day ago. What
+// cannot be removed is somebody else's.
+void removeOldFolders(const std::filesystem::path& parent) {
+  const auto oldest = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24);
+  std::error_code ignored;
+  for (std::filesystem::directory_iterator entry(parent, ignored), end; entry != end;
+       entry.increment(ignored)) {
+    std::error_code error;
+    if (!hostText(entry->path().filename()).starts_with(kFolderName) || !entry->is_directory(error)) continue;
+    const auto written = entry->last_write_time(error);
+    if (!error && written < oldest) std::filesystem::remove_all(entry->path(), error);
+  }
+}
+
 // New, and of this user alone. Throws std::filesystem::filesystem_error.
 std::filesystem::path newFolder() {
   const auto parent = std::filesystem::temp_directory_path();
+  removeOldFolders(parent);
   std::random_device random;
   for (;;) {
-    const auto folder = parent / ("zix-view-" + std::to_string(random()));
+    const auto folder = parent / (std::string(kFolderName) + std::to_string(random()));
     if (!std::filesystem::create_directory(folder)) continue;
     std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
     return folder;

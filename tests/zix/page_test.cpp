@@ -191,6 +191,23 @@ TEST_F(PageProgram, ViewOpensAPageInAFolderOfItsOwn) {
   EXPECT_EQ(zix("view a.zix --no-open", "TMPDIR=\"$PWD\" BROWSER=missing-program").code, 0);
 }
 
+TEST_F(PageProgram, ViewRemovesItsFoldersOfADayAgo) {
+  const auto now = std::filesystem::file_time_type::clock::now();
+  const auto makeFolder = [&](const char* name, std::chrono::hours age) {
+    std::filesystem::create_directory(folder_.path() / name);
+    folder_.write(std::string(name) + "/a.html", "page");
+    std::filesystem::last_write_time(folder_.path() / name, now - age);
+  };
+  makeFolder("zix-view-1", std::chrono::hours(25));
+  makeFolder("zix-view-2", std::chrono::hours(23));
+  makeFolder("zix-other", std::chrono::hours(25));
+  std::filesystem::create_directory_symlink("zix-other", folder_.path() / "zix-view-3");
+  EXPECT_EQ(zix("view a.zix --no-open", "TMPDIR=\"$PWD\"").code, 0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "zix-view-1"));
+  EXPECT_EQ(folder_.read("zix-view-2/a.html"), "page");
+  EXPECT_EQ(folder_.read("zix-other/a.html"), "page");
+}
+
 TEST_F(PageProgram, ViewLeavesNothingOfASceneThatCannotBeShown) {
   folder_.write("bad.zix", "nothing");
   const auto before = folder_.names();
