@@ -25,15 +25,19 @@ std::string viewerPath() {
 
 }  // namespace
 
+std::string viewerComplaint() {
+  return viewerPath().empty()
+             ? "the viewer is not there (viewer.html beside the program): scripts/build-viewer makes it"
+             : "";
+}
+
 std::optional<std::string> writePage(const PageRequest& request,
                                      const std::function<void(const std::string& line)>& tell) {
-  const std::string viewer = viewerPath();
-  if (viewer.empty())
-    return "the viewer is not there (viewer.html beside the program): scripts/build-viewer makes it";
+  if (const auto reason = viewerComplaint(); !reason.empty()) return reason;
   const auto scene = Orb::Zix::SceneFile::open(host::toProgramPath(request.scene));
   if (!scene) return scene.error().text();
   Orb::Zix::HtmlPage page;
-  page.viewer_path = viewer;
+  page.viewer_path = viewerPath();
   page.name = hostText(host::toFileSystemPath(host::toProgramPath(request.scene)).filename());
   page.report = request.report;
   if (const auto offset = Orb::Zix::firstDamagedChunk(*scene)) {

@@ -14,6 +14,9 @@ inline std::string hostText(const std::filesystem::path& path) {
   return {text.begin(), text.end()};
 }
 
+// Why no page can be written, whatever the scene: the viewer is missing. Empty: it is there.
+std::string viewerComplaint();
+
 // Paths in host form.
 struct PageRequest {
   std::string scene;

@@ -95,9 +95,13 @@ void printResult(const Request& request, const SingleConversion& conversion, con
   if (request.options.quiet) return;
   for (const auto& note : report.notes) say(ofInput("note: " + oneLine(note)));
   if (report.exit_code == kDone || report.counts.nodes > 0) {
-    say(fmt::format("{}: {} shapes, {} triangles in {:.2f} s{}", in_batch ? input : request.files[1],
-                    report.counts.shapes, report.counts.triangles, report.seconds,
-                    report.skipped.empty() ? "" : fmt::format("; {} not converted", report.skipped.size())));
+    std::string line =
+        fmt::format("{}: {} shapes, {} triangles in {:.2f} s", in_batch ? input : request.files[1],
+                    report.counts.shapes, report.counts.triangles, report.seconds);
+    const std::size_t lost = report.skipped.size() - conversion.unwritten().size();
+    if (lost != 0) line += fmt::format("; {} not converted", lost);
+    for (const std::string& output : conversion.unwritten()) line += fmt::format("; {} not written", output);
+    say(line);
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <exception>
 
+#include "cli/page.h"
 #include "cli/same_file.h"
 #include "host/out_of_memory.h"
 #include "host/path.h"
@@ -37,6 +38,9 @@ std::string outputComplaint(const std::string& input, const std::string& scene,
       if (isSameFile(outputs[k], outputs[i]))
         return fmt::format("{}: two outputs are the same file", outputs[i]);
     }
+    if (extensionOf(outputs[i]) != kPageExtension) continue;
+    if (const auto reason = viewerComplaint(); !reason.empty())
+      return fmt::format("{}: {}", outputs[i], reason);
   }
   return {};
 }

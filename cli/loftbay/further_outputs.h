@@ -13,7 +13,8 @@ namespace loftbay::cli {
 // Host form, in the order in which they are written.
 std::vector<std::string> furtherOutputs(const ConvertOptions& options);
 
-// Why one of them may not be written: it is the input, the scene, or another of them. Empty: all may.
+// Why one of them may not be written: it is the input, the scene, or another of them, or a page for which the
+// viewer is missing. Empty: all may.
 std::string outputComplaint(const std::string& input, const std::string& scene,
                             const std::vector<std::string>& outputs);
 

@@ -128,7 +128,9 @@ void SingleConversion::writeFurtherOutputs() {
     claim(output);
     const auto failure =
         writeFurther(output_, output, report, [this](const std::string& line) { observer_.note(line); });
-    if (failure) observer_.lost(output, *failure);
+    if (!failure) continue;
+    observer_.lost(output, *failure);
+    unwritten_.push_back(output);
   }
 }
 
@@ -226,12 +228,12 @@ void SingleConversion::fail(std::string reason) {
 int SingleConversion::convert() {
   const std::string input = host::toProgramPath(input_);
   const std::string output = host::toProgramPath(output_);
-  std::string same_file = isSameFile(input_, output_)
-                              ? "input and output are the same file"
-                              : outputComplaint(input_, output_, furtherOutputs(options_));
-  if (!same_file.empty()) {
-    complain(same_file);
-    fail(std::move(same_file));
+  std::string refusal = isSameFile(input_, output_)
+                            ? "input and output are the same file"
+                            : outputComplaint(input_, output_, furtherOutputs(options_));
+  if (!refusal.empty()) {
+    complain(refusal);
+    fail(std::move(refusal));
   } else {
     prepareProcess();
   }

@@ -36,6 +36,9 @@ class SingleConversion {
   // Losses that have not been written to standard error yet, a line each.
   [[nodiscard]] std::vector<std::string> untoldLosses() const;
 
+  // Outputs beside the scene that could not be written; each is a loss of the report, too.
+  [[nodiscard]] const std::vector<std::string>& unwritten() const { return unwritten_; }
+
  private:
   void fillSeams();
   int convert();
@@ -66,6 +69,7 @@ class SingleConversion {
   bool box_shown_ = false;
   std::atomic<bool> owns_output_ = false;  // what lies at the output is this conversion's
   std::vector<std::string> claimed_;       // outputs beside the scene; guarded like the report
+  std::vector<std::string> unwritten_;
 };
 
 // `text` as a line of a batch: the input first, and nowhere else.

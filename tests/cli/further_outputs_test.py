@@ -39,14 +39,29 @@ class FurtherOutputs(CliTest):
             self.zix("export", self.out, expected)
             self.assertEqual(content(self.path(name)), content(expected))
 
+    def run_copy(self, *arguments):
+        """Runs a copy of the program, which looks for the viewer in a folder of its own."""
+        os.makedirs(self.path("bin"), exist_ok=True)
+        shutil.copy(LOFTBAY, self.path("bin/loftbay"))
+        return subprocess.run([self.path("bin/loftbay"), *arguments], capture_output=True, env=self.environment(),
+                              timeout=120)
+
+    def test_a_page_without_the_viewer_is_refused_before_the_conversion(self):
+        self.write("out.zix", b"as before")
+        result = self.run_copy(SAMPLE, self.out, "--json", "--export", self.glb, "--export", self.path("out.html"))
+        self.assertEqual(result.returncode, 3, result.stderr)
+        report = self.report(result)
+        self.assertEqual(report["outcome"], "refused")
+        self.assertRegex(report["error"], "out.html: the viewer is not there .*scripts/build-viewer")
+        self.assertEqual(content(self.out), b"as before")
+        self.assertFalse(os.path.exists(self.glb))
+
     def test_a_page_holds_the_report(self):
         os.mkdir(self.path("bin"))
-        shutil.copy(LOFTBAY, self.path("bin/loftbay"))
         self.write("bin/viewer.html", b"<html><!--zix-data--></html>")
         main = self.write("main.jt", assembly_file(["missing.jt"]))
         page = self.path("out.html")
-        result = subprocess.run([self.path("bin/loftbay"), main, self.out, "--json", "--export", page],
-                                capture_output=True, env=self.environment(), timeout=120)
+        result = self.run_copy(main, self.out, "--json", "--export", page)
         report = self.report(result)
         self.assertEqual(report["outcome"], "partial")
         block = re.search(rb'id="zix-report"[^>]*>([^<]*)<', content(page)).group(1)
@@ -93,6 +108,8 @@ class FurtherOutputs(CliTest):
         self.assertEqual(report["outcome"], "partial")
         self.assertEqual([entry["part"] for entry in report["skipped"]], [lost])
         self.assertIn(lost.encode(), result.stderr)
+        self.assertRegex(result.stderr, b" triangles in [0-9.]+ s; " + re.escape(lost.encode()) + b" not written\n")
+        self.assertNotIn(b"not converted", result.stderr)
         self.zix("validate", self.out)
         self.zix("export", self.out, self.path("expected.glb"))
         self.assertEqual(content(self.glb), content(self.path("expected.glb")))
