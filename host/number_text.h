@@ -12,8 +12,9 @@ namespace loftbay::host {
 class NumberText {
  public:
   template <typename Number>
-  explicit NumberText(Number number)
-      : end_(std::to_chars(digits_.data(), digits_.data() + digits_.size(), number).ptr) {}
+  explicit NumberText(Number number) {
+    end_ = std::to_chars(digits_.data(), digits_.data() + digits_.size(), number).ptr;
+  }
   NumberText(const NumberText&) = delete;
   NumberText& operator=(const NumberText&) = delete;
 
@@ -24,7 +25,7 @@ class NumberText {
 
  private:
   std::array<char, 32> digits_;  // a double takes 24
-  const char* end_;
+  const char* end_ = nullptr;
 };
 
 // Of a float, a double or an integer.
