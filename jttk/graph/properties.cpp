@@ -82,17 +82,17 @@ const Atom* findAtom(const std::vector<Atom>& atoms, std::int32_t id) {
 }
 
 void hang(Node& node, const Atom& key, const Atom& value, SceneGraph& graph) {
-  if (key.kind != Atom::Kind::Text) return;
-  const std::string& name = graph.strings[key.text];
+  if (key.kind != Atom::Kind::Text || value.kind == Atom::Kind::Other) return;
   if (value.kind == Atom::Kind::Segment) {
     graph.late_loaded.push_back({key.text, value.segment, value.segment_type});
-  } else if (value.kind == Atom::Kind::Text) {
+    return;
+  }
+  if (value.kind == Atom::Kind::Text) {
+    const std::string& name = graph.strings[key.text];
     if (name == kNameKey) node.name = value.text;
     if (name == kUnitsKey) node.units = value.text;
-    graph.properties.push_back({key.text, value.text});
-  } else if (value.kind == Atom::Kind::Number) {
-    graph.properties.push_back({key.text, value.text});
   }
+  graph.properties.push_back({key.text, value.text});
 }
 
 // A node that is listed twice keeps its earlier entries: they are copied to the end of the arrays, so that

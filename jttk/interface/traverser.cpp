@@ -23,8 +23,9 @@ JtkEntity* child(const Step& step) {
 
 // Tells the observer what the files state of the node, before its callback.
 void tellProperties(JtkEntity& node) {
+  if (!settings().node_properties) return;
   auto* entered = dynamic_cast<ModelNode*>(&node);
-  if (entered == nullptr || !settings().node_properties) return;
+  if (entered == nullptr) return;
   const std::vector<TextProperty> properties = entered->properties();
   std::vector<loftbay::diag::NodeProperty> told;
   told.reserve(properties.size());

@@ -1,6 +1,8 @@
 #include "jttk/model/library.h"
 
 #include <algorithm>
+#include <string_view>
+#include <unordered_map>
 
 #include "diag/program_seams.h"
 #include "host/directory.h"
@@ -158,17 +160,21 @@ void Library::reportOpened(Document& document) {
 // another one are counted for a note.
 void Library::reportUnit(const Document& document) {
   const SceneGraph& graph = document.graph;
+  std::unordered_map<std::string_view, std::optional<double>> known;  // few, though every node may state one
+  const auto metresOf = [&](const Node& node) {
+    const auto [unit, is_new] = known.try_emplace(graph.text(node.units));
+    if (is_new) unit->second = brep::metresOfUnit(unit->first);
+    return unit->second;
+  };
   const auto tell = [&](const Node& node) {
-    const std::string& name = graph.text(node.units);
-    const auto metres = brep::metresOfUnit(name);
-    if (!metres || unit_metres_) return;
-    unit_metres_ = metres;
-    diag::programSeams().observer->unit(name, *metres);
+    if (unit_metres_) return;
+    unit_metres_ = metresOf(node);
+    if (unit_metres_) diag::programSeams().observer->unit(graph.text(node.units), *unit_metres_);
   };
   if (graph.root < graph.nodes.size()) tell(graph.nodes[graph.root]);
   for (std::uint32_t i = 0; i < graph.nodes.size(); ++i) {
     tell(graph.nodes[i]);
-    const auto metres = brep::metresOfUnit(graph.text(graph.nodes[i].units));
+    const auto metres = metresOf(graph.nodes[i]);
     if (metres && metres != unit_metres_) notes_.add(ModelNotes::Kind::OtherUnit, document.nearestLabel(i));
   }
 }

@@ -15,6 +15,7 @@ namespace {
 using jttk::dateText;
 using jttk::numberText;
 using jttk::readMetaData;
+using jttk::readSceneGraph;
 using jttk::TextProperty;
 using jttk::Version;
 using loftbay::maker::pieces::ByteOrder;
@@ -111,52 +112,47 @@ TEST(MetaData, OfManufacturingInformationIsSteppedOver) {
   EXPECT_FALSE(other.damage);
 }
 
-class NumberAtoms : public ::testing::TestWithParam<std::tuple<const char*, ByteOrder>> {};
-
-TEST_P(NumberAtoms, AreTextsOfTheirNodes) {
-  const auto [version, order] = GetParam();
-  GraphBuilder graph(version, order);
-  graph.partition(0, {}).number("count", 7).number("ratio", 0.25F).number("drawn", kAnAprilDay);
+jttk::SceneGraph graphOf(const GraphBuilder& graph, Version version, ByteOrder order = ByteOrder::Little) {
   const Bytes bytes = graph.segment();
   jttk::Segment segment;
   segment.data = bytes;
-  const int major = version[0] == '1' ? 10 : version[0] - '0';
-  const auto read = jttk::readSceneGraph(segment, {major, 0}, jttk::from_maker::orderOf(order));
-  ASSERT_TRUE(read);
+  return readSceneGraph(segment, version, jttk::from_maker::orderOf(order)).value();
+}
+
+std::vector<TextProperty> propertiesOf(const jttk::SceneGraph& graph) {
   std::vector<TextProperty> properties;
-  for (const auto& property : read->properties) {
-    properties.push_back({read->text(property.key), read->text(property.value)});
-  }
-  EXPECT_THAT(properties, ElementsAre(TextProperty{"count", "7"}, TextProperty{"ratio", "0.25"},
-                                      TextProperty{"drawn", "2014-04-03T14:54:43"}));
+  for (const auto& [key, value] : graph.properties)
+    properties.push_back({graph.text(key), graph.text(value)});
+  return properties;
+}
+
+class NumberAtoms : public ::testing::TestWithParam<std::tuple<Version, ByteOrder>> {};
+
+TEST_P(NumberAtoms, AreTextsOfTheirNodes) {
+  const auto [version, order] = GetParam();
+  GraphBuilder graph(std::to_string(version.major) + "." + std::to_string(version.minor), order);
+  graph.partition(0, {}).number("count", 7).number("ratio", 0.25F).number("drawn", kAnAprilDay);
+  EXPECT_THAT(propertiesOf(graphOf(graph, version, order)),
+              ElementsAre(TextProperty{"count", "7"}, TextProperty{"ratio", "0.25"},
+                          TextProperty{"drawn", "2014-04-03T14:54:43"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, NumberAtoms,
-                         ::testing::Combine(::testing::Values("8.1", "9.5", "10.0"),
+                         ::testing::Combine(::testing::Values(Version{8, 1}, Version{9, 5}, Version{10, 0}),
                                             ::testing::Values(ByteOrder::Little, ByteOrder::Big)));
 
 TEST(NumberAtoms, OfLaterVersionsKnowTheirTimeZone) {
   GraphBuilder graph("10.3");
   graph.partition(0, {}).zonedDate("drawn", kAnAprilDay, 2);
-  const Bytes bytes = graph.segment();
-  jttk::Segment segment;
-  segment.data = bytes;
-  const auto read = jttk::readSceneGraph(segment, {10, 3}, jttk::ByteOrder::Little);
-  ASSERT_TRUE(read);
-  ASSERT_EQ(read->properties.size(), 1U);
-  EXPECT_EQ(read->text(read->properties[0].value), "2014-04-03T14:54:43+02:00");
+  EXPECT_THAT(propertiesOf(graphOf(graph, {10, 3})),
+              ElementsAre(TextProperty{"drawn", "2014-04-03T14:54:43+02:00"}));
 }
 
 // A name or a unit is a text; a number under such a key is a property like others.
 TEST(NumberAtoms, AreNoNames) {
   GraphBuilder graph("9.5");
   graph.partition(0, {}).number("JT_PROP_NAME", 7);
-  const Bytes bytes = graph.segment();
-  jttk::Segment segment;
-  segment.data = bytes;
-  const auto read = jttk::readSceneGraph(segment, {9, 5}, jttk::ByteOrder::Little);
-  ASSERT_TRUE(read);
-  EXPECT_EQ(read->nodes[0].name, jttk::kNone);
+  EXPECT_EQ(graphOf(graph, {9, 5}).nodes[0].name, jttk::kNone);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 namespace {
 
 using jttk::testing::Loaded;
-using jttk::testing::Recorder;
 using jttk::testing::ScopedSettings;
 using loftbay::maker::GuidValue;
 using loftbay::maker::pieces::GraphBuilder;
@@ -20,37 +19,10 @@ using ::testing::IsEmpty;
 
 constexpr GuidValue kSegment = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
 
-// Each entered node as "key=value, key=value", in the order of the walk.
-class Entered final : public loftbay::diag::Observer {
- public:
-  Entered() : before_(loftbay::diag::programSeams()) { loftbay::diag::programSeams().observer = this; }
-  ~Entered() override { loftbay::diag::programSeams() = before_; }
-  void entered(std::span<const loftbay::diag::NodeProperty> properties) override {
-    std::string text;
-    for (const auto& property : properties) {
-      text += (text.empty() ? "" : ", ") + std::string(property.key) + "=" + std::string(property.value);
-    }
-    nodes.push_back(text);
-  }
-  void note(std::string_view text) override { notes.emplace_back(text); }
-  void lost(std::string_view part, std::string_view reason) override {
-    losses.push_back(std::string(part) + ": " + std::string(reason));
-  }
-
-  std::vector<std::string> nodes;
-  std::vector<std::string> notes;
-  std::vector<std::string> losses;
-
- private:
-  loftbay::diag::ProgramSeams before_;
-};
-
-int goOn(JtkEntity*, int, int) { return 1; }
-
-void walk(const Loaded& model) {
+// Targets of instances are not entered.
+void traverse(const Loaded& model) {
   JtkTraverser* traverser = JtkEntityFactory::createTraverser();
   traverser->ref();
-  traverser->setPreActionCallback(&goOn);
   traverser->traverse(model.root(), 0);
   traverser->unref();
 }
@@ -68,19 +40,18 @@ GraphBuilder wheelTwice() {
 
 TEST(NodeProperties, AreToldOnlyWhereSettingsAsk) {
   const Loaded model(wheelTwice());
-  const Entered told;
-  walk(model);
-  EXPECT_THAT(told.nodes, IsEmpty());
+  traverse(model);
+  EXPECT_THAT(model.recorder.entered_nodes, IsEmpty());
 }
 
 TEST(NodeProperties, OfAnInstanceIncludeItsTargetsAndItsOwnWin) {
   const ScopedSettings settings;
   settings->node_properties = true;
   const Loaded model(wheelTwice());
-  const Entered told;
-  walk(model);
-  EXPECT_THAT(told.nodes, ElementsAre("made by=us, state=released", "place=left, colour=red, Mass::=0.5",
-                                      "colour=blue, Mass::=0.5"));
+  traverse(model);
+  EXPECT_THAT(model.recorder.entered_nodes,
+              ElementsAre("made by=us, state=released", "place=left, colour=red, Mass::=0.5",
+                          "colour=blue, Mass::=0.5"));
 }
 
 TEST(NodeProperties, InADamagedSegmentAreNotedOnceAndCostNothing) {
@@ -89,11 +60,11 @@ TEST(NodeProperties, InADamagedSegmentAreNotedOnceAndCostNothing) {
   GraphBuilder graph = wheelTwice();
   graph.lateSegment(kSegment, 4, loftbay::maker::pieces::Bytes(30, std::byte{1}));
   const Loaded model(graph);
-  const Entered told;
-  walk(model);
-  EXPECT_THAT(told.nodes, ElementsAre("made by=us, state=released", "place=left, colour=red", "colour=blue"));
-  EXPECT_THAT(told.notes, ElementsAre(HasSubstr("properties: segment 00000001")));
-  EXPECT_THAT(told.losses, IsEmpty());
+  traverse(model);
+  EXPECT_THAT(model.recorder.entered_nodes,
+              ElementsAre("made by=us, state=released", "place=left, colour=red", "colour=blue"));
+  EXPECT_THAT(model.recorder.notes, ElementsAre(HasSubstr("properties: segment 00000001")));
+  EXPECT_THAT(model.recorder.losses, IsEmpty());
 }
 
 }  // namespace

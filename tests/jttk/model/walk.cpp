@@ -181,6 +181,14 @@ Recorder::Recorder() : before_(loftbay::diag::programSeams()) {
   loftbay::diag::programSeams().toolkit_messages = &messages_;
 }
 
+void Recorder::entered(std::span<const loftbay::diag::NodeProperty> properties) {
+  std::string text;
+  for (const auto& [key, value] : properties) {
+    text.append(text.empty() ? "" : ", ").append(key).append("=").append(value);
+  }
+  entered_nodes.push_back(text);
+}
+
 Recorder::~Recorder() { loftbay::diag::programSeams() = before_; }
 
 JtkEntity* import(const std::string& program_path) {

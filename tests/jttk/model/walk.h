@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -50,6 +51,7 @@ class Recorder final : public loftbay::diag::Observer {
     units.push_back(std::string(name) + " " + std::to_string(metres));
   }
   void jtVersion(int major, int minor) override { version = {major, minor}; }
+  void entered(std::span<const loftbay::diag::NodeProperty> properties) override;
   void lost(std::string_view part, std::string_view reason) override {
     losses.push_back(std::string(part) + ": " + std::string(reason));
   }
@@ -59,6 +61,8 @@ class Recorder final : public loftbay::diag::Observer {
   std::vector<std::string> notes;
   std::vector<std::string> files;  // that were opened
   std::vector<std::string> units;  // "name metres"
+  // What each node states that was entered, in the order of the walk: "key=value, key=value".
+  std::vector<std::string> entered_nodes;
   std::pair<int, int> version;
   std::string messages() const { return messages_.str(); }
 
