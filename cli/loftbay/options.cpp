@@ -67,8 +67,7 @@ std::vector<Option> modelOptions() {
       {
           .name = "--properties",
           .help = "store the properties of the model's nodes in the scene: what the file and its meta data "
-                  "state of "
-                  "parts, assemblies and instances",
+                  "state of parts, assemblies and instances",
           .group = kGroup,
           .commands = {kConvert},
           .passed_on = true,
