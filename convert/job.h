@@ -18,6 +18,7 @@
 
 #include "convert/notes.h"
 #include "geometry/duplicate_vertices.h"
+#include "geometry/prepared_shapes.h"
 #include "geometry/shape_writers.h"
 #include "jttk/interface/jttk.h"
 #include "scene/name_maker.h"
@@ -127,6 +128,7 @@ class obJt2Zix {
   bool no_memory_for_tess_params_ = false;
   int nested_walks_ = 0;  // how many instanced assemblies are being walked, one inside the other
   Notes notes_;
+  geometry::PreparedShapes prepared_shapes_;
 };
 
 // The toolkit's traversal callbacks; they serve `activeConverter` and always answer 1 (go on).

@@ -63,7 +63,8 @@ geometry::ShapeTarget obJt2Zix::shapeTarget() {
           .parent = parentStack.empty() ? nullptr : &parentStack.back(),
           .material = materialStack.empty() ? nullptr : materialStack.back(),
           .uniqueName = [this](const char* name) { return MakeUniqueName(name); },
-          .merge_vertices = optimize};
+          .merge_vertices = optimize,
+          .prepared = &prepared_shapes_};
 }
 
 void obJt2Zix::noteWritten(const char* shape_name, const geometry::WrittenShape& written) {

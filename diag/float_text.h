@@ -15,6 +15,7 @@ namespace loftbay::diag {
 inline constexpr std::size_t kFloatTextCapacity = 16;
 
 // Writes the text to `out` (at least kFloatTextCapacity characters, no terminator) and returns its length.
+// What the characters behind it are afterwards is left open.
 std::size_t formatFloat(char* out, float value) noexcept;
 
 // Appends the text to `text`.

@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
+#include <utility>
 
 #include "diag/program_seams.h"
 #include "diag/trace_log.h"
 #include "geometry/mesh.h"
+#include "geometry/prepared_shapes.h"
 #include "geometry/shape_arrays.h"
 #include "geometry/shape_writers.h"
 
@@ -35,25 +37,42 @@ WrittenShape writePolylines(const ShapeTarget& target, JtkShape& shape, const ch
   WriteTraceLog(text(kLinePrefix, ":Start"));
   const int primitive_sets = shape.getPrimitiveSetCount();
   if (!beginShape(kLinePrefix, name, primitive_sets)) return {};
-  auto arrays = readShape(shape, {.count_normals = false, .keep_colors = target.merge_vertices});
+  const PreparedShapes::Manner manner{ShapeKind::Lines, target.merge_vertices};
+  // The stages of a shape that was written before are only told.
+  const auto known = target.prepared != nullptr ? target.prepared->find(shape, manner) : nullptr;
+  PreparedShape made;
+  const PreparedShape& prepared = known != nullptr ? *known : made;
+  std::vector<std::int32_t> set_lengths;
+  if (known == nullptr) {
+    auto arrays = readShape(shape, {});
+    made.take(arrays);
+    set_lengths = std::move(arrays.set_lengths);
+  }
   diag::Observer& observer = *diag::programSeams().observer;
-  observer.counted(Counted::VerticesRead, arrays.coordinates.size());
+  observer.counted(Counted::VerticesRead, prepared.vertices_read);
   WriteTraceLog(text(kLinePrefix, ":Extracting Coord,Normal,Color is done"));
 
-  std::vector<std::uint32_t> indices(arrays.coordinates.size());
-  std::iota(indices.begin(), indices.end(), 0U);
+  if (known == nullptr && !target.merge_vertices) {
+    made.indices.resize(made.vertices_read);
+    std::iota(made.indices.begin(), made.indices.end(), 0U);
+  }
   WriteTraceLog(text(kLinePrefix, ":connectivity is done"));
-  const auto lengths = polylineLengths(arrays.set_lengths, primitive_sets);
+  if (known == nullptr) made.lengths = polylineLengths(set_lengths, primitive_sets);
   WriteTraceLog(text(kLinePrefix, ":Polylength is done"));
-  observer.counted(Counted::Lines, lengths.size());
+  observer.counted(Counted::Lines, prepared.lengths.size());
 
   if (target.merge_vertices) {
-    mergeVertices(kLinePrefix, arrays, indices);
+    logMergeStart(kLinePrefix);
+    // A polyline takes its vertices in their order, so their new names are its indices.
+    if (known == nullptr) made.indices = std::move(made.merge().vertex_of);
+    logMerge(kLinePrefix, prepared);
   } else {
-    logSizes(kLinePrefix, arrays);
+    logSizes(kLinePrefix, prepared);
   }
-  const MeshContents contents = meshContents(Orb::Zix::MeshType::Lines, arrays.coordinates, indices, lengths);
+  const MeshContents contents =
+      meshContents(Orb::Zix::MeshType::Lines, prepared.coordinates, prepared.indices, prepared.lengths);
   endShape(target, kLinePrefix, shape, writeMesh(target, kLinePrefix, name, contents));
+  if (known == nullptr && target.prepared != nullptr) target.prepared->keep(shape, manner, std::move(made));
   return {.has_mesh = true};
 }
 

@@ -16,7 +16,7 @@ using diag::WriteTraceLog;
 using Orb::Zix::ObjectId;
 using Orb::Zix::ObjectType;
 
-MeshContents meshContents(Orb::Zix::MeshType type, const std::vector<Point>& points,
+MeshContents meshContents(Orb::Zix::MeshType type, std::span<const Point> points,
                           std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths) {
   return {.type = type,
           .coordinates = floatsOf(points),
@@ -36,24 +36,20 @@ bool beginShape(std::string_view prefix, const char* name, int primitive_sets) {
   return true;
 }
 
-void mergeVertices(std::string_view prefix, ShapeArrays& arrays, std::vector<std::uint32_t>& indices) {
-  WriteTraceLog(text(prefix, ":Optimize option enabled"));
-  std::vector<Point> unique;
-  std::vector<Point> unique_colors;
-  removeDuplicateVertices(arrays.coordinates, unique, indices, arrays.colors, unique_colors);
+void logMergeStart(std::string_view prefix) { WriteTraceLog(text(prefix, ":Optimize option enabled")); }
+
+void logMerge(std::string_view prefix, const PreparedShape& shape) {
   WriteTraceLog(text(prefix, ":RemoveDuplicateVertices completed"));
-  WriteTraceLog(text(prefix, ": Coord Size = ", arrays.coordinates.size()));
-  WriteTraceLog(text(prefix, ": Coord Size after RDV = ", unique.size()));
-  WriteTraceLog(text(prefix, ": Color Size = ", arrays.color_count));
-  WriteTraceLog(text(prefix, ": Color Size after RDV = ", unique_colors.size()));
-  arrays.coordinates.swap(unique);
-  arrays.colors = {};
+  WriteTraceLog(text(prefix, ": Coord Size = ", shape.vertices_read));
+  WriteTraceLog(text(prefix, ": Coord Size after RDV = ", shape.coordinates.size()));
+  WriteTraceLog(text(prefix, ": Color Size = ", shape.color_count));
+  WriteTraceLog(text(prefix, ": Color Size after RDV = ", shape.unique_color_count));
 }
 
-void logSizes(std::string_view prefix, const ShapeArrays& arrays) {
-  WriteTraceLog(text(prefix, ": Coord Size  = ", arrays.coordinates.size()));
-  WriteTraceLog(text(prefix, ": Normal Size = ", arrays.normal_count));
-  WriteTraceLog(text(prefix, ": Color Size  = ", arrays.color_count));
+void logSizes(std::string_view prefix, const PreparedShape& shape) {
+  WriteTraceLog(text(prefix, ": Coord Size  = ", shape.vertices_read));
+  WriteTraceLog(text(prefix, ": Normal Size = ", shape.normal_count));
+  WriteTraceLog(text(prefix, ": Color Size  = ", shape.color_count));
 }
 
 ObjectId writeMesh(const ShapeTarget& target, std::string_view prefix, const char* name,

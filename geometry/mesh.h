@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "geometry/prepared_shapes.h"
 #include "geometry/shape_arrays.h"
 #include "geometry/shape_writers.h"
 #include "zix/zix.h"
@@ -24,16 +25,17 @@ struct MeshContents {
 };
 
 // Views of the points, indices and lengths.
-MeshContents meshContents(Orb::Zix::MeshType type, const std::vector<Point>& points,
+MeshContents meshContents(Orb::Zix::MeshType type, std::span<const Point> points,
                           std::span<const std::uint32_t> indices, std::span<const std::uint32_t> lengths);
 
 // Logs a shape's name, its number of sets and the memory in use. False if there are no sets.
 bool beginShape(std::string_view prefix, const char* name, int primitive_sets);
 
-// Merges the vertices of `arrays`, rewrites the indices to them, and logs the sizes before and after.
-void mergeVertices(std::string_view prefix, ShapeArrays& arrays, std::vector<std::uint32_t>& indices);
+// The lines of a shape whose vertices are merged: before that, and after it with the sizes.
+void logMergeStart(std::string_view prefix);
+void logMerge(std::string_view prefix, const PreparedShape& shape);
 // The lines of a shape whose vertices stay as they are.
-void logSizes(std::string_view prefix, const ShapeArrays& arrays);
+void logSizes(std::string_view prefix, const PreparedShape& shape);
 
 // Makes Shape, Mesh and its arrays; the result is the Mesh.
 Orb::Zix::ObjectId writeMesh(const ShapeTarget& target, std::string_view prefix, const char* name,

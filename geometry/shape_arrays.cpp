@@ -17,7 +17,7 @@ struct SetArray {
   [[nodiscard]] std::size_t size() const {
     return values != nullptr && count > 0 ? static_cast<std::size_t>(count) : 0;
   }
-  void appendTo(std::vector<Point>& points) const {
+  void appendTo(RawVector<Point>& points) const {
     if (size() == 0) return;
     const std::size_t before = points.size();
     points.resize(before + size());
@@ -53,7 +53,6 @@ ShapeArrays readShape(JtkShape& shape, const ReadOptions& options) {
     arrays.vertices.appendTo(result.coordinates);
     if (options.count_normals) result.normal_count += arrays.normals.size();
     result.color_count += arrays.colors.size();
-    if (options.keep_colors) arrays.colors.appendTo(result.colors);
   }
   return result;
 }

@@ -15,15 +15,13 @@ constexpr std::uint32_t kTriangleCorners = 3;
 
 struct ShapeArrays {
   std::vector<std::int32_t> set_lengths;  // vertex counts of the sets that are not empty, in set order
-  std::vector<Point> coordinates;
-  std::vector<Point> colors;  // only where they travel with merged vertices
+  RawVector<Point> coordinates;
   std::size_t color_count = 0;
   std::size_t normal_count = 0;
 };
 
 struct ReadOptions {
   bool count_normals = false;
-  bool keep_colors = false;
 };
 
 // Reads all sets, asking the shape for its set count again after each. Every array that the toolkit hands

@@ -19,6 +19,8 @@
 
 namespace loftbay::geometry {
 
+class PreparedShapes;
+
 // Where shapes go, and what is in force there.
 struct ShapeTarget {
   Orb::Zix::Scene_V1& scene;
@@ -31,6 +33,8 @@ struct ShapeTarget {
   std::function<std::string(const char*)> uniqueName;
   // Vertices of surfaces and polylines that print alike become one.
   bool merge_vertices = false;
+  // Surfaces and polylines that were written before. May be null.
+  PreparedShapes* prepared = nullptr;
 };
 
 struct WrittenShape {

@@ -142,6 +142,10 @@ class JtkShape : public JtkEntity {
                                       int& normal_count) = 0;
   // The shape's own material, or null.
   virtual void getShapeMaterial(JtkMaterial*& material) = 0;
+  // What was decoded for the shape, to know it again: two shapes with the same owner (of the pointer, or of a
+  // weak pointer made of it, also when the arrays are gone) hand out the same sets and arrays. Null where the
+  // toolkit cannot tell. Nothing may be read through it.
+  [[nodiscard]] virtual std::shared_ptr<const void> decodedArrays() const { return nullptr; }
 };
 
 // What assemblies, parts and instances have in common.

@@ -12,11 +12,12 @@ namespace {
 // One value of `width` floats per corner; the first three are handed out. Corners without a record get zeros.
 float* gather(const std::vector<float>& values, std::size_t width, const std::uint32_t* corners,
               std::size_t count) {
-  auto result = std::make_unique<float[]>(3 * count);
-  for (std::size_t i = 0; i < count; ++i) {
+  auto result = std::make_unique_for_overwrite<float[]>(3 * count);
+  float* to = result.get();
+  for (std::size_t i = 0; i < count; ++i, to += 3) {
     const std::size_t from = corners[i] * width;
-    if (corners[i] == ShapeGeometry::kNoRecord || from + 3 > values.size()) continue;
-    std::copy_n(values.data() + from, 3, result.get() + 3 * i);
+    const bool has_record = corners[i] != ShapeGeometry::kNoRecord && from + 3 <= values.size();
+    for (std::size_t k = 0; k < 3; ++k) to[k] = has_record ? values[from + k] : 0.0F;
   }
   return result.release();
 }

@@ -34,6 +34,7 @@ class ShapeObject final : public JtkShape, public Holder {
   int getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_count, float*& normals,
                               int& normal_count) override;
   void getShapeMaterial(JtkMaterial*& material) override { material = from_above_.material; }
+  [[nodiscard]] std::shared_ptr<const void> decodedArrays() const override { return arrays_; }
 
   // Makes sure that the arrays are there. False when the shape cannot be decoded.
   bool acquire();

@@ -103,6 +103,9 @@ class Shape final : public JtkShape {
   // Answers to the first questions for the count; the one behind them is that of `claimed_sets` or the truth.
   mutable std::vector<int> first_counts;
   Material* material = nullptr;
+  // What tells shapes with the same arrays. Nothing: the toolkit cannot tell. It is not written down that it
+  // was asked.
+  std::shared_ptr<const void> decoded;
 
   [[nodiscard]] TypeID typeID() const override { return type; }
   [[nodiscard]] int isOfType(TypeID asked_type) const override {
@@ -116,6 +119,7 @@ class Shape final : public JtkShape {
   int getPrimitiveSetGeometry(int set_index, float*& vertices, int& vertex_count, float*& normals,
                               int& normal_count) override;
   void getShapeMaterial(JtkMaterial*& out) override;
+  [[nodiscard]] std::shared_ptr<const void> decodedArrays() const override { return decoded; }
 };
 
 // Name, transform and material of a node, mixed into the three kinds.

@@ -11,8 +11,12 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::vector<std::uint32_t> triangles(std::vector<std::int32_t> lengths) {
+geometry::RawVector<std::uint32_t> triangles(const std::vector<std::int32_t>& lengths) {
   return geometry::trianglesOfStrips(lengths);
+}
+geometry::RawVector<std::uint32_t> triangles(const std::vector<std::int32_t>& lengths,
+                                             const std::vector<std::uint32_t>& vertex_of) {
+  return geometry::trianglesOfStrips(lengths, vertex_of);
 }
 
 TEST(Strips, OfThreeVerticesIsOneTriangleThatBeginsWithTheNewest) {
@@ -37,6 +41,17 @@ TEST(Strips, WithoutAnyIsEmpty) {
   EXPECT_THAT(triangles({}), IsEmpty());
   EXPECT_THAT(triangles({2}), IsEmpty());
   EXPECT_THAT(triangles({-1}), IsEmpty());
+}
+
+TEST(Strips, OfMergedVerticesHaveTheirNewNumbers) {
+  EXPECT_THAT(triangles({5}, {10, 11, 12, 13, 14}), ElementsAre(12, 10, 11, 13, 12, 11, 14, 12, 13));
+  EXPECT_THAT(triangles({3, 4}, {7, 8, 9, 8, 9, 0, 7}), ElementsAre(9, 7, 8, 0, 8, 9, 7, 0, 9));
+}
+
+// Strips of one vertex shift the next ones, so that these may end behind the last vertex.
+TEST(Strips, KeepTheNumbersOfVerticesThatAreNotThere) {
+  EXPECT_THAT(triangles({1, 3}, {5, 5, 6, 7}), ElementsAre(4, 6, 7));
+  EXPECT_THAT(triangles({1, 3, 3}, {9, 9, 9}), ElementsAre(4, 9, 3, 7, 5, 6));
 }
 
 class SurfaceShape : public JobTest {

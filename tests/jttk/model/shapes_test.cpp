@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include "host/path.h"
 #include "jttk/interface/part.h"
@@ -437,6 +438,33 @@ TEST(Shapes, AreReadAgainAfterTheTraverserHasLeftThePart) {
   (void)model.tree();
   EXPECT_EQ(shape->arrays(), nullptr);
   EXPECT_EQ(firstVertices(shape), before);
+}
+
+TEST(Shapes, OfTwoInstancesHaveOneOwnerUnlessTheirArraysDiffer) {
+  GraphBuilder graph;
+  graph.move(20, 100, 0, 0);
+  graph.partition(0, {1, 3}).name("root");
+  graph.instance(1, 2).name("first");
+  graph.instance(3, 2).name("second");
+  graph.part(2, {4, 5, 6}).name("part");
+  graph.triStrips(4);
+  graph.triStrips(5);
+  graph.triStrips(6).attributes({20});
+  const Loaded model(graph);
+  const auto owner = [&model](int instance, int index) {
+    return std::weak_ptr<const void>(
+        shapeOf(Loaded::target(model.at({instance})), 0, index)->decodedArrays());
+  };
+  const auto same = [](const std::weak_ptr<const void>& a, const std::weak_ptr<const void>& b) {
+    return !a.owner_before(b) && !b.owner_before(a);
+  };
+  const auto none = std::weak_ptr<const void>();
+  EXPECT_FALSE(same(owner(0, 0), none));
+  EXPECT_TRUE(same(owner(0, 0), owner(1, 0)));
+  EXPECT_FALSE(same(owner(0, 0), owner(0, 1)));
+  // Moved inside the part, by as much as it may be elsewhere.
+  EXPECT_FALSE(same(owner(0, 2), owner(0, 0)));
+  EXPECT_FALSE(same(owner(0, 2), none));
 }
 
 TEST(ShapeCache, KeepsTheLatestUpToItsLimit) {
