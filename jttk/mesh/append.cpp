@@ -13,6 +13,7 @@ void appendValues(std::vector<T>& to, const std::vector<T>& from) {
 
 void append(ShapeGeometry& to, const ShapeGeometry& from) {
   if (from.primitiveCount() == 0) return;
+  to.neighbours = {};
   const auto positions = static_cast<std::uint32_t>(to.positions.size() / 3);
   const auto records = static_cast<std::uint32_t>(to.normals.size() / 3);
   const auto corners = static_cast<std::uint32_t>(to.corner_positions.size());

@@ -168,6 +168,7 @@ void splitConcavePolygons(ShapeGeometry& shape) {
   std::size_t first = 0;
   while (first < polygons && (cornersOf(first).size() < 4 || !cutter.look(cornersOf(first)))) ++first;
   if (first == polygons) return;  // as a rule
+  shape.neighbours = {};
 
   std::vector<std::uint32_t> starts(shape.primitive_starts.begin(),
                                     shape.primitive_starts.begin() + static_cast<std::ptrdiff_t>(first) + 1);

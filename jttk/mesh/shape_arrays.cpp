@@ -69,7 +69,10 @@ ShapeArrays makeShapeArrays(ShapeGeometry geometry) {
   if (geometry.kind == PrimitiveKind::Polygons) {
     splitConcavePolygons(geometry);
     Primitives strips =
-        stripsOfPolygons(geometry.primitive_starts, geometry.corner_positions, geometry.corner_records);
+        geometry.neighbours.empty()
+            ? stripsOfPolygons(geometry.primitive_starts, geometry.corner_positions, geometry.corner_records)
+            : stripsOfTriangles(geometry.neighbours, geometry.corner_positions, geometry.corner_records);
+    geometry.neighbours = {};
     geometry.primitive_starts = std::move(strips.starts);
     geometry.corner_positions = std::move(strips.positions);
     geometry.corner_records = std::move(strips.records);

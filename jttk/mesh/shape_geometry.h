@@ -66,6 +66,10 @@ struct ShapeGeometry {
   std::vector<std::uint32_t> corner_positions;
   std::vector<std::uint32_t> corner_records;
 
+  // For polygons that are triangles, where the decoder knows it: across which edges they hang together, as
+  // stripsOfTriangles() wants it. Else empty; whoever changes the primitives empties it.
+  std::vector<std::uint32_t> neighbours;
+
   static constexpr std::uint32_t kNoRecord = 0xffffffffU;
 
   [[nodiscard]] std::size_t primitiveCount() const noexcept {

@@ -25,4 +25,13 @@ struct Primitives {
 Primitives stripsOfPolygons(std::span<const std::uint32_t> starts, std::span<const std::uint32_t> positions,
                             std::span<const std::uint32_t> records);
 
+// The same strips for polygons that all are triangles, without looking for neighbours.
+//
+// `neighbours` has four entries per triangle (see triangle_edges.h), the last unused: the edge on the other
+// side of each of its edges, kNoEdge where none fits. Where edge e has f, f has e. What is given must be what
+// neighboursOfTriangles() would find.
+Primitives stripsOfTriangles(std::span<const std::uint32_t> neighbours,
+                             std::span<const std::uint32_t> positions,
+                             std::span<const std::uint32_t> records);
+
 }  // namespace jttk

@@ -10,9 +10,11 @@ namespace {
 
 constexpr std::uint32_t kMaximumWidth = 32;
 
-tl::unexpected<Error> damaged(const char* reason, const CodeText& text, const BitReader& bits,
+// `consumed`: the bits that were read. A number and not the reader: what is passed by reference cannot stay
+// in registers.
+tl::unexpected<Error> damaged(const char* reason, const CodeText& text, std::uint64_t consumed,
                               CheckPlace check = CheckPlace::current()) {
-  return fail(std::string("bit length packet: ") + reason, text.offset + bits.consumed() / 8, check);
+  return fail(std::string("bit length packet: ") + reason, text.offset + consumed / 8, check);
 }
 
 // Groups of four bits, the lowest first, each followed by a bit that says whether one more comes. The number
@@ -41,33 +43,37 @@ bool readBounds(BitReader& bits, PacketForm form, std::int32_t& minimum, std::in
   return true;
 }
 
-Result<void> decodeFixed(const CodeText& text, BitReader& bits, PacketForm form,
+Result<void> decodeFixed(const CodeText& text, BitReader& reader, PacketForm form,
                          std::span<std::int32_t> values) {
   std::int32_t minimum = 0;
   std::int32_t maximum = 0;
-  if (!readBounds(bits, form, minimum, maximum)) return damaged("a bound is wider than 32 bits", text, bits);
+  if (!readBounds(reader, form, minimum, maximum))
+    return damaged("a bound is wider than 32 bits", text, reader.consumed());
   const std::uint32_t base = static_cast<std::uint32_t>(minimum);
   const auto width = static_cast<std::uint32_t>(std::bit_width(static_cast<std::uint32_t>(maximum) - base));
-  if (bits.consumed() + std::uint64_t{width} * values.size() > bits.length()) {
-    return damaged("the code text is too short", text, bits);
+  if (reader.consumed() + std::uint64_t{width} * values.size() > reader.length()) {
+    return damaged("the code text is too short", text, reader.consumed());
   }
+  BitReader bits = reader;
   for (std::int32_t& value : values) value = static_cast<std::int32_t>(bits.bits(width) + base);
+  reader = bits;
   return {};
 }
 
-Result<void> decodeVariable(const CodeText& text, BitReader& bits, PacketForm form,
+Result<void> decodeVariable(const CodeText& text, BitReader& reader, PacketForm form,
                             std::span<std::int32_t> values) {
   std::int32_t mean = 0;
   std::uint32_t step_width = 4;
   std::uint32_t run_width = 4;
   if (form == PacketForm::V10) {
-    if (!readNibbles(bits, mean)) return damaged("the mean is wider than 32 bits", text, bits);
+    if (!readNibbles(reader, mean)) return damaged("the mean is wider than 32 bits", text, reader.consumed());
   } else {
-    mean = bits.signedBits(32);
-    step_width = bits.bits(3);
-    run_width = bits.bits(3);
+    mean = reader.signedBits(32);
+    step_width = reader.bits(3);
+    run_width = reader.bits(3);
   }
-  if (step_width == 0) return damaged("width steps of no bits", text, bits);
+  if (step_width == 0) return damaged("width steps of no bits", text, reader.consumed());
+  BitReader bits = reader;
   // A step at either end of its range says that one more follows.
   const std::int32_t lowest_step = -(1 << (step_width - 1));
   const std::int32_t highest_step = (1 << (step_width - 1)) - 1;
@@ -78,11 +84,12 @@ Result<void> decodeVariable(const CodeText& text, BitReader& bits, PacketForm fo
     do {
       step = bits.signedBits(step_width);
       width += step;
-      if (bits.overread()) return damaged("the code text is too short", text, bits);
+      if (bits.overread()) return damaged("the code text is too short", text, bits.consumed());
     } while (step == lowest_step || step == highest_step);
-    if (width < 0 || width > kMaximumWidth) return damaged("a width outside of 0 to 32 bits", text, bits);
+    if (width < 0 || width > kMaximumWidth)
+      return damaged("a width outside of 0 to 32 bits", text, bits.consumed());
     const std::uint32_t run = bits.bits(run_width);
-    if (run > values.size() - done) return damaged("a run goes past the last value", text, bits);
+    if (run > values.size() - done) return damaged("a run goes past the last value", text, bits.consumed());
     const auto run_bits = static_cast<std::uint32_t>(width);
     for (std::int32_t& value : values.subspan(done, run)) {
       value = static_cast<std::int32_t>(static_cast<std::uint32_t>(bits.signedBits(run_bits)) +
@@ -90,6 +97,7 @@ Result<void> decodeVariable(const CodeText& text, BitReader& bits, PacketForm fo
     }
     done += run;
   }
+  reader = bits;
   return {};
 }
 
@@ -100,9 +108,9 @@ Result<void> decodeBitLength(const CodeText& text, PacketForm form, std::span<st
   const bool variable = bits.bits(1) != 0;
   auto done = variable ? decodeVariable(text, bits, form, values) : decodeFixed(text, bits, form, values);
   if (!done) return done;
-  if (bits.overread()) return damaged("the code text is too short", text, bits);
+  if (bits.overread()) return damaged("the code text is too short", text, bits.consumed());
   if (bits.consumed() != bits.length()) {
-    return damaged("bits are left over behind the last value", text, bits);
+    return damaged("bits are left over behind the last value", text, bits.consumed());
   }
   return {};
 }

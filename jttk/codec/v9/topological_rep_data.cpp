@@ -81,6 +81,8 @@ Result<ShapeGeometry> decodeTopologicalRepData(ByteReader& reader, PacketForm fo
   shape.primitive_starts = std::move(topology.polygon_starts);
   shape.corner_positions = std::move(topology.corner_vertices);
   if (records_fit && records > 0) shape.corner_records = std::move(topology.corner_records);
+  // Neighbours are separated by the topology's records; without these others may fit.
+  if (records_fit || !topology.records_fit) shape.neighbours = std::move(topology.neighbours);
   return shape;
 }
 

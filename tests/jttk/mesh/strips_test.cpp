@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <random>
+
+#include "jttk/mesh/triangle_edges.h"
 
 namespace {
 
@@ -153,6 +156,38 @@ TEST(Strips, RandomPolygonSoupsKeepExactlyTheirFanTriangles) {
     }
     ASSERT_EQ(fanTriangles(mesh), stripTriangles(strips(mesh))) << round;
   }
+}
+
+// Random triangles among few vertices, with or without records.
+TEST(Strips, OfTrianglesWhoseNeighboursAreKnownAreTheSame) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 500; ++round) {
+    const auto below = [&](std::uint32_t limit) { return static_cast<std::uint32_t>(random() % limit); };
+    const std::uint32_t vertices = 3 + below(30);
+    const bool with_records = below(2) == 0;
+    Primitives mesh;
+    for (std::uint32_t corner = 3 * below(60); corner > 0; --corner) {
+      mesh.positions.push_back(below(vertices));
+      if (with_records) mesh.records.push_back(below(2));
+    }
+    for (std::uint32_t start = 0; start <= mesh.positions.size(); start += 3) mesh.starts.push_back(start);
+    std::vector<std::uint32_t> corners(mesh.positions.size());
+    std::iota(corners.begin(), corners.end(), 0U);
+    const Primitives known = jttk::stripsOfTriangles(
+        jttk::neighboursOfTriangles(corners, mesh.positions, mesh.records), mesh.positions, mesh.records);
+    const Primitives found = strips(mesh);
+    ASSERT_EQ(known.starts, found.starts) << round;
+    ASSERT_EQ(known.positions, found.positions) << round;
+    ASSERT_EQ(known.records, found.records) << round;
+  }
+}
+
+TEST(Strips, NeighboursFaceEachOther) {
+  // Two triangles with the edge 0-2 in common: the first one's last edge and the second one's first.
+  const std::vector<std::uint32_t> neighbours =
+      jttk::neighboursOfTriangles(std::array{0U, 1U, 2U, 3U, 4U, 5U}, std::array{0U, 1U, 2U, 0U, 2U, 3U}, {});
+  constexpr std::uint32_t kNone = jttk::triangle_edges::kNoEdge;
+  EXPECT_THAT(neighbours, ElementsAre(kNone, kNone, 4U, kNone, 2U, kNone, kNone, kNone));
 }
 
 TEST(Strips, RandomOrderOfAMeshsTrianglesDoesNotLoseAny) {
