@@ -1,8 +1,14 @@
-// Merging equal vertices: vertices per second on strips of a ring, beside a plain copy of the same arrays.
+// Merging equal vertices: vertices per second on strips of a ring and on positions that are all different,
+// beside a plain copy of the same arrays and beside the rule as it reads, with a text stream and an ordered
+// map.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <map>
 #include <numeric>
+#include <random>
+#include <sstream>
+#include <string>
 
 #include "bench/models.h"
 #include "geometry/duplicate_vertices.h"
@@ -24,8 +30,22 @@ std::vector<Point> corners() {
   return points;
 }
 
-void merge(benchmark::State& state) {
-  const auto points = corners();
+std::vector<Point> distinctPositions() {
+  std::mt19937 random(1);
+  std::uniform_real_distribution<float> values(-1000, 1000);
+  std::vector<Point> points(loftbay::bench::quick() ? 2'000 : kMergedTriangles);
+  for (Point& p : points) p = {values(random), values(random), values(random)};
+  return points;
+}
+
+void countVertices(benchmark::State& state, const std::vector<Point>& points) {
+  state.counters["vertices/s"] =
+      benchmark::Counter(static_cast<double>(points.size()) * static_cast<double>(state.iterations()),
+                         benchmark::Counter::kIsRate);
+  state.SetBytesProcessed(static_cast<std::int64_t>(points.size() * sizeof(Point)) * state.iterations());
+}
+
+void merge(benchmark::State& state, const std::vector<Point>& points) {
   std::vector<std::uint32_t> identity(points.size());
   std::iota(identity.begin(), identity.end(), 0U);
   for (auto _ : state) {
@@ -35,10 +55,25 @@ void merge(benchmark::State& state) {
     loftbay::geometry::removeDuplicateVertices(points, unique, indices, {}, companions);
     benchmark::DoNotOptimize(unique.data());
   }
-  state.counters["vertices/s"] =
-      benchmark::Counter(static_cast<double>(points.size()) * static_cast<double>(state.iterations()),
-                         benchmark::Counter::kIsRate);
-  state.SetBytesProcessed(static_cast<std::int64_t>(points.size() * sizeof(Point)) * state.iterations());
+  countVertices(state, points);
+}
+
+void mergeLiterally(benchmark::State& state, const std::vector<Point>& points) {
+  for (auto _ : state) {
+    std::map<std::string, std::uint32_t> vertices;
+    std::vector<Point> unique;
+    std::vector<std::uint32_t> indices;
+    std::ostringstream key;
+    for (const Point& p : points) {
+      key.str("");
+      key << p.x << p.y << p.z;
+      const auto [place, is_new] = vertices.try_emplace(key.str(), static_cast<std::uint32_t>(unique.size()));
+      if (is_new) unique.push_back(p);
+      indices.push_back(place->second);
+    }
+    benchmark::DoNotOptimize(indices.data());
+  }
+  countVertices(state, points);
 }
 
 void copyVertices(benchmark::State& state) {
@@ -47,13 +82,18 @@ void copyVertices(benchmark::State& state) {
     std::vector<Point> copy(points);
     benchmark::DoNotOptimize(copy.data());
   }
-  state.counters["vertices/s"] =
-      benchmark::Counter(static_cast<double>(points.size()) * static_cast<double>(state.iterations()),
-                         benchmark::Counter::kIsRate);
-  state.SetBytesProcessed(static_cast<std::int64_t>(points.size() * sizeof(Point)) * state.iterations());
+  countVertices(state, points);
 }
 
+void mergeStrips(benchmark::State& state) { merge(state, corners()); }
+void mergeStripsLiterally(benchmark::State& state) { mergeLiterally(state, corners()); }
+void mergeDistinct(benchmark::State& state) { merge(state, distinctPositions()); }
+void mergeDistinctLiterally(benchmark::State& state) { mergeLiterally(state, distinctPositions()); }
+
 BENCHMARK(copyVertices)->Unit(benchmark::kMillisecond);
-BENCHMARK(merge)->Unit(benchmark::kMillisecond);
+BENCHMARK(mergeStrips)->Unit(benchmark::kMillisecond);
+BENCHMARK(mergeStripsLiterally)->Unit(benchmark::kMillisecond);
+BENCHMARK(mergeDistinct)->Unit(benchmark::kMillisecond);
+BENCHMARK(mergeDistinctLiterally)->Unit(benchmark::kMillisecond);
 
 }  // namespace
