@@ -14,7 +14,7 @@ inline constexpr std::uint32_t kPerTriangle = 4;
 inline constexpr std::uint32_t kMostTriangles = kNoEdge / kPerTriangle;
 
 constexpr std::uint32_t triangleOf(std::uint32_t edge) { return edge >> 2; }
-constexpr std::uint32_t next(std::uint32_t edge) { return (edge & 3U) == 2 ? edge - 2 : edge + 1; }
+constexpr std::uint32_t next(std::uint32_t edge) { return (edge & 2U) != 0 ? edge - 2 : edge + 1; }
 constexpr std::uint32_t previous(std::uint32_t edge) { return (edge & 3U) == 0 ? edge + 2 : edge - 1; }
 // The corner where the edge begins, when corners are numbered without gaps.
 constexpr std::uint32_t cornerOf(std::uint32_t edge) { return edge - (edge >> 2); }

@@ -60,9 +60,7 @@ class TopologyResult {
     return new_numbers_.empty() ? polygon : new_numbers_[polygon];
   }
   // The number that edges have in the result, kNoEdge for those of covers.
-  template <bool Renumbered>
   [[nodiscard]] std::uint32_t edgeAt(std::uint32_t corner) const {
-    if (!Renumbered) return corner;
     const std::uint32_t polygon = mesh_.numbers.polygonOf(corner);
     const std::uint32_t kept = newNumber(polygon);
     if (kept == kCover) return triangle_edges::kNoEdge;
@@ -89,26 +87,34 @@ class TopologyResult {
   // The edge from a vertex along a polygon comes back along the polygon in the slot before.
   template <bool Renumbered>
   bool pairAround(std::uint32_t index, std::vector<std::uint32_t>& seen_from) {
-    const auto& vertex = mesh_.vertices[index];
-    std::uint32_t before = mesh_.slots[vertex.end_slot - 1];
+    // Copies, so that what is written does not make them be loaded anew.
+    const auto vertex = mesh_.vertices[index];
+    const std::uint32_t* const slots = mesh_.slots.get();
+    const auto* const corners = mesh_.corners.get();
+    std::uint32_t* const seen = seen_from.data();
+    std::uint32_t* const neighbours = result_.neighbours.data();
+    std::uint32_t back = mesh_.numbers.previous(slots[vertex.end_slot - 1]);
     for (std::uint32_t slot = vertex.first_slot; slot < vertex.end_slot; ++slot) {
-      const std::uint32_t corner = mesh_.slots[slot];
-      const std::uint32_t back = mesh_.numbers.previous(before);
-      const std::uint32_t end = mesh_.corners[mesh_.numbers.next(corner)].vertex;
-      if (mesh_.corners[back].vertex != end || seen_from[end] == index || end == index) return false;
-      seen_from[end] = index;
-      const std::uint32_t edge = edgeAt<Renumbered>(corner);
-      if (edge != triangle_edges::kNoEdge) result_.neighbours[edge] = edgeAt<Renumbered>(back);
-      before = corner;
+      const std::uint32_t corner = slots[slot];
+      const std::uint32_t end = corners[mesh_.numbers.next(corner)].vertex;
+      if (corners[back].vertex != end || seen[end] == index || end == index) return false;
+      seen[end] = index;
+      if constexpr (Renumbered) {
+        const std::uint32_t edge = edgeAt(corner);
+        if (edge != triangle_edges::kNoEdge) neighbours[edge] = edgeAt(back);
+      } else {
+        neighbours[corner] = back;
+      }
+      back = mesh_.numbers.previous(corner);
     }
     return true;
   }
 
   void giveRecords(std::uint32_t index) {
     const auto& vertex = mesh_.vertices[index];
-    const auto giveAll = [&](std::uint32_t record) {
-      for (std::uint32_t slot = vertex.first_slot; slot < vertex.end_slot; ++slot)
-        mesh_.corners[mesh_.slots[slot]].slot = record;
+    const auto giveAll = [slots = mesh_.slots.get(), corners = mesh_.corners.get(), first = vertex.first_slot,
+                          end_slot = vertex.end_slot](std::uint32_t record) {
+      for (std::uint32_t slot = first; slot < end_slot; ++slot) corners[slots[slot]].slot = record;
     };
     if (!result_.records_fit) return giveAll(kNoTopologyRecord);
     const VertexRecords& records = mesh_.records[index];
