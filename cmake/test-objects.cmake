@@ -23,6 +23,14 @@ if(LOFTBAY_SHARED_TEST_OBJECTS)
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
+# GNU ar takes minutes to list the symbols of Windows objects with many small sections. These archives are linked whole, so
+# LLVM's linker does not ask for the list.
+if(LOFTBAY_ONLY_TEST_OBJECTS AND LOFTBAY_LLD)
+  set(CMAKE_CXX_ARCHIVE_CREATE "<CMAKE_AR> qcS <TARGET> <LINK_FLAGS> <OBJECTS>")
+  set(CMAKE_CXX_ARCHIVE_APPEND "<CMAKE_AR> qS <TARGET> <LINK_FLAGS> <OBJECTS>")
+  set(CMAKE_CXX_ARCHIVE_FINISH "")
+endif()
+
 # Puts the static libraries of the project that `target` is linked with, near and far, into the list `result`.
 function(loftbay_libraries_behind target result)
   set(found ${${result}})
