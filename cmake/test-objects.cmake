@@ -55,22 +55,35 @@ function(loftbay_libraries_behind target result)
   set(${result} ${found} PARENT_SCOPE)
 endfunction()
 
-# An inline function that tests and production code use is in both, and the linker keeps the first. Where sanitizers are
-# built that must be the production code's: the tests have none. So all objects of the libraries that `name` and the targets
-# after it are linked with are named before the tests', but for the tests' own libraries.
+# A library of the tests that is optimised and not sanitized: what it does would be most of the time that its tests take.
+function(loftbay_test_measures name)
+  add_library(${name} STATIC ${ARGN})
+  set_target_properties(${name} PROPERTIES LOFTBAY_OPTIMISED ON)
+  if(LOFTBAY_SANITIZE)
+    target_compile_options(${name} PRIVATE -fno-sanitize=all -O2)
+  endif()
+endfunction()
+
+# An inline function that tests and production code use is in both, and the linker keeps the first. That must be the
+# production code's: the tests' are not optimised and have no sanitizers. So all objects of the libraries that `name` and the
+# targets after it are linked with are named before the tests', then the tests' optimised libraries.
 function(loftbay_production_first name)
   set(libraries)
   foreach(target ${name} ${ARGN})
     loftbay_libraries_behind(${target} libraries)
   endforeach()
   set(files)
+  set(measures)
   foreach(library ${libraries})
     get_target_property(folder ${library} SOURCE_DIR)
-    if(NOT folder MATCHES "^${PROJECT_SOURCE_DIR}/tests")
+    get_target_property(is_optimised ${library} LOFTBAY_OPTIMISED)
+    if(is_optimised)
+      string(APPEND measures " \"$<TARGET_FILE:${library}>\"")
+    elseif(NOT folder MATCHES "^${PROJECT_SOURCE_DIR}/tests")
       string(APPEND files " \"$<TARGET_FILE:${library}>\"")
     endif()
   endforeach()
-  target_link_options(${name} BEFORE PRIVATE "SHELL:-Wl,--whole-archive${files} -Wl,--no-whole-archive")
+  target_link_options(${name} BEFORE PRIVATE "SHELL:-Wl,--whole-archive${files}${measures} -Wl,--no-whole-archive")
 endfunction()
 
 function(loftbay_compiled_as_tests name)

@@ -16,7 +16,8 @@ class MeshDistance {
 
   explicit MeshDistance(std::vector<Triangle> triangles);
 
-  [[nodiscard]] double from(const Vec3& p) const;
+  // Looks no further once it is `enough` or less, and gives a distance that is no more then.
+  [[nodiscard]] double from(const Vec3& p, double enough = 0) const;
 
  private:
   struct Node {

@@ -106,10 +106,10 @@ MeshDistance::MeshDistance(std::vector<Triangle> triangles) : triangles_(std::mo
   build(0, triangles_.size());
 }
 
-double MeshDistance::from(const Vec3& p) const {
+double MeshDistance::from(const Vec3& p, double enough) const {
   double best = std::numeric_limits<double>::infinity();
   std::vector<std::size_t> open{0};
-  while (!open.empty()) {
+  while (!open.empty() && best > enough) {
     const Node& node = nodes_[open.back()];
     open.pop_back();
     if (toBox(p, node) >= best) continue;

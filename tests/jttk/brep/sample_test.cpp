@@ -46,7 +46,7 @@ double farthestVertex(const Triangles& of, const Triangles& from) {
   for (const auto& t : of) {
     for (const Vec3& p : {t.a, t.b, t.c, (t.a + t.b) * 0.5, (t.b + t.c) * 0.5, (t.c + t.a) * 0.5,
                           (t.a + t.b + t.c) * (1.0 / 3)}) {
-      worst = std::max(worst, mesh.from(p));
+      worst = std::max(worst, mesh.from(p, worst));
     }
   }
   return worst;
