@@ -1,5 +1,6 @@
 // The dumps in docs/zix-format.md are what the writer writes. To take over new ones, after a look at them:
 // LOFTBAY_ACCEPT=1 zix_test --gtest_filter='FormatDocument.*'
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <cstdlib>

@@ -12,6 +12,10 @@
 #include "zix/chunk_check.h"
 #include "zix/export_html.h"
 
+#ifndef _WIN32
+#include <sys/wait.h>
+#endif
+
 namespace Orb::Zix {
 namespace {
 

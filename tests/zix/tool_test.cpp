@@ -1,4 +1,5 @@
 // The zix program as a process: exact output and exit codes.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -11,6 +12,10 @@
 #include "tests/zix/run_program.h"
 #include "tests/zix/sample_scenes.h"
 #include "tests/zix/scratch_folder.h"
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#endif
 
 namespace loftbay {
 namespace {
@@ -334,7 +339,7 @@ TEST_F(ZixTool, TwoDashesEndTheOptions) {
 
 TEST_F(ZixTool, NamesOfFilesMayHoldAnyCharacter) {
 #ifdef _WIN32
-  GTEST_SKIP() << "this test's shell takes narrow command lines; the window tests cover such names";
+  GTEST_SKIP() << "these tests' command lines are narrow; the window tests cover such names";
 #endif
   const std::string name =
       "Gr\xC3\xB6\xC3\x9F"

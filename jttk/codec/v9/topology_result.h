@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "jttk/codec/v9/decoded_topology.h"
 #include "jttk/codec/v9/grown_mesh.h"
-#include "jttk/codec/v9/topology.h"
 #include "jttk/codec/v9/topology_records.h"
 #include "jttk/mesh/triangle_edges.h"
 
